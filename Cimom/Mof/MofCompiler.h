@@ -1,0 +1,47 @@
+// Compiles MOF into the repository.
+#pragma once
+
+#include "Repository/Repository.h"
+
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace cimom
+{
+
+/// A fault in MOF text. what() reads "FILE:LINE:COLUMN: what is wrong, what was expected".
+class MofError : public std::runtime_error
+{
+public:
+    MofError(const std::string& file, unsigned line, unsigned column, const std::string& text);
+    unsigned line() const { return line_; }
+    unsigned column() const { return column_; }
+
+private:
+    unsigned line_;
+    unsigned column_;
+};
+
+/// Compiles MOF files and texts into one namespace of a repository: qualifier declarations,
+/// classes, instances, `#pragma include` (looked up beside the including file, then in the search
+/// path) and `#pragma namespace`.
+class MofCompiler
+{
+public:
+    explicit MofCompiler(Repository& repository);
+    /// Folders in which `#pragma include` looks after the including file's own.
+    void setSearchPath(std::vector<std::filesystem::path> folders);
+    /// Throws MofError for a fault in the text or a name the repository refuses, std::runtime_error
+    /// when the file cannot be read. What was compiled before the fault stays in the repository.
+    void compileFile(const std::filesystem::path& file, const Pegasus::CIMNamespaceName& nameSpace);
+    /// The same for a text; `name` stands for the file name in errors.
+    void compileText(const std::string& text, const std::string& name, const Pegasus::CIMNamespaceName& nameSpace);
+
+private:
+    Repository& repository_;
+    std::vector<std::filesystem::path> searchPath_;
+};
+
+}  // namespace cimom

@@ -1,0 +1,13 @@
+# Warnings and sanitizers, as one interface target that every target of the project links.
+option(QBX_WERROR "Treat warnings as errors" OFF)
+set(QBX_SANITIZE "" CACHE STRING "Sanitizers for all targets, e.g. address,undefined or thread")
+
+add_library(qbx_build_options INTERFACE)
+target_compile_options(qbx_build_options INTERFACE -Wall -Wextra -Wpedantic)
+if(QBX_WERROR)
+  target_compile_options(qbx_build_options INTERFACE -Werror)
+endif()
+if(QBX_SANITIZE)
+  add_compile_options(-fsanitize=${QBX_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${QBX_SANITIZE})
+endif()
