@@ -1,0 +1,67 @@
+"""Says in a few lines how a ctest run ended, from its JUnit file.
+
+  summary.py NAME FILE        "NAME: N passed, N failed, N skipped", the reasons of skipped tests,
+                              and the end of the output of failed ones
+  summary.py --counts FILE    the three numbers alone
+
+A result file that is missing or empty counts as one failed test.
+"""
+
+import re
+import sys
+import xml.etree.ElementTree as ElementTree
+
+MAX_FAILED_SHOWN = 5
+MAX_OUTPUT_LINES = 40
+
+
+def read(path):
+    """The passed tests' names, and (name, output) of the failed and of the skipped ones."""
+    passed, failed, skipped = [], [], []
+    try:
+        cases = list(ElementTree.parse(path).getroot().iter("testcase"))
+    except (OSError, ElementTree.ParseError) as error:
+        return [], [("ctest", f"no result file: {error}")], []
+    for case in cases:
+        name = case.get("name", "?")
+        output = (case.findtext("system-out") or "").strip()
+        if case.find("failure") is not None or case.get("status") == "fail":
+            failed.append((name, output))
+        elif case.find("skipped") is not None or case.get("status") in ("notrun", "disabled"):
+            skipped.append((name, output))
+        else:
+            passed.append(name)
+    if not cases:
+        failed.append(("ctest", "no test was run"))
+    return passed, failed, skipped
+
+
+def reason(output):
+    """Why a test was skipped: the line that says so, or what stands after GoogleTest's mark."""
+    match = re.search(r"^(?:SKIPPED|skipped): *(.+)$", output, re.MULTILINE)
+    if not match:
+        match = re.search(r": Skipped\n(.+)$", output, re.MULTILINE)
+    return match.group(1) if match else "no reason given"
+
+
+def main(arguments):
+    if len(arguments) != 2:
+        sys.exit(__doc__)
+    name, path = arguments
+    passed, failed, skipped = read(path)
+    if name == "--counts":
+        print(len(passed), len(failed), len(skipped))
+        return
+    print(f"{name}: {len(passed)} passed, {len(failed)} failed, {len(skipped)} skipped")
+    for test, output in skipped:
+        print(f"  skipped {test}: {reason(output)}")
+    for test, output in failed[:MAX_FAILED_SHOWN]:
+        print(f"  failed {test}:")
+        for line in output.splitlines()[-MAX_OUTPUT_LINES:]:
+            print(f"    {line}")
+    if len(failed) > MAX_FAILED_SHOWN:
+        print("  also failed: " + ", ".join(test for test, _ in failed[MAX_FAILED_SHOWN:]))
+
+
+if __name__ == "__main__":
+    main(sys.argv[1:])
