@@ -1,0 +1,352 @@
+#include "QBX_DriveCageProvider.h"
+
+#include "QBX_Common.h"
+#include "QBX_Frame.h"
+#include "QBX_Records.h"
+
+#include <cinttypes>
+#include <cstdio>
+
+namespace Pegasus
+{
+
+using namespace QBX_Frame;
+using namespace QBX_Records;
+
+static const String ClassName("QBX_DriveCageProvider");
+
+namespace
+{
+
+Array<CIMName> servedClasses()
+{
+    return names({QBX_DRIVE_CAGE, QBX_DRIVE_CAGE_DC1, QBX_DRIVE_CAGE_DC3, QBX_DRIVE_CAGE_DC2});
+}
+
+/// The cage of that name, ready to be acted on.
+api_CageHandle_t findCage(const String& tag, const char* operation)
+{
+    api_CageHandle_t cage = {};
+    const int status =
+        underSemaphore([&] { return api_findCageName_Cached(c_str(tag.getCString()), &cage); });
+    if (status != 0) throw deviceNotFound(ClassName, operation, tag);
+    return cage;
+}
+
+}  // namespace
+
+QBX_DriveCageProvider::QBX_DriveCageProvider(const CIMObjectPath&)
+{
+    throw CIMNotSupportedException(ClassName + " does not support constructor with object path.");
+}
+
+QBX_DriveCageProvider::~QBX_DriveCageProvider() = default;
+
+void QBX_DriveCageProvider::initialize(CIMOMHandle& cimom)
+{
+    _cimom = cimom;
+    _hostAddr = QBX_Common::getSystemHostName(cimom);
+    cimom.disallowProviderUnload();
+    log_message(QBX_LOG_TRACE, "-->QBX_DriveCageProvider::initialize()\n");
+}
+
+void QBX_DriveCageProvider::terminate()
+{
+    delete this;
+}
+
+// ---- Instances ----
+
+void QBX_DriveCageProvider::getInstance(const OperationContext& context, const CIMObjectPath& ref,
+                                        const Boolean includeQualifiers,
+                                        const Boolean includeClassOrigin,
+                                        const CIMPropertyList& propertyList,
+                                        InstanceResponseHandler& handler)
+{
+    log_message(QBX_LOG_TRACE, "--> QBX_DriveCageProvider::getInstance\n");
+    openApi(context, ClassName);
+    requireServedClass(ref.getClassName(), servedClasses(), ClassName);
+    const String tag = requireKey(ref, QBX_KEY_TAG, ClassName);
+    const Array<CIMInstance> cages =
+        _build_instances(ref.getClassName(), includeQualifiers, includeClassOrigin, propertyList);
+    deliverMatch(handler, cages, ref, ClassName, tag);
+    log_message(QBX_LOG_TRACE, "<-- QBX_DriveCageProvider::getInstance\n");
+}
+
+void QBX_DriveCageProvider::enumerateInstances(const OperationContext& context,
+                                               const CIMObjectPath& ref,
+                                               const Boolean includeQualifiers,
+                                               const Boolean includeClassOrigin,
+                                               const CIMPropertyList& propertyList,
+                                               InstanceResponseHandler& handler)
+{
+    log_message(QBX_LOG_TRACE, "--> QBX_DriveCageProvider::enumerateInstances\n");
+    openApi(context, ClassName);
+    requireServedClass(ref.getClassName(), servedClasses(), ClassName);
+    deliver(handler, _build_instances(ref.getClassName(), includeQualifiers, includeClassOrigin,
+                                      propertyList));
+    log_message(QBX_LOG_TRACE, "<-- QBX_DriveCageProvider::enumerateInstances\n");
+}
+
+void QBX_DriveCageProvider::enumerateInstanceNames(const OperationContext& context,
+                                                   const CIMObjectPath& ref,
+                                                   ObjectPathResponseHandler& handler)
+{
+    log_message(QBX_LOG_TRACE, "--> QBX_DriveCageProvider::enumerateInstanceNames\n");
+    openApi(context, ClassName);
+    requireServedClass(ref.getClassName(), servedClasses(), ClassName);
+    deliver(handler, _build_ref(ref.getClassName()));
+    log_message(QBX_LOG_TRACE, "<-- QBX_DriveCageProvider::enumerateInstanceNames\n");
+}
+
+// ---- Modification ----
+
+namespace
+{
+
+/// The names that the client wants changed: all of the instance's properties without a list, else
+/// those of the list that the instance holds.
+Array<CIMName> namesToModify(const CIMInstance& instance, const CIMPropertyList& propertyList)
+{
+    Array<CIMName> result;
+    if (propertyList.isNull()) {
+        for (Uint32 i = 0; i < instance.getPropertyCount(); ++i) {
+            result.append(instance.getProperty(i).getName());
+        }
+        return result;
+    }
+    for (Uint32 i = 0; i < propertyList.size(); ++i) {
+        if (instance.findProperty(propertyList[i]) != PEG_NOT_FOUND) result.append(propertyList[i]);
+    }
+    return result;
+}
+
+/// Throws unless "Location" is what the client wants changed, or it wants nothing changed at all.
+void requireLocationOnly(const CIMInstance& instance, const CIMPropertyList& propertyList)
+{
+    const CIMName location("Location");
+    const Array<CIMName> toModify = namesToModify(instance, propertyList);
+    for (Uint32 i = 0; i < toModify.size(); ++i) {
+        if (toModify[i] != location) {
+            throw CIMInvalidParameterException("Invalid parameter: " + toModify[i].getString());
+        }
+    }
+    const Uint32 asked = propertyList.isNull() ? instance.getPropertyCount() : propertyList.size();
+    if (toModify.size() == 0 && asked != 0) {
+        throw CIMNotSupportedException(ClassName + " does not support modifyInstance.");
+    }
+}
+
+}  // namespace
+
+void QBX_DriveCageProvider::modifyInstance(const OperationContext& context,
+                                           const CIMObjectPath& instanceReference,
+                                           const CIMInstance& instanceObject, const Boolean,
+                                           const CIMPropertyList& propertyList, ResponseHandler&)
+{
+    log_message(QBX_LOG_TRACE, "-->QBX_DriveCageProvider::modifyInstance()\n");
+    openApiFor("modifyinstance", instanceReference.getClassName(), context, ClassName);
+    requireLocationOnly(instanceObject, propertyList);
+    const String tag = QBX_Common::getStringProperty(instanceReference, QBX_KEY_TAG);
+    const api_CageHandle_t cage = findCage(tag, "modifyInstance");
+    const String location = QBX_Common::getStringProperty(instanceObject, "Location");
+    // The array takes the new text outside the semaphore and reports nothing of use.
+    api_setCageLocation(&cage, c_str(location.getCString()));
+    log_message(QBX_LOG_TRACE, "<--QBX_DriveCageProvider::modifyInstance()\n");
+}
+
+void QBX_DriveCageProvider::createInstance(const OperationContext&, const CIMObjectPath&,
+                                           const CIMInstance&, ObjectPathResponseHandler&)
+{
+    throw CIMNotSupportedException(ClassName + " does not support createInstance.");
+}
+
+void QBX_DriveCageProvider::deleteInstance(const OperationContext&, const CIMObjectPath&,
+                                           ResponseHandler&)
+{
+    throw CIMNotSupportedException(ClassName + " does not support deleteInstance.");
+}
+
+// ---- Methods ----
+
+namespace
+{
+
+Sint32 locate(const api_CageHandle_t& cage, const Array<CIMParamValue>& inParameters)
+{
+    Uint16 seconds = 0;
+    QBX_Common::getParameter(inParameters, "LocateTimer", seconds);
+    return underSemaphore([&] { return api_locateCage(&cage, seconds); });
+}
+
+Sint32 upgrade(const api_CageHandle_t& cage, const Array<CIMParamValue>& inParameters)
+{
+    // The messages say "Locate" here; clients know them so.
+    String fileName;
+    if (QBX_Common::getParameter(inParameters, "FileName", fileName) != 0) {
+        throw parameterNotFound(ClassName, "Locate", "FileName");
+    }
+    bool isPortA = true;
+    if (QBX_Common::getParameter(inParameters, "IsPortA", isPortA) != 0) {
+        throw parameterNotFound(ClassName, "Locate", "IsPortA");
+    }
+    return underSemaphore(
+        [&] { return api_upgradeCage(&cage, isPortA, c_str(fileName.getCString())); });
+}
+
+}  // namespace
+
+void QBX_DriveCageProvider::invokeMethod(const OperationContext& context,
+                                         const CIMObjectPath& objectReference,
+                                         const CIMName& methodName,
+                                         const Array<CIMParamValue>& inParameters,
+                                         MethodResultResponseHandler& handler)
+{
+    log_message(QBX_LOG_TRACE,
+                "-->QBX_DriveCageProvider::invokeMethod()\n\t className = %s, methodName = %s\n",
+                c_str(objectReference.getClassName().getString().getCString()),
+                c_str(methodName.getString().getCString()));
+    openApiFor(methodName.getString(), objectReference.getClassName(), context, ClassName);
+    const String tag = QBX_Common::getStringProperty(objectReference, QBX_KEY_TAG);
+    const api_CageHandle_t cage = findCage(tag, "invokeMethod");
+
+    Sint32 result = 0;
+    if (methodName == CIMName("Locate")) {
+        result = locate(cage, inParameters);
+    } else if (methodName == CIMName("Upgrade")) {
+        result = upgrade(cage, inParameters);
+    }
+    deliver(handler, CIMValue(result));
+    log_message(QBX_LOG_TRACE, "<--QBX_DriveCageProvider::invokeMethod()\n");
+}
+
+// ---- From records to CIM ----
+
+CIMName QBX_DriveCageProvider::_getCIMName(jb_type_e type)
+{
+    switch (type) {
+        case JB_JBOD:
+        case JB_KBOD:
+            return CIMName(QBX_DRIVE_CAGE_DC1);
+        case JB_LBOD:
+        case JB_MBOD:
+            return CIMName(QBX_DRIVE_CAGE_DC2);
+        case JB_DC3:
+            return CIMName(QBX_DRIVE_CAGE_DC3);
+        default:
+            return CIMName(QBX_DRIVE_CAGE);
+    }
+}
+
+CIMClass QBX_DriveCageProvider::_getCIMClass(CIMOMHandle cimom, jb_type_e type,
+                                             bool includeQualifiers, bool includeClassOrigin,
+                                             const CIMPropertyList& propertyList)
+{
+    return elementClass(cimom, _getCIMName(type), includeQualifiers, includeClassOrigin,
+                        propertyList);
+}
+
+CIMObjectPath QBX_DriveCageProvider::buildObjectPath(CIMName className, const String& host,
+                                                     const String& tag)
+{
+    return elementPath(className, host, tag);
+}
+
+namespace
+{
+
+/// A world-wide name as 16 upper-case hexadecimal digits.
+String worldWideName(uint64_t wwn)
+{
+    char digits[17];
+    std::snprintf(digits, sizeof(digits), "%016" PRIX64, wwn);
+    return String(digits);
+}
+
+}  // namespace
+
+CIMInstance QBX_DriveCageProvider::buildInstance(CIMClass cimClass, const api_Cage_t& cage,
+                                                 const String& host)
+{
+    const CIMName className = _getCIMName(cage.type);
+    const String tag = text(cage.deviceID);
+    CIMInstance instance = QBX_Common::buildInstanceSkeleton(cimClass);
+    const auto set = [&instance](const char* name, const auto& value) {
+        QBX_Common::setPropertyValue(instance, name, value);
+    };
+
+    set("CreationClassName", className.getString());
+    set("Tag", tag);
+    set("Name", worldWideName(cage.wwn));
+    set("ChassisPackageType", Uint16(22));
+    set("ChassisTypeDescription", String("Drive Cage"));
+    set("MultipleSystemSupport", Uint16(2));
+    set("RackMountable", Uint16(2));
+    set("ElementName", text(cage.elementName));
+    set("Location", text(cage.location));
+    set("CageType", publishedCageType(cage.type));
+    set("CageSubType", Uint16(cage.subType));
+    set("Manufacturer", text(cage.mfg.vendor));
+    set("Model", text(cage.mfg.model));
+    set("SerialNumber", text(cage.mfg.serial));
+    set("Position", Uint16(cage.position));
+    set("LoopSplit", bool(cage.loopSplit));
+    set("ChainPositionLoopA", Uint16(cage.chainPosA));
+    set("ChainPositionLoopB", Uint16(cage.chainPosB));
+    set("LocateON", bool(cage.locateON));
+    _addOperationalStatus(cage, instance);
+
+    switch (cage.type) {
+        case JB_LBOD:
+        case JB_MBOD:
+            set("FirmwareVersion", text(cage.u.lbod.fwVersion));
+            set("FirmwareStatus", Uint16(cage.u.lbod.fwState.actual));
+            set("CPUState", Uint16(cage.u.lbod.cpuState.actual));
+            break;
+        case JB_DC3:
+            set("TempSensorState", Uint16(cage.u.sbod.tempState.actual));
+            set("TempSensorValue", Uint16(cage.u.sbod.tempValue));
+            set("OperatorPanelState", Uint16(cage.u.sbod.opPanelState.actual));
+            set("AudibleAlarmState", Uint16(cage.u.sbod.audAlarmState.actual));
+            set("EnclosureID", Uint16(cage.u.sbod.enclosureID));
+            break;
+        default:
+            set("IsLeftSide", bool(cage.u.kbod.isLeft));
+            set("IsRightSide", bool(cage.u.kbod.isRight));
+            break;
+    }
+
+    instance.setPath(buildObjectPath(className, host, tag));
+    return instance;
+}
+
+void QBX_DriveCageProvider::_addOperationalStatus(const api_Cage_t& cage, CIMInstance& instance)
+{
+    // The array's state codes are those of the CIM value map.
+    const Array<Uint16> status(1, Uint16(cage.cimState));
+    QBX_Common::setPropertyValue(instance, CIMName("OperationalStatus"), status);
+}
+
+Array<CIMObjectPath> QBX_DriveCageProvider::_build_ref(CIMName className)
+{
+    log_message(QBX_LOG_TRACE, "--> QBX_DriveCageProvider::_build_ref\n");
+    const Array<CIMObjectPath> paths = pathsOfClass<QBX_DriveCageProvider>(
+        CageList(api_getCagesNoMfg_Cached), className, _hostAddr);
+    log_message(QBX_LOG_TRACE, "<-- QBX_DriveCageProvider::_build_ref\n");
+    return paths;
+}
+
+Array<CIMInstance> QBX_DriveCageProvider::_build_instances(CIMName className,
+                                                           bool includeQualifiers,
+                                                           bool includeClassOrigin,
+                                                           const CIMPropertyList& propertyList)
+{
+    log_message(QBX_LOG_TRACE, "--> QBX_DriveCageProvider::_build_instances\n");
+    const Array<CIMInstance> instances = instancesOfClass<QBX_DriveCageProvider>(
+        CageList(api_getCages_Cached), className, _cimom, includeQualifiers, includeClassOrigin,
+        propertyList, _hostAddr);
+    log_message(QBX_LOG_TRACE, "<-- QBX_DriveCageProvider::_build_instances\n");
+    return instances;
+}
+
+}  // namespace Pegasus

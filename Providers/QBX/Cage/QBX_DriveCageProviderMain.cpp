@@ -1,0 +1,16 @@
+// The module's one entry point.
+
+#include "QBX_DriveCageProvider.h"
+
+#include <Pegasus/Common/Config.h>
+#include <Pegasus/Provider/CIMProvider.h>
+
+PEGASUS_USING_PEGASUS;
+
+/// Creates the provider of that name (case ignored); null for a name that is none of the module's.
+/// The caller ends the provider through terminate().
+extern "C" PEGASUS_EXPORT CIMProvider* PegasusCreateProvider(const String& name)
+{
+    if (String::equalNoCase(name, "QBX_DriveCageProvider")) return new QBX_DriveCageProvider();
+    return nullptr;
+}

@@ -1,0 +1,620 @@
+#include "QBX_Common.h"
+
+#include "QBX_Frame.h"
+#include "QBX_Records.h"
+
+#include <Pegasus/Client/CIMClient.h>
+
+#include <chrono>
+#include <mutex>
+#include <thread>
+
+namespace Pegasus
+{
+
+using QBX_Frame::c_str;
+
+// ---- Classes and instances ----
+
+CIMClass QBX_Common::getStoredCIMClass(CIMOMHandle& cimom, const OperationContext& context,
+                                       const CIMNamespaceName& nameSpace, const CIMName& className,
+                                       bool localOnly, bool includeQualifiers,
+                                       bool includeClassOrigin, CIMPropertyList propertyList)
+{
+    return cimom.getClass(context, nameSpace, className, localOnly, includeQualifiers,
+                          includeClassOrigin, propertyList);
+}
+
+CIMInstance QBX_Common::buildInstanceSkeleton(CIMClass& cimClass)
+{
+    log_message(QBX_LOG_TRACE, "-->QBX_Common::_buildInstanceSkeleton()\n");
+    CIMInstance instance = cimClass.buildInstance(true, true, CIMPropertyList());
+    log_message(QBX_LOG_TRACE, "<--QBX_Common::_buildInstanceSkeleton()\n");
+    return instance;
+}
+
+namespace
+{
+
+void storeValue(CIMInstance& instance, const CIMName& name, const CIMValue& value)
+{
+    const Uint32 position = instance.findProperty(name);
+    if (position == PEG_NOT_FOUND) return;
+    instance.getProperty(position).setValue(value);
+}
+
+}  // namespace
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const CIMInstance& value)
+{
+    storeValue(instance, name, CIMValue(value));
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const CIMDateTime& value)
+{
+    storeValue(instance, name, CIMValue(value));
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const CIMObjectPath& value)
+{
+    storeValue(instance, name, CIMValue(value));
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name,
+                                  const Array<CIMDateTime>& value)
+{
+    storeValue(instance, name, CIMValue(value));
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Array<bool>& value)
+{
+    storeValue(instance, name, CIMValue(value));
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Array<Uint64>& value)
+{
+    storeValue(instance, name, CIMValue(value));
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Array<Sint32>& value)
+{
+    storeValue(instance, name, CIMValue(value));
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Array<Uint16>& value)
+{
+    storeValue(instance, name, CIMValue(value));
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Array<String>& value)
+{
+    storeValue(instance, name, CIMValue(value));
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Sint16& value)
+{
+    storeValue(instance, name, CIMValue(value));
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Uint64& value)
+{
+    storeValue(instance, name, CIMValue(value));
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Uint32& value)
+{
+    storeValue(instance, name, CIMValue(value));
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Uint16& value)
+{
+    storeValue(instance, name, CIMValue(value));
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Uint8& value)
+{
+    storeValue(instance, name, CIMValue(value));
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const bool& value)
+{
+    storeValue(instance, name, CIMValue(value));
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const String& value)
+{
+    storeValue(instance, name, CIMValue(value));
+}
+
+void QBX_Common::setPropertyValueToNull(CIMInstance& instance, CIMName name, CIMType type)
+{
+    CIMValue null;
+    null.setNullValue(type, false, 0);
+    storeValue(instance, name, null);
+}
+
+// ---- Reading requests ----
+
+String QBX_Common::getStringProperty(const CIMObjectPath& path, const String& keyName)
+{
+    String value;
+    log_message(QBX_LOG_TRACE, "-->QBX_Common::getStringProperty(), propertyName = %s\n",
+                c_str(keyName.getCString()));
+    const CIMName wanted(keyName);
+    const Array<CIMKeyBinding> keys = path.getKeyBindings();
+    for (Uint32 i = 0; i < keys.size(); ++i) {
+        if (keys[i].getName() == wanted) value = keys[i].getValue();
+    }
+    log_message(QBX_LOG_TRACE, "<--QBX_Common::getStringProperty(), value = %s\n",
+                c_str(value.getCString()));
+    return value;
+}
+
+String QBX_Common::getStringProperty(const CIMInstance& instance, const String& propertyName)
+{
+    String value;
+    log_message(QBX_LOG_TRACE, "-->QBX_Common::getStringProperty(), propertyName = %s\n",
+                c_str(propertyName.getCString()));
+    if (propertyName.size() == 0 || instance.isUninitialized()) {
+        log_message(QBX_LOG_REJECTED, "\tInvalid property name.\n");
+        return value;
+    }
+    const Uint32 position = instance.findProperty(propertyName);
+    if (position != PEG_NOT_FOUND) instance.getProperty(position).getValue().get(value);
+    log_message(QBX_LOG_TRACE, "<--QBX_Common::getStringProperty(), value = %s\n",
+                c_str(value.getCString()));
+    return value;
+}
+
+namespace
+{
+
+template <class Value>
+int readParameter(const Array<CIMParamValue>& parameters, const String& name, Value& out)
+{
+    constexpr int READ = 0;
+    constexpr int MISSING = 3;
+    constexpr int NULL_SEEN = 4;
+
+    int result = READ;
+    for (Uint32 i = 0; i < parameters.size(); ++i) {
+        if (!String::equalNoCase(parameters[i].getParameterName(), name)) continue;
+        const CIMValue value = parameters[i].getValue();
+        if (!value.isNull()) {
+            value.get(out);
+            return result;
+        }
+        result = NULL_SEEN;
+    }
+    return MISSING;
+}
+
+}  // namespace
+
+int QBX_Common::getParameter(const Array<CIMParamValue>& parameters, const String& name,
+                             Uint16& out)
+{
+    log_message(QBX_LOG_TRACE, "-->QBX_Common::getParameter(Uint16), paramName = %s\n",
+                c_str(name.getCString()));
+    const int result = readParameter(parameters, name, out);
+    log_message(QBX_LOG_TRACE, "<--QBX_Common::getParameter(Uint16), paramValue = %d\n", out);
+    return result;
+}
+
+int QBX_Common::getParameter(const Array<CIMParamValue>& parameters, const String& name, bool& out)
+{
+    log_message(QBX_LOG_TRACE, "-->QBX_Common::getParameter(Boolean), paramName = %s\n",
+                c_str(name.getCString()));
+    const int result = readParameter(parameters, name, out);
+    log_message(QBX_LOG_TRACE, "<--QBX_Common::getParameter(Boolean), paramValue = %d\n", out);
+    return result;
+}
+
+int QBX_Common::getParameter(const Array<CIMParamValue>& parameters, const String& name,
+                             Uint32& out)
+{
+    log_message(QBX_LOG_TRACE, "-->QBX_Common::getParameter(Uint32), paramName = %s\n",
+                c_str(name.getCString()));
+    const int result = readParameter(parameters, name, out);
+    log_message(QBX_LOG_TRACE, "<--QBX_Common::getParameter(Uint32), paramValue = %d\n", out);
+    return result;
+}
+
+int QBX_Common::getParameter(const Array<CIMParamValue>& parameters, const String& name,
+                             Uint64& out)
+{
+    log_message(QBX_LOG_TRACE, "-->QBX_Common::getParameter(Uint64), paramName = %s\n",
+                c_str(name.getCString()));
+    const int result = readParameter(parameters, name, out);
+    log_message(QBX_LOG_TRACE, "<--QBX_Common::getParameter(Uint64), paramValue = %llu\n", out);
+    return result;
+}
+
+int QBX_Common::getParameter(const Array<CIMParamValue>& parameters, const String& name,
+                             String& out)
+{
+    log_message(QBX_LOG_TRACE, "-->QBX_Common::getParameter(String), paramName = %s\n",
+                c_str(name.getCString()));
+    const int result = readParameter(parameters, name, out);
+    log_message(QBX_LOG_TRACE, "<--QBX_Common::getParameter(String), paramValue = %s\n",
+                c_str(out.getCString()));
+    return result;
+}
+
+int QBX_Common::getParameter(const Array<CIMParamValue>& parameters, const String& name, Uint8& out)
+{
+    log_message(QBX_LOG_TRACE, "-->QBX_Common::getParameter(Uint8), paramName = %s\n",
+                c_str(name.getCString()));
+    const int result = readParameter(parameters, name, out);
+    log_message(QBX_LOG_TRACE, "<--QBX_Common::getParameter(Uint8), paramValue = %d\n", out);
+    return result;
+}
+
+int QBX_Common::getParameter(const Array<CIMParamValue>& parameters, const String& name,
+                             CIMDateTime& out)
+{
+    log_message(QBX_LOG_TRACE, "-->QBX_Common::getParameter(CIMDateTime), paramName = %s\n",
+                c_str(name.getCString()));
+    const int result = readParameter(parameters, name, out);
+    log_message(QBX_LOG_TRACE, "<--QBX_Common::getParameter(CIMDateTime), paramValue = %s\n",
+                c_str(out.toString().getCString()));
+    return result;
+}
+
+int QBX_Common::getParameter(const Array<CIMParamValue>& parameters, const String& name,
+                             CIMObjectPath& out)
+{
+    log_message(QBX_LOG_TRACE, "-->QBX_Common::getParameter(CIMObjectPath), paramName = %s\n",
+                c_str(name.getCString()));
+    const int result = readParameter(parameters, name, out);
+    log_message(QBX_LOG_TRACE, "<--QBX_Common::getParameter(CIMObjectPath), paramValue = %s\n",
+                c_str(out.toString().getCString()));
+    return result;
+}
+
+int QBX_Common::getParameter(const Array<CIMParamValue>& parameters, const String& name,
+                             Array<String>& out)
+{
+    log_message(QBX_LOG_TRACE, "-->QBX_Common::getParameter(Array<String>), paramName = %s\n",
+                c_str(name.getCString()));
+    const int result = readParameter(parameters, name, out);
+    log_message(QBX_LOG_TRACE, "<--QBX_Common::getParameter(Array<String>)");
+    return result;
+}
+
+int QBX_Common::getParameter(const Array<CIMParamValue>& parameters, const String& name,
+                             Array<Uint16>& out)
+{
+    log_message(QBX_LOG_TRACE, "-->QBX_Common::getParameter(Array<Uint16>), paramName = %s\n",
+                c_str(name.getCString()));
+    const int result = readParameter(parameters, name, out);
+    log_message(QBX_LOG_TRACE, "<--QBX_Common::getParameter(Array<Uint16>)\n");
+    return result;
+}
+
+// ---- Identity of the storage system ----
+
+api_StorageArray_t QBX_Common::initSystemInfo()
+{
+    static std::mutex cacheLock;  // guards the two below, never held during the query
+    static api_StorageArray_t storageSystem;
+    static bool is_initok = false;
+
+    std::unique_lock<std::mutex> lock(cacheLock);
+    if (is_initok) return storageSystem;
+
+    api_StorageArray_t record = storageSystem;
+    lock.unlock();
+    const bool delivered = api_getStorageArray(&record) == 0;
+    if (!delivered) {
+        log_message(QBX_LOG_FAILURE, "QBX_Common::initSystemInfo: getStorageArray failed\n");
+    }
+    lock.lock();
+    if (!is_initok) {
+        storageSystem = record;
+        is_initok = delivered && record.elementName[0] != '\0' && record.name[0] != '\0';
+    }
+    return storageSystem;
+}
+
+String QBX_Common::getSystemHostName(CIMOMHandle&)
+{
+    return QBX_Records::text(initSystemInfo().elementName);
+}
+
+String QBX_Common::getSystemName(CIMOMHandle&)
+{
+    return QBX_Records::text(initSystemInfo().name);
+}
+
+bool QBX_Common::isQuadPortSystem(CIMOMHandle&)
+{
+    return initSystemInfo().isQuadPort != 0;
+}
+
+String QBX_Common::getSystemAddress()
+{
+    constexpr int TRIES = 5;
+    char address[256] = "";
+    for (int attempt = 0; attempt < TRIES; ++attempt) {
+        QBX_Records::underSemaphore([&] { return api_getNodeIPaddress(address, sizeof(address)); });
+        if (address[0] != '\0') break;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return QBX_Records::text(address);
+}
+
+namespace
+{
+
+/// Where one system-level object is looked for and what is written when it cannot be found.
+struct SystemObject
+{
+    const char* className;
+    const char* clientError;
+    const char* clientUnknownError;
+    const char* cimomError;
+    const char* cimomUnknownError;
+    const char* notFound;
+};
+
+constexpr SystemObject SYSTEM_PACKAGE = {
+    QBX_SYSTEM_PACKAGE,
+    "QBX_Common::getSystemPkgObjectPath: %s. Trying via cimom.\n",
+    "QBX_Common::getSystemPkgObjectPath: Unknow exception! Trying via cimom\n",
+    "QBX_Common::getSystemPkgObjectPath: %s.\n",
+    "QBX_Common::getSystemPkgObjectPath: Unknow exception in cimom!\n",
+    "cannot get at system pkg object path\n"};
+
+constexpr SystemObject SYSTEM = {
+    QBX_STORAGE_SYSTEM,
+    "QBX_Common::getSystemObjectPath: %s. Trying via cimom.\n",
+    "QBX_Common::getSystemObjectPath: Unknow exception! Trying via cimom\n",
+    "QBX_Common::getSystemObjectPath: %s.\n",
+    "QBX_Common::getSystemObjectPath: Unknow exception in cimom!\n",
+    "cannot get at system object path\n"};
+
+constexpr SystemObject SYSTEM_VIEW = {
+    QBX_STORAGE_SYSTEM_VIEW,
+    "QBX_Common::getSystemViewObjectPath: %s. Trying via cimom.\n",
+    "QBX_Common::getSystemViewObjectPath: Unknow exception! Trying via cimom\n",
+    "QBX_Common::getSystemViewObjectPath: %s.\n",
+    "QBX_Common::getSystemViewObjectPath: Unknow exception in cimom!\n",
+    "cannot get at system view object path\n"};
+
+/// Runs one way of asking for the names. False, with the failure logged, when it threw.
+template <class Ask>
+bool askForNames(Ask&& ask, const char* error, const char* unknownError)
+{
+    try {
+        ask();
+        return true;
+    } catch (const Exception& exception) {
+        log_message(QBX_LOG_FAILURE, error, c_str(exception.getMessage().getCString()));
+    } catch (...) {
+        // The text is complete in itself; it goes out as an argument because it is no literal.
+        log_message(QBX_LOG_FAILURE, "%s", unknownError);
+    }
+    return false;
+}
+
+Array<CIMObjectPath> findSystemObjects(CIMOMHandle& cimom, const SystemObject& object)
+{
+    Array<CIMObjectPath> names;
+    const bool answered = askForNames(
+        [&] {
+            names = QBX_Common::enumerateInstanceNames(CIMNamespaceName(QBX_NAMESPACE),
+                                                       CIMName(object.className));
+        },
+        object.clientError, object.clientUnknownError);
+    if (answered) return names;
+    askForNames(
+        [&] {
+            names = cimom.enumerateInstanceNames(
+                OperationContext(), CIMNamespaceName(QBX_NAMESPACE), CIMName(object.className));
+        },
+        object.cimomError, object.cimomUnknownError);
+    return names;
+}
+
+CIMObjectPath findSystemObject(CIMOMHandle& cimom, const SystemObject& object)
+{
+    const Array<CIMObjectPath> names = findSystemObjects(cimom, object);
+    try {
+        if (names.size() != 0) {
+            CIMObjectPath path = names[0];
+            path.setHost(QBX_Common::getSystemHostName(cimom));
+            path.setNameSpace(CIMNamespaceName(QBX_NAMESPACE));
+            return path;
+        }
+    } catch (const Exception&) {
+        // A host name that cannot stand in a path: as good as no path.
+    }
+    log_message(QBX_LOG_FAILURE, "%s", object.notFound);
+    return CIMObjectPath();
+}
+
+}  // namespace
+
+CIMObjectPath QBX_Common::getSystemPkgObjectPath(CIMOMHandle& cimom)
+{
+    return findSystemObject(cimom, SYSTEM_PACKAGE);
+}
+
+CIMObjectPath QBX_Common::getSystemObjectPath(CIMOMHandle& cimom)
+{
+    log_message(QBX_LOG_TRACE, "-->QBX_Common::getSystemObjectPath()\n");
+    const CIMObjectPath path = findSystemObject(cimom, SYSTEM);
+    log_message(QBX_LOG_TRACE, "<--QBX_Common::getSystemObjectPath()\n");
+    return path;
+}
+
+CIMObjectPath QBX_Common::getSystemViewObjectPath(CIMOMHandle& cimom)
+{
+    log_message(QBX_LOG_TRACE, "-->QBX_Common::getSystemViewObjectPath()\n");
+    const CIMObjectPath path = findSystemObject(cimom, SYSTEM_VIEW);
+    log_message(QBX_LOG_TRACE, "<--QBX_Common::getSystemViewObjectPath()\n");
+    return path;
+}
+
+Array<CIMObjectPath> QBX_Common::enumerateInstanceNames(const CIMNamespaceName& nameSpace,
+                                                        const CIMName& className)
+{
+    log_message(QBX_LOG_TRACE, "-->QBX_Common::enumerateInstanceNames()\n");
+    CIMClient client;
+    client.connectLocal();
+    const Array<CIMObjectPath> names = client.enumerateInstanceNames(nameSpace, className);
+    client.disconnect();
+    log_message(QBX_LOG_TRACE, "<--QBX_Common::enumerateInstanceNames()\n");
+    return names;
+}
+
+// ---- Object paths and associations ----
+
+bool QBX_Common::isPartOfArray(const CIMName& name, const Array<CIMName>& names)
+{
+    for (Uint32 i = 0; i < names.size(); ++i) {
+        if (names[i] == name) return true;
+    }
+    return false;
+}
+
+namespace
+{
+
+/// The binding as a reference without a host when its text reads as an object path; otherwise
+/// the binding as it is.
+CIMKeyBinding withoutHost(const CIMKeyBinding& key)
+{
+    if (key.getType() != CIMKeyBinding::REFERENCE && key.getType() != CIMKeyBinding::STRING)
+        return key;
+    try {
+        const CIMObjectPath read(key.getValue());
+        const CIMObjectPath bare(String(), read.getNameSpace(), read.getClassName(),
+                                 read.getKeyBindings());
+        return CIMKeyBinding(key.getName(), bare.toString(), CIMKeyBinding::REFERENCE);
+    } catch (...) {
+        return key;
+    }
+}
+
+CIMObjectPath withoutHosts(const CIMObjectPath& path)
+{
+    const Array<CIMKeyBinding> given = path.getKeyBindings();
+    Array<CIMKeyBinding> keys;
+    for (Uint32 i = 0; i < given.size(); ++i)
+        keys.append(withoutHost(given[i]));
+    return CIMObjectPath(String(), path.getNameSpace(), path.getClassName(), keys);
+}
+
+}  // namespace
+
+bool QBX_Common::matchObjectPath(const CIMObjectPath& first, const CIMObjectPath& second)
+{
+    try {
+        return withoutHosts(first).identical(withoutHosts(second));
+    } catch (const Exception&) {
+        return false;  // a reference key that is no object path denotes nothing
+    }
+}
+
+namespace
+{
+
+/// One end of an association: the role, and the object as the association refers to it.
+struct AssocEnd
+{
+    AssocEnd(const String& roleName, const CIMObjectPath& object, const String& host)
+        : role(roleName), path(object)
+    {
+        path.setHost(host);
+    }
+    CIMName role;
+    CIMObjectPath path;
+};
+
+template <class... Ends>
+CIMObjectPath assocPath(const CIMName& assocClass, const String& host, const String& nameSpace,
+                        const Ends&... ends)
+{
+    CIMObjectPath path(host, CIMNamespaceName(nameSpace), assocClass);
+    Array<CIMKeyBinding> keys;
+    (keys.append(CIMKeyBinding(ends.role, ends.path.toString(), CIMKeyBinding::REFERENCE)), ...);
+    path.setKeyBindings(keys);
+    return path;
+}
+
+template <class... Ends>
+CIMInstance assocInstance(CIMClass& cimClass, const CIMObjectPath& path, const Ends&... ends)
+{
+    CIMInstance instance = QBX_Common::buildInstanceSkeleton(cimClass);
+    (QBX_Common::setPropertyValue(instance, ends.role, ends.path), ...);
+    instance.setPath(path);
+    return instance;
+}
+
+}  // namespace
+
+CIMObjectPath QBX_Common::buildAssocPath(const CIMName& assocClass, const String& firstRole,
+                                         const String& secondRole, const CIMObjectPath& first,
+                                         const CIMObjectPath& second, const String& host,
+                                         String nameSpace)
+{
+    return buildAssocPath(assocClass, firstRole, secondRole, first, second, host, host, host,
+                          nameSpace);
+}
+
+CIMObjectPath QBX_Common::buildAssocPath(const CIMName& assocClass, const String& firstRole,
+                                         const String& secondRole, const CIMObjectPath& first,
+                                         const CIMObjectPath& second, const String& host,
+                                         const String& firstHost, const String& secondHost,
+                                         String nameSpace)
+{
+    return assocPath(assocClass, host, nameSpace, AssocEnd(firstRole, first, firstHost),
+                     AssocEnd(secondRole, second, secondHost));
+}
+
+CIMObjectPath QBX_Common::buildAssocPath(const CIMName& assocClass, const String& firstRole,
+                                         const String& secondRole, const String& thirdRole,
+                                         const CIMObjectPath& first, const CIMObjectPath& second,
+                                         const CIMObjectPath& third, const String& host,
+                                         String nameSpace)
+{
+    return assocPath(assocClass, host, nameSpace, AssocEnd(firstRole, first, host),
+                     AssocEnd(secondRole, second, host), AssocEnd(thirdRole, third, host));
+}
+
+CIMInstance QBX_Common::buildAssocInstance(const CIMName& assocClass, const String& firstRole,
+                                           const String& secondRole, const CIMObjectPath& first,
+                                           const CIMObjectPath& second, CIMClass& cimClass,
+                                           const String& host, String nameSpace)
+{
+    return buildAssocInstance(assocClass, firstRole, secondRole, first, second, cimClass, host,
+                              host, host, nameSpace);
+}
+
+CIMInstance QBX_Common::buildAssocInstance(const CIMName& assocClass, const String& firstRole,
+                                           const String& secondRole, const CIMObjectPath& first,
+                                           const CIMObjectPath& second, CIMClass& cimClass,
+                                           const String& host, const String& firstHost,
+                                           const String& secondHost, String nameSpace)
+{
+    const CIMObjectPath path = buildAssocPath(assocClass, firstRole, secondRole, first, second,
+                                              host, firstHost, secondHost, nameSpace);
+    return assocInstance(cimClass, path, AssocEnd(firstRole, first, firstHost),
+                         AssocEnd(secondRole, second, secondHost));
+}
+
+CIMInstance QBX_Common::buildAssocInstance(const CIMName& assocClass, const String& firstRole,
+                                           const String& secondRole, const String& thirdRole,
+                                           const CIMObjectPath& first, const CIMObjectPath& second,
+                                           const CIMObjectPath& third, CIMClass& cimClass,
+                                           const String& host, String nameSpace)
+{
+    const CIMObjectPath path = buildAssocPath(assocClass, firstRole, secondRole, thirdRole, first,
+                                              second, third, host, nameSpace);
+    return assocInstance(cimClass, path, AssocEnd(firstRole, first, host),
+                         AssocEnd(secondRole, second, host), AssocEnd(thirdRole, third, host));
+}
+
+}  // namespace Pegasus

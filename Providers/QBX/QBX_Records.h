@@ -1,0 +1,108 @@
+// Reading the records of the Storage-system API: the semaphore, the record lists, the text fields.
+#ifndef QBX_Records_h
+#define QBX_Records_h
+
+#include <Pegasus/Common/String.h>
+
+#include <qbxapi.h>
+
+#include <cstddef>
+#include <cstdlib>
+
+namespace Pegasus
+{
+namespace QBX_Records
+{
+
+/// Makes one API call under the API's process-wide semaphore and returns its status. When the
+/// semaphore cannot be had the call is not made and the wait's own code is returned. The semaphore
+/// is released on every way out of the call.
+template <class Call>
+int underSemaphore(Call&& call)
+{
+    const int waited = cim_sem_wait();
+    if (waited != 0) return waited;
+    struct Release
+    {
+        ~Release() { cim_sem_post(); }
+    } release;
+    return call();
+}
+
+/// The records that one list query of the API delivered: queried under the semaphore on
+/// construction, freed on destruction. A failed query reads as an empty list.
+///   `Records` is the member of `List` that points to the records.
+template <class List, class Record, Record* List::*Records>
+class RecordList
+{
+public:
+    using Query = int (*)(int, List*);
+
+    explicit RecordList(Query query) : _status(underSemaphore([&] { return query(0, &_list); })) {}
+    ~RecordList() { std::free(_list.*Records); }
+    RecordList(const RecordList&) = delete;
+    RecordList& operator=(const RecordList&) = delete;
+
+    const Record* begin() const { return _list.*Records; }
+    const Record* end() const { return begin() + size(); }
+
+private:
+    std::size_t size() const { return _status == 0 && begin() != nullptr ? _list.count : 0; }
+
+    List _list = {};
+    int _status;
+};
+
+using CageList = RecordList<api_CageList_t, api_Cage_t, &api_CageList_t::cages>;
+using CagePSList = RecordList<api_CagePSList_t, api_CagePS_t, &api_CagePSList_t::cages>;
+using MagazineList = RecordList<api_MagazineList_t, api_Magazine_t, &api_MagazineList_t::mags>;
+using FCALList = RecordList<api_FCALList_t, api_FCAL_t, &api_FCALList_t::fcals>;
+
+/// The text of at most `size` bytes up to the first NUL. A byte that is not part of valid UTF-8
+/// reads as U+FFFD, because one bad record must not hide the rest of the array.
+String text(const char* bytes, std::size_t size);
+
+/// The text of a record's fixed field; a full field may lack its terminator.
+template <std::size_t N>
+String text(const char (&field)[N])
+{
+    return text(field, N);
+}
+
+/// The cage type that clients see: JB_JBOD is published under the number of JB_KBOD.
+inline Uint16 publishedCageType(jb_type_e type)
+{
+    return static_cast<Uint16>(type == JB_JBOD ? JB_KBOD : type);
+}
+
+// What the records of a cage's elements have in common, under one name each.
+inline jb_type_e cageType(const api_Cage_t& cage)
+{
+    return cage.type;
+}
+inline jb_type_e cageType(const api_Magazine_t& magazine)
+{
+    return magazine.cageType;
+}
+inline jb_type_e cageType(const api_FCAL_t& card)
+{
+    return card.cageType;
+}
+/// False for a magazine slot that holds no magazine; its record counts nowhere.
+inline bool isPresent(const api_Cage_t&)
+{
+    return true;
+}
+inline bool isPresent(const api_Magazine_t& magazine)
+{
+    return !magazine.isAbsent;
+}
+inline bool isPresent(const api_FCAL_t&)
+{
+    return true;
+}
+
+}  // namespace QBX_Records
+}  // namespace Pegasus
+
+#endif
