@@ -1,0 +1,37 @@
+// Providers of associations.
+#pragma once
+
+#include <Pegasus/Provider/CIMProvider.h>
+
+namespace Pegasus
+{
+
+/// Answers which objects an object is associated with. Role, result role and result class are for
+/// the provider to check; an empty role and a null class name do not restrict.
+class PEGASUS_PROVIDER_LINKAGE CIMAssociationProvider : public virtual CIMProvider
+{
+public:
+    CIMAssociationProvider();
+    virtual ~CIMAssociationProvider();
+
+    virtual void associators(const OperationContext& context, const CIMObjectPath& objectName,
+                             const CIMName& associationClass, const CIMName& resultClass,
+                             const String& role, const String& resultRole,
+                             const Boolean includeQualifiers, const Boolean includeClassOrigin,
+                             const CIMPropertyList& propertyList,
+                             ObjectResponseHandler& handler) = 0;
+    virtual void associatorNames(const OperationContext& context, const CIMObjectPath& objectName,
+                                 const CIMName& associationClass, const CIMName& resultClass,
+                                 const String& role, const String& resultRole,
+                                 ObjectPathResponseHandler& handler) = 0;
+    virtual void references(const OperationContext& context, const CIMObjectPath& objectName,
+                            const CIMName& resultClass, const String& role,
+                            const Boolean includeQualifiers, const Boolean includeClassOrigin,
+                            const CIMPropertyList& propertyList,
+                            ObjectResponseHandler& handler) = 0;
+    virtual void referenceNames(const OperationContext& context, const CIMObjectPath& objectName,
+                                const CIMName& resultClass, const String& role,
+                                ObjectPathResponseHandler& handler) = 0;
+};
+
+}  // namespace Pegasus
