@@ -172,11 +172,7 @@ namespace
 template <class Value>
 int readParameter(const Array<CIMParamValue>& parameters, const String& name, Value& out)
 {
-    constexpr int READ = 0;
-    constexpr int MISSING = 3;
-    constexpr int NULL_SEEN = 4;
-
-    int result = READ;
+    int result = QBX_PARAMETER_READ;
     for (Uint32 i = 0; i < parameters.size(); ++i) {
         if (!String::equalNoCase(parameters[i].getParameterName(), name)) continue;
         const CIMValue value = parameters[i].getValue();
@@ -184,9 +180,9 @@ int readParameter(const Array<CIMParamValue>& parameters, const String& name, Va
             value.get(out);
             return result;
         }
-        result = NULL_SEEN;
+        result = QBX_PARAMETER_READ_AFTER_NULL;
     }
-    return MISSING;
+    return QBX_PARAMETER_MISSING;
 }
 
 }  // namespace

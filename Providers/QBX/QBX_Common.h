@@ -78,8 +78,10 @@ public:
     static String getStringProperty(const CIMInstance& instance, const String& propertyName);
 
     /// Each form reads the method parameter of that name (case ignored) into `out`.
-    /// Returns 0 when it was read; 3 when it is missing or has only null values (`out` is
-    /// unchanged); 4 when it was read, but a null value of the same name stood before it.
+    /// Returns QBX_PARAMETER_READ (0) when it was read; QBX_PARAMETER_MISSING (3) when it is
+    /// missing or has only null values (`out` is unchanged); QBX_PARAMETER_READ_AFTER_NULL (4) when
+    /// it was read, but a null value of the same name stood before it: "not 0" for a caller that
+    /// requires the parameter, a value like any other for a caller that has a default.
     /// TypeMismatchException when the value is of another type.
     static int getParameter(const Array<CIMParamValue>&, const String& name, Uint16& out);
     static int getParameter(const Array<CIMParamValue>&, const String& name, bool& out);

@@ -13,6 +13,11 @@ constexpr int QBX_LOG_FAILURE = 2;   ///< something failed that is worth reporti
 constexpr int QBX_LOG_REJECTED = 3;  ///< an input was rejected
 constexpr int QBX_LOG_TRACE = 4;     ///< an operation began or ended
 
+// What QBX_Common::getParameter() returns.
+constexpr int QBX_PARAMETER_READ = 0;             ///< read
+constexpr int QBX_PARAMETER_MISSING = 3;          ///< absent, or only null values
+constexpr int QBX_PARAMETER_READ_AFTER_NULL = 4;  ///< read, but a null value stood before it
+
 // Element classes.
 constexpr char QBX_DRIVE_CAGE[] = "QBX_DriveCage";
 constexpr char QBX_DRIVE_CAGE_DC1[] = "QBX_DriveCageDC1Family";

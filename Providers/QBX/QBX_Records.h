@@ -80,6 +80,10 @@ inline jb_type_e cageType(const api_Cage_t& cage)
 {
     return cage.type;
 }
+inline jb_type_e cageType(const api_CagePS_t& cage)
+{
+    return cage.type;
+}
 inline jb_type_e cageType(const api_Magazine_t& magazine)
 {
     return magazine.cageType;
@@ -100,6 +104,48 @@ inline bool isPresent(const api_Magazine_t& magazine)
 inline bool isPresent(const api_FCAL_t&)
 {
     return true;
+}
+
+/// The name of a cage, by either list.
+inline String cageName(const api_Cage_t& cage)
+{
+    return text(cage.deviceID);
+}
+inline String cageName(const api_CagePS_t& cage)
+{
+    return text(cage.name);
+}
+
+/// True for the cage types that carry sensors.
+inline bool carriesSensors(jb_type_e type)
+{
+    return type == JB_LBOD || type == JB_MBOD;
+}
+
+/// Calls `visit(sensor, index)` for each sensor of a cage that is not empty, in order, until it
+/// returns false; the index counts the empty places too. The count is the array's word and is not
+/// clamped. Returns false when `visit` ended the walk.
+template <class Visit>
+bool forEachSensor(const api_sensor_t* sensors, unsigned int count, Visit&& visit)
+{
+    for (unsigned int i = 0; i < count; ++i) {
+        const api_sensor_t& sensor = sensors[i];
+        if (sensor.reading == 0 && sensor.limit_low == 0 && sensor.limit_high == 0) continue;
+        if (!visit(sensor, i)) return false;
+    }
+    return true;
+}
+
+template <class Visit>
+bool forEachSensor(const api_Cage_t& cage, Visit&& visit)
+{
+    return forEachSensor(cage.u.lbod.sensors, cage.u.lbod.sensCount, visit);
+}
+
+template <class Visit>
+bool forEachSensor(const api_CagePS_t& cage, Visit&& visit)
+{
+    return forEachSensor(cage.sensors, cage.sensCount, visit);
 }
 
 }  // namespace QBX_Records

@@ -183,11 +183,11 @@ Sint32 upgrade(const api_CageHandle_t& cage, const Array<CIMParamValue>& inParam
 {
     // The messages say "Locate" here; clients know them so.
     String fileName;
-    if (QBX_Common::getParameter(inParameters, "FileName", fileName) != 0) {
+    if (QBX_Common::getParameter(inParameters, "FileName", fileName) != QBX_PARAMETER_READ) {
         throw parameterNotFound(ClassName, "Locate", "FileName");
     }
     bool isPortA = true;
-    if (QBX_Common::getParameter(inParameters, "IsPortA", isPortA) != 0) {
+    if (QBX_Common::getParameter(inParameters, "IsPortA", isPortA) != QBX_PARAMETER_READ) {
         throw parameterNotFound(ClassName, "Locate", "IsPortA");
     }
     return underSemaphore(
