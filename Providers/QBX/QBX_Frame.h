@@ -27,6 +27,19 @@ inline const char* c_str(const CString& text)
     return text;
 }
 
+/// The lines that an operation writes as it begins and as it ends.
+struct Traces
+{
+    const char* entry;
+    const char* exit;
+};
+
+/// Writes a line without arguments at trace level.
+inline void trace(const char* line)
+{
+    log_message(QBX_LOG_TRACE, "%s", line);
+}
+
 /// An array of names, in the order given.
 Array<CIMName> names(std::initializer_list<const char*> texts);
 
@@ -75,6 +88,42 @@ Uint32 findMatch(const Array<CIMInstance>& instances, const CIMObjectPath& path)
 /// `identifier`, when there is none.
 void deliverMatch(InstanceResponseHandler& handler, const Array<CIMInstance>& instances,
                   const CIMObjectPath& path, const String& provider, const String& identifier);
+
+/// A provider of elements: its name, the classes it serves in the order they are tested, and the
+/// key that tells its elements apart.
+struct Elements
+{
+    const String& provider;
+    Array<CIMName> classes;
+    const char* key;
+};
+
+/// enumerateInstances or enumerateInstanceNames of a provider of elements; `build` returns all
+/// results of the requested class.
+template <class Handler, class Build>
+void enumerateElements(const Traces& traces, const Elements& elements,
+                       const OperationContext& context, const CIMObjectPath& ref, Handler& handler,
+                       Build&& build)
+{
+    trace(traces.entry);
+    openApi(context, elements.provider);
+    requireServedClass(ref.getClassName(), elements.classes, elements.provider);
+    deliver(handler, build());
+    trace(traces.exit);
+}
+
+/// getInstance of a provider of elements; `build` returns all instances of the requested class.
+template <class Build>
+void getElement(const Traces& traces, const Elements& elements, const OperationContext& context,
+                const CIMObjectPath& ref, InstanceResponseHandler& handler, Build&& build)
+{
+    trace(traces.entry);
+    openApi(context, elements.provider);
+    requireServedClass(ref.getClassName(), elements.classes, elements.provider);
+    const String identifier = requireKey(ref, elements.key, elements.provider);
+    deliverMatch(handler, build(), ref, elements.provider, identifier);
+    trace(traces.exit);
+}
 
 /// The path of an element that is identified by "CreationClassName" and "Tag".
 CIMObjectPath elementPath(const CIMName& className, const String& host, const String& tag);

@@ -17,9 +17,9 @@ static const String ClassName("QBX_CageSensorProvider");
 namespace
 {
 
-Array<CIMName> servedClasses()
+Elements elements()
 {
-    return names({QBX_CAGE_SENSOR});
+    return {ClassName, names({QBX_CAGE_SENSOR}), QBX_KEY_DEVICE_ID};
 }
 
 }  // namespace
@@ -54,14 +54,10 @@ void QBX_CageSensorProvider::getInstance(const OperationContext& context, const 
                                          const CIMPropertyList& propertyList,
                                          InstanceResponseHandler& handler)
 {
-    log_message(QBX_LOG_TRACE, "--> QBX_CageSensorProvider::getInstance\n");
-    openApi(context, ClassName);
-    requireServedClass(ref.getClassName(), servedClasses(), ClassName);
-    const String deviceID = requireKey(ref, QBX_KEY_DEVICE_ID, ClassName);
-    const Array<CIMInstance> sensors =
-        _build_instances(includeQualifiers, includeClassOrigin, propertyList);
-    deliverMatch(handler, sensors, ref, ClassName, deviceID);
-    log_message(QBX_LOG_TRACE, "<-- QBX_CageSensorProvider::getInstance\n");
+    getElement(
+        {"--> QBX_CageSensorProvider::getInstance\n", "<-- QBX_CageSensorProvider::getInstance\n"},
+        elements(), context, ref, handler,
+        [&] { return _build_instances(includeQualifiers, includeClassOrigin, propertyList); });
 }
 
 void QBX_CageSensorProvider::enumerateInstances(const OperationContext& context,
@@ -71,22 +67,20 @@ void QBX_CageSensorProvider::enumerateInstances(const OperationContext& context,
                                                 const CIMPropertyList& propertyList,
                                                 InstanceResponseHandler& handler)
 {
-    log_message(QBX_LOG_TRACE, "--> QBX_CageSensorProvider::enumerateInstances\n");
-    openApi(context, ClassName);
-    requireServedClass(ref.getClassName(), servedClasses(), ClassName);
-    deliver(handler, _build_instances(includeQualifiers, includeClassOrigin, propertyList));
-    log_message(QBX_LOG_TRACE, "<-- QBX_CageSensorProvider::enumerateInstances\n");
+    enumerateElements(
+        {"--> QBX_CageSensorProvider::enumerateInstances\n",
+         "<-- QBX_CageSensorProvider::enumerateInstances\n"},
+        elements(), context, ref, handler,
+        [&] { return _build_instances(includeQualifiers, includeClassOrigin, propertyList); });
 }
 
 void QBX_CageSensorProvider::enumerateInstanceNames(const OperationContext& context,
                                                     const CIMObjectPath& ref,
                                                     ObjectPathResponseHandler& handler)
 {
-    log_message(QBX_LOG_TRACE, "--> QBX_CageSensorProvider::enumerateInstanceNames\n");
-    openApi(context, ClassName);
-    requireServedClass(ref.getClassName(), servedClasses(), ClassName);
-    deliver(handler, _build_ref());
-    log_message(QBX_LOG_TRACE, "<-- QBX_CageSensorProvider::enumerateInstanceNames\n");
+    enumerateElements({"--> QBX_CageSensorProvider::enumerateInstanceNames\n",
+                       "<-- QBX_CageSensorProvider::enumerateInstanceNames\n"},
+                      elements(), context, ref, handler, [&] { return _build_ref(); });
 }
 
 void QBX_CageSensorProvider::modifyInstance(const OperationContext&, const CIMObjectPath&,

@@ -18,9 +18,11 @@ static const String ClassName("QBX_DriveCageProvider");
 namespace
 {
 
-Array<CIMName> servedClasses()
+Elements elements()
 {
-    return names({QBX_DRIVE_CAGE, QBX_DRIVE_CAGE_DC1, QBX_DRIVE_CAGE_DC3, QBX_DRIVE_CAGE_DC2});
+    return {ClassName,
+            names({QBX_DRIVE_CAGE, QBX_DRIVE_CAGE_DC1, QBX_DRIVE_CAGE_DC3, QBX_DRIVE_CAGE_DC2}),
+            QBX_KEY_TAG};
 }
 
 /// The cage of that name, ready to be acted on.
@@ -63,14 +65,12 @@ void QBX_DriveCageProvider::getInstance(const OperationContext& context, const C
                                         const CIMPropertyList& propertyList,
                                         InstanceResponseHandler& handler)
 {
-    log_message(QBX_LOG_TRACE, "--> QBX_DriveCageProvider::getInstance\n");
-    openApi(context, ClassName);
-    requireServedClass(ref.getClassName(), servedClasses(), ClassName);
-    const String tag = requireKey(ref, QBX_KEY_TAG, ClassName);
-    const Array<CIMInstance> cages =
-        _build_instances(ref.getClassName(), includeQualifiers, includeClassOrigin, propertyList);
-    deliverMatch(handler, cages, ref, ClassName, tag);
-    log_message(QBX_LOG_TRACE, "<-- QBX_DriveCageProvider::getInstance\n");
+    getElement(
+        {"--> QBX_DriveCageProvider::getInstance\n", "<-- QBX_DriveCageProvider::getInstance\n"},
+        elements(), context, ref, handler, [&] {
+            return _build_instances(ref.getClassName(), includeQualifiers, includeClassOrigin,
+                                    propertyList);
+        });
 }
 
 void QBX_DriveCageProvider::enumerateInstances(const OperationContext& context,
@@ -80,23 +80,22 @@ void QBX_DriveCageProvider::enumerateInstances(const OperationContext& context,
                                                const CIMPropertyList& propertyList,
                                                InstanceResponseHandler& handler)
 {
-    log_message(QBX_LOG_TRACE, "--> QBX_DriveCageProvider::enumerateInstances\n");
-    openApi(context, ClassName);
-    requireServedClass(ref.getClassName(), servedClasses(), ClassName);
-    deliver(handler, _build_instances(ref.getClassName(), includeQualifiers, includeClassOrigin,
-                                      propertyList));
-    log_message(QBX_LOG_TRACE, "<-- QBX_DriveCageProvider::enumerateInstances\n");
+    enumerateElements({"--> QBX_DriveCageProvider::enumerateInstances\n",
+                       "<-- QBX_DriveCageProvider::enumerateInstances\n"},
+                      elements(), context, ref, handler, [&] {
+                          return _build_instances(ref.getClassName(), includeQualifiers,
+                                                  includeClassOrigin, propertyList);
+                      });
 }
 
 void QBX_DriveCageProvider::enumerateInstanceNames(const OperationContext& context,
                                                    const CIMObjectPath& ref,
                                                    ObjectPathResponseHandler& handler)
 {
-    log_message(QBX_LOG_TRACE, "--> QBX_DriveCageProvider::enumerateInstanceNames\n");
-    openApi(context, ClassName);
-    requireServedClass(ref.getClassName(), servedClasses(), ClassName);
-    deliver(handler, _build_ref(ref.getClassName()));
-    log_message(QBX_LOG_TRACE, "<-- QBX_DriveCageProvider::enumerateInstanceNames\n");
+    enumerateElements({"--> QBX_DriveCageProvider::enumerateInstanceNames\n",
+                       "<-- QBX_DriveCageProvider::enumerateInstanceNames\n"},
+                      elements(), context, ref, handler,
+                      [&] { return _build_ref(ref.getClassName()); });
 }
 
 // ---- Modification ----

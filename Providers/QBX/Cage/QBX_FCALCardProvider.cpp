@@ -17,10 +17,12 @@ static const String ClassName("QBX_FCALCardProvider");
 namespace
 {
 
-Array<CIMName> servedClasses()
+Elements elements()
 {
-    return names({QBX_INTERFACE_CARD, QBX_INTERFACE_CARD_DC1, QBX_INTERFACE_CARD_DC3,
-                  QBX_INTERFACE_CARD_DC2});
+    return {ClassName,
+            names({QBX_INTERFACE_CARD, QBX_INTERFACE_CARD_DC1, QBX_INTERFACE_CARD_DC3,
+                   QBX_INTERFACE_CARD_DC2}),
+            QBX_KEY_TAG};
 }
 
 }  // namespace
@@ -54,14 +56,12 @@ void QBX_FCALCardProvider::getInstance(const OperationContext& context, const CI
                                        const CIMPropertyList& propertyList,
                                        InstanceResponseHandler& handler)
 {
-    log_message(QBX_LOG_TRACE, "--> QBX_FCALCardProvider::getInstance\n");
-    openApi(context, ClassName);
-    requireServedClass(ref.getClassName(), servedClasses(), ClassName);
-    const String tag = requireKey(ref, QBX_KEY_TAG, ClassName);
-    const Array<CIMInstance> cards =
-        _build_instances(ref.getClassName(), includeQualifiers, includeClassOrigin, propertyList);
-    deliverMatch(handler, cards, ref, ClassName, tag);
-    log_message(QBX_LOG_TRACE, "<-- QBX_FCALCardProvider::getInstance\n");
+    getElement(
+        {"--> QBX_FCALCardProvider::getInstance\n", "<-- QBX_FCALCardProvider::getInstance\n"},
+        elements(), context, ref, handler, [&] {
+            return _build_instances(ref.getClassName(), includeQualifiers, includeClassOrigin,
+                                    propertyList);
+        });
 }
 
 void QBX_FCALCardProvider::enumerateInstances(const OperationContext& context,
@@ -71,19 +71,19 @@ void QBX_FCALCardProvider::enumerateInstances(const OperationContext& context,
                                               const CIMPropertyList& propertyList,
                                               InstanceResponseHandler& handler)
 {
-    log_message(QBX_LOG_TRACE, "--> QBX_FCALCardProvider::enumerateInstances\n");
-    openApi(context, ClassName);
-    requireServedClass(ref.getClassName(), servedClasses(), ClassName);
-    deliver(handler, _build_instances(ref.getClassName(), includeQualifiers, includeClassOrigin,
-                                      propertyList));
-    log_message(QBX_LOG_TRACE, "<-- QBX_FCALCardProvider::enumerateInstances\n");
+    enumerateElements({"--> QBX_FCALCardProvider::enumerateInstances\n",
+                       "<-- QBX_FCALCardProvider::enumerateInstances\n"},
+                      elements(), context, ref, handler, [&] {
+                          return _build_instances(ref.getClassName(), includeQualifiers,
+                                                  includeClassOrigin, propertyList);
+                      });
 }
 
 void QBX_FCALCardProvider::enumerateInstanceNames(const OperationContext&, const CIMObjectPath& ref,
                                                   ObjectPathResponseHandler& handler)
 {
     log_message(QBX_LOG_TRACE, "--> QBX_FCALCardProvider::enumerateInstanceNames\n");
-    requireServedClass(ref.getClassName(), servedClasses(), ClassName);
+    requireServedClass(ref.getClassName(), elements().classes, ClassName);
     deliver(handler, _build_ref(ref.getClassName()));
     log_message(QBX_LOG_TRACE, "<-- QBX_FCALCardProvider::enumerateInstanceNames\n");
 }

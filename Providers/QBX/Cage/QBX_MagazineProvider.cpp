@@ -17,9 +17,9 @@ static const String ClassName("QBX_MagazineProvider");
 namespace
 {
 
-Array<CIMName> servedClasses()
+Elements elements()
 {
-    return names({QBX_MAGAZINE});
+    return {ClassName, names({QBX_MAGAZINE}), QBX_KEY_TAG};
 }
 
 }  // namespace
@@ -53,14 +53,12 @@ void QBX_MagazineProvider::getInstance(const OperationContext& context, const CI
                                        const CIMPropertyList& propertyList,
                                        InstanceResponseHandler& handler)
 {
-    log_message(QBX_LOG_TRACE, "--> QBX_MagazineProvider::getInstance\n");
-    openApi(context, ClassName);
-    requireServedClass(ref.getClassName(), servedClasses(), ClassName);
-    const String tag = requireKey(ref, QBX_KEY_TAG, ClassName);
-    const Array<CIMInstance> magazines =
-        _build_instances(ref.getClassName(), includeQualifiers, includeClassOrigin, propertyList);
-    deliverMatch(handler, magazines, ref, ClassName, tag);
-    log_message(QBX_LOG_TRACE, "<-- QBX_MagazineProvider::getInstance\n");
+    getElement(
+        {"--> QBX_MagazineProvider::getInstance\n", "<-- QBX_MagazineProvider::getInstance\n"},
+        elements(), context, ref, handler, [&] {
+            return _build_instances(ref.getClassName(), includeQualifiers, includeClassOrigin,
+                                    propertyList);
+        });
 }
 
 void QBX_MagazineProvider::enumerateInstances(const OperationContext& context,
@@ -70,23 +68,22 @@ void QBX_MagazineProvider::enumerateInstances(const OperationContext& context,
                                               const CIMPropertyList& propertyList,
                                               InstanceResponseHandler& handler)
 {
-    log_message(QBX_LOG_TRACE, "--> QBX_MagazineProvider::enumerateInstances\n");
-    openApi(context, ClassName);
-    requireServedClass(ref.getClassName(), servedClasses(), ClassName);
-    deliver(handler, _build_instances(ref.getClassName(), includeQualifiers, includeClassOrigin,
-                                      propertyList));
-    log_message(QBX_LOG_TRACE, "<-- QBX_MagazineProvider::enumerateInstances\n");
+    enumerateElements({"--> QBX_MagazineProvider::enumerateInstances\n",
+                       "<-- QBX_MagazineProvider::enumerateInstances\n"},
+                      elements(), context, ref, handler, [&] {
+                          return _build_instances(ref.getClassName(), includeQualifiers,
+                                                  includeClassOrigin, propertyList);
+                      });
 }
 
 void QBX_MagazineProvider::enumerateInstanceNames(const OperationContext& context,
                                                   const CIMObjectPath& ref,
                                                   ObjectPathResponseHandler& handler)
 {
-    log_message(QBX_LOG_TRACE, "--> QBX_MagazineProvider::enumerateInstanceNames\n");
-    openApi(context, ClassName);
-    requireServedClass(ref.getClassName(), servedClasses(), ClassName);
-    deliver(handler, _build_ref(ref.getClassName()));
-    log_message(QBX_LOG_TRACE, "<-- QBX_MagazineProvider::enumerateInstanceNames\n");
+    enumerateElements({"--> QBX_MagazineProvider::enumerateInstanceNames\n",
+                       "<-- QBX_MagazineProvider::enumerateInstanceNames\n"},
+                      elements(), context, ref, handler,
+                      [&] { return _build_ref(ref.getClassName()); });
 }
 
 void QBX_MagazineProvider::modifyInstance(const OperationContext&, const CIMObjectPath&,
