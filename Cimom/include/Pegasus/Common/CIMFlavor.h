@@ -38,7 +38,7 @@ public:
     static const CIMFlavor TOSUBELEMENTS;  ///< the same as TOSUBCLASS
 
 private:
-    explicit CIMFlavor(Uint32 bits);
+    explicit constexpr CIMFlavor(Uint32 bits) : _bits(bits) {}
     Uint32 _bits;
 };
 

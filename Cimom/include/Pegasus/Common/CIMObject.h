@@ -102,7 +102,7 @@ public:
     CIMObject(const CIMClass& x);
     CIMObject(const CIMInstance& x);
 
-    /// See CIMInstance::instanceFilter. Throws for a class.
+    /// See CIMInstance::instanceFilter; works on a class just so.
     void instanceFilter(Boolean includeQualifiers, Boolean includeClassOrigin,
                         const CIMPropertyList& propertyList);
 };

@@ -36,7 +36,7 @@ public:
     static const CIMScope ANY;
 
 private:
-    explicit CIMScope(Uint32 bits);
+    explicit constexpr CIMScope(Uint32 bits) : _bits(bits) {}
     Uint32 _bits;
 };
 

@@ -1,0 +1,65 @@
+#include "Model/Rep.h"
+
+namespace Pegasus
+{
+
+using Access = cimom::HandleAccess;
+using cimom::InstanceRep;
+
+namespace
+{
+
+const InstanceRep& read(const detail::Handle& handle)
+{
+    return Access::read<InstanceRep>(handle);
+}
+
+}  // namespace
+
+namespace detail
+{
+
+InstanceReader::InstanceReader(const ObjectReader& other) : ObjectReader(other)
+{
+    if (!dynamic_cast<const InstanceRep*>(Access::rep(*this).get()))
+        throw DynamicCastFailedException();
+}
+
+InstanceReader::InstanceReader(const CIMName& className)
+{
+    Access::rep(*this) = std::make_shared<InstanceRep>(className);
+}
+
+CIMObjectPath InstanceReader::buildPath(const CIMConstClass& cimClass) const
+{
+    const InstanceRep& rep = read(*this);
+    Array<CIMName> names;
+    cimClass.getKeyNames(names);
+    Array<CIMKeyBinding> keys;
+    for (Uint32 i = 0; i < names.size(); ++i) {
+        const Uint32 index = rep.properties.find(names[i]);
+        if (index == PEG_NOT_FOUND) throw NoSuchProperty(names[i].getString());
+        keys.append(CIMKeyBinding(names[i], rep.properties.at(index)->value));
+    }
+    return CIMObjectPath(String(), CIMNamespaceName(), rep.path.getClassName(), keys);
+}
+
+Boolean InstanceReader::identical(const CIMConstInstance& x) const
+{
+    return cimom::identical(read(*this), read(x));
+}
+
+CIMInstance InstanceReader::clone() const
+{
+    return Access::make<CIMInstance>(read(*this).clone());
+}
+
+}  // namespace detail
+
+void CIMInstance::instanceFilter(Boolean includeQualifiers, Boolean includeClassOrigin,
+                                 const CIMPropertyList& propertyList)
+{
+    filterInstance(includeQualifiers, includeClassOrigin, propertyList);
+}
+
+}  // namespace Pegasus
