@@ -1,0 +1,93 @@
+// Values of CIM properties, parameters, qualifiers and return values.
+#pragma once
+
+#include <Pegasus/Common/Array.h>
+#include <Pegasus/Common/CIMDateTime.h>
+#include <Pegasus/Common/CIMObjectPath.h>
+#include <Pegasus/Common/CIMType.h>
+#include <Pegasus/Common/Config.h>
+#include <Pegasus/Common/CopyOnWrite.h>
+#include <Pegasus/Common/Exception.h>
+#include <Pegasus/Common/Linkage.h>
+#include <Pegasus/Common/String.h>
+
+namespace Pegasus
+{
+
+class CIMInstance;
+class CIMObject;
+struct CIMValueRep;
+
+/// A typed value, scalar or array, possibly null. Embedded objects and instances are cloned on the
+/// way in and out.
+///
+/// Mind what converts: a pointer to characters becomes the boolean TRUE (write String("...")), and
+/// std::uint64_t is ambiguous (write Uint64(...)).
+class PEGASUS_COMMON_LINKAGE CIMValue
+{
+public:
+    /// A null boolean.
+    CIMValue();
+    /// A null value. Throws TypeMismatchException for what is no type.
+    CIMValue(CIMType type, Boolean isArray, Uint32 arraySize = 0);
+    CIMValue(const CIMValue& x);
+    ~CIMValue();
+    CIMValue& operator=(const CIMValue& x);
+
+    void assign(const CIMValue& x);
+    /// Makes it a null boolean.
+    void clear();
+    /// Same type and arrayness.
+    Boolean typeCompatible(const CIMValue& x) const;
+    Boolean isArray() const;
+    Boolean isNull() const;
+    /// The number of elements; of a null array the size it was made with; of a scalar 0.
+    Uint32 getArraySize() const;
+    CIMType getType() const;
+    void setNullValue(CIMType type, Boolean isArray, Uint32 arraySize = 0);
+    /// Same type, arrayness and content.
+    Boolean equal(const CIMValue& x) const;
+    /// Array elements are each followed by a blank; null gives the empty string.
+    String toString() const;
+
+    // For every type T of the table below, and for arrays of it:
+    //   CIMValue(T)  a value of the matching CIM type
+    //   set(T)       changes type and value
+    //   get(T&)      leaves the variable as it is when the value is null; throws
+    //                TypeMismatchException for any other type, null or not
+    // Uninitialized objects and instances throw UninitializedObjectException.
+#define PEGASUS_CIM_VALUE_OF(T, ARGUMENT) \
+    CIMValue(ARGUMENT x);                 \
+    void set(ARGUMENT x);                 \
+    void get(T& x) const;                 \
+    CIMValue(const Array<T>& x);          \
+    void set(const Array<T>& x);          \
+    void get(Array<T>& x) const;
+    PEGASUS_CIM_VALUE_OF(Boolean, Boolean)
+    PEGASUS_CIM_VALUE_OF(Uint8, Uint8)
+    PEGASUS_CIM_VALUE_OF(Sint8, Sint8)
+    PEGASUS_CIM_VALUE_OF(Uint16, Uint16)
+    PEGASUS_CIM_VALUE_OF(Sint16, Sint16)
+    PEGASUS_CIM_VALUE_OF(Uint32, Uint32)
+    PEGASUS_CIM_VALUE_OF(Sint32, Sint32)
+    PEGASUS_CIM_VALUE_OF(Uint64, Uint64)
+    PEGASUS_CIM_VALUE_OF(Sint64, Sint64)
+    PEGASUS_CIM_VALUE_OF(Real32, Real32)
+    PEGASUS_CIM_VALUE_OF(Real64, Real64)
+    PEGASUS_CIM_VALUE_OF(Char16, const Char16&)
+    PEGASUS_CIM_VALUE_OF(String, const String&)
+    PEGASUS_CIM_VALUE_OF(CIMDateTime, const CIMDateTime&)
+    PEGASUS_CIM_VALUE_OF(CIMObjectPath, const CIMObjectPath&)
+    PEGASUS_CIM_VALUE_OF(CIMObject, const CIMObject&)
+    PEGASUS_CIM_VALUE_OF(CIMInstance, const CIMInstance&)
+#undef PEGASUS_CIM_VALUE_OF
+
+private:
+    // Empty for the null boolean.
+    detail::CopyOnWrite<CIMValueRep> _rep;
+};
+
+PEGASUS_COMMON_LINKAGE Boolean operator==(const CIMValue& x, const CIMValue& y);
+PEGASUS_COMMON_LINKAGE Boolean operator!=(const CIMValue& x, const CIMValue& y);
+
+}  // namespace Pegasus

@@ -1,0 +1,44 @@
+// Basic types and macros of the CIM library.
+#pragma once
+
+#ifndef PEGASUS_PLATFORM_LINUX_X86_64_GNU
+#error \
+    "<Pegasus/Common/Config.h>: define PEGASUS_PLATFORM_LINUX_X86_64_GNU; no other platform is supported"
+#endif
+#include <Pegasus/Common/Platform_LINUX_X86_64_GNU.h>
+
+#define PEGASUS_NAMESPACE_BEGIN \
+    namespace Pegasus           \
+    {
+#define PEGASUS_NAMESPACE_END }
+#define PEGASUS_NAMESPACE(X) Pegasus::X
+#define PEGASUS_USING_PEGASUS using namespace Pegasus
+#define PEGASUS_STD(X) std::X
+#define PEGASUS_USING_STD using namespace std
+
+#define PEGASUS_FORMAT(A1, A2) __attribute__((format(printf, A1, A2)))
+#define PEGASUS_SINT64_LITERAL(X) (Sint64(X##LL))
+#define PEGASUS_UINT64_LITERAL(X) (Uint64(X##ULL))
+/// Stands at a place that is never reached; the code given is dropped.
+#define PEGASUS_UNREACHABLE(CODE) __builtin_unreachable();
+
+namespace Pegasus
+{
+
+using Boolean = bool;
+using Uint8 = unsigned char;
+using Sint8 = signed char;
+using Uint16 = unsigned short;
+using Sint16 = short;
+using Uint32 = unsigned int;
+using Sint32 = int;
+// Not the <cstdint> types: those are long here, and other overloads would be chosen.
+using Uint64 = unsigned long long;
+using Sint64 = long long;
+using Real32 = float;
+using Real64 = double;
+
+}  // namespace Pegasus
+
+/// The position of what was not found.
+#define PEG_NOT_FOUND Pegasus::Uint32(-1)
