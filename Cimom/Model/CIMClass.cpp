@@ -3,24 +3,10 @@
 namespace Pegasus
 {
 
-using Access = cimom::HandleAccess;
-using cimom::ClassRep;
-using cimom::MethodRep;
-using cimom::PropertyRep;
-using cimom::QualifierRep;
+using namespace cimom;
 
 namespace
 {
-
-const ClassRep& read(const detail::Handle& handle)
-{
-    return Access::read<ClassRep>(handle);
-}
-
-ClassRep& write(detail::Handle& handle)
-{
-    return Access::write<ClassRep>(handle);
-}
 
 /// The value of a boolean qualifier; false when it is absent or null. Throws TypeMismatchException
 /// for one of another type.
@@ -48,7 +34,7 @@ namespace detail
 
 ClassReader::ClassReader(const ObjectReader& other) : ObjectReader(other)
 {
-    if (!dynamic_cast<const ClassRep*>(Access::rep(*this).get()))
+    if (!dynamic_cast<const ClassRep*>(representation(*this).get()))
         throw DynamicCastFailedException();
 }
 
@@ -56,44 +42,44 @@ ClassReader::ClassReader(const CIMName& className, const CIMName& superClassName
 {
     auto rep = std::make_shared<ClassRep>(className);
     rep->superClassName = superClassName;
-    Access::rep(*this) = std::move(rep);
+    representation(*this) = std::move(rep);
 }
 
 Boolean ClassReader::isAssociation() const
 {
     static const CIMName association("Association");
-    return hasFlag(read(*this), association);
+    return hasFlag(read<ClassRep>(*this), association);
 }
 
 Boolean ClassReader::isAbstract() const
 {
     static const CIMName abstract("Abstract");
-    return hasFlag(read(*this), abstract);
+    return hasFlag(read<ClassRep>(*this), abstract);
 }
 
 const CIMName& ClassReader::getSuperClassName() const
 {
-    return read(*this).superClassName;
+    return read<ClassRep>(*this).superClassName;
 }
 
 Uint32 ClassReader::findMethod(const CIMName& name) const
 {
-    return read(*this).methods.find(name);
+    return read<ClassRep>(*this).methods.find(name);
 }
 
 CIMConstMethod ClassReader::getMethod(Uint32 index) const
 {
-    return Access::make<CIMConstMethod>(read(*this).methods.at(index));
+    return make<CIMConstMethod>(read<ClassRep>(*this).methods.at(index));
 }
 
 Uint32 ClassReader::getMethodCount() const
 {
-    return read(*this).methods.size();
+    return read<ClassRep>(*this).methods.size();
 }
 
 void ClassReader::getKeyNames(Array<CIMName>& keyNames) const
 {
-    const ClassRep& rep = read(*this);
+    const ClassRep& rep = read<ClassRep>(*this);
     keyNames.clear();
     for (const auto& property : rep.properties) {
         if (isKey(*property)) keyNames.append(property->name);
@@ -102,55 +88,55 @@ void ClassReader::getKeyNames(Array<CIMName>& keyNames) const
 
 Boolean ClassReader::hasKeys() const
 {
-    const auto& properties = read(*this).properties;
+    const auto& properties = read<ClassRep>(*this).properties;
     return std::any_of(properties.begin(), properties.end(),
                        [](const auto& property) { return isKey(*property); });
 }
 
 Boolean ClassReader::identical(const CIMConstClass& x) const
 {
-    const ClassRep& a = read(*this);
-    const ClassRep& b = read(x);
+    const ClassRep& a = read<ClassRep>(*this);
+    const ClassRep& b = read<ClassRep>(x);
     return cimom::identical(a, b) && a.superClassName.equal(b.superClassName) &&
            cimom::identical(a.methods, b.methods);
 }
 
 CIMClass ClassReader::clone() const
 {
-    return Access::make<CIMClass>(read(*this).clone());
+    return make<CIMClass>(read<ClassRep>(*this).clone());
 }
 
 }  // namespace detail
 
 void CIMClass::setSuperClassName(const CIMName& superClassName)
 {
-    write(*this).superClassName = superClassName;
+    write<ClassRep>(*this).superClassName = superClassName;
 }
 
 CIMClass& CIMClass::addMethod(const CIMMethod& x)
 {
-    write(*this).methods.add(x);
+    write<ClassRep>(*this).methods.add(x);
     return *this;
 }
 
 CIMMethod CIMClass::getMethod(Uint32 index)
 {
-    return Access::make<CIMMethod>(read(*this).methods.at(index));
+    return make<CIMMethod>(read<ClassRep>(*this).methods.at(index));
 }
 
 void CIMClass::removeMethod(Uint32 index)
 {
-    write(*this).methods.remove(index);
+    write<ClassRep>(*this).methods.remove(index);
 }
 
 CIMInstance CIMClass::buildInstance(Boolean includeQualifiers, Boolean includeClassOrigin,
                                     const CIMPropertyList& propertyList) const
 {
-    const ClassRep& rep = read(*this);
+    const ClassRep& rep = read<ClassRep>(*this);
     CIMInstance instance(rep.path.getClassName());
     if (includeQualifiers) {
         for (const auto& qualifier : rep.qualifiers) {
-            instance.addQualifier(Access::make<CIMQualifier>(qualifier->clone()));
+            instance.addQualifier(make<CIMQualifier>(qualifier->clone()));
         }
     }
     for (const auto& property : rep.properties) {
@@ -160,7 +146,7 @@ CIMInstance CIMClass::buildInstance(Boolean includeQualifiers, Boolean includeCl
             includeClassOrigin ? property->classOrigin : CIMName(), property->propagated);
         if (includeQualifiers) {
             for (const auto& qualifier : property->qualifiers) {
-                copy.addQualifier(Access::make<CIMQualifier>(qualifier->clone()));
+                copy.addQualifier(make<CIMQualifier>(qualifier->clone()));
             }
         }
         instance.addProperty(copy);

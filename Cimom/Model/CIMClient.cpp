@@ -2,6 +2,8 @@
 
 #include "Model/ObjectManager.h"
 
+#include <utility>
+
 namespace Pegasus
 {
 
@@ -34,12 +36,14 @@ CIMException clientError(const CIMException& error)
 }
 
 /// Runs an operation of the object manager for a connected client, as the user without name.
-template <class Operation>
-auto call(Boolean connected, const Operation& operation)
+template <class Result, class... Parameters, class... Arguments>
+Result call(Boolean connected, Result (Manager::*operation)(const OperationContext&, Parameters...),
+            Arguments&&... arguments)
 {
     if (!connected) throw NotConnectedException();
     try {
-        return operation(localManager(), OperationContext());
+        return (localManager().*operation)(OperationContext(),
+                                           std::forward<Arguments>(arguments)...);
     } catch (const CIMException& error) {
         throw clientError(error);
     }
@@ -89,10 +93,8 @@ CIMClass CIMClient::getClass(const CIMNamespaceName& nameSpace, const CIMName& c
                              Boolean localOnly, Boolean includeQualifiers,
                              Boolean includeClassOrigin, const CIMPropertyList& propertyList)
 {
-    return call(_connected, [&](Manager& manager, const OperationContext& context) {
-        return manager.getClass(context, nameSpace, className, localOnly, includeQualifiers,
-                                includeClassOrigin, propertyList);
-    });
+    return call(_connected, &Manager::getClass, nameSpace, className, localOnly, includeQualifiers,
+                includeClassOrigin, propertyList);
 }
 
 Array<CIMClass> CIMClient::enumerateClasses(const CIMNamespaceName& nameSpace,
@@ -100,33 +102,25 @@ Array<CIMClass> CIMClient::enumerateClasses(const CIMNamespaceName& nameSpace,
                                             Boolean localOnly, Boolean includeQualifiers,
                                             Boolean includeClassOrigin)
 {
-    return call(_connected, [&](Manager& manager, const OperationContext& context) {
-        return manager.enumerateClasses(context, nameSpace, className, deepInheritance, localOnly,
-                                        includeQualifiers, includeClassOrigin);
-    });
+    return call(_connected, &Manager::enumerateClasses, nameSpace, className, deepInheritance,
+                localOnly, includeQualifiers, includeClassOrigin);
 }
 
 Array<CIMName> CIMClient::enumerateClassNames(const CIMNamespaceName& nameSpace,
                                               const CIMName& className, Boolean deepInheritance)
 {
-    return call(_connected, [&](Manager& manager, const OperationContext& context) {
-        return manager.enumerateClassNames(context, nameSpace, className, deepInheritance);
-    });
+    return call(_connected, &Manager::enumerateClassNames, nameSpace, className, deepInheritance);
 }
 
 CIMQualifierDecl CIMClient::getQualifier(const CIMNamespaceName& nameSpace,
                                          const CIMName& qualifierName)
 {
-    return call(_connected, [&](Manager& manager, const OperationContext& context) {
-        return manager.getQualifier(context, nameSpace, qualifierName);
-    });
+    return call(_connected, &Manager::getQualifier, nameSpace, qualifierName);
 }
 
 Array<CIMQualifierDecl> CIMClient::enumerateQualifiers(const CIMNamespaceName& nameSpace)
 {
-    return call(_connected, [&](Manager& manager, const OperationContext& context) {
-        return manager.enumerateQualifiers(context, nameSpace);
-    });
+    return call(_connected, &Manager::enumerateQualifiers, nameSpace);
 }
 
 CIMInstance CIMClient::getInstance(const CIMNamespaceName& nameSpace,
@@ -134,10 +128,8 @@ CIMInstance CIMClient::getInstance(const CIMNamespaceName& nameSpace,
                                    Boolean includeQualifiers, Boolean includeClassOrigin,
                                    const CIMPropertyList& propertyList)
 {
-    return call(_connected, [&](Manager& manager, const OperationContext& context) {
-        return manager.getInstance(context, nameSpace, instanceName, includeQualifiers,
-                                   includeClassOrigin, propertyList);
-    });
+    return call(_connected, &Manager::getInstance, nameSpace, instanceName, includeQualifiers,
+                includeClassOrigin, propertyList);
 }
 
 Array<CIMInstance> CIMClient::enumerateInstances(const CIMNamespaceName& nameSpace,
@@ -146,43 +138,33 @@ Array<CIMInstance> CIMClient::enumerateInstances(const CIMNamespaceName& nameSpa
                                                  Boolean includeClassOrigin,
                                                  const CIMPropertyList& propertyList)
 {
-    return call(_connected, [&](Manager& manager, const OperationContext& context) {
-        return manager.enumerateInstances(context, nameSpace, className, deepInheritance,
-                                          includeQualifiers, includeClassOrigin, propertyList);
-    });
+    return call(_connected, &Manager::enumerateInstances, nameSpace, className, deepInheritance,
+                includeQualifiers, includeClassOrigin, propertyList);
 }
 
 Array<CIMObjectPath> CIMClient::enumerateInstanceNames(const CIMNamespaceName& nameSpace,
                                                        const CIMName& className)
 {
-    return call(_connected, [&](Manager& manager, const OperationContext& context) {
-        return manager.enumerateInstanceNames(context, nameSpace, className);
-    });
+    return call(_connected, &Manager::enumerateInstanceNames, nameSpace, className);
 }
 
 CIMObjectPath CIMClient::createInstance(const CIMNamespaceName& nameSpace,
                                         const CIMInstance& newInstance)
 {
-    return call(_connected, [&](Manager& manager, const OperationContext& context) {
-        return manager.createInstance(context, nameSpace, newInstance);
-    });
+    return call(_connected, &Manager::createInstance, nameSpace, newInstance);
 }
 
 void CIMClient::modifyInstance(const CIMNamespaceName& nameSpace,
                                const CIMInstance& modifiedInstance, Boolean includeQualifiers,
                                const CIMPropertyList& propertyList)
 {
-    call(_connected, [&](Manager& manager, const OperationContext& context) {
-        manager.modifyInstance(context, nameSpace, modifiedInstance, includeQualifiers,
-                               propertyList);
-    });
+    call(_connected, &Manager::modifyInstance, nameSpace, modifiedInstance, includeQualifiers,
+         propertyList);
 }
 
 void CIMClient::deleteInstance(const CIMNamespaceName& nameSpace, const CIMObjectPath& instanceName)
 {
-    call(_connected, [&](Manager& manager, const OperationContext& context) {
-        manager.deleteInstance(context, nameSpace, instanceName);
-    });
+    call(_connected, &Manager::deleteInstance, nameSpace, instanceName);
 }
 
 Array<CIMObject> CIMClient::associators(const CIMNamespaceName& nameSpace,
@@ -192,10 +174,8 @@ Array<CIMObject> CIMClient::associators(const CIMNamespaceName& nameSpace,
                                         Boolean includeClassOrigin,
                                         const CIMPropertyList& propertyList)
 {
-    return call(_connected, [&](Manager& manager, const OperationContext& context) {
-        return manager.associators(context, nameSpace, objectName, assocClass, resultClass, role,
-                                   resultRole, includeQualifiers, includeClassOrigin, propertyList);
-    });
+    return call(_connected, &Manager::associators, nameSpace, objectName, assocClass, resultClass,
+                role, resultRole, includeQualifiers, includeClassOrigin, propertyList);
 }
 
 Array<CIMObjectPath> CIMClient::associatorNames(const CIMNamespaceName& nameSpace,
@@ -204,10 +184,8 @@ Array<CIMObjectPath> CIMClient::associatorNames(const CIMNamespaceName& nameSpac
                                                 const CIMName& resultClass, const String& role,
                                                 const String& resultRole)
 {
-    return call(_connected, [&](Manager& manager, const OperationContext& context) {
-        return manager.associatorNames(context, nameSpace, objectName, assocClass, resultClass,
-                                       role, resultRole);
-    });
+    return call(_connected, &Manager::associatorNames, nameSpace, objectName, assocClass,
+                resultClass, role, resultRole);
 }
 
 Array<CIMObject> CIMClient::references(const CIMNamespaceName& nameSpace,
@@ -216,35 +194,27 @@ Array<CIMObject> CIMClient::references(const CIMNamespaceName& nameSpace,
                                        Boolean includeClassOrigin,
                                        const CIMPropertyList& propertyList)
 {
-    return call(_connected, [&](Manager& manager, const OperationContext& context) {
-        return manager.references(context, nameSpace, objectName, resultClass, role,
-                                  includeQualifiers, includeClassOrigin, propertyList);
-    });
+    return call(_connected, &Manager::references, nameSpace, objectName, resultClass, role,
+                includeQualifiers, includeClassOrigin, propertyList);
 }
 
 Array<CIMObjectPath> CIMClient::referenceNames(const CIMNamespaceName& nameSpace,
                                                const CIMObjectPath& objectName,
                                                const CIMName& resultClass, const String& role)
 {
-    return call(_connected, [&](Manager& manager, const OperationContext& context) {
-        return manager.referenceNames(context, nameSpace, objectName, resultClass, role);
-    });
+    return call(_connected, &Manager::referenceNames, nameSpace, objectName, resultClass, role);
 }
 
 CIMValue CIMClient::getProperty(const CIMNamespaceName& nameSpace,
                                 const CIMObjectPath& instanceName, const CIMName& propertyName)
 {
-    return call(_connected, [&](Manager& manager, const OperationContext& context) {
-        return manager.getProperty(context, nameSpace, instanceName, propertyName);
-    });
+    return call(_connected, &Manager::getProperty, nameSpace, instanceName, propertyName);
 }
 
 void CIMClient::setProperty(const CIMNamespaceName& nameSpace, const CIMObjectPath& instanceName,
                             const CIMName& propertyName, const CIMValue& newValue)
 {
-    call(_connected, [&](Manager& manager, const OperationContext& context) {
-        manager.setProperty(context, nameSpace, instanceName, propertyName, newValue);
-    });
+    call(_connected, &Manager::setProperty, nameSpace, instanceName, propertyName, newValue);
 }
 
 CIMValue CIMClient::invokeMethod(const CIMNamespaceName& nameSpace,
@@ -252,10 +222,8 @@ CIMValue CIMClient::invokeMethod(const CIMNamespaceName& nameSpace,
                                  const Array<CIMParamValue>& inParameters,
                                  Array<CIMParamValue>& outParameters)
 {
-    return call(_connected, [&](Manager& manager, const OperationContext& context) {
-        return manager.invokeMethod(context, nameSpace, instanceName, methodName, inParameters,
-                                    outParameters);
-    });
+    return call(_connected, &Manager::invokeMethod, nameSpace, instanceName, methodName,
+                inParameters, outParameters);
 }
 
 }  // namespace Pegasus

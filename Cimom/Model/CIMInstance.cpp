@@ -3,36 +3,25 @@
 namespace Pegasus
 {
 
-using Access = cimom::HandleAccess;
-using cimom::InstanceRep;
-
-namespace
-{
-
-const InstanceRep& read(const detail::Handle& handle)
-{
-    return Access::read<InstanceRep>(handle);
-}
-
-}  // namespace
+using namespace cimom;
 
 namespace detail
 {
 
 InstanceReader::InstanceReader(const ObjectReader& other) : ObjectReader(other)
 {
-    if (!dynamic_cast<const InstanceRep*>(Access::rep(*this).get()))
+    if (!dynamic_cast<const InstanceRep*>(representation(*this).get()))
         throw DynamicCastFailedException();
 }
 
 InstanceReader::InstanceReader(const CIMName& className)
 {
-    Access::rep(*this) = std::make_shared<InstanceRep>(className);
+    representation(*this) = std::make_shared<InstanceRep>(className);
 }
 
 CIMObjectPath InstanceReader::buildPath(const CIMConstClass& cimClass) const
 {
-    const InstanceRep& rep = read(*this);
+    const InstanceRep& rep = read<InstanceRep>(*this);
     Array<CIMName> names;
     cimClass.getKeyNames(names);
     Array<CIMKeyBinding> keys;
@@ -46,12 +35,12 @@ CIMObjectPath InstanceReader::buildPath(const CIMConstClass& cimClass) const
 
 Boolean InstanceReader::identical(const CIMConstInstance& x) const
 {
-    return cimom::identical(read(*this), read(x));
+    return cimom::identical(read<InstanceRep>(*this), read<InstanceRep>(x));
 }
 
 CIMInstance InstanceReader::clone() const
 {
-    return Access::make<CIMInstance>(read(*this).clone());
+    return make<CIMInstance>(read<InstanceRep>(*this).clone());
 }
 
 }  // namespace detail

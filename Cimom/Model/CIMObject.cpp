@@ -3,43 +3,24 @@
 namespace Pegasus
 {
 
-using Access = cimom::HandleAccess;
-using cimom::ClassRep;
-using cimom::InstanceRep;
-using cimom::ObjectRep;
-using cimom::PropertyRep;
-
-namespace
-{
-
-const ObjectRep& read(const detail::Handle& handle)
-{
-    return Access::read<ObjectRep>(handle);
-}
-
-ObjectRep& write(detail::Handle& handle)
-{
-    return Access::write<ObjectRep>(handle);
-}
-
-}  // namespace
+using namespace cimom;
 
 namespace detail
 {
 
 const CIMName& ObjectReader::getClassName() const
 {
-    return read(*this).path.getClassName();
+    return read<ObjectRep>(*this).path.getClassName();
 }
 
 const CIMObjectPath& ObjectReader::getPath() const
 {
-    return read(*this).path;
+    return read<ObjectRep>(*this).path;
 }
 
 Uint32 ObjectReader::findProperty(const CIMName& name) const
 {
-    return read(*this).properties.find(name);
+    return read<ObjectRep>(*this).properties.find(name);
 }
 
 CIMConstProperty ObjectReader::getProperty(Uint32 index) const
@@ -49,21 +30,21 @@ CIMConstProperty ObjectReader::getProperty(Uint32 index) const
 
 Uint32 ObjectReader::getPropertyCount() const
 {
-    return read(*this).properties.size();
+    return read<ObjectRep>(*this).properties.size();
 }
 
 void ObjectReader::assignPath(const CIMObjectPath& path)
 {
-    const ObjectRep& rep = read(*this);
+    const ObjectRep& rep = read<ObjectRep>(*this);
     if (path.getClassName().isNull()) throw UninitializedObjectException();
     if (!rep.path.getClassName().equal(path.getClassName())) throw TypeMismatchException();
-    write(*this).path = path;
+    write<ObjectRep>(*this).path = path;
 }
 
 void ObjectReader::insertProperty(const CIMProperty& x)
 {
-    const auto& property = Access::read<PropertyRep>(x);
-    ObjectRep& rep = write(*this);
+    const auto& property = read<PropertyRep>(x);
+    ObjectRep& rep = write<ObjectRep>(*this);
     const bool isClass = dynamic_cast<const ClassRep*>(&rep) != nullptr;
     const bool isReference = property.value.getType() == CIMTYPE_REFERENCE;
     if (isClass && isReference && property.referenceClassName.isNull())
@@ -73,18 +54,18 @@ void ObjectReader::insertProperty(const CIMProperty& x)
 
 CIMProperty ObjectReader::propertyAt(Uint32 index) const
 {
-    return Access::make<CIMProperty>(read(*this).properties.at(index));
+    return make<CIMProperty>(read<ObjectRep>(*this).properties.at(index));
 }
 
 void ObjectReader::eraseProperty(Uint32 index)
 {
-    write(*this).properties.remove(index);
+    write<ObjectRep>(*this).properties.remove(index);
 }
 
 void ObjectReader::filterInstance(Boolean includeQualifiers, Boolean includeClassOrigin,
                                   const CIMPropertyList& propertyList)
 {
-    ObjectRep& rep = write(*this);
+    ObjectRep& rep = write<ObjectRep>(*this);
     rep.properties.retain(
         [&](const PropertyRep& property) { return propertyList.useThisProperty(property.name); });
     if (!includeQualifiers) rep.qualifiers.clear();
@@ -96,17 +77,17 @@ void ObjectReader::filterInstance(Boolean includeQualifiers, Boolean includeClas
 
 Boolean AnyObjectReader::isClass() const
 {
-    return dynamic_cast<const ClassRep*>(Access::rep(*this).get()) != nullptr;
+    return dynamic_cast<const ClassRep*>(representation(*this).get()) != nullptr;
 }
 
 Boolean AnyObjectReader::isInstance() const
 {
-    return dynamic_cast<const InstanceRep*>(Access::rep(*this).get()) != nullptr;
+    return dynamic_cast<const InstanceRep*>(representation(*this).get()) != nullptr;
 }
 
 String AnyObjectReader::toString() const
 {
-    const ObjectRep& rep = read(*this);
+    const ObjectRep& rep = read<ObjectRep>(*this);
     String text(isClass() ? "class " : "instance of ");
     text.append(rep.path.getClassName().getString());
     text.append(String(" {"));
@@ -123,12 +104,12 @@ String AnyObjectReader::toString() const
 
 Boolean AnyObjectReader::identical(const CIMConstObject& x) const
 {
-    return cimom::identical(read(*this), read(x));
+    return cimom::identical(read<ObjectRep>(*this), read<ObjectRep>(x));
 }
 
 CIMObject AnyObjectReader::clone() const
 {
-    return Access::make<CIMObject>(read(*this).clone());
+    return make<CIMObject>(read<ObjectRep>(*this).clone());
 }
 
 }  // namespace detail

@@ -3,67 +3,51 @@
 namespace Pegasus
 {
 
-using Access = cimom::HandleAccess;
-using cimom::ParamValueRep;
-
-namespace
-{
-
-const ParamValueRep& read(const detail::Handle& handle)
-{
-    return Access::read<ParamValueRep>(handle);
-}
-
-ParamValueRep& write(detail::Handle& handle)
-{
-    return Access::write<ParamValueRep>(handle);
-}
-
-}  // namespace
+using namespace cimom;
 
 CIMParamValue::CIMParamValue(String parameterName, CIMValue value, Boolean isTyped)
 {
     auto rep = std::make_shared<ParamValueRep>();
     rep->value = value;
     rep->isTyped = isTyped;
-    cimom::HandleAccess::rep(*this) = std::move(rep);
+    representation(*this) = std::move(rep);
     setParameterName(parameterName);
 }
 
 String CIMParamValue::getParameterName() const
 {
-    return read(*this).name;
+    return read<ParamValueRep>(*this).name;
 }
 
 CIMValue CIMParamValue::getValue() const
 {
-    return read(*this).value;
+    return read<ParamValueRep>(*this).value;
 }
 
 Boolean CIMParamValue::isTyped() const
 {
-    return read(*this).isTyped;
+    return read<ParamValueRep>(*this).isTyped;
 }
 
 void CIMParamValue::setParameterName(String& parameterName)
 {
     if (parameterName.size() == 0) throw UninitializedObjectException();
-    write(*this).name = parameterName;
+    write<ParamValueRep>(*this).name = parameterName;
 }
 
 void CIMParamValue::setValue(CIMValue& value)
 {
-    write(*this).value = value;
+    write<ParamValueRep>(*this).value = value;
 }
 
 void CIMParamValue::setIsTyped(Boolean isTyped)
 {
-    write(*this).isTyped = isTyped;
+    write<ParamValueRep>(*this).isTyped = isTyped;
 }
 
 CIMParamValue CIMParamValue::clone() const
 {
-    return Access::make<CIMParamValue>(read(*this).clone());
+    return make<CIMParamValue>(read<ParamValueRep>(*this).clone());
 }
 
 }  // namespace Pegasus

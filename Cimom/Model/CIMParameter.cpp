@@ -3,18 +3,7 @@
 namespace Pegasus
 {
 
-using Access = cimom::HandleAccess;
-using cimom::ParameterRep;
-
-namespace
-{
-
-const ParameterRep& read(const detail::Handle& handle)
-{
-    return Access::read<ParameterRep>(handle);
-}
-
-}  // namespace
+using namespace cimom;
 
 namespace detail
 {
@@ -29,49 +18,49 @@ ParameterReader::ParameterReader(const CIMName& name, CIMType type, Boolean isAr
     rep->isArray = isArray;
     rep->arraySize = arraySize;
     rep->referenceClassName = referenceClassName;
-    Access::rep(*this) = std::move(rep);
+    representation(*this) = std::move(rep);
 }
 
 const CIMName& ParameterReader::getName() const
 {
-    return read(*this).name;
+    return read<ParameterRep>(*this).name;
 }
 
 CIMType ParameterReader::getType() const
 {
-    return read(*this).type;
+    return read<ParameterRep>(*this).type;
 }
 
 Boolean ParameterReader::isArray() const
 {
-    return read(*this).isArray;
+    return read<ParameterRep>(*this).isArray;
 }
 
 Uint32 ParameterReader::getArraySize() const
 {
-    return read(*this).arraySize;
+    return read<ParameterRep>(*this).arraySize;
 }
 
 const CIMName& ParameterReader::getReferenceClassName() const
 {
-    return read(*this).referenceClassName;
+    return read<ParameterRep>(*this).referenceClassName;
 }
 
 Boolean ParameterReader::identical(const CIMConstParameter& x) const
 {
-    return cimom::identical(read(*this), read(x));
+    return cimom::identical(read<ParameterRep>(*this), read<ParameterRep>(x));
 }
 
 CIMParameter ParameterReader::clone() const
 {
-    return Access::make<CIMParameter>(read(*this).clone());
+    return make<CIMParameter>(read<ParameterRep>(*this).clone());
 }
 
 }  // namespace detail
 
 void CIMParameter::setName(const CIMName& name)
 {
-    Access::write<ParameterRep>(*this).rename(name, ParameterRep::kind);
+    write<ParameterRep>(*this).rename(name, ParameterRep::kind);
 }
 
 }  // namespace Pegasus

@@ -3,21 +3,10 @@
 namespace Pegasus
 {
 
-using Access = cimom::HandleAccess;
-using cimom::PropertyRep;
+using namespace cimom;
 
 namespace
 {
-
-const PropertyRep& read(const detail::Handle& handle)
-{
-    return Access::read<PropertyRep>(handle);
-}
-
-PropertyRep& write(detail::Handle& handle)
-{
-    return Access::write<PropertyRep>(handle);
-}
 
 /// A fixed size needs an array of that size (also for a null), none accepts any value.
 bool fitsArraySize(const CIMValue& value, Uint32 arraySize)
@@ -43,82 +32,82 @@ PropertyReader::PropertyReader(const CIMName& name, const CIMValue& value, Uint3
     rep->referenceClassName = referenceClassName;
     rep->classOrigin = classOrigin;
     rep->propagated = propagated;
-    Access::rep(*this) = std::move(rep);
+    representation(*this) = std::move(rep);
 }
 
 const CIMName& PropertyReader::getName() const
 {
-    return read(*this).name;
+    return read<PropertyRep>(*this).name;
 }
 
 const CIMValue& PropertyReader::getValue() const
 {
-    return read(*this).value;
+    return read<PropertyRep>(*this).value;
 }
 
 CIMType PropertyReader::getType() const
 {
-    return read(*this).value.getType();
+    return read<PropertyRep>(*this).value.getType();
 }
 
 Boolean PropertyReader::isArray() const
 {
-    return read(*this).value.isArray();
+    return read<PropertyRep>(*this).value.isArray();
 }
 
 Uint32 PropertyReader::getArraySize() const
 {
-    return read(*this).arraySize;
+    return read<PropertyRep>(*this).arraySize;
 }
 
 const CIMName& PropertyReader::getReferenceClassName() const
 {
-    return read(*this).referenceClassName;
+    return read<PropertyRep>(*this).referenceClassName;
 }
 
 const CIMName& PropertyReader::getClassOrigin() const
 {
-    return read(*this).classOrigin;
+    return read<PropertyRep>(*this).classOrigin;
 }
 
 Boolean PropertyReader::getPropagated() const
 {
-    return read(*this).propagated;
+    return read<PropertyRep>(*this).propagated;
 }
 
 Boolean PropertyReader::identical(const CIMConstProperty& x) const
 {
-    return cimom::identical(read(*this), read(x));
+    return cimom::identical(read<PropertyRep>(*this), read<PropertyRep>(x));
 }
 
 CIMProperty PropertyReader::clone() const
 {
-    return Access::make<CIMProperty>(read(*this).clone());
+    return make<CIMProperty>(read<PropertyRep>(*this).clone());
 }
 
 }  // namespace detail
 
 void CIMProperty::setName(const CIMName& name)
 {
-    write(*this).rename(name, PropertyRep::kind);
+    write<PropertyRep>(*this).rename(name, PropertyRep::kind);
 }
 
 void CIMProperty::setValue(const CIMValue& value)
 {
-    const PropertyRep& rep = read(*this);
+    const PropertyRep& rep = read<PropertyRep>(*this);
     if (!rep.value.typeCompatible(value) || !fitsArraySize(value, rep.arraySize))
         throw TypeMismatchException();
-    write(*this).value = value;
+    write<PropertyRep>(*this).value = value;
 }
 
 void CIMProperty::setClassOrigin(const CIMName& classOrigin)
 {
-    write(*this).classOrigin = classOrigin;
+    write<PropertyRep>(*this).classOrigin = classOrigin;
 }
 
 void CIMProperty::setPropagated(Boolean propagated)
 {
-    write(*this).propagated = propagated;
+    write<PropertyRep>(*this).propagated = propagated;
 }
 
 }  // namespace Pegasus

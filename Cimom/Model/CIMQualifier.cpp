@@ -3,26 +3,14 @@
 namespace Pegasus
 {
 
-using Access = cimom::HandleAccess;
-using cimom::QualifiedRep;
-using cimom::QualifierRep;
+using namespace cimom;
 
 namespace
 {
 
-const QualifierRep& read(const detail::Handle& handle)
+const ElementList<QualifierRep>& qualifiers(const detail::Handle& handle)
 {
-    return Access::read<QualifierRep>(handle);
-}
-
-QualifierRep& write(detail::Handle& handle)
-{
-    return Access::write<QualifierRep>(handle);
-}
-
-const cimom::ElementList<QualifierRep>& qualifiers(const detail::Handle& handle)
-{
-    return Access::read<QualifiedRep>(handle).qualifiers;
+    return read<QualifiedRep>(handle).qualifiers;
 }
 
 }  // namespace
@@ -37,47 +25,47 @@ QualifierReader::QualifierReader(const CIMName& name, const CIMValue& value,
     rep->value = value;
     rep->flavor = flavor;
     rep->propagated = propagated;
-    Access::rep(*this) = std::move(rep);
+    representation(*this) = std::move(rep);
 }
 
 const CIMName& QualifierReader::getName() const
 {
-    return read(*this).name;
+    return read<QualifierRep>(*this).name;
 }
 
 CIMType QualifierReader::getType() const
 {
-    return read(*this).value.getType();
+    return read<QualifierRep>(*this).value.getType();
 }
 
 Boolean QualifierReader::isArray() const
 {
-    return read(*this).value.isArray();
+    return read<QualifierRep>(*this).value.isArray();
 }
 
 const CIMValue& QualifierReader::getValue() const
 {
-    return read(*this).value;
+    return read<QualifierRep>(*this).value;
 }
 
 const CIMFlavor& QualifierReader::getFlavor() const
 {
-    return read(*this).flavor;
+    return read<QualifierRep>(*this).flavor;
 }
 
 Uint32 QualifierReader::getPropagated() const
 {
-    return read(*this).propagated ? 1 : 0;
+    return read<QualifierRep>(*this).propagated ? 1 : 0;
 }
 
 Boolean QualifierReader::identical(const CIMConstQualifier& x) const
 {
-    return cimom::identical(read(*this), read(x));
+    return cimom::identical(read<QualifierRep>(*this), read<QualifierRep>(x));
 }
 
 CIMQualifier QualifierReader::clone() const
 {
-    return Access::make<CIMQualifier>(read(*this).clone());
+    return make<CIMQualifier>(read<QualifierRep>(*this).clone());
 }
 
 Uint32 QualifiedReader::findQualifier(const CIMName& name) const
@@ -97,44 +85,44 @@ Uint32 QualifiedReader::getQualifierCount() const
 
 void QualifiedReader::insertQualifier(const CIMQualifier& x)
 {
-    Access::write<QualifiedRep>(*this).qualifiers.add(x);
+    write<QualifiedRep>(*this).qualifiers.add(x);
 }
 
 CIMQualifier QualifiedReader::qualifierAt(Uint32 index) const
 {
-    return Access::make<CIMQualifier>(qualifiers(*this).at(index));
+    return make<CIMQualifier>(qualifiers(*this).at(index));
 }
 
 void QualifiedReader::eraseQualifier(Uint32 index)
 {
-    Access::write<QualifiedRep>(*this).qualifiers.remove(index);
+    write<QualifiedRep>(*this).qualifiers.remove(index);
 }
 
 }  // namespace detail
 
 void CIMQualifier::setName(const CIMName& name)
 {
-    write(*this).rename(name, QualifierRep::kind);
+    write<QualifierRep>(*this).rename(name, QualifierRep::kind);
 }
 
 void CIMQualifier::setValue(const CIMValue& value)
 {
-    write(*this).value = value;
+    write<QualifierRep>(*this).value = value;
 }
 
 void CIMQualifier::setFlavor(const CIMFlavor& flavor)
 {
-    write(*this).flavor = flavor;
+    write<QualifierRep>(*this).flavor = flavor;
 }
 
 void CIMQualifier::unsetFlavor(const CIMFlavor& flavor)
 {
-    write(*this).flavor.removeFlavor(flavor);
+    write<QualifierRep>(*this).flavor.removeFlavor(flavor);
 }
 
 void CIMQualifier::setPropagated(Boolean propagated)
 {
-    write(*this).propagated = propagated;
+    write<QualifierRep>(*this).propagated = propagated;
 }
 
 }  // namespace Pegasus

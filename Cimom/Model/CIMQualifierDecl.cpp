@@ -3,18 +3,7 @@
 namespace Pegasus
 {
 
-using Access = cimom::HandleAccess;
-using cimom::QualifierDeclRep;
-
-namespace
-{
-
-const QualifierDeclRep& read(const detail::Handle& handle)
-{
-    return Access::read<QualifierDeclRep>(handle);
-}
-
-}  // namespace
+using namespace cimom;
 
 namespace detail
 {
@@ -28,67 +17,67 @@ QualifierDeclReader::QualifierDeclReader(const CIMName& name, const CIMValue& va
     rep->scope = scope;
     rep->flavor = flavor;
     rep->arraySize = arraySize;
-    Access::rep(*this) = std::move(rep);
+    representation(*this) = std::move(rep);
 }
 
 const CIMName& QualifierDeclReader::getName() const
 {
-    return read(*this).name;
+    return read<QualifierDeclRep>(*this).name;
 }
 
 CIMType QualifierDeclReader::getType() const
 {
-    return read(*this).value.getType();
+    return read<QualifierDeclRep>(*this).value.getType();
 }
 
 Boolean QualifierDeclReader::isArray() const
 {
-    return read(*this).value.isArray();
+    return read<QualifierDeclRep>(*this).value.isArray();
 }
 
 const CIMValue& QualifierDeclReader::getValue() const
 {
-    return read(*this).value;
+    return read<QualifierDeclRep>(*this).value;
 }
 
 const CIMScope& QualifierDeclReader::getScope() const
 {
-    return read(*this).scope;
+    return read<QualifierDeclRep>(*this).scope;
 }
 
 const CIMFlavor& QualifierDeclReader::getFlavor() const
 {
-    return read(*this).flavor;
+    return read<QualifierDeclRep>(*this).flavor;
 }
 
 Uint32 QualifierDeclReader::getArraySize() const
 {
-    return read(*this).arraySize;
+    return read<QualifierDeclRep>(*this).arraySize;
 }
 
 Boolean QualifierDeclReader::identical(const CIMConstQualifierDecl& x) const
 {
-    const QualifierDeclRep& a = read(*this);
-    const QualifierDeclRep& b = read(x);
+    const QualifierDeclRep& a = read<QualifierDeclRep>(*this);
+    const QualifierDeclRep& b = read<QualifierDeclRep>(x);
     return a.name.equal(b.name) && a.value.equal(b.value) && a.scope.equal(b.scope) &&
            a.flavor.equal(b.flavor) && a.arraySize == b.arraySize;
 }
 
 CIMQualifierDecl QualifierDeclReader::clone() const
 {
-    return Access::make<CIMQualifierDecl>(read(*this).clone());
+    return make<CIMQualifierDecl>(read<QualifierDeclRep>(*this).clone());
 }
 
 }  // namespace detail
 
 void CIMQualifierDecl::setName(const CIMName& name)
 {
-    Access::write<QualifierDeclRep>(*this).rename(name, QualifierDeclRep::kind);
+    write<QualifierDeclRep>(*this).rename(name, QualifierDeclRep::kind);
 }
 
 void CIMQualifierDecl::setValue(const CIMValue& value)
 {
-    Access::write<QualifierDeclRep>(*this).value = value;
+    write<QualifierDeclRep>(*this).value = value;
 }
 
 }  // namespace Pegasus

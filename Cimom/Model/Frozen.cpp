@@ -10,8 +10,8 @@ namespace
 
 void freezeHandle(Pegasus::detail::Handle& handle)
 {
-    HandleAccess::read<Rep>(handle);
-    HandleAccess::rep(handle)->freeze();
+    read<Rep>(handle);
+    representation(handle)->freeze();
 }
 
 }  // namespace

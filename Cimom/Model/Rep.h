@@ -39,40 +39,48 @@ struct Rep
     bool frozen = false;
 };
 
-/// The way from a handle to its representation and back.
+/// The way from a handle to its representation.
 struct HandleAccess
 {
-    /// Throws UninitializedObjectException.
-    template <class T>
-    static const T& read(const Pegasus::detail::Handle& handle)
-    {
-        if (!handle._rep) throw Pegasus::UninitializedObjectException();
-        return static_cast<const T&>(*handle._rep);
-    }
-
-    /// To change it: gives a handle on a frozen representation a copy of its own first.
-    /// Throws UninitializedObjectException.
-    template <class T>
-    static T& write(Pegasus::detail::Handle& handle)
-    {
-        if (read<T>(handle).frozen) handle._rep = handle._rep->clone();
-        return static_cast<T&>(*handle._rep);
-    }
-
     static std::shared_ptr<Rep>& rep(Pegasus::detail::Handle& handle) { return handle._rep; }
     static const std::shared_ptr<Rep>& rep(const Pegasus::detail::Handle& handle)
     {
         return handle._rep;
     }
-
-    template <class HandleClass>
-    static HandleClass make(std::shared_ptr<Rep> rep)
-    {
-        HandleClass handle;
-        HandleAccess::rep(handle) = std::move(rep);
-        return handle;
-    }
 };
+
+/// Null for an uninitialized handle.
+template <class HandleClass>
+auto& representation(HandleClass& handle)
+{
+    return HandleAccess::rep(handle);
+}
+
+/// What the handle refers to. Throws UninitializedObjectException.
+template <class T>
+const T& read(const Pegasus::detail::Handle& handle)
+{
+    if (!representation(handle)) throw Pegasus::UninitializedObjectException();
+    return static_cast<const T&>(*representation(handle));
+}
+
+/// What the handle refers to, to be changed: a handle on a frozen representation gets a copy of its
+/// own first. Throws UninitializedObjectException.
+template <class T>
+T& write(Pegasus::detail::Handle& handle)
+{
+    if (read<Rep>(handle).frozen) representation(handle) = representation(handle)->clone();
+    return static_cast<T&>(*representation(handle));
+}
+
+/// A handle on a representation.
+template <class HandleClass>
+HandleClass make(std::shared_ptr<Rep> rep)
+{
+    HandleClass handle;
+    representation(handle) = std::move(rep);
+    return handle;
+}
 
 /// An element that has a name among others of its kind.
 struct Named
@@ -133,7 +141,7 @@ public:
     /// AlreadyExistsException, TooManyElementsException.
     void add(const Pegasus::detail::Handle& handle)
     {
-        const T& element = HandleAccess::read<T>(handle);
+        const T& element = read<T>(handle);
         if (find(element.name) != PEG_NOT_FOUND) throwAlreadyExists(T::kind, element.name);
         if (size() >= maxElements) throw Pegasus::TooManyElementsException();
         push(std::static_pointer_cast<T>(element.frozen ? element.clone()
