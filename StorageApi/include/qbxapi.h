@@ -373,7 +373,7 @@ typedef struct api_StorageArray_t
 {
     char elementName[256];           /* host name */
     uint16_t operationalStatus[3];   /* CIM OperationalStatus codes */
-    char statusDescriptions[2][256]; /* texts to the second and third of them */
+    char statusDescriptions[2][256]; /* texts that go with them */
     char name[256];                  /* name of the system */
     char model[32];                  /* product name */
     char serial[32];                 /* serial number */

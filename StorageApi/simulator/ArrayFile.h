@@ -1,0 +1,80 @@
+// The file that describes an array, as records of the Storage-system API.
+#pragma once
+
+#include <qbxapi.h>
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace qbxsim
+{
+
+/// The records that the list queries hand out.
+struct Records
+{
+    std::vector<api_Cage_t> cages;
+    std::vector<api_CagePS_t> cagesPS;
+    std::vector<api_Magazine_t> magazines;
+    std::vector<api_FCAL_t> fcals;
+};
+
+struct User
+{
+    std::string name;
+    bool mayOpen = true;
+    /// Keys, exact or with a trailing '*'. Absent: the privilege store does not know the user.
+    std::optional<std::vector<std::string>> privileges;
+};
+
+/// An array as its file describes it.
+struct Array
+{
+    std::chrono::milliseconds cacheTime{0};
+    std::string nodeIPaddress;
+    api_StorageArray_t storageArray = {};
+    Records records;
+    std::vector<User> users;
+    /// Every key that a user can hold. Absent: any key is one.
+    std::optional<std::vector<std::string>> privilegeKeys;
+};
+
+/// A firmware file: a version, and the cage types that it is for.
+struct Firmware
+{
+    char version[32] = {};
+    std::vector<jb_type_e> cageTypes;
+};
+
+/// A location that was set through the API. It holds for as long as the array file says `from`.
+struct KeptLocation
+{
+    std::string cage;
+    std::string from;
+    std::string to;
+};
+
+/// What outlives a restart.
+struct State
+{
+    std::vector<KeptLocation> locations;
+};
+
+// Each parses `text`, the contents of `file`, and throws FileError for a fault in it.
+Array parseArray(const std::string& file, const std::string& text);
+Firmware parseFirmware(const std::string& file, const std::string& text);
+State parseState(const std::string& file, const std::string& text);
+
+/// The text of a state file, for parseState.
+std::string formatState(const State& state);
+
+/// The text of a field, which may lack its terminator.
+template <std::size_t N>
+std::string fieldText(const char (&field)[N])
+{
+    const std::string all(field, N);
+    return all.substr(0, all.find('\0'));
+}
+
+}  // namespace qbxsim

@@ -1,0 +1,411 @@
+#include "Simulator.h"
+
+#include "Log.h"
+#include "qbxapi_sim.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <system_error>
+#include <utility>
+
+namespace qbxsim
+{
+namespace
+{
+
+constexpr api_StatePair_t onLoopState = {1, ES_NORMAL};
+constexpr api_StatePair_t offLoopState = {2, ES_DEGRADED};
+constexpr unsigned bothPorts = 2;
+
+std::string environment(const char* name, const std::string& otherwise)
+{
+    const char* const value = std::getenv(name);
+    return value != nullptr && *value != '\0' ? value : otherwise;
+}
+
+std::string sampleArray()
+{
+    return access(QBX_SAMPLE_ARRAY, R_OK) == 0 ? QBX_SAMPLE_ARRAY : QBX_INSTALLED_SAMPLE_ARRAY;
+}
+
+bool matches(const std::vector<std::string>& keys, const std::string& key)
+{
+    return std::any_of(keys.begin(), keys.end(), [&](const std::string& known) {
+        const bool isPrefix = !known.empty() && known.back() == '*';
+        return isPrefix ? key.compare(0, known.size() - 1, known, 0, known.size() - 1) == 0
+                        : key == known;
+    });
+}
+
+const User* findUser(const Array& array, const std::string& name)
+{
+    const auto user = std::find_if(array.users.begin(), array.users.end(),
+                                   [&](const User& candidate) { return candidate.name == name; });
+    return user == array.users.end() ? nullptr : &*user;
+}
+
+/// A copy of the text as a NUL-terminated field. Throws Refusal when it does not fit.
+template <std::size_t N>
+void copyTerminated(const std::string& text, char (&field)[N])
+{
+    if (text.size() >= N)
+        throw Refusal(QBXSIM_NOT_SUPPORTED, "the cage name '" + text + "' is longer than " +
+                                                std::to_string(N - 1) + " bytes");
+    std::fill(field + text.copy(field, N), field + N, '\0');
+}
+
+bool isFamily(jb_type_e type, jb_type_e one, jb_type_e other)
+{
+    return type == one || type == other;
+}
+
+/// The field with the firmware version of a card, or null when its type has none.
+char (*firmwareOf(api_FCAL_t& card))[32]
+{
+    if (isFamily(card.cageType, JB_JBOD, JB_KBOD)) return &card.u.kbod.fwVersion;
+    if (card.cageType == JB_DC3) return &card.u.sbod.fwVersion;
+    return nullptr;
+}
+
+Firmware readFirmware(const std::string& fileName)
+{
+    try {
+        return parseFirmware(fileName, readFile(fileName));
+    } catch (const std::system_error& error) {
+        const bool isMissing = error.code() == std::errc::no_such_file_or_directory;
+        throw Refusal(isMissing ? QBXSIM_FIRMWARE_MISSING : QBXSIM_FIRMWARE_UNREADABLE,
+                      std::string("firmware file ") + error.what());
+    } catch (const FileError& error) {
+        throw Refusal(QBXSIM_FIRMWARE_INVALID, std::string("firmware file ") + error.what());
+    }
+}
+
+/// Replaces a file as a whole: after a crash it has the old contents or the new ones.
+void replaceFile(const std::string& path, const std::string& text)
+{
+    const std::string draft = path + ".new";
+    const auto fail = [&](const std::string& name) {
+        const std::system_error error(errno, std::generic_category(), name);
+        unlink(draft.c_str());
+        throw error;
+    };
+    const int file = open(draft.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0640);
+    if (file < 0) fail(draft);
+    const bool isWritten =
+        write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size()) &&
+        fsync(file) == 0;
+    const int error = errno;
+    close(file);
+    errno = error;
+    if (!isWritten) fail(draft);
+    if (rename(draft.c_str(), path.c_str()) != 0) fail(path);
+}
+
+}  // namespace
+
+Simulator::Simulator()
+{
+    use(environment("QBX_ARRAY_FILE", sampleArray()));
+}
+
+void Simulator::use(const std::string& path)
+{
+    file_ = WatchedFile(path);
+    statePath_ = environment("QBX_ARRAY_STATE", path + ".state");
+    array_.reset();
+    snapshot_.reset();
+    lights_.clear();
+}
+
+void Simulator::load(const std::string& path)
+{
+    const std::lock_guard lock(mutex_);
+    use(path);
+    current();
+}
+
+void Simulator::reset()
+{
+    const std::lock_guard lock(mutex_);
+    use(environment("QBX_ARRAY_FILE", sampleArray()));
+}
+
+bool Simulator::mayOpen(const std::string& user)
+{
+    const std::lock_guard lock(mutex_);
+    const User* const known = findUser(current(), user);
+    return known != nullptr && known->mayOpen;
+}
+
+api_cimuser_authorization_e Simulator::authorize(const std::string& user, const std::string& key)
+{
+    const std::lock_guard lock(mutex_);
+    const Array& array = current();
+    const User* const known = findUser(array, user);
+    if (known == nullptr || !known->privileges) return API_CIMUSER_AUTHORIZATION_USER_NOTFOUND;
+    if (array.privilegeKeys && !matches(*array.privilegeKeys, key))
+        return API_CIMUSER_AUTHORIZATION_UNSUPPORTED_METHOD;
+    return matches(*known->privileges, key) ? API_CIMUSER_AUTHORIZATION_SUCCESS
+                                            : API_CIMUSER_AUTHORIZATION_UNAUTH_USER;
+}
+
+api_StorageArray_t Simulator::storageArray()
+{
+    const std::lock_guard lock(mutex_);
+    return current().storageArray;
+}
+
+std::string Simulator::nodeIPaddress()
+{
+    const std::lock_guard lock(mutex_);
+    return current().nodeIPaddress;
+}
+
+api_Cage_t Simulator::findCage(const std::string& name)
+{
+    const std::lock_guard lock(mutex_);
+    for (const api_Cage_t& cage : cached().cages)
+        if (fieldText(cage.deviceID) == name) return cage;
+    throw Refusal(QBXSIM_NOT_FOUND, "no cage '" + name + "'");
+}
+
+api_MagazineIDs_t Simulator::findMagazine(const std::string& tag)
+{
+    const std::lock_guard lock(mutex_);
+    for (const api_Magazine_t& magazine : current().records.magazines) {
+        if (magazine.isAbsent || fieldText(magazine.deviceID) != tag) continue;
+        api_MagazineIDs_t ids = {};
+        ids.magazine = magazine.position;
+        copyTerminated(fieldText(magazine.parentDeviceID), ids.cageName);
+        return ids;
+    }
+    throw Refusal(QBXSIM_NOT_FOUND, "no magazine '" + tag + "'");
+}
+
+std::string Simulator::findCageOfCard(const std::string& tag)
+{
+    const std::lock_guard lock(mutex_);
+    for (const api_FCAL_t& card : current().records.fcals) {
+        if (fieldText(card.deviceID) != tag) continue;
+        char name[API_ID_SIZE] = {};
+        copyTerminated(fieldText(card.parentDeviceID), name);
+        return name;
+    }
+    throw Refusal(QBXSIM_NOT_FOUND, "no interface card '" + tag + "'");
+}
+
+void Simulator::locateCage(const std::string& name, std::uint16_t seconds)
+{
+    const std::lock_guard lock(mutex_);
+    api_Cage_t& cage = cageNamed(name);
+    turnOn("cage " + name, seconds, [&cage](bool on) { cage.locateON = on; });
+}
+
+void Simulator::locateMagazine(const std::string& cage, unsigned number, std::uint16_t seconds)
+{
+    const std::lock_guard lock(mutex_);
+    api_Magazine_t& magazine = magazineNumbered(cage, number);
+    turnOn("magazine " + std::to_string(number) + " of " + cage, seconds,
+           [&magazine](bool on) { magazine.locateON = on; });
+}
+
+void Simulator::locatePort(const std::string& cage, unsigned port, std::uint16_t seconds)
+{
+    const std::lock_guard lock(mutex_);
+    bool isFound = false;
+    for (api_FCAL_t& card : current().records.fcals) {
+        const unsigned ports = card.cageType == JB_DC3 ? 4 : 2;
+        if (fieldText(card.parentDeviceID) != cage || port >= ports) continue;
+        isFound = true;
+        const auto turn = [&card, port](bool on) {
+            const bool isOfNoLoop = !card.isLoopA && !card.isLoopB;
+            if (card.isLoopA || isOfNoLoop) card.loopA.locateON[port] = on;
+            if (card.isLoopB || isOfNoLoop) card.loopB.locateON[port] = on;
+        };
+        const std::string light =
+            "port " + std::to_string(port) + " of " + fieldText(card.deviceID);
+        turnOn(light, seconds, turn);
+    }
+    if (!isFound)
+        throw Refusal(QBXSIM_NOT_FOUND,
+                      "no interface card in '" + cage + "' that has port " + std::to_string(port));
+}
+
+void Simulator::setMagazineLoop(const std::string& cage, unsigned number, bool onLoop,
+                                unsigned port)
+{
+    if (port > bothPorts)
+        throw Refusal(QBXSIM_BAD_ARGUMENT, "port code " + std::to_string(port) +
+                                               ": expected 0 for A, 1 for B or 2 for both");
+    const std::lock_guard lock(mutex_);
+    api_Magazine_t& magazine = magazineNumbered(cage, number);
+    const api_StatePair_t& state = onLoop ? onLoopState : offLoopState;
+    if (port == 0 || port == bothPorts) magazine.stateLoopA = state;
+    if (port == 1 || port == bothPorts) magazine.stateLoopB = state;
+    snapshot_.reset();
+}
+
+void Simulator::upgradeCage(const std::string& name, bool isPortA, const std::string& fileName)
+{
+    const std::lock_guard lock(mutex_);
+    api_Cage_t& cage = cageNamed(name);
+    std::vector<char(*)[32]> versions;
+    if (isFamily(cage.type, JB_LBOD, JB_MBOD)) versions.push_back(&cage.u.lbod.fwVersion);
+    for (api_FCAL_t& card : array_->records.fcals) {
+        const bool isAtPort = isPortA ? card.isLoopA : card.isLoopB;
+        char(*const version)[32] = firmwareOf(card);
+        if (isAtPort && version != nullptr && fieldText(card.parentDeviceID) == name)
+            versions.push_back(version);
+    }
+    if (versions.empty())
+        throw Refusal(QBXSIM_NOT_SUPPORTED,
+                      "cage '" + name + "' has no firmware at port " + (isPortA ? "A" : "B"));
+    const Firmware firmware = readFirmware(fileName);
+    const auto& types = firmware.cageTypes;
+    if (std::find(types.begin(), types.end(), cage.type) == types.end())
+        throw Refusal(QBXSIM_FIRMWARE_MISMATCH,
+                      "firmware file " + fileName + " is not for the type of cage '" + name + "'");
+    for (char(*const version)[32] : versions)
+        std::copy(std::begin(firmware.version), std::end(firmware.version), *version);
+    snapshot_.reset();
+}
+
+void Simulator::setCageLocation(const std::string& name, const std::string& location)
+{
+    const std::lock_guard lock(mutex_);
+    api_Cage_t& cage = cageNamed(name);
+    if (location.size() >= sizeof cage.location)
+        throw Refusal(QBXSIM_BAD_ARGUMENT, "a location of " + std::to_string(location.size()) +
+                                               " bytes; " +
+                                               std::to_string(sizeof cage.location - 1) + " fit");
+    const auto index = static_cast<std::size_t>(&cage - array_->records.cages.data());
+    try {
+        State state = readState();
+        auto& kept = state.locations;
+        kept.erase(std::remove_if(kept.begin(), kept.end(),
+                                  [&](const KeptLocation& entry) { return entry.cage == name; }),
+                   kept.end());
+        kept.push_back({name, fileLocations_[index], location});
+        replaceFile(statePath_, formatState(state));
+    } catch (const std::runtime_error& error) {
+        throw Refusal(QBXSIM_STATE_NOT_KEPT,
+                      std::string("the location cannot be kept: ") + error.what());
+    }
+    copyTerminated(location, cage.location);
+    snapshot_.reset();
+}
+
+void Simulator::reloadIfChanged()
+{
+    try {
+        const std::optional<std::string> text = file_.readIfChanged();
+        if (!text) return;
+        Array array = parseArray(file_.path(), *text);
+        fileLocations_.clear();
+        for (const api_Cage_t& cage : array.records.cages)
+            fileLocations_.push_back(fieldText(cage.location));
+        restoreLocations(array);
+        lights_.clear();
+        array_ = std::move(array);
+        writeLog(LogTrace, "simulated array: serving " + file_.path());
+    } catch (const std::runtime_error& error) {
+        const char* const consequence = array_ ? "the array read before stays in service"
+                                               : "no array is in service until it is mended";
+        writeLog(LogFailure,
+                 "simulated array: " + std::string(error.what()) + " (" + consequence + ")");
+    }
+}
+
+Array& Simulator::current()
+{
+    reloadIfChanged();
+    if (!array_) throw Refusal(QBXSIM_NO_ARRAY, "no array file is in service");
+    turnOffExpiredLights();
+    return *array_;
+}
+
+const Records& Simulator::cached()
+{
+    if (snapshot_ && Clock::now() < snapshotEnd_) return *snapshot_;
+    const Array& array = current();
+    snapshot_.reset();
+    if (array.cacheTime.count() == 0) return array.records;
+    snapshotEnd_ = Clock::now() + array.cacheTime;
+    return snapshot_.emplace(array.records);
+}
+
+api_Cage_t& Simulator::cageNamed(const std::string& name)
+{
+    for (api_Cage_t& cage : current().records.cages)
+        if (fieldText(cage.deviceID) == name) return cage;
+    throw Refusal(QBXSIM_NOT_FOUND, "no cage '" + name + "'");
+}
+
+api_Magazine_t& Simulator::magazineNumbered(const std::string& cage, unsigned number)
+{
+    for (api_Magazine_t& magazine : current().records.magazines) {
+        const bool isIt = !magazine.isAbsent && magazine.position == number &&
+                          fieldText(magazine.parentDeviceID) == cage;
+        if (isIt) return magazine;
+    }
+    throw Refusal(QBXSIM_NOT_FOUND,
+                  "no magazine " + std::to_string(number) + " in cage '" + cage + "'");
+}
+
+void Simulator::turnOn(const std::string& light, std::uint16_t seconds,
+                       std::function<void(bool)> turn)
+{
+    turn(seconds > 0);
+    lights_.erase(light);
+    if (seconds > 0)
+        lights_[light] = {Clock::now() + std::chrono::seconds(seconds), std::move(turn)};
+    snapshot_.reset();
+}
+
+void Simulator::turnOffExpiredLights()
+{
+    const auto now = Clock::now();
+    for (auto light = lights_.begin(); light != lights_.end();) {
+        if (light->second.until > now) {
+            ++light;
+            continue;
+        }
+        light->second.turn(false);
+        light = lights_.erase(light);
+    }
+}
+
+void Simulator::restoreLocations(Array& array) const
+{
+    State state;
+    try {
+        state = readState();
+    } catch (const std::runtime_error& error) {
+        writeLog(LogFailure, "simulated array: locations that were set before are lost: " +
+                                 std::string(error.what()));
+    }
+    for (const KeptLocation& kept : state.locations)
+        for (api_Cage_t& cage : array.records.cages) {
+            const bool isItsCage = fieldText(cage.deviceID) == kept.cage;
+            const bool isUnchanged = fieldText(cage.location) == kept.from;
+            if (isItsCage && isUnchanged && kept.to.size() < sizeof cage.location)
+                copyTerminated(kept.to, cage.location);
+        }
+}
+
+State Simulator::readState() const
+{
+    try {
+        return parseState(statePath_, readFile(statePath_));
+    } catch (const std::system_error& error) {
+        if (error.code() == std::errc::no_such_file_or_directory) return {};
+        throw;
+    }
+}
+
+}  // namespace qbxsim

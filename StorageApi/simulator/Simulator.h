@@ -1,0 +1,104 @@
+// The simulated array: what its file says, and what the actions have made of it since.
+#pragma once
+
+#include "ArrayFile.h"
+#include "JsonFile.h"
+
+#include <qbxapi.h>
+
+#include <chrono>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace qbxsim
+{
+
+/// An operation that cannot be carried out: its result code, and why, for the log.
+class Refusal : public std::runtime_error
+{
+public:
+    Refusal(int code, const std::string& why) : std::runtime_error(why), code_(code) {}
+    int code() const { return code_; }
+
+private:
+    int code_;
+};
+
+/// Thread-safe. Every operation looks first whether the array file has changed, and throws Refusal
+/// when no usable file has been read yet. A changed file replaces everything that actions have
+/// changed, except locations: those hold until the file gives the cage another location.
+class Simulator
+{
+public:
+    /// Takes the file from QBX_ARRAY_FILE, or else the sample array.
+    Simulator();
+
+    /// Serves another file from now on. Throws Refusal when it is not usable.
+    void load(const std::string& path);
+    /// Starts anew, as after construction.
+    void reset();
+
+    bool mayOpen(const std::string& user);
+    api_cimuser_authorization_e authorize(const std::string& user, const std::string& key);
+    api_StorageArray_t storageArray();
+    std::string nodeIPaddress();
+
+    /// One of the lists, up to the array's cache time old. Actions are seen at once.
+    template <class Record>
+    std::vector<Record> list(std::vector<Record> Records::*which)
+    {
+        const std::lock_guard lock(mutex_);
+        return cached().*which;
+    }
+
+    // Each throws Refusal when there is no such element.
+
+    api_Cage_t findCage(const std::string& name);
+    api_MagazineIDs_t findMagazine(const std::string& tag);
+    std::string findCageOfCard(const std::string& tag);
+    void locateCage(const std::string& name, std::uint16_t seconds);
+    void locateMagazine(const std::string& cage, unsigned number, std::uint16_t seconds);
+    void locatePort(const std::string& cage, unsigned port, std::uint16_t seconds);
+    void setMagazineLoop(const std::string& cage, unsigned number, bool onLoop, unsigned port);
+    /// Throws Refusal also for a file that is no firmware, or not for this cage.
+    void upgradeCage(const std::string& name, bool isPortA, const std::string& fileName);
+    /// Throws Refusal also when the location cannot be kept; nothing has changed then.
+    void setCageLocation(const std::string& name, const std::string& location);
+
+private:
+    using Clock = std::chrono::steady_clock;
+    struct Light
+    {
+        Clock::time_point until;
+        std::function<void(bool)> turn;
+    };
+
+    // All of these want the mutex held.
+
+    void use(const std::string& path);
+    void reloadIfChanged();
+    Array& current();
+    const Records& cached();
+    api_Cage_t& cageNamed(const std::string& name);
+    api_Magazine_t& magazineNumbered(const std::string& cage, unsigned number);
+    void turnOn(const std::string& light, std::uint16_t seconds, std::function<void(bool)> turn);
+    void turnOffExpiredLights();
+    void restoreLocations(Array& array) const;
+    State readState() const;
+
+    std::mutex mutex_;
+    WatchedFile file_{""};
+    std::string statePath_;
+    std::optional<Array> array_;
+    std::vector<std::string> fileLocations_;  // of the cages, as the file gives them
+    std::map<std::string, Light> lights_;     // those that will go off
+    std::optional<Records> snapshot_;
+    Clock::time_point snapshotEnd_;
+};
+
+}  // namespace qbxsim
