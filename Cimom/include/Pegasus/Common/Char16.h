@@ -26,7 +26,6 @@ private:
     Uint16 _code;
 };
 
-// A char is taken by its bits, so one above 127 is sign-extended on neither side.
 inline Boolean operator==(const Char16& x, const Char16& y)
 {
     return Uint16(x) == Uint16(y);

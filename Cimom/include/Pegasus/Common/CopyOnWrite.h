@@ -2,10 +2,19 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
+#include <functional>
 #include <utility>
 
 namespace Pegasus::detail
 {
+
+/// True when the pointer is into the `size` elements at begin.
+template <class T>
+bool isWithin(const T* pointer, const T* begin, std::size_t size)
+{
+    return !std::less<>()(pointer, begin) && std::less<>()(pointer, begin + size);
+}
 
 /// A value of type T that copies share and the first writer among several copies for itself. Empty
 /// (null) when default constructed. Different copies may be read, written and destroyed by
