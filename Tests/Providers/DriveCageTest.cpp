@@ -1,0 +1,583 @@
+// The drive cage provider: which cages, which class, which properties, and its actions.
+#include "ProviderTest.h"
+
+#include "QBX_DriveCageProvider.h"
+
+using namespace Pegasus;
+
+namespace
+{
+
+const Texts READ_CAGES = {"api_qbxOpenForCimserver(joe)", "cim_sem_wait()",
+                          "api_getCages_Cached(0)", "cim_sem_post()"};
+
+class DriveCageTest : public ProviderTest
+{
+protected:
+    DriveCageTest() : provider(start<QBX_DriveCageProvider>("QBX_DriveCageProvider")) {}
+
+    std::vector<CIMInstance> instances(const std::string& className,
+                                       const CIMPropertyList& list = CIMPropertyList())
+    {
+        InstanceHandler handler;
+        provider.enumerateInstances(contextOf(), pathOf(className), false, false, list, handler);
+        return handler.results;
+    }
+
+    std::string get(const CIMObjectPath& path)
+    {
+        InstanceHandler handler;
+        const std::string thrown = thrownBy([&] {
+            provider.getInstance(contextOf(), path, false, false, CIMPropertyList(), handler);
+        });
+        return thrown == "nothing" ? str(handler.results.at(0).getPath()) : thrown;
+    }
+
+    std::string invoke(const char* method, const Array<CIMParamValue>& parameters,
+                       const CIMObjectPath& path = pathOf("QBX_DriveCage", {{"Tag", "cage0"}}))
+    {
+        MethodHandler handler;
+        const std::string thrown = thrownBy([&] {
+            provider.invokeMethod(contextOf(), path, CIMName(method), parameters, handler);
+        });
+        if (thrown != "nothing") {
+            EXPECT_EQ(handler.steps, Texts{}) << "a failed method must deliver nothing";
+            return thrown;
+        }
+        EXPECT_EQ(handler.steps.size(), 3u);
+        return handler.steps.at(1);
+    }
+
+    std::string modify(const Array<CIMProperty>& properties, const CIMPropertyList& list,
+                       const CIMObjectPath& path = pathOf("QBX_DriveCageDC2Family",
+                                                          {{"Tag", "cage0"}}))
+    {
+        CIMInstance instance(path.getClassName());
+        for (Uint32 i = 0; i < properties.size(); ++i)
+            instance.addProperty(properties[i]);
+        PlainHandler handler;
+        const std::string thrown = thrownBy(
+            [&] { provider.modifyInstance(contextOf(), path, instance, false, list, handler); });
+        EXPECT_EQ(handler.steps, Texts{}) << "the handler must be left alone";
+        return thrown;
+    }
+
+    QBX_DriveCageProvider& provider;
+};
+
+// ---- Which cages, which class ----
+
+struct TypeCase
+{
+    int type;
+    const char* className;
+    const char* cageType;
+};
+
+const TypeCase TYPES[] = {
+    {0, "QBX_DriveCage", "uint16 0"},          {1, "QBX_DriveCageDC1Family", "uint16 2"},
+    {2, "QBX_DriveCageDC1Family", "uint16 2"}, {3, "QBX_DriveCageDC2Family", "uint16 3"},
+    {4, "QBX_DriveCageDC3Family", "uint16 4"}, {5, "QBX_DriveCageDC2Family", "uint16 5"},
+    {6, "QBX_DriveCage", "uint16 6"},          {-1, "QBX_DriveCage", "uint16 65535"},
+};
+
+TEST_F(DriveCageTest, HardwareTypeSelectsTheClassAndEachCageIsListedUnderItsOwnOnly)
+{
+    for (const TypeCase& row : TYPES)
+        api.cages.push_back(cage(std::to_string(row.type), row.type));
+    std::map<std::string, Texts> expected;
+    for (const TypeCase& row : TYPES) {
+        expected[row.className].push_back("//array1/root/qbx:" + std::string(row.className) +
+                                          ".CreationClassName=\"" + row.className + "\",Tag=\"" +
+                                          std::to_string(row.type) + "\"");
+    }
+    for (const auto& [className, paths] : expected) {
+        PathHandler names;
+        provider.enumerateInstanceNames(contextOf(), pathOf(className), names);
+        Texts listed;
+        for (const CIMObjectPath& path : names.results)
+            listed.push_back(str(path));
+        EXPECT_EQ(listed, paths) << className;
+
+        Texts built;
+        for (const CIMInstance& instance : instances(className)) {
+            built.push_back(str(instance.getPath()));
+            EXPECT_EQ(valueOf(instance, "CreationClassName"), "string " + className);
+        }
+        EXPECT_EQ(built, paths) << className;
+    }
+    for (const TypeCase& row : TYPES) {
+        api.cages = {cage("x", row.type)};
+        EXPECT_EQ(valueOf(instances(row.className).at(0), "CageType"), row.cageType) << row.type;
+    }
+}
+
+TEST_F(DriveCageTest, CommonPropertiesComeFromTheRecord)
+{
+    api_Cage_t record = cage("cage0", JB_UNKNOWN);
+    put(record.elementName, "Shelf <1> & \"x\"");
+    put(record.location, std::string(256, 'L'));
+    put(record.mfg.vendor, "Vendor");
+    put(record.mfg.model, "Model");
+    put(record.mfg.serial, "Serial");
+    record.position = 65535;
+    record.wwn = 0x1A2B;
+    record.subType = JB_SUBTYP_DC3ALPHAFC;
+    record.loopSplit = 1;
+    record.chainPosA = 7;
+    record.chainPosB = 8;
+    record.locateON = 1;
+    record.cimState = API_STATE_POWER_MODE;
+    record.u.kbod.isRight = 1;
+    api.cages = {record};
+
+    const CIMInstance instance = instances("QBX_DriveCage").at(0);
+    const std::pair<const char*, std::string> expected[] = {
+        {"CreationClassName", "string QBX_DriveCage"},
+        {"Tag", "string cage0"},
+        {"Name", "string 0000000000001A2B"},
+        {"ChassisPackageType", "uint16 22"},
+        {"ChassisTypeDescription", "string Drive Cage"},
+        {"MultipleSystemSupport", "uint16 2"},
+        {"RackMountable", "uint16 2"},
+        {"ElementName", "string Shelf <1> & \"x\""},
+        {"Location", "string " + std::string(256, 'L')},
+        {"CageType", "uint16 0"},
+        {"CageSubType", "uint16 2"},
+        {"Manufacturer", "string Vendor"},
+        {"Model", "string Model"},
+        {"SerialNumber", "string Serial"},
+        {"Position", "uint16 65535"},
+        {"LoopSplit", "boolean TRUE"},
+        {"ChainPositionLoopA", "uint16 7"},
+        {"ChainPositionLoopB", "uint16 8"},
+        {"LocateON", "boolean TRUE"},
+        {"OperationalStatus", "uint16[] 18 "},
+        {"IsLeftSide", "boolean FALSE"},
+        {"IsRightSide", "boolean TRUE"},
+    };
+    for (const auto& [name, value] : expected)
+        EXPECT_EQ(valueOf(instance, name), value) << name;
+}
+
+TEST_F(DriveCageTest, ValuesAtTheEdges)
+{
+    api_Cage_t record = cage("cage0", JB_UNKNOWN);
+    record.wwn = 0xFEDCBA9876543210u;
+    record.subType = JB_SUBTYP_UNKNOWN;
+    record.cimState = static_cast<api_state_e>(0x10003);
+    api.cages = {record};
+    const CIMInstance instance = instances("QBX_DriveCage").at(0);
+    EXPECT_EQ(valueOf(instance, "Name"), "string FEDCBA9876543210");
+    EXPECT_EQ(valueOf(instance, "CageSubType"), "uint16 65535");
+    EXPECT_EQ(valueOf(instance, "OperationalStatus"), "uint16[] 3 ");
+    EXPECT_EQ(valueOf(instance, "ElementName"), "string ");
+    EXPECT_EQ(valueOf(instance, "LocateON"), "boolean FALSE");
+}
+
+TEST_F(DriveCageTest, TextFieldsAreReadToTheirEndAndNoFurther)
+{
+    const struct
+    {
+        std::string bytes;
+        std::string text;
+    } cases[] = {
+        {std::string(32, 'n'), std::string(32, 'n')},  // fills the field, no terminator
+        {"Gr\xC3\xB6\xC3\x9F"
+         "e",
+         "Gr\xC3\xB6\xC3\x9F"
+         "e"},
+        {"a\xFF\xFE"
+         "b",
+         "a\xEF\xBF\xBD\xEF\xBF\xBD"
+         "b"},
+        {"\xC3", "\xEF\xBF\xBD"},                                  // cut in a sequence
+        {"\xC0\x80", "\xEF\xBF\xBD\xEF\xBF\xBD"},                  // overlong
+        {"\xED\xA0\x80", "\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD"},  // surrogate
+        {"\xF4\x90\x80\x80", "\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD"},
+        {"\xF0\x9F\x94\xA5", "\xF0\x9F\x94\xA5"},
+    };
+    for (const auto& row : cases) {
+        api_Cage_t record = cage("cage0", JB_KBOD);
+        put(record.elementName, row.bytes);
+        record.position = 0x4141;  // what follows the field
+        api.cages = {record};
+        EXPECT_EQ(valueOf(instances("QBX_DriveCageDC1Family").at(0), "ElementName"),
+                  "string " + row.text);
+    }
+}
+
+TEST_F(DriveCageTest, EachFamilyHasItsOwnProperties)
+{
+    api_Cage_t dc2 = cage("dc2", JB_MBOD);
+    put(dc2.u.lbod.fwVersion, "2.10");
+    dc2.u.lbod.fwState = {0x1FFFF, ES_NORMAL};
+    dc2.u.lbod.cpuState = {9, ES_FAILED};
+    api_Cage_t dc3 = cage("dc3", JB_DC3);
+    dc3.u.sbod.tempState = {1, ES_NORMAL};
+    dc3.u.sbod.tempValue = 41;
+    dc3.u.sbod.opPanelState = {2, ES_NORMAL};
+    dc3.u.sbod.audAlarmState = {3, ES_NORMAL};
+    dc3.u.sbod.enclosureID = 255;
+    api_Cage_t dc1 = cage("dc1", JB_JBOD);
+    dc1.u.kbod.isLeft = 1;
+    api.cages = {dc2, dc3, dc1};
+
+    const struct
+    {
+        const char* className;
+        const char* property;
+        const char* value;
+    } rows[] = {
+        {"QBX_DriveCageDC2Family", "FirmwareVersion", "string 2.10"},
+        {"QBX_DriveCageDC2Family", "FirmwareStatus", "uint16 65535"},
+        {"QBX_DriveCageDC2Family", "CPUState", "uint16 9"},
+        {"QBX_DriveCageDC3Family", "TempSensorState", "uint16 1"},
+        {"QBX_DriveCageDC3Family", "TempSensorValue", "uint16 41"},
+        {"QBX_DriveCageDC3Family", "OperatorPanelState", "uint16 2"},
+        {"QBX_DriveCageDC3Family", "AudibleAlarmState", "uint16 3"},
+        {"QBX_DriveCageDC3Family", "EnclosureID", "uint16 255"},
+        {"QBX_DriveCageDC1Family", "IsLeftSide", "boolean TRUE"},
+        {"QBX_DriveCageDC1Family", "IsRightSide", "boolean FALSE"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(valueOf(instances(row.className).at(0), row.property), row.value)
+            << row.className << "." << row.property;
+    }
+    // What belongs to one family is not filled in another.
+    const CIMInstance dc2Instance = instances("QBX_DriveCageDC2Family").at(0);
+    for (const char* side : {"IsLeftSide", "IsRightSide"}) {
+        const std::string value = valueOf(dc2Instance, side);
+        EXPECT_TRUE(value == "absent" || value == "boolean null") << side << ": " << value;
+    }
+}
+
+// ---- How the array is asked ----
+
+TEST_F(DriveCageTest, EnumerationsAskOnceAndDeliverOneArray)
+{
+    api.cages = {cage("a", JB_LBOD), cage("b", JB_DC3), cage("c", JB_MBOD)};
+    InstanceHandler handler;
+    provider.enumerateInstances(contextOf(), pathOf("qbx_drivecagedc2FAMILY"), true, false,
+                                listOf({"Tag", "Model"}), handler);
+    EXPECT_EQ(handler.steps, (Texts{"processing", "deliver 2", "complete"}));
+    EXPECT_EQ(api.calls(), READ_CAGES);
+    const std::string fetch = "getClass nobody QBX_DriveCageDC2Family TF Tag,Model";
+    ASSERT_EQ(cimom.asked.size(), 2u) << "the class is fetched anew for every cage of the class";
+    EXPECT_EQ(cimom.asked[0].substr(0, 41), fetch.substr(0, 41));
+    EXPECT_EQ(valueOf(handler.results[0], "ElementName"), "absent")
+        << "the list holds for the class";
+    EXPECT_EQ(api.log(4), (Texts{"--> QBX_DriveCageProvider::enumerateInstances\n",
+                                 "--> QBX_DriveCageProvider::_build_instances\n",
+                                 "-->QBX_Common::_buildInstanceSkeleton()\n",
+                                 "<--QBX_Common::_buildInstanceSkeleton()\n",
+                                 "-->QBX_Common::_buildInstanceSkeleton()\n",
+                                 "<--QBX_Common::_buildInstanceSkeleton()\n",
+                                 "<-- QBX_DriveCageProvider::_build_instances\n",
+                                 "<-- QBX_DriveCageProvider::enumerateInstances\n"}));
+}
+
+TEST_F(DriveCageTest, NamesComeFromTheListWithoutManufacturingData)
+{
+    PathHandler handler;
+    provider.enumerateInstanceNames(contextOf(), pathOf("QBX_DriveCage"), handler);
+    EXPECT_EQ(handler.steps, (Texts{"processing", "deliver 0", "complete"}));
+    EXPECT_EQ(api.calls(), (Texts{"api_qbxOpenForCimserver(joe)", "cim_sem_wait()",
+                                  "api_getCagesNoMfg_Cached(0)", "cim_sem_post()"}));
+    EXPECT_EQ(api.log(), (Texts{"4: --> QBX_DriveCageProvider::enumerateInstanceNames\n",
+                                "4: --> QBX_DriveCageProvider::_build_ref\n",
+                                "4: <-- QBX_DriveCageProvider::_build_ref\n",
+                                "4: <-- QBX_DriveCageProvider::enumerateInstanceNames\n"}));
+}
+
+TEST_F(DriveCageTest, AFailedQueryIsAnEmptyList)
+{
+    api.cages = {cage("a", JB_UNKNOWN)};
+    const struct
+    {
+        const char* failing;
+        bool leavesRecords;
+        Texts calls;
+    } cases[] = {
+        {"cim_sem_wait", false, {"api_qbxOpenForCimserver(joe)", "cim_sem_wait()"}},
+        {"api_getCages_Cached", false, READ_CAGES},
+        {"api_getCages_Cached", true, READ_CAGES},
+    };
+    for (const auto& row : cases) {
+        api.status = {{row.failing, 5}};
+        api.failingQueryLeavesRecords = row.leavesRecords;
+        api.events.clear();
+        InstanceHandler handler;
+        provider.enumerateInstances(contextOf(), pathOf("QBX_DriveCage"), false, false,
+                                    CIMPropertyList(), handler);
+        EXPECT_EQ(handler.steps, (Texts{"processing", "deliver 0", "complete"})) << row.failing;
+        EXPECT_EQ(api.calls(), row.calls) << row.failing;
+        EXPECT_EQ(api.held, 0);
+        EXPECT_EQ(get(pathOf("QBX_DriveCage", {{"Tag", "a"}})),
+                  "6 QBX_DriveCageProvider CIM Object not found.a");
+    }
+}
+
+TEST_F(DriveCageTest, AnUnknownClassFromTheServerPassesAndLeavesNothingHeld)
+{
+    api.cages = {cage("a", JB_UNKNOWN)};
+    cimom::ObjectManager::setCurrent(nullptr);
+    InstanceHandler handler;
+    EXPECT_NE(thrownBy([&] {
+                  provider.enumerateInstances(contextOf(), pathOf("QBX_DriveCage"), false, false,
+                                              CIMPropertyList(), handler);
+              }),
+              "nothing");
+    EXPECT_EQ(api.held, 0);
+    EXPECT_EQ(api.log(4).back(), "--> QBX_DriveCageProvider::_build_instances\n")
+        << "an operation that throws writes no exit line";
+}
+
+// ---- One cage ----
+
+TEST_F(DriveCageTest, GetInstanceMatchesTheWholePath)
+{
+    api.cages = {cage("cage 0", JB_LBOD), cage("cage 1", JB_LBOD), cage("cage 1", JB_KBOD)};
+    const std::string one =
+        "//array1/root/qbx:QBX_DriveCageDC2Family."
+        "CreationClassName=\"QBX_DriveCageDC2Family\",Tag=\"cage 1\"";
+    const std::string dc2 = "QBX_DriveCageDC2Family";
+    const struct
+    {
+        CIMObjectPath path;
+        std::string result;
+    } cases[] = {
+        {pathOf(dc2, {{"CreationClassName", dc2}, {"Tag", "cage 1"}}), one},
+        {pathOf(dc2, {{"tag", "cage 1"}, {"CREATIONCLASSNAME", dc2}}, ""), one},
+        {pathOf("qbx_drivecagedc2family", {{"CreationClassName", dc2}, {"Tag", "cage 1"}}), one},
+        {pathOf(dc2, {{"CreationClassName", dc2}, {"Tag", "Cage 1"}}),
+         "6 QBX_DriveCageProvider CIM Object not found.Cage 1"},
+        {pathOf(dc2, {{"Tag", "cage 1"}}), "6 QBX_DriveCageProvider CIM Object not found.cage 1"},
+        {pathOf(dc2, {{"CreationClassName", dc2}, {"Tag", ""}}),
+         "6 QBX_DriveCageProvider CIM Object not found."},
+        {pathOf(dc2, {{"CreationClassName", dc2}}), "4 QBX_DriveCageProvider Tag key not found."},
+        {pathOf("QBX_Disk", {{"Tag", "x"}}), "7 QBX_DriveCageProvider Invalid class nameQBX_Disk"},
+    };
+    for (const auto& row : cases)
+        EXPECT_EQ(get(row.path), row.result) << str(row.path);
+}
+
+// ---- Who may ----
+
+TEST_F(DriveCageTest, ARefusedUserIsToldSoBeforeAnythingElse)
+{
+    api.status = {{"api_qbxOpenForCimserver", -1}};
+    EXPECT_EQ(get(pathOf("QBX_Disk")), "2 Insufficient privilege for the user");
+    EXPECT_EQ(invoke("Locate", {}, pathOf("QBX_Disk")), "2 Insufficient privilege for the user");
+    EXPECT_EQ(modify({}, CIMPropertyList()), "2 Insufficient privilege for the user");
+    EXPECT_EQ(api.calls(), Texts(3, "api_qbxOpenForCimserver(joe)"));
+    EXPECT_EQ(api.log(),
+              (Texts{"4: --> QBX_DriveCageProvider::getInstance\n",
+                     "4: -->QBX_DriveCageProvider::invokeMethod()\n\t className = QBX_Disk, "
+                     "methodName = Locate\n",
+                     "4: -->QBX_DriveCageProvider::modifyInstance()\n"}));
+}
+
+TEST_F(DriveCageTest, ARequestWithoutIdentityFailsBeforeTheApiIsOpened)
+{
+    InstanceHandler handler;
+    EXPECT_EQ(thrownBy([&] {
+                  provider.enumerateInstances(OperationContext(), pathOf("QBX_DriveCage"), false,
+                                              false, CIMPropertyList(), handler);
+              }),
+              "object not found");
+    EXPECT_EQ(api.calls(), Texts{});
+}
+
+TEST_F(DriveCageTest, ThePrivilegeDecidesBeforeTheTargetIsLookedFor)
+{
+    const struct
+    {
+        int decision;
+        const char* thrown;
+    } cases[] = {
+        {1, "2 Insufficient generic privilege"}, {2, "2 Insufficient generic privilege"},
+        {3, "7 Does not support in generic!"},   {4, "7 Does not support in generic!"},
+        {-1, "7 Does not support in generic!"},
+    };
+    for (const auto& row : cases) {
+        api.status = {{"api_authorizeCIMUser", row.decision}};
+        api.events.clear();
+        EXPECT_EQ(invoke("LOCATE", {}, pathOf("QBX_DriveCageDC2Family")), row.thrown);
+        EXPECT_EQ(modify({}, CIMPropertyList(), pathOf("QBX_DriveCage")), row.thrown);
+        EXPECT_EQ(api.calls(), (Texts{"api_qbxOpenForCimserver(joe)",
+                                      "api_authorizeCIMUser(joe, qbx_drivecagedc2family.locate)",
+                                      "api_qbxOpenForCimserver(joe)",
+                                      "api_authorizeCIMUser(joe, qbx_drivecage.modifyinstance)"}));
+    }
+}
+
+// ---- Methods ----
+
+CIMParamValue parameter(const char* name, const CIMValue& value)
+{
+    return CIMParamValue(String(name), value);
+}
+
+CIMValue nullOf(CIMType type)
+{
+    return CIMValue(type, false);
+}
+
+Array<CIMParamValue> parameters(std::initializer_list<CIMParamValue> values)
+{
+    Array<CIMParamValue> result;
+    for (const CIMParamValue& value : values)
+        result.append(value);
+    return result;
+}
+
+TEST_F(DriveCageTest, MethodsByTheirParameters)
+{
+    const CIMParamValue file = parameter("FileName", CIMValue(String("/tmp/fw.bin")));
+    const CIMParamValue portB = parameter("isporta", CIMValue(false));
+    const struct
+    {
+        const char* what;
+        const char* method;
+        Array<CIMParamValue> in;
+        std::string result;
+        std::string action;  // the call after the lookup; empty for none
+    } cases[] = {
+        {"timer given", "Locate", parameters({parameter("LocateTimer", CIMValue(Uint16(65535)))}),
+         "deliver sint32 0", "api_locateCage(cage0, 65535)"},
+        {"other case", "lOCATE", parameters({parameter("locatetimer", CIMValue(Uint16(5)))}),
+         "deliver sint32 0", "api_locateCage(cage0, 5)"},
+        {"no timer", "Locate", {}, "deliver sint32 0", "api_locateCage(cage0, 0)"},
+        {"null timer", "Locate", parameters({parameter("LocateTimer", nullOf(CIMTYPE_UINT16))}),
+         "deliver sint32 0", "api_locateCage(cage0, 0)"},
+        {"null, then a value", "Locate",
+         parameters({parameter("LocateTimer", nullOf(CIMTYPE_UINT16)),
+                     parameter("LocateTimer", CIMValue(Uint16(9)))}),
+         "deliver sint32 0", "api_locateCage(cage0, 9)"},
+        {"given twice", "Locate",
+         parameters({parameter("LocateTimer", CIMValue(Uint16(1))),
+                     parameter("LocateTimer", CIMValue(Uint16(2)))}),
+         "deliver sint32 0", "api_locateCage(cage0, 1)"},
+        {"wrong type", "Locate", parameters({parameter("LocateTimer", CIMValue(Uint32(5)))}),
+         "type mismatch", ""},
+        {"both given", "Upgrade", parameters({file, portB}), "deliver sint32 0",
+         "api_upgradeCage(cage0, 0, /tmp/fw.bin)"},
+        {"port A", "Upgrade", parameters({parameter("IsPortA", CIMValue(true)), file}),
+         "deliver sint32 0", "api_upgradeCage(cage0, 1, /tmp/fw.bin)"},
+        {"empty file name", "Upgrade",
+         parameters({parameter("FileName", CIMValue(String())), portB}), "deliver sint32 0",
+         "api_upgradeCage(cage0, 0, )"},
+        {"no file", "Upgrade", parameters({portB}),
+         "4 QBX_DriveCageProvider:Locate parameter not found: FileName", ""},
+        {"no port", "Upgrade", parameters({file}),
+         "4 QBX_DriveCageProvider:Locate parameter not found: IsPortA", ""},
+        {"null port, then a value", "Upgrade",
+         parameters({file, parameter("IsPortA", nullOf(CIMTYPE_BOOLEAN)), portB}),
+         "4 QBX_DriveCageProvider:Locate parameter not found: IsPortA", ""},
+        {"unknown method", "Explode", parameters({file}), "deliver sint32 0", ""},
+    };
+    for (const auto& row : cases) {
+        api.events.clear();
+        EXPECT_EQ(invoke(row.method, row.in), row.result) << row.what;
+        Texts calls = {"api_qbxOpenForCimserver(joe)", "", "cim_sem_wait()",
+                       "api_findCageName_Cached(cage0)", "cim_sem_post()"};
+        String key = String("qbx_drivecage.") + row.method;
+        key.toLower();
+        calls[1] = "api_authorizeCIMUser(joe, " + str(key) + ")";
+        if (!row.action.empty()) {
+            calls.insert(calls.end(), {"cim_sem_wait()", row.action, "cim_sem_post()"});
+        }
+        EXPECT_EQ(api.calls(), calls) << row.what;
+    }
+}
+
+TEST_F(DriveCageTest, TheArraysAnswerIsTheReturnValue)
+{
+    api.status = {{"api_locateCage", -7}, {"api_upgradeCage", 12}};
+    EXPECT_EQ(invoke("Locate", {}), "deliver sint32 -7");
+    EXPECT_EQ(invoke("Upgrade", parameters({parameter("FileName", CIMValue(String("f"))),
+                                            parameter("IsPortA", CIMValue(true))})),
+              "deliver sint32 12");
+    EXPECT_EQ(api.log(4).back(), "<--QBX_DriveCageProvider::invokeMethod()\n");
+}
+
+TEST_F(DriveCageTest, AnUnknownCageOrAFailedWaitIsDeviceNotFound)
+{
+    const std::string invoked =
+        "1 QBX_DriveCageProvider::invokeMethod()  Device not found with Tag=";
+    const std::string modified =
+        "1 QBX_DriveCageProvider::modifyInstance()  Device not found with Tag=";
+    for (const char* failing : {"api_findCageName_Cached", "cim_sem_wait"}) {
+        api.status = {{failing, 1}};
+        EXPECT_EQ(invoke("Explode", {}), invoked + "cage0") << failing;
+        EXPECT_EQ(invoke("Locate", {}, pathOf("QBX_DriveCage")), invoked) << failing;
+        EXPECT_EQ(modify({}, CIMPropertyList()), modified + "cage0") << failing;
+        EXPECT_EQ(api.held, 0);
+    }
+}
+
+// ---- Modification ----
+
+TEST_F(DriveCageTest, OnlyTheLocationCanBeModified)
+{
+    const auto text = [](const char* name, const char* value) {
+        return CIMProperty(CIMName(name), CIMValue(String(value)));
+    };
+    const auto props = [](std::initializer_list<CIMProperty> list) {
+        Array<CIMProperty> result;
+        for (const CIMProperty& property : list)
+            result.append(property);
+        return result;
+    };
+    const CIMProperty location = text("Location", "Row 5");
+    const CIMProperty lower = text("location", "Row 6");
+    const CIMProperty name = text("ElementName", "x");
+    const CIMPropertyList none;
+    const std::string write = "api_setCageLocation(cage0, ";
+    const struct
+    {
+        const char* what;
+        Array<CIMProperty> instance;
+        CIMPropertyList list;
+        std::string thrown;
+        std::string written;
+    } cases[] = {
+        {"location alone", props({location}), none, "nothing", write + "Row 5)"},
+        {"location by list", props({name, location}), listOf({"Location"}), "nothing",
+         write + "Row 5)"},
+        {"in another case", props({lower}), listOf({"LOCATION"}), "nothing", write + "Row 6)"},
+        {"named twice", props({location}), listOf({"Location", "location"}), "nothing",
+         write + "Row 5)"},
+        {"whole instance", props({name, location}), none, "4 Invalid parameter: ElementName", ""},
+        {"other first by list", props({name, location}), listOf({"Location", "ElementName"}),
+         "4 Invalid parameter: ElementName", ""},
+        {"absent names are skipped", props({location}), listOf({"ElementName", "Location"}),
+         "nothing", write + "Row 5)"},
+        {"absent names only", props({location}), listOf({"Model", "Tag"}),
+         "7 QBX_DriveCageProvider does not support modifyInstance.", ""},
+        {"listed but not held", props({name}), listOf({"Location"}),
+         "7 QBX_DriveCageProvider does not support modifyInstance.", ""},
+        {"nothing to examine", props({}), none, "nothing", write + ")"},
+        {"empty list", props({location}), listOf({}), "nothing", write + "Row 5)"},
+        {"null location",
+         props({CIMProperty(CIMName("Location"), CIMValue(CIMTYPE_STRING, false))}), none,
+         "nothing", write + ")"},
+        {"no text", props({CIMProperty(CIMName("Location"), CIMValue(Uint16(1)))}), none,
+         "type mismatch", ""},
+    };
+    for (const auto& row : cases) {
+        api.events.clear();
+        api.status = {{"api_setCageLocation", 99}};  // its result is ignored
+        EXPECT_EQ(modify(row.instance, row.list), row.thrown) << row.what;
+        const Texts calls = api.calls();
+        const bool wrote = calls.back().rfind("api_setCageLocation", 0) == 0;
+        EXPECT_EQ(wrote ? calls.back() : "", row.written) << row.what;
+        if (wrote) {
+            EXPECT_EQ(calls[calls.size() - 2], "cim_sem_post()") << "written outside the semaphore";
+            EXPECT_EQ(api.log(4).back(), "<--QBX_DriveCageProvider::modifyInstance()\n");
+        }
+    }
+}
+
+}  // namespace
