@@ -67,7 +67,7 @@ CIMMethod MethodReader::clone() const
 
 void CIMMethod::setName(const CIMName& name)
 {
-    write<MethodRep>(*this).rename(name, MethodRep::kind);
+    rename<MethodRep>(*this, name);
 }
 
 void CIMMethod::setType(CIMType type)

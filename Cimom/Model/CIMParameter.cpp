@@ -60,7 +60,7 @@ CIMParameter ParameterReader::clone() const
 
 void CIMParameter::setName(const CIMName& name)
 {
-    write<ParameterRep>(*this).rename(name, ParameterRep::kind);
+    rename<ParameterRep>(*this, name);
 }
 
 }  // namespace Pegasus

@@ -89,7 +89,7 @@ CIMProperty PropertyReader::clone() const
 
 void CIMProperty::setName(const CIMName& name)
 {
-    write<PropertyRep>(*this).rename(name, PropertyRep::kind);
+    rename<PropertyRep>(*this, name);
 }
 
 void CIMProperty::setValue(const CIMValue& value)

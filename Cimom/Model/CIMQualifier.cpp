@@ -102,7 +102,7 @@ void QualifiedReader::eraseQualifier(Uint32 index)
 
 void CIMQualifier::setName(const CIMName& name)
 {
-    write<QualifierRep>(*this).rename(name, QualifierRep::kind);
+    rename<QualifierRep>(*this, name);
 }
 
 void CIMQualifier::setValue(const CIMValue& value)

@@ -72,7 +72,7 @@ CIMQualifierDecl QualifierDeclReader::clone() const
 
 void CIMQualifierDecl::setName(const CIMName& name)
 {
-    write<QualifierDeclRep>(*this).rename(name, QualifierDeclRep::kind);
+    rename<QualifierDeclRep>(*this, name);
 }
 
 void CIMQualifierDecl::setValue(const CIMValue& value)

@@ -10,8 +10,11 @@ namespace
 
 void freezeHandle(Pegasus::detail::Handle& handle)
 {
-    read<Rep>(handle);
-    representation(handle)->freeze();
+    const Rep& rep = read<Rep>(handle);
+    if (rep.frozen) return;
+    std::shared_ptr<Rep> copy = rep.clone();
+    copy->freeze();
+    representation(handle) = std::move(copy);
 }
 
 }  // namespace

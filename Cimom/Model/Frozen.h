@@ -7,10 +7,10 @@
 namespace cimom
 {
 
-/// Freezes what the handle refers to, with everything in it, for good: from now on a setter called
-/// through any handle on it, or on an element of it, changes a copy that this handle alone sees.
-/// Frozen objects may be read from any number of threads. The clone of one is not frozen. Call it
-/// before other threads see the object. Throws UninitializedObjectException.
+/// Makes the handle refer to a frozen copy of what it referred to (to the same thing if that is
+/// frozen): a setter called through any handle on the copy, or on an element of it, changes a copy
+/// that this handle alone sees. Frozen objects may be read from any number of threads. The clone of
+/// one is not frozen. Throws UninitializedObjectException.
 void freeze(Pegasus::CIMClass& cimClass);
 void freeze(Pegasus::CIMQualifierDecl& declaration);
 

@@ -10,14 +10,13 @@ Named::Named(const CIMName& elementName) : name(elementName)
     if (name.isNull()) throw UninitializedObjectException();
 }
 
-void Named::rename(const CIMName& newName, const char* kind)
+void Named::checkRename(const CIMName& newName, const char* kind) const
 {
     if (newName.isNull()) throw UninitializedObjectException();
     if (owners > 0 && !name.equal(newName)) {
         throw Exception(String("Attempted to change the name of a ") + String(kind) +
                         String(" already in a container."));
     }
-    name = newName;
 }
 
 void throwAlreadyExists(const char* kind, const CIMName& name)

@@ -91,12 +91,20 @@ struct Named
     Named& operator=(const Named&) = delete;
     /// Throws UninitializedObjectException for a null name, Exception for another name (in more
     /// than case) while the element sits in a container; `kind` is for the text.
-    void rename(const Pegasus::CIMName& newName, const char* kind);
+    void checkRename(const Pegasus::CIMName& newName, const char* kind) const;
 
     Pegasus::CIMName name;
     /// How many containers hold the element.
     std::atomic<unsigned> owners{0};
 };
+
+/// Gives the handle's element another name; see Named::checkRename.
+template <class T>
+void rename(Pegasus::detail::Handle& handle, const Pegasus::CIMName& newName)
+{
+    read<T>(handle).checkRename(newName, T::kind);
+    write<T>(handle).name = newName;
+}
 
 [[noreturn]] void throwAlreadyExists(const char* kind, const Pegasus::CIMName& name);
 
