@@ -46,7 +46,6 @@ CIMScope CIMScope::operator+(const CIMScope& scope) const
 
 String CIMScope::toString() const
 {
-    if (_bits == allBits) return String("ANY");
     String text;
     Uint32 bit = 1;
     for (const char* keyword : keywords) {

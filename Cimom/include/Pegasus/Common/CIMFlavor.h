@@ -23,7 +23,7 @@ public:
     Boolean hasFlavor(const CIMFlavor& flavor) const;
     Boolean equal(const CIMFlavor& flavor) const;
     CIMFlavor operator+(const CIMFlavor& flavor) const;
-    /// The MOF keywords that differ from the defaults, each followed by a blank.
+    /// The names of the flavors that are set, separated by blanks.
     String toString() const;
 
     static const CIMFlavor NONE;

@@ -22,7 +22,7 @@ public:
     void addScope(const CIMScope& scope);
     Boolean equal(const CIMScope& scope) const;
     CIMScope operator+(const CIMScope& scope) const;
-    /// The MOF keywords, separated by ", ".
+    /// The names of the kinds, separated by blanks; ANY is spelled out.
     String toString() const;
 
     static const CIMScope NONE;

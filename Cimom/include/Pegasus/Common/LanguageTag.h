@@ -8,7 +8,7 @@
 namespace Pegasus
 {
 
-/// A language tag such as "en-US", kept as written.
+/// A language tag such as "en-US", kept as written and not checked.
 class PEGASUS_COMMON_LINKAGE LanguageTag
 {
 public:
