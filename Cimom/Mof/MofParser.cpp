@@ -8,6 +8,8 @@
 #include <Pegasus/Common/CIMScope.h>
 #include <Pegasus/Common/Exception.h>
 
+#include <algorithm>
+#include <cstring>
 #include <utility>
 
 PEGASUS_USING_PEGASUS;
@@ -17,9 +19,13 @@ namespace cimom
 namespace
 {
 
+// Without case. Bytes, since the word may be no valid text.
 bool sameWord(const std::string& a, const char* b)
 {
-    return String::equalNoCase(String(a.data(), static_cast<Uint32>(a.size())), String(b));
+    const auto same = [](char x, char y) {
+        return NoCase::fold(Uint8(x)) == NoCase::fold(Uint8(y));
+    };
+    return std::equal(a.begin(), a.end(), b, b + std::strlen(b), same);
 }
 
 struct TypeWord
@@ -322,13 +328,14 @@ CIMMethod MofParser::method(const Name& name, const Type& declared)
         throw MofFault{declared.at, "a method cannot return a reference"};
     CIMMethod result(name.name, declared.type);
     expectSymbol('(', "before the parameters");
-    while (!isSymbol(')')) {
-        const MofPosition at = token_.at;
-        const CIMParameter added = parameter();
-        refusedAt(at, [&] { result.addParameter(added); });
-        if (!isSymbol(')')) expectSymbol(',', "or ')' after the parameter");
+    if (!acceptSymbol(')')) {
+        do {
+            const MofPosition at = token_.at;
+            const CIMParameter added = parameter();
+            refusedAt(at, [&] { result.addParameter(added); });
+        } while (acceptSymbol(','));
+        expectSymbol(')', "or ',' after the parameter");
     }
-    take();
     expectSymbol(';', "after the method");
     return result;
 }

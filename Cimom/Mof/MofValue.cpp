@@ -114,7 +114,7 @@ CIMObjectPath toPath(const MofLiteral& literal)
     try {
         return CIMObjectPath(text);
     } catch (const Exception& e) {
-        throw MofFault{literal.at, "expected an object path such as Class.Key=\\\"value\\\": " +
+        throw MofFault{literal.at, "expected an object path such as Class.Key=\"value\": " +
                                        std::string(e.getMessage().getCString())};
     }
 }

@@ -30,9 +30,8 @@ struct SchemaLookup
 /// Throws Pegasus::CIMException with CIM_ERR_INVALID_PARAMETER and a text that names the class,
 /// the element and the rule: an undeclared qualifier, or one of another type or in a wrong scope;
 /// a changed DisableOverride qualifier; an override of another type or of nothing; a new key below
-/// a class with keys; a reference property outside an association or to an
-/// unknown class; an association
-/// below a class that is none.
+/// a class with keys; a reference property outside an association or to an unknown class; an
+/// association below a class that is none.
 Pegasus::CIMClass resolveClass(const Pegasus::CIMClass& given, const Pegasus::CIMClass& superclass,
                                const SchemaLookup& schema);
 
