@@ -3,7 +3,6 @@
 #include "Broker/BrokerImpl.h"
 #include "Broker/ResponseHandlers.h"
 #include "Broker/Text.h"
-#include "Broker/ValueText.h"
 
 #include <Pegasus/Common/AcceptLanguageList.h>
 #include <Pegasus/Common/ContentLanguageList.h>
@@ -328,17 +327,9 @@ CIMValue Broker::getProperty(const Ctx& context, const Ns& nameSpace, const CIMO
 void Broker::setProperty(const Ctx& context, const Ns& nameSpace, const CIMObjectPath& path,
                          const CIMName& propertyName, const CIMValue& value)
 {
-    impl_->requireClass(nameSpace, path.getClassName(), CIM_ERR_INVALID_CLASS);
-    const CIMClass cimClass = impl_->repository.getClass(nameSpace, path.getClassName());
-    const Uint32 declared = cimClass.findProperty(propertyName);
-    CIMValue typed = value;
-    if (declared != PEG_NOT_FOUND) {
-        const CIMConstProperty property = cimClass.getProperty(declared);
-        typed = declaredValue(value, property.getType(), property.isArray());
-    }
     CIMInstance instance(path.getClassName());
     instance.setPath(impl_->reference(nameSpace, path));
-    instance.addProperty(CIMProperty(propertyName, typed));
+    instance.addProperty(CIMProperty(propertyName, value));
     modifyInstance(context, nameSpace, instance, false,
                    CIMPropertyList(Array<CIMName>(1, propertyName)));
 }
@@ -353,14 +344,11 @@ CIMValue Broker::invokeMethod(const Ctx& context, const Ns& nameSpace, const CIM
     if (target == nullptr) {
         throw CIMException(CIM_ERR_METHOD_NOT_AVAILABLE, methodName.getString());
     }
-    const Array<CIMParamValue> typed =
-        typedParameters(in, impl_->repository.getClass(nameSpace, path.getClassName()), methodName);
 
     MethodHandler handler;
     impl_->callProvider<CIMMethodProvider>(
         context, *target, handler, [&](CIMMethodProvider& provider, const Ctx& ctx) {
-            provider.invokeMethod(ctx, impl_->reference(nameSpace, path), methodName, typed,
-                                  handler);
+            provider.invokeMethod(ctx, impl_->reference(nameSpace, path), methodName, in, handler);
         });
     out = handler.parameters();
     return handler.returnValue();

@@ -85,7 +85,6 @@ public:
     void deleteInstance(const Ctx&, const Ns&, const Pegasus::CIMObjectPath&) override;
     Pegasus::CIMValue getProperty(const Ctx&, const Ns&, const Pegasus::CIMObjectPath&,
                                   const Pegasus::CIMName& propertyName) override;
-    /// A string given for a property of another type is converted to the declared type.
     void setProperty(const Ctx&, const Ns&, const Pegasus::CIMObjectPath&,
                      const Pegasus::CIMName& propertyName, const Pegasus::CIMValue&) override;
 
@@ -109,7 +108,7 @@ public:
                                                           const Pegasus::CIMName& resultClass,
                                                           const Pegasus::String& role) override;
 
-    /// Untyped input parameters are converted to the types that the class declares.
+    /// Input parameters are handed over as they are; whoever read them from text has typed them.
     Pegasus::CIMValue invokeMethod(const Ctx&, const Ns&, const Pegasus::CIMObjectPath&,
                                    const Pegasus::CIMName& methodName,
                                    const Pegasus::Array<Pegasus::CIMParamValue>& in,
