@@ -186,7 +186,7 @@ private:
                 refuse(where, name + " does not have the type it is declared with");
             if (!decl->getScope().hasScope(scope))
                 refuse(where, name + " may stand in scope " + decl->getScope().toString() +
-                                  "only, not " + scope.toString());
+                                  " only, not " + scope.toString());
         }
     }
 
