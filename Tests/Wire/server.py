@@ -1,0 +1,169 @@
+"""Starts the embedded server with the module on a copy of the sample array."""
+
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import tempfile
+import threading
+import unittest
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
+SCHEMA = ROOT / "Schema"
+SAMPLE_ARRAY = ROOT / "StorageApi" / "simulator" / "sample-array.json"
+SAMPLE_FIRMWARE = SAMPLE_ARRAY.with_name("sample-firmware.json")
+NAMESPACE = "root/qbx"
+START_SECONDS = 60  # generous: a sanitized server on a busy machine
+
+# User names, each his own password. What each may do is in the array file: all, all locators and
+# cards, nothing, nothing (unknown to the array's privileges), not even open, unknown.
+USERS = {user: user for user in ("admin", "operator", "viewer", "guest", "blocked", "stranger")}
+
+
+class StartError(Exception):
+    """The server could not be started; the text says why."""
+
+
+def program(build):
+    path = pathlib.Path(build) / "bin" / "qbx-cimserver"
+    if not path.exists():
+        raise StartError(f"{path} is missing: build the project first")
+    return path
+
+
+def password_file(build, folder):
+    """Writes a password file for USERS and returns its path."""
+    lines = []
+    for user, password in USERS.items():
+        hashed = subprocess.run([program(build), "--hash-password"], input=password + "\n", text=True,
+                                capture_output=True, check=False)
+        if hashed.returncode != 0:
+            raise StartError(f"--hash-password: {hashed.stderr.strip()}")
+        lines.append(f"{user}:{hashed.stdout.strip()}\n")
+    path = folder / "users"
+    path.touch(mode=0o600)
+    path.write_text("".join(lines))
+    return path
+
+
+def command(build, users, port):
+    """The server's command line; `users` None: no authentication."""
+    return [
+        program(build), "--schema", f"{NAMESPACE}={SCHEMA / 'qbx.mof'}",
+        "--schema", f"root/interop={SCHEMA / 'registration.mof'}",
+        "--provider-dir", pathlib.Path(build) / "lib", "--port", str(port),
+    ] + (["--users", users] if users else ["--no-auth"])
+
+
+def environment(array, state, log=None):
+    variables = dict(os.environ, QBX_ARRAY_FILE=str(array), QBX_ARRAY_STATE=str(state))
+    if log:
+        variables.update(QBX_LOG_FILE=str(log), QBX_LOG_LEVEL="4")
+    return variables
+
+
+class Server:
+    """A running server in a folder of its own; `with` stops it.
+
+    url: http://127.0.0.1:PORT; array: the array file it serves; folder: its files.
+    """
+
+    interop = "root/interop"
+    port = 0  # any free one; kept through restarts
+
+    def __init__(self, build):
+        self.build = build
+        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="qbx-wire-"))
+        self.array = self.folder / "array.json"
+        shutil.copy(SAMPLE_ARRAY, self.array)
+        self.log = self.folder / "module.log"
+        self.output = self.folder / "server.log"
+        self.process = None
+        try:
+            self.users = password_file(build, self.folder)
+            self.start()
+        except BaseException:
+            self.close()
+            raise
+
+    def start(self):
+        """Starts the server (again: with the state that it left)."""
+        with open(self.output, "ab") as log:
+            self.process = subprocess.Popen(
+                command(self.build, self.users, self.port), stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                stderr=log, text=True, cwd=self.folder,
+                env=environment(self.array, self.folder / "state.json", self.log))
+        # A thread reads, so that a server that says nothing can be given up on.
+        ready, lines = threading.Event(), []
+
+        def read():
+            for line in self.process.stdout:
+                lines.append(line)
+                if line.startswith("ready:"):
+                    ready.set()
+            ready.set()
+
+        threading.Thread(target=read, daemon=True).start()
+        ready.wait(START_SECONDS)
+        match = re.search(r"^ready: (http://[^/]+)/", "".join(lines), re.MULTILINE)
+        if not match:
+            self.stop()
+            raise StartError("the server did not get ready: " + "".join(lines) + self.output.read_text())
+        self.url = match.group(1)
+        self.port = int(self.url.rpartition(":")[2])
+
+    def stop(self):
+        """Stops the server and returns its exit status."""
+        if self.process is None:
+            return None
+        self.process.terminate()
+        try:
+            return self.process.wait(30)
+        except subprocess.TimeoutExpired:
+            self.process.kill()
+            return self.process.wait()
+        finally:
+            self.process = None
+
+    def restart(self):
+        self.stop()
+        self.start()
+
+    def running(self):
+        return self.process is not None and self.process.poll() is None
+
+    def close(self):
+        self.stop()
+        shutil.rmtree(self.folder, ignore_errors=True)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.close()
+
+
+class ForeignServer:
+    """A server that somebody else runs, such as OpenPegasus with the module. Environment:
+    QBX_WIRE_URL is where it listens, QBX_WIRE_ARRAY the array file that it serves, QBX_WIRE_INTEROP
+    its interop namespace. It must know USERS."""
+
+    def __init__(self):
+        self.url = os.environ["QBX_WIRE_URL"]
+        self.port = int(self.url.rpartition(":")[2])
+        self.array = pathlib.Path(os.environ["QBX_WIRE_ARRAY"])
+        self.interop = os.environ.get("QBX_WIRE_INTEROP", "root/PG_InterOp")
+
+    def restart(self):
+        raise unittest.SkipTest("the server is not ours to restart")
+
+    def close(self):
+        pass
+
+
+def open_server():
+    """The server to test: a new one out of QBX_BUILD, unless QBX_WIRE_URL names one."""
+    if "QBX_WIRE_URL" in os.environ:
+        return ForeignServer()
+    return Server(os.environ["QBX_BUILD"])
