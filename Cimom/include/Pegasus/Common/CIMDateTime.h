@@ -60,12 +60,14 @@ public:
     Boolean operator!=(const CIMDateTime& x) const;
 
 private:
-    // Microseconds of the interval, or from year 0 in local time.
-    Uint64 _usec = 0;
+    CIMDateTime movedBy(const CIMDateTime& interval, Boolean forward) const;
+    CIMDateTime asInterval(Uint64 usec) const;
+    int compare(const CIMDateTime& x) const;
+
+    Uint64 _usec = 0;       // of the interval, or since the beginning of year 0 in local time
     Sint32 _utcOffset = 0;  // minutes
+    Uint32 _wildcards = 0;  // asterisks, all at the end
     Boolean _isInterval = true;
-    Boolean _negativeOffset = false;  // so that -000 is written as it was read
-    Uint8 _wildcards = 0;             // asterisks, counted from the right, without the point
 };
 
 PEGASUS_COMMON_LINKAGE Boolean operator==(const CIMDateTime& x, const CIMDateTime& y);

@@ -6,10 +6,11 @@
 #include <Pegasus/Common/CIMObjectPath.h>
 #include <Pegasus/Common/CIMType.h>
 #include <Pegasus/Common/Config.h>
-#include <Pegasus/Common/CopyOnWrite.h>
 #include <Pegasus/Common/Exception.h>
 #include <Pegasus/Common/Linkage.h>
 #include <Pegasus/Common/String.h>
+
+#include <memory>
 
 namespace Pegasus
 {
@@ -83,8 +84,8 @@ public:
 #undef PEGASUS_CIM_VALUE_OF
 
 private:
-    // Empty for the null boolean.
-    detail::CopyOnWrite<CIMValueRep> _rep;
+    // Never changed, so copies share it. Empty for the null boolean.
+    std::shared_ptr<const CIMValueRep> _rep;
 };
 
 PEGASUS_COMMON_LINKAGE Boolean operator==(const CIMValue& x, const CIMValue& y);
