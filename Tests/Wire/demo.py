@@ -2,7 +2,6 @@
 what was asked and what came. Exit status 0 when every answer was the expected one."""
 
 import argparse
-import shlex
 import shutil
 import sys
 import time
@@ -12,6 +11,7 @@ from clients import Pywbem, Refused, Wbemcli
 from server import Server, StartError
 
 MAX_LINES = 12
+METHODS = {"ein": "EnumerateInstanceNames", "ei": "EnumerateInstances", "gi": "GetInstance"}
 
 
 class Tour:
@@ -45,9 +45,9 @@ class Tour:
                       (code == 401 and refusal.code == code))
 
 
-def line(path):
-    name, keys = path
-    return f"{name}  {keys.get('Tag') or keys.get('DeviceID')}"
+def target(path):
+    """A path as it would be typed in a shell."""
+    return f"$U:'{path}'" if '"' in path else f"$U:{path}"
 
 
 def chosen(values, names):
@@ -56,22 +56,28 @@ def chosen(values, names):
 
 def ask_both(tour, server, array):
     """The same questions through both clients."""
-    clients = [(Wbemcli, lambda what: f"wbemcli {what}")]
+    clients = [Wbemcli]
     try:
         Pywbem(server)
-        clients.append((Pywbem, lambda what: f"pywbem {what}"))
+        clients.append(Pywbem)
     except ImportError:
         print("\npywbem is not to be had here: its half of the tour is left out")
     cage = array.elements("QBX_DriveCageDC2Family")[0]
     nothing = ("QBX_DriveCageDC2Family", {**cage.path[1], "Tag": "cage99"})
-    for kind, say in clients:
+    for kind in clients:
         client = kind(server)
         command_line = kind is Wbemcli
+
+        def say(operation, what):
+            if command_line:
+                return f"wbemcli {operation} {target(what)}"
+            return f"connection.{METHODS[operation]}({what})"
+
         tour.title(f"Asking with {kind.name}")
 
         expected = sorted(client.shown_path(each.path) for each in array.cages)
         came = sorted(client.names("QBX_DriveCage"))
-        tour.show(say("ein QBX_DriveCage" if command_line else "EnumerateInstanceNames QBX_DriveCage"),
+        tour.show(say("ein", "QBX_DriveCage"),
                   [each if command_line else f"{each[0]}  {dict(each[1])['Tag']}" for each in came],
                   came == expected)
 
@@ -79,28 +85,27 @@ def ask_both(tour, server, array):
         wanted = {client.shown_path(each.path): {name: client.shown(value)
                                                  for name, value in each.values.items()}
                   for each in array.cages}
-        tour.show(say("ei QBX_DriveCage" if command_line else "EnumerateInstances QBX_DriveCage"),
+        tour.show(say("ei", "QBX_DriveCage"),
                   [f"{values['Tag']}: {values['ElementName']}, type {values['CageType']}, "
                    f"{values.get('Location')}" for _, values in instances],
                   dict(instances) == wanted and len(instances) == len(wanted))
 
         values = client.get(cage.path)
-        tour.show(say(f"gi {client.path_text(cage.path)}" if command_line else
-                      f"GetInstance {line(cage.path)}"),
+        tour.show(say("gi", Wbemcli.path_text(cage.path)),
                   chosen(values, ("Name", "Model", "SerialNumber", "Location", "OperationalStatus",
                                   "FirmwareVersion", "LocateON")),
                   values == wanted[client.shown_path(cage.path)])
 
-        tour.refused(say("ein QBX_Disk") + "   (no such class)", lambda: client.names("QBX_Disk"),
+        tour.refused(say("ein", "QBX_Disk") + "   (no such class)", lambda: client.names("QBX_Disk"),
                      5, "CIM_ERR_INVALID_CLASS: QBX_Disk")
-        tour.refused(say("gi ... Tag=cage99") + "   (no such cage)", lambda: client.get(nothing),
+        tour.refused(say("gi", Wbemcli.path_text(nothing)) + "   (no such cage)", lambda: client.get(nothing),
                      6, "CIM_ERR_NOT_FOUND: QBX_DriveCageProvider CIM Object not found.cage99")
         stranger = kind(server, "stranger")
-        tour.refused(say("ein QBX_DriveCage") + "   (a user that the array does not know)",
+        tour.refused(say("ein", "QBX_DriveCage") + "   (a user that the array does not know)",
                      lambda: stranger.names("QBX_DriveCage"), 2,
                      "CIM_ERR_ACCESS_DENIED: Insufficient privilege for the user")
         wrong = kind(server, "admin", "wrong")
-        tour.refused(say("ein QBX_DriveCage") + "   (a wrong password)",
+        tour.refused(say("ein", "QBX_DriveCage") + "   (a wrong password)",
                      lambda: wrong.names("QBX_DriveCage"), 401, None)
 
 
@@ -109,21 +114,21 @@ def act(tour, server, array):
     client = Wbemcli(server)
     tour.title("Acting on a cage")
     cage = next(each for each in array.cages if not each.values["LocateON"])
-    tag = cage.path[1]["Tag"]
+    name = target(Wbemcli.path_text(cage.path))
     result = client.invoke(cage.path, "Locate", [("LocateTimer", 2)])
     seen = client.get(cage.path)["LocateON"]
-    tour.show(f"wbemcli cm ...Tag={tag} Locate.LocateTimer=2",
+    tour.show(f"wbemcli cm {name} Locate.LocateTimer=2",
               [f"returned {result}", f"LocateON = {seen}"], (result, seen) == (0, "TRUE"))
     time.sleep(3)
     seen = client.get(cage.path)["LocateON"]
-    tour.show(f"wbemcli gp ...Tag={tag} LocateON   (3 seconds later)", [f"LocateON = {seen}"],
+    tour.show(f"wbemcli gp {name} LocateON   (3 seconds later)", [f"LocateON = {seen}"],
               seen == "FALSE")
     client.set(cage.path, "Location", "Room 2 rack 7")
     seen = client.get(cage.path)["Location"]
-    tour.show(f"wbemcli sp ...Tag={tag} Location=Room 2 rack 7", [f"Location = {seen}"],
+    tour.show(f"wbemcli sp {name} 'Location=Room 2 rack 7'", [f"Location = {seen}"],
               seen == '"Room 2 rack 7"')
     viewer = Wbemcli(server, "viewer")
-    tour.refused(f"wbemcli cm ...Tag={tag} Locate   (a user who may only look)",
+    tour.refused(f"wbemcli cm {name} Locate   (a user who may only look)",
                  lambda: viewer.invoke(cage.path, "Locate", []), 2,
                  "CIM_ERR_ACCESS_DENIED: Insufficient generic privilege")
 
@@ -170,16 +175,17 @@ def main():
     tour = Tour()
     try:
         with Server(options.build) as server:
-            print(f"The embedded server serves {shlex.quote(str(server.array))} at {server.url}")
+            print("The embedded server is up, with the module and a copy of the sample array.")
+            print(f"Below, U is {Wbemcli(server).base}/root/qbx")
             array = Array(server.array)
             ask_both(tour, server, array)
             act(tour, server, array)
             walk(tour, server, array)
     except (StartError, Refused) as error:
         sys.exit(f"qbx demo: {error}")
-    print(f"\n{'Every answer was the expected one.' if not tour.failures else ''}"
-          f"{str(tour.failures) + ' answers were not the expected ones.' if tour.failures else ''}")
-    sys.exit(1 if tour.failures else 0)
+    if tour.failures:
+        sys.exit(f"\n{tour.failures} answers were not the expected ones.")
+    print("\nEvery answer was the expected one.")
 
 
 if __name__ == "__main__":
