@@ -1,6 +1,6 @@
 #include "Mof/MofCompiler.h"
 
-#include "Repository/RepositoryFixture.h"
+#include "../Repository/RepositoryFixture.h"
 
 #include <Pegasus/Common/CIMDateTime.h>
 #include <Pegasus/Common/CIMObjectPath.h>

@@ -1,4 +1,4 @@
-#include "Repository/RepositoryFixture.h"
+#include "RepositoryFixture.h"
 
 #include <Pegasus/Common/CIMObjectPath.h>
 #include <Pegasus/Common/CIMQualifierDecl.h>
