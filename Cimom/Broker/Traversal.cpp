@@ -25,6 +25,14 @@ bool addOnce(std::vector<CIMName>& names, const CIMName& name)
     return true;
 }
 
+/// Whether the error says that an object, its class or its namespace does not exist (any more);
+/// stored associations may refer to such.
+bool saysNotThere(const CIMException& error)
+{
+    return error.getCode() == CIM_ERR_NOT_FOUND || error.getCode() == CIM_ERR_INVALID_CLASS ||
+           error.getCode() == CIM_ERR_INVALID_NAMESPACE;
+}
+
 CIMObjectPath classPath(const CIMName& name)
 {
     return CIMObjectPath(String(), CIMNamespaceName(), name);
@@ -98,8 +106,7 @@ Array<CIMObject> Broker::associators(const Ctx& context, const Ns& nameSpace,
             found.setPath(impl_->located(nameSpace, other));
             results.append(CIMObject(found));
         } catch (const CIMException& error) {
-            // An association may refer to what is not there (any more).
-            if (error.getCode() != CIM_ERR_NOT_FOUND) throw;
+            if (!saysNotThere(error)) throw;
         }
     };
     const auto visit = [&](const AssociationClass& association, ProviderObject* target) {

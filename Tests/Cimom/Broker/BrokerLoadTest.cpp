@@ -114,28 +114,32 @@ TEST_F(BrokerLoad, InitializeMayAskOthersButNotItself)
 TEST_F(BrokerLoad, OtherThreadsWaitForTheOneThatInitializes)
 {
     start();
+    constexpr int others = 4;
     std::promise<void> begun;
-    std::promise<void> released;
+    std::atomic<int> arriving{0};
     scripted::stage().onInitialize = [&](const std::string&, CIMOMHandle&) {
         begun.set_value();
-        released.get_future().wait();
+        while (arriving < others)
+            std::this_thread::yield();
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));  // most of them wait by now
     };
-    auto first = std::async(std::launch::async, [&] { return ask("T_Leaf"); });
+    std::vector<std::future<std::string>> calls;
+    calls.push_back(std::async(std::launch::async, [&] { return ask("T_Leaf"); }));
     begun.get_future().wait();
-    std::vector<std::future<std::string>> others;
-    for (int i = 0; i < 4; ++i) {
-        others.push_back(std::async(std::launch::async, [&] { return ask("T_Leaf"); }));
-    }
     EXPECT_EQ(errorOf([&] { getInstance("T_Static.Id=\"one\",Number=1"); }), "none");
-    released.set_value();
-    EXPECT_EQ(first.get(), "none");
-    for (auto& other : others)
-        EXPECT_EQ(other.get(), "none");
+    for (int i = 0; i < others; ++i) {
+        calls.push_back(std::async(std::launch::async, [&] {
+            ++arriving;
+            return ask("T_Leaf");
+        }));
+    }
+    for (auto& call : calls)
+        EXPECT_EQ(call.get(), "none");
     const Lines noted = notes();
     EXPECT_EQ(std::count(noted.begin(), noted.end(), "create Two"), 1);
 }
 
-TEST_F(BrokerLoad, WaitersShareTheFailureAndDoNotWaitForEver)
+TEST_F(BrokerLoad, WaitersDoNotWaitForEver)
 {
     options.initializeWait = std::chrono::milliseconds(20);
     start();
@@ -153,6 +157,30 @@ TEST_F(BrokerLoad, WaitersShareTheFailureAndDoNotWaitForEver)
               "later.");
     released.set_value();
     EXPECT_EQ(first.get(), "1 provider initialization failed");
+}
+
+TEST_F(BrokerLoad, WaitersShareTheFailure)
+{
+    start();
+    std::promise<void> begun;
+    std::atomic<bool> arriving{false};
+    std::atomic<int> attempts{0};
+    scripted::stage().onInitialize = [&](const std::string&, CIMOMHandle&) {
+        if (++attempts > 1) return;
+        begun.set_value();
+        while (!arriving)
+            std::this_thread::yield();
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        throw std::runtime_error("no");
+    };
+    auto first = std::async(std::launch::async, [&] { return ask("T_Leaf"); });
+    begun.get_future().wait();
+    arriving = true;
+    const std::string second = ask("T_Leaf");
+    EXPECT_EQ(first.get(), "1 provider initialization failed");
+    // A thread that came too late to wait has made the next attempt.
+    EXPECT_EQ(second, attempts == 1 ? "1 provider initialization failed" : "none");
+    EXPECT_EQ(ask("T_Leaf"), "none");
 }
 
 TEST_F(BrokerLoad, ProvidersThatNeedEachOtherToInitializeGetAnErrorNotADeadlock)

@@ -172,6 +172,7 @@ TEST_F(BrokerRead, WhatAProviderDeliversCountsOnceItCompletes)
         {"GI", "d", "0", ""},
         {"GI", "pc", tooFew, ""},
         {"GI", "dcc", tooFew, ""},
+        {"GI", "dcdc", tooFew, ""},
         {"GI", "ddc", tooMany, ""},
         {"GI", "d?dc", "1", "caught 1 Too many objects delivered."},
         {"GI", "uc", notInitialized, ""},

@@ -101,6 +101,7 @@ TEST_F(BrokerWrite, ResultsOfChangesCountLikeTheReadOnes)
         {"DI", "ct", "6 gone"},
     };
     scripted::stage().fault = [] { throw CIMObjectNotFoundException("gone"); };
+    scripted::stage().instances["T_Base"] = {base("//far/root/x:T_Base.Id=\"1\"")};
     for (const Case& c : cases) {
         const std::string operation = c.operation;
         scripted::stage().scripts = {{operation, c.script}};
