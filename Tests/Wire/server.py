@@ -84,7 +84,8 @@ class Server:
             self.users = password_file(build, self.folder)
             self.start()
         except BaseException:
-            self.close()
+            self.stop()
+            shutil.rmtree(self.folder, ignore_errors=True)
             raise
 
     def start(self):
@@ -134,8 +135,13 @@ class Server:
         return self.process is not None and self.process.poll() is None
 
     def close(self):
-        self.stop()
+        """Stops the server; it must end well (a sanitizer's findings make it end otherwise)."""
+        status, said = self.stop(), ""
+        if status:
+            said = self.output.read_text(errors="replace")[-4000:]
         shutil.rmtree(self.folder, ignore_errors=True)
+        if status:
+            raise AssertionError(f"the server ended with status {status}: {said}")
 
     def __enter__(self):
         return self
