@@ -8,23 +8,22 @@ using namespace cimom;
 namespace
 {
 
-/// The value of a boolean qualifier; false when it is absent or null. Throws TypeMismatchException
-/// for one of another type.
-bool hasFlag(const ClassRep& rep, const CIMName& name)
+/// The value of a boolean qualifier; false when it is absent, null or of another type. Throws
+/// TypeMismatchException for an array of booleans.
+bool hasFlag(const QualifiedRep& element, const CIMName& name)
 {
-    const Uint32 index = rep.qualifiers.find(name);
+    const Uint32 index = element.qualifiers.find(name);
     if (index == PEG_NOT_FOUND) return false;
+    const CIMValue& value = element.qualifiers.at(index)->value;
     Boolean flag = false;
-    rep.qualifiers.at(index)->value.get(flag);
+    if (value.getType() == CIMTYPE_BOOLEAN) value.get(flag);
     return flag;
 }
 
 bool isKey(const PropertyRep& property)
 {
     static const CIMName key("Key");
-    static const CIMValue yes(true);
-    const Uint32 index = property.qualifiers.find(key);
-    return index != PEG_NOT_FOUND && property.qualifiers.at(index)->value.equal(yes);
+    return hasFlag(property, key);
 }
 
 }  // namespace

@@ -194,7 +194,8 @@ TEST(Frozen, AnInstanceTakesOverFrozenElementsAsItsOwn)
 
 TEST(Frozen, AnElementInAFrozenContainerKeepsItsName)
 {
-    CIMProperty property = frozenClass().getProperty(0);
+    CIMClass fetched = frozenClass();
+    CIMProperty property = fetched.getProperty(0);
     EXPECT_THROW(property.setName(name("Other")), Exception);
     EXPECT_EQ(String("Tag"), property.getName().getString());
 }
