@@ -136,10 +136,19 @@ CIMException currentError()
     }
 }
 
+String statusName(CIMStatusCode code)
+{
+    const bool known = code >= CIM_ERR_FAILED && code <= CIM_ERR_SERVER_IS_SHUTTING_DOWN &&
+                       code != 18 && code != 19;
+    if (known) return String(cimStatusCodeToString(code));
+    const std::string text = "Unrecognized CIM status code \"" + std::to_string(code) + "\"";
+    return toString(text);
+}
+
 void appendError(std::string& out, const CIMException& error)
 {
     if (error.getCode() == CIM_ERR_SUCCESS) return;
-    String description(cimStatusCodeToString(error.getCode()));
+    String description = statusName(error.getCode());
     if (error.getMessage().size() != 0) description.append(": ").append(error.getMessage());
     out += "<ERROR CODE=\"" + std::to_string(error.getCode()) + "\" DESCRIPTION=\"";
     xml::appendEscaped(out, description);

@@ -141,14 +141,18 @@ private:
         self(data).refuse("Expected open of CIM element");
     }
 
+    /// Expat reports the rest of the current tag even after it was stopped.
+    bool refused() const { return !invalid_.empty(); }
+
     void refuse(const std::string& why)
     {
-        if (invalid_.empty()) invalid_ = why;
+        invalid_ = why;
         XML_StopParser(parser_.get(), XML_FALSE);
     }
 
     void start(const char* name, const char** attributes)
     {
+        if (refused()) return;
         if (open_.size() >= maxDepth) return refuse("elements are nested too deeply");
         if (++elements_ > maxElements) return refuse("too many elements");
         XmlElement* element = &root_;
@@ -162,6 +166,7 @@ private:
 
     void end()
     {
+        if (refused()) return;
         Level& level = open_.back();
         level.element->text.resize(level.keep);
         const XmlElement& element = *level.element;
@@ -176,7 +181,7 @@ private:
 
     void text(std::string_view chunk)
     {
-        if (open_.empty()) return;
+        if (open_.empty() || refused()) return;
         Level& level = open_.back();
         std::string& text = level.element->text;
         if (inCdata_ || isReference()) {

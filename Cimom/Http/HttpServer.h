@@ -1,0 +1,57 @@
+// The HTTP(S) listener of the CIM server.
+#pragma once
+
+#include "CimXml/Service.h"
+#include "Http/PasswordFile.h"
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace cimom
+{
+
+struct HttpOptions
+{
+    std::string address = "127.0.0.1";   ///< name or number of the interface to listen on
+    std::uint16_t port = 5988;           ///< 0: any free port
+    std::string hostName = "localhost";  ///< realm of the authentication
+    std::string certificateFile;         ///< PEM; with a key file: HTTPS only
+    std::string keyFile;
+    unsigned threads = 8;                   ///< operations that run at once
+    std::size_t maxHeader = 64 * 1024;      ///< bytes of request line and header fields
+    std::size_t maxBody = 4 * 1024 * 1024;  ///< bytes of a (decoded) request body
+    unsigned maxConnections = 256;
+    unsigned maxConnectionsPerAddress = 128;
+    std::chrono::seconds timeout{30};             ///< for a whole request to arrive
+    std::function<void(const std::string&)> log;  ///< receives one line an event; may be empty
+};
+
+/// Accepts CIM-XML requests, authenticates them, hands them to a handler on one of its threads and
+/// sends what it returns. Connections beyond the limits get 503, requests that do not arrive in
+/// time 408 (over TLS: closed), larger headers 431 and larger bodies 413.
+class HttpServer
+{
+public:
+    /// Called from several threads at once.
+    using Handler = std::function<CimReply(const CimRequest&)>;
+
+    /// Listens and serves at once. `users` null: no authentication, every request has the user "".
+    /// Throws std::runtime_error (what, where, what to do) when it cannot listen or TLS cannot be
+    /// set up. `users` must outlive the server.
+    HttpServer(HttpOptions options, const PasswordFile* users, Handler handler);
+    /// Like stop().
+    ~HttpServer();
+
+    std::uint16_t port() const;
+    /// Accepts nothing more, lets running operations finish and sends their replies.
+    void stop();
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace cimom
