@@ -307,7 +307,12 @@ CIMDateTime& CIMDateTime::operator+=(const CIMDateTime& x)
 
 CIMDateTime CIMDateTime::operator-(const CIMDateTime& x) const
 {
-    if (_isInterval != x._isInterval) return movedBy(x, false);
+    if (_isInterval != x._isInterval) {
+        // Starts from the UTC time, yet keeps the offset; operator-= does not.
+        CIMDateTime start(*this);
+        start._usec = toMicroSeconds();
+        return start.movedBy(x, false);
+    }
     // Of two of a kind, the exact time between.
     return CIMDateTime(toMicroSeconds(), true)
         .movedBy(CIMDateTime(x.toMicroSeconds(), true), false);

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <optional>
 #include <string>
 
 namespace Pegasus
@@ -108,6 +109,38 @@ CIMKeyBinding::Type keyTypeOf(const CIMValue& value)
     }
 }
 
+template <class T>
+T valueAs(const CIMValue& value)
+{
+    T x;
+    value.get(x);
+    return x;
+}
+
+/// A number with a decimal point, perhaps an exponent, and nothing else.
+std::optional<Real64> readReal(const String& value)
+{
+    const std::string text(value.getCString());
+    const bool isReal = text.find('.') != std::string::npos &&
+                        text.find_first_not_of("+-.0123456789eE") == std::string::npos;
+    char* end = nullptr;
+    const Real64 number = std::strtod(text.c_str(), &end);
+    return isReal && *end == '\0' ? std::optional(number) : std::nullopt;
+}
+
+bool isTime(const String& text, const CIMDateTime& time)
+{
+    CIMDateTime other;
+    try {
+        other.set(text);
+    } catch (const InvalidDateTimeFormatException&) {
+        return false;
+    } catch (const DateTimeOutOfRangeException&) {
+        return false;
+    }
+    return other == time;
+}
+
 bool nameIsLess(const CIMKeyBinding& x, const CIMKeyBinding& y)
 {
     return String::compareNoCase(x.getName().getString(), y.getName().getString()) < 0;
@@ -149,27 +182,25 @@ CIMKeyBinding::CIMKeyBinding(const CIMName& name, const CIMValue& value)
 
 Boolean CIMKeyBinding::equal(CIMValue value)
 {
-    try {
-        const CIMKeyBinding other(_name, value);
-        if (value.isNull() || other._type != _type) return false;
-        switch (value.getType()) {
-            case CIMTYPE_CHAR16:
-                return _value.size() > 0 && _value[0] == other._value[0];
-            case CIMTYPE_DATETIME:
-                return CIMDateTime(_value) == CIMDateTime(other._value);
-            case CIMTYPE_REAL32:
-            case CIMTYPE_REAL64: {
-                const std::string text(_value.getCString());
-                char* end = nullptr;
-                const Real64 number = std::strtod(text.c_str(), &end);
-                return end != text.c_str() && *end == '\0' &&
-                       CIMValue(number).toString() == other._value;
-            }
-            default:
-                return other == *this;
+    const CIMType type = value.getType();
+    if (value.isNull() || value.isArray() || type == CIMTYPE_OBJECT || type == CIMTYPE_INSTANCE) {
+        return false;
+    }
+    const CIMKeyBinding other(_name, value);
+    if (other._type != _type) return false;
+    switch (type) {
+        case CIMTYPE_CHAR16:
+            return _value[0] == valueAs<Char16>(value);
+        case CIMTYPE_DATETIME:
+            return isTime(_value, valueAs<CIMDateTime>(value));
+        case CIMTYPE_REAL32: {
+            const auto number = readReal(_value);
+            return number && Real32(*number) == valueAs<Real32>(value);
         }
-    } catch (const Exception&) {
-        return false;  // one of them is no key or no time
+        case CIMTYPE_REAL64:
+            return readReal(_value) == valueAs<Real64>(value);
+        default:
+            return other == *this;
     }
 }
 

@@ -141,7 +141,9 @@ String textOf(const T& x)
         std::snprintf(text, sizeof text, "%.16e", Real64(x));
         return String(text);
     } else if constexpr (std::is_same_v<T, Char16>) {
-        return String(&x, 1);
+        // Half a pair reads as nothing.
+        const Char16 none;
+        return String(x >= 0xD800 && x < 0xDC00 ? &none : &x, 1);
     } else if constexpr (std::is_same_v<T, String>) {
         return x;
     } else if constexpr (isObject<T>) {
@@ -243,7 +245,9 @@ Boolean CIMValue::equal(const CIMValue& x) const
 
 String CIMValue::toString() const
 {
-    return std::visit([](const auto& x) { return textOf(x); }, repOf(_rep).content);
+    const String text = std::visit([](const auto& x) { return textOf(x); }, repOf(_rep).content);
+    // By way of UTF-8: the text ends at a zero, and what is no character is replaced.
+    return String(static_cast<const char*>(text.getCString()));
 }
 
 #define VALUE_OF(T, ARGUMENT)                                   \

@@ -48,7 +48,7 @@ bool isIPv4(const std::string& text)
 {
     return std::count(text.begin(), text.end(), '.') == 3 &&
            everyPart(text, '.', [](const std::string& part) {
-               return !part.empty() && isAllDigits(part) && number(part) <= 255;
+               return !part.empty() && part.size() <= 3 && isAllDigits(part) && number(part) <= 255;
            });
 }
 
@@ -73,7 +73,8 @@ bool isIPv6(const std::string& text)
     in6_addr address{};
     if (inet_pton(AF_INET6, text.substr(0, percent).c_str(), &address) != 1) return false;
     const bool hasZone = percent != std::string::npos && percent + 1 < text.size();
-    return IN6_IS_ADDR_LINKLOCAL(&address) ? hasZone : percent == std::string::npos;
+    const bool isLinkLocal = address.s6_addr[0] == 0xFE && address.s6_addr[1] == 0x80;
+    return isLinkLocal ? hasZone : percent == std::string::npos;
 }
 
 }  // namespace

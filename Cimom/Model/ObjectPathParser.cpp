@@ -16,7 +16,7 @@ namespace
 class Parser
 {
 public:
-    explicit Parser(const String& text) : _text(text.getChar16Data()) {}
+    explicit Parser(const String& text) : _whole(text), _text(text.getChar16Data()) {}
 
     void parse(const ObjectPathParts& parts)
     {
@@ -29,7 +29,7 @@ public:
     }
 
 private:
-    [[noreturn]] void fail(const String& reason) const { throwMalformed(_text, reason); }
+    [[noreturn]] void fail(const String& reason) const { throwMalformed(_whole, reason); }
     [[noreturn]] void failKey(const String& reason) const
     {
         fail(String("invalid key-value pair, ") + reason);
@@ -148,6 +148,7 @@ private:
         return path.getKeyBindings().size() > 0;
     }
 
+    const String _whole;
     const String _text;  // up to the first zero unit
     Uint32 _at = 0;
 };

@@ -122,7 +122,7 @@ String& String::assign(const String& str)
 
 String& String::assign(const Char16* str)
 {
-    return assign(notNull(str), length(str));
+    return assign(str, length(notNull(str)));
 }
 
 String& String::assign(const Char16* str, Uint32 n)
@@ -134,7 +134,7 @@ String& String::assign(const Char16* str, Uint32 n)
 
 String& String::assign(const char* str)
 {
-    return assign(notNull(str), Uint32(std::strlen(str)));
+    return assign(str, Uint32(std::strlen(notNull(str))));
 }
 
 String& String::assign(const char* str, Uint32 n)

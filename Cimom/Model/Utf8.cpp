@@ -74,7 +74,7 @@ void appendUtf16(std::string_view utf8, std::vector<Char16>& units)
             units.emplace_back(static_cast<Uint16>(0xD800 + ((code - 0x10000) >> 10)));
             units.emplace_back(static_cast<Uint16>(0xDC00 + (code & 0x3FF)));
         } else {
-            const bool replace = isSurrogate(code) || code == 0xFFFF;
+            const bool replace = isSurrogate(code) || code >= 0xFFFE;
             units.emplace_back(static_cast<Uint16>(replace ? 0xFFFD : code));
         }
         at += length;

@@ -31,8 +31,8 @@ private:
 /// A string of UTF-16 code units with value semantics.
 ///
 /// 8-bit arguments are UTF-8. Text that is not throws Exception ("The byte sequence starting at
-/// index N is not valid UTF-8 encoding: ..."); encoded surrogates and U+FFFF become U+FFFD. A null
-/// pointer throws the internal exception NullPointer. Positions past the end throw
+/// index N is not valid UTF-8 encoding: ..."); encoded surrogates, U+FFFE and U+FFFF become U+FFFD.
+/// A null pointer throws the internal exception NullPointer. Positions past the end throw
 /// IndexOutOfBoundsException unless said otherwise. Letter case means ASCII letters only.
 class PEGASUS_COMMON_LINKAGE String
 {
