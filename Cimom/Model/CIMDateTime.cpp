@@ -26,8 +26,6 @@ constexpr size_t textSize = 25;
 constexpr size_t pointAt = 14;
 constexpr size_t signAt = 21;
 constexpr Uint32 allDigits = 20;  // before the sign, without the point
-// From this many asterisks on, not even the hour is known and the UTC offset says nothing.
-constexpr Uint32 unknownHour = 12;
 
 struct Date
 {
@@ -263,7 +261,9 @@ Boolean CIMDateTime::equal(const CIMDateTime& x) const
 
 Uint64 CIMDateTime::toMicroSeconds() const
 {
-    return _wildcards < unknownHour ? plusMinutes(_usec, -_utcOffset) : _usec;
+    // As much of the offset as the known fields can tell.
+    const Sint32 known = _wildcards < 10 ? _utcOffset : _wildcards == 10 ? _utcOffset / 60 * 60 : 0;
+    return plusMinutes(_usec, -known);
 }
 
 /// Negative, zero or positive as this is before, the same as, or after x, as far as can be known.
@@ -273,11 +273,9 @@ int CIMDateTime::compare(const CIMDateTime& x) const
         throw TypeMismatchException(
             String("Trying to compare CIMDateTime objects of differing types"));
     }
-    // The vaguer one's fields are known in its own time zone.
-    const CIMDateTime& vague = _wildcards > x._wildcards ? *this : x;
-    const Sint32 offset = vague._wildcards < unknownHour ? vague._utcOffset : 0;
-    const Uint64 a = knownPart(plusMinutes(toMicroSeconds(), offset), vague._wildcards);
-    const Uint64 b = knownPart(plusMinutes(x.toMicroSeconds(), offset), vague._wildcards);
+    const Uint32 unknown = std::max(_wildcards, x._wildcards);
+    const Uint64 a = knownPart(toMicroSeconds(), unknown);
+    const Uint64 b = knownPart(x.toMicroSeconds(), unknown);
     return a < b ? -1 : a > b ? 1 : 0;
 }
 
