@@ -43,7 +43,7 @@ public:
     void file(const fs::path& file, const Pegasus::CIMNamespaceName& nameSpace)
     {
         const fs::path real = fs::weakly_canonical(file);
-        done_.emplace(real, utf8(nameSpace.getString()));
+        done_.emplace(real, toUtf8(nameSpace.getString()));
         open_.push_back(real);
         text(readFile(file), file.string(), file.parent_path(), nameSpace);
         open_.pop_back();
@@ -89,7 +89,7 @@ private:
         if (open_.size() >= deepestInclude)
             throw MofFault{
                 at, "more than " + std::to_string(deepestInclude) + " files include each other"};
-        if (done_.count({real, utf8(nameSpace.getString())}) == 0) file(included, nameSpace);
+        if (done_.count({real, toUtf8(nameSpace.getString())}) == 0) file(included, nameSpace);
     }
 
     Repository& repository_;

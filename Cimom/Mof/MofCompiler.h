@@ -25,8 +25,11 @@ private:
 };
 
 /// Compiles MOF files and texts into one namespace of a repository: qualifier declarations,
-/// classes, instances, `#pragma include` (looked up beside the including file, then in the search
-/// path) and `#pragma namespace`.
+/// classes, instances, `#pragma include` and `#pragma namespace`; other pragmas are passed over.
+///
+/// An included file is looked for beside the including one, then in the search path. In one run it
+/// is compiled once into a namespace, however often it is included. A namespace pragma holds to the
+/// end of its file and adds the namespace when it is not there.
 class MofCompiler
 {
 public:
@@ -37,7 +40,8 @@ public:
     /// when the file cannot be read. What was compiled before the fault stays in the repository.
     void compileFile(const std::filesystem::path& file, const Pegasus::CIMNamespaceName& nameSpace);
     /// The same for a text; `name` stands for the file name in errors.
-    void compileText(const std::string& text, const std::string& name, const Pegasus::CIMNamespaceName& nameSpace);
+    void compileText(const std::string& text, const std::string& name,
+                     const Pegasus::CIMNamespaceName& nameSpace);
 
 private:
     Repository& repository_;

@@ -86,7 +86,7 @@ auto findWord(const Words& words, const std::string& word) -> decltype(&words[0]
 
 std::string reason(const CIMException& e)
 {
-    return std::string(cimStatusCodeToString(e.getCode())) + ": " + utf8(e.getMessage());
+    return std::string(cimStatusCodeToString(e.getCode())) + ": " + toUtf8(e.getMessage());
 }
 
 // Runs an operation of the library or the repository; a refusal is a fault at the position.
@@ -98,7 +98,7 @@ auto refusedAt(const MofPosition& at, Operation operation)
     } catch (const CIMException& e) {
         throw MofFault{at, reason(e)};
     } catch (const Exception& e) {
-        throw MofFault{at, utf8(e.getMessage())};
+        throw MofFault{at, toUtf8(e.getMessage())};
     }
 }
 
@@ -147,7 +147,7 @@ void MofParser::pragma()
 {
     if (!acceptKeyword("pragma")) unexpected("'pragma' after '#'");
     const MofPosition at = token_.at;
-    const std::string name = utf8(expectName("the name of a pragma").name.getString());
+    const std::string name = toUtf8(expectName("the name of a pragma").name.getString());
     if (!acceptSymbol('(')) return;
     const MofPosition argumentAt = token_.at;
     const std::string argument = expectString("the pragma's argument in double quotes");
@@ -249,9 +249,9 @@ MofParser::Qualifier MofParser::qualifier()
         try {
             return repository_.getQualifierDecl(nameSpace_, name.name);
         } catch (const CIMException&) {
-            throw MofFault{name.at, "qualifier " + utf8(name.name.getString()) +
+            throw MofFault{name.at, "qualifier " + toUtf8(name.name.getString()) +
                                         " is not declared in namespace " +
-                                        utf8(nameSpace_.getString())};
+                                        toUtf8(nameSpace_.getString())};
         }
     }();
     const MofValueType valueType{decl.getType(), decl.isArray(), decl.getArraySize()};
@@ -315,7 +315,7 @@ CIMProperty MofParser::property(const Name& name, const Type& declared)
     if (acceptSymbol('='))
         content = value(initializer(), valueType);
     else if (!isSymbol(';'))
-        unexpected("';', '=', '[' or '(' after " + utf8(name.name.getString()));
+        unexpected("';', '=', '[' or '(' after " + toUtf8(name.name.getString()));
     expectSymbol(';', "after the property");
     return refusedAt(name.at, [&] {
         return CIMProperty(name.name, content, valueType.arraySize, declared.referenceClass);
@@ -358,8 +358,9 @@ void MofParser::instanceDeclaration(const Qualifiers& qualifiers)
     if (!acceptKeyword("of")) unexpected("'of' after 'instance'");
     const Name name = expectName("the name of a class");
     if (!repository_.hasNamespace(nameSpace_) || !repository_.hasClass(nameSpace_, name.name))
-        throw MofFault{name.at, "class " + utf8(name.name.getString()) +
-                                    " does not exist in namespace " + utf8(nameSpace_.getString())};
+        throw MofFault{name.at, "class " + toUtf8(name.name.getString()) +
+                                    " does not exist in namespace " +
+                                    toUtf8(nameSpace_.getString())};
     const CIMConstClass definition(repository_.getClass(nameSpace_, name.name));
     MofToken alias;
     if (acceptKeyword("as")) {
@@ -385,8 +386,8 @@ void MofParser::instanceProperty(CIMInstance& instance, const CIMConstClass& def
     const Name name = expectName("the name of a property or '}'");
     const Uint32 at = definition.findProperty(name.name);
     if (at == PEG_NOT_FOUND)
-        throw MofFault{name.at, "class " + utf8(definition.getClassName().getString()) +
-                                    " has no property " + utf8(name.name.getString())};
+        throw MofFault{name.at, "class " + toUtf8(definition.getClassName().getString()) +
+                                    " has no property " + toUtf8(name.name.getString())};
     const CIMConstProperty declared = definition.getProperty(at);
     expectSymbol('=', "and a value after the property's name");
     const CIMValue content =
@@ -413,7 +414,7 @@ MofParser::Type MofParser::type()
         return result;
     }
     if (!acceptKeyword("ref"))
-        throw MofFault{name.at, "'" + utf8(name.name.getString()) +
+        throw MofFault{name.at, "'" + toUtf8(name.name.getString()) +
                                     "' is no CIM data type; a reference is written CLASS REF NAME"};
     result.type = CIMTYPE_REFERENCE;
     result.referenceClass = name.name;

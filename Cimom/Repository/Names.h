@@ -1,6 +1,8 @@
 // CIM names as keys of hash maps, and as plain text.
 #pragma once
 
+#include "Model/Utf8.h"
+
 #include <Pegasus/Common/CIMName.h>
 
 #include <cstddef>
@@ -10,9 +12,9 @@ namespace cimom
 {
 
 /// The text in UTF-8.
-inline std::string utf8(const Pegasus::String& text)
+inline std::string toUtf8(const Pegasus::String& text)
 {
-    return std::string(static_cast<const char*>(text.getCString()));
+    return toUtf8(text.getChar16Data(), text.size());
 }
 
 /// Hash and equality of CIMName or CIMNamespaceName without case, for unordered containers.
