@@ -94,10 +94,7 @@ Boolean ClassReader::hasKeys() const
 
 Boolean ClassReader::identical(const CIMConstClass& x) const
 {
-    const ClassRep& a = read<ClassRep>(*this);
-    const ClassRep& b = read<ClassRep>(x);
-    return cimom::identical(a, b) && a.superClassName.equal(b.superClassName) &&
-           cimom::identical(a.methods, b.methods);
+    return cimom::identical(read<ClassRep>(*this), read<ClassRep>(x));
 }
 
 CIMClass ClassReader::clone() const

@@ -45,6 +45,7 @@ void ObjectReader::insertProperty(const CIMProperty& x)
 {
     const auto& property = read<PropertyRep>(x);
     ObjectRep& rep = write<ObjectRep>(*this);
+    rep.properties.checkNew(property);
     const bool isClass = dynamic_cast<const ClassRep*>(&rep) != nullptr;
     const bool isReference = property.value.getType() == CIMTYPE_REFERENCE;
     if (isClass && isReference && property.referenceClassName.isNull())
@@ -104,7 +105,12 @@ String AnyObjectReader::toString() const
 
 Boolean AnyObjectReader::identical(const CIMConstObject& x) const
 {
-    return cimom::identical(read<ObjectRep>(*this), read<ObjectRep>(x));
+    const auto& a = read<ObjectRep>(*this);
+    const auto& b = read<ObjectRep>(x);
+    const auto* thisClass = dynamic_cast<const ClassRep*>(&a);
+    if (!thisClass) return cimom::identical(a, b);
+    const auto* otherClass = dynamic_cast<const ClassRep*>(&b);
+    return otherClass && cimom::identical(*thisClass, *otherClass);
 }
 
 CIMObject AnyObjectReader::clone() const

@@ -62,4 +62,12 @@ bool identical(const ObjectRep& a, const ObjectRep& b)
            identical(a.qualifiers, b.qualifiers);
 }
 
+bool identical(const ClassRep& a, const ClassRep& b)
+{
+    const ObjectRep& objectA = a;
+    const ObjectRep& objectB = b;
+    return identical(objectA, objectB) && a.superClassName.equal(b.superClassName) &&
+           identical(a.methods, b.methods);
+}
+
 }  // namespace cimom

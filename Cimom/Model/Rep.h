@@ -144,16 +144,22 @@ public:
         return PEG_NOT_FOUND;
     }
 
+    /// Throws AlreadyExistsException, TooManyElementsException.
+    void checkNew(const T& element) const
+    {
+        if (find(element.name) != PEG_NOT_FOUND) throwAlreadyExists(T::kind, element.name);
+        if (size() >= maxElements) throw Pegasus::TooManyElementsException();
+    }
+
     /// Shares the handle's element, or takes a copy of a frozen one, so that what sits in a
-    /// container that can change can change too. Throws UninitializedObjectException,
-    /// AlreadyExistsException, TooManyElementsException.
+    /// container that can change can change too. Throws UninitializedObjectException and as
+    /// checkNew.
     void add(const Pegasus::detail::Handle& handle)
     {
         const T& element = read<T>(handle);
-        if (find(element.name) != PEG_NOT_FOUND) throwAlreadyExists(T::kind, element.name);
-        if (size() >= maxElements) throw Pegasus::TooManyElementsException();
-        push(std::static_pointer_cast<T>(element.frozen ? element.clone()
-                                                        : HandleAccess::rep(handle)));
+        checkNew(element);
+        push(
+            std::static_pointer_cast<T>(element.frozen ? element.clone() : representation(handle)));
     }
 
     /// Throws IndexOutOfBoundsException.
@@ -327,6 +333,7 @@ bool identical(const PropertyRep& a, const PropertyRep& b);
 bool identical(const ParameterRep& a, const ParameterRep& b);
 bool identical(const MethodRep& a, const MethodRep& b);
 bool identical(const ObjectRep& a, const ObjectRep& b);
+bool identical(const ClassRep& a, const ClassRep& b);
 
 /// The same elements in the same order.
 template <class T>

@@ -82,7 +82,7 @@ public:
     Boolean isInstance() const;
     /// Text for logs.
     String toString() const;
-    /// Same content in the same order. Throws UninitializedObjectException.
+    /// Same content in the same order; what only classes have counts when this is a class.
     Boolean identical(const CIMConstObject& x) const;
     /// An independent deep copy.
     CIMObject clone() const;
