@@ -12,98 +12,77 @@ namespace qbxsim
 {
 
 template <>
-struct EnumNames<jb_type_e>
+CodeNames codeNames<jb_type_e>()
 {
-    static CodeNames get()
-    {
-        return {{"JB_UNKNOWN", JB_UNKNOWN}, {"JB_JBOD", JB_JBOD}, {"JB_KBOD", JB_KBOD},
-                {"JB_LBOD", JB_LBOD},       {"JB_DC3", JB_DC3},   {"JB_MBOD", JB_MBOD}};
-    }
-};
+    return {{"JB_UNKNOWN", JB_UNKNOWN}, {"JB_JBOD", JB_JBOD}, {"JB_KBOD", JB_KBOD},
+            {"JB_LBOD", JB_LBOD},       {"JB_DC3", JB_DC3},   {"JB_MBOD", JB_MBOD}};
+}
 
 template <>
-struct EnumNames<jb_subtype_e>
+CodeNames codeNames<jb_subtype_e>()
 {
-    static CodeNames get()
-    {
-        return {{"JB_SUBTYP_UNKNOWN", JB_SUBTYP_UNKNOWN},
-                {"JB_SUBTYP_FC", JB_SUBTYP_FC},
-                {"JB_SUBTYP_DC3SATA", JB_SUBTYP_DC3SATA},
-                {"JB_SUBTYP_DC3ALPHAFC", JB_SUBTYP_DC3ALPHAFC}};
-    }
-};
+    return {{"JB_SUBTYP_UNKNOWN", JB_SUBTYP_UNKNOWN},
+            {"JB_SUBTYP_FC", JB_SUBTYP_FC},
+            {"JB_SUBTYP_DC3SATA", JB_SUBTYP_DC3SATA},
+            {"JB_SUBTYP_DC3ALPHAFC", JB_SUBTYP_DC3ALPHAFC}};
+}
 
 template <>
-struct EnumNames<api_state_e>
+CodeNames codeNames<api_state_e>()
 {
-    static CodeNames get()
-    {
-        return {{"API_STATE_UNKNOWN", API_STATE_UNKNOWN},
-                {"API_STATE_OTHER", API_STATE_OTHER},
-                {"API_STATE_OK", API_STATE_OK},
-                {"API_STATE_DEGRADED", API_STATE_DEGRADED},
-                {"API_STATE_STRESSED", API_STATE_STRESSED},
-                {"API_STATE_PREDICTIVE_FAILURE", API_STATE_PREDICTIVE_FAILURE},
-                {"API_STATE_ERROR", API_STATE_ERROR},
-                {"API_STATE_NON_RECOV_ERROR", API_STATE_NON_RECOV_ERROR},
-                {"API_STATE_STARTING", API_STATE_STARTING},
-                {"API_STATE_STOPPING", API_STATE_STOPPING},
-                {"API_STATE_STOP", API_STATE_STOP},
-                {"API_STATE_IN_SERVICE", API_STATE_IN_SERVICE},
-                {"API_STATE_NO_CONTACT", API_STATE_NO_CONTACT},
-                {"API_STATE_LOST_COMMUNICATION", API_STATE_LOST_COMMUNICATION},
-                {"API_STATE_ABORTED", API_STATE_ABORTED},
-                {"API_STATE_DORMANT", API_STATE_DORMANT},
-                {"API_STATE_SUPPORTING_ENTITY_IN_ERROR", API_STATE_SUPPORTING_ENTITY_IN_ERROR},
-                {"API_STATE_COMPLETED", API_STATE_COMPLETED},
-                {"API_STATE_POWER_MODE", API_STATE_POWER_MODE}};
-    }
-};
+    return {{"API_STATE_UNKNOWN", API_STATE_UNKNOWN},
+            {"API_STATE_OTHER", API_STATE_OTHER},
+            {"API_STATE_OK", API_STATE_OK},
+            {"API_STATE_DEGRADED", API_STATE_DEGRADED},
+            {"API_STATE_STRESSED", API_STATE_STRESSED},
+            {"API_STATE_PREDICTIVE_FAILURE", API_STATE_PREDICTIVE_FAILURE},
+            {"API_STATE_ERROR", API_STATE_ERROR},
+            {"API_STATE_NON_RECOV_ERROR", API_STATE_NON_RECOV_ERROR},
+            {"API_STATE_STARTING", API_STATE_STARTING},
+            {"API_STATE_STOPPING", API_STATE_STOPPING},
+            {"API_STATE_STOP", API_STATE_STOP},
+            {"API_STATE_IN_SERVICE", API_STATE_IN_SERVICE},
+            {"API_STATE_NO_CONTACT", API_STATE_NO_CONTACT},
+            {"API_STATE_LOST_COMMUNICATION", API_STATE_LOST_COMMUNICATION},
+            {"API_STATE_ABORTED", API_STATE_ABORTED},
+            {"API_STATE_DORMANT", API_STATE_DORMANT},
+            {"API_STATE_SUPPORTING_ENTITY_IN_ERROR", API_STATE_SUPPORTING_ENTITY_IN_ERROR},
+            {"API_STATE_COMPLETED", API_STATE_COMPLETED},
+            {"API_STATE_POWER_MODE", API_STATE_POWER_MODE}};
+}
 
 template <>
-struct EnumNames<api_overall_state_e>
+CodeNames codeNames<api_overall_state_e>()
 {
-    static CodeNames get()
-    {
-        return {{"ES_UNKNOWN", ES_UNKNOWN},
-                {"ES_NORMAL", ES_NORMAL},
-                {"ES_DEGRADED", ES_DEGRADED},
-                {"ES_FAILED", ES_FAILED}};
-    }
-};
+    return {{"ES_UNKNOWN", ES_UNKNOWN},
+            {"ES_NORMAL", ES_NORMAL},
+            {"ES_DEGRADED", ES_DEGRADED},
+            {"ES_FAILED", ES_FAILED}};
+}
 
 template <>
-struct EnumNames<api_led_state_e>
+CodeNames codeNames<api_led_state_e>()
 {
-    static CodeNames get()
-    {
-        return {{"LED_STATE_UNKNOWN", LED_STATE_UNKNOWN},
-                {"LED_STATE_OFF", LED_STATE_OFF},
-                {"LED_STATE_GREEN", LED_STATE_GREEN},
-                {"LED_STATE_GREEN_BLINKING", LED_STATE_GREEN_BLINKING},
-                {"LED_STATE_AMBER", LED_STATE_AMBER},
-                {"LED_STATE_AMBER_BLINKING", LED_STATE_AMBER_BLINKING},
-                {"LED_STATE_BLUE", LED_STATE_BLUE},
-                {"LED_STATE_BLUE_BLINKING", LED_STATE_BLUE_BLINKING}};
-    }
-};
+    return {{"LED_STATE_UNKNOWN", LED_STATE_UNKNOWN},
+            {"LED_STATE_OFF", LED_STATE_OFF},
+            {"LED_STATE_GREEN", LED_STATE_GREEN},
+            {"LED_STATE_GREEN_BLINKING", LED_STATE_GREEN_BLINKING},
+            {"LED_STATE_AMBER", LED_STATE_AMBER},
+            {"LED_STATE_AMBER_BLINKING", LED_STATE_AMBER_BLINKING},
+            {"LED_STATE_BLUE", LED_STATE_BLUE},
+            {"LED_STATE_BLUE_BLINKING", LED_STATE_BLUE_BLINKING}};
+}
 
 template <>
-struct EnumNames<api_data_rate_e>
+CodeNames codeNames<api_data_rate_e>()
 {
-    static CodeNames get()
-    {
-        return {{"PORT_DATA_RATE_NA", PORT_DATA_RATE_NA},
-                {"PORT_DATA_RATE_1G", PORT_DATA_RATE_1G},
-                {"PORT_DATA_RATE_2G", PORT_DATA_RATE_2G},
-                {"PORT_DATA_RATE_AUTO", PORT_DATA_RATE_AUTO},
-                {"PORT_DATA_RATE_4G", PORT_DATA_RATE_4G},
-                {"PORT_DATA_RATE_8G", PORT_DATA_RATE_8G},
-                {"PORT_DATA_RATE_10G", PORT_DATA_RATE_10G},
-                {"PORT_DATA_RATE_10M", PORT_DATA_RATE_10M},
-                {"PORT_DATA_RATE_100M", PORT_DATA_RATE_100M}};
-    }
-};
+    return {
+        {"PORT_DATA_RATE_NA", PORT_DATA_RATE_NA},    {"PORT_DATA_RATE_1G", PORT_DATA_RATE_1G},
+        {"PORT_DATA_RATE_2G", PORT_DATA_RATE_2G},    {"PORT_DATA_RATE_AUTO", PORT_DATA_RATE_AUTO},
+        {"PORT_DATA_RATE_4G", PORT_DATA_RATE_4G},    {"PORT_DATA_RATE_8G", PORT_DATA_RATE_8G},
+        {"PORT_DATA_RATE_10G", PORT_DATA_RATE_10G},  {"PORT_DATA_RATE_10M", PORT_DATA_RATE_10M},
+        {"PORT_DATA_RATE_100M", PORT_DATA_RATE_100M}};
+}
 
 // `static` rather than in an anonymous namespace: JsonValue finds them through their namespace.
 
@@ -228,7 +207,9 @@ static void decode(JsonObject& file, api_MagazineLbod_t& magazine)
 static void decode(JsonObject& file, api_Magazine_t& magazine)
 {
     magazine.isAbsent = file.flag("isAbsent");
-    if (!file.read("deviceID", magazine.deviceID) && !magazine.isAbsent)
+    if (magazine.isAbsent)
+        file.read("deviceID", magazine.deviceID);
+    else
         file.need("deviceID", magazine.deviceID);
     file.read("parentDeviceID", magazine.parentDeviceID);
     file.read("cageType", magazine.cageType);

@@ -50,9 +50,9 @@ private:
 /// What the codes of an enumeration are called in a file.
 using CodeNames = std::vector<std::pair<const char*, std::int32_t>>;
 
-/// Specialised with a `static CodeNames get()` for every enumeration that a file can hold.
+/// Specialised for every enumeration that a file can hold.
 template <class Enum>
-struct EnumNames;
+CodeNames codeNames();
 
 /// One value of a JSON file, and where it stands. Copies are cheap; the Document must outlive them.
 class JsonValue
@@ -118,8 +118,8 @@ public:
             value.read(target.emplace_back());
     }
 
-    /// An enumeration with a `nameTable(Enum)`, or a structure with a `decode(Object&,
-    /// Structure&)`.
+    /// An enumeration that has codeNames, by name or number, or a structure that has a function
+    /// `decode(JsonObject&, Structure&)` in this namespace.
     template <class T, std::enable_if_t<std::is_enum_v<T> || std::is_class_v<T>, int> = 0>
     void read(T& target) const;
 
@@ -189,7 +189,7 @@ void JsonValue::read(T& target) const
 {
     if constexpr (std::is_enum_v<T>) {
         static_assert(sizeof(T) == sizeof(std::int32_t));
-        target = static_cast<T>(code(EnumNames<T>::get()));
+        target = static_cast<T>(code(codeNames<T>()));
     } else {
         JsonObject object(*this);
         decode(object, target);
