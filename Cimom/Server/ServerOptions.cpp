@@ -1,0 +1,206 @@
+#include "Server/ServerOptions.h"
+
+#include <Pegasus/Common/CIMObjectPath.h>
+#include <Pegasus/Common/Exception.h>
+
+#include <CLI/CLI.hpp>
+#include <array>
+#include <iostream>
+#include <unistd.h>
+
+PEGASUS_USING_PEGASUS;
+
+namespace cimom
+{
+
+namespace
+{
+
+namespace fs = std::filesystem;
+
+/// interop.mof beside an installed program, else the one of the source tree.
+fs::path defaultInteropMof()
+{
+    std::error_code error;
+    const fs::path program = fs::read_symlink("/proc/self/exe", error);
+    const fs::path installed =
+        program.parent_path().parent_path() / QBX_CIMSERVER_DATA "/interop.mof";
+    return fs::exists(installed, error) ? installed : fs::path(QBX_INTEROP_MOF);
+}
+
+bool isHostName(const std::string& name)
+{
+    try {
+        CIMObjectPath().setHost(String(name.c_str()));
+        return !name.empty();
+    } catch (const Exception&) {
+        return false;
+    }
+}
+
+std::string thisHost()
+{
+    std::array<char, 256> name{};
+    if (gethostname(name.data(), name.size() - 1) != 0 || !isHostName(name.data()))
+        return "localhost";
+    return name.data();
+}
+
+SchemaFile parseSchema(const std::string& text)
+{
+    const std::size_t equals = text.find('=');
+    if (equals == std::string::npos) {
+        throw UsageError("--schema " + text +
+                         ": expected NAMESPACE=FILE, such as root/qbx=qbx.mof");
+    }
+    const SchemaFile schema{text.substr(0, equals), text.substr(equals + 1)};
+    if (!CIMNamespaceName::legal(String(schema.nameSpace.c_str()))) {
+        throw UsageError("--schema " + text + ": \"" + schema.nameSpace +
+                         "\" is no namespace name");
+    }
+    return schema;
+}
+
+void requireFile(const fs::path& file, const std::string& option)
+{
+    std::error_code error;
+    if (fs::is_regular_file(file, error)) return;
+    throw UsageError(option + " " + file.string() + ": no such file");
+}
+
+void requireFolders(const std::vector<fs::path>& folders, const std::string& option)
+{
+    for (const fs::path& folder : folders) {
+        std::error_code error;
+        if (!fs::is_directory(folder, error))
+            throw UsageError(option + " " + folder.string() + ": no such folder");
+    }
+}
+
+void check(const ServerOptions& options, bool noAuthentication)
+{
+    if (options.hashPassword) return;
+    if (options.users.empty() && !noAuthentication) {
+        throw UsageError(
+            "who may use the server? Give --users FILE (lines user:hash, see --hash-password) or "
+            "--no-auth");
+    }
+    if (options.http.certificateFile.empty() != options.http.keyFile.empty()) {
+        throw UsageError("--cert and --key go together");
+    }
+    if (!isHostName(options.http.hostName)) {
+        throw UsageError("--host-name \"" + options.http.hostName + "\" is no host name");
+    }
+    requireFile(options.interopMof, "--interop-mof");
+    for (const SchemaFile& schema : options.schema)
+        requireFile(schema.file, "--schema " + schema.nameSpace + "=");
+    requireFolders(options.includeFolders, "--include");
+    requireFolders(options.providerFolders, "--provider-dir");
+}
+
+}  // namespace
+
+std::optional<ServerOptions> parseCommandLine(int argc, char** argv)
+{
+    ServerOptions options;
+    options.interopMof = defaultInteropMof();
+    options.http.hostName = thisHost();
+    std::vector<std::string> schema;
+    long timeout = options.http.timeout.count();
+    bool noAuthentication = false;
+
+    CLI::App app(
+        "A small CIM server: answers CIM-XML requests from MOF files and provider modules.",
+        "qbx-cimserver");
+    app.set_version_flag("--version", "qbx-cimserver " QBX_VERSION);
+    app.get_formatter()->column_width(34);
+
+    const std::string schemaGroup = "Schema and providers";
+    app.add_option("--schema", schema, "Compile a MOF file into a namespace; may be repeated")
+        ->type_name("NAMESPACE=FILE")
+        ->take_all()
+        ->allow_extra_args(false)
+        ->group(schemaGroup);
+    app.add_option("--include", options.includeFolders,
+                   "Look here for included MOF files; may be repeated")
+        ->type_name("DIR")
+        ->allow_extra_args(false)
+        ->group(schemaGroup);
+    app.add_option("--interop-mof", options.interopMof, "The classes of namespace root/interop")
+        ->type_name("FILE")
+        ->capture_default_str()
+        ->group(schemaGroup);
+    app.add_option("--provider-dir", options.providerFolders,
+                   "Look here for the provider modules registered in root/interop; may be repeated")
+        ->type_name("DIR")
+        ->allow_extra_args(false)
+        ->group(schemaGroup);
+
+    const std::string accessGroup = "Access";
+    app.add_option("--listen", options.http.address, "Address to listen on")
+        ->type_name("ADDRESS")
+        ->capture_default_str()
+        ->group(accessGroup);
+    app.add_option("--port", options.http.port,
+                   "Port to listen on; 0: any free one, which the ready line tells")
+        ->type_name("N")
+        ->capture_default_str()
+        ->group(accessGroup);
+    auto* users = app.add_option("--users", options.users, "Password file with lines user:hash")
+                      ->type_name("FILE")
+                      ->group(accessGroup);
+    app.add_flag("--no-auth", noAuthentication,
+                 "Ask nobody for a password; the user name is empty then")
+        ->excludes(users)
+        ->group(accessGroup);
+    app.add_option("--cert", options.http.certificateFile,
+                   "PEM certificate: serve HTTPS instead of HTTP")
+        ->type_name("FILE")
+        ->group(accessGroup);
+    app.add_option("--key", options.http.keyFile, "PEM key of the certificate")
+        ->type_name("FILE")
+        ->group(accessGroup);
+    app.add_option("--host-name", options.http.hostName,
+                   "Name of this host in object paths and as realm")
+        ->type_name("NAME")
+        ->capture_default_str()
+        ->group(accessGroup);
+    app.add_flag(
+           "--hash-password", options.hashPassword,
+           "Only read a password from standard input and print its hash for the password file")
+        ->group(accessGroup);
+
+    const std::string limitGroup = "Limits";
+    const auto addLimit = [&](const char* name, auto& value, const char* text, double least,
+                              double most) {
+        app.add_option(name, value, text)
+            ->type_name("N")
+            ->check(CLI::Range(least, most).description(""))
+            ->capture_default_str()
+            ->group(limitGroup);
+    };
+    addLimit("--threads", options.http.threads, "Operations that run at once", 1, 1024);
+    addLimit("--max-header", options.http.maxHeader, "Bytes of a request's header", 1024,
+             100000000);
+    addLimit("--max-body", options.http.maxBody, "Bytes of a request's body", 1024, 1000000000);
+    addLimit("--max-connections", options.http.maxConnections, "Connections at once", 1, 100000);
+    addLimit("--max-connections-per-address", options.http.maxConnectionsPerAddress,
+             "Connections at once from one address", 1, 100000);
+    addLimit("--timeout", timeout, "Seconds that a request may take to arrive", 1, 86400);
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::Success& done) {
+        app.exit(done, std::cout, std::cerr);
+        return std::nullopt;
+    } catch (const CLI::ParseError& error) {
+        throw UsageError(std::string(error.what()) + "; --help lists the options");
+    }
+    options.http.timeout = std::chrono::seconds(timeout);
+    for (const std::string& text : schema)
+        options.schema.push_back(parseSchema(text));
+    check(options, noAuthentication);
+    return options;
+}
+
+}  // namespace cimom

@@ -1,0 +1,197 @@
+// qbx-cimserver: the embedded object manager as a program.
+#include "Broker/Broker.h"
+#include "Broker/Interop.h"
+#include "CimXml/Encode.h"
+#include "Http/HttpServer.h"
+#include "Mof/MofCompiler.h"
+#include "Repository/Repository.h"
+#include "Server/ServerOptions.h"
+
+#include <Pegasus/Common/Exception.h>
+
+#include <csignal>
+#include <cstdio>
+#include <ctime>
+#include <iostream>
+#include <sstream>
+#include <termios.h>
+#include <unistd.h>
+
+PEGASUS_USING_PEGASUS;
+
+namespace
+{
+
+using namespace cimom;
+
+const CIMNamespaceName interop("root/interop");
+
+/// Makes a manager the one that this process's handles reach, for as long as this object lives.
+class CurrentManager
+{
+public:
+    explicit CurrentManager(ObjectManager& manager) { ObjectManager::setCurrent(&manager); }
+    ~CurrentManager() { ObjectManager::setCurrent(nullptr); }
+    CurrentManager(const CurrentManager&) = delete;
+    CurrentManager& operator=(const CurrentManager&) = delete;
+};
+
+/// One line on standard error, with the time.
+void log(const std::string& text)
+{
+    char time[32] = "";
+    const std::time_t now = std::time(nullptr);
+    std::tm local{};
+    localtime_r(&now, &local);
+    std::strftime(time, sizeof(time), "%Y-%m-%dT%H:%M:%S ", &local);
+    std::cerr << time + text + "\n";
+}
+
+void complain(const std::string& text)
+{
+    std::cerr << "qbx-cimserver: " + text + "\n";
+}
+
+/// SIGTERM and SIGINT, blocked in every thread so that main can wait for them.
+sigset_t stopSignals()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGINT);
+    return signals;
+}
+
+/// Waits for a signal to stop; the next one ends the process at once.
+void waitForStop()
+{
+    const sigset_t signals = stopSignals();
+    int signal = 0;
+    sigwait(&signals, &signal);
+    pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+}
+
+void compileSchema(const ServerOptions& options, Repository& repository)
+{
+    MofCompiler compiler(repository);
+    compiler.setSearchPath(options.includeFolders);
+    repository.addNamespace(interop);
+    compiler.compileFile(options.interopMof, interop);
+    for (const SchemaFile& schema : options.schema) {
+        const CIMNamespaceName nameSpace(String(schema.nameSpace.c_str()));
+        repository.addNamespace(nameSpace);
+        compiler.compileFile(schema.file, nameSpace);
+    }
+}
+
+/// Where a client finds the server: scheme, address, port and the first namespace.
+std::string url(const ServerOptions& options, std::uint16_t port)
+{
+    const bool everywhere = options.http.address == "0.0.0.0" || options.http.address == "::";
+    std::string host = everywhere ? options.http.hostName : options.http.address;
+    if (host.find(':') != std::string::npos) host = "[" + host + "]";
+    std::string nameSpace = "root/interop";
+    if (!options.schema.empty()) nameSpace = options.schema.front().nameSpace;
+    return (options.http.certificateFile.empty() ? "http://" : "https://") + host + ":" +
+           std::to_string(port) + "/" + nameSpace;
+}
+
+void warnOfExposure(const ServerOptions& options)
+{
+    const std::string& address = options.http.address;
+    if (address == "localhost" || address == "::1" || address.compare(0, 4, "127.") == 0) return;
+    if (options.users.empty())
+        log("warning: --no-auth with --listen " + address + ": every host may use the server");
+    if (options.http.certificateFile.empty()) {
+        log("warning: --listen " + address +
+            " without --cert: passwords cross the network readable");
+    }
+}
+
+/// Serves until a signal comes.
+void serve(ServerOptions options)
+{
+    std::optional<PasswordFile> users;
+    if (!options.users.empty()) users.emplace(options.users);
+    Repository repository;
+    compileSchema(options, repository);
+    const String host(options.http.hostName.c_str());
+    describeObjectManager(repository, interop, "QBXObjectManager", host);
+    BrokerOptions brokerOptions;
+    brokerOptions.hostName = host;
+    brokerOptions.providerFolders = options.providerFolders;
+    brokerOptions.interopNamespace = interop;
+    Broker broker(repository, brokerOptions);
+    const CurrentManager current(broker);
+    options.http.log = log;
+    const std::string hostName = options.http.hostName;
+    HttpServer server(options.http, users ? &*users : nullptr,
+                      [&broker, hostName](const CimRequest& request) {
+                          return answerCimRequest(broker, hostName, request);
+                      });
+    warnOfExposure(options);
+    std::cout << "ready: " + url(options, server.port()) + "\n" << std::flush;
+    waitForStop();
+    server.stop();
+}
+
+/// Keeps a terminal from showing what is typed.
+class NoEcho
+{
+public:
+    NoEcho() : terminal_(tcgetattr(STDIN_FILENO, &before_) == 0)
+    {
+        if (!terminal_) return;
+        std::cerr << "Password: ";
+        termios silent = before_;
+        silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+        tcsetattr(STDIN_FILENO, TCSAFLUSH, &silent);
+    }
+    ~NoEcho()
+    {
+        if (!terminal_) return;
+        tcsetattr(STDIN_FILENO, TCSAFLUSH, &before_);
+        std::cerr << "\n";
+    }
+    NoEcho(const NoEcho&) = delete;
+    NoEcho& operator=(const NoEcho&) = delete;
+
+private:
+    termios before_{};
+    bool terminal_;
+};
+
+std::string readPassword()
+{
+    const NoEcho noEcho;
+    std::string password;
+    std::getline(std::cin, password);
+    return password;
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    const sigset_t signals = stopSignals();
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    std::signal(SIGPIPE, SIG_IGN);
+    try {
+        const auto options = parseCommandLine(argc, argv);
+        if (!options) return 0;
+        if (options->hashPassword) {
+            std::cout << hashPassword(readPassword()) + "\n";
+        } else {
+            serve(*options);
+        }
+        return 0;
+    } catch (const UsageError& error) {
+        complain(error.what());
+        return 2;
+    } catch (const std::exception& error) {
+        complain(error.what());
+    } catch (const Exception& error) {
+        complain(xml::utf8(error.getMessage()));
+    }
+    return 1;
+}
