@@ -1,7 +1,6 @@
 #include "Broker/AssociationIndex.h"
 
 #include "Broker/Paths.h"
-#include "Broker/Text.h"
 
 PEGASUS_USING_PEGASUS;
 
@@ -46,7 +45,7 @@ CIMObjectPath referredPath(const CIMInstance& association,
 AssociationIndex::AssociationIndex(const Repository& repository) : repository_(repository)
 {
     for (const CIMNamespaceName& nameSpace : repository.namespaces()) {
-        auto& associations = byNamespace_[folded(nameSpace.getString())];
+        auto& associations = byNamespace_[nameSpace];
         for (const CIMName& name : repository.subclassNames(nameSpace, CIMName(), true)) {
             const CIMClass cimClass = repository.getClass(nameSpace, name);
             if (cimClass.isAssociation()) associations.push_back(describe(cimClass));
@@ -59,7 +58,7 @@ std::vector<const AssociationClass*> AssociationIndex::route(const CIMNamespaceN
                                                              const CIMName& source) const
 {
     std::vector<const AssociationClass*> result;
-    const auto associations = byNamespace_.find(folded(nameSpace.getString()));
+    const auto associations = byNamespace_.find(nameSpace);
     if (associations == byNamespace_.end()) return result;
 
     const auto isWanted = [&](const AssociationClass& association) {

@@ -1,10 +1,10 @@
 // The association classes of the schema, and the associations that the repository holds itself.
 #pragma once
 
+#include "Repository/Names.h"
 #include "Repository/Repository.h"
 
-#include <map>
-#include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace cimom
@@ -45,7 +45,8 @@ public:
 
 private:
     const Repository& repository_;
-    std::map<std::string, std::vector<AssociationClass>> byNamespace_;
+    std::unordered_map<Pegasus::CIMNamespaceName, std::vector<AssociationClass>, NoCase, NoCase>
+        byNamespace_;
 };
 
 /// Answers traversals from one source, an object or a class, from what the repository holds.

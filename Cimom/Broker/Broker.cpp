@@ -35,7 +35,7 @@ BrokerOptions checked(BrokerOptions options)
     try {
         CIMObjectPath().setHost(options.hostName);
     } catch (const Exception&) {
-        throw std::runtime_error("The host name \"" + utf8(options.hostName) +
+        throw std::runtime_error("The host name \"" + toUtf8(options.hostName) +
                                  "\" is malformed; use a DNS name or an IP address.");
     }
     return options;
@@ -122,7 +122,7 @@ void Broker::setModuleFactory(const String& moduleName, Factory factory)
 {
     ProviderModule* const module = impl_->registry.module(moduleName);
     if (module == nullptr) {
-        throw std::invalid_argument("No provider module \"" + utf8(moduleName) +
+        throw std::invalid_argument("No provider module \"" + toUtf8(moduleName) +
                                     "\" is registered.");
     }
     module->setFactory(factory);

@@ -15,7 +15,7 @@ namespace cimom
 
 ProviderModule::ProviderModule(String name, const String& location,
                                const std::vector<std::filesystem::path>& folders)
-    : name_(std::move(name)), fileName_("lib" + utf8(location) + ".so"), folders_(folders)
+    : name_(std::move(name)), fileName_("lib" + toUtf8(location) + ".so"), folders_(folders)
 {
 }
 
@@ -32,7 +32,7 @@ CIMProvider* ProviderModule::create(const String& providerName)
     try {
         provider = factory(providerName);
     } catch (...) {
-        throw failure(providerName, utf8(currentProviderError().getMessage()));
+        throw failure(providerName, toUtf8(currentProviderError().getMessage()));
     }
     if (provider == nullptr) throw failure(providerName, "provider is not a CIMProvider.");
     return provider;
@@ -47,7 +47,7 @@ ProviderModule::Factory ProviderModule::entryPoint(const String& providerName)
     if (file.empty()) {
         throw CIMException(CIM_ERR_FAILED, printable("File \"" + fileName_ +
                                                      "\" was not found for provider module \"" +
-                                                     utf8(name_) + "\"."));
+                                                     toUtf8(name_) + "\"."));
     }
     loadedFrom_ = file;
     void* const library = ::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
@@ -76,7 +76,7 @@ CIMException ProviderModule::failure(const String& providerName, const std::stri
 {
     const std::string file = loadedFrom_.empty() ? fileName_ : loadedFrom_.string();
     return CIMException(CIM_ERR_FAILED, printable("ProviderLoadFailure (" + file + ":" +
-                                                  utf8(providerName) + "):" + text));
+                                                  toUtf8(providerName) + "):" + text));
 }
 
 ProviderObject::ProviderObject(ProviderModule& module, String name, InitializationGate& gate)

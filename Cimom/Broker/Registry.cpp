@@ -20,7 +20,7 @@ constexpr Uint16 userContextOfServer = 5;
 
 [[noreturn]] void refuse(const CIMInstance& instance, const std::string& what)
 {
-    throw std::runtime_error("Bad provider registration " + utf8(instance.getPath().toString()) +
+    throw std::runtime_error("Bad provider registration " + toUtf8(instance.getPath().toString()) +
                              ": " + what);
 }
 
@@ -49,20 +49,14 @@ T required(const CIMInstance& instance, const char* property)
     return value;
 }
 
-std::string routeKey(const CIMNamespaceName& nameSpace, const CIMName& className, Uint16 type)
-{
-    return std::to_string(type) + ' ' + folded(nameSpace.getString()) + ':' +
-           folded(className.getString());
-}
-
 void requireSupportedInterface(const CIMInstance& module)
 {
-    const std::string type = utf8(required<String>(module, "InterfaceType"));
+    const std::string type = toUtf8(required<String>(module, "InterfaceType"));
     if (type != supportedInterfaceType) {
         refuse(module, "InterfaceType \"" + type + "\" is not supported; use \"" +
                            supportedInterfaceType + "\".");
     }
-    const std::string version = utf8(required<String>(module, "InterfaceVersion"));
+    const std::string version = toUtf8(required<String>(module, "InterfaceVersion"));
     const auto known = std::find(std::begin(supportedInterfaceVersions),
                                  std::end(supportedInterfaceVersions), version);
     if (known == std::end(supportedInterfaceVersions)) {
@@ -81,6 +75,18 @@ void requireUserOfServer(const CIMInstance& module)
 }
 
 }  // namespace
+
+bool Registry::Route::operator==(const Route& other) const
+{
+    return type == other.type && className.equal(other.className) &&
+           nameSpace.equal(other.nameSpace);
+}
+
+std::size_t Registry::RouteHash::operator()(const Route& route) const
+{
+    const NoCase hash;
+    return (hash(route.nameSpace) * 31 + hash(route.className)) * 31 + route.type;
+}
 
 Registry::Registry(const Repository& repository, const CIMNamespaceName& interop,
                    const std::vector<std::filesystem::path>& providerFolders,
@@ -112,7 +118,7 @@ Registry::~Registry()
 ProviderObject* Registry::find(const CIMNamespaceName& nameSpace, const CIMName& className,
                                ProviderKind kind) const
 {
-    const auto route = routes_.find(routeKey(nameSpace, className, static_cast<Uint16>(kind)));
+    const auto route = routes_.find(Route{nameSpace, className, static_cast<Uint16>(kind)});
     return route == routes_.end() ? nullptr : route->second;
 }
 
@@ -134,7 +140,7 @@ void Registry::addModule(const CIMInstance& instance,
     requireUserOfServer(instance);
     const String location = required<String>(instance, "Location");
     if (location.find(Char16('/')) != PEG_NOT_FOUND) {
-        refuse(instance, "Location \"" + utf8(location) +
+        refuse(instance, "Location \"" + toUtf8(location) +
                              "\" is a path; give the bare name NAME of a library libNAME.so.");
     }
     modules_.push_back(std::make_unique<ProviderModule>(name, location, folders));
@@ -146,7 +152,7 @@ void Registry::addProvider(const CIMInstance& instance)
     const String name = required<String>(instance, "Name");
     ProviderModule* const owner = module(moduleName);
     if (owner == nullptr) {
-        refuse(instance, "ProviderModuleName \"" + utf8(moduleName) +
+        refuse(instance, "ProviderModuleName \"" + toUtf8(moduleName) +
                              "\" names no registered PG_ProviderModule.");
     }
     providers_.push_back(std::make_unique<ProviderObject>(*owner, name, gate_));
@@ -163,16 +169,16 @@ void Registry::addCapabilities(const CIMInstance& instance)
 
     ProviderObject* const target = provider(moduleName, providerName);
     if (target == nullptr) {
-        refuse(instance, "ProviderName \"" + utf8(providerName) +
-                             "\" names no registered PG_Provider of module \"" + utf8(moduleName) +
-                             "\".");
+        refuse(instance, "ProviderName \"" + toUtf8(providerName) +
+                             "\" names no registered PG_Provider of module \"" +
+                             toUtf8(moduleName) + "\".");
     }
     if (!CIMName::legal(className)) {
-        refuse(instance, "ClassName \"" + utf8(className) + "\" is not a class name.");
+        refuse(instance, "ClassName \"" + toUtf8(className) + "\" is not a class name.");
     }
     for (Uint32 n = 0; n < nameSpaces.size(); ++n) {
         if (!CIMNamespaceName::legal(nameSpaces[n])) {
-            refuse(instance, "Namespaces has \"" + utf8(nameSpaces[n]) +
+            refuse(instance, "Namespaces has \"" + toUtf8(nameSpaces[n]) +
                                  "\", which is not a namespace name; wildcards are not supported.");
         }
         for (Uint32 t = 0; t < types.size(); ++t) {
@@ -181,15 +187,14 @@ void Registry::addCapabilities(const CIMInstance& instance)
                                      " is not supported; use 2 (instance), 3 (association) or "
                                      "5 (method).");
             }
-            const std::string key =
-                routeKey(CIMNamespaceName(nameSpaces[n]), CIMName(className), types[t]);
-            const auto [route, isNew] = routes_.emplace(key, target);
+            const Route capability{CIMNamespaceName(nameSpaces[n]), CIMName(className), types[t]};
+            const auto [route, isNew] = routes_.emplace(capability, target);
             if (!isNew) {
                 refuse(instance,
                        "A provider is already registered for the specified capability: "
                        "class \"" +
-                           utf8(className) + "\", ProviderType " + std::to_string(types[t]) +
-                           ", provider \"" + utf8(route->second->name()) + "\".");
+                           toUtf8(className) + "\", ProviderType " + std::to_string(types[t]) +
+                           ", provider \"" + toUtf8(route->second->name()) + "\".");
             }
         }
     }

@@ -5,7 +5,6 @@
 #include "Repository/Repository.h"
 
 #include <memory>
-#include <string>
 #include <unordered_map>
 #include <vector>
 
@@ -49,10 +48,23 @@ private:
     void addCapabilities(const Pegasus::CIMInstance& instance);
     ProviderObject* provider(const Pegasus::String& moduleName, const Pegasus::String& name) const;
 
+    /// One class in one namespace, and one of the provider types.
+    struct Route
+    {
+        Pegasus::CIMNamespaceName nameSpace;
+        Pegasus::CIMName className;
+        Pegasus::Uint16 type;
+        bool operator==(const Route& other) const;
+    };
+    struct RouteHash
+    {
+        std::size_t operator()(const Route& route) const;
+    };
+
     InitializationGate gate_;
     std::vector<std::unique_ptr<ProviderModule>> modules_;
     std::vector<std::unique_ptr<ProviderObject>> providers_;
-    std::unordered_map<std::string, ProviderObject*> routes_;
+    std::unordered_map<Route, ProviderObject*, RouteHash> routes_;
 };
 
 }  // namespace cimom

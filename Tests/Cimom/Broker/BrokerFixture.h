@@ -58,7 +58,7 @@ std::string errorOf(Call call)
         call();
         return "none";
     } catch (const Pegasus::CIMException& error) {
-        return std::to_string(error.getCode()) + " " + utf8(error.getMessage());
+        return std::to_string(error.getCode()) + " " + toUtf8(error.getMessage());
     }
 }
 
@@ -68,9 +68,9 @@ Lines pathsOf(const Pegasus::Array<Item>& items)
     Lines paths;
     for (Pegasus::Uint32 i = 0; i < items.size(); ++i) {
         if constexpr (std::is_same_v<Item, Pegasus::CIMObjectPath>) {
-            paths.push_back(utf8(items[i].toString()));
+            paths.push_back(toUtf8(items[i].toString()));
         } else {
-            paths.push_back(utf8(items[i].getPath().toString()));
+            paths.push_back(toUtf8(items[i].getPath().toString()));
         }
     }
     return paths;
@@ -81,7 +81,7 @@ inline std::string propertiesOf(const Pegasus::CIMInstance& instance)
 {
     std::string names;
     for (Pegasus::Uint32 i = 0; i < instance.getPropertyCount(); ++i) {
-        names += (i == 0 ? "" : " ") + utf8(instance.getProperty(i).getName().getString());
+        names += (i == 0 ? "" : " ") + toUtf8(instance.getProperty(i).getName().getString());
     }
     return names;
 }

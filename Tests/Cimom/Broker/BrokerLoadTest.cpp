@@ -215,7 +215,7 @@ TEST_F(BrokerLoad, ProvidersMayAskOneAnotherToALimitedDepth)
     Lines users;
     scripted::stage().onCall = [&](const std::string&, const OperationContext& ctx) {
         const IdentityContainer identity = ctx.get(IdentityContainer::NAME);
-        users.push_back(utf8(identity.getUserName()));
+        users.push_back(toUtf8(identity.getUserName()));
         answers.push_back(errorOf([&] {
             handle.enumerateInstanceNames(ctx, CIMNamespaceName("root/test"), CIMName("T_Leaf"));
         }));

@@ -135,11 +135,11 @@ TEST_F(BrokerRead, QualifiersAndOriginsAreShownOnRequestOnly)
             EXPECT_EQ(got.getProperty(1).getQualifierCount(), qualifiers ? 1u : 0u);
             EXPECT_EQ(got.getProperty(1).getClassOrigin().isNull(), !origins);
             EXPECT_TRUE(got.getProperty(1).getPropagated());
-            EXPECT_EQ(utf8(got.getPath().toString()), "T_Leaf.Id=\"1\"");
+            EXPECT_EQ(toUtf8(got.getPath().toString()), "T_Leaf.Id=\"1\"");
         }
     }
     EXPECT_EQ(original.getProperty(1).getQualifierCount(), 1u);
-    EXPECT_EQ(utf8(original.getPath().toString()), "//far/root/other:T_Leaf.Id=\"1\"");
+    EXPECT_EQ(toUtf8(original.getPath().toString()), "//far/root/other:T_Leaf.Id=\"1\"");
 }
 
 TEST_F(BrokerRead, GetInstanceHandsThePathOverAsTyped)
@@ -287,7 +287,7 @@ TEST_F(BrokerRead, AProviderSeesTheCallersIdentityAndLanguagesAndNothingElse)
     Lines users;
     scripted::stage().onCall = [&](const std::string&, const OperationContext& ctx) {
         const IdentityContainer identity = ctx.get(IdentityContainer::NAME);
-        users.push_back(utf8(identity.getUserName()));
+        users.push_back(toUtf8(identity.getUserName()));
         EXPECT_TRUE(ctx.contains(AcceptLanguageListContainer::NAME));
         EXPECT_TRUE(ctx.contains(ContentLanguageListContainer::NAME));
         EXPECT_FALSE(ctx.contains(TimeoutContainer::NAME));
@@ -311,7 +311,7 @@ TEST_F(BrokerRead, StaticInstancesAreServedWithTheSameFilters)
         EXPECT_EQ(got.findProperty(CIMName("More")), PEG_NOT_FOUND) << i;
     }
     const CIMInstance one = getInstance("t_static.number=1,id=\"one\"");
-    EXPECT_EQ(utf8(one.getProperty(one.findProperty(CIMName("Text"))).getValue().toString()),
+    EXPECT_EQ(toUtf8(one.getProperty(one.findProperty(CIMName("Text"))).getValue().toString()),
               "default");
     EXPECT_EQ(errorOf([&] { getInstance("//h/root/test:T_Static.Number=3,Id=\"sub\""); }),
               "6 T_Static.Id=\"sub\",Number=3");
@@ -327,7 +327,7 @@ TEST_F(BrokerRead, ClassesComeFromTheRepository)
         broker->enumerateClasses(context, ns, CIMName("t_base"), true, true, false, false);
     std::vector<std::string> seen;
     for (Uint32 i = 0; i < below.size(); ++i) {
-        seen.push_back(utf8(below[i].getClassName().getString()) + " " +
+        seen.push_back(toUtf8(below[i].getClassName().getString()) + " " +
                        std::to_string(below[i].getPropertyCount()));
     }
     EXPECT_EQ(seen, (Lines{"T_Mid 1", "T_Leaf 1", "T_Side 0"}));

@@ -36,7 +36,7 @@ protected:
     {
         const CIMValue value = broker->getProperty(context, ns, CIMObjectPath(path), CIMName(name));
         return std::string(cimTypeToString(value.getType())) + "=" +
-               (value.isNull() ? "null" : utf8(value.toString()));
+               (value.isNull() ? "null" : toUtf8(value.toString()));
     }
     void setProperty(const char* path, const char* name, const CIMValue& value)
     {
@@ -48,10 +48,10 @@ protected:
         Array<CIMParamValue> out;
         const CIMValue value =
             broker->invokeMethod(context, ns, CIMObjectPath(path), CIMName(method), in, out);
-        std::string text = value.isNull() ? "null" : utf8(value.toString());
+        std::string text = value.isNull() ? "null" : toUtf8(value.toString());
         for (Uint32 i = 0; i < out.size(); ++i) {
-            text +=
-                " " + utf8(out[i].getParameterName()) + "=" + utf8(out[i].getValue().toString());
+            text += " " + toUtf8(out[i].getParameterName()) + "=" +
+                    toUtf8(out[i].getValue().toString());
         }
         return text;
     }
@@ -70,7 +70,7 @@ TEST_F(BrokerWrite, InstancesReachTheProviderAsTheyAre)
                               "Base MI //here/root/test:T_Base.Id=\"1\" iq=0 co=0 pl=[] instance "
                               "T_Base.Id=\"1\" Level:uint16=3"}));
 
-    EXPECT_EQ(utf8(broker->createInstance(context, ns, base("T_Base")).toString()),
+    EXPECT_EQ(toUtf8(broker->createInstance(context, ns, base("T_Base")).toString()),
               "T_Base.Id=\"1\"");
     broker->deleteInstance(context, ns, CIMObjectPath("//h/root/x:T_Base.Id=\"1\""));
     EXPECT_EQ(notes(), (Lines{"Base CI //here/root/test:T_Base instance T_Base Level:uint16=3",
@@ -108,7 +108,7 @@ TEST_F(BrokerWrite, ResultsOfChangesCountLikeTheReadOnes)
         std::string outcome;
         const std::string error = errorOf([&] {
             if (operation == "CI") {
-                outcome = utf8(broker->createInstance(context, ns, base("T_Base")).toString());
+                outcome = toUtf8(broker->createInstance(context, ns, base("T_Base")).toString());
             }
             if (operation == "MI") modify(base("T_Base.Id=\"1\""), false, CIMPropertyList());
             if (operation == "DI") broker->deleteInstance(context, ns, CIMObjectPath("T_Base"));
@@ -122,7 +122,7 @@ TEST_F(BrokerWrite, StaticInstancesAreChangedInTheRepository)
     CIMInstance fresh(CIMName("T_Static"));
     fresh.addProperty(CIMProperty("Id", String("new")));
     fresh.addProperty(CIMProperty("Number", CIMValue(Uint32(7))));
-    EXPECT_EQ(utf8(broker->createInstance(context, ns, fresh).toString()),
+    EXPECT_EQ(toUtf8(broker->createInstance(context, ns, fresh).toString()),
               "T_Static.Id=\"new\",Number=7");
     EXPECT_EQ(errorOf([&] { broker->createInstance(context, ns, fresh); }),
               "11 T_Static.Id=\"new\",Number=7");

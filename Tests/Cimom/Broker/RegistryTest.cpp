@@ -134,7 +134,7 @@ TEST(Registry, TheObjectManagerDescribesItselfAndItsNamespaces)
                     "SystemCreationClassName=\"CIM_ComputerSystem\",SystemName=\"here\""});
     Lines names;
     for (const CIMInstance& instance : repository.instancesOf(interop, CIMName("CIM_Namespace"))) {
-        names.push_back(utf8(
+        names.push_back(toUtf8(
             instance.getProperty(instance.findProperty(CIMName("Name"))).getValue().toString()));
     }
     std::sort(names.begin(), names.end());

@@ -10,7 +10,7 @@
 #include <utility>
 
 PEGASUS_USING_PEGASUS;
-using cimom::utf8;
+using cimom::toUtf8;
 
 namespace scripted
 {
@@ -24,7 +24,7 @@ std::string text(const CIMPropertyList& list)
     if (list.isNull()) return "null";
     std::string names;
     for (Uint32 i = 0; i < list.size(); ++i) {
-        names += (i == 0 ? "" : ",") + utf8(list[i].getString());
+        names += (i == 0 ? "" : ",") + toUtf8(list[i].getString());
     }
     return "[" + names + "]";
 }
@@ -48,7 +48,7 @@ CIMObjectPath as<CIMObjectPath>(const CIMInstance& instance)
 
 std::vector<CIMInstance> instancesOf(const CIMName& className)
 {
-    const auto found = stage().instances.find(utf8(className.getString()));
+    const auto found = stage().instances.find(toUtf8(className.getString()));
     if (found != stage().instances.end()) return found->second;
     CIMInstance instance(className);
     instance.setPath(CIMObjectPath(className.getString() + ".Id=\"1\""));
@@ -59,7 +59,7 @@ std::vector<CIMInstance> instancesOf(const CIMName& className)
 void play(const std::string& operation, const CIMName& className, ResponseHandler& handler,
           const std::function<void(char)>& deliver)
 {
-    auto script = stage().scripts.find(operation + " " + utf8(className.getString()));
+    auto script = stage().scripts.find(operation + " " + toUtf8(className.getString()));
     if (script == stage().scripts.end()) script = stage().scripts.find(operation);
     const std::string steps = script == stage().scripts.end() ? "pdc" : script->second;
     const auto perform = [&](char step) {
@@ -77,7 +77,7 @@ void play(const std::string& operation, const CIMName& className, ResponseHandle
             perform(steps[++i]);
         } catch (const CIMException& error) {
             stage().note("caught " + std::to_string(error.getCode()) + " " +
-                         utf8(error.getMessage()));
+                         toUtf8(error.getMessage()));
         }
     }
 }
@@ -100,7 +100,7 @@ void playResults(const std::string& operation, const CIMName& className, Handler
 class BareProvider : public virtual CIMProvider
 {
 public:
-    explicit BareProvider(const String& name) : name_(utf8(name)) {}
+    explicit BareProvider(const String& name) : name_(toUtf8(name)) {}
     void initialize(CIMOMHandle& handle) override
     {
         stage().note("initialize " + name_);
@@ -116,7 +116,7 @@ protected:
     void called(const std::string& operation, const OperationContext& context,
                 const CIMObjectPath& path, const std::string& rest = "") const
     {
-        stage().note(name_ + " " + operation + " " + utf8(path.toString()) + rest);
+        stage().note(name_ + " " + operation + " " + toUtf8(path.toString()) + rest);
         if (stage().onCall) stage().onCall(operation, context);
     }
 
@@ -181,12 +181,12 @@ public:
         std::string parameters;
         for (Uint32 i = 0; i < in.size(); ++i) {
             const CIMValue value = in[i].getValue();
-            parameters += " " + utf8(in[i].getParameterName()) + ":" +
+            parameters += " " + toUtf8(in[i].getParameterName()) + ":" +
                           (in[i].isTyped() ? cimTypeToString(value.getType()) : "untyped") +
                           (value.isArray() ? "[]=" : "=") +
-                          (value.isNull() ? "null" : utf8(value.toString()));
+                          (value.isNull() ? "null" : toUtf8(value.toString()));
         }
-        called("IM", context, path, " " + utf8(method.getString()) + parameters);
+        called("IM", context, path, " " + toUtf8(method.getString()) + parameters);
         Uint32 next = 0;
         play("IM", path.getClassName(), handler, [&](char step) {
             if (step == 'u') return handler.deliver(CIMValue(CIMTYPE_UINT32, false));
@@ -232,20 +232,21 @@ public:
 private:
     static std::string described(const CIMInstance& instance)
     {
-        std::string line = " instance " + utf8(instance.getPath().toString());
+        std::string line = " instance " + toUtf8(instance.getPath().toString());
         for (Uint32 i = 0; i < instance.getPropertyCount(); ++i) {
             const CIMConstProperty property = instance.getProperty(i);
-            line += " " + utf8(property.getName().getString()) + ":" +
+            line += " " + toUtf8(property.getName().getString()) + ":" +
                     cimTypeToString(property.getType()) + "=" +
-                    utf8(property.getValue().toString());
+                    toUtf8(property.getValue().toString());
         }
         return line;
     }
     static std::string filters(const CIMName& association, const CIMName& resultClass,
                                const String& role, const String& resultRole)
     {
-        return " via " + utf8(association.getString()) + " rc=" + utf8(resultClass.getString()) +
-               " r=" + utf8(role) + " rr=" + utf8(resultRole);
+        return " via " + toUtf8(association.getString()) +
+               " rc=" + toUtf8(resultClass.getString()) + " r=" + toUtf8(role) +
+               " rr=" + toUtf8(resultRole);
     }
 };
 
@@ -275,7 +276,7 @@ void resetStage()
 
 CIMProvider* create(const String& providerName)
 {
-    const std::string name = utf8(providerName);
+    const std::string name = toUtf8(providerName);
     stage().note("create " + name);
     if (name.rfind("Missing", 0) == 0) return nullptr;
     if (name.rfind("Bare", 0) == 0) return new BareProvider(providerName);
