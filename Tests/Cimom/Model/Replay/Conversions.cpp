@@ -233,12 +233,32 @@ Json describe(const CIMValue& x)
             {"toString", describe(x.toString())}};
 }
 
+CIMFlavor flavor(const Json& in)
+{
+    static const std::map<std::string, CIMFlavor> flavors = {
+        {"NONE", CIMFlavor::NONE},
+        {"OVERRIDABLE", CIMFlavor::OVERRIDABLE},
+        {"ENABLEOVERRIDE", CIMFlavor::ENABLEOVERRIDE},
+        {"DISABLEOVERRIDE", CIMFlavor::DISABLEOVERRIDE},
+        {"TOSUBCLASS", CIMFlavor::TOSUBCLASS},
+        {"RESTRICTED", CIMFlavor::RESTRICTED},
+        {"TOINSTANCE", CIMFlavor::TOINSTANCE},
+        {"TRANSLATABLE", CIMFlavor::TRANSLATABLE},
+        {"DEFAULTS", CIMFlavor::DEFAULTS},
+        {"TOSUBELEMENTS", CIMFlavor::TOSUBELEMENTS},
+    };
+    CIMFlavor all;
+    for (const Json& listed : in)
+        all.addFlavor(flavors.at(listed));
+    return all;
+}
+
 CIMQualifier qualifier(const Json& in)
 {
     if (isSet(in, "uninitialized")) return CIMQualifier();
-    CIMQualifier result(name(in["name"]), value(in["value"]));
-    result.setPropagated(isSet(in, "propagated"));
-    return result;
+    if (!in.contains("flavor")) return CIMQualifier(name(in["name"]), value(in["value"]));
+    return CIMQualifier(name(in["name"]), value(in["value"]), flavor(in["flavor"]),
+                        isSet(in, "propagated"));
 }
 
 Json describe(const CIMConstQualifier& x)

@@ -42,6 +42,8 @@ Pegasus::Array<Pegasus::CIMKeyBinding> keys(const Json& in);
 Pegasus::CIMObjectPath path(const Json& in);
 Pegasus::CIMType type(const Json& in);
 Pegasus::CIMValue value(const Json& in);
+/// The flavors named.
+Pegasus::CIMFlavor flavor(const Json& in);
 Pegasus::CIMQualifier qualifier(const Json& in);
 Pegasus::CIMProperty property(const Json& in);
 Pegasus::CIMParameter parameter(const Json& in);

@@ -112,5 +112,6 @@ struct Part
 Part namesAndPaths();
 Part values();
 Part objects();
+Part contexts();
 
 }  // namespace replay

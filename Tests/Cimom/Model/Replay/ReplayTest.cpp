@@ -16,7 +16,7 @@ const Part& library()
 {
     static const Part whole = [] {
         Part sum;
-        for (Part part : {namesAndPaths(), values(), objects()}) {
+        for (Part part : {namesAndPaths(), values(), objects(), contexts()}) {
             sum.topics.insert(sum.topics.end(), part.topics.begin(), part.topics.end());
             sum.operations.merge(part.operations);
             sum.verbs.merge(part.verbs);
