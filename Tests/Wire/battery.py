@@ -335,9 +335,9 @@ class Acting(WireTest):
 
     def test_a_changed_array_file_shows(self):
         contents = json.loads(self.server.array.read_text())
-        contents["cages"][-1]["elementName"] = "changed"
+        contents["cages"][-2]["elementName"] = "changed"
         self.server.array.write_text(json.dumps(contents))
-        self.eventually(self.array.cages[-1].path, "ElementName", "changed")
+        self.eventually(self.array.cages[-2].path, "ElementName", "changed")
 
     def test_only_the_location_may_change(self):
         cage = self.array.cages[1]

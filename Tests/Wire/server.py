@@ -14,7 +14,7 @@ SCHEMA = ROOT / "Schema"
 SAMPLE_ARRAY = ROOT / "StorageApi" / "simulator" / "sample-array.json"
 SAMPLE_FIRMWARE = SAMPLE_ARRAY.with_name("sample-firmware.json")
 NAMESPACE = "root/qbx"
-START_SECONDS = 60  # generous: a sanitized server on a busy machine
+START_SECONDS = STOP_SECONDS = 60  # generous: a sanitized server on a busy machine
 
 # User names, each his own password. What each may do is in the array file: all, all locators and
 # cards, nothing, nothing (unknown to the array's privileges), not even open, unknown.
@@ -105,7 +105,8 @@ class Server:
                     ready.set()
             ready.set()
 
-        threading.Thread(target=read, daemon=True).start()
+        self.reader = threading.Thread(target=read, daemon=True)
+        self.reader.start()
         ready.wait(START_SECONDS)
         match = re.search(r"^ready: (http://[^/]+)/", "".join(lines), re.MULTILINE)
         if not match:
@@ -115,24 +116,23 @@ class Server:
         self.port = int(self.url.rpartition(":")[2])
 
     def stop(self):
-        """Stops the server and returns its exit status."""
+        """Stops the server and returns its exit status, None when it does not run."""
         if self.process is None:
             return None
-        self.process.terminate()
+        process, self.process = self.process, None
+        process.terminate()
         try:
-            return self.process.wait(30)
+            process.wait(STOP_SECONDS)
         except subprocess.TimeoutExpired:
-            self.process.kill()
-            return self.process.wait()
-        finally:
-            self.process = None
+            process.kill()
+            process.wait()
+        self.reader.join()
+        process.stdout.close()
+        return process.returncode
 
     def restart(self):
         self.stop()
         self.start()
-
-    def running(self):
-        return self.process is not None and self.process.poll() is None
 
     def close(self):
         """Stops the server; it must end well (a sanitizer's findings make it end otherwise)."""
