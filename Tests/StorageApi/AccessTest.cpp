@@ -58,7 +58,6 @@ using SemaphoreDeathTest = SemaphoreTest;
 
 TEST_F(SemaphoreDeathTest, AbortsOnMisuseWhenStrict)
 {
-    testing::FLAGS_gtest_death_test_style = "threadsafe";
     setenv("QBX_SIM_STRICT", "1", 1);
     EXPECT_DEATH(cim_sem_post(), "misuse of the Storage-system API: cim_sem_post without");
     EXPECT_DEATH(static_cast<void>(cim_sem_wait() + cim_sem_wait()), "would wait for ever");

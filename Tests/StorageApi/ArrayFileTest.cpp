@@ -328,6 +328,9 @@ TEST_F(ArrayFileTest, TellsLineAndFieldOfWhatIsWrong)
         {head + "\"fcals\": [{\"deviceID\": \"f\", \"cageType\": 4,\n\"loopA\": {\"nodePort\": "
                 "[1,2,3,4,5]}}]}",
          "4: /fcals/0/loopA/nodePort: list of 5; there is room for 4"},
+        {head + "\"fcals\": [{\"deviceID\": \"f\", \"cageType\": 4,\n\"loopA\": {\"nodePort\": "
+                "[1,\n65536\n]}}]}",
+         "5: /fcals/0/loopA/nodePort/1: expected a whole number from 0 to 65535"},
         {head + "\"cacheSeconds\": -1}", "3: /cacheSeconds: expected a number from 0 to 86400"},
         {head + "\"users\": [{\"name\": \"u\"},\n{\"name\": \"u\"}]}",
          "4: /users/1: user 'u' is described twice"},
