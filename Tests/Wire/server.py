@@ -72,8 +72,9 @@ class Server:
     interop = "root/interop"
     port = 0  # any free one; kept through restarts
 
-    def __init__(self, build):
+    def __init__(self, build, *options):
         self.build = build
+        self.options = options  # further options of the server program
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="qbx-wire-"))
         self.array = self.folder / "array.json"
         shutil.copy(SAMPLE_ARRAY, self.array)
@@ -92,8 +93,9 @@ class Server:
         """Starts the server (again: with the state that it left)."""
         with open(self.output, "ab") as log:
             self.process = subprocess.Popen(
-                command(self.build, self.users, self.port), stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                stderr=log, text=True, cwd=self.folder,
+                [*command(self.build, self.users, self.port), *self.options],
+                stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=log, text=True,
+                cwd=self.folder,
                 env=environment(self.array, self.folder / "state.json", self.log))
         # A thread reads, so that a server that says nothing can be given up on.
         ready, lines = threading.Event(), []
