@@ -8,45 +8,10 @@ using namespace Pegasus;
 namespace
 {
 
-const Texts READ_CAGES = {"api_qbxOpenForCimserver(joe)", "cim_sem_wait()",
-                          "api_getCages_Cached(0)", "cim_sem_post()"};
-
-class DriveCageTest : public ProviderTest
+class DriveCageTest : public ElementTest<QBX_DriveCageProvider>
 {
 protected:
-    DriveCageTest() : provider(start<QBX_DriveCageProvider>("QBX_DriveCageProvider")) {}
-
-    std::vector<CIMInstance> instances(const std::string& className,
-                                       const CIMPropertyList& list = CIMPropertyList())
-    {
-        InstanceHandler handler;
-        provider.enumerateInstances(contextOf(), pathOf(className), false, false, list, handler);
-        return handler.results;
-    }
-
-    std::string get(const CIMObjectPath& path)
-    {
-        InstanceHandler handler;
-        const std::string thrown = thrownBy([&] {
-            provider.getInstance(contextOf(), path, false, false, CIMPropertyList(), handler);
-        });
-        return thrown == "nothing" ? str(handler.results.at(0).getPath()) : thrown;
-    }
-
-    std::string invoke(const char* method, const Array<CIMParamValue>& parameters,
-                       const CIMObjectPath& path = pathOf("QBX_DriveCage", {{"Tag", "cage0"}}))
-    {
-        MethodHandler handler;
-        const std::string thrown = thrownBy([&] {
-            provider.invokeMethod(contextOf(), path, CIMName(method), parameters, handler);
-        });
-        if (thrown != "nothing") {
-            EXPECT_EQ(handler.steps, Texts{}) << "a failed method must deliver nothing";
-            return thrown;
-        }
-        EXPECT_EQ(handler.steps.size(), 3u);
-        return handler.steps.at(1);
-    }
+    DriveCageTest() : ElementTest("QBX_DriveCageProvider") {}
 
     std::string modify(const Array<CIMProperty>& properties, const CIMPropertyList& list,
                        const CIMObjectPath& path = pathOf("QBX_DriveCageDC2Family",
@@ -61,8 +26,6 @@ protected:
         EXPECT_EQ(handler.steps, Texts{}) << "the handler must be left alone";
         return thrown;
     }
-
-    QBX_DriveCageProvider& provider;
 };
 
 // ---- Which cages, which class ----
@@ -252,87 +215,6 @@ TEST_F(DriveCageTest, EachFamilyHasItsOwnProperties)
     }
 }
 
-// ---- How the array is asked ----
-
-TEST_F(DriveCageTest, EnumerationsAskOnceAndDeliverOneArray)
-{
-    api.cages = {cage("a", JB_LBOD), cage("b", JB_DC3), cage("c", JB_MBOD)};
-    InstanceHandler handler;
-    provider.enumerateInstances(contextOf(), pathOf("qbx_drivecagedc2FAMILY"), true, false,
-                                listOf({"Tag", "Model"}), handler);
-    EXPECT_EQ(handler.steps, (Texts{"processing", "deliver 2", "complete"}));
-    EXPECT_EQ(api.calls(), READ_CAGES);
-    const std::string fetch = "getClass nobody QBX_DriveCageDC2Family TF Tag,Model";
-    ASSERT_EQ(cimom.asked.size(), 2u) << "the class is fetched anew for every cage of the class";
-    EXPECT_EQ(cimom.asked[0].substr(0, 41), fetch.substr(0, 41));
-    EXPECT_EQ(valueOf(handler.results[0], "ElementName"), "absent")
-        << "the list holds for the class";
-    EXPECT_EQ(api.log(4), (Texts{"--> QBX_DriveCageProvider::enumerateInstances\n",
-                                 "--> QBX_DriveCageProvider::_build_instances\n",
-                                 "-->QBX_Common::_buildInstanceSkeleton()\n",
-                                 "<--QBX_Common::_buildInstanceSkeleton()\n",
-                                 "-->QBX_Common::_buildInstanceSkeleton()\n",
-                                 "<--QBX_Common::_buildInstanceSkeleton()\n",
-                                 "<-- QBX_DriveCageProvider::_build_instances\n",
-                                 "<-- QBX_DriveCageProvider::enumerateInstances\n"}));
-}
-
-TEST_F(DriveCageTest, NamesComeFromTheListWithoutManufacturingData)
-{
-    PathHandler handler;
-    provider.enumerateInstanceNames(contextOf(), pathOf("QBX_DriveCage"), handler);
-    EXPECT_EQ(handler.steps, (Texts{"processing", "deliver 0", "complete"}));
-    EXPECT_EQ(api.calls(), (Texts{"api_qbxOpenForCimserver(joe)", "cim_sem_wait()",
-                                  "api_getCagesNoMfg_Cached(0)", "cim_sem_post()"}));
-    EXPECT_EQ(api.log(), (Texts{"4: --> QBX_DriveCageProvider::enumerateInstanceNames\n",
-                                "4: --> QBX_DriveCageProvider::_build_ref\n",
-                                "4: <-- QBX_DriveCageProvider::_build_ref\n",
-                                "4: <-- QBX_DriveCageProvider::enumerateInstanceNames\n"}));
-}
-
-TEST_F(DriveCageTest, AFailedQueryIsAnEmptyList)
-{
-    api.cages = {cage("a", JB_UNKNOWN)};
-    const struct
-    {
-        const char* failing;
-        bool leavesRecords;
-        Texts calls;
-    } cases[] = {
-        {"cim_sem_wait", false, {"api_qbxOpenForCimserver(joe)", "cim_sem_wait()"}},
-        {"api_getCages_Cached", false, READ_CAGES},
-        {"api_getCages_Cached", true, READ_CAGES},
-    };
-    for (const auto& row : cases) {
-        api.status = {{row.failing, 5}};
-        api.failingQueryLeavesRecords = row.leavesRecords;
-        api.events.clear();
-        InstanceHandler handler;
-        provider.enumerateInstances(contextOf(), pathOf("QBX_DriveCage"), false, false,
-                                    CIMPropertyList(), handler);
-        EXPECT_EQ(handler.steps, (Texts{"processing", "deliver 0", "complete"})) << row.failing;
-        EXPECT_EQ(api.calls(), row.calls) << row.failing;
-        EXPECT_EQ(api.held, 0);
-        EXPECT_EQ(get(pathOf("QBX_DriveCage", {{"Tag", "a"}})),
-                  "6 QBX_DriveCageProvider CIM Object not found.a");
-    }
-}
-
-TEST_F(DriveCageTest, AnUnknownClassFromTheServerPassesAndLeavesNothingHeld)
-{
-    api.cages = {cage("a", JB_UNKNOWN)};
-    cimom::ObjectManager::setCurrent(nullptr);
-    InstanceHandler handler;
-    EXPECT_NE(thrownBy([&] {
-                  provider.enumerateInstances(contextOf(), pathOf("QBX_DriveCage"), false, false,
-                                              CIMPropertyList(), handler);
-              }),
-              "nothing");
-    EXPECT_EQ(api.held, 0);
-    EXPECT_EQ(api.log(4).back(), "--> QBX_DriveCageProvider::_build_instances\n")
-        << "an operation that throws writes no exit line";
-}
-
 // ---- One cage ----
 
 TEST_F(DriveCageTest, GetInstanceMatchesTheWholePath)
@@ -362,159 +244,48 @@ TEST_F(DriveCageTest, GetInstanceMatchesTheWholePath)
         EXPECT_EQ(get(row.path), row.result) << str(row.path);
 }
 
-// ---- Who may ----
-
-TEST_F(DriveCageTest, ARefusedUserIsToldSoBeforeAnythingElse)
-{
-    api.status = {{"api_qbxOpenForCimserver", -1}};
-    EXPECT_EQ(get(pathOf("QBX_Disk")), "2 Insufficient privilege for the user");
-    EXPECT_EQ(invoke("Locate", {}, pathOf("QBX_Disk")), "2 Insufficient privilege for the user");
-    EXPECT_EQ(modify({}, CIMPropertyList()), "2 Insufficient privilege for the user");
-    EXPECT_EQ(api.calls(), Texts(3, "api_qbxOpenForCimserver(joe)"));
-    EXPECT_EQ(api.log(),
-              (Texts{"4: --> QBX_DriveCageProvider::getInstance\n",
-                     "4: -->QBX_DriveCageProvider::invokeMethod()\n\t className = QBX_Disk, "
-                     "methodName = Locate\n",
-                     "4: -->QBX_DriveCageProvider::modifyInstance()\n"}));
-}
-
-TEST_F(DriveCageTest, ARequestWithoutIdentityFailsBeforeTheApiIsOpened)
-{
-    InstanceHandler handler;
-    EXPECT_EQ(thrownBy([&] {
-                  provider.enumerateInstances(OperationContext(), pathOf("QBX_DriveCage"), false,
-                                              false, CIMPropertyList(), handler);
-              }),
-              "object not found");
-    EXPECT_EQ(api.calls(), Texts{});
-}
-
-TEST_F(DriveCageTest, ThePrivilegeDecidesBeforeTheTargetIsLookedFor)
-{
-    const struct
-    {
-        int decision;
-        const char* thrown;
-    } cases[] = {
-        {1, "2 Insufficient generic privilege"}, {2, "2 Insufficient generic privilege"},
-        {3, "7 Does not support in generic!"},   {4, "7 Does not support in generic!"},
-        {-1, "7 Does not support in generic!"},
-    };
-    for (const auto& row : cases) {
-        api.status = {{"api_authorizeCIMUser", row.decision}};
-        api.events.clear();
-        EXPECT_EQ(invoke("LOCATE", {}, pathOf("QBX_DriveCageDC2Family")), row.thrown);
-        EXPECT_EQ(modify({}, CIMPropertyList(), pathOf("QBX_DriveCage")), row.thrown);
-        EXPECT_EQ(api.calls(), (Texts{"api_qbxOpenForCimserver(joe)",
-                                      "api_authorizeCIMUser(joe, qbx_drivecagedc2family.locate)",
-                                      "api_qbxOpenForCimserver(joe)",
-                                      "api_authorizeCIMUser(joe, qbx_drivecage.modifyinstance)"}));
-    }
-}
-
 // ---- Methods ----
-
-CIMParamValue parameter(const char* name, const CIMValue& value)
-{
-    return CIMParamValue(String(name), value);
-}
-
-CIMValue nullOf(CIMType type)
-{
-    return CIMValue(type, false);
-}
-
-Array<CIMParamValue> parameters(std::initializer_list<CIMParamValue> values)
-{
-    Array<CIMParamValue> result;
-    for (const CIMParamValue& value : values)
-        result.append(value);
-    return result;
-}
 
 TEST_F(DriveCageTest, MethodsByTheirParameters)
 {
-    const CIMParamValue file = parameter("FileName", CIMValue(String("/tmp/fw.bin")));
-    const CIMParamValue portB = parameter("isporta", CIMValue(false));
-    const struct
-    {
-        const char* what;
-        const char* method;
-        Array<CIMParamValue> in;
-        std::string result;
-        std::string action;  // the call after the lookup; empty for none
-    } cases[] = {
-        {"timer given", "Locate", parameters({parameter("LocateTimer", CIMValue(Uint16(65535)))}),
-         "deliver sint32 0", "api_locateCage(cage0, 65535)"},
-        {"other case", "lOCATE", parameters({parameter("locatetimer", CIMValue(Uint16(5)))}),
-         "deliver sint32 0", "api_locateCage(cage0, 5)"},
-        {"no timer", "Locate", {}, "deliver sint32 0", "api_locateCage(cage0, 0)"},
-        {"null timer", "Locate", parameters({parameter("LocateTimer", nullOf(CIMTYPE_UINT16))}),
-         "deliver sint32 0", "api_locateCage(cage0, 0)"},
-        {"null, then a value", "Locate",
-         parameters({parameter("LocateTimer", nullOf(CIMTYPE_UINT16)),
-                     parameter("LocateTimer", CIMValue(Uint16(9)))}),
-         "deliver sint32 0", "api_locateCage(cage0, 9)"},
-        {"given twice", "Locate",
-         parameters({parameter("LocateTimer", CIMValue(Uint16(1))),
-                     parameter("LocateTimer", CIMValue(Uint16(2)))}),
-         "deliver sint32 0", "api_locateCage(cage0, 1)"},
-        {"wrong type", "Locate", parameters({parameter("LocateTimer", CIMValue(Uint32(5)))}),
-         "type mismatch", ""},
-        {"both given", "Upgrade", parameters({file, portB}), "deliver sint32 0",
-         "api_upgradeCage(cage0, 0, /tmp/fw.bin)"},
-        {"port A", "Upgrade", parameters({parameter("IsPortA", CIMValue(true)), file}),
-         "deliver sint32 0", "api_upgradeCage(cage0, 1, /tmp/fw.bin)"},
-        {"empty file name", "Upgrade",
-         parameters({parameter("FileName", CIMValue(String())), portB}), "deliver sint32 0",
-         "api_upgradeCage(cage0, 0, )"},
-        {"no file", "Upgrade", parameters({portB}),
-         "4 QBX_DriveCageProvider:Locate parameter not found: FileName", ""},
-        {"no port", "Upgrade", parameters({file}),
-         "4 QBX_DriveCageProvider:Locate parameter not found: IsPortA", ""},
-        {"null port, then a value", "Upgrade",
-         parameters({file, parameter("IsPortA", nullOf(CIMTYPE_BOOLEAN)), portB}),
-         "4 QBX_DriveCageProvider:Locate parameter not found: IsPortA", ""},
-        {"unknown method", "Explode", parameters({file}), "deliver sint32 0", ""},
-    };
-    for (const auto& row : cases) {
-        api.events.clear();
-        EXPECT_EQ(invoke(row.method, row.in), row.result) << row.what;
-        Texts calls = {"api_qbxOpenForCimserver(joe)", "", "cim_sem_wait()",
-                       "api_findCageName_Cached(cage0)", "cim_sem_post()"};
-        String key = String("qbx_drivecage.") + row.method;
-        key.toLower();
-        calls[1] = "api_authorizeCIMUser(joe, " + str(key) + ")";
-        if (!row.action.empty()) {
-            calls.insert(calls.end(), {"cim_sem_wait()", row.action, "cim_sem_post()"});
-        }
-        EXPECT_EQ(api.calls(), calls) << row.what;
-    }
-}
-
-TEST_F(DriveCageTest, TheArraysAnswerIsTheReturnValue)
-{
-    api.status = {{"api_locateCage", -7}, {"api_upgradeCage", 12}};
-    EXPECT_EQ(invoke("Locate", {}), "deliver sint32 -7");
-    EXPECT_EQ(invoke("Upgrade", parameters({parameter("FileName", CIMValue(String("f"))),
-                                            parameter("IsPortA", CIMValue(true))})),
-              "deliver sint32 12");
-    EXPECT_EQ(api.log(4).back(), "<--QBX_DriveCageProvider::invokeMethod()\n");
-}
-
-TEST_F(DriveCageTest, AnUnknownCageOrAFailedWaitIsDeviceNotFound)
-{
-    const std::string invoked =
-        "1 QBX_DriveCageProvider::invokeMethod()  Device not found with Tag=";
-    const std::string modified =
-        "1 QBX_DriveCageProvider::modifyInstance()  Device not found with Tag=";
-    for (const char* failing : {"api_findCageName_Cached", "cim_sem_wait"}) {
-        api.status = {{failing, 1}};
-        EXPECT_EQ(invoke("Explode", {}), invoked + "cage0") << failing;
-        EXPECT_EQ(invoke("Locate", {}, pathOf("QBX_DriveCage")), invoked) << failing;
-        EXPECT_EQ(modify({}, CIMPropertyList()), modified + "cage0") << failing;
-        EXPECT_EQ(api.held, 0);
-    }
+    const Named file = {"FileName", String("/tmp/fw.bin")};
+    const Named portB = {"isporta", false};
+    const Named noTimer = {"LocateTimer", nullOf(CIMTYPE_UINT16)};
+    const std::string done = "deliver sint32 -7";
+    const std::string noFile = "4 QBX_DriveCageProvider:Locate parameter not found: FileName";
+    const std::string noPort = "4 QBX_DriveCageProvider:Locate parameter not found: IsPortA";
+    expectMethods(
+        pathOf("QBX_DriveCageDC1Family", {{"Tag", "cage0"}}), "api_findCageName_Cached(cage0)",
+        {
+            {"timer", "Locate", parameters({{"LocateTimer", Uint16(65535)}}), done,
+             "api_locateCage(cage0, 65535)"},
+            {"other case", "lOCATE", parameters({{"locatetimer", Uint16(5)}}), done,
+             "api_locateCage(cage0, 5)"},
+            {"no timer", "Locate", parameters({file}), done, "api_locateCage(cage0, 0)"},
+            {"null timer", "Locate", parameters({noTimer}), done, "api_locateCage(cage0, 0)"},
+            {"null, then a timer", "Locate", parameters({noTimer, {"LocateTimer", Uint16(9)}}),
+             done, "api_locateCage(cage0, 9)"},
+            {"two timers", "Locate",
+             parameters({{"LocateTimer", Uint16(1)}, {"LocateTimer", Uint16(2)}}), done,
+             "api_locateCage(cage0, 1)"},
+            {"wrong timer", "Locate", parameters({{"LocateTimer", Uint32(5)}}), "type mismatch",
+             ""},
+            {"port B", "Upgrade", parameters({file, portB}), done,
+             "api_upgradeCage(cage0, 0, /tmp/fw.bin)"},
+            {"port A", "UPGRADE", parameters({{"IsPortA", true}, file}), done,
+             "api_upgradeCage(cage0, 1, /tmp/fw.bin)"},
+            {"empty file name", "Upgrade", parameters({{"FILENAME", String()}, portB}), done,
+             "api_upgradeCage(cage0, 0, )"},
+            {"no parameters", "Upgrade", {}, noFile, ""},
+            {"null file", "Upgrade", parameters({{"FileName", nullOf(CIMTYPE_STRING)}, portB}),
+             noFile, ""},
+            {"no port", "Upgrade", parameters({file}), noPort, ""},
+            {"null, then a port", "Upgrade",
+             parameters({file, {"IsPortA", nullOf(CIMTYPE_BOOLEAN)}, portB}), noPort, ""},
+            {"wrong port", "Upgrade", parameters({file, {"IsPortA", Uint8(1)}}), "type mismatch",
+             ""},
+            {"unknown method", "Explode", parameters({file}), "deliver sint32 0", ""},
+        });
 }
 
 // ---- Modification ----

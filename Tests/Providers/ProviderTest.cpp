@@ -28,6 +28,14 @@ std::string str(const CIMObjectPath& path)
     return str(path.toString());
 }
 
+Texts strs(const std::vector<CIMObjectPath>& paths)
+{
+    Texts texts;
+    for (const CIMObjectPath& path : paths)
+        texts.push_back(str(path));
+    return texts;
+}
+
 // ---- The object manager ----
 
 namespace
@@ -70,14 +78,20 @@ StubObjectManager::~StubObjectManager()
     setCurrent(nullptr);
 }
 
+void StubObjectManager::note(const std::string& question)
+{
+    const std::lock_guard<std::mutex> guard(_lock);
+    asked.push_back(question);
+}
+
 CIMClass StubObjectManager::getClass(const Ctx& context, const Ns& nameSpace,
                                      const CIMName& className, bool localOnly,
                                      bool includeQualifiers, bool includeClassOrigin,
                                      const CIMPropertyList& list)
 {
-    asked.push_back("getClass " + userOf(context) + " " + str(className) + " " +
-                    (localOnly ? "local " : "") + flags(includeQualifiers, includeClassOrigin) +
-                    (list.isNull() ? "" : " " + str(list.toString())));
+    note("getClass " + userOf(context) + " " + str(className) + " " + (localOnly ? "local " : "") +
+         flags(includeQualifiers, includeClassOrigin) +
+         (list.isNull() ? "" : " " + str(list.toString())));
     return schema().getClass(nameSpace, className, localOnly, includeQualifiers, includeClassOrigin,
                              list);
 }
@@ -86,9 +100,9 @@ CIMInstance StubObjectManager::getInstance(const Ctx& context, const Ns&, const 
                                            bool includeQualifiers, bool includeClassOrigin,
                                            const CIMPropertyList& list)
 {
-    asked.push_back("getInstance " + userOf(context) + " " + str(path) + " " +
-                    flags(includeQualifiers, includeClassOrigin) +
-                    (list.isNull() ? "" : " " + str(list.toString())));
+    note("getInstance " + userOf(context) + " " + str(path) + " " +
+         flags(includeQualifiers, includeClassOrigin) +
+         (list.isNull() ? "" : " " + str(list.toString())));
     if (!onGetInstance) throw CIMException(CIM_ERR_NOT_FOUND, "no such instance");
     return onGetInstance(path);
 }
@@ -99,17 +113,23 @@ Array<CIMInstance> StubObjectManager::enumerateInstances(const Ctx& context, con
                                                          bool includeClassOrigin,
                                                          const CIMPropertyList& list)
 {
-    asked.push_back("enumerateInstances " + userOf(context) + " " + str(className) +
-                    (deep ? " deep" : "") + " " + flags(includeQualifiers, includeClassOrigin) +
-                    (list.isNull() ? "" : " " + str(list.toString())));
+    note("enumerateInstances " + userOf(context) + " " + str(className) + (deep ? " deep" : "") +
+         " " + flags(includeQualifiers, includeClassOrigin) +
+         (list.isNull() ? "" : " " + str(list.toString())));
     return onEnumerateInstances ? onEnumerateInstances(className) : Array<CIMInstance>();
 }
 
 Array<CIMObjectPath> StubObjectManager::enumerateInstanceNames(const Ctx& context, const Ns&,
                                                                const CIMName& className)
 {
-    asked.push_back("enumerateInstanceNames " + userOf(context) + " " + str(className));
+    note("enumerateInstanceNames " + userOf(context) + " " + str(className));
     return onEnumerateInstanceNames ? onEnumerateInstanceNames(className) : Array<CIMObjectPath>();
+}
+
+/// Stands before the library's own, which tells nobody.
+void Pegasus::CIMOMHandle::disallowProviderUnload()
+{
+    RecordingApi::get().call("disallowProviderUnload", "");
 }
 
 // ---- The fixture ----
@@ -124,6 +144,21 @@ ProviderPtr create(const char* name)
 ProviderTest::ProviderTest() : api(RecordingApi::get())
 {
     api.reset();
+}
+
+std::string invoke(CIMMethodProvider& provider, const char* method, const Array<CIMParamValue>& in,
+                   const CIMObjectPath& path)
+{
+    MethodHandler handler;
+    const std::string thrown =
+        thrownBy([&] { provider.invokeMethod(contextOf(), path, CIMName(method), in, handler); });
+    if (thrown != "nothing") {
+        EXPECT_EQ(handler.steps, Texts{}) << "a failed method must deliver nothing";
+        return thrown;
+    }
+    EXPECT_EQ(handler.steps.size(), 3u);
+    EXPECT_EQ(handler.steps.back(), "complete");
+    return handler.steps.at(1);
 }
 
 OperationContext contextOf(const char* user)
@@ -157,6 +192,35 @@ std::string valueOf(const CIMInstance& instance, const char* property)
     const Uint32 position = instance.findProperty(CIMName(property));
     if (position == PEG_NOT_FOUND) return "absent";
     return str(instance.getProperty(position).getValue());
+}
+
+Values valuesOf(const CIMInstance& instance)
+{
+    const CIMClass cimClass =
+        schema().getClass(CIMNamespaceName("root/qbx"), instance.getClassName(), false, false,
+                          false, CIMPropertyList());
+    Values values;
+    for (Uint32 i = 0; i < instance.getPropertyCount(); ++i) {
+        const CIMConstProperty property = instance.getProperty(i);
+        const Uint32 position = cimClass.findProperty(property.getName());
+        const CIMValue unset = cimClass.getProperty(position).getValue();
+        if (!property.getValue().equal(unset))
+            values[str(property.getName())] = str(property.getValue());
+    }
+    return values;
+}
+
+Array<CIMParamValue> parameters(std::initializer_list<Named> values)
+{
+    Array<CIMParamValue> result;
+    for (const auto& [name, value] : values)
+        result.append(CIMParamValue(String(name), value));
+    return result;
+}
+
+CIMValue nullOf(CIMType type)
+{
+    return CIMValue(type, false);
 }
 
 std::string thrownBy(const std::function<void()>& operation)

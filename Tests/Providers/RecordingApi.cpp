@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -11,7 +12,11 @@ namespace
 {
 
 std::recursive_mutex lock;
-const char LOG_MARK = '\x01';
+
+bool isLogLine(const std::string& event)
+{
+    return std::isdigit(static_cast<unsigned char>(event[0])) != 0;
+}
 
 template <class Record>
 int serve(const char* operation, int zero, const std::vector<Record>& records, uint32_t* count,
@@ -63,7 +68,7 @@ std::vector<std::string> RecordingApi::calls() const
 {
     std::vector<std::string> result;
     for (const std::string& event : events) {
-        if (event[0] != LOG_MARK) result.push_back(event);
+        if (!isLogLine(event)) result.push_back(event);
     }
     return result;
 }
@@ -72,7 +77,7 @@ std::vector<std::string> RecordingApi::log() const
 {
     std::vector<std::string> result;
     for (const std::string& event : events) {
-        if (event[0] == LOG_MARK) result.push_back(event.substr(1));
+        if (isLogLine(event)) result.push_back(event);
     }
     return result;
 }
@@ -127,7 +132,7 @@ void log_message(int level, const char* format, ...)
     std::vsnprintf(text, sizeof(text), format, arguments);
     va_end(arguments);
     const std::lock_guard<std::recursive_mutex> guard(lock);
-    RecordingApi::get().events.push_back(LOG_MARK + std::to_string(level) + ": " + text);
+    RecordingApi::get().events.push_back(std::to_string(level) + ": " + text);
 }
 
 int api_getStorageArray(api_StorageArray_t* array)

@@ -34,7 +34,7 @@ struct RecordingApi
     bool failingQueryLeavesRecords = false;
 
     // ---- What happened ----
-    /// Calls ("api_locateCage(cage0, 5)") and log lines ("4: --> ..."), in order.
+    /// Calls ("api_locateCage(cage0, 5)") and log lines ("LEVEL: text"), in order.
     std::vector<std::string> events;
     /// Semaphores taken and not yet released.
     int held = 0;

@@ -10,19 +10,6 @@ namespace
 
 using ToolkitTest = ProviderTest;
 
-CIMParamValue parameter(const char* name, const CIMValue& value)
-{
-    return CIMParamValue(String(name), value);
-}
-
-Array<CIMParamValue> parameters(std::initializer_list<CIMParamValue> values)
-{
-    Array<CIMParamValue> result;
-    for (const CIMParamValue& value : values)
-        result.append(value);
-    return result;
-}
-
 // ---- Properties ----
 
 /// An instance with one property of that type, null.
@@ -177,15 +164,11 @@ void expectParameter(RecordingApi& api, CIMType type, bool isArray, const T& bef
         int result;
         bool read;
     } rows[] = {
-        {"present",
-         parameters({parameter("Other", CIMValue(String("x"))), parameter("wanted", value)}), 0,
-         true},
-        {"missing", parameters({parameter("Other", value)}), 3, false},
-        {"null only", parameters({parameter("Wanted", null)}), 3, false},
-        {"null, then a value", parameters({parameter("Wanted", null), parameter("WANTED", value)}),
-         4, true},
-        {"a value, then null", parameters({parameter("Wanted", value), parameter("Wanted", null)}),
-         0, true},
+        {"present", parameters({{"Other", CIMValue(String("x"))}, {"wanted", value}}), 0, true},
+        {"missing", parameters({{"Other", value}}), 3, false},
+        {"null only", parameters({{"Wanted", null}}), 3, false},
+        {"null, then a value", parameters({{"Wanted", null}, {"WANTED", value}}), 4, true},
+        {"a value, then null", parameters({{"Wanted", value}, {"Wanted", null}}), 0, true},
     };
     for (const auto& row : rows) {
         api.events.clear();
@@ -199,7 +182,7 @@ void expectParameter(RecordingApi& api, CIMType type, bool isArray, const T& bef
     api.events.clear();
     T out = before;
     const CIMValue other = type == CIMTYPE_SINT8 ? CIMValue(Uint8(1)) : CIMValue(Sint8(1));
-    EXPECT_THROW(QBX_Common::getParameter(parameters({parameter("Wanted", other)}), "Wanted", out),
+    EXPECT_THROW(QBX_Common::getParameter(parameters({{"Wanted", other}}), "Wanted", out),
                  TypeMismatchException);
     EXPECT_EQ(api.log().size(), 1u) << "no exit line when it throws";
 }
