@@ -69,9 +69,25 @@ void Connections::watch()
 {
     std::unique_lock<std::mutex> lock(mutex_);
     while (!wake_.wait_for(lock, std::chrono::milliseconds(250), [this] { return stopping_; })) {
-        for (const auto& [handle, connection] : open_)
+        for (const auto& [handle, connection] : open_) {
             endIfSlow(*connection);
+            endIfAbandoned(*connection);
+        }
     }
+}
+
+/// The HTTP library may miss the end of a stream that comes together with data, and would wait for
+/// the rest of the request. Two looks, because the first may come while it reads the last bytes.
+void Connections::endIfAbandoned(Connection& connection)
+{
+    if (connection.busy) return;
+    char byte = 0;
+    const bool ended = ::recv(connection.socket, &byte, 1, MSG_PEEK | MSG_DONTWAIT) == 0;
+    if (ended && connection.ended) {
+        ::shutdown(connection.socket, SHUT_RDWR);
+        connection.busy = true;
+    }
+    connection.ended = ended;
 }
 
 void Connections::endIfSlow(Connection& connection) const

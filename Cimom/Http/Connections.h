@@ -21,11 +21,12 @@ struct Connection
     bool busy = false;                            ///< a request is complete and being answered
     bool begun = false;                           ///< the header of a request has arrived
     bool served = false;                          ///< at least one request was answered
+    bool ended = false;                           ///< the peer was seen to have ended its side
     std::chrono::steady_clock::time_point since;  ///< start of the wait for a request
 };
 
 /// Counts connections, in total and by peer, and ends those that do not send a complete request in
-/// time. Safe for any number of threads.
+/// time or at all. Safe for any number of threads.
 class Connections
 {
 public:
@@ -43,6 +44,7 @@ public:
 private:
     void watch();
     void endIfSlow(Connection&) const;
+    static void endIfAbandoned(Connection&);
 
     const unsigned limit_;
     const unsigned limitPerPeer_;

@@ -171,8 +171,8 @@ std::optional<ServerOptions> parseCommandLine(int argc, char** argv)
         ->group(accessGroup);
 
     const std::string limitGroup = "Limits";
-    const auto addLimit = [&](const char* name, auto& value, const char* text, double least,
-                              double most) {
+    const auto addLimit = [&](const char* name, auto& value, const char* text, long least,
+                              long most) {
         app.add_option(name, value, text)
             ->type_name("N")
             ->check(CLI::Range(least, most).description(""))

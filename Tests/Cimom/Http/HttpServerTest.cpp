@@ -350,6 +350,27 @@ TEST_F(HttpServerTest, SlowRequestsAreToldSo)
     EXPECT_FALSE(open);
 }
 
+TEST_F(HttpServerTest, WhoEndsSendingGetsTheReplyToAWholeRequestAndTheEndOfAPart)
+{
+    manager.onCall = [](const std::string&, const std::string&) {
+        std::this_thread::sleep_for(50ms);
+    };
+    start();
+    for (const std::string& part :
+         {request().substr(0, 5), request().substr(0, 100), head("Content-Length: 9\r\n\r\n")}) {
+        TestClient client(server->port());
+        client.send(part);
+        client.endSending();
+        EXPECT_TRUE(client.closed(5000)) << part;
+    }
+    TestClient client(server->port());
+    client.send(request());
+    client.endSending();
+    const auto reply = client.read();
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(reply->status, 200);
+}
+
 TEST_F(HttpServerTest, ASlowOperationIsNoSlowRequest)
 {
     options.timeout = 1s;

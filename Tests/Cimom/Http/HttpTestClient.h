@@ -88,6 +88,9 @@ public:
         return true;
     }
 
+    /// Tells the server that nothing more will be sent.
+    void endSending() { shutdown(socket_, SHUT_WR); }
+
     /// The next reply; nothing when the connection ends or nothing comes for that long.
     std::optional<TestReply> read(int milliseconds = 20000)
     {
