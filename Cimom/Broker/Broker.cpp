@@ -181,13 +181,12 @@ CIMInstance Broker::getInstance(const Ctx& context, const Ns& nameSpace, const C
         return view.of(stored, localPath(stored.getPath()));
     }
 
-    SingleInstanceHandler handler;
-    impl_->callProvider<CIMInstanceProvider>(
-        context, *target, handler, [&](CIMInstanceProvider& provider, const Ctx& ctx) {
+    const auto answer = impl_->callProvider<CIMInstanceProvider, SingleInstanceHandler>(
+        context, *target, [&](auto& provider, const Ctx& ctx, auto& handler) {
             provider.getInstance(ctx, impl_->reference(nameSpace, path), includeQualifiers,
                                  includeClassOrigin, view.properties, handler);
         });
-    const CIMInstance found = handler.result();
+    const CIMInstance found = answer.result();
     return found.isUninitialized() ? found : view.of(found, localPath(found.getPath()));
 }
 
@@ -214,14 +213,13 @@ Array<CIMInstance> Broker::enumerateInstances(const Ctx& context, const Ns& name
             }
             return;
         }
-        InstanceListHandler handler;
         const CIMObjectPath reference = impl_->reference(nameSpace, CIMObjectPath("", Ns(), name));
-        impl_->callProvider<CIMInstanceProvider>(
-            context, *target, handler, [&](CIMInstanceProvider& provider, const Ctx& ctx) {
+        const auto answer = impl_->callProvider<CIMInstanceProvider, InstanceListHandler>(
+            context, *target, [&](auto& provider, const Ctx& ctx, auto& handler) {
                 provider.enumerateInstances(ctx, reference, includeQualifiers, includeClassOrigin,
                                             view.properties, handler);
             });
-        const Array<CIMInstance> delivered = handler.result();
+        const Array<CIMInstance> delivered = answer.result();
         for (Uint32 i = 0; i < delivered.size(); ++i)
             show(delivered[i]);
     };
@@ -241,13 +239,12 @@ Array<CIMObjectPath> Broker::enumerateInstanceNames(const Ctx& context, const Ns
             }
             return;
         }
-        PathListHandler handler;
         const CIMObjectPath reference = impl_->reference(nameSpace, CIMObjectPath("", Ns(), name));
-        impl_->callProvider<CIMInstanceProvider>(
-            context, *target, handler, [&](CIMInstanceProvider& provider, const Ctx& ctx) {
+        const auto answer = impl_->callProvider<CIMInstanceProvider, PathListHandler>(
+            context, *target, [&](auto& provider, const Ctx& ctx, auto& handler) {
                 provider.enumerateInstanceNames(ctx, reference, handler);
             });
-        const Array<CIMObjectPath> delivered = handler.result();
+        const Array<CIMObjectPath> delivered = answer.result();
         for (Uint32 i = 0; i < delivered.size(); ++i)
             results.append(localPath(delivered[i]));
     };
@@ -262,13 +259,12 @@ CIMObjectPath Broker::createInstance(const Ctx& context, const Ns& nameSpace,
     ProviderObject* const target = impl_->instanceProvider(nameSpace, instance.getClassName());
     if (target == nullptr) return impl_->repository.addInstance(nameSpace, instance);
 
-    SinglePathHandler handler;
     const CIMObjectPath reference = impl_->reference(nameSpace, instance.getPath());
-    impl_->callProvider<CIMInstanceProvider>(
-        context, *target, handler, [&](CIMInstanceProvider& provider, const Ctx& ctx) {
+    const auto answer = impl_->callProvider<CIMInstanceProvider, SinglePathHandler>(
+        context, *target, [&](auto& provider, const Ctx& ctx, auto& handler) {
             provider.createInstance(ctx, reference, instance, handler);
         });
-    return localPath(handler.result());
+    return localPath(answer.result());
 }
 
 void Broker::modifyInstance(const Ctx& context, const Ns& nameSpace, const CIMInstance& instance,
@@ -282,10 +278,9 @@ void Broker::modifyInstance(const Ctx& context, const Ns& nameSpace, const CIMIn
         return;
     }
 
-    EmptyHandler handler;
     const CIMObjectPath reference = impl_->reference(nameSpace, instance.getPath());
-    impl_->callProvider<CIMInstanceProvider>(
-        context, *target, handler, [&](CIMInstanceProvider& provider, const Ctx& ctx) {
+    impl_->callProvider<CIMInstanceProvider, EmptyHandler>(
+        context, *target, [&](auto& provider, const Ctx& ctx, auto& handler) {
             provider.modifyInstance(ctx, reference, instance, includeQualifiers, list, handler);
         });
 }
@@ -299,9 +294,8 @@ void Broker::deleteInstance(const Ctx& context, const Ns& nameSpace, const CIMOb
         return;
     }
 
-    EmptyHandler handler;
-    impl_->callProvider<CIMInstanceProvider>(
-        context, *target, handler, [&](CIMInstanceProvider& provider, const Ctx& ctx) {
+    impl_->callProvider<CIMInstanceProvider, EmptyHandler>(
+        context, *target, [&](auto& provider, const Ctx& ctx, auto& handler) {
             provider.deleteInstance(ctx, impl_->reference(nameSpace, path), handler);
         });
 }
@@ -345,13 +339,12 @@ CIMValue Broker::invokeMethod(const Ctx& context, const Ns& nameSpace, const CIM
         throw CIMException(CIM_ERR_METHOD_NOT_AVAILABLE, methodName.getString());
     }
 
-    MethodHandler handler;
-    impl_->callProvider<CIMMethodProvider>(
-        context, *target, handler, [&](CIMMethodProvider& provider, const Ctx& ctx) {
+    const auto answer = impl_->callProvider<CIMMethodProvider, MethodHandler>(
+        context, *target, [&](auto& provider, const Ctx& ctx, auto& handler) {
             provider.invokeMethod(ctx, impl_->reference(nameSpace, path), methodName, in, handler);
         });
-    out = handler.parameters();
-    return handler.returnValue();
+    out = answer.parameters();
+    return answer.returnValue();
 }
 
 }  // namespace cimom

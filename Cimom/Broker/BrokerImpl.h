@@ -45,6 +45,9 @@ struct Broker::Impl
     /// Appends the paths, each with host and namespace.
     void appendLocated(const Ns& nameSpace, const Pegasus::Array<Pegasus::CIMObjectPath>& paths,
                        Pegasus::Array<Pegasus::CIMObjectPath>& results) const;
+    /// Appends the objects, each as `shown` gives it.
+    void appendShown(const Ns& nameSpace, const Pegasus::Array<Pegasus::CIMObject>& objects,
+                     const InstanceView& view, Pegasus::Array<Pegasus::CIMObject>& results) const;
     /// The object as a traversal shows it: filtered, and with a full path.
     Pegasus::CIMObject shown(const Ns& nameSpace, const Pegasus::CIMObject& object,
                              const InstanceView& view) const;
@@ -55,10 +58,10 @@ struct Broker::Impl
     }
 
     /// One provider call: checks the depth, gets the provider ready, and turns what it throws into
-    /// what the client is to see. `call` is given the provider and its context. No lock is held
-    /// while it runs.
+    /// what the client is to see. `call` is given the provider, its context and the handler, which
+    /// is returned with the results. No lock is held while it runs.
     template <class Interface, class Handler, class Call>
-    void callProvider(const Ctx& context, ProviderObject& target, Handler& handler, Call call) const
+    Handler callProvider(const Ctx& context, ProviderObject& target, Call call) const
     {
         const CallDepth depth(options.callDepth);
         auto* const provider = dynamic_cast<Interface*>(&target.acquire());
@@ -67,13 +70,15 @@ struct Broker::Impl
                                         "Invalid provider interface.");
         }
         const Pegasus::OperationContext providersContext = providerContext(context);
+        Handler handler;
         try {
-            call(*provider, providersContext);
+            call(*provider, providersContext, handler);
         } catch (...) {
             const Pegasus::CIMException error = currentProviderError();
             if (error.getCode() != Pegasus::CIM_ERR_SUCCESS) throw error;
             handler.discard();
         }
+        return handler;
     }
 
     /// Calls `visit(name, provider)` for the class, in the client's spelling, and for each one

@@ -74,6 +74,14 @@ void Broker::Impl::appendLocated(const Ns& nameSpace, const Array<CIMObjectPath>
         results.append(located(nameSpace, paths[i]));
 }
 
+void Broker::Impl::appendShown(const Ns& nameSpace, const Array<CIMObject>& objects,
+                               const InstanceView& view, Array<CIMObject>& results) const
+{
+    for (Uint32 i = 0; i < objects.size(); ++i) {
+        results.append(shown(nameSpace, objects[i], view));
+    }
+}
+
 CIMObject Broker::Impl::shown(const Ns& nameSpace, const CIMObject& object,
                               const InstanceView& view) const
 {
@@ -120,17 +128,13 @@ Array<CIMObject> Broker::associators(const Ctx& context, const Ns& nameSpace,
                 fetch(other);
             return;
         }
-        ObjectListHandler handler;
-        impl_->callProvider<CIMAssociationProvider>(
-            context, *target, handler, [&](CIMAssociationProvider& provider, const Ctx& ctx) {
+        const auto answer = impl_->callProvider<CIMAssociationProvider, ObjectListHandler>(
+            context, *target, [&](auto& provider, const Ctx& ctx, auto& handler) {
                 provider.associators(ctx, impl_->reference(nameSpace, path), association.name,
                                      resultClass, role, resultRole, includeQualifiers,
                                      includeClassOrigin, view.properties, handler);
             });
-        const Array<CIMObject> delivered = handler.result();
-        for (Uint32 i = 0; i < delivered.size(); ++i) {
-            results.append(impl_->shown(nameSpace, delivered[i], view));
-        }
+        impl_->appendShown(nameSpace, answer.result(), view, results);
     };
     impl_->forEachAssociation(nameSpace, assocClass, path, visit);
     return results;
@@ -157,13 +161,12 @@ Array<CIMObjectPath> Broker::associatorNames(const Ctx& context, const Ns& nameS
             }
             return;
         }
-        PathListHandler handler;
-        impl_->callProvider<CIMAssociationProvider>(
-            context, *target, handler, [&](CIMAssociationProvider& provider, const Ctx& ctx) {
+        const auto answer = impl_->callProvider<CIMAssociationProvider, PathListHandler>(
+            context, *target, [&](auto& provider, const Ctx& ctx, auto& handler) {
                 provider.associatorNames(ctx, impl_->reference(nameSpace, path), association.name,
                                          resultClass, role, resultRole, handler);
             });
-        impl_->appendLocated(nameSpace, handler.result(), results);
+        impl_->appendLocated(nameSpace, answer.result(), results);
     };
     impl_->forEachAssociation(nameSpace, assocClass, path, visit);
     return results;
@@ -190,17 +193,13 @@ Array<CIMObject> Broker::references(const Ctx& context, const Ns& nameSpace,
             }
             return;
         }
-        ObjectListHandler handler;
-        impl_->callProvider<CIMAssociationProvider>(
-            context, *target, handler, [&](CIMAssociationProvider& provider, const Ctx& ctx) {
+        const auto answer = impl_->callProvider<CIMAssociationProvider, ObjectListHandler>(
+            context, *target, [&](auto& provider, const Ctx& ctx, auto& handler) {
                 provider.references(ctx, impl_->reference(nameSpace, path), association.name, role,
                                     includeQualifiers, includeClassOrigin, view.properties,
                                     handler);
             });
-        const Array<CIMObject> delivered = handler.result();
-        for (Uint32 i = 0; i < delivered.size(); ++i) {
-            results.append(impl_->shown(nameSpace, delivered[i], view));
-        }
+        impl_->appendShown(nameSpace, answer.result(), view, results);
     };
     impl_->forEachAssociation(nameSpace, resultClass, path, visit);
     return results;
@@ -224,13 +223,12 @@ Array<CIMObjectPath> Broker::referenceNames(const Ctx& context, const Ns& nameSp
             }
             return;
         }
-        PathListHandler handler;
-        impl_->callProvider<CIMAssociationProvider>(
-            context, *target, handler, [&](CIMAssociationProvider& provider, const Ctx& ctx) {
+        const auto answer = impl_->callProvider<CIMAssociationProvider, PathListHandler>(
+            context, *target, [&](auto& provider, const Ctx& ctx, auto& handler) {
                 provider.referenceNames(ctx, impl_->reference(nameSpace, path), association.name,
                                         role, handler);
             });
-        impl_->appendLocated(nameSpace, handler.result(), results);
+        impl_->appendLocated(nameSpace, answer.result(), results);
     };
     impl_->forEachAssociation(nameSpace, resultClass, path, visit);
     return results;
