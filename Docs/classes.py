@@ -29,7 +29,7 @@ the module sets, are named in each class's text. `[]` marks an array.
 SET_INHERITED = {
     "QBX_DriveCage": "Name (the world-wide name, 16 hexadecimal digits), ElementName, Manufacturer, "
     "Model, SerialNumber, OperationalStatus, ChassisPackageType (22), ChassisTypeDescription "
-    "(\"Drive Cage\"), MultipleSystemSupport (2), RackMountable (2)",
+    '("Drive Cage"), MultipleSystemSupport (2), RackMountable (2)',
     "QBX_Magazine": "ElementName, Manufacturer, Model, SerialNumber, OperationalStatus ([2] always), "
     "LocationType (3), MediaTypesSupported ([29]), RemovalConditions (4)",
     "QBX_CageInterfaceCard": "ElementName, Manufacturer, Model, SerialNumber, OperationalStatus "
@@ -49,7 +49,9 @@ def compile_schema():
 def class_order():
     """The class names in the order of the files that qbx_classes.mof includes."""
     names = []
-    for file in re.findall(r'#pragma include \("(\w+\.mof)"\)', (SCHEMA / "qbx_classes.mof").read_text()):
+    for file in re.findall(
+        r'#pragma include \("(\w+\.mof)"\)', (SCHEMA / "qbx_classes.mof").read_text()
+    ):
         names += re.findall(r"^class (\w+)", (SCHEMA / file).read_text(), re.MULTILINE)
     return names
 
@@ -102,7 +104,9 @@ def own_properties(classes, name):
 
 
 def own_methods(classes, name):
-    return [method for method in classes[name].methods.values() if method.class_origin in (name, None)]
+    return [
+        method for method in classes[name].methods.values() if method.class_origin in (name, None)
+    ]
 
 
 def section(classes, name):
@@ -134,7 +138,9 @@ def section(classes, name):
 
 def main(arguments):
     classes = compile_schema()
-    reference = "\n".join([HEADER] + [section(classes, name) for name in class_order()]).rstrip() + "\n"
+    reference = (
+        "\n".join([HEADER] + [section(classes, name) for name in class_order()]).rstrip() + "\n"
+    )
     if arguments == ["--check"]:
         if TARGET.read_text() != reference:
             sys.exit(f"{TARGET} does not fit Schema/: run build/venv/bin/python Docs/classes.py")

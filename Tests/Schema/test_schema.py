@@ -51,22 +51,28 @@ class Schema(unittest.TestCase):
                 expected[name].append(ASSOCIATIONS)
             if any(schema[each].methods for each in line):
                 expected[name].append(METHODS)
-        registered = {each["ClassName"]: list(each["ProviderType"])
-                      for each in registration()["PG_ProviderCapabilities"]}
+        registered = {
+            each["ClassName"]: list(each["ProviderType"])
+            for each in registration()["PG_ProviderCapabilities"]
+        }
         self.assertEqual(registered, expected)
 
     def test_registrations_name_each_other(self):
         found = registration()
-        module, = found["PG_ProviderModule"]
+        (module,) = found["PG_ProviderModule"]
         providers = [each["Name"] for each in found["PG_Provider"]]
         self.assertEqual(len(set(providers)), 8)
-        self.assertEqual({each["ProviderModuleName"] for each in found["PG_Provider"]}, {module["Name"]})
+        self.assertEqual(
+            {each["ProviderModuleName"] for each in found["PG_Provider"]}, {module["Name"]}
+        )
         for each in found["PG_ProviderCapabilities"]:
-            self.assertEqual((each["ProviderModuleName"], each["Namespaces"]),
-                             (module["Name"], ["root/qbx"]))
+            self.assertEqual(
+                (each["ProviderModuleName"], each["Namespaces"]), (module["Name"], ["root/qbx"])
+            )
             self.assertIn(each["ProviderName"], providers)
-        self.assertEqual({each["ProviderName"] for each in found["PG_ProviderCapabilities"]},
-                         set(providers))
+        self.assertEqual(
+            {each["ProviderName"] for each in found["PG_ProviderCapabilities"]}, set(providers)
+        )
 
 
 if __name__ == "__main__":

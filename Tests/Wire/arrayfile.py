@@ -17,13 +17,22 @@ HEADERS = (STORAGE_API / "include" / "qbxapi.h", STORAGE_API / "simulator" / "qb
 Element = collections.namedtuple("Element", "path values")
 
 JB_JBOD, JB_KBOD, JB_LBOD, JB_DC3, JB_MBOD = 1, 2, 3, 4, 5
-FAMILY = {JB_JBOD: "DC1Family", JB_KBOD: "DC1Family", JB_LBOD: "DC2Family", JB_MBOD: "DC2Family",
-          JB_DC3: "DC3Family"}
+FAMILY = {
+    JB_JBOD: "DC1Family",
+    JB_KBOD: "DC1Family",
+    JB_LBOD: "DC2Family",
+    JB_MBOD: "DC2Family",
+    JB_DC3: "DC3Family",
+}
 
 # Inherited properties with a default in the schema, which instances keep.
 PACKAGE_DEFAULTS = {"RemovalConditions": 2}
-DEVICE_DEFAULTS = {"EnabledState": 5, "RequestedState": 12, "EnabledDefault": 2,
-                   "TransitioningToState": 12}
+DEVICE_DEFAULTS = {
+    "EnabledState": 5,
+    "RequestedState": 12,
+    "EnabledDefault": 2,
+    "TransitioningToState": 12,
+}
 
 # A text that is not UTF-8 is published with U+FFFD for each bad byte.
 codecs.register_error("one_by_one", lambda error: ("\ufffd", error.start + 1))
@@ -38,9 +47,13 @@ def text(value):
 
 def codes():
     """The enumerators of the array's interface, and the simulated array's results."""
-    return {name: int(number) for header in HEADERS
-            for name, number in re.findall(r"^ +([A-Z][A-Z0-9_]+) = (-?\d+)", header.read_text(),
-                                           re.MULTILINE)}
+    return {
+        name: int(number)
+        for header in HEADERS
+        for name, number in re.findall(
+            r"^ +([A-Z][A-Z0-9_]+) = (-?\d+)", header.read_text(), re.MULTILINE
+        )
+    }
 
 
 CODES = codes()
@@ -102,8 +115,11 @@ class Record:
 
 def manufacturing(record):
     mfg = record.record("mfg")
-    return {"Manufacturer": mfg.text("vendor"), "Model": mfg.text("model"),
-            "SerialNumber": mfg.text("serial")}
+    return {
+        "Manufacturer": mfg.text("vendor"),
+        "Model": mfg.text("model"),
+        "SerialNumber": mfg.text("serial"),
+    }
 
 
 def cage_type(kind):
@@ -130,26 +146,40 @@ def cage_path(kind, tag):
 def cage(record):
     kind = record.number("type")
     values = {
-        **PACKAGE_DEFAULTS, **manufacturing(record),
-        "Name": f"{record.number('wwn'):016X}", "ChassisPackageType": 22,
-        "ChassisTypeDescription": "Drive Cage", "MultipleSystemSupport": 2, "RackMountable": 2,
-        "ElementName": record.text("elementName"), "Location": record.text("location"),
-        "CageType": cage_type(kind), "CageSubType": record.uint16("subType"),
-        "Position": record.uint16("position"), "LoopSplit": record.flag("loopSplit"),
+        **PACKAGE_DEFAULTS,
+        **manufacturing(record),
+        "Name": f"{record.number('wwn'):016X}",
+        "ChassisPackageType": 22,
+        "ChassisTypeDescription": "Drive Cage",
+        "MultipleSystemSupport": 2,
+        "RackMountable": 2,
+        "ElementName": record.text("elementName"),
+        "Location": record.text("location"),
+        "CageType": cage_type(kind),
+        "CageSubType": record.uint16("subType"),
+        "Position": record.uint16("position"),
+        "LoopSplit": record.flag("loopSplit"),
         "ChainPositionLoopA": record.uint16("chainPosA"),
-        "ChainPositionLoopB": record.uint16("chainPosB"), "LocateON": record.flag("locateON"),
+        "ChainPositionLoopB": record.uint16("chainPosB"),
+        "LocateON": record.flag("locateON"),
         "OperationalStatus": [record.uint16("cimState")],
     }
     if kind in (JB_LBOD, JB_MBOD):
         arm = record.arm("lbod")
-        values.update(FirmwareVersion=arm.text("fwVersion"), FirmwareStatus=arm.state("fwState"),
-                      CPUState=arm.state("cpuState"))
+        values.update(
+            FirmwareVersion=arm.text("fwVersion"),
+            FirmwareStatus=arm.state("fwState"),
+            CPUState=arm.state("cpuState"),
+        )
     elif kind == JB_DC3:
         arm = record.arm("sbod")
-        values.update(TempSensorState=arm.state("tempState"), TempSensorValue=arm.uint16("tempValue"),
-                      OperatorPanelState=arm.state("opPanelState"),
-                      AudibleAlarmState=arm.state("audAlarmState"),
-                      EnclosureID=arm.uint16("enclosureID"))
+        values.update(
+            TempSensorState=arm.state("tempState"),
+            TempSensorValue=arm.uint16("tempValue"),
+            OperatorPanelState=arm.state("opPanelState"),
+            AudibleAlarmState=arm.state("audAlarmState"),
+            EnclosureID=arm.uint16("enclosureID"),
+        )
     else:
         arm = record.arm("kbod")
         values.update(IsLeftSide=arm.flag("isLeft"), IsRightSide=arm.flag("isRight"))
@@ -160,10 +190,15 @@ def magazine(record):
     kind = record.number("cageType")
     values = {
         **manufacturing(record),
-        "Position": record.uint16("position"), "ElementName": record.text("elemName"),
-        "CageType": cage_type(kind), "LocationType": 3, "MediaTypesSupported": [29],
-        "RemovalConditions": 4, "StateOnLoopA": record.state("stateLoopA"),
-        "StateOnLoopB": record.state("stateLoopB"), "LocateON": record.flag("locateON"),
+        "Position": record.uint16("position"),
+        "ElementName": record.text("elemName"),
+        "CageType": cage_type(kind),
+        "LocationType": 3,
+        "MediaTypesSupported": [29],
+        "RemovalConditions": 4,
+        "StateOnLoopA": record.state("stateLoopA"),
+        "StateOnLoopB": record.state("stateLoopB"),
+        "LocateON": record.flag("locateON"),
         "OperationalStatus": [2],
     }
     if kind != JB_DC3:
@@ -183,8 +218,11 @@ def card(record):
     kind = record.number("cageType")
     count = 4 if kind == JB_DC3 else 2
     values = {
-        **PACKAGE_DEFAULTS, **manufacturing(record), "Position": record.uint16("position"),
-        "ElementName": record.text("elementName"), "CageType": cage_type(kind),
+        **PACKAGE_DEFAULTS,
+        **manufacturing(record),
+        "Position": record.uint16("position"),
+        "ElementName": record.text("elementName"),
+        "CageType": cage_type(kind),
         "OperationalStatus": [2],
     }
     for letter in "AB":
@@ -196,11 +234,14 @@ def card(record):
         values[f"PortsLoop{letter}"] = [port(value) for value in loop.numbers("nodePort", count)]
     if kind in (JB_JBOD, JB_KBOD):
         arm = record.arm("kbod")
-        values.update(FirmwareVersion=arm.text("fwVersion"), FirmwareStatus=arm.state("fwState"),
-                      CPUSelfState=arm.state("cpuSelfState"),
-                      CPUPartnerState=arm.state("cpuPartnerState"),
-                      LoopALinkLED=arm.uint16s("loopALinkLED", 2),
-                      LoopBLinkLED=arm.uint16s("loopBLinkLED", 2))
+        values.update(
+            FirmwareVersion=arm.text("fwVersion"),
+            FirmwareStatus=arm.state("fwState"),
+            CPUSelfState=arm.state("cpuSelfState"),
+            CPUPartnerState=arm.state("cpuPartnerState"),
+            LoopALinkLED=arm.uint16s("loopALinkLED", 2),
+            LoopBLinkLED=arm.uint16s("loopBLinkLED", 2),
+        )
     elif kind in (JB_LBOD, JB_MBOD):
         arm = record.arm("lbod")
         for letter in "AB":
@@ -209,32 +250,56 @@ def card(record):
             values[f"Loop{letter}LinkTX"] = loop.uint16s("linkTX", 2)
     elif kind == JB_DC3:
         arm = record.arm("sbod")
-        values.update(IsMaster=arm.flag("master"), LoopState=arm.states("loopState", 4),
-                      FirmwareVersion=arm.text("fwVersion"), FirmwareStatus=arm.state("fwState"),
-                      IFCState=arm.state("ifcState"), ESHState=arm.state("eshState"),
-                      ExtendedESHState=arm.state("extEshState"))
+        values.update(
+            IsMaster=arm.flag("master"),
+            LoopState=arm.states("loopState", 4),
+            FirmwareVersion=arm.text("fwVersion"),
+            FirmwareStatus=arm.state("fwState"),
+            IFCState=arm.state("ifcState"),
+            ESHState=arm.state("eshState"),
+            ExtendedESHState=arm.state("extEshState"),
+        )
     if kind in (JB_JBOD, JB_KBOD, JB_LBOD, JB_MBOD):
         leds = arm.record("leds")
-        values.update(SplitLED=leds.uint16("split"), SystemLED=leds.uint16("system"),
-                      HotplugLED=leds.uint16("hpl"))
+        values.update(
+            SplitLED=leds.uint16("split"),
+            SystemLED=leds.uint16("system"),
+            HotplugLED=leds.uint16("hpl"),
+        )
     return element(card_class(kind), record.text("deviceID"), values)
 
 
 def sensor(record, cage_name, index, system):
     device = f"{cage_name}-sensor{index}"
-    path = ("QBX_CageSensor", {
-        "CreationClassName": "QBX_CageSensor", "DeviceID": device,
-        "SystemCreationClassName": "QBX_StorageSystem", "SystemName": system})
+    path = (
+        "QBX_CageSensor",
+        {
+            "CreationClassName": "QBX_CageSensor",
+            "DeviceID": device,
+            "SystemCreationClassName": "QBX_StorageSystem",
+            "SystemName": system,
+        },
+    )
     unit = record.text("type") if isinstance(record.fields.get("type"), str) else ""
-    return Element(path, {
-        **DEVICE_DEFAULTS,
-        # The property names the cage's class, the key the system's.
-        "SystemCreationClassName": "QBX_DriveCageDC2Family", "SystemName": system,
-        "CreationClassName": "QBX_CageSensor", "DeviceID": device, "SensorType": 1,
-        "OtherSensorTypeDescription": record.text("name"), "Position": record.uint16("position"),
-        "BaseUnit": unit, "CurrentReading": record.uint16("reading"),
-        "LowLimit": record.uint16("limit_low"), "HighLimit": record.uint16("limit_high"),
-        "State": record.uint16("state")})
+    return Element(
+        path,
+        {
+            **DEVICE_DEFAULTS,
+            # The property names the cage's class, the key the system's.
+            "SystemCreationClassName": "QBX_DriveCageDC2Family",
+            "SystemName": system,
+            "CreationClassName": "QBX_CageSensor",
+            "DeviceID": device,
+            "SensorType": 1,
+            "OtherSensorTypeDescription": record.text("name"),
+            "Position": record.uint16("position"),
+            "BaseUnit": unit,
+            "CurrentReading": record.uint16("reading"),
+            "LowLimit": record.uint16("limit_low"),
+            "HighLimit": record.uint16("limit_high"),
+            "State": record.uint16("state"),
+        },
+    )
 
 
 def sensors_of(places, cage_name, system):
@@ -260,40 +325,66 @@ class Array:
         self.serial = system.text("serial")
 
         cages = [Record(each) for each in contents.get("cages", [])]
-        magazines = [Record(each) for each in contents.get("magazines", []) if not each.get("isAbsent")]
+        magazines = [
+            Record(each) for each in contents.get("magazines", []) if not each.get("isAbsent")
+        ]
         cards = [Record(each) for each in contents.get("fcals", [])]
         self.cages = [cage(each) for each in cages]
         self.magazines = [magazine(each) for each in magazines]
         self.cards = [card(each) for each in cards]
-        self.absent = [text(each["deviceID"]) for each in contents.get("magazines", [])
-                       if each.get("isAbsent") and "deviceID" in each]
+        self.absent = [
+            text(each["deviceID"])
+            for each in contents.get("magazines", [])
+            if each.get("isAbsent") and "deviceID" in each
+        ]
         self.sensors = []
         sensors_in = []  # (cage path, sensor), of the cages only
         for each in cages:
             if each.number("type") in (JB_LBOD, JB_MBOD):
-                found = sensors_of(each.arm("lbod").fields.get("sensors", []), each.text("deviceID"),
-                                   self.system)
+                found = sensors_of(
+                    each.arm("lbod").fields.get("sensors", []), each.text("deviceID"), self.system
+                )
                 self.sensors += found
                 holder = cage_path(each.number("type"), each.text("deviceID"))
                 sensors_in += [(holder, one.path) for one in found]
         for each in (Record(one) for one in contents.get("cagesPS", [])):
             if each.number("type") in (JB_LBOD, JB_MBOD):
-                self.sensors += sensors_of(each.fields.get("sensors", []), each.text("name"),
-                                           self.system)
+                self.sensors += sensors_of(
+                    each.fields.get("sensors", []), each.text("name"), self.system
+                )
 
-        package = ("QBX_SystemPackage", {"CreationClassName": "QBX_SystemPackage", "Tag": self.system})
+        package = (
+            "QBX_SystemPackage",
+            {"CreationClassName": "QBX_SystemPackage", "Tag": self.system},
+        )
         # Association class: (role of the first, role of the second, pairs of paths).
         self.associations = {
-            "QBX_SysCageContainer": ("GroupComponent", "PartComponent",
-                                     [(package, each.path) for each in self.cages]),
-            "QBX_InterfaceCardInDriveCage": ("GroupComponent", "PartComponent", [
-                (cage_path(record.number("cageType"), record.text("parentDeviceID")), each.path)
-                for record, each in zip(cards, self.cards)]),
-            "QBX_MagazineInDriveCage": ("GroupComponent", "PartComponent", [
-                (cage_path(record.number("cageType"), record.text("parentDeviceID")), each.path)
-                for record, each in zip(magazines, self.magazines)]),
-            "QBX_SensorInDriveCage": ("Antecedent", "Dependent",
-                                      [(path, holder) for holder, path in sensors_in]),
+            "QBX_SysCageContainer": (
+                "GroupComponent",
+                "PartComponent",
+                [(package, each.path) for each in self.cages],
+            ),
+            "QBX_InterfaceCardInDriveCage": (
+                "GroupComponent",
+                "PartComponent",
+                [
+                    (cage_path(record.number("cageType"), record.text("parentDeviceID")), each.path)
+                    for record, each in zip(cards, self.cards)
+                ],
+            ),
+            "QBX_MagazineInDriveCage": (
+                "GroupComponent",
+                "PartComponent",
+                [
+                    (cage_path(record.number("cageType"), record.text("parentDeviceID")), each.path)
+                    for record, each in zip(magazines, self.magazines)
+                ],
+            ),
+            "QBX_SensorInDriveCage": (
+                "Antecedent",
+                "Dependent",
+                [(path, holder) for holder, path in sensors_in],
+            ),
         }
 
     def everything(self):

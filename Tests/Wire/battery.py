@@ -8,9 +8,18 @@ from arrayfile import CODES, Array
 from clients import Refused
 from server import SAMPLE_FIRMWARE, StartError, open_server
 
-CAGES = ["QBX_DriveCage", "QBX_DriveCageDC1Family", "QBX_DriveCageDC2Family", "QBX_DriveCageDC3Family"]
-CARDS = ["QBX_CageInterfaceCard", "QBX_CageInterfaceCardDC1Family", "QBX_CageInterfaceCardDC2Family",
-         "QBX_CageInterfaceCardDC3Family"]
+CAGES = [
+    "QBX_DriveCage",
+    "QBX_DriveCageDC1Family",
+    "QBX_DriveCageDC2Family",
+    "QBX_DriveCageDC3Family",
+]
+CARDS = [
+    "QBX_CageInterfaceCard",
+    "QBX_CageInterfaceCardDC1Family",
+    "QBX_CageInterfaceCardDC2Family",
+    "QBX_CageInterfaceCardDC3Family",
+]
 ELEMENT_CLASSES = CAGES + CARDS + ["QBX_Magazine", "QBX_CageSensor"]
 ACCESS_DENIED, INVALID_NAMESPACE, INVALID_PARAMETER = 2, 3, 4
 FAILED, INVALID_CLASS, NOT_FOUND, NOT_SUPPORTED = 1, 5, 6, 7
@@ -56,7 +65,9 @@ class Reading(WireTest):
     def test_names_are_those_of_the_class_and_its_subclasses(self):
         for name in ELEMENT_CLASSES:
             with self.subTest(name):
-                expected = [each for one in self.subclasses(name) for each in self.array.elements(one)]
+                expected = [
+                    each for one in self.subclasses(name) for each in self.array.elements(one)
+                ]
                 self.assertTrue(expected, "the sample array shows nothing of this class")
                 self.assertEqual(sorted(self.client.names(name)), self.paths(expected))
 
@@ -69,9 +80,13 @@ class Reading(WireTest):
     def test_instances_carry_exactly_the_values_of_the_records(self):
         for name in ELEMENT_CLASSES:
             with self.subTest(name):
-                expected = [each for one in self.subclasses(name) for each in self.array.elements(one)]
-                expected = [(self.client.shown_path(each.path), self.values(each.values))
-                            for each in expected]
+                expected = [
+                    each for one in self.subclasses(name) for each in self.array.elements(one)
+                ]
+                expected = [
+                    (self.client.shown_path(each.path), self.values(each.values))
+                    for each in expected
+                ]
                 came = self.client.instances(name)
                 by_path = sorted(expected, key=lambda each: str(each[0]))
                 for one, other in zip(sorted(came, key=lambda each: str(each[0])), by_path):
@@ -106,27 +121,40 @@ class Reading(WireTest):
         cage = self.array.cages[0]
         name, keys = cage.path
         self.assertTrue(keys["Tag"].isidentifier())
-        self.assertEqual(self.client.get((name, {**keys, "Tag": keys["Tag"].swapcase()})),
-                         self.values(cage.values))
+        self.assertEqual(
+            self.client.get((name, {**keys, "Tag": keys["Tag"].swapcase()})),
+            self.values(cage.values),
+        )
 
     def test_faults_are_refused_with_code_and_text(self):
-        providers = {"QBX_DriveCageDC2Family": "QBX_DriveCageProvider",
-                     "QBX_CageInterfaceCardDC1Family": "QBX_FCALCardProvider",
-                     "QBX_Magazine": "QBX_MagazineProvider"}
+        providers = {
+            "QBX_DriveCageDC2Family": "QBX_DriveCageProvider",
+            "QBX_CageInterfaceCardDC1Family": "QBX_FCALCardProvider",
+            "QBX_Magazine": "QBX_MagazineProvider",
+        }
         for name, provider in providers.items():
             with self.subTest(name):
                 unknown = (name, {"CreationClassName": name, "Tag": "no such tag"})
                 self.assertRefused(
-                    NOT_FOUND, f"CIM_ERR_NOT_FOUND: {provider} CIM Object not found.no such tag",
-                    self.client.get, unknown)
+                    NOT_FOUND,
+                    f"CIM_ERR_NOT_FOUND: {provider} CIM Object not found.no such tag",
+                    self.client.get,
+                    unknown,
+                )
                 keyless = (name, {"CreationClassName": name})
-                self.assertRefused(INVALID_PARAMETER,
-                                   f"CIM_ERR_INVALID_PARAMETER: {provider} Tag key not found.",
-                                   self.client.get, keyless)
+                self.assertRefused(
+                    INVALID_PARAMETER,
+                    f"CIM_ERR_INVALID_PARAMETER: {provider} Tag key not found.",
+                    self.client.get,
+                    keyless,
+                )
         keys = dict(self.array.sensors[0].path[1], DeviceID="no such id")
         self.assertRefused(
-            NOT_FOUND, "CIM_ERR_NOT_FOUND: QBX_CageSensorProvider CIM Object not found.no such id",
-            self.client.get, ("QBX_CageSensor", keys))
+            NOT_FOUND,
+            "CIM_ERR_NOT_FOUND: QBX_CageSensorProvider CIM Object not found.no such id",
+            self.client.get,
+            ("QBX_CageSensor", keys),
+        )
         keys = dict(self.array.sensors[0].path[1], SystemName="another system")
         self.assertRefused(NOT_FOUND, None, self.client.get, ("QBX_CageSensor", keys))
 
@@ -162,8 +190,10 @@ class Reading(WireTest):
                 self.assertEqual(self.client.names(name), [self.client.shown_path((name, keys))])
         system = self.client.instances("QBX_StorageSystem")[0][1]
         shown = self.client.shown
-        self.assertEqual((system["ElementName"], system["Model"], system["SerialNumber"]),
-                         (shown(array.host), shown(array.model), shown(array.serial)))
+        self.assertEqual(
+            (system["ElementName"], system["Model"], system["SerialNumber"]),
+            (shown(array.host), shown(array.model), shown(array.serial)),
+        )
 
 
 class Access(WireTest):
@@ -174,16 +204,23 @@ class Access(WireTest):
         cage, magazine = self.array.cages[0].path, self.array.magazines[0].path
         for user in ("stranger", "blocked"):
             client = self.client_class(self.server, user)
-            for operation in ((client.names, cage[0]), (client.instances, cage[0]), (client.get, cage),
-                              (client.names, "QBX_MagazineInDriveCage"),
-                              (client.associator_names, magazine),
-                              (client.invoke, cage, "Locate", []), (client.set, cage, "Location", "x")):
+            for operation in (
+                (client.names, cage[0]),
+                (client.instances, cage[0]),
+                (client.get, cage),
+                (client.names, "QBX_MagazineInDriveCage"),
+                (client.associator_names, magazine),
+                (client.invoke, cage, "Locate", []),
+                (client.set, cage, "Location", "x"),
+            ):
                 with self.subTest(user=user, operation=operation):
                     self.assertRefused(ACCESS_DENIED, text, *operation)
 
     def test_the_names_of_cards_are_open_to_all(self):
         stranger = self.client_class(self.server, "stranger")
-        self.assertEqual(sorted(stranger.names("QBX_CageInterfaceCard")), self.paths(self.array.cards))
+        self.assertEqual(
+            sorted(stranger.names("QBX_CageInterfaceCard")), self.paths(self.array.cards)
+        )
         self.assertRefused(ACCESS_DENIED, None, stranger.instances, "QBX_CageInterfaceCard")
 
     def test_a_wrong_password_or_name_is_refused(self):
@@ -199,15 +236,24 @@ class Access(WireTest):
         magazine = self.array.magazines[0].path
         for each in (self.array.cages[0].path, magazine):
             self.assertEqual(operator.invoke(each, "Locate", []), 0)
-        self.assertRefused(ACCESS_DENIED, denied, operator.invoke, magazine, "SetLoopState",
-                           [("IsOnloop", True)])
-        self.assertRefused(ACCESS_DENIED, denied, operator.set, self.array.cages[0].path, "Location", "x")
+        self.assertRefused(
+            ACCESS_DENIED, denied, operator.invoke, magazine, "SetLoopState", [("IsOnloop", True)]
+        )
+        self.assertRefused(
+            ACCESS_DENIED, denied, operator.set, self.array.cages[0].path, "Location", "x"
+        )
 
     def test_a_method_that_the_array_does_not_know_is_not_supported(self):
         if self.client.name == "wbemcli":
             self.skipTest("wbemcli sends only methods that the class declares")
-        self.assertRefused(NOT_SUPPORTED, "CIM_ERR_NOT_SUPPORTED: Does not support in generic!",
-                           self.client.invoke, self.array.cages[0].path, "Explode", [])
+        self.assertRefused(
+            NOT_SUPPORTED,
+            "CIM_ERR_NOT_SUPPORTED: Does not support in generic!",
+            self.client.invoke,
+            self.array.cages[0].path,
+            "Explode",
+            [],
+        )
 
     def test_a_refused_user_changes_nothing(self):
         """Methods and changes ask for a privilege, and a refusal comes before anything else."""
@@ -215,9 +261,11 @@ class Access(WireTest):
         cage, magazine = self.array.cages[0], self.array.magazines[0]
         for user in ("viewer", "guest"):
             client = self.client_class(self.server, user)
-            for operation in ((client.invoke, cage.path, "Locate", [("LocateTimer", 60)]),
-                              (client.invoke, magazine.path, "SetLoopState", [("IsOnloop", False)]),
-                              (client.set, cage.path, "Location", "moved")):
+            for operation in (
+                (client.invoke, cage.path, "Locate", [("LocateTimer", 60)]),
+                (client.invoke, magazine.path, "SetLoopState", [("IsOnloop", False)]),
+                (client.set, cage.path, "Location", "moved"),
+            ):
                 self.assertRefused(ACCESS_DENIED, denied, *operation)
         self.assertEqual(self.client.get(cage.path), self.values(cage.values))
         self.assertEqual(self.client.get(magazine.path), self.values(magazine.values))
@@ -279,17 +327,22 @@ class Acting(WireTest):
                 parameters = [("FileName", file), ("IsPortA", True)]
                 self.assertEqual(self.client.invoke(path, "Upgrade", parameters), result)
                 if then:
-                    self.assertEqual(self.client.get(path)["FirmwareVersion"], self.client.shown(then))
+                    self.assertEqual(
+                        self.client.get(path)["FirmwareVersion"], self.client.shown(then)
+                    )
 
     def test_a_card_shows_the_light_of_one_port(self):
         card = self.array.elements("QBX_CageInterfaceCardDC1Family")[0]
         before = (card.values["LoopALocateON"], card.values["LoopBLocateON"])
         self.assertEqual(
-            self.client.invoke(card.path, "Locate", [("LocateTimer", 60), ("Port", 0)]), 0)
+            self.client.invoke(card.path, "Locate", [("LocateTimer", 60), ("Port", 0)]), 0
+        )
         deadline = time.monotonic() + 30
         while True:
             now = self.client.get(card.path)
-            if (now["LoopALocateON"], now["LoopBLocateON"]) != tuple(map(self.client.shown, before)):
+            if (now["LoopALocateON"], now["LoopBLocateON"]) != tuple(
+                map(self.client.shown, before)
+            ):
                 break
             self.assertLess(time.monotonic(), deadline, "no light went on")
             time.sleep(0.1)
@@ -302,36 +355,81 @@ class Acting(WireTest):
         invalid, failed = "CIM_ERR_INVALID_PARAMETER: ", "CIM_ERR_FAILED: "
         not_found = "::invokeMethod()  Device not found with Tag=none"
         for path, method, parameters, code, text in (
-            (cage, "Upgrade", [("IsPortA", True)], INVALID_PARAMETER,
-             invalid + "QBX_DriveCageProvider:Locate parameter not found: FileName"),
-            (cage, "Upgrade", [("FileName", "/nowhere")], INVALID_PARAMETER,
-             invalid + "QBX_DriveCageProvider:Locate parameter not found: IsPortA"),
-            (magazine, "SetLoopState", [("IsPortA", True)], INVALID_PARAMETER,
-             invalid + "QBX_MagazineProvider:SetLoopState parameter not found: IsOnloop"),
-            (card, "Locate", [("LocateTimer", 1)], INVALID_PARAMETER,
-             invalid + "QBX_FCALCardProvider:Locate parameter not found: Port"),
-            (dc3, "Locate", [("LocateTimer", 1), ("Port", 0)], NOT_SUPPORTED,
-             "CIM_ERR_NOT_SUPPORTED: QBX_FCALCardProvider does not support invokeMethod."),
-            (self.tag(cage[0], "none"), "Locate", [], FAILED,
-             failed + "QBX_DriveCageProvider" + not_found),
-            (self.tag(card[0], "none"), "Locate", [("Port", 0)], FAILED,
-             failed + "QBX_FCALCardProvider" + not_found),
-            (self.tag("QBX_Magazine", "none"), "Locate", [], FAILED,
-             failed + "QBX_MagazineProvider" + not_found),
+            (
+                cage,
+                "Upgrade",
+                [("IsPortA", True)],
+                INVALID_PARAMETER,
+                invalid + "QBX_DriveCageProvider:Locate parameter not found: FileName",
+            ),
+            (
+                cage,
+                "Upgrade",
+                [("FileName", "/nowhere")],
+                INVALID_PARAMETER,
+                invalid + "QBX_DriveCageProvider:Locate parameter not found: IsPortA",
+            ),
+            (
+                magazine,
+                "SetLoopState",
+                [("IsPortA", True)],
+                INVALID_PARAMETER,
+                invalid + "QBX_MagazineProvider:SetLoopState parameter not found: IsOnloop",
+            ),
+            (
+                card,
+                "Locate",
+                [("LocateTimer", 1)],
+                INVALID_PARAMETER,
+                invalid + "QBX_FCALCardProvider:Locate parameter not found: Port",
+            ),
+            (
+                dc3,
+                "Locate",
+                [("LocateTimer", 1), ("Port", 0)],
+                NOT_SUPPORTED,
+                "CIM_ERR_NOT_SUPPORTED: QBX_FCALCardProvider does not support invokeMethod.",
+            ),
+            (
+                self.tag(cage[0], "none"),
+                "Locate",
+                [],
+                FAILED,
+                failed + "QBX_DriveCageProvider" + not_found,
+            ),
+            (
+                self.tag(card[0], "none"),
+                "Locate",
+                [("Port", 0)],
+                FAILED,
+                failed + "QBX_FCALCardProvider" + not_found,
+            ),
+            (
+                self.tag("QBX_Magazine", "none"),
+                "Locate",
+                [],
+                FAILED,
+                failed + "QBX_MagazineProvider" + not_found,
+            ),
         ):
             with self.subTest(path=path, method=method, parameters=parameters):
                 self.assertRefused(code, text, self.client.invoke, path, method, parameters)
 
     def test_a_location_changes_and_survives_a_restart(self):
         cage = next(each for each in self.array.cages if each.values["Location"].isalpha())
-        self.addCleanup(lambda: self.client_class(self.server).set(cage.path, "Location",
-                                                                   cage.values["Location"]))
+        self.addCleanup(
+            lambda: self.client_class(self.server).set(
+                cage.path, "Location", cage.values["Location"]
+            )
+        )
         for location in (self.client.hard_text, "Küche"):
             self.client.set(cage.path, "Location", location)
             self.eventually(cage.path, "Location", location)
         self.server.restart()
-        self.assertEqual(self.client_class(self.server).get(cage.path),
-                         self.values({**cage.values, "Location": "Küche"}))
+        self.assertEqual(
+            self.client_class(self.server).get(cage.path),
+            self.values({**cage.values, "Location": "Küche"}),
+        )
 
     def test_a_changed_array_file_shows(self):
         contents = json.loads(self.server.array.read_text())
@@ -341,14 +439,26 @@ class Acting(WireTest):
 
     def test_only_the_location_may_change(self):
         cage = self.array.cages[1]
-        self.assertRefused(INVALID_PARAMETER, "CIM_ERR_INVALID_PARAMETER: Invalid parameter: ElementName",
-                           self.client.set, cage.path, "ElementName", "x")
-        self.assertRefused(INVALID_PARAMETER, None, self.client.send_back, cage.path, "Location", "x")
+        self.assertRefused(
+            INVALID_PARAMETER,
+            "CIM_ERR_INVALID_PARAMETER: Invalid parameter: ElementName",
+            self.client.set,
+            cage.path,
+            "ElementName",
+            "x",
+        )
+        self.assertRefused(
+            INVALID_PARAMETER, None, self.client.send_back, cage.path, "Location", "x"
+        )
         magazine = self.array.magazines[0]
         self.assertRefused(
             NOT_SUPPORTED,
             "CIM_ERR_NOT_SUPPORTED: QBX_MagazineProvider does not support modifyInstance.",
-            self.client.set, magazine.path, "ElementName", "x")
+            self.client.set,
+            magazine.path,
+            "ElementName",
+            "x",
+        )
         self.assertEqual(self.client.get(cage.path), self.values(cage.values))
         self.assertEqual(self.client.get(magazine.path), self.values(magazine.values))
 
@@ -359,8 +469,10 @@ class Topology(WireTest):
     def sides(self, name):
         """For each end of an association: {path: [paths at the other end]}, both roles."""
         first, second, pairs = self.array.associations[name]
-        for here, there, turned in ((first, second, pairs),
-                                    (second, first, [(b, a) for a, b in pairs])):
+        for here, there, turned in (
+            (first, second, pairs),
+            (second, first, [(b, a) for a, b in pairs]),
+        ):
             ends = {}
             for one, other in turned:
                 ends.setdefault(self.client.shown_path(one), (one, []))[1].append(other)
@@ -375,8 +487,10 @@ class Topology(WireTest):
                 for path, expected in ends:
                     with self.subTest(association=name, path=path):
                         narrowed = {"association": name, "role": here, "result_role": there}
-                        self.assertEqual(sorted(self.client.associator_names(path, **narrowed)),
-                                         self.shown_paths(expected))
+                        self.assertEqual(
+                            sorted(self.client.associator_names(path, **narrowed)),
+                            self.shown_paths(expected),
+                        )
 
     def test_without_filters_all_neighbours_come(self):
         everything = {}
@@ -386,8 +500,9 @@ class Topology(WireTest):
                     everything.setdefault(str(here), (here, []))[1].append(there)
         for path, expected in everything.values():
             with self.subTest(path=path):
-                self.assertEqual(sorted(self.client.associator_names(path)),
-                                 self.shown_paths(expected))
+                self.assertEqual(
+                    sorted(self.client.associator_names(path)), self.shown_paths(expected)
+                )
 
     def test_references_name_both_ends(self):
         for name, (first, second, pairs) in self.array.associations.items():
@@ -398,8 +513,10 @@ class Topology(WireTest):
                     expected.setdefault(str(end), (end, []))[1].append((name, keys))
             for path, links in expected.values():
                 with self.subTest(association=name, path=path):
-                    self.assertEqual(sorted(self.client.reference_names(path, result=name)),
-                                     self.shown_paths(links))
+                    self.assertEqual(
+                        sorted(self.client.reference_names(path, result=name)),
+                        self.shown_paths(links),
+                    )
 
     def test_association_instances_are_listed_and_fetched(self):
         for name, (first, second, pairs) in self.array.associations.items():
@@ -407,8 +524,9 @@ class Topology(WireTest):
                 links = [(name, {first: one, second: other}) for one, other in pairs]
                 self.assertEqual(sorted(self.client.names(name)), self.shown_paths(links))
                 expected = [(self.client.shown_path(link), self.values(link[1])) for link in links]
-                self.assertEqual(sorted(self.client.instances(name), key=str),
-                                 sorted(expected, key=str))
+                self.assertEqual(
+                    sorted(self.client.instances(name), key=str), sorted(expected, key=str)
+                )
                 self.assertEqual(self.client.get(links[0]), self.values(links[0][1]))
 
     def test_associators_bring_the_elements_themselves(self):
@@ -433,13 +551,20 @@ class Topology(WireTest):
         for name in CAGES + ["QBX_Magazine"]:
             path = (name, {"CreationClassName": name, "Tag": "none"})
             with self.subTest(name):
-                self.assertEqual(self.client.associator_names(path, result="CIM_PhysicalPackage",
-                                                              association="CIM_PackageInChassis"), [])
+                self.assertEqual(
+                    self.client.associator_names(
+                        path, result="CIM_PhysicalPackage", association="CIM_PackageInChassis"
+                    ),
+                    [],
+                )
 
     def test_filters_of_other_classes_leave_nothing(self):
         cage = self.array.elements("QBX_DriveCageDC2Family")[0].path
-        for narrowed in ({"role": "PartComponent", "association": "QBX_MagazineInDriveCage"},
-                         {"result_role": "GroupComponent", "association": "QBX_MagazineInDriveCage"},
-                         {"role": "Owner"}, {"result": "QBX_StorageSystem"}):
+        for narrowed in (
+            {"role": "PartComponent", "association": "QBX_MagazineInDriveCage"},
+            {"result_role": "GroupComponent", "association": "QBX_MagazineInDriveCage"},
+            {"role": "Owner"},
+            {"result": "QBX_StorageSystem"},
+        ):
             with self.subTest(narrowed):
                 self.assertEqual(self.client.associator_names(cage, **narrowed), [])

@@ -65,9 +65,20 @@ class Wbemcli:
         """The lines that wbemcli prints. `path` is a path or a text."""
         target = path if isinstance(path, str) else self.path_text(path)
         done = subprocess.run(
-            ["wbemcli", operation, "-nl", *options, f"{self.base}/{namespace}:{target}", *arguments],
-            stdin=subprocess.DEVNULL, capture_output=True, timeout=300, check=False,
-            env=dict(os.environ, LC_ALL="C.UTF-8"))
+            [
+                "wbemcli",
+                operation,
+                "-nl",
+                *options,
+                f"{self.base}/{namespace}:{target}",
+                *arguments,
+            ],
+            stdin=subprocess.DEVNULL,
+            capture_output=True,
+            timeout=300,
+            check=False,
+            env=dict(os.environ, LC_ALL="C.UTF-8"),
+        )
         output, error = (each.decode("utf-8", "replace") for each in (done.stdout, done.stderr))
         if done.returncode != 0 or "* wbemcli:" in error:
             match = re.search(r"\* wbemcli: (?:Cim: \((\d+)\) )?(.*?)\s*\*?\s*$", error, re.DOTALL)
@@ -106,15 +117,19 @@ class Wbemcli:
         return [word for option, value in given if value for word in (option, value)]
 
     def associator_names(self, path, **narrowed):
-        return [self._without_host(line)
-                for line in self.run("ain", path, options=self._narrowed(**narrowed))]
+        return [
+            self._without_host(line)
+            for line in self.run("ain", path, options=self._narrowed(**narrowed))
+        ]
 
     def associators(self, path, **narrowed):
         return self._instances(self.run("ai", path, options=self._narrowed(**narrowed)))
 
     def reference_names(self, path, **narrowed):
-        return [self._without_host(line)
-                for line in self.run("rin", path, options=self._narrowed(**narrowed))]
+        return [
+            self._without_host(line)
+            for line in self.run("rin", path, options=self._narrowed(**narrowed))
+        ]
 
     def references(self, path, **narrowed):
         return self._instances(self.run("ri", path, options=self._narrowed(**narrowed)))
@@ -141,13 +156,16 @@ class Pywbem:
     """The Python client pywbem. Values are Python values."""
 
     name = "pywbem"
-    hard_text = "Room 2, <&> \"rack\"  7'"
+    hard_text = 'Room 2, <&> "rack"  7\''
 
     def __init__(self, server, user="admin", password=None):
         import pywbem
+
         self.pywbem = pywbem
         password = USERS.get(user, "") if password is None else password
-        self.connection = pywbem.WBEMConnection(server.url, (user, password), NAMESPACE, timeout=300)
+        self.connection = pywbem.WBEMConnection(
+            server.url, (user, password), NAMESPACE, timeout=300
+        )
 
     # -- what it gives ------------------------------------------------------------------------
 
@@ -166,7 +184,10 @@ class Pywbem:
         if isinstance(value, list):
             return [self._value(each) for each in value]
         if isinstance(value, self.pywbem.CIMInstanceName):
-            return (value.classname, {key: self._value(each) for key, each in value.keybindings.items()})
+            return (
+                value.classname,
+                {key: self._value(each) for key, each in value.keybindings.items()},
+            )
         if isinstance(value, self.pywbem.CIMInt):
             return int(value)
         return value
@@ -177,12 +198,20 @@ class Pywbem:
     def _name(self, path):
         name, keys = path
         return self.pywbem.CIMInstanceName(
-            name, {key: self._name(value) if isinstance(value, tuple) else value
-                   for key, value in keys.items()}, namespace=NAMESPACE)
+            name,
+            {
+                key: self._name(value) if isinstance(value, tuple) else value
+                for key, value in keys.items()
+            },
+            namespace=NAMESPACE,
+        )
 
     def _values(self, instance):
-        return {prop.name: self.shown(self._value(prop.value)) for prop in instance.properties.values()
-                if prop.value is not None}
+        return {
+            prop.name: self.shown(self._value(prop.value))
+            for prop in instance.properties.values()
+            if prop.value is not None
+        }
 
     def ask(self, operation, *arguments, **named):
         """Calls an operation of the connection."""
@@ -199,36 +228,52 @@ class Pywbem:
         return [self._path(each) for each in self.ask("EnumerateInstanceNames", class_name)]
 
     def instances(self, class_name):
-        return [(self._path(each.path), self._values(each))
-                for each in self.ask("EnumerateInstances", class_name)]
+        return [
+            (self._path(each.path), self._values(each))
+            for each in self.ask("EnumerateInstances", class_name)
+        ]
 
     def get(self, path, properties=None):
         return self._values(self.ask("GetInstance", self._name(path), PropertyList=properties))
 
     def _narrowed(self, association=None, result=None, role=None, result_role=None):
-        given = {"AssocClass": association, "ResultClass": result, "Role": role,
-                 "ResultRole": result_role}
+        given = {
+            "AssocClass": association,
+            "ResultClass": result,
+            "Role": role,
+            "ResultRole": result_role,
+        }
         return {name: value for name, value in given.items() if value}
 
     def associator_names(self, path, **narrowed):
-        return [self._path(each) for each in
-                self.ask("AssociatorNames", self._name(path), **self._narrowed(**narrowed))]
+        return [
+            self._path(each)
+            for each in self.ask("AssociatorNames", self._name(path), **self._narrowed(**narrowed))
+        ]
 
     def associators(self, path, **narrowed):
-        return [(self._path(each.path), self._values(each)) for each in
-                self.ask("Associators", self._name(path), **self._narrowed(**narrowed))]
+        return [
+            (self._path(each.path), self._values(each))
+            for each in self.ask("Associators", self._name(path), **self._narrowed(**narrowed))
+        ]
 
     def reference_names(self, path, **narrowed):
-        return [self._path(each) for each in
-                self.ask("ReferenceNames", self._name(path), **self._narrowed(**narrowed))]
+        return [
+            self._path(each)
+            for each in self.ask("ReferenceNames", self._name(path), **self._narrowed(**narrowed))
+        ]
 
     def references(self, path, **narrowed):
-        return [(self._path(each.path), self._values(each)) for each in
-                self.ask("References", self._name(path), **self._narrowed(**narrowed))]
+        return [
+            (self._path(each.path), self._values(each))
+            for each in self.ask("References", self._name(path), **self._narrowed(**narrowed))
+        ]
 
     def invoke(self, path, method, parameters):
-        typed = [(name, self.pywbem.Uint16(value) if type(value) is int else value)
-                 for name, value in parameters]
+        typed = [
+            (name, self.pywbem.Uint16(value) if type(value) is int else value)
+            for name, value in parameters
+        ]
         value, _ = self.ask("InvokeMethod", method, self._name(path), Params=typed)
         return int(value)
 

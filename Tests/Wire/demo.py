@@ -40,9 +40,12 @@ class Tour:
             operation()
             self.show(asked, ["(an answer, though it should have been refused)"], False)
         except Refused as refusal:
-            self.show(asked, [f"refused, code {refusal.code}: {refusal.text}"],
-                      (refusal.code, refusal.text) == (code, text) or
-                      (code == 401 and refusal.code == code))
+            self.show(
+                asked,
+                [f"refused, code {refusal.code}: {refusal.text}"],
+                (refusal.code, refusal.text) == (code, text)
+                or (code == 401 and refusal.code == code),
+            )
 
 
 def target(path):
@@ -77,36 +80,73 @@ def ask_both(tour, server, array):
 
         expected = sorted(client.shown_path(each.path) for each in array.cages)
         came = sorted(client.names("QBX_DriveCage"))
-        tour.show(say("ein", "QBX_DriveCage"),
-                  [each if command_line else f"{each[0]}  {dict(each[1])['Tag']}" for each in came],
-                  came == expected)
+        tour.show(
+            say("ein", "QBX_DriveCage"),
+            [each if command_line else f"{each[0]}  {dict(each[1])['Tag']}" for each in came],
+            came == expected,
+        )
 
         instances = client.instances("QBX_DriveCage")
-        wanted = {client.shown_path(each.path): {name: client.shown(value)
-                                                 for name, value in each.values.items()}
-                  for each in array.cages}
-        tour.show(say("ei", "QBX_DriveCage"),
-                  [f"{values['Tag']}: {values['ElementName']}, type {values['CageType']}, "
-                   f"{values.get('Location')}" for _, values in instances],
-                  dict(instances) == wanted and len(instances) == len(wanted))
+        wanted = {
+            client.shown_path(each.path): {
+                name: client.shown(value) for name, value in each.values.items()
+            }
+            for each in array.cages
+        }
+        tour.show(
+            say("ei", "QBX_DriveCage"),
+            [
+                f"{values['Tag']}: {values['ElementName']}, type {values['CageType']}, "
+                f"{values.get('Location')}"
+                for _, values in instances
+            ],
+            dict(instances) == wanted and len(instances) == len(wanted),
+        )
 
         values = client.get(cage.path)
-        tour.show(say("gi", Wbemcli.path_text(cage.path)),
-                  chosen(values, ("Name", "Model", "SerialNumber", "Location", "OperationalStatus",
-                                  "FirmwareVersion", "LocateON")),
-                  values == wanted[client.shown_path(cage.path)])
+        tour.show(
+            say("gi", Wbemcli.path_text(cage.path)),
+            chosen(
+                values,
+                (
+                    "Name",
+                    "Model",
+                    "SerialNumber",
+                    "Location",
+                    "OperationalStatus",
+                    "FirmwareVersion",
+                    "LocateON",
+                ),
+            ),
+            values == wanted[client.shown_path(cage.path)],
+        )
 
-        tour.refused(say("ein", "QBX_Disk") + "   (no such class)", lambda: client.names("QBX_Disk"),
-                     5, "CIM_ERR_INVALID_CLASS: QBX_Disk")
-        tour.refused(say("gi", Wbemcli.path_text(nothing)) + "   (no such cage)", lambda: client.get(nothing),
-                     6, "CIM_ERR_NOT_FOUND: QBX_DriveCageProvider CIM Object not found.cage99")
+        tour.refused(
+            say("ein", "QBX_Disk") + "   (no such class)",
+            lambda: client.names("QBX_Disk"),
+            5,
+            "CIM_ERR_INVALID_CLASS: QBX_Disk",
+        )
+        tour.refused(
+            say("gi", Wbemcli.path_text(nothing)) + "   (no such cage)",
+            lambda: client.get(nothing),
+            6,
+            "CIM_ERR_NOT_FOUND: QBX_DriveCageProvider CIM Object not found.cage99",
+        )
         stranger = kind(server, "stranger")
-        tour.refused(say("ein", "QBX_DriveCage") + "   (a user that the array does not know)",
-                     lambda: stranger.names("QBX_DriveCage"), 2,
-                     "CIM_ERR_ACCESS_DENIED: Insufficient privilege for the user")
+        tour.refused(
+            say("ein", "QBX_DriveCage") + "   (a user that the array does not know)",
+            lambda: stranger.names("QBX_DriveCage"),
+            2,
+            "CIM_ERR_ACCESS_DENIED: Insufficient privilege for the user",
+        )
         wrong = kind(server, "admin", "wrong")
-        tour.refused(say("ein", "QBX_DriveCage") + "   (a wrong password)",
-                     lambda: wrong.names("QBX_DriveCage"), 401, None)
+        tour.refused(
+            say("ein", "QBX_DriveCage") + "   (a wrong password)",
+            lambda: wrong.names("QBX_DriveCage"),
+            401,
+            None,
+        )
 
 
 def act(tour, server, array):
@@ -117,20 +157,30 @@ def act(tour, server, array):
     name = target(Wbemcli.path_text(cage.path))
     result = client.invoke(cage.path, "Locate", [("LocateTimer", 2)])
     seen = client.get(cage.path)["LocateON"]
-    tour.show(f"wbemcli cm {name} Locate.LocateTimer=2",
-              [f"returned {result}", f"LocateON = {seen}"], (result, seen) == (0, "TRUE"))
+    tour.show(
+        f"wbemcli cm {name} Locate.LocateTimer=2",
+        [f"returned {result}", f"LocateON = {seen}"],
+        (result, seen) == (0, "TRUE"),
+    )
     time.sleep(3)
     seen = client.get(cage.path)["LocateON"]
-    tour.show(f"wbemcli gp {name} LocateON   (3 seconds later)", [f"LocateON = {seen}"],
-              seen == "FALSE")
+    tour.show(
+        f"wbemcli gp {name} LocateON   (3 seconds later)", [f"LocateON = {seen}"], seen == "FALSE"
+    )
     client.set(cage.path, "Location", "Room 2 rack 7")
     seen = client.get(cage.path)["Location"]
-    tour.show(f"wbemcli sp {name} 'Location=Room 2 rack 7'", [f"Location = {seen}"],
-              seen == '"Room 2 rack 7"')
+    tour.show(
+        f"wbemcli sp {name} 'Location=Room 2 rack 7'",
+        [f"Location = {seen}"],
+        seen == '"Room 2 rack 7"',
+    )
     viewer = Wbemcli(server, "viewer")
-    tour.refused(f"wbemcli cm {name} Locate   (a user who may only look)",
-                 lambda: viewer.invoke(cage.path, "Locate", []), 2,
-                 "CIM_ERR_ACCESS_DENIED: Insufficient generic privilege")
+    tour.refused(
+        f"wbemcli cm {name} Locate   (a user who may only look)",
+        lambda: viewer.invoke(cage.path, "Locate", []),
+        2,
+        "CIM_ERR_ACCESS_DENIED: Insufficient generic privilege",
+    )
 
 
 def walk(tour, server, array):
@@ -141,10 +191,12 @@ def walk(tour, server, array):
     lines, reached = [package], 0
     for cage in sorted(client.associator_names(package, association="QBX_SysCageContainer")):
         lines.append(f"+- {cage}")
-        inside = client.associator_names(cage, role="GroupComponent",
-                                         association="QBX_InterfaceCardInDriveCage")
-        inside += client.associator_names(cage, role="GroupComponent",
-                                          association="QBX_MagazineInDriveCage")
+        inside = client.associator_names(
+            cage, role="GroupComponent", association="QBX_InterfaceCardInDriveCage"
+        )
+        inside += client.associator_names(
+            cage, role="GroupComponent", association="QBX_MagazineInDriveCage"
+        )
         inside += client.associator_names(cage, association="QBX_SensorInDriveCage")
         reached += 1 + len(inside)
         by_class = {}
@@ -156,14 +208,20 @@ def walk(tour, server, array):
             lines.append(f"|  +- {name}: {', '.join(sorted(tags))}")
     known = {client.path_text(each.path) for each in array.cages}
     expected = len(known) + sum(
-        1 for name in ("QBX_InterfaceCardInDriveCage", "QBX_MagazineInDriveCage")
-        for cage, _ in array.associations[name][2] if client.path_text(cage) in known)
+        1
+        for name in ("QBX_InterfaceCardInDriveCage", "QBX_MagazineInDriveCage")
+        for cage, _ in array.associations[name][2]
+        if client.path_text(cage) in known
+    )
     expected += len(array.associations["QBX_SensorInDriveCage"][2])
     print("\n$ wbemcli ain, again and again")
     for each in lines:
         print(f"  {each}")
-    tour.show("(counted)", [f"{reached} elements reached; the array file has {expected}"],
-              reached == expected)
+    tour.show(
+        "(counted)",
+        [f"{reached} elements reached; the array file has {expected}"],
+        reached == expected,
+    )
 
 
 def main():

@@ -1,5 +1,6 @@
 """Runs the tests of a module, or says why they cannot run (exit status 77: skipped)."""
 
+import importlib.util
 import os
 import shutil
 import sys
@@ -18,9 +19,6 @@ def main(needs_wbemcli=False, needs_pywbem=False):
         sys.exit("QBX_BUILD must name the build folder whose server is to be tested")
     if needs_wbemcli and not shutil.which("wbemcli"):
         skip("wbemcli is not installed (./qbx setup)")
-    if needs_pywbem:
-        try:
-            import pywbem  # noqa: F401
-        except ImportError:
-            skip("pywbem is not installed (./qbx setup, where pip can reach it)")
+    if needs_pywbem and not importlib.util.find_spec("pywbem"):
+        skip("pywbem is not installed (./qbx setup, where pip can reach it)")
     unittest.main(verbosity=1)

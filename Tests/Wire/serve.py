@@ -26,15 +26,20 @@ def main():
     except StartError as error:
         sys.exit(f"qbx serve: {error}")
     server = subprocess.Popen(
-        command(options.build, users, options.port), stdout=subprocess.PIPE, text=True,
-        env=environment(options.array.resolve(), options.state / "state.json"))
+        command(options.build, users, options.port),
+        stdout=subprocess.PIPE,
+        text=True,
+        env=environment(options.array.resolve(), options.state / "state.json"),
+    )
     for signum in (signal.SIGINT, signal.SIGTERM):
         signal.signal(signum, lambda *_: server.terminate())
     for line in server.stdout:
         if line.startswith("ready:"):
             login = "" if options.no_auth else "admin:admin@"
             url = line.split()[1].replace("://", f"://{login}")
-            known = "" if options.no_auth else f"   (users, each his own password: {', '.join(USERS)})"
+            known = (
+                "" if options.no_auth else f"   (users, each his own password: {', '.join(USERS)})"
+            )
             print(f"ready: wbemcli ein '{url}:QBX_DriveCage'{known}", flush=True)
         else:
             print(line, end="", flush=True)

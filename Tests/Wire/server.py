@@ -36,8 +36,13 @@ def password_file(build, folder):
     """Writes a password file for USERS and returns its path."""
     lines = []
     for user, password in USERS.items():
-        hashed = subprocess.run([program(build), "--hash-password"], input=password + "\n", text=True,
-                                capture_output=True, check=False)
+        hashed = subprocess.run(
+            [program(build), "--hash-password"],
+            input=password + "\n",
+            text=True,
+            capture_output=True,
+            check=False,
+        )
         if hashed.returncode != 0:
             raise StartError(f"--hash-password: {hashed.stderr.strip()}")
         lines.append(f"{user}:{hashed.stdout.strip()}\n")
@@ -50,9 +55,15 @@ def password_file(build, folder):
 def command(build, users, port):
     """The server's command line; `users` None: no authentication."""
     return [
-        program(build), "--schema", f"{NAMESPACE}={SCHEMA / 'qbx.mof'}",
-        "--schema", f"root/interop={SCHEMA / 'registration.mof'}",
-        "--provider-dir", pathlib.Path(build) / "lib", "--port", str(port),
+        program(build),
+        "--schema",
+        f"{NAMESPACE}={SCHEMA / 'qbx.mof'}",
+        "--schema",
+        f"root/interop={SCHEMA / 'registration.mof'}",
+        "--provider-dir",
+        pathlib.Path(build) / "lib",
+        "--port",
+        str(port),
     ] + (["--users", users] if users else ["--no-auth"])
 
 
@@ -94,9 +105,13 @@ class Server:
         with open(self.output, "ab") as log:
             self.process = subprocess.Popen(
                 [*command(self.build, self.users, self.port), *self.options],
-                stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=log, text=True,
+                stdin=subprocess.DEVNULL,
+                stdout=subprocess.PIPE,
+                stderr=log,
+                text=True,
                 cwd=self.folder,
-                env=environment(self.array, self.folder / "state.json", self.log))
+                env=environment(self.array, self.folder / "state.json", self.log),
+            )
         # A thread reads, so that a server that says nothing can be given up on.
         ready, lines = threading.Event(), []
 
@@ -113,7 +128,9 @@ class Server:
         match = re.search(r"^ready: (http://[^/]+)/", "".join(lines), re.MULTILINE)
         if not match:
             self.stop()
-            raise StartError("the server did not get ready: " + "".join(lines) + self.output.read_text())
+            raise StartError(
+                "the server did not get ready: " + "".join(lines) + self.output.read_text()
+            )
         self.url = match.group(1)
         self.port = int(self.url.rpartition(":")[2])
 

@@ -15,19 +15,27 @@ GOOD_BODY = """<?xml version="1.0" encoding="utf-8" ?>
 <NAMESPACE NAME="qbx"/></LOCALNAMESPACEPATH><IPARAMVALUE NAME="ClassName">
 <CLASSNAME NAME="QBX_DriveCage"/></IPARAMVALUE></IMETHODCALL></SIMPLEREQ></MESSAGE></CIM>"""
 GOOD_HEADERS = {
-    "Host": "localhost", "Content-Type": 'application/xml; charset="utf-8"', "Authorization": LOGIN,
-    "CIMOperation": "MethodCall", "CIMMethod": "EnumerateInstanceNames",
-    "CIMObject": NAMESPACE.replace("/", "%2F"), "Connection": "close",
+    "Host": "localhost",
+    "Content-Type": 'application/xml; charset="utf-8"',
+    "Authorization": LOGIN,
+    "CIMOperation": "MethodCall",
+    "CIMMethod": "EnumerateInstanceNames",
+    "CIMObject": NAMESPACE.replace("/", "%2F"),
+    "Connection": "close",
 }
 
 
 def request(body=GOOD_BODY, verb="POST", path="/cimom", version="HTTP/1.1", drop=(), **headers):
     """The bytes of a request that differs from a good one in what is given."""
     content = body if isinstance(body, bytes) else body.encode()
-    lines = {**GOOD_HEADERS, "Content-Length": str(len(content)),
-             **{name.replace("_", "-"): value for name, value in headers.items()}}
+    lines = {
+        **GOOD_HEADERS,
+        "Content-Length": str(len(content)),
+        **{name.replace("_", "-"): value for name, value in headers.items()},
+    }
     text = f"{verb} {path} {version}\r\n" + "".join(
-        f"{name}: {value}\r\n" for name, value in lines.items() if name not in drop)
+        f"{name}: {value}\r\n" for name, value in lines.items() if name not in drop
+    )
     return text.encode() + b"\r\n" + content
 
 
@@ -41,7 +49,9 @@ class Protocol(unittest.TestCase):
 
     def send(self, data, seconds=30, half_close=False):
         """All that the server answers until it closes the connection."""
-        with socket.create_connection(("127.0.0.1", self.server.port), timeout=seconds) as connection:
+        with socket.create_connection(
+            ("127.0.0.1", self.server.port), timeout=seconds
+        ) as connection:
             answer = b""
             try:
                 connection.sendall(data)
@@ -75,26 +85,30 @@ class Protocol(unittest.TestCase):
             "empty": "",
             "an unknown entity": GOOD_BODY.replace("QBX_DriveCage", "&who;"),
             "a document type": GOOD_BODY.replace(
-                "<CIM ", '<!DOCTYPE CIM [<!ENTITY a "aaaa">]><CIM ', 1),
+                "<CIM ", '<!DOCTYPE CIM [<!ENTITY a "aaaa">]><CIM ', 1
+            ),
             "an external entity": GOOD_BODY.replace(
-                "<CIM ", '<!DOCTYPE CIM [<!ENTITY a SYSTEM "file:///etc/passwd">]><CIM ', 1)
-                .replace("QBX_DriveCage", "&a;"),
+                "<CIM ", '<!DOCTYPE CIM [<!ENTITY a SYSTEM "file:///etc/passwd">]><CIM ', 1
+            ).replace("QBX_DriveCage", "&a;"),
             "no UTF-8": GOOD_BODY.encode().replace(b"QBX_DriveCage", b"QBX_\xff\xfe"),
             "another root": GOOD_BODY.replace("<CIM ", "<CAT ").replace("</CIM>", "</CAT>"),
             "an unknown element": GOOD_BODY.replace("<SIMPLEREQ>", "<SIMPLEREQ><WHAT/>"),
-            "no namespace": GOOD_BODY.replace('<NAMESPACE NAME="root"/>', "")
-                .replace('<NAMESPACE NAME="qbx"/>', ""),
+            "no namespace": GOOD_BODY.replace('<NAMESPACE NAME="root"/>', "").replace(
+                '<NAMESPACE NAME="qbx"/>', ""
+            ),
             "a bad class name": GOOD_BODY.replace("QBX_DriveCage", "1 2"),
-            "depth": "<?xml version=\"1.0\"?>" + "<a>" * 20000,
+            "depth": '<?xml version="1.0"?>' + "<a>" * 20000,
         }.items():
             with self.subTest(name):
                 self.assertEqual(self.status(request(body)), 400)
 
     def test_versions(self):
-        self.assertEqual(self.status(request(GOOD_BODY.replace('CIMVERSION="2.0"', 'CIMVERSION="1.0"'))),
-                         501)
-        self.assertEqual(self.status(request(GOOD_BODY.replace('DTDVERSION="2.0"', 'DTDVERSION="3.0"'))),
-                         501)
+        self.assertEqual(
+            self.status(request(GOOD_BODY.replace('CIMVERSION="2.0"', 'CIMVERSION="1.0"'))), 501
+        )
+        self.assertEqual(
+            self.status(request(GOOD_BODY.replace('DTDVERSION="2.0"', 'DTDVERSION="3.0"'))), 501
+        )
 
     def test_header_faults(self):
         for name, data in {
@@ -118,7 +132,8 @@ class Protocol(unittest.TestCase):
             "no base64": request(Authorization="Basic %%%"),
             "no colon": request(Authorization="Basic " + base64.b64encode(b"admin").decode()),
             "a wrong password": request(
-                Authorization="Basic " + base64.b64encode(b"admin:nimda").decode()),
+                Authorization="Basic " + base64.b64encode(b"admin:nimda").decode()
+            ),
         }.items():
             with self.subTest(name):
                 answer = self.send(data)
@@ -148,15 +163,20 @@ class Protocol(unittest.TestCase):
 
     def test_too_much(self):
         too_long = 1 << 30
-        head = request(body="").replace(b"Content-Length: 0", f"Content-Length: {too_long}".encode())
+        head = request(body="").replace(
+            b"Content-Length: 0", f"Content-Length: {too_long}".encode()
+        )
         status = self.status(head, half_close=True)
         self.assertTrue(status is None or status >= 400, status)
         status = self.status(request(**{"X_Long": "x" * (4 << 20)}))
         self.assertTrue(status is None or status >= 400, status)
 
     def test_an_unknown_operation(self):
-        answer = self.send(request(GOOD_BODY.replace("EnumerateInstanceNames", "Frobnicate"),
-                                   CIMMethod="Frobnicate"))
+        answer = self.send(
+            request(
+                GOOD_BODY.replace("EnumerateInstanceNames", "Frobnicate"), CIMMethod="Frobnicate"
+            )
+        )
         self.assertIn(b'<ERROR CODE="7"', answer)
 
     def test_many_connections_that_say_nothing(self):

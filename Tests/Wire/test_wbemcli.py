@@ -36,18 +36,27 @@ class Particular(battery.WireTest):
 
     def test_one_property(self):
         cage = self.array.cages[0]
-        self.assertEqual(self.client.run("gp", cage.path, "Position"),
-                         [str(cage.values["Position"])])
+        self.assertEqual(
+            self.client.run("gp", cage.path, "Position"), [str(cage.values["Position"])]
+        )
 
     def test_another_namespace(self):
-        self.assertRefused(battery.INVALID_NAMESPACE, "CIM_ERR_INVALID_NAMESPACE: root/nope",
-                           self.client.run, "ein", "QBX_DriveCage", namespace="root/nope")
+        self.assertRefused(
+            battery.INVALID_NAMESPACE,
+            "CIM_ERR_INVALID_NAMESPACE: root/nope",
+            self.client.run,
+            "ein",
+            "QBX_DriveCage",
+            namespace="root/nope",
+        )
 
 
 # The battery is run through the classes above, not on its own.
 def load_tests(loader, _tests, _pattern):
-    return unittest.TestSuite(loader.loadTestsFromTestCase(each)
-                              for each in (Reading, Access, Topology, Particular, Acting))
+    return unittest.TestSuite(
+        loader.loadTestsFromTestCase(each)
+        for each in (Reading, Access, Topology, Particular, Acting)
+    )
 
 
 if __name__ == "__main__":
