@@ -108,10 +108,12 @@ std::string lineOf(const std::string& provider, const std::string& key, const Te
 
     const std::size_t name = line.find('*');
     if (name != std::string::npos) line.replace(name, 1, provider);
+    std::size_t from = 0;
     for (const std::string& argument : arguments) {
-        const std::size_t place = line.find("%s");
-        if (place == std::string::npos) throw std::logic_error("too many arguments: " + key);
-        line.replace(place, 2, argument);
+        from = line.find("%s", from);
+        if (from == std::string::npos) throw std::logic_error("too many arguments: " + key);
+        line.replace(from, 2, argument);
+        from += argument.size();
     }
     return (key.back() == '!' ? "2: " : "4: ") + line;
 }
