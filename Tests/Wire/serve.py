@@ -1,12 +1,19 @@
 """Runs the embedded server in the foreground: what `./qbx serve` calls."""
 
 import argparse
+import ctypes
 import pathlib
 import signal
 import subprocess
 import sys
 
 from server import SAMPLE_ARRAY, StartError, USERS, command, environment, password_file
+
+
+def array_is_good(build, array):
+    """Whether the simulated array can serve the file; if not it has said why on standard error."""
+    library = ctypes.CDLL(str(pathlib.Path(build) / "lib" / "libqbxapi.so"))
+    return library.qbxsim_loadFile(str(array).encode()) == 0
 
 
 def main():
@@ -19,6 +26,9 @@ def main():
     options = parser.parse_args()
     if not options.array.is_file():
         sys.exit(f"qbx serve: no such array file: {options.array}")
+
+    if not array_is_good(options.build, options.array.resolve()):
+        sys.exit("qbx serve: the array file cannot be served")
 
     options.state.mkdir(parents=True, exist_ok=True)
     try:
