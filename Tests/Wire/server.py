@@ -26,7 +26,7 @@ class StartError(Exception):
 
 
 def program(build):
-    path = pathlib.Path(build) / "bin" / "qbx-cimserver"
+    path = pathlib.Path(build).resolve() / "bin" / "qbx-cimserver"
     if not path.exists():
         raise StartError(f"{path} is missing: build the project first")
     return path
@@ -61,7 +61,7 @@ def command(build, users, port):
         "--schema",
         f"root/interop={SCHEMA / 'registration.mof'}",
         "--provider-dir",
-        pathlib.Path(build) / "lib",
+        pathlib.Path(build).resolve() / "lib",
         "--port",
         str(port),
     ] + (["--users", users] if users else ["--no-auth"])
