@@ -8,7 +8,8 @@
 namespace Pegasus
 {
 
-enum CIMStatusCode
+// With a type, so that a number that is no code is still a value to report.
+enum CIMStatusCode : Sint32
 {
     CIM_ERR_SUCCESS = 0,
     CIM_ERR_FAILED = 1,

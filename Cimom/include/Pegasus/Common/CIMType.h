@@ -7,7 +7,8 @@
 namespace Pegasus
 {
 
-enum CIMType
+// With a type, so that a number that is no type can be told from one.
+enum CIMType : Sint32
 {
     CIMTYPE_BOOLEAN,
     CIMTYPE_UINT8,
