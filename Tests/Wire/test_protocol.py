@@ -1,6 +1,7 @@
 """Requests that no good client sends: each gets an answer of its own, and the server goes on."""
 
 import base64
+from concurrent import futures
 import os
 import socket
 import unittest
@@ -183,6 +184,30 @@ class Protocol(unittest.TestCase):
         idle = [socket.create_connection(("127.0.0.1", self.server.port)) for _ in range(50)]
         self.addCleanup(lambda: [each.close() for each in idle])
         self.assertEqual(self.status(request()), 200)
+
+    def test_many_clients_at_once_get_the_same(self):
+        """Everything there is, and the way from a card to its cage, which asks the server itself."""
+        everything = GOOD_BODY.replace("EnumerateInstanceNames", "EnumerateInstances").replace(
+            "QBX_DriveCage", "CIM_ManagedElement"
+        )
+        upcall = GOOD_BODY.replace("EnumerateInstanceNames", "Associators").replace(
+            """<IPARAMVALUE NAME="ClassName">
+<CLASSNAME NAME="QBX_DriveCage"/></IPARAMVALUE>""",
+            """<IPARAMVALUE NAME="ObjectName"><INSTANCENAME CLASSNAME="QBX_CageInterfaceCardDC1Family">
+<KEYBINDING NAME="CreationClassName"><KEYVALUE>QBX_CageInterfaceCardDC1Family</KEYVALUE></KEYBINDING>
+<KEYBINDING NAME="Tag"><KEYVALUE>card1-0</KEYVALUE></KEYBINDING></INSTANCENAME></IPARAMVALUE>""",
+        )
+        for data, marker in (
+            (request(everything, CIMMethod="EnumerateInstances"), b"<VALUE.NAMEDINSTANCE"),
+            (
+                request(upcall, CIMMethod="Associators"),
+                b'<INSTANCE CLASSNAME="QBX_DriveCageDC1Family"',
+            ),
+        ):
+            with self.subTest(marker), futures.ThreadPoolExecutor(24) as pool:
+                answers = list(pool.map(lambda _: self.send(data, seconds=120), range(72)))
+                self.assertIn(marker, answers[0])
+                self.assertEqual(len(set(answers)), 1)
 
 
 if __name__ == "__main__":
