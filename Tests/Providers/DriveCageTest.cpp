@@ -237,6 +237,8 @@ TEST_F(DriveCageTest, GetInstanceMatchesTheWholePath)
         {pathOf(dc2, {{"Tag", "cage 1"}}), "6 QBX_DriveCageProvider CIM Object not found.cage 1"},
         {pathOf(dc2, {{"CreationClassName", dc2}, {"Tag", ""}}),
          "6 QBX_DriveCageProvider CIM Object not found."},
+        {pathOf(dc2, {{"Tag", "first"}, {"TAG", "last"}}),
+         "6 QBX_DriveCageProvider CIM Object not found.first"},
         {pathOf(dc2, {{"CreationClassName", dc2}}), "4 QBX_DriveCageProvider Tag key not found."},
         {pathOf("QBX_Disk", {{"Tag", "x"}}), "7 QBX_DriveCageProvider Invalid class nameQBX_Disk"},
     };
@@ -255,7 +257,8 @@ TEST_F(DriveCageTest, MethodsByTheirParameters)
     const std::string noFile = "4 QBX_DriveCageProvider:Locate parameter not found: FileName";
     const std::string noPort = "4 QBX_DriveCageProvider:Locate parameter not found: IsPortA";
     expectMethods(
-        pathOf("QBX_DriveCageDC1Family", {{"Tag", "cage0"}}), "api_findCageName_Cached(cage0)",
+        pathOf("QBX_DriveCageDC1Family", {{"Tag", "first"}, {"TAG", "cage0"}}),
+        "api_findCageName_Cached(cage0)",
         {
             {"timer", "Locate", parameters({{"LocateTimer", Uint16(65535)}}), done,
              "api_locateCage(cage0, 65535)"},
@@ -348,6 +351,37 @@ TEST_F(DriveCageTest, OnlyTheLocationCanBeModified)
             EXPECT_EQ(calls[calls.size() - 2], "cim_sem_post()") << "written outside the semaphore";
             EXPECT_EQ(api.log(4).back(), "<--QBX_DriveCageProvider::modifyInstance()\n");
         }
+    }
+}
+
+TEST_F(DriveCageTest, AModificationNeedsItsPrivilegeAndItsCage)
+{
+    const CIMObjectPath path = pathOf("QBX_DriveCage", {{"Tag", "x"}});
+    const std::string notFound =
+        "1 QBX_DriveCageProvider::modifyInstance()  Device not found with Tag=x";
+    const struct
+    {
+        const char* failing;
+        int status;
+        std::string thrown;
+        std::string lastCall;
+    } cases[] = {
+        {"api_authorizeCIMUser", 1, "2 Insufficient generic privilege", ""},
+        {"api_authorizeCIMUser", 2, "2 Insufficient generic privilege", ""},
+        {"api_authorizeCIMUser", 3, "7 Does not support in generic!", ""},
+        {"api_authorizeCIMUser", -1, "7 Does not support in generic!", ""},
+        {"cim_sem_wait", 1, notFound, "cim_sem_wait()"},
+        {"api_findCageName_Cached", 1, notFound, "cim_sem_post()"},
+    };
+    for (const auto& row : cases) {
+        api.status = {{row.failing, row.status}};
+        api.events.clear();
+        EXPECT_EQ(modify({}, CIMPropertyList(), path), row.thrown);
+        const Texts calls = api.calls();
+        EXPECT_EQ(calls.at(1), "api_authorizeCIMUser(joe, qbx_drivecage.modifyinstance)");
+        EXPECT_EQ(calls.back(), row.lastCall.empty() ? calls[1] : row.lastCall);
+        EXPECT_EQ(api.log(4).front(), "-->QBX_DriveCageProvider::modifyInstance()\n");
+        EXPECT_NE(api.log(4).back(), "<--QBX_DriveCageProvider::modifyInstance()\n");
     }
 }
 
