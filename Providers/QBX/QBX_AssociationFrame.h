@@ -193,6 +193,16 @@ public:
         trace(_traces.associators.frame.exit);
     }
 
+    /// The provider's _getInstanceNames.
+    Array<CIMObjectPath> instanceNames()
+    {
+        trace(_traces.getInstanceNames.entry);
+        const Array<CIMObjectPath> paths =
+            pathsOf(_provider._getInstances(false, false, CIMPropertyList()));
+        trace(_traces.getInstanceNames.exit);
+        return paths;
+    }
+
 private:
     template <class Handler, class Build>
     void enumerate(const Traces& traces, const OperationContext& context, Handler& handler,

@@ -242,10 +242,7 @@ Array<CIMInstance> QBX_FCALCardInDriveCageProvider::_getInstances(
 
 Array<CIMObjectPath> QBX_FCALCardInDriveCageProvider::_getInstanceNames()
 {
-    trace(TRACES.getInstanceNames.entry);
-    const Array<CIMObjectPath> paths = pathsOf(_getInstances(false, false, CIMPropertyList()));
-    trace(TRACES.getInstanceNames.exit);
-    return paths;
+    return _frame().instanceNames();
 }
 
 Array<CIMInstance> QBX_FCALCardInDriveCageProvider::_getRelatedInstances(

@@ -241,10 +241,7 @@ Array<CIMInstance> QBX_MagazineInDriveCageProvider::_getInstances(
 
 Array<CIMObjectPath> QBX_MagazineInDriveCageProvider::_getInstanceNames()
 {
-    trace(TRACES.getInstanceNames.entry);
-    const Array<CIMObjectPath> paths = pathsOf(_getInstances(false, false, CIMPropertyList()));
-    trace(TRACES.getInstanceNames.exit);
-    return paths;
+    return _frame().instanceNames();
 }
 
 Array<CIMInstance> QBX_MagazineInDriveCageProvider::_getRelatedInstances(

@@ -252,10 +252,7 @@ Array<CIMInstance> QBX_SensorInDriveCageProvider::_getInstances(Boolean includeQ
 
 Array<CIMObjectPath> QBX_SensorInDriveCageProvider::_getInstanceNames()
 {
-    trace(TRACES.getInstanceNames.entry);
-    const Array<CIMObjectPath> paths = pathsOf(_getInstances(false, false, CIMPropertyList()));
-    trace(TRACES.getInstanceNames.exit);
-    return paths;
+    return _frame().instanceNames();
 }
 
 Array<CIMInstance> QBX_SensorInDriveCageProvider::_getRelatedInstances(

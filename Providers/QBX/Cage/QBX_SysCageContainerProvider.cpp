@@ -250,10 +250,7 @@ Array<CIMInstance> QBX_SysCageContainerProvider::_getInstances(Boolean includeQu
 
 Array<CIMObjectPath> QBX_SysCageContainerProvider::_getInstanceNames()
 {
-    trace(TRACES.getInstanceNames.entry);
-    const Array<CIMObjectPath> paths = pathsOf(_getInstances(false, false, CIMPropertyList()));
-    trace(TRACES.getInstanceNames.exit);
-    return paths;
+    return _frame().instanceNames();
 }
 
 Array<CIMInstance> QBX_SysCageContainerProvider::_getRelatedInstances(
