@@ -2,6 +2,7 @@
 #ifndef QBX_Common_h
 #define QBX_Common_h
 
+#include "QBX_Authorization.h"
 #include "QBX_Constants.h"
 
 #include <Pegasus/Common/Config.h>

@@ -60,7 +60,8 @@ int RecordingApi::call(const std::string& operation, const std::string& argument
 {
     const std::lock_guard<std::recursive_mutex> guard(lock);
     events.push_back(operation + "(" + arguments + ")");
-    const auto found = status.find(operation);
+    auto found = status.find(events.back());
+    if (found == status.end()) found = status.find(operation);
     return found == status.end() ? 0 : found->second;
 }
 

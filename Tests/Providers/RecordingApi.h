@@ -28,7 +28,8 @@ struct RecordingApi
     std::string cageNameOfFCAL;
 
     // ---- How it behaves ----
-    /// Status by operation; 0 where none is given. "cim_sem_wait" counts as an operation.
+    /// Status by call ("api_locateCage(cage0, 5)") or by operation; 0 where none is given.
+    /// "cim_sem_wait" counts as an operation.
     std::map<std::string, int> status;
     /// A failing list query leaves its records behind, as the array's library may.
     bool failingQueryLeavesRecords = false;
