@@ -1,0 +1,104 @@
+"""The example module, as its author would build it: from the installed toolkit, outside the tree."""
+
+import json
+import os
+import pathlib
+import shutil
+import subprocess
+import tempfile
+import unittest
+
+import run
+from clients import Refused, Wbemcli
+from server import ROOT, SAMPLE_ARRAY, Server
+
+SOURCES = ROOT / "Examples" / "Node"
+SANITIZE = [f"-fsanitize={os.environ['QBX_SANITIZE']}"] if os.environ.get("QBX_SANITIZE") else []
+FLAGS = ["-Wall", "-Wextra", "-Wpedantic", "-Werror", *SANITIZE]
+
+
+def must(*command, **variables):
+    """Runs a command and returns its output; fails with its output when it fails."""
+    done = subprocess.run(
+        [str(word) for word in command],
+        stdin=subprocess.DEVNULL,
+        stdout=subprocess.PIPE,
+        stderr=subprocess.STDOUT,
+        text=True,
+        check=False,
+        env=dict(os.environ, **variables),
+    )
+    if done.returncode != 0:
+        raise AssertionError(f"{command}: exit status {done.returncode}\n{done.stdout}")
+    return done.stdout
+
+
+def cmake(*arguments):
+    return must(os.environ["QBX_CMAKE"], *arguments)
+
+
+class InstalledToolkit(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.folder = pathlib.Path(tempfile.mkdtemp(prefix="qbx-example-"))
+        cls.addClassCleanup(shutil.rmtree, cls.folder, ignore_errors=True)
+        cls.prefix = cls.folder / "prefix"
+        for component in ("toolkit", "standin"):
+            cls.install(component)
+
+    @classmethod
+    def install(cls, component, prefix=None):
+        cmake("--install", os.environ["QBX_BUILD"], "--prefix", prefix or cls.prefix,
+              "--component", component)
+
+    def configure(self, build, prefix, *options):
+        return cmake("-G", "Ninja", "-S", SOURCES, "-B", build, f"-DCMAKE_PREFIX_PATH={prefix}",
+                     f"-DCMAKE_CXX_COMPILER={os.environ['QBX_CXX']}",
+                     f"-DCMAKE_CXX_FLAGS={' '.join(FLAGS)}", *options)
+
+    def test_cmake_package_builds_a_module_that_the_server_serves(self):
+        build = self.folder / "cmake"
+        self.configure(build, self.prefix)
+        cmake("--build", build)
+        array = json.loads(SAMPLE_ARRAY.read_text())
+        system = array["storageArray"]
+        options = ("--provider-dir", build,
+                   "--schema", f"root/qbx={SOURCES / 'QBX_ExampleNode.mof'}",
+                   "--schema", f"root/interop={SOURCES / 'registration.mof'}")
+        with Server(self.prefix, *options) as server:
+            client = Wbemcli(server)
+            path = f'QBX_ExampleNode.CreationClassName="QBX_ExampleNode",Tag="{system["name"]}"'
+            self.assertEqual(client.names("qbx_examplenode"), [path])
+            node = client.get(path)
+            self.assertEqual(node["ElementName"], f'"{system["elementName"]}"')
+            self.assertEqual(node["NetworkAddress"], f'"{array["nodeIPaddress"]}"')
+            self.assertEqual(node["QuadPort"], "TRUE" if system["isQuadPort"] else "FALSE")
+            self.assertEqual([(path, node)], client.instances("QBX_ExampleNode"))
+            with self.assertRaisesRegex(Refused, "Insufficient privilege for the user"):
+                Wbemcli(server, "blocked").names("QBX_ExampleNode")
+
+    def test_pkg_config_builds_the_same_module(self):
+        if not shutil.which("pkg-config"):
+            self.skipTest("pkg-config is not installed (./qbx setup)")
+        words = must("pkg-config", "--cflags", "--libs", "qbx-common",
+                     PKG_CONFIG_PATH=str(next(self.prefix.rglob("pkgconfig"))))
+        module = self.folder / "module.so"
+        no_undefined = [] if SANITIZE else ["-Wl,--no-undefined"]
+        must(os.environ["QBX_CXX"], "-std=c++17", *FLAGS, "-shared", "-fPIC", "-fvisibility=hidden",
+             SOURCES / "QBX_ExampleNodeProvider.cpp", "-o", module, *no_undefined, *words.split())
+        exported = must("nm", "--dynamic", "--defined-only", "--extern-only", module)
+        self.assertIn(" T PegasusCreateProvider", exported)
+        self.assertNotIn("QBX_Common", exported, "what the toolkit defines stays inside the module")
+
+    def test_what_is_missing_is_said(self):
+        bare = self.folder / "bare"
+        self.install("toolkit", bare)
+        with self.assertRaisesRegex(AssertionError, "set QBX_STORAGE_API"):
+            self.configure(self.folder / "no-api", bare)
+        library = next(self.prefix.rglob("libqbxapi.so"))
+        with self.assertRaisesRegex(AssertionError, "install the\\s+component 'standin' too"):
+            self.configure(self.folder / "no-cim", bare, f"-DQBX_STORAGE_API={library}")
+
+
+if __name__ == "__main__":
+    run.main(needs_wbemcli=True)

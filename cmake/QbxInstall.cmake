@@ -1,0 +1,88 @@
+# What `cmake --install` installs, by component:
+#   module   the provider module, its schema and its registration
+#   toolkit  QBX_Common for other provider modules: library, headers, CMake and pkg-config package
+#   standin  the embedded object manager and the simulated array, with their data
+# The toolkit needs a CIM library: of the stand-in, or of OpenPegasus, whichever it was built with.
+include(CMakePackageConfigHelpers)
+
+set(toolkit_include ${CMAKE_INSTALL_INCLUDEDIR}/qbx)
+set(cimom_include ${CMAKE_INSTALL_INCLUDEDIR}/qbx-cimom)
+set(toolkit_cmake ${CMAKE_INSTALL_LIBDIR}/cmake/QBXCommon)
+set(toolkit_pkgconfig ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+set(schema_data ${CMAKE_INSTALL_DATADIR}/qbx/schema)
+set(schema_source ${PROJECT_SOURCE_DIR}/Schema)
+
+# A template of this folder, as a file of the build folder.
+function(qbx_configure_file name)
+  configure_file(${PROJECT_SOURCE_DIR}/cmake/${name}.in ${PROJECT_BINARY_DIR}/package/${name} @ONLY)
+endfunction()
+
+# ---- module ----
+
+install(TARGETS QBX_DriveCageProvider LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT module)
+# A server that carries the DMTF schema must not load the first four.
+set(standin_schema ${schema_source}/qbx.mof ${schema_source}/qualifiers.mof ${schema_source}/base.mof
+  ${schema_source}/system-instances.mof)
+file(GLOB module_schema CONFIGURE_DEPENDS ${schema_source}/*.mof)
+list(REMOVE_ITEM module_schema ${standin_schema})
+install(FILES ${module_schema} DESTINATION ${schema_data} COMPONENT module)
+
+# ---- toolkit ----
+
+target_include_directories(QBX_Common INTERFACE $<INSTALL_INTERFACE:${toolkit_include}>)
+install(TARGETS QBX_Common EXPORT QBXCommonTargets
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT toolkit)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/Providers/QBX/ DESTINATION ${toolkit_include} COMPONENT toolkit
+  FILES_MATCHING PATTERN "*.h" PATTERN Cage EXCLUDE)
+install(FILES ${PROJECT_SOURCE_DIR}/StorageApi/include/qbxapi.h
+  DESTINATION ${toolkit_include} COMPONENT toolkit)
+
+install(EXPORT QBXCommonTargets NAMESPACE QBX:: DESTINATION ${toolkit_cmake} COMPONENT toolkit)
+configure_package_config_file(${PROJECT_SOURCE_DIR}/cmake/QBXCommonConfig.cmake.in
+  ${PROJECT_BINARY_DIR}/package/QBXCommonConfig.cmake INSTALL_DESTINATION ${toolkit_cmake})
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/package/QBXCommonConfigVersion.cmake
+  COMPATIBILITY SameMinorVersion)
+install(FILES
+  ${PROJECT_BINARY_DIR}/package/QBXCommonConfig.cmake
+  ${PROJECT_BINARY_DIR}/package/QBXCommonConfigVersion.cmake
+  ${PROJECT_SOURCE_DIR}/cmake/QbxPegasus.cmake
+  DESTINATION ${toolkit_cmake} COMPONENT toolkit)
+
+file(RELATIVE_PATH pkgconfig_to_prefix /prefix/${toolkit_pkgconfig} /prefix)
+string(REGEX REPLACE "/$" "" pkgconfig_to_prefix "${pkgconfig_to_prefix}")
+if(QBX_CIM STREQUAL "embedded")
+  set(pkgconfig_requires qbx-cimom)
+else()
+  set(pkgconfig_variables "pegasus_root=${PEGASUS_ROOT}\npegasus_home=${PEGASUS_HOME}\n")
+  set(pkgconfig_cim_cflags "-isystem \${pegasus_root}/src -DPEGASUS_PLATFORM_LINUX_X86_64_GNU")
+  set(pkgconfig_cim_libs "-L\${pegasus_home}/lib -lpegclient -lpegprovider -lpegcommon")
+endif()
+qbx_configure_file(qbx-common.pc)
+install(FILES ${PROJECT_BINARY_DIR}/package/qbx-common.pc DESTINATION ${toolkit_pkgconfig} COMPONENT toolkit)
+
+# ---- standin ----
+
+if(QBX_STORAGE_API STREQUAL "simulator")
+  set(simulator ${PROJECT_SOURCE_DIR}/StorageApi/simulator)
+  install(TARGETS qbxapi LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT standin)
+  install(FILES ${simulator}/sample-array.json ${simulator}/sample-firmware.json
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/qbx COMPONENT standin)
+endif()
+
+if(QBX_CIM STREQUAL "embedded")
+  target_include_directories(cimom INTERFACE $<INSTALL_INTERFACE:${cimom_include}>)
+  install(TARGETS cimom EXPORT QBXCimomTargets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT standin)
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/Cimom/include/ DESTINATION ${cimom_include} COMPONENT standin)
+  install(EXPORT QBXCimomTargets NAMESPACE QBX:: DESTINATION ${toolkit_cmake} COMPONENT standin)
+  qbx_configure_file(qbx-cimom.pc)
+  install(FILES ${PROJECT_BINARY_DIR}/package/qbx-cimom.pc
+    DESTINATION ${toolkit_pkgconfig} COMPONENT standin)
+
+  file(RELATIVE_PATH bin_to_lib /prefix/${CMAKE_INSTALL_BINDIR} /prefix/${CMAKE_INSTALL_LIBDIR})
+  set_target_properties(qbx-cimserver PROPERTIES INSTALL_RPATH "$ORIGIN/${bin_to_lib}")
+  install(TARGETS qbx-cimserver RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT standin)
+  install(FILES ${PROJECT_SOURCE_DIR}/Cimom/Broker/interop.mof
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/qbx-cimserver COMPONENT standin)
+  install(FILES ${standin_schema} ${module_schema} DESTINATION ${schema_data} COMPONENT standin)
+endif()

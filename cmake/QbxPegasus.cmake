@@ -1,0 +1,20 @@
+# OpenPegasus under a target: qbx_link_pegasus(TARGET). Also installed with the toolkit.
+function(qbx_link_pegasus target)
+  set(PEGASUS_ROOT "$ENV{PEGASUS_ROOT}" CACHE PATH "OpenPegasus source tree (the folder that holds src/)")
+  set(PEGASUS_HOME "$ENV{PEGASUS_HOME}" CACHE PATH "OpenPegasus build (the folder that holds lib/)")
+  foreach(header Common/CIMInstance.h Common/InternalException.h Client/CIMClient.h Common/UintArgs.h)
+    if(NOT EXISTS "${PEGASUS_ROOT}/src/Pegasus/${header}")
+      message(FATAL_ERROR "QBX_CIM=pegasus: ${PEGASUS_ROOT}/src/Pegasus/${header} not found. "
+        "Set PEGASUS_ROOT to an OpenPegasus source tree; an installed SDK lacks some of these headers.")
+    endif()
+  endforeach()
+  foreach(lib pegcommon pegprovider pegclient)
+    find_library(QBX_${lib} ${lib} PATHS ${PEGASUS_HOME}/lib ${PEGASUS_HOME}/lib64 NO_DEFAULT_PATH)
+    if(NOT QBX_${lib})
+      message(FATAL_ERROR "QBX_CIM=pegasus: lib${lib}.so not found below PEGASUS_HOME='${PEGASUS_HOME}'. "
+        "Build OpenPegasus first and set PEGASUS_HOME to the folder that holds its lib/.")
+    endif()
+    target_link_libraries(${target} INTERFACE ${QBX_${lib}})
+  endforeach()
+  target_include_directories(${target} SYSTEM INTERFACE ${PEGASUS_ROOT}/src)
+endfunction()
