@@ -18,7 +18,7 @@ namespace QBX_Frame
 /// The trace lines of one traversal operation.
 struct TraversalTraces
 {
-    Traces frame;
+    Traces frame;            ///< as it begins and ends
     const char* parameters;  ///< what was asked, level 4
     const char* refused;     ///< the parameters cannot have a result, level 2
 };
@@ -30,6 +30,8 @@ struct TraversalTraces
 ///   class for associatorNames, result class for associators.
 struct AssociationTraces
 {
+    ///@{
+    /// The lines of an operation, or of a step that operations share.
     Traces initialize;
     Traces enumerateInstanceNames;
     Traces enumerateInstances;
@@ -43,19 +45,20 @@ struct AssociationTraces
     Traces getInstanceNames;
     Traces getRelatedInstances;      ///< entry %s: class name of the object
     Traces getRelatedInstanceNames;  ///< entry %s: class name of the object
+    ///@}
 };
 
 /// What a client's traversal request may ask of an association.
 struct AssociationScreen
 {
-    /// One end of the association: its role and the classes of the objects that stand there.
+    /// One end of the association.
     struct End
     {
-        const char* role;
-        Array<CIMName> classes;
+        const char* role;        ///< name of the reference property
+        Array<CIMName> classes;  ///< of the objects that stand there
     };
-    End first;
-    End second;
+    End first;                         ///< one end
+    End second;                        ///< the other end
     Array<CIMName> referenceClasses;   ///< result classes of references and referenceNames
     Array<CIMName> associatedClasses;  ///< result classes of associators and associatorNames
 };
@@ -99,11 +102,14 @@ template <class Provider>
 class AssociationFrame
 {
 public:
+    /// Refers to all three; they must outlive it.
     AssociationFrame(Provider& provider, const String& name, const AssociationTraces& traces)
         : _provider(provider), _name(name), _traces(traces)
     {
     }
 
+    ///@{
+    /// The operation of the CIM interfaces, for the user that the context names.
     void enumerateInstanceNames(const OperationContext& context, ObjectPathResponseHandler& handler)
     {
         enumerate(_traces.enumerateInstanceNames, context, handler,
@@ -192,6 +198,7 @@ public:
                                                     includeClassOrigin, propertyList));
         trace(_traces.associators.frame.exit);
     }
+    ///@}
 
     /// The provider's _getInstanceNames.
     Array<CIMObjectPath> instanceNames()

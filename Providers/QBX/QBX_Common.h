@@ -43,9 +43,11 @@ public:
     /// qualifiers and class origins.
     static CIMInstance buildInstanceSkeleton(CIMClass& cimClass);
 
+    ///@{
     /// Each form replaces the value of the named property (case ignored). A property that the
     /// instance lacks is skipped silently, so that one list of properties serves every subclass of
-    /// a family. Throws TypeMismatchException when the property is of another type.
+    /// a family. Throws TypeMismatchException when the property is of another type. The form for a
+    /// C string is deleted, because it would silently become the boolean TRUE: write String("...").
     static void setPropertyValue(CIMInstance&, CIMName name, const CIMInstance& value);
     static void setPropertyValue(CIMInstance&, CIMName name, const CIMDateTime& value);
     static void setPropertyValue(CIMInstance&, CIMName name, const CIMObjectPath& value);
@@ -62,8 +64,8 @@ public:
     static void setPropertyValue(CIMInstance&, CIMName name, const Uint8& value);
     static void setPropertyValue(CIMInstance&, CIMName name, const bool& value);
     static void setPropertyValue(CIMInstance&, CIMName name, const String& value);
-    /// A C string would silently become the boolean TRUE: write String("...").
     static void setPropertyValue(CIMInstance&, CIMName name, const char* value) = delete;
+    ///@}
 
     /// Sets the named property to the null value of a scalar type; absent properties are skipped.
     static void setPropertyValueToNull(CIMInstance&, CIMName name, CIMType type);
@@ -78,6 +80,7 @@ public:
     /// empty or the instance uninitialized. TypeMismatchException when it is no string.
     static String getStringProperty(const CIMInstance& instance, const String& propertyName);
 
+    ///@{
     /// Each form reads the method parameter of that name (case ignored) into `out`.
     /// Returns QBX_PARAMETER_READ (0) when it was read; QBX_PARAMETER_MISSING (3) when it is
     /// missing or has only null values (`out` is unchanged); QBX_PARAMETER_READ_AFTER_NULL (4) when
@@ -94,6 +97,7 @@ public:
     static int getParameter(const Array<CIMParamValue>&, const String& name, CIMObjectPath& out);
     static int getParameter(const Array<CIMParamValue>&, const String& name, Array<String>& out);
     static int getParameter(const Array<CIMParamValue>&, const String& name, Array<Uint16>& out);
+    ///@}
 
     // ---- Identity of the storage system ----
 
@@ -111,6 +115,7 @@ public:
     /// The network address of the system's node; empty when the array gives none in five tries.
     static String getSystemAddress();
 
+    ///@{
     /// Each of the three returns the path of the first instance that the CIM server knows of the
     /// class, with the storage system's host and namespace "root/qbx"; an empty path when there is
     /// none. Asks through a local client connection and, if that fails, through the handle. Never
@@ -118,6 +123,7 @@ public:
     static CIMObjectPath getSystemPkgObjectPath(CIMOMHandle&);
     static CIMObjectPath getSystemObjectPath(CIMOMHandle&);
     static CIMObjectPath getSystemViewObjectPath(CIMOMHandle&);
+    ///@}
 
     /// The instance names of a class, read through a local client connection.
     static Array<CIMObjectPath> enumerateInstanceNames(const CIMNamespaceName&, const CIMName&);
@@ -151,8 +157,9 @@ public:
                                         const CIMObjectPath& third, const String& host,
                                         String nameSpace);
 
-    /// The instance of an association, its path set, both reference properties filled. A role that
-    /// the class lacks is skipped silently.
+    ///@{
+    /// The instance of an association, its path set, its reference properties filled. A role that
+    /// the class lacks is skipped silently. The forms are those of buildAssocPath().
     static CIMInstance buildAssocInstance(const CIMName& assocClass, const String& firstRole,
                                           const String& secondRole, const CIMObjectPath& first,
                                           const CIMObjectPath& second, CIMClass& cimClass,
@@ -167,6 +174,7 @@ public:
                                           const CIMObjectPath& first, const CIMObjectPath& second,
                                           const CIMObjectPath& third, CIMClass& cimClass,
                                           const String& host, String nameSpace);
+    ///@}
 };
 
 }  // namespace Pegasus

@@ -18,6 +18,7 @@
 
 namespace Pegasus
 {
+/// The steps that every operation of every provider is made of.
 namespace QBX_Frame
 {
 
@@ -30,8 +31,8 @@ inline const char* c_str(const CString& text)
 /// The lines that an operation writes as it begins and as it ends.
 struct Traces
 {
-    const char* entry;
-    const char* exit;
+    const char* entry;  ///< before anything else
+    const char* exit;   ///< after the results; never when the operation throws
 };
 
 /// Writes a line without arguments at trace level.
@@ -89,13 +90,12 @@ Uint32 findMatch(const Array<CIMInstance>& instances, const CIMObjectPath& path)
 void deliverMatch(InstanceResponseHandler& handler, const Array<CIMInstance>& instances,
                   const CIMObjectPath& path, const String& provider, const String& identifier);
 
-/// A provider of elements: its name, the classes it serves in the order they are tested, and the
-/// key that tells its elements apart.
+/// A provider of elements: its name, the classes it serves, and what tells its elements apart.
 struct Elements
 {
-    const String& provider;
-    Array<CIMName> classes;
-    const char* key;
+    const String& provider;  ///< begins every message
+    Array<CIMName> classes;  ///< in the order they are tested
+    const char* key;         ///< name of the key that a path must have
 };
 
 /// enumerateInstances or enumerateInstanceNames of a provider of elements; `build` returns all

@@ -11,6 +11,7 @@
 
 namespace Pegasus
 {
+/// Reading what the Storage-system API delivers.
 namespace QBX_Records
 {
 
@@ -36,14 +37,18 @@ template <class List, class Record, Record* List::*Records>
 class RecordList
 {
 public:
+    /// A list query of the API.
     using Query = int (*)(int, List*);
 
+    /// Makes the query.
     explicit RecordList(Query query) : _status(underSemaphore([&] { return query(0, &_list); })) {}
     ~RecordList() { std::free(_list.*Records); }
     RecordList(const RecordList&) = delete;
     RecordList& operator=(const RecordList&) = delete;
 
+    /// The first record.
     const Record* begin() const { return _list.*Records; }
+    /// The end of the records.
     const Record* end() const { return begin() + size(); }
 
 private:
@@ -53,10 +58,13 @@ private:
     int _status;
 };
 
+///@{
+/// A list of that query's records.
 using CageList = RecordList<api_CageList_t, api_Cage_t, &api_CageList_t::cages>;
 using CagePSList = RecordList<api_CagePSList_t, api_CagePS_t, &api_CagePSList_t::cages>;
 using MagazineList = RecordList<api_MagazineList_t, api_Magazine_t, &api_MagazineList_t::mags>;
 using FCALList = RecordList<api_FCALList_t, api_FCAL_t, &api_FCALList_t::fcals>;
+///@}
 
 /// The text of at most `size` bytes up to the first NUL. A byte that is not part of valid UTF-8
 /// reads as U+FFFD, because one bad record must not hide the rest of the array.
@@ -75,7 +83,8 @@ inline Uint16 publishedCageType(jb_type_e type)
     return static_cast<Uint16>(type == JB_JBOD ? JB_KBOD : type);
 }
 
-// What the records of a cage's elements have in common, under one name each.
+///@{
+/// The type of the cage that the record belongs to.
 inline jb_type_e cageType(const api_Cage_t& cage)
 {
     return cage.type;
@@ -92,6 +101,9 @@ inline jb_type_e cageType(const api_FCAL_t& card)
 {
     return card.cageType;
 }
+///@}
+
+///@{
 /// False for a magazine slot that holds no magazine; its record counts nowhere.
 inline bool isPresent(const api_Cage_t&)
 {
@@ -105,7 +117,9 @@ inline bool isPresent(const api_FCAL_t&)
 {
     return true;
 }
+///@}
 
+///@{
 /// The name of a cage, by either list.
 inline String cageName(const api_Cage_t& cage)
 {
@@ -115,6 +129,7 @@ inline String cageName(const api_CagePS_t& cage)
 {
     return text(cage.name);
 }
+///@}
 
 /// True for the cage types that carry sensors.
 inline bool carriesSensors(jb_type_e type)
@@ -122,6 +137,7 @@ inline bool carriesSensors(jb_type_e type)
     return type == JB_LBOD || type == JB_MBOD;
 }
 
+///@{
 /// Calls `visit(sensor, index)` for each sensor of a cage that is not empty, in order, until it
 /// returns false; the index counts the empty places too. The count is the array's word and is not
 /// clamped. Returns false when `visit` ended the walk.
@@ -147,6 +163,7 @@ bool forEachSensor(const api_CagePS_t& cage, Visit&& visit)
 {
     return forEachSensor(cage.sensors, cage.sensCount, visit);
 }
+///@}
 
 }  // namespace QBX_Records
 }  // namespace Pegasus
