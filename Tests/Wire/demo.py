@@ -2,15 +2,19 @@
 what was asked and what came. Exit status 0 when every answer was the expected one."""
 
 import argparse
+import json
 import shutil
 import sys
 import time
 
-from arrayfile import Array
+from arrayfile import CODES, Array
 from clients import Pywbem, Refused, Wbemcli
-from server import Server, StartError
+from server import SAMPLE_FIRMWARE, Server, StartError
 
 MAX_LINES = 12
+CARDS = ["QBX_CageInterfaceCard"] + [
+    f"QBX_CageInterfaceCard{family}Family" for family in ("DC1", "DC2", "DC3")
+]
 METHODS = {"ein": "EnumerateInstanceNames", "ei": "EnumerateInstances", "gi": "GetInstance"}
 
 
@@ -149,35 +153,73 @@ def ask_both(tour, server, array):
         )
 
 
-def act(tour, server, array):
-    """A method and a change, with their effect."""
+def list_others(tour, server, array):
+    """The other element classes."""
     client = Wbemcli(server)
-    tour.title("Acting on a cage")
-    cage = next(each for each in array.cages if not each.values["LocateON"])
-    name = target(Wbemcli.path_text(cage.path))
-    result = client.invoke(cage.path, "Locate", [("LocateTimer", 2)])
-    seen = client.get(cage.path)["LocateON"]
-    tour.show(
-        f"wbemcli cm {name} Locate.LocateTimer=2",
-        [f"returned {result}", f"LocateON = {seen}"],
-        (result, seen) == (0, "TRUE"),
-    )
-    time.sleep(3)
-    seen = client.get(cage.path)["LocateON"]
-    tour.show(
-        f"wbemcli gp {name} LocateON   (3 seconds later)", [f"LocateON = {seen}"], seen == "FALSE"
-    )
-    client.set(cage.path, "Location", "Room 2 rack 7")
-    seen = client.get(cage.path)["Location"]
-    tour.show(
-        f"wbemcli sp {name} 'Location=Room 2 rack 7'",
-        [f"Location = {seen}"],
-        seen == '"Room 2 rack 7"',
-    )
+    tour.title("Magazines, interface cards and sensors")
+    for class_names in (["QBX_Magazine"], CARDS, ["QBX_CageSensor"]):
+        got = client.names(class_names[0])
+        expected = [
+            client.path_text(each.path) for name in class_names for each in array.elements(name)
+        ]
+        tour.show(f"wbemcli ein $U:{class_names[0]}", sorted(got), sorted(got) == sorted(expected))
+
+
+def act(tour, server, array):
+    """Every method and the one change, each with its effect."""
+    client = Wbemcli(server)
+    tour.title("Acting on the hardware")
+
+    def watch(path, asked, result, expected, properties):
+        """Shows a question, what it returned, and what the properties are now."""
+        values = client.get(path)
+        wanted = {name: client.shown(value) for name, value in properties.items()}
+        tour.show(
+            asked,
+            ([] if result is None else [f"returned {result}"]) + chosen(values, wanted),
+            result == expected and all(values[name] == wanted[name] for name in wanted),
+        )
+
+    def call(path, method, parameters, expected, properties, note=""):
+        listed = ",".join(f"{name}={client.shown(value)}" for name, value in parameters)
+        asked = f"wbemcli cm {target(client.path_text(path))} '{method}.{listed}'{note}"
+        watch(path, asked, client.invoke(path, method, parameters), expected, properties)
+
+    first = array.elements("QBX_DriveCageDC2Family")[0]
+    cage, version = first.path, first.values["FirmwareVersion"]
+    name = target(client.path_text(cage))
+    call(cage, "Locate", [("LocateTimer", 5)], 0, {"LocateON": True})
+    deadline = time.monotonic() + 60
+    while client.get(cage)["LocateON"] != "FALSE" and time.monotonic() < deadline:
+        time.sleep(0.5)
+    later = f"wbemcli gp {name} LocateON   (when the seconds are over)"
+    watch(cage, later, None, None, {"LocateON": False})
+    client.set(cage, "Location", "Room 2 rack 7")
+    location = {"Location": "Room 2 rack 7"}
+    watch(cage, f"wbemcli sp {name} 'Location=Room 2 rack 7'", None, None, location)
+
+    def upgrade(file, expected, then, note=""):
+        parameters = [("FileName", str(file)), ("IsPortA", True)]
+        call(cage, "Upgrade", parameters, expected, {"FirmwareVersion": then}, note)
+
+    missing = CODES["QBXSIM_FIRMWARE_MISSING"]
+    upgrade("/nowhere/firmware.json", missing, version, "   (no such file)")
+    upgrade(SAMPLE_FIRMWARE, 0, json.loads(SAMPLE_FIRMWARE.read_text())["version"])
+
+    magazine = array.elements("QBX_Magazine")[0].path
+    on, off = 1, 2  # the state codes of the simulated array
+    for is_on, state in ((False, off), (True, on)):
+        loop = [("IsOnloop", is_on), ("IsPortA", True)]
+        call(magazine, "SetLoopState", loop, 0, {"StateOnLoopA": state})
+    call(magazine, "Locate", [("LocateTimer", 60)], 0, {"LocateON": True})
+    card = array.elements("QBX_CageInterfaceCardDC2Family")[0].path
+    lights = {"LoopALocateON": [False, True]}
+    call(card, "Locate", [("LocateTimer", 60), ("Port", 1)], 0, lights)
+
     viewer = Wbemcli(server, "viewer")
     tour.refused(
         f"wbemcli cm {name} Locate   (a user who may only look)",
-        lambda: viewer.invoke(cage.path, "Locate", []),
+        lambda: viewer.invoke(cage, "Locate", []),
         2,
         "CIM_ERR_ACCESS_DENIED: Insufficient generic privilege",
     )
@@ -214,11 +256,11 @@ def walk(tour, server, array):
         if client.path_text(cage) in known
     )
     expected += len(array.associations["QBX_SensorInDriveCage"][2])
-    print("\n$ wbemcli ain, again and again")
+    print("\n$ wbemcli ain $U:...   (from each object to the next)")
     for each in lines:
         print(f"  {each}")
     tour.show(
-        "(counted)",
+        "# counted",
         [f"{reached} elements reached; the array file has {expected}"],
         reached == expected,
     )
@@ -237,6 +279,7 @@ def main():
             print(f"Below, U is {Wbemcli(server).base}/root/qbx")
             array = Array(server.array)
             ask_both(tour, server, array)
+            list_others(tour, server, array)
             act(tour, server, array)
             walk(tour, server, array)
     except (StartError, Refused) as error:
