@@ -65,7 +65,7 @@ void requireFile(const fs::path& file, const std::string& option)
 {
     std::error_code error;
     if (fs::is_regular_file(file, error)) return;
-    throw UsageError(option + " " + file.string() + ": no such file");
+    throw UsageError(option + file.string() + ": no such file");
 }
 
 void requireFolders(const std::vector<fs::path>& folders, const std::string& option)
@@ -91,7 +91,7 @@ void check(const ServerOptions& options, bool noAuthentication)
     if (!isHostName(options.http.hostName)) {
         throw UsageError("--host-name \"" + options.http.hostName + "\" is no host name");
     }
-    requireFile(options.interopMof, "--interop-mof");
+    requireFile(options.interopMof, "--interop-mof ");
     for (const SchemaFile& schema : options.schema)
         requireFile(schema.file, "--schema " + schema.nameSpace + "=");
     requireFolders(options.includeFolders, "--include");

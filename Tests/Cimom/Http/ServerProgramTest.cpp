@@ -93,7 +93,7 @@ TEST_F(ServerProgram, WhatIsWrongFillsOneLine)
         {good + "--host-name 'a b'", 2, "--host-name \"a b\" is no host name"},
         {good + "--schema root/t", 2, "--schema root/t: expected NAMESPACE=FILE"},
         {good + "--schema 'a b=x'", 2, "\"a b\" is no namespace name"},
-        {good + "--schema root/t=/none.mof", 2, "/none.mof: no such file"},
+        {good + "--schema root/t=/none.mof", 2, "--schema root/t=/none.mof: no such file"},
         {good + "--interop-mof /none.mof", 2, "--interop-mof /none.mof: no such file"},
         {good + "--provider-dir /none", 2, "--provider-dir /none: no such folder"},
         {good + "--include /none", 2, "--include /none: no such folder"},
