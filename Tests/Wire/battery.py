@@ -4,6 +4,7 @@ import json
 import time
 import unittest
 
+import run  # before clients and server: it says where they are
 from arrayfile import CODES, Array
 from clients import Refused
 from server import SAMPLE_FIRMWARE, StartError, open_server

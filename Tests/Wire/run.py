@@ -2,11 +2,13 @@
 
 import importlib.util
 import os
+import pathlib
 import shutil
 import sys
 import unittest
 
 SKIPPED = 77
+sys.path.append(str(pathlib.Path(__file__).resolve().parents[2] / "Demo"))  # server, clients
 
 
 def skip(reason):

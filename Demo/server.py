@@ -9,7 +9,7 @@ import tempfile
 import threading
 import unittest
 
-ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
+ROOT = pathlib.Path(__file__).resolve().parents[1]
 SCHEMA = ROOT / "Schema"
 SAMPLE_ARRAY = ROOT / "StorageApi" / "simulator" / "sample-array.json"
 SAMPLE_FIRMWARE = SAMPLE_ARRAY.with_name("sample-firmware.json")

@@ -7,9 +7,11 @@ import shutil
 import sys
 import time
 
-from arrayfile import CODES, Array
 from clients import Pywbem, Refused, Wbemcli
-from server import SAMPLE_FIRMWARE, Server, StartError
+from server import ROOT, SAMPLE_FIRMWARE, Server, StartError
+
+sys.path.append(str(ROOT / "Tests" / "Wire"))  # what is to be expected of an array file
+from arrayfile import CODES, Array
 
 MAX_LINES = 12
 CARDS = ["QBX_CageInterfaceCard"] + [
