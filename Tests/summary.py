@@ -1,10 +1,10 @@
 """Says in a few lines how a ctest run ended, from its JUnit file.
 
-  summary.py NAME FILE        "NAME: N passed, N failed, N skipped", the reasons of skipped tests,
-                              and the end of the output of failed ones
-  summary.py --counts FILE    the three numbers alone
+  summary.py NAME FILE
 
-A result file that is missing or empty counts as one failed test.
+The first line is the numbers of passed, failed and skipped tests alone. Then comes "NAME: N passed,
+N failed, N skipped", the reasons of skipped tests, and the end of the output of failed ones. A result
+file that is missing or empty counts as one failed test.
 """
 
 import re
@@ -49,9 +49,7 @@ def main(arguments):
         sys.exit(__doc__)
     name, path = arguments
     passed, failed, skipped = read(path)
-    if name == "--counts":
-        print(len(passed), len(failed), len(skipped))
-        return
+    print(len(passed), len(failed), len(skipped))
     print(f"{name}: {len(passed)} passed, {len(failed)} failed, {len(skipped)} skipped")
     for test, output in skipped:
         print(f"  skipped {test}: {reason(output)}")
