@@ -74,10 +74,7 @@ def values(element):
 
 
 def type_name(element):
-    if element.reference_class:
-        name = f"{element.reference_class} REF"
-    else:
-        name = element.type
+    name = f"{element.reference_class} REF" if element.reference_class else element.type
     return name + ("[]" if element.is_array else "")
 
 
@@ -98,35 +95,25 @@ def keys(classes, name):
     return sorted(found, key=str.lower)
 
 
-def own_properties(classes, name):
-    """The properties that the class itself declares."""
-    return [prop for prop in classes[name].properties.values() if prop.class_origin in (name, None)]
-
-
-def own_methods(classes, name):
-    return [
-        method for method in classes[name].methods.values() if method.class_origin in (name, None)
-    ]
+def own(elements, name):
+    """The properties or methods that the class itself declares."""
+    return [each for each in elements.values() if each.class_origin in (name, None)]
 
 
 def section(classes, name):
     cls = classes[name]
-    lines = [f"## {name}", "", f"{text(cls)}", "", f"Derives from {cls.superclass}."]
+    lines = [f"## {name}", "", text(cls), "", f"Derives from {cls.superclass}."]
     lines.append(f"Keys: {', '.join(keys(classes, name))}.")
     if name in SET_INHERITED:
-        lines += [f"Inherited properties that are set: {SET_INHERITED[name]}."]
+        lines.append(f"Inherited properties that are set: {SET_INHERITED[name]}.")
     lines.append("")
-    properties = own_properties(classes, name)
+    properties = own(cls.properties, name)
     if properties:
         lines += ["| Property | Type | Meaning |", "|---|---|---|"]
         for prop in properties:
-            marks = " May be changed by clients." if qualifier(prop, "Write") else ""
-            meaning = f"{text(prop)}{values(prop)}"
-            if marks and "may change" not in meaning:
-                meaning += marks
-            lines.append(f"| {prop.name} | {type_name(prop)} | {meaning} |")
+            lines.append(f"| {prop.name} | {type_name(prop)} | {text(prop)}{values(prop)} |")
         lines.append("")
-    for method in own_methods(classes, name):
+    for method in own(cls.methods, name):
         parameters = ", ".join(f"{type_name(p)} {p.name}" for p in method.parameters.values())
         lines += [f"`{method.return_type} {method.name}({parameters})`: {text(method)}", ""]
         for parameter in method.parameters.values():
