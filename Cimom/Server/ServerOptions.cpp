@@ -106,7 +106,7 @@ std::optional<ServerOptions> parseCommandLine(int argc, char** argv)
     options.interopMof = defaultInteropMof();
     options.http.hostName = thisHost();
     std::vector<std::string> schema;
-    long timeout = options.http.timeout.count();
+    long timeout = options.http.connections.timeout.count();
     bool noAuthentication = false;
 
     CLI::App app(
@@ -179,14 +179,15 @@ std::optional<ServerOptions> parseCommandLine(int argc, char** argv)
             ->capture_default_str()
             ->group(limitGroup);
     };
-    addLimit("--threads", options.http.threads, "Operations that run at once", 1, 1024);
     addLimit("--max-header", options.http.maxHeader, "Bytes of a request's header", 1024,
              100000000);
     addLimit("--max-body", options.http.maxBody, "Bytes of a request's body", 1024, 1000000000);
-    addLimit("--max-connections", options.http.maxConnections, "Connections at once", 1, 100000);
-    addLimit("--max-connections-per-address", options.http.maxConnectionsPerAddress,
+    ConnectionLimits& connections = options.http.connections;
+    addLimit("--max-connections", connections.most, "Connections at once, each with a thread", 1,
+             100000);
+    addLimit("--max-connections-per-address", connections.mostPerAddress,
              "Connections at once from one address", 1, 100000);
-    addLimit("--timeout", timeout, "Seconds that a request may take to arrive", 1, 86400);
+    addLimit("--timeout", timeout, "Seconds for a request's header, and for its body", 1, 86400);
 
     try {
         app.parse(argc, argv);
@@ -196,7 +197,7 @@ std::optional<ServerOptions> parseCommandLine(int argc, char** argv)
     } catch (const CLI::ParseError& error) {
         throw UsageError(std::string(error.what()) + "; --help lists the options");
     }
-    options.http.timeout = std::chrono::seconds(timeout);
+    options.http.connections.timeout = std::chrono::seconds(timeout);
     for (const std::string& text : schema)
         options.schema.push_back(parseSchema(text));
     check(options, noAuthentication);
