@@ -148,9 +148,6 @@ class Wbemcli:
         """Reads the instance, changes a property and sends the whole instance back."""
         self.run("mi", path, f"{name}={self.shown(value)}")
 
-    def class_names(self):
-        return self.run("ecn", "")
-
 
 class Pywbem:
     """The Python client pywbem. Values are Python values."""
@@ -286,6 +283,3 @@ class Pywbem:
         instance.path = self._name(path)
         instance[name] = value
         self.ask("ModifyInstance", instance)
-
-    def class_names(self):
-        return self.ask("EnumerateClassNames")

@@ -8,16 +8,13 @@ import sys
 import time
 
 from clients import Pywbem, Refused, Wbemcli
-from server import ROOT, SAMPLE_FIRMWARE, Server, StartError
-
-sys.path.append(str(ROOT / "Tests" / "Wire"))  # what is to be expected of an array file
-from arrayfile import CODES, Array
+from server import SAMPLE_FIRMWARE, Server, StartError
 
 MAX_LINES = 12
-CARDS = ["QBX_CageInterfaceCard"] + [
-    f"QBX_CageInterfaceCard{family}Family" for family in ("DC1", "DC2", "DC3")
-]
-METHODS = {"ein": "EnumerateInstanceNames", "ei": "EnumerateInstances", "gi": "GetInstance"}
+FAMILIES = {"JB_JBOD": "DC1", "JB_KBOD": "DC1", "JB_LBOD": "DC2", "JB_MBOD": "DC2", "JB_DC3": "DC3"}
+STATUS = {"API_STATE_OK": 2, "API_STATE_DEGRADED": 3}
+MEANING = {"2": "OK", "3": "degraded"}
+ON_LOOP, OFF_LOOP, FIRMWARE_MISSING = 1, 2, 20  # codes of the simulated array
 
 
 class Tour:
@@ -29,205 +26,220 @@ class Tour:
     def title(self, text):
         print(f"\n== {text}")
 
-    def show(self, asked, lines, is_right):
-        """One question. `lines` are what came, shortened when there are many."""
+    def show(self, asked, lines, is_right, limit=MAX_LINES):
+        """One question. `lines` are what came; of many only the first are shown."""
         print(f"\n$ {asked}")
-        for line in lines[:MAX_LINES]:
+        for line in lines[:limit]:
             print(f"  {line}")
-        if len(lines) > MAX_LINES:
-            print(f"  ... {len(lines) - MAX_LINES} more")
+        if len(lines) > limit:
+            print(f"  ... {len(lines) - limit} more")
         if not is_right:
             self.failures += 1
             print("  ^^^^ not what was expected")
 
-    def refused(self, asked, operation, code, text):
-        """A question that must be refused with this code and text."""
+    def refused(self, asked, operation, code, text=None):
+        """A question that must be refused with this code, and text."""
         try:
             operation()
             self.show(asked, ["(an answer, though it should have been refused)"], False)
         except Refused as refusal:
-            self.show(
-                asked,
-                [f"refused, code {refusal.code}: {refusal.text}"],
-                (refusal.code, refusal.text) == (code, text)
-                or (code == 401 and refusal.code == code),
-            )
+            is_right = refusal.code == code and text in (None, refusal.text)
+            self.show(asked, [f"refused, code {refusal.code}: {refusal.text}"], is_right)
+
+
+class Sample:
+    """What the array file says, as far as the tour looks at it."""
+
+    def __init__(self, file):
+        contents = json.loads(file.read_text(encoding="utf-8"))
+        self.cages = contents["cages"]
+        self.magazines = [each for each in contents["magazines"] if not each.get("isAbsent")]
+        self.cards = contents["fcals"]
+        self.supplies = contents["cagesPS"]
+
+    def cage(self, is_wanted):
+        return next(each for each in self.cages if is_wanted(each))
+
+    def inside(self, cage):
+        """How many cards, magazines and sensors of its own a cage has."""
+        parts = [each["parentDeviceID"] for each in self.cards + self.magazines]
+        return parts.count(cage["deviceID"]) + len(sensors(cage))
+
+
+def sensors(record):
+    return [each for each in record.get("lbod", record).get("sensors", []) if each]
+
+
+def element(base, record, kind="type"):
+    """The path of a cage or a card, whose class is that of the cage's family, or of a magazine."""
+    name = base if base == "QBX_Magazine" else f"{base}{FAMILIES[record[kind]]}Family"
+    return (name, {"CreationClassName": name, "Tag": record["deviceID"]})
+
+
+def cage_path(cage):
+    return element("QBX_DriveCage", cage)
 
 
 def target(path):
     """A path as it would be typed in a shell."""
-    return f"$U:'{path}'" if '"' in path else f"$U:{path}"
+    text = path if isinstance(path, str) else Wbemcli.path_text(path)
+    return f"$U:'{text}'" if '"' in text else f"$U:{text}"
 
 
-def chosen(values, names):
-    return [f"{name} = {values[name]}" for name in names if name in values]
+def plain(value):
+    """A value without the quotes or brackets that a client puts around it."""
+    return str(value).strip('"[]')
 
 
-def ask_both(tour, server, array):
-    """The same questions through both clients."""
-    clients = [Wbemcli]
-    try:
-        Pywbem(server)
-        clients.append(Pywbem)
-    except ImportError:
-        print("\npywbem is not to be had here: its half of the tour is left out")
-    cage = array.elements("QBX_DriveCageDC2Family")[0]
-    nothing = ("QBX_DriveCageDC2Family", {**cage.path[1], "Tag": "cage99"})
-    for kind in clients:
-        client = kind(server)
-        command_line = kind is Wbemcli
+def look_around(tour, client, sample):
+    """Which cages there are, how they are, and what the sensors of the worst one say."""
+    command_line = client.name == "wbemcli"
 
-        def say(operation, what):
-            if command_line:
-                return f"wbemcli {operation} {target(what)}"
-            return f"connection.{METHODS[operation]}({what})"
+    def same(values, expected):
+        return all(values.get(name) == client.shown(value) for name, value in expected.items())
 
-        tour.title(f"Asking with {kind.name}")
+    tour.title(f"Which drive cages are there? (asked with {client.name})")
+    names = sorted(client.names("QBX_DriveCage"))
+    tour.show(
+        "wbemcli ein $U:QBX_DriveCage"
+        if command_line
+        else 'connection.EnumerateInstanceNames("QBX_DriveCage")',
+        names if command_line else [f"{name}  Tag={dict(keys)['Tag']}" for name, keys in names],
+        names == sorted(client.shown_path(cage_path(each)) for each in sample.cages),
+    )
 
-        expected = sorted(client.shown_path(each.path) for each in array.cages)
-        came = sorted(client.names("QBX_DriveCage"))
-        tour.show(
-            say("ein", "QBX_DriveCage"),
-            [each if command_line else f"{each[0]}  {dict(each[1])['Tag']}" for each in came],
-            came == expected,
-        )
-
-        instances = client.instances("QBX_DriveCage")
-        wanted = {
-            client.shown_path(each.path): {
-                name: client.shown(value) for name, value in each.values.items()
-            }
-            for each in array.cages
+    tour.title("How are they?")
+    found = {plain(values["Tag"]): values for _, values in client.instances("QBX_DriveCage")}
+    lines, is_right = [], len(found) == len(sample.cages)
+    for cage in sample.cages:
+        values = found.get(cage["deviceID"], {})
+        expected = {
+            "Location": cage["location"],
+            "SerialNumber": cage["mfg"]["serial"],
+            "OperationalStatus": [STATUS[cage["cimState"]]],
         }
-        tour.show(
-            say("ei", "QBX_DriveCage"),
-            [
-                f"{values['Tag']}: {values['ElementName']}, type {values['CageType']}, "
-                f"{values.get('Location')}"
-                for _, values in instances
-            ],
-            dict(instances) == wanted and len(instances) == len(wanted),
+        is_right = is_right and same(values, expected)
+        location, serial, status = (plain(values.get(name)) for name in expected)
+        note = "" if status == "2" else "  <-- worth a look"
+        meaning = MEANING.get(status, "unknown")
+        lines.append(
+            f"{cage['deviceID']}: {location}, serial {serial}, status {status} ({meaning}){note}"
         )
+    tour.show(
+        "wbemcli ei $U:QBX_DriveCage"
+        if command_line
+        else 'connection.EnumerateInstances("QBX_DriveCage")',
+        lines,
+        is_right,
+    )
 
-        values = client.get(cage.path)
-        tour.show(
-            say("gi", Wbemcli.path_text(cage.path)),
-            chosen(
-                values,
-                (
-                    "Name",
-                    "Model",
-                    "SerialNumber",
-                    "Location",
-                    "OperationalStatus",
-                    "FirmwareVersion",
-                    "LocateON",
-                ),
-            ),
-            values == wanted[client.shown_path(cage.path)],
-        )
-
-        tour.refused(
-            say("ein", "QBX_Disk") + "   (no such class)",
-            lambda: client.names("QBX_Disk"),
-            5,
-            "CIM_ERR_INVALID_CLASS: QBX_Disk",
-        )
-        tour.refused(
-            say("gi", Wbemcli.path_text(nothing)) + "   (no such cage)",
-            lambda: client.get(nothing),
-            6,
-            "CIM_ERR_NOT_FOUND: QBX_DriveCageProvider CIM Object not found.cage99",
-        )
-        stranger = kind(server, "stranger")
-        tour.refused(
-            say("ein", "QBX_DriveCage") + "   (a user that the array does not know)",
-            lambda: stranger.names("QBX_DriveCage"),
-            2,
-            "CIM_ERR_ACCESS_DENIED: Insufficient privilege for the user",
-        )
-        wrong = kind(server, "admin", "wrong")
-        tour.refused(
-            say("ein", "QBX_DriveCage") + "   (a wrong password)",
-            lambda: wrong.names("QBX_DriveCage"),
-            401,
-            None,
-        )
-
-
-def list_others(tour, server, array):
-    """The other element classes."""
-    client = Wbemcli(server)
-    tour.title("Magazines, interface cards and sensors")
-    for class_names in (["QBX_Magazine"], CARDS, ["QBX_CageSensor"]):
-        got = client.names(class_names[0])
-        expected = [
-            client.path_text(each.path) for name in class_names for each in array.elements(name)
-        ]
-        tour.show(f"wbemcli ein $U:{class_names[0]}", sorted(got), sorted(got) == sorted(expected))
-
-
-def act(tour, server, array):
-    """Every method and the one change, each with its effect."""
-    client = Wbemcli(server)
-    tour.title("Acting on the hardware")
-
-    def watch(path, asked, result, expected, properties):
-        """Shows a question, what it returned, and what the properties are now."""
-        values = client.get(path)
-        wanted = {name: client.shown(value) for name, value in properties.items()}
-        tour.show(
-            asked,
-            ([] if result is None else [f"returned {result}"]) + chosen(values, wanted),
-            result == expected and all(values[name] == wanted[name] for name in wanted),
-        )
-
-    def call(path, method, parameters, expected, properties, note=""):
-        listed = ",".join(f"{name}={client.shown(value)}" for name, value in parameters)
-        asked = f"wbemcli cm {target(client.path_text(path))} '{method}.{listed}'{note}"
-        watch(path, asked, client.invoke(path, method, parameters), expected, properties)
-
-    first = array.elements("QBX_DriveCageDC2Family")[0]
-    cage, version = first.path, first.values["FirmwareVersion"]
-    name = target(client.path_text(cage))
-    call(cage, "Locate", [("LocateTimer", 5)], 0, {"LocateON": True})
-    deadline = time.monotonic() + 60
-    while client.get(cage)["LocateON"] != "FALSE" and time.monotonic() < deadline:
-        time.sleep(0.5)
-    later = f"wbemcli gp {name} LocateON   (when the seconds are over)"
-    watch(cage, later, None, None, {"LocateON": False})
-    client.set(cage, "Location", "Room 2 rack 7")
-    location = {"Location": "Room 2 rack 7"}
-    watch(cage, f"wbemcli sp {name} 'Location=Room 2 rack 7'", None, None, location)
-
-    def upgrade(file, expected, then, note=""):
-        parameters = [("FileName", str(file)), ("IsPortA", True)]
-        call(cage, "Upgrade", parameters, expected, {"FirmwareVersion": then}, note)
-
-    missing = CODES["QBXSIM_FIRMWARE_MISSING"]
-    upgrade("/nowhere/firmware.json", missing, version, "   (no such file)")
-    upgrade(SAMPLE_FIRMWARE, 0, json.loads(SAMPLE_FIRMWARE.read_text())["version"])
-
-    magazine = array.elements("QBX_Magazine")[0].path
-    on, off = 1, 2  # the state codes of the simulated array
-    for is_on, state in ((False, off), (True, on)):
-        loop = [("IsOnloop", is_on), ("IsPortA", True)]
-        call(magazine, "SetLoopState", loop, 0, {"StateOnLoopA": state})
-    call(magazine, "Locate", [("LocateTimer", 60)], 0, {"LocateON": True})
-    card = array.elements("QBX_CageInterfaceCardDC2Family")[0].path
-    lights = {"LoopALocateON": [False, True]}
-    call(card, "Locate", [("LocateTimer", 60), ("Port", 1)], 0, lights)
-
-    viewer = Wbemcli(server, "viewer")
-    tour.refused(
-        f"wbemcli cm {name} Locate   (a user who may only look)",
-        lambda: viewer.invoke(cage, "Locate", []),
-        2,
-        "CIM_ERR_ACCESS_DENIED: Insufficient generic privilege",
+    worst = sample.cage(lambda each: each["cimState"] != "API_STATE_OK")
+    tour.title(f"What is wrong with {worst['deviceID']}?")
+    found = {
+        plain(values["OtherSensorTypeDescription"]): values
+        for _, values in client.associators(cage_path(worst), association="QBX_SensorInDriveCage")
+    }
+    lines, is_right = [], len(found) == len(sensors(worst))
+    for each in sensors(worst):
+        values = found.get(each["name"], {})
+        numbers = {"LowLimit": "limit_low", "CurrentReading": "reading", "HighLimit": "limit_high"}
+        is_right = is_right and same(values, {name: each[key] for name, key in numbers.items()})
+        low, reading, high = (int(values.get(name, 0)) for name in numbers)
+        note = "" if low <= reading <= high else "  <-- outside its limits"
+        unit = plain(values.get("BaseUnit"))
+        lines.append(f"{each['name']}: {reading} {unit}, good from {low} to {high}{note}")
+    tour.show(
+        f"wbemcli ai -ac QBX_SensorInDriveCage {target(cage_path(worst))}"
+        if command_line
+        else f'connection.Associators({worst["deviceID"]}, AssocClass="QBX_SensorInDriveCage")',
+        lines,
+        is_right,
     )
 
 
-def walk(tour, server, array):
+class Hand:
+    """Acts through wbemcli, and shows the effect."""
+
+    def __init__(self, tour, server):
+        self.tour = tour
+        self.client = Wbemcli(server)
+
+    def watch(self, path, asked, expected, result=None):
+        """Shows what was done, what it returned, and what the properties are now."""
+        values = self.client.get(path)
+        wanted = {name: self.client.shown(value) for name, value in expected.items()}
+        self.tour.show(
+            asked,
+            ([] if result is None else [f"returned {result[0]}"])
+            + [f"{name} = {values.get(name)}" for name in wanted],
+            (result is None or result[0] == result[1])
+            and all(values.get(name) == wanted[name] for name in wanted),
+        )
+
+    def call(self, path, method, parameters, expected, result=0, note=""):
+        listed = ",".join(f"{name}={self.client.shown(value)}" for name, value in parameters)
+        asked = f"wbemcli cm {target(path)} '{method}.{listed}'{note}"
+        self.watch(path, asked, expected, (self.client.invoke(path, method, parameters), result))
+
+
+def act(tour, server, sample):
+    """Every method and the one change, each with its effect."""
+    hand = Hand(tour, server)
+    worst = sample.cage(lambda each: each["cimState"] != "API_STATE_OK")
+    path, tag = cage_path(worst), worst["deviceID"]
+
+    tour.title(f"Guiding the technician to {tag}, by light")
+    hand.call(path, "Locate", [("LocateTimer", 3)], {"LocateON": True})
+    deadline = time.monotonic() + 60
+    while hand.client.get(path)["LocateON"] != "FALSE" and time.monotonic() < deadline:
+        time.sleep(0.2)
+    asked = f"wbemcli gp {target(path)} LocateON   (when the seconds are over)"
+    hand.watch(path, asked, {"LocateON": False})
+    first = next(each for each in sample.cards if each["parentDeviceID"] == tag)
+    card = element("QBX_CageInterfaceCard", first, "cageType")
+    lights = {"LoopALocateON": [False, True]}
+    hand.call(card, "Locate", [("LocateTimer", 60), ("Port", 1)], lights, note="   (of one port)")
+
+    tour.title("Taking a magazine off loop A, and on again")
+    first = next(each for each in sample.magazines if each["parentDeviceID"] == tag)
+    magazine = element("QBX_Magazine", first)
+    hand.call(magazine, "Locate", [("LocateTimer", 60)], {"LocateON": True})
+    for is_on, state in ((False, OFF_LOOP), (True, ON_LOOP)):
+        loop = [("IsOnloop", is_on), ("IsPortA", True)]
+        hand.call(magazine, "SetLoopState", loop, {"StateOnLoopA": state})
+
+    older = sample.cage(lambda each: each["type"] == "JB_MBOD")
+    path, version = cage_path(older), older["lbod"]["fwVersion"]
+    tour.title(f"Moving {older['deviceID']}, and renewing its firmware")
+    place = "Room 3 rack B1 U4"
+    hand.client.set(path, "Location", place)
+    older["location"] = place  # which is what is to be seen from now on
+    hand.watch(path, f"wbemcli sp {target(path)} 'Location={place}'", {"Location": place})
+    for file, result, then, note in (
+        ("/nowhere/firmware.json", FIRMWARE_MISSING, version, "   (no such file)"),
+        (str(SAMPLE_FIRMWARE), 0, json.loads(SAMPLE_FIRMWARE.read_text())["version"], ""),
+    ):
+        parameters = [("FileName", file), ("IsPortA", True)]
+        hand.call(path, "Upgrade", parameters, {"FirmwareVersion": then}, result, note)
+
+
+def list_others(tour, server, sample):
+    """The other element classes."""
+    client = Wbemcli(server)
+    tour.title("What else is there?")
+    cards = [element("QBX_CageInterfaceCard", each, "cageType") for each in sample.cards]
+    magazines = [element("QBX_Magazine", each) for each in sample.magazines]
+    for name, expected in (("QBX_CageInterfaceCard", cards), ("QBX_Magazine", magazines)):
+        got = sorted(client.names(name))
+        tour.show(
+            f"wbemcli ein $U:{name}", got, got == sorted(map(client.path_text, expected)), limit=3
+        )
+    got = sorted(client.names("QBX_CageSensor"))
+    count = sum(len(sensors(each)) for each in sample.cages + sample.supplies)
+    tour.show("wbemcli ein $U:QBX_CageSensor", got, len(set(got)) == count, limit=3)
+
+
+def walk(tour, server, sample):
     """From the system package to all there is, printed as a tree."""
     client = Wbemcli(server)
     tour.title("Walking from the system package to every cage and what is in it")
@@ -235,37 +247,62 @@ def walk(tour, server, array):
     lines, reached = [package], 0
     for cage in sorted(client.associator_names(package, association="QBX_SysCageContainer")):
         lines.append(f"+- {cage}")
-        inside = client.associator_names(
-            cage, role="GroupComponent", association="QBX_InterfaceCardInDriveCage"
-        )
-        inside += client.associator_names(
-            cage, role="GroupComponent", association="QBX_MagazineInDriveCage"
-        )
+        inside = client.associator_names(cage, association="CIM_PackageInChassis")
         inside += client.associator_names(cage, association="QBX_SensorInDriveCage")
         reached += 1 + len(inside)
         by_class = {}
         for each in inside:
             name, _, keys = each.partition(".")
             key = next(part for part in keys.split(",") if part.startswith(("Tag=", "DeviceID=")))
-            by_class.setdefault(name, []).append(key.partition("=")[2].strip('"'))
+            by_class.setdefault(name, []).append(plain(key.partition("=")[2]))
         for name, tags in sorted(by_class.items()):
             lines.append(f"|  +- {name}: {', '.join(sorted(tags))}")
-    known = {client.path_text(each.path) for each in array.cages}
-    expected = len(known) + sum(
-        1
-        for name in ("QBX_InterfaceCardInDriveCage", "QBX_MagazineInDriveCage")
-        for cage, _ in array.associations[name][2]
-        if client.path_text(cage) in known
-    )
-    expected += len(array.associations["QBX_SensorInDriveCage"][2])
-    print("\n$ wbemcli ain $U:...   (from each object to the next)")
-    for each in lines:
-        print(f"  {each}")
+    expected = sum(1 + sample.inside(each) for each in sample.cages)
+    lines.append(f"{reached} elements reached; the array file has {expected}")
     tour.show(
-        "# counted",
-        [f"{reached} elements reached; the array file has {expected}"],
+        "wbemcli ain ...   (from each object to the next)",
+        lines,
         reached == expected,
+        limit=len(lines),
     )
+
+
+def refusals(tour, server, sample):
+    """Questions that must not be answered."""
+    tour.title("What is refused")
+    client, viewer = Wbemcli(server), Wbemcli(server, "viewer")
+    stranger, wrong = Wbemcli(server, "stranger"), Wbemcli(server, "admin", "wrong")
+    path = cage_path(sample.cages[0])
+    nowhere = (path[0], {**path[1], "Tag": "cage99"})
+    cages, ein = "QBX_DriveCage", "wbemcli ein $U:"
+    for asked, operation, code, text in (
+        (
+            f"{ein}QBX_Disk   (no such class)",
+            lambda: client.names("QBX_Disk"),
+            5,
+            "INVALID_CLASS: QBX_Disk",
+        ),
+        (
+            f"wbemcli gi {target(nowhere)}   (no such cage)",
+            lambda: client.get(nowhere),
+            6,
+            "NOT_FOUND: QBX_DriveCageProvider CIM Object not found.cage99",
+        ),
+        (
+            f"wbemcli cm {target(path)} Locate   (a user who may only look)",
+            lambda: viewer.invoke(path, "Locate", []),
+            2,
+            "ACCESS_DENIED: Insufficient generic privilege",
+        ),
+        (
+            f"{ein}{cages}   (a user that the array does not know)",
+            lambda: stranger.names(cages),
+            2,
+            "ACCESS_DENIED: Insufficient privilege for the user",
+        ),
+        (f"{ein}{cages}   (a wrong password)", lambda: wrong.names(cages), 401, None),
+    ):
+        tour.refused(asked, operation, code, text and f"CIM_ERR_{text}")
 
 
 def main():
@@ -279,11 +316,18 @@ def main():
         with Server(options.build) as server:
             print("The embedded server is up, with the module and a copy of the sample array.")
             print(f"Below, U is {Wbemcli(server).base}/root/qbx")
-            array = Array(server.array)
-            ask_both(tour, server, array)
-            list_others(tour, server, array)
-            act(tour, server, array)
-            walk(tour, server, array)
+            sample = Sample(server.array)
+            look_around(tour, Wbemcli(server), sample)
+            act(tour, server, sample)
+            list_others(tour, server, sample)
+            walk(tour, server, sample)
+            refusals(tour, server, sample)
+            try:
+                client = Pywbem(server)
+            except ImportError:
+                print("\npywbem is not to be had here: its half of the tour is left out")
+            else:
+                look_around(tour, client, sample)
     except (StartError, Refused) as error:
         sys.exit(f"qbx demo: {error}")
     if tour.failures:

@@ -1,4 +1,4 @@
-"""Starts the embedded server with the module on a copy of the sample array."""
+"""Starts the embedded server with the module on a copy of an array file."""
 
 import os
 import pathlib
@@ -7,7 +7,6 @@ import shutil
 import subprocess
 import tempfile
 import threading
-import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parents[1]
 SCHEMA = ROOT / "Schema"
@@ -83,12 +82,12 @@ class Server:
     interop = "root/interop"
     port = 0  # any free one; kept through restarts
 
-    def __init__(self, build, *options):
+    def __init__(self, build, *options, array=SAMPLE_ARRAY):
         self.build = build
         self.options = options  # further options of the server program
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="qbx-wire-"))
         self.array = self.folder / "array.json"
-        shutil.copy(SAMPLE_ARRAY, self.array)
+        shutil.copy(array, self.array)
         self.log = self.folder / "module.log"
         self.output = self.folder / "server.log"
         self.process = None
@@ -167,28 +166,3 @@ class Server:
 
     def __exit__(self, *_):
         self.close()
-
-
-class ForeignServer:
-    """A server that somebody else runs, such as OpenPegasus with the module. Environment:
-    QBX_WIRE_URL is where it listens, QBX_WIRE_ARRAY the array file that it serves, QBX_WIRE_INTEROP
-    its interop namespace. It must know USERS."""
-
-    def __init__(self):
-        self.url = os.environ["QBX_WIRE_URL"]
-        self.port = int(self.url.rpartition(":")[2])
-        self.array = pathlib.Path(os.environ["QBX_WIRE_ARRAY"])
-        self.interop = os.environ.get("QBX_WIRE_INTEROP", "root/PG_InterOp")
-
-    def restart(self):
-        raise unittest.SkipTest("the server is not ours to restart")
-
-    def close(self):
-        pass
-
-
-def open_server():
-    """The server to test: a new one out of QBX_BUILD, unless QBX_WIRE_URL names one."""
-    if "QBX_WIRE_URL" in os.environ:
-        return ForeignServer()
-    return Server(os.environ["QBX_BUILD"])

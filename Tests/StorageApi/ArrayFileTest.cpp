@@ -502,7 +502,7 @@ TEST_F(SchemaTest, AcceptsAndRefusesWhatTheReaderDoes)
 
 TEST_F(ArrayFileTest, SampleShowsEveryCaseThatClientsSeeDifferently)
 {
-    ASSERT_EQ(qbxsim_loadFile(SIMULATOR_DIR "/sample-array.json"), 0);
+    ASSERT_EQ(qbxsim_loadFile(SIMULATOR_DIR "/../../Tests/Wire/array.json"), 0);
     std::set<int> types;
     std::set<int> subTypes;
     std::set<std::size_t> idLengths;

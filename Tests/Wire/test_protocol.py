@@ -45,7 +45,7 @@ class Protocol(unittest.TestCase):
 
     @classmethod
     def setUpClass(cls):
-        cls.server = Server(os.environ["QBX_BUILD"], "--timeout", "2")
+        cls.server = Server(os.environ["QBX_BUILD"], "--timeout", "2", array=run.ARRAY)
         cls.addClassCleanup(cls.server.close)
 
     def send(self, data, seconds=30, half_close=False):
