@@ -169,11 +169,11 @@ struct HttpServer::Impl
     {
         auto& self = *static_cast<Impl*>(cls);
         if (!*context) {
-            self.connections.enter(connectionOf(handle), Stage::Receiving);
             auto* exchange = new Exchange;  // onCompleted deletes it
             *context = exchange;
             exchange->reply =
                 self.guarded([&] { return self.refuse(handle, verb, exchange->request.user); });
+            self.connections.enter(connectionOf(handle), Stage::Receiving);
             // Without a need to close, the reply follows the body, which nobody looks at.
             const bool atOnce = exchange->reply && exchange->reply->close;
             return atOnce ? self.send(handle, *exchange->reply) : MHD_YES;
@@ -221,9 +221,9 @@ struct HttpServer::Impl
     }
 
     /// The reply to a request that is not even to be read; nothing when it may go on.
-    std::optional<HttpReply> refuse(MHD_Connection* handle, const char* verb,
-                                    std::string& user) const
+    std::optional<HttpReply> refuse(MHD_Connection* handle, const char* verb, std::string& user)
     {
+        if (auto reply = refuseToWork(handle)) return reply;
         if (auto reply = refuseAtOnce(handle, verb, options.maxBody)) return reply;
         if (auto reply = authenticate(handle, user)) return reply;
         return refuseFields(handle);
@@ -255,10 +255,16 @@ struct HttpServer::Impl
         return MHD_YES;
     }
 
+    /// Notes that the server, not its client, takes time now; a reply when the server stops.
+    std::optional<HttpReply> refuseToWork(MHD_Connection* handle)
+    {
+        if (connections.enter(connectionOf(handle), Stage::Working)) return std::nullopt;
+        return plainReply(503, "The server is shutting down.", true);
+    }
+
     HttpReply answer(MHD_Connection* handle, CimRequest& request)
     {
-        if (!connections.enter(connectionOf(handle), Stage::Working))
-            return plainReply(503, "The server is shutting down.", true);
+        if (auto reply = refuseToWork(handle)) return *reply;
         readCimFields(handle, request);
         return httpReply(handler(request));
     }

@@ -6,7 +6,6 @@
 #include <cstring>
 #include <fstream>
 #include <gnutls/crypto.h>
-#include <memory>
 #include <stdexcept>
 #include <string_view>
 
@@ -22,9 +21,17 @@ constexpr unsigned hashesAtOnce = 4;
 /// empty when the settings are unknown.
 std::string hashWith(const std::string& password, const std::string& settings)
 {
-    const auto data = std::make_unique<crypt_data>();
-    const char* hash = crypt_rn(password.c_str(), settings.c_str(), data.get(), sizeof(*data));
+    crypt_data data{};
+    const char* hash = crypt_rn(password.c_str(), settings.c_str(), &data, sizeof(data));
     return hash ? hash : "";
+}
+
+/// Whether the password has that hash, compared in a time that depends on the length only.
+bool hasHash(const std::string& password, const std::string& hash)
+{
+    const std::string computed = hashWith(password, hash);
+    return computed.size() == hash.size() &&
+           gnutls_memcmp(computed.data(), hash.data(), hash.size()) == 0;
 }
 
 /// Yescrypt, scrypt, bcrypt and the SHA-2 methods; not DES, MD5 or NT.
@@ -89,38 +96,28 @@ PasswordFile::Digest PasswordFile::digest(const std::string& password) const
     return digest;
 }
 
-bool PasswordFile::hasHash(const std::string& password, const std::string& hash) const
-{
-    std::unique_lock<std::mutex> lock(mutex_);
-    hashed_.wait(lock, [this] { return hashing_ < hashesAtOnce; });
-    ++hashing_;
-    lock.unlock();
-    const std::string computed = hashWith(password, hash);
-    lock.lock();
-    --hashing_;
-    hashed_.notify_one();
-    return computed.size() == hash.size() &&
-           gnutls_memcmp(computed.data(), hash.data(), hash.size()) == 0;
-}
-
 bool PasswordFile::verify(const std::string& user, const std::string& password) const
 {
     if (password.find('\0') != std::string::npos) return false;
     const auto found = users_.find(user);
-    if (found == users_.end()) {
-        hasHash(password, users_.begin()->second.hash);
-        return false;
-    }
+    const bool known = found != users_.end();
+    const User& expected = known ? found->second : users_.begin()->second;
     const Digest mark = digest(password);
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        const auto& verified = found->second.verified;
-        if (verified && gnutls_memcmp(verified->data(), mark.data(), mark.size()) == 0) return true;
-    }
-    if (!hasHash(password, found->second.hash)) return false;
-    const std::lock_guard<std::mutex> lock(mutex_);
-    found->second.verified = mark;
-    return true;
+    const auto remembered = [&] {
+        return known && expected.verified &&
+               gnutls_memcmp(expected.verified->data(), mark.data(), mark.size()) == 0;
+    };
+    std::unique_lock<std::mutex> lock(mutex_);
+    hashed_.wait(lock, [&] { return remembered() || hashing_ < hashesAtOnce; });
+    if (remembered()) return true;
+    ++hashing_;
+    lock.unlock();
+    const bool right = hasHash(password, expected.hash) && known;
+    lock.lock();
+    --hashing_;
+    hashed_.notify_all();
+    if (right) expected.verified = mark;
+    return right;
 }
 
 std::string hashPassword(const std::string& password)

@@ -36,7 +36,6 @@ private:
 
     void addLine(const std::string& line);
     Digest digest(const std::string& password) const;
-    bool hasHash(const std::string& password, const std::string& hash) const;
 
     std::map<std::string, User> users_;
     Digest key_;
