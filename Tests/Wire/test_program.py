@@ -60,9 +60,9 @@ class Program(unittest.TestCase):
             (f"{serve} --schema a+b=x", 2, '"a+b" is no namespace name'),
             (f"{serve} --schema r/t=/none.mof", 2, "--schema r/t=/none.mof: no such file"),
             (f"{serve} --schema root/u={bad}", 1, "bad.mof:1:"),
-            (f"{serve} --interop-mof /none.mof", 2, "--interop-mof /none.mof: no such file"),
-            (f"{serve} --provider-dir /none", 2, "--provider-dir /none: no such folder"),
-            (f"{serve} --include /none", 2, "--include /none: no such folder"),
+            (f"{serve} --interop-mof /none", 2, "--interop-mof: File does not exist: /none"),
+            (f"{serve} --provider-dir /none", 2, "--provider-dir: Directory does not exist: /none"),
+            (f"{serve} --include /none", 2, "--include: Directory does not exist: /none"),
             (f"{serve} --listen 192.0.2.1", 1, "listen on 192.0.2.1 port 0: Failed to bind"),
             (f"{serve} --listen no.invalid", 1, "listen on no.invalid port 0: Name or service"),
             (f"--no-auth --port {taken}", 1, f"port {taken}: Address already in use; choose"),
@@ -88,8 +88,9 @@ class Program(unittest.TestCase):
 
     def test_stops_while_bytes_wait_that_are_no_request(self):
         """The HTTP library must not meet them in its stop: it crashed."""
-        head = "POST / HTTP/1.1\r\nHost: x\r\nContent-Type: text/xml\r\nCIMOperation: MethodCall\r\n"
-        data = f"{head}Content-Length: 0\r\n\r\n<?xml ?>\n<CIM></CIM>\n".encode()
+        head = "POST / HTTP/1.1\r\nHost: x\r\nContent-Type: text/xml\r\n"
+        head += "CIMOperation: MethodCall\r\nContent-Length: 0\r\n\r\n"
+        data = f"{head}<?xml ?>\n<CIM></CIM>\n".encode()
         for _ in range(20):
             with contextlib.ExitStack() as clients, started("--no-auth") as (_, port):
                 for _ in range(8):
