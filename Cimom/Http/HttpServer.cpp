@@ -12,6 +12,7 @@
 #include <fstream>
 #include <iterator>
 #include <microhttpd.h>
+#include <mutex>
 #include <netdb.h>
 #include <stdexcept>
 #include <sys/socket.h>
@@ -202,6 +203,7 @@ struct HttpServer::Impl
         std::string text = line.data();
         text.erase(text.find_last_not_of('\n') + 1);
         if (self.running) return self.log(text);
+        const std::lock_guard<std::mutex> lock(self.mutex);
         self.lastLibraryMessage = text;  // still starting: part of the exception
     }
 
@@ -293,6 +295,7 @@ struct HttpServer::Impl
     const HttpOptions options;
     const PasswordFile* const users;
     const Handler handler;
+    std::mutex mutex;
     std::string lastLibraryMessage;
     Connections connections;
     std::uint16_t port = 0;

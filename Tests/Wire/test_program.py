@@ -14,15 +14,18 @@ import unittest
 import run
 from server import program
 
-SERVER = program(os.environ["QBX_BUILD"])
 DATA = pathlib.Path(__file__).with_name("exchanges")
 PROBE = f"--schema=root/qbx={DATA / 'probe.mof'}"
+
+
+def server():
+    return program(os.environ["QBX_BUILD"])
 
 
 @contextlib.contextmanager
 def started(*options, stop=signal.SIGTERM):
     """The program while it serves; yields its ready line and its port. It must end well."""
-    command = [SERVER, "--port", "0", PROBE, *options]
+    command = [server(), "--port", "0", PROBE, *options]
     with subprocess.Popen(command, stdout=subprocess.PIPE, text=True) as process:
         try:
             ready = process.stdout.readline()
@@ -72,7 +75,7 @@ class Program(unittest.TestCase):
         ):
             with self.subTest(options):
                 outcome = subprocess.run(
-                    [SERVER, *options.split()],
+                    [server(), *options.split()],
                     stdin=subprocess.DEVNULL,
                     capture_output=True,
                     text=True,
