@@ -1,105 +1,107 @@
 #include "Http/Connections.h"
 
-#include <string_view>
+#include "Http/HttpProtocol.h"
+
+#include <algorithm>
+#include <array>
 #include <sys/socket.h>
 
 namespace cimom
 {
 
-Connections::Connections(unsigned limit, unsigned limitPerPeer, std::chrono::seconds timeout,
-                         bool canSpeak)
-    : limit_(limit), limitPerPeer_(limitPerPeer), timeout_(timeout), canSpeak_(canSpeak)
+Connections::Connections(const ConnectionLimits& limits, bool plain)
+    : limits_(limits), plain_(plain), watcher_([this] { watch(); })
 {
-    watcher_ = std::thread([this] { watch(); });
 }
 
 Connections::~Connections()
 {
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        stopping_ = true;
-    }
-    wake_.notify_all();
+    drain(std::chrono::seconds(0));
     watcher_.join();
 }
 
 Connection* Connections::open(int socket, const std::string& peer)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
-    const bool refused = open_.size() >= limit_ || byPeer_[peer] >= limitPerPeer_;
-    auto connection = std::make_unique<Connection>();
-    connection->socket = socket;
-    connection->peer = peer;
-    connection->refused = refused;
-    connection->since = std::chrono::steady_clock::now();
-    ++byPeer_[peer];
-    Connection* const handle = connection.get();
-    open_.emplace(handle, std::move(connection));
-    return handle;
+    const std::string refusal = refusalOf(peer);
+    Connection& connection = open_.emplace(socket, Connection{socket, peer, refusal}).first->second;
+    if (refusal.empty()) return &connection;
+    end(connection, 503, refusal);
+    // Nobody may work on what has come already, and unread bytes would take the reply from the
+    // peer.
+    std::array<char, 4096> unread;
+    while (recv(socket, unread.data(), unread.size(), MSG_DONTWAIT) > 0) {
+    }
+    return &connection;
+}
+
+std::string Connections::refusalOf(const std::string& peer) const
+{
+    if (stopping_) return "The server is shutting down.";
+    const auto ofPeer = std::count_if(open_.begin(), open_.end(),
+                                      [&](const auto& entry) { return entry.second.peer == peer; });
+    const bool room = open_.size() < limits_.most && ofPeer < limits_.mostPerAddress;
+    return room ? "" : "Too many connections.";
 }
 
 void Connections::close(Connection* connection)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
-    if (--byPeer_[connection->peer] == 0) byPeer_.erase(connection->peer);
-    open_.erase(connection);
+    open_.erase(connection->socket);
+    changed_.notify_all();
 }
 
-void Connections::requestBegun(Connection* connection)
+bool Connections::enter(Connection* connection, Stage stage)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
-    connection->begun = true;
-}
-
-void Connections::requestComplete(Connection* connection)
-{
-    const std::lock_guard<std::mutex> lock(mutex_);
-    connection->busy = true;
-}
-
-void Connections::requestAnswered(Connection* connection)
-{
-    const std::lock_guard<std::mutex> lock(mutex_);
-    connection->busy = connection->begun = false;
-    connection->served = true;
+    if (stopping_ && stage == Stage::Working) return false;
+    connection->stage = stage;
     connection->since = std::chrono::steady_clock::now();
+    if (stopping_) changed_.notify_all();
+    return true;
+}
+
+bool Connections::any(Stage stage) const
+{
+    return std::any_of(open_.begin(), open_.end(),
+                       [&](const auto& entry) { return entry.second.stage == stage; });
+}
+
+void Connections::drain(std::chrono::seconds forReplies)
+{
+    std::unique_lock<std::mutex> lock(mutex_);
+    stopping_ = true;
+    changed_.notify_all();
+    changed_.wait(lock, [this] { return !any(Stage::Working); });
+    changed_.wait_for(lock, forReplies, [this] { return !any(Stage::Sending); });
+    for (const auto& [socket, connection] : open_)
+        shutdown(socket, SHUT_RDWR);
+    changed_.wait(lock, [this] { return open_.empty(); });
 }
 
 void Connections::watch()
 {
     std::unique_lock<std::mutex> lock(mutex_);
-    while (!wake_.wait_for(lock, std::chrono::milliseconds(250), [this] { return stopping_; })) {
-        for (const auto& [handle, connection] : open_) {
-            endIfSlow(*connection);
-            endIfAbandoned(*connection);
+    while (!changed_.wait_for(lock, std::chrono::milliseconds(250), [this] { return stopping_; })) {
+        const auto latest = std::chrono::steady_clock::now() - limits_.timeout;
+        for (auto& [socket, connection] : open_) {
+            if (connection.since > latest) continue;
+            if (connection.stage == Stage::Idle) end(connection, 0, "");
+            if (connection.stage == Stage::New || connection.stage == Stage::Receiving)
+                end(connection, 408, "");
         }
     }
 }
 
-/// The HTTP library may miss the end of a stream that comes together with data, and would wait for
-/// the rest of the request. Two looks, because the first may come while it reads the last bytes.
-void Connections::endIfAbandoned(Connection& connection)
+/// Ends the connection; with a status its peer is told so, if it understands.
+void Connections::end(Connection& connection, int status, const std::string& detail)
 {
-    if (connection.busy) return;
-    char byte = 0;
-    const bool ended = ::recv(connection.socket, &byte, 1, MSG_PEEK | MSG_DONTWAIT) == 0;
-    if (ended && connection.ended) {
-        ::shutdown(connection.socket, SHUT_RDWR);
-        connection.busy = true;
+    if (plain_ && status != 0) {
+        const std::string reply = plainText(plainReply(status, detail, true));
+        send(connection.socket, reply.data(), reply.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
     }
-    connection.ended = ended;
-}
-
-void Connections::endIfSlow(Connection& connection) const
-{
-    if (connection.busy || std::chrono::steady_clock::now() - connection.since < timeout_) return;
-    static constexpr std::string_view tooSlow =
-        "HTTP/1.1 408 Request Timeout\r\nContent-Length: 0\r\nConnection: close\r\n\r\n";
-    const bool idle = connection.served && !connection.begun;
-    if (canSpeak_ && !idle)
-        ::send(connection.socket, tooSlow.data(), tooSlow.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-    ::shutdown(connection.socket, SHUT_RDWR);
-    connection.busy = true;  // nothing more to watch
+    shutdown(connection.socket, SHUT_RDWR);
+    connection.stage = Stage::Ended;
 }
 
 }  // namespace cimom

@@ -1,10 +1,9 @@
-// The connections of a listener: counted against the limits, and watched for slow requests.
+// The connections of a server: counted against the limits, watched for slow requests, and ended.
 #pragma once
 
 #include <chrono>
 #include <condition_variable>
 #include <map>
-#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -12,49 +11,71 @@
 namespace cimom
 {
 
-/// One accepted connection. Owned by Connections; fields belong to it.
+struct ConnectionLimits
+{
+    unsigned most = 256;               ///< connections at once
+    unsigned mostPerAddress = 128;     ///< connections at once from one address
+    std::chrono::seconds timeout{30};  ///< for the header of a request to arrive, and for its body
+};
+
+/// What a connection is at. New: no request has come yet; Receiving: a header has come, the body
+/// has not; Idle: the last request is answered; Ended: its end has been brought about.
+enum class Stage
+{
+    New,
+    Idle,
+    Receiving,
+    Working,
+    Sending,
+    Ended
+};
+
+/// One accepted connection. Owned by Connections, which alone changes it.
 struct Connection
 {
     int socket;
-    std::string peer;
-    bool refused;                                 ///< beyond a limit: to be told so and closed
-    bool busy = false;                            ///< a request is complete and being answered
-    bool begun = false;                           ///< the header of a request has arrived
-    bool served = false;                          ///< at least one request was answered
-    bool ended = false;                           ///< the peer was seen to have ended its side
-    std::chrono::steady_clock::time_point since;  ///< start of the wait for a request
+    std::string peer;     ///< numeric address
+    std::string refusal;  ///< why it was ended at once; empty: it was not
+    Stage stage = Stage::New;
+    std::chrono::steady_clock::time_point since = std::chrono::steady_clock::now();
 };
 
-/// Counts connections, in total and by peer, and ends those that do not send a complete request in
-/// time or at all. Safe for any number of threads.
+/// Refuses connections beyond the limits and ends those that do not send a complete request in
+/// time. Safe for any number of threads.
 class Connections
 {
 public:
-    /// `canSpeak`: sockets carry plain HTTP, so that a slow peer can be sent a 408.
-    Connections(unsigned limit, unsigned limitPerPeer, std::chrono::seconds timeout, bool canSpeak);
+    /// `plain`: the sockets carry plain HTTP, so that a peer can be told why its connection ends.
+    Connections(const ConnectionLimits&, bool plain);
+    /// Like drain(), without time for the last replies.
     ~Connections();
 
+    /// Registers a new connection. One beyond the limits has its refusal set, is told so and ended
+    /// at once; it is closed like any other.
     Connection* open(int socket, const std::string& peer);
-    /// Must be called before the socket is closed; the connection is gone afterwards.
+    /// Forgets a connection; to be called before its socket is closed.
     void close(Connection*);
-    void requestBegun(Connection*);
-    void requestComplete(Connection*);
-    void requestAnswered(Connection*);
+
+    /// Notes what a connection is at. False when the server stops and it would be working: the
+    /// request must not be carried out then.
+    bool enter(Connection*, Stage);
+
+    /// Refuses new connections and requests, waits for running operations, for that long at most
+    /// for their replies to be read, then ends all connections and waits until they are closed.
+    void drain(std::chrono::seconds forReplies);
 
 private:
+    bool any(Stage) const;
+    std::string refusalOf(const std::string& peer) const;
     void watch();
-    void endIfSlow(Connection&) const;
-    static void endIfAbandoned(Connection&);
+    void end(Connection&, int status, const std::string& detail);
 
-    const unsigned limit_;
-    const unsigned limitPerPeer_;
-    const std::chrono::seconds timeout_;
-    const bool canSpeak_;
+    const ConnectionLimits limits_;
+    const bool plain_;
     std::mutex mutex_;
-    std::condition_variable wake_;
+    std::condition_variable changed_;
     bool stopping_ = false;
-    std::map<const Connection*, std::unique_ptr<Connection>> open_;
-    std::map<std::string, unsigned> byPeer_;
+    std::map<int, Connection> open_;  ///< by socket
     std::thread watcher_;
 };
 

@@ -2,9 +2,9 @@
 #pragma once
 
 #include "CimXml/Service.h"
+#include "Http/Connections.h"
 #include "Http/PasswordFile.h"
 
-#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -20,18 +20,15 @@ struct HttpOptions
     std::string hostName = "localhost";  ///< realm of the authentication
     std::string certificateFile;         ///< PEM; with a key file: HTTPS only
     std::string keyFile;
-    unsigned threads = 8;                   ///< operations that run at once
     std::size_t maxHeader = 64 * 1024;      ///< bytes of request line and header fields
     std::size_t maxBody = 4 * 1024 * 1024;  ///< bytes of a (decoded) request body
-    unsigned maxConnections = 256;
-    unsigned maxConnectionsPerAddress = 128;
-    std::chrono::seconds timeout{30};             ///< for a whole request to arrive
+    ConnectionLimits connections;
     std::function<void(const std::string&)> log;  ///< receives one line an event; may be empty
 };
 
-/// Accepts CIM-XML requests, authenticates them, hands them to a handler on one of its threads and
-/// sends what it returns. Connections beyond the limits get 503, requests that do not arrive in
-/// time 408 (over TLS: closed), larger headers 431 and larger bodies 413.
+/// Accepts CIM-XML requests, authenticates them, hands them to a handler and sends what it returns;
+/// each connection on a thread of its own. Connections beyond the limits get 503, requests that do
+/// not arrive in time 408 (over TLS: closed), larger headers 431 and larger bodies 413.
 class HttpServer
 {
 public:

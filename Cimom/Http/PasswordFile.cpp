@@ -6,7 +6,6 @@
 #include <cstring>
 #include <fstream>
 #include <gnutls/crypto.h>
-#include <memory>
 #include <stdexcept>
 #include <string_view>
 
@@ -16,22 +15,23 @@ namespace cimom
 namespace
 {
 
+constexpr unsigned hashesAtOnce = 4;
+
 /// The crypt(3) hash of the password under these settings (a hash serves as its own settings);
 /// empty when the settings are unknown.
 std::string hashWith(const std::string& password, const std::string& settings)
 {
-    const auto data = std::make_unique<crypt_data>();
-    const char* hash = crypt_rn(password.c_str(), settings.c_str(), data.get(), sizeof(*data));
+    crypt_data data{};
+    const char* hash = crypt_rn(password.c_str(), settings.c_str(), &data, sizeof(data));
     return hash ? hash : "";
 }
 
-/// Compares in a time that depends on the length only.
-bool sameText(const std::string& a, const std::string& b)
+/// Whether the password has that hash, compared in a time that depends on the length only.
+bool hasHash(const std::string& password, const std::string& hash)
 {
-    unsigned char difference = a.size() == b.size() ? 0 : 1;
-    for (std::size_t i = 0; i < std::min(a.size(), b.size()); ++i)
-        difference |= static_cast<unsigned char>(a[i] ^ b[i]);
-    return difference == 0;
+    const std::string computed = hashWith(password, hash);
+    return computed.size() == hash.size() &&
+           gnutls_memcmp(computed.data(), hash.data(), hash.size()) == 0;
 }
 
 /// Yescrypt, scrypt, bcrypt and the SHA-2 methods; not DES, MD5 or NT.
@@ -45,24 +45,11 @@ bool isStrongHash(const std::string& hash)
            crypt_checksalt(hash.c_str()) == CRYPT_SALT_OK;
 }
 
-std::string newSettings()
-{
-    char settings[CRYPT_GENSALT_OUTPUT_SIZE];
-    if (!crypt_gensalt_rn(nullptr, 0, nullptr, 0, settings, sizeof(settings))) {
-        throw std::runtime_error(std::string("no salt for a password hash: ") +
-                                 std::strerror(errno));
-    }
-    return settings;
-}
-
 }  // namespace
 
 PasswordFile::PasswordFile(const std::filesystem::path& file)
 {
     std::ifstream in(file);
-    if (!in)
-        throw std::runtime_error(file.string() +
-                                 ": cannot read the password file: " + std::strerror(errno));
     std::string line;
     for (unsigned number = 1; std::getline(in, line); ++number) {
         try {
@@ -73,10 +60,10 @@ PasswordFile::PasswordFile(const std::filesystem::path& file)
                                      error.what());
         }
     }
-    if (in.bad())
+    if (!in.eof())
         throw std::runtime_error(file.string() +
                                  ": cannot read the password file: " + std::strerror(errno));
-    if (hashes_.empty())
+    if (users_.empty())
         throw std::runtime_error(file.string() +
                                  ":1: no user in the password file; add \"user:hash\"");
     if (gnutls_rnd(GNUTLS_RND_KEY, key_.data(), key_.size()) != 0)
@@ -95,17 +82,15 @@ void PasswordFile::addLine(const std::string& line)
                                  ": not a password hash of a strong method; make one with "
                                  "qbx-cimserver --hash-password");
     }
-    if (!hashes_.emplace(user, hash).second)
+    if (!users_.emplace(user, User{hash, std::nullopt}).second)
         throw std::runtime_error("user " + user + " is listed twice");
 }
 
-PasswordFile::Digest PasswordFile::digest(const std::string& user,
-                                          const std::string& password) const
+PasswordFile::Digest PasswordFile::digest(const std::string& password) const
 {
-    const std::string text = user + ':' + password;  // a user name holds no colon
     Digest digest{};
-    if (gnutls_hmac_fast(GNUTLS_MAC_SHA256, key_.data(), key_.size(), text.data(), text.size(),
-                         digest.data()) != 0) {
+    if (gnutls_hmac_fast(GNUTLS_MAC_SHA256, key_.data(), key_.size(), password.data(),
+                         password.size(), digest.data()) != 0) {
         throw std::runtime_error("no digest");
     }
     return digest;
@@ -114,34 +99,35 @@ PasswordFile::Digest PasswordFile::digest(const std::string& user,
 bool PasswordFile::verify(const std::string& user, const std::string& password) const
 {
     if (password.find('\0') != std::string::npos) return false;
-    const auto found = hashes_.find(user);
-    const bool known = found != hashes_.end();
-    const Digest mark = digest(user, password);
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        if (known && verified_.count(mark) != 0) return true;
-        ++hashesComputed_;
-    }
-    const std::string& expected = known ? found->second : hashes_.begin()->second;
-    if (!sameText(hashWith(password, expected), expected) || !known) return false;
-    const std::lock_guard<std::mutex> lock(mutex_);
-    verified_.insert(mark);
-    return true;
-}
-
-unsigned long PasswordFile::hashesComputed() const
-{
-    const std::lock_guard<std::mutex> lock(mutex_);
-    return hashesComputed_;
+    const auto found = users_.find(user);
+    const bool known = found != users_.end();
+    const User& expected = known ? found->second : users_.begin()->second;
+    const Digest mark = digest(password);
+    const auto remembered = [&] {
+        return known && expected.verified &&
+               gnutls_memcmp(expected.verified->data(), mark.data(), mark.size()) == 0;
+    };
+    std::unique_lock<std::mutex> lock(mutex_);
+    hashed_.wait(lock, [&] { return remembered() || hashing_ < hashesAtOnce; });
+    if (remembered()) return true;
+    ++hashing_;
+    lock.unlock();
+    const bool right = hasHash(password, expected.hash) && known;
+    lock.lock();
+    --hashing_;
+    hashed_.notify_all();
+    if (right) expected.verified = mark;
+    return right;
 }
 
 std::string hashPassword(const std::string& password)
 {
     if (password.empty()) throw std::runtime_error("the password is empty");
-    if (password.find_first_of(std::string("\0\r\n", 3)) != std::string::npos) {
+    if (password.find_first_of(std::string("\0\r\n", 3)) != std::string::npos)
         throw std::runtime_error("the password contains a NUL or a line end");
-    }
-    const std::string hash = hashWith(password, newSettings());
+    std::array<char, CRYPT_GENSALT_OUTPUT_SIZE> settings{};
+    const char* made = crypt_gensalt_rn(nullptr, 0, nullptr, 0, settings.data(), settings.size());
+    const std::string hash = made ? hashWith(password, made) : "";
     if (!isStrongHash(hash)) throw std::runtime_error("this machine's crypt has no strong method");
     return hash;
 }

@@ -2,10 +2,11 @@
 #pragma once
 
 #include <array>
+#include <condition_variable>
 #include <filesystem>
 #include <map>
 #include <mutex>
-#include <set>
+#include <optional>
 #include <string>
 
 namespace cimom
@@ -19,24 +20,28 @@ public:
     /// Throws std::runtime_error with "FILE:LINE: what is wrong and what to do".
     explicit PasswordFile(const std::filesystem::path& file);
 
-    /// True when that user has that password. A password that was right once is remembered (as a
+    /// True when that user has that password. The password that was right last is remembered (as a
     /// digest under a key of this process), so that only the first check of it costs a hash; an
-    /// unknown user costs as much as a wrong password.
+    /// unknown user costs as much as a wrong password. A few hashes are computed at once, further
+    /// callers wait: each takes much memory.
     bool verify(const std::string& user, const std::string& password) const;
-
-    /// How many hashes were computed so far.
-    unsigned long hashesComputed() const;
 
 private:
     using Digest = std::array<unsigned char, 32>;
-    Digest digest(const std::string& user, const std::string& password) const;
-    void addLine(const std::string& line);
+    struct User
+    {
+        std::string hash;
+        mutable std::optional<Digest> verified;  ///< of the password that was right last
+    };
 
-    std::map<std::string, std::string> hashes_;
+    void addLine(const std::string& line);
+    Digest digest(const std::string& password) const;
+
+    std::map<std::string, User> users_;
     Digest key_;
     mutable std::mutex mutex_;
-    mutable std::set<Digest> verified_;
-    mutable unsigned long hashesComputed_ = 0;
+    mutable std::condition_variable hashed_;
+    mutable unsigned hashing_ = 0;
 };
 
 /// A hash for a password file, with a fresh salt and the strongest method of this machine.

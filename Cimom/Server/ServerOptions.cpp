@@ -58,23 +58,10 @@ SchemaFile parseSchema(const std::string& text)
         throw UsageError("--schema " + text + ": \"" + schema.nameSpace +
                          "\" is no namespace name");
     }
-    return schema;
-}
-
-void requireFile(const fs::path& file, const std::string& option)
-{
     std::error_code error;
-    if (fs::is_regular_file(file, error)) return;
-    throw UsageError(option + file.string() + ": no such file");
-}
-
-void requireFolders(const std::vector<fs::path>& folders, const std::string& option)
-{
-    for (const fs::path& folder : folders) {
-        std::error_code error;
-        if (!fs::is_directory(folder, error))
-            throw UsageError(option + " " + folder.string() + ": no such folder");
-    }
+    if (!fs::is_regular_file(schema.file, error))
+        throw UsageError("--schema " + text + ": no such file");
+    return schema;
 }
 
 void check(const ServerOptions& options, bool noAuthentication)
@@ -91,11 +78,6 @@ void check(const ServerOptions& options, bool noAuthentication)
     if (!isHostName(options.http.hostName)) {
         throw UsageError("--host-name \"" + options.http.hostName + "\" is no host name");
     }
-    requireFile(options.interopMof, "--interop-mof ");
-    for (const SchemaFile& schema : options.schema)
-        requireFile(schema.file, "--schema " + schema.nameSpace + "=");
-    requireFolders(options.includeFolders, "--include");
-    requireFolders(options.providerFolders, "--provider-dir");
 }
 
 }  // namespace
@@ -106,7 +88,7 @@ std::optional<ServerOptions> parseCommandLine(int argc, char** argv)
     options.interopMof = defaultInteropMof();
     options.http.hostName = thisHost();
     std::vector<std::string> schema;
-    long timeout = options.http.timeout.count();
+    long timeout = options.http.connections.timeout.count();
     bool noAuthentication = false;
 
     CLI::App app(
@@ -115,6 +97,8 @@ std::optional<ServerOptions> parseCommandLine(int argc, char** argv)
     app.set_version_flag("--version", "qbx-cimserver " QBX_VERSION);
     app.get_formatter()->column_width(34);
 
+    const CLI::Validator file = CLI::Validator(CLI::ExistingFile).description("");
+    const CLI::Validator folder = CLI::Validator(CLI::ExistingDirectory).description("");
     const std::string schemaGroup = "Schema and providers";
     app.add_option("--schema", schema, "Compile a MOF file into a namespace; may be repeated")
         ->type_name("NAMESPACE=FILE")
@@ -124,15 +108,18 @@ std::optional<ServerOptions> parseCommandLine(int argc, char** argv)
     app.add_option("--include", options.includeFolders,
                    "Look here for included MOF files; may be repeated")
         ->type_name("DIR")
+        ->check(folder)
         ->allow_extra_args(false)
         ->group(schemaGroup);
     app.add_option("--interop-mof", options.interopMof, "The classes of namespace root/interop")
         ->type_name("FILE")
+        ->check(file)
         ->capture_default_str()
         ->group(schemaGroup);
     app.add_option("--provider-dir", options.providerFolders,
                    "Look here for the provider modules registered in root/interop; may be repeated")
         ->type_name("DIR")
+        ->check(folder)
         ->allow_extra_args(false)
         ->group(schemaGroup);
 
@@ -179,14 +166,15 @@ std::optional<ServerOptions> parseCommandLine(int argc, char** argv)
             ->capture_default_str()
             ->group(limitGroup);
     };
-    addLimit("--threads", options.http.threads, "Operations that run at once", 1, 1024);
     addLimit("--max-header", options.http.maxHeader, "Bytes of a request's header", 1024,
              100000000);
     addLimit("--max-body", options.http.maxBody, "Bytes of a request's body", 1024, 1000000000);
-    addLimit("--max-connections", options.http.maxConnections, "Connections at once", 1, 100000);
-    addLimit("--max-connections-per-address", options.http.maxConnectionsPerAddress,
+    ConnectionLimits& connections = options.http.connections;
+    addLimit("--max-connections", connections.most, "Connections at once, each with a thread", 1,
+             100000);
+    addLimit("--max-connections-per-address", connections.mostPerAddress,
              "Connections at once from one address", 1, 100000);
-    addLimit("--timeout", timeout, "Seconds that a request may take to arrive", 1, 86400);
+    addLimit("--timeout", timeout, "Seconds for a request's header, and for its body", 1, 86400);
 
     try {
         app.parse(argc, argv);
@@ -196,7 +184,7 @@ std::optional<ServerOptions> parseCommandLine(int argc, char** argv)
     } catch (const CLI::ParseError& error) {
         throw UsageError(std::string(error.what()) + "; --help lists the options");
     }
-    options.http.timeout = std::chrono::seconds(timeout);
+    options.http.connections.timeout = std::chrono::seconds(timeout);
     for (const std::string& text : schema)
         options.schema.push_back(parseSchema(text));
     check(options, noAuthentication);

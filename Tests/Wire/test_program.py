@@ -1,0 +1,119 @@
+"""The program qbx-cimserver as its users run it: what it refuses, and how it starts and stops."""
+
+import contextlib
+import os
+import pathlib
+import re
+import signal
+import socket
+import ssl
+import subprocess
+import tempfile
+import unittest
+
+import run
+from server import program
+
+DATA = pathlib.Path(__file__).with_name("exchanges")
+PROBE = f"--schema=root/qbx={DATA / 'probe.mof'}"
+
+
+def server():
+    return program(os.environ["QBX_BUILD"])
+
+
+@contextlib.contextmanager
+def started(*options, stop=signal.SIGTERM):
+    """The program while it serves; yields its ready line and its port. It must end well."""
+    command = [server(), "--port", "0", PROBE, *options]
+    with subprocess.Popen(command, stdout=subprocess.PIPE, text=True) as process:
+        try:
+            ready = process.stdout.readline()
+            yield ready, int(re.search(r":(\d+)/", ready)[1])
+        finally:
+            process.send_signal(stop)
+    if process.returncode:
+        raise AssertionError(f"the server ended with status {process.returncode}")
+
+
+class Program(unittest.TestCase):
+    def setUp(self):
+        self.folder = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
+
+    def file(self, name, content):
+        (self.folder / name).write_text(content)
+        return self.folder / name
+
+    def test_what_is_wrong_fills_one_line(self):
+        taken = self.enterContext(socket.create_server(("127.0.0.1", 0))).getsockname()[1]
+        serve = f"--no-auth --port 0 {PROBE}"
+        bad = self.file("bad.mof", "class T_Bad { uint99 N; };\n")
+        for options, status, text in (
+            ("", 2, "who may use the server? Give --users FILE"),
+            (f"{serve} --frobnicate", 2, "--frobnicate; --help lists the options"),
+            ("--no-auth --port many", 2, "--port = many"),
+            ("--no-auth --port 70000", 2, "70000"),
+            (f"{serve} --timeout 0", 2, "--timeout: Value 0 not in range 1 to 86400"),
+            (f"{serve} --users x", 2, "--users excludes --no-auth"),
+            (f"{serve} --cert x", 2, "--cert and --key go together"),
+            (f"{serve} --cert /none --key /none", 1, "cannot read the certificate file /none: No"),
+            (f"{serve} --cert {bad} --key {bad}", 1, f"check that {bad} and {bad} are a PEM cert"),
+            (f"{serve} --host-name a_b?", 2, '--host-name "a_b?" is no host name'),
+            (f"{serve} --schema root/t", 2, "--schema root/t: expected NAMESPACE=FILE"),
+            (f"{serve} --schema a+b=x", 2, '"a+b" is no namespace name'),
+            (f"{serve} --schema r/t=/none.mof", 2, "--schema r/t=/none.mof: no such file"),
+            (f"{serve} --schema root/u={bad}", 1, "bad.mof:1:"),
+            (f"{serve} --interop-mof /none", 2, "--interop-mof: File does not exist: /none"),
+            (f"{serve} --provider-dir /none", 2, "--provider-dir: Directory does not exist: /none"),
+            (f"{serve} --include /none", 2, "--include: Directory does not exist: /none"),
+            (f"{serve} --listen 192.0.2.1", 1, "listen on 192.0.2.1 port 0: Failed to bind"),
+            (f"{serve} --listen no.invalid", 1, "listen on no.invalid port 0: Name or service"),
+            (f"--no-auth --port {taken}", 1, f"port {taken}: Address already in use; choose"),
+            (f"--users {self.file('users', 'eva')}", 1, 'users:1: expected "user:hash"'),
+            ("--users /none", 1, "/none: cannot read the password file: No such file"),
+            ("--hash-password", 1, "the password is empty"),
+        ):
+            with self.subTest(options):
+                outcome = subprocess.run(
+                    [server(), *options.split()],
+                    stdin=subprocess.DEVNULL,
+                    capture_output=True,
+                    text=True,
+                    check=False,
+                )
+                self.assertEqual((outcome.returncode, outcome.stdout), (status, ""))
+                self.assertRegex(outcome.stderr, f"^qbx-cimserver: .*{re.escape(text)}.*\n$")
+
+    def test_serves_until_it_is_told(self):
+        for stop in (signal.SIGTERM, signal.SIGINT):
+            with started("--no-auth", stop=stop) as (ready, port):
+                self.assertEqual(ready, f"ready: http://127.0.0.1:{port}/root/qbx\n")
+
+    def test_stops_while_bytes_wait_that_are_no_request(self):
+        """The HTTP library must not meet them in its stop: it crashed."""
+        head = "POST / HTTP/1.1\r\nHost: x\r\nContent-Type: text/xml\r\n"
+        head += "CIMOperation: MethodCall\r\nContent-Length: 0\r\n\r\n"
+        data = f"{head}<?xml ?>\n<CIM></CIM>\n".encode()
+        for _ in range(20):
+            with contextlib.ExitStack() as clients, started("--no-auth") as (_, port):
+                for _ in range(8):
+                    client = socket.create_connection(("127.0.0.1", port))
+                    clients.enter_context(client).sendall(data)
+
+    def test_tls(self):
+        key, certificate = self.folder / "key.pem", self.folder / "cert.pem"
+        make = "openssl req -x509 -newkey rsa:2048 -nodes -days 2 -subj /CN=localhost"
+        subprocess.run(
+            [*make.split(), "-keyout", key, "-out", certificate], check=True, capture_output=True
+        )
+        trust = ssl.create_default_context(cafile=certificate)
+        with started("--no-auth", "--cert", certificate, "--key", key) as (ready, port):
+            self.assertEqual(ready, f"ready: https://127.0.0.1:{port}/root/qbx\n")
+            plain = socket.create_connection(("127.0.0.1", port), timeout=30)
+            with trust.wrap_socket(plain, server_hostname="localhost") as client:
+                client.sendall(b"GET / HTTP/1.1\r\nHost: x\r\n\r\n")
+                self.assertTrue(client.recv(100).startswith(b"HTTP/1.1 405 "))
+
+
+if __name__ == "__main__":
+    run.main()
