@@ -298,7 +298,7 @@ TEST_F(ArrayFileTest, TellsLineAndFieldOfWhatIsWrong)
         {head + "\"cages\": [{\"deviceID\": \"a\", \"type\": 2147483648}]}",
          "3: /cages/0/type: number does not fit 32 bits"},
         {head + "\"cages\": [{\"deviceID\": \"a\", \"type\": 1,\n\"chainPosA\": 65536\n}]}",
-         "4: /cages/0/chainPosA: expected a whole number from 0 to 65535"},
+         "4: /cages/0/chainPosA: expected a whole number from 0 to 65535, or \"0x\" and hexadecimal digits"},
         {head + "\"cages\": [{\"deviceID\": \"a\", \"type\": 1,\n\"chainPosA\": -1}]}",
          "4: /cages/0/chainPosA: expected a whole number from 0 to 65535, or \"0x\" and hexadecimal "
          "digits"},
@@ -330,7 +330,7 @@ TEST_F(ArrayFileTest, TellsLineAndFieldOfWhatIsWrong)
          "4: /fcals/0/loopA/nodePort: list of 5; there is room for 4"},
         {head + "\"fcals\": [{\"deviceID\": \"f\", \"cageType\": 4,\n\"loopA\": {\"nodePort\": "
                 "[1,\n65536\n]}}]}",
-         "5: /fcals/0/loopA/nodePort/1: expected a whole number from 0 to 65535"},
+         "5: /fcals/0/loopA/nodePort/1: expected a whole number from 0 to 65535, or \"0x\" and hexadecimal digits"},
         {head + "\"cacheSeconds\": -1}", "3: /cacheSeconds: expected a number from 0 to 86400"},
         {head + "\"users\": [{\"name\": \"u\"},\n{\"name\": \"u\"}]}",
          "4: /users/1: user 'u' is described twice"},
@@ -339,10 +339,12 @@ TEST_F(ArrayFileTest, TellsLineAndFieldOfWhatIsWrong)
         {head + "\"privilegeKeys\": [\"a.*\",\n\"*.b\"]}",
          "4: /privilegeKeys/1: '*' can only stand at the end of a key"},
         {head + "\"cacheSeconds\": 0,\n\"cacheSeconds\": 1}",
-         "4: field 'cacheSeconds' is given twice"},
+         "4: /cacheSeconds: given twice"},
+        {head + "\"cacheSeconds\":\n1e999}", "4: /cacheSeconds: the number is too big"},
+        {std::string(100, '['), "1: nested too deep"},
         {head + "\"a/b~c\": 0}",
-         "3: /a~1b~0c: unknown field; known here: $schema, cacheSeconds, nodeIPaddress, "
-         "storageArray, cages, cagesPS, magazines, fcals, users, privilegeKeys"},
+         "3: /a~1b~0c: unknown field; known here: $schema, cacheSeconds, cages, cagesPS, "
+         "fcals, magazines, nodeIPaddress, privilegeKeys, storageArray, users"},
     };
     for (const auto& test : cases)
         EXPECT_EQ(faultIn(test.text), test.fault) << test.text;

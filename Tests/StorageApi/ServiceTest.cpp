@@ -177,7 +177,8 @@ TEST_F(ServiceTest, FindsElementsByTheirWholeName)
             {Json{{"deviceID", "m0"}, {"parentDeviceID", "cage1"}, {"position", 3}},
              Json{{"deviceID", "gone"}, {"parentDeviceID", "cage1"}, {"isAbsent", true}},
              Json{{"deviceID", "m41"}, {"parentDeviceID", std::string(41, 'x')}},
-             Json{{"deviceID", "m42"}, {"parentDeviceID", std::string(42, 'x')}}}},
+             Json{{"deviceID", "m42"}, {"parentDeviceID", std::string(42, 'x')}},
+             Json{{"deviceID", "m43"}, {"parentDeviceID", std::string(43, 'x')}}}},
            {"fcals",
             {Json{{"deviceID", "f0"}, {"cageType", 1}, {"parentDeviceID", long64}},
              Json{{"deviceID", "f1"}, {"cageType", 1}, {"parentDeviceID", full65}}}}});
@@ -194,7 +195,9 @@ TEST_F(ServiceTest, FindsElementsByTheirWholeName)
     EXPECT_STREQ(ids.cageName, "cage1");
     EXPECT_EQ(api_findMagazineIDs("m41", &ids), 0);
     EXPECT_EQ(ids.cageName, std::string(41, 'x'));
-    EXPECT_EQ(api_findMagazineIDs("m42", &ids), QBXSIM_NOT_SUPPORTED) << "no room for the NUL";
+    EXPECT_EQ(api_findMagazineIDs("m42", &ids), 0);
+    EXPECT_EQ(std::string(ids.cageName, 42), std::string(42, 'x')) << "full: no terminator";
+    EXPECT_EQ(api_findMagazineIDs("m43", &ids), QBXSIM_NOT_SUPPORTED);
     EXPECT_EQ(api_findMagazineIDs("gone", &ids), QBXSIM_NOT_FOUND);
     EXPECT_EQ(api_findMagazineIDs("none", &ids), QBXSIM_NOT_FOUND);
 
