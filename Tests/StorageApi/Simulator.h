@@ -51,7 +51,7 @@ protected:
             unsetenv(variable);
         setenv("QBX_ARRAY_FILE", path("array.json").c_str(), 1);
         setenv("QBX_LOG_FILE", path("log").c_str(), 1);
-        write("array.json", array_.dump());
+        serve();
         qbxsim_reset();
     }
 
@@ -65,14 +65,17 @@ protected:
 
     void write(const std::string& name, const std::string& text) const
     {
-        std::ofstream(path(name), std::ios::binary) << text;
+        std::ofstream(path(name)) << text;
     }
 
     std::string read(const std::string& name) const
     {
-        std::ifstream file(path(name), std::ios::binary);
+        std::ifstream file(path(name));
         return {std::istreambuf_iterator<char>(file), {}};
     }
+
+    /// Puts array_, as it now is, into service.
+    void serve() const { write("array.json", array_.dump()); }
 
     std::filesystem::path folder_;
     Json array_ = Json::parse(std::ifstream(TEST_DIR "/array.json"));
