@@ -4,111 +4,71 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <sstream>
 #include <utility>
 
 // Names and fields in the files are those of qbxapi.h.
+#define NAMED(...) addNames(names, #__VA_ARGS__, {__VA_ARGS__})
+#define FIELD(record, field) #field, (record).field
 
 namespace qbxsim
 {
 
-template <>
-CodeNames codeNames<jb_type_e>()
+/// Adds codes of one enumeration by what stands in `list`, their names with commas between.
+template <class Enum>
+static void addNames(std::vector<CodeName>& names, const char* list,
+                     std::initializer_list<Enum> codes)
 {
-    return {{"JB_UNKNOWN", JB_UNKNOWN}, {"JB_JBOD", JB_JBOD}, {"JB_KBOD", JB_KBOD},
-            {"JB_LBOD", JB_LBOD},       {"JB_DC3", JB_DC3},   {"JB_MBOD", JB_MBOD}};
+    std::istringstream words(list);
+    for (const Enum code : codes) {
+        names.push_back({&typeid(Enum), "", code});
+        std::getline(words >> std::ws, names.back().name, ',');
+    }
 }
 
-template <>
-CodeNames codeNames<jb_subtype_e>()
+static std::vector<CodeName> allNames()
 {
-    return {{"JB_SUBTYP_UNKNOWN", JB_SUBTYP_UNKNOWN},
-            {"JB_SUBTYP_FC", JB_SUBTYP_FC},
-            {"JB_SUBTYP_DC3SATA", JB_SUBTYP_DC3SATA},
-            {"JB_SUBTYP_DC3ALPHAFC", JB_SUBTYP_DC3ALPHAFC}};
+    std::vector<CodeName> names;
+    NAMED(JB_UNKNOWN, JB_JBOD, JB_KBOD, JB_LBOD, JB_DC3, JB_MBOD);
+    NAMED(JB_SUBTYP_UNKNOWN, JB_SUBTYP_FC, JB_SUBTYP_DC3SATA, JB_SUBTYP_DC3ALPHAFC);
+    NAMED(API_STATE_UNKNOWN, API_STATE_OTHER, API_STATE_OK, API_STATE_DEGRADED, API_STATE_STRESSED,
+          API_STATE_PREDICTIVE_FAILURE, API_STATE_ERROR, API_STATE_NON_RECOV_ERROR,
+          API_STATE_STARTING, API_STATE_STOPPING, API_STATE_STOP, API_STATE_IN_SERVICE,
+          API_STATE_NO_CONTACT, API_STATE_LOST_COMMUNICATION, API_STATE_ABORTED, API_STATE_DORMANT,
+          API_STATE_SUPPORTING_ENTITY_IN_ERROR, API_STATE_COMPLETED, API_STATE_POWER_MODE);
+    NAMED(ES_UNKNOWN, ES_NORMAL, ES_DEGRADED, ES_FAILED);
+    NAMED(LED_STATE_UNKNOWN, LED_STATE_OFF, LED_STATE_GREEN, LED_STATE_GREEN_BLINKING,
+          LED_STATE_AMBER, LED_STATE_AMBER_BLINKING, LED_STATE_BLUE, LED_STATE_BLUE_BLINKING);
+    NAMED(PORT_DATA_RATE_NA, PORT_DATA_RATE_1G, PORT_DATA_RATE_2G, PORT_DATA_RATE_AUTO,
+          PORT_DATA_RATE_4G, PORT_DATA_RATE_8G, PORT_DATA_RATE_10G, PORT_DATA_RATE_10M,
+          PORT_DATA_RATE_100M);
+    return names;
 }
 
-template <>
-CodeNames codeNames<api_state_e>()
+const std::vector<CodeName>& codeNames()
 {
-    return {{"API_STATE_UNKNOWN", API_STATE_UNKNOWN},
-            {"API_STATE_OTHER", API_STATE_OTHER},
-            {"API_STATE_OK", API_STATE_OK},
-            {"API_STATE_DEGRADED", API_STATE_DEGRADED},
-            {"API_STATE_STRESSED", API_STATE_STRESSED},
-            {"API_STATE_PREDICTIVE_FAILURE", API_STATE_PREDICTIVE_FAILURE},
-            {"API_STATE_ERROR", API_STATE_ERROR},
-            {"API_STATE_NON_RECOV_ERROR", API_STATE_NON_RECOV_ERROR},
-            {"API_STATE_STARTING", API_STATE_STARTING},
-            {"API_STATE_STOPPING", API_STATE_STOPPING},
-            {"API_STATE_STOP", API_STATE_STOP},
-            {"API_STATE_IN_SERVICE", API_STATE_IN_SERVICE},
-            {"API_STATE_NO_CONTACT", API_STATE_NO_CONTACT},
-            {"API_STATE_LOST_COMMUNICATION", API_STATE_LOST_COMMUNICATION},
-            {"API_STATE_ABORTED", API_STATE_ABORTED},
-            {"API_STATE_DORMANT", API_STATE_DORMANT},
-            {"API_STATE_SUPPORTING_ENTITY_IN_ERROR", API_STATE_SUPPORTING_ENTITY_IN_ERROR},
-            {"API_STATE_COMPLETED", API_STATE_COMPLETED},
-            {"API_STATE_POWER_MODE", API_STATE_POWER_MODE}};
-}
-
-template <>
-CodeNames codeNames<api_overall_state_e>()
-{
-    return {{"ES_UNKNOWN", ES_UNKNOWN},
-            {"ES_NORMAL", ES_NORMAL},
-            {"ES_DEGRADED", ES_DEGRADED},
-            {"ES_FAILED", ES_FAILED}};
-}
-
-template <>
-CodeNames codeNames<api_led_state_e>()
-{
-    return {{"LED_STATE_UNKNOWN", LED_STATE_UNKNOWN},
-            {"LED_STATE_OFF", LED_STATE_OFF},
-            {"LED_STATE_GREEN", LED_STATE_GREEN},
-            {"LED_STATE_GREEN_BLINKING", LED_STATE_GREEN_BLINKING},
-            {"LED_STATE_AMBER", LED_STATE_AMBER},
-            {"LED_STATE_AMBER_BLINKING", LED_STATE_AMBER_BLINKING},
-            {"LED_STATE_BLUE", LED_STATE_BLUE},
-            {"LED_STATE_BLUE_BLINKING", LED_STATE_BLUE_BLINKING}};
-}
-
-template <>
-CodeNames codeNames<api_data_rate_e>()
-{
-    return {
-        {"PORT_DATA_RATE_NA", PORT_DATA_RATE_NA},    {"PORT_DATA_RATE_1G", PORT_DATA_RATE_1G},
-        {"PORT_DATA_RATE_2G", PORT_DATA_RATE_2G},    {"PORT_DATA_RATE_AUTO", PORT_DATA_RATE_AUTO},
-        {"PORT_DATA_RATE_4G", PORT_DATA_RATE_4G},    {"PORT_DATA_RATE_8G", PORT_DATA_RATE_8G},
-        {"PORT_DATA_RATE_10G", PORT_DATA_RATE_10G},  {"PORT_DATA_RATE_10M", PORT_DATA_RATE_10M},
-        {"PORT_DATA_RATE_100M", PORT_DATA_RATE_100M}};
+    static const std::vector<CodeName> names = allNames();
+    return names;
 }
 
 // `static` rather than in an anonymous namespace: JsonValue finds them through their namespace.
 
 static void decode(JsonObject& file, api_StatePair_t& state)
 {
-    file.read("actual", state.actual);
-    file.read("overall", state.overall);
+    file.read(FIELD(state, actual), FIELD(state, overall));
 }
 
 static void decode(JsonObject& file, api_Mfg_t& mfg)
 {
-    file.read("vendor", mfg.vendor);
-    file.read("model", mfg.model);
-    file.read("serial", mfg.serial);
+    file.read(FIELD(mfg, vendor), FIELD(mfg, model), FIELD(mfg, serial));
 }
 
 static void decode(JsonObject& file, api_sensor_t& sensor)
 {
     char unit[1] = {};
-    file.read("position", sensor.position);
-    file.read("name", sensor.name);
-    file.read("state", sensor.state);
-    if (file.read("type", unit)) sensor.type = static_cast<std::uint8_t>(unit[0]);
-    file.read("reading", sensor.reading);
-    file.read("limit_low", sensor.limit_low);
-    file.read("limit_high", sensor.limit_high);
+    file.read(FIELD(sensor, position), FIELD(sensor, name), FIELD(sensor, state), "type", unit,
+              FIELD(sensor, reading), FIELD(sensor, limit_low), FIELD(sensor, limit_high));
+    sensor.type = static_cast<std::uint8_t>(unit[0]);
 }
 
 /// Reads the sensor places, null for an empty one, and their count: the number of places given
@@ -136,191 +96,123 @@ static void decode(JsonObject& file, api_CageKbod_t& cage)
 
 static void decode(JsonObject& file, api_CageLbod_t& cage)
 {
-    file.read("fwVersion", cage.fwVersion);
-    file.read("fwState", cage.fwState);
-    file.read("cpuState", cage.cpuState);
-    file.read("sensValid", cage.sensValid);
+    file.read(FIELD(cage, fwVersion), FIELD(cage, fwState), FIELD(cage, cpuState),
+              FIELD(cage, sensValid));
     readSensors(file, cage.sensors, cage.sensCount);
 }
 
 static void decode(JsonObject& file, api_CageSbod_t& cage)
 {
-    file.read("tempState", cage.tempState);
-    file.read("tempValue", cage.tempValue);
-    file.read("tempThresh", cage.tempThresh);
-    file.read("opPanelState", cage.opPanelState);
-    file.read("audAlarmState", cage.audAlarmState);
-    file.read("enclosureID", cage.enclosureID);
+    file.read(FIELD(cage, tempState), FIELD(cage, tempValue), FIELD(cage, tempThresh),
+              FIELD(cage, opPanelState), FIELD(cage, audAlarmState), FIELD(cage, enclosureID));
 }
 
-/// Reads the arms of a record's union that the file gives: one at most. It need not be the arm that
-/// belongs to the type, since a real record may hold anything in the arm that nobody should read.
-template <class... Arm>
-static void readArm(JsonObject& file, std::pair<const char*, Arm*>... arms)
-{
-    bool isRead = false;
-    const auto readIfGiven = [&](const char* name, auto* arm) {
-        const auto value = file.find(name);
-        if (!value) return;
-        if (isRead) value->fail("only one arm of the union can be given");
-        value->read(*arm);
-        isRead = true;
-    };
-    (readIfGiven(arms.first, arms.second), ...);
-}
+// The file gives one arm of a record's union at most. It need not be the arm that belongs to the
+// type, since a real record may hold anything in the arm that nobody should read.
 
 static void decode(JsonObject& file, api_Cage_t& cage)
 {
-    file.need("deviceID", cage.deviceID);
-    file.read("elementName", cage.elementName);
-    file.read("position", cage.position);
-    file.read("mfg", cage.mfg);
-    file.read("wwn", cage.wwn);
-    file.read("location", cage.location);
-    file.need("type", cage.type);
-    file.read("subType", cage.subType);
+    file.need(FIELD(cage, deviceID), FIELD(cage, type));
+    file.read(FIELD(cage, elementName), FIELD(cage, position), FIELD(cage, mfg), FIELD(cage, wwn),
+              FIELD(cage, location), FIELD(cage, subType), FIELD(cage, chainPosA),
+              FIELD(cage, chainPosB), FIELD(cage, cimState), FIELD(cage, overallState));
     cage.loopSplit = file.flag("loopSplit");
-    file.read("chainPosA", cage.chainPosA);
-    file.read("chainPosB", cage.chainPosB);
     cage.locateON = file.flag("locateON");
-    file.read("cimState", cage.cimState);
-    file.read("overallState", cage.overallState);
-    readArm(file, std::pair("kbod", &cage.u.kbod), std::pair("lbod", &cage.u.lbod),
-            std::pair("sbod", &cage.u.sbod));
+    file.oneArmOf({"kbod", "lbod", "sbod"});
+    file.read(FIELD(cage.u, kbod), FIELD(cage.u, lbod), FIELD(cage.u, sbod));
 }
 
 static void decode(JsonObject& file, api_CagePS_t& cage)
 {
-    file.need("name", cage.name);
-    file.need("type", cage.type);
+    file.need(FIELD(cage, name), FIELD(cage, type));
     readSensors(file, cage.sensors, cage.sensCount);
 }
 
 static void decode(JsonObject& file, api_MagazineLbod_t& magazine)
 {
-    file.read("systemLED", magazine.systemLED);
-    file.read("hplLED", magazine.hplLED);
+    file.read(FIELD(magazine, systemLED), FIELD(magazine, hplLED));
     magazine.isLeft = file.flag("isLeft");
     magazine.isRight = file.flag("isRight");
+}
+
+static void decode(JsonObject& file, api_MagazineSbod_t& magazine)
+{
+    file.read(FIELD(magazine, loopsState));
 }
 
 static void decode(JsonObject& file, api_Magazine_t& magazine)
 {
     magazine.isAbsent = file.flag("isAbsent");
-    if (magazine.isAbsent)
-        file.read("deviceID", magazine.deviceID);
-    else
-        file.need("deviceID", magazine.deviceID);
-    file.read("parentDeviceID", magazine.parentDeviceID);
-    file.read("cageType", magazine.cageType);
-    file.read("position", magazine.position);
-    file.read("cageElementName", magazine.cageElementName);
-    file.read("cagePosition", magazine.cagePosition);
-    file.read("elemName", magazine.elemName);
-    file.read("mfg", magazine.mfg);
-    file.read("stateLoopA", magazine.stateLoopA);
-    file.read("stateLoopB", magazine.stateLoopB);
+    if (!magazine.isAbsent) file.need(FIELD(magazine, deviceID));
+    file.read(FIELD(magazine, deviceID), FIELD(magazine, parentDeviceID), FIELD(magazine, cageType),
+              FIELD(magazine, position), FIELD(magazine, cageElementName),
+              FIELD(magazine, cagePosition), FIELD(magazine, elemName), FIELD(magazine, mfg),
+              FIELD(magazine, stateLoopA), FIELD(magazine, stateLoopB), FIELD(magazine, diskCount));
     magazine.locateON = file.flag("locateON");
-    file.read("diskCount", magazine.diskCount);
-    readArm(file, std::pair("lbod", &magazine.u.lbod), std::pair("sbod", &magazine.u.sbod));
-}
-
-static void decode(JsonObject& file, api_MagazineSbod_t& magazine)
-{
-    file.read("loopsState", magazine.loopsState);
+    file.oneArmOf({"lbod", "sbod"});
+    file.read(FIELD(magazine.u, lbod), FIELD(magazine.u, sbod));
 }
 
 static void decode(JsonObject& file, api_FCALLoop_t& loop)
 {
-    file.read("loopPortWWN", loop.loopPortWWN);
-    file.read("nodePortWWN", loop.nodePortWWN);
-    file.read("nodePort", loop.nodePort);
-    file.read("nodeDeviceID", loop.nodeDeviceID);
-    file.read("linkSpeed", loop.linkSpeed);
-    file.read("locateON", loop.locateON);
+    file.read(FIELD(loop, loopPortWWN), FIELD(loop, nodePortWWN), FIELD(loop, nodePort),
+              FIELD(loop, nodeDeviceID), FIELD(loop, linkSpeed), FIELD(loop, locateON));
 }
 
 static void decode(JsonObject& file, api_FCALLeds_t& leds)
 {
-    file.read("split", leds.split);
-    file.read("system", leds.system);
-    file.read("hpl", leds.hpl);
+    file.read(FIELD(leds, split), FIELD(leds, system), FIELD(leds, hpl));
 }
 
 static void decode(JsonObject& file, api_FCALKbod_t& card)
 {
-    file.read("leds", card.leds);
-    file.read("fwState", card.fwState);
-    file.read("fwVersion", card.fwVersion);
-    file.read("cpuSelfState", card.cpuSelfState);
-    file.read("cpuPartnerState", card.cpuPartnerState);
-    file.read("loopALinkLED", card.loopALinkLED);
-    file.read("loopBLinkLED", card.loopBLinkLED);
+    file.read(FIELD(card, leds), FIELD(card, fwState), FIELD(card, fwVersion),
+              FIELD(card, cpuSelfState), FIELD(card, cpuPartnerState), FIELD(card, loopALinkLED),
+              FIELD(card, loopBLinkLED));
 }
 
 static void decode(JsonObject& file, api_FCALLbodLoop_t& loop)
 {
-    file.read("linkRX", loop.linkRX);
-    file.read("linkTX", loop.linkTX);
+    file.read(FIELD(loop, linkRX), FIELD(loop, linkTX));
 }
 
 static void decode(JsonObject& file, api_FCALLbod_t& card)
 {
-    file.read("leds", card.leds);
-    file.read("loopA", card.loopA);
-    file.read("loopB", card.loopB);
+    file.read(FIELD(card, leds), FIELD(card, loopA), FIELD(card, loopB));
 }
 
 static void decode(JsonObject& file, api_FCALSbod_t& card)
 {
     card.master = file.flag("master");
-    file.read("loopState", card.loopState);
-    file.read("fwState", card.fwState);
-    file.read("fwVersion", card.fwVersion);
-    file.read("ifcState", card.ifcState);
-    file.read("eshState", card.eshState);
-    file.read("extEshState", card.extEshState);
+    file.read(FIELD(card, loopState), FIELD(card, fwState), FIELD(card, fwVersion),
+              FIELD(card, ifcState), FIELD(card, eshState), FIELD(card, extEshState));
 }
 
 static void decode(JsonObject& file, api_FCAL_t& card)
 {
-    file.need("deviceID", card.deviceID);
-    file.read("parentDeviceID", card.parentDeviceID);
-    file.need("cageType", card.cageType);
-    file.read("cageElementName", card.cageElementName);
-    file.read("cagePosition", card.cagePosition);
-    file.read("position", card.position);
-    file.read("elementName", card.elementName);
-    file.read("mfg", card.mfg);
+    file.need(FIELD(card, deviceID), FIELD(card, cageType));
+    file.read(FIELD(card, parentDeviceID), FIELD(card, cageElementName), FIELD(card, cagePosition),
+              FIELD(card, position), FIELD(card, elementName), FIELD(card, mfg), FIELD(card, loopA),
+              FIELD(card, loopB));
     card.isLoopA = file.flag("isLoopA");
     card.isLoopB = file.flag("isLoopB");
-    file.read("loopA", card.loopA);
-    file.read("loopB", card.loopB);
-    readArm(file, std::pair("kbod", &card.u.kbod), std::pair("lbod", &card.u.lbod),
-            std::pair("sbod", &card.u.sbod));
+    file.oneArmOf({"kbod", "lbod", "sbod"});
+    file.read(FIELD(card.u, kbod), FIELD(card.u, lbod), FIELD(card.u, sbod));
 }
 
 static void decode(JsonObject& file, api_StorageArray_t& array)
 {
-    file.read("elementName", array.elementName);
-    file.read("operationalStatus", array.operationalStatus);
-    file.read("statusDescriptions", array.statusDescriptions);
-    file.read("name", array.name);
-    file.read("model", array.model);
-    file.read("serial", array.serial);
-    file.read("ownerContact", array.ownerContact);
-    file.read("ownerName", array.ownerName);
-    file.read("description", array.description);
-    file.read("nameFormat", array.nameFormat);
-    file.read("systemID", array.systemID);
-    file.read("systemType", array.systemType);
-    file.read("isQuadPort", array.isQuadPort);
+    file.read(FIELD(array, elementName), FIELD(array, operationalStatus),
+              FIELD(array, statusDescriptions), FIELD(array, name), FIELD(array, model),
+              FIELD(array, serial), FIELD(array, ownerContact), FIELD(array, ownerName),
+              FIELD(array, description), FIELD(array, nameFormat), FIELD(array, systemID),
+              FIELD(array, systemType), FIELD(array, isQuadPort));
 }
 
 /// Reads privilege keys: lower-case, exact or with a trailing '*'.
 static void readKeys(const JsonValue& list, std::vector<std::string>& keys)
 {
-    for (const JsonValue& value : list.elements(UINT32_MAX)) {
+    for (const JsonValue& value : list.elements()) {
         std::string& key = keys.emplace_back();
         value.read(key);
         const auto isUpper = [](char c) { return c >= 'A' && c <= 'Z'; };
@@ -331,14 +223,14 @@ static void readKeys(const JsonValue& list, std::vector<std::string>& keys)
 
 static void decode(JsonObject& file, User& user)
 {
-    file.need("name", user.name);
-    file.read("mayOpen", user.mayOpen);
+    file.need(FIELD(user, name));
+    file.read(FIELD(user, mayOpen));
     if (const auto keys = file.find("privileges")) readKeys(*keys, user.privileges.emplace());
 }
 
 static void readUsers(const JsonValue& list, std::vector<User>& users)
 {
-    for (const JsonValue& value : list.elements(UINT32_MAX)) {
+    for (const JsonValue& value : list.elements()) {
         User user;
         value.read(user);
         const auto isSame = [&](const User& other) { return other.name == user.name; };
@@ -352,16 +244,16 @@ static void decode(JsonObject& file, Array& array)
 {
     std::string schema;  // for editors only
     double cacheSeconds = 0;
-    file.read("$schema", schema);
-    if (file.read("cacheSeconds", cacheSeconds) && (cacheSeconds < 0 || cacheSeconds > 86400))
+    Records& records = array.records;
+    file.read("$schema", schema, FIELD(array, nodeIPaddress), "cacheSeconds", cacheSeconds);
+    if (cacheSeconds < 0 || cacheSeconds > 86400)
         file.find("cacheSeconds")->fail("expected a number from 0 to 86400");
     array.cacheTime = std::chrono::milliseconds(static_cast<std::int64_t>(cacheSeconds * 1000));
-    file.read("nodeIPaddress", array.nodeIPaddress);
-    file.need("storageArray", array.storageArray);
-    file.read("cages", array.records.cages);
-    file.read("cagesPS", array.records.cagesPS);
-    file.read("magazines", array.records.magazines);
-    file.read("fcals", array.records.fcals);
+    file.need(FIELD(array, storageArray));
+    file.read(FIELD(records, cages), FIELD(records, cagesPS), FIELD(records, magazines),
+              FIELD(records, fcals));
+    for (const api_Cage_t& cage : records.cages)
+        array.locations.push_back(fieldText(cage.location));
     if (const auto users = file.find("users")) readUsers(*users, array.users);
     if (const auto keys = file.find("privilegeKeys"))
         readKeys(*keys, array.privilegeKeys.emplace());
@@ -372,22 +264,33 @@ static void decode(JsonObject& file, Firmware& firmware)
     std::uint8_t format = 0;
     file.need("qbxFirmware", format);
     if (format != 1) file.find("qbxFirmware")->fail("expected 1, the format of these files");
-    file.need("version", firmware.version);
+    file.need(FIELD(firmware, version));
     if (firmware.version[0] == '\0') file.find("version")->fail("expected a version");
-    file.need("cageTypes", firmware.cageTypes);
+    file.need(FIELD(firmware, cageTypes));
 }
 
 static void decode(JsonObject& file, KeptLocation& location)
 {
-    file.need("cage", location.cage);
-    file.need("from", location.from);
-    file.need("to", location.to);
+    file.need(FIELD(location, cage), FIELD(location, from), FIELD(location, to));
 }
 
 static void decode(JsonObject& file, State& state)
 {
-    file.need("locations", state.locations);
+    file.need(FIELD(state, locations));
 }
+
+template <class Content>
+Content parse(const std::string& file, const std::string& text)
+{
+    const JsonValue::Document document(file, text);
+    Content content;
+    document.root().read(content);
+    return content;
+}
+
+template Array parse(const std::string&, const std::string&);
+template Firmware parse(const std::string&, const std::string&);
+template State parse(const std::string&, const std::string&);
 
 /// `text` as a file can hold it: a JSON text is always UTF-8.
 static std::string printable(const std::string& text)
@@ -404,30 +307,6 @@ static std::string printable(const std::string& text)
         hex += digits;
     }
     return hex;
-}
-
-template <class Content>
-static Content parse(const std::string& file, const std::string& text)
-{
-    const JsonValue::Document document(file, text);
-    Content content;
-    document.root().read(content);
-    return content;
-}
-
-Array parseArray(const std::string& file, const std::string& text)
-{
-    return parse<Array>(file, text);
-}
-
-Firmware parseFirmware(const std::string& file, const std::string& text)
-{
-    return parse<Firmware>(file, text);
-}
-
-State parseState(const std::string& file, const std::string& text)
-{
-    return parse<State>(file, text);
 }
 
 std::string formatState(const State& state)

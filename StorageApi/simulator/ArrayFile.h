@@ -35,6 +35,7 @@ struct Array
     std::string nodeIPaddress;
     api_StorageArray_t storageArray = {};
     Records records;
+    std::vector<std::string> locations;  // of the cages, which the records may change
     std::vector<User> users;
     /// Every key that a user can hold. Absent: any key is one.
     std::optional<std::vector<std::string>> privilegeKeys;
@@ -61,12 +62,12 @@ struct State
     std::vector<KeptLocation> locations;
 };
 
-// Each parses `text`, the contents of `file`, and throws FileError for a fault in it.
-Array parseArray(const std::string& file, const std::string& text);
-Firmware parseFirmware(const std::string& file, const std::string& text);
-State parseState(const std::string& file, const std::string& text);
+/// The Array, Firmware or State that `text`, the contents of `file`, describes. Throws FileError
+/// for a fault in it.
+template <class Content>
+Content parse(const std::string& file, const std::string& text);
 
-/// The text of a state file, for parseState.
+/// The text of a state file, for parse<State>.
 std::string formatState(const State& state);
 
 /// The text of a field, which may lack its terminator.

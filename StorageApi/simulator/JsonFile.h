@@ -5,16 +5,16 @@
 
 #include <cstdint>
 #include <limits>
+#include <map>
 #include <optional>
 #include <set>
 #include <stdexcept>
 #include <string>
-#include <string_view>
+#include <tuple>
 #include <type_traits>
+#include <typeinfo>
 #include <utility>
 #include <vector>
-
-#include <sys/stat.h>
 
 namespace qbxsim
 {
@@ -41,18 +41,26 @@ public:
     std::optional<std::string> readIfChanged();
 
 private:
+    using Stamp =
+        std::tuple<std::uint64_t, std::uint64_t, std::int64_t, std::int64_t, std::int64_t>;
+    static Stamp stampOf(const std::string& path);
+
     std::string path_;
-    std::optional<struct stat> seen_;
-    bool settled_ = false;  // the file is old enough that its times tell of every change
+    Stamp seen_;
+    bool isSettled_ = false;  // the stamp tells of every further change
     std::optional<std::string> text_;
 };
 
-/// What the codes of an enumeration are called in a file.
-using CodeNames = std::vector<std::pair<const char*, std::int32_t>>;
+/// What a code of an enumeration is called in a file.
+struct CodeName
+{
+    const std::type_info* type;
+    std::string name;
+    std::int32_t value;
+};
 
-/// Specialised for every enumeration that a file can hold.
-template <class Enum>
-CodeNames codeNames();
+/// The codes of all enumerations that a file can hold.
+const std::vector<CodeName>& codeNames();
 
 /// One value of a JSON file, and where it stands. Copies are cheap; the Document must outlive them.
 class JsonValue
@@ -63,14 +71,15 @@ public:
     {
     public:
         Document(std::string file, std::string text);
-        JsonValue root() const;
+        JsonValue root() const { return JsonValue(*this, json_, ""); }
 
     private:
         friend class JsonValue;
-        int lineOf(const std::string& pointer) const;
+        [[noreturn]] void fail(std::size_t offset, const std::string& what) const;
 
         std::string file_;
         std::string text_;
+        std::map<std::string, std::size_t> offsets_;  // of every value in the text, by its pointer
         nlohmann::json json_;
     };
 
@@ -80,15 +89,16 @@ public:
     // Reading: each throws FileError when the value is of another kind or out of the target's
     // range.
 
-    void read(bool& target) const { target = boolean(); }
-    void read(std::string& target) const { target = text(); }
-    void read(double& target) const { target = fraction(); }
+    void read(bool& target) const;
+    void read(double& target) const;
+    void read(std::string& target) const;
 
     /// Text as the field of a record: NUL-padded, without terminator when it fills the field.
     template <std::size_t N>
     void read(char (&target)[N]) const
     {
-        const std::string bytes = text();
+        std::string bytes;
+        read(bytes);
         if (bytes.size() > N)
             fail("text of " + std::to_string(bytes.size()) + " bytes; the field holds " +
                  std::to_string(N));
@@ -114,18 +124,18 @@ public:
     template <class Element>
     void read(std::vector<Element>& target) const
     {
-        for (const JsonValue& value : elements(std::numeric_limits<std::uint32_t>::max()))
+        for (const JsonValue& value : elements())
             value.read(target.emplace_back());
     }
 
-    /// An enumeration that has codeNames, by name or number, or a structure that has a function
+    /// An enumeration, by name (see codeNames) or number, or a structure that has a function
     /// `decode(JsonObject&, Structure&)` in this namespace.
     template <class T, std::enable_if_t<std::is_enum_v<T> || std::is_class_v<T>, int> = 0>
     void read(T& target) const;
 
     bool isNull() const { return json_->is_null(); }
     /// The values of a list, of which there may be `max`.
-    std::vector<JsonValue> elements(std::size_t max) const;
+    std::vector<JsonValue> elements(std::size_t max = SIZE_MAX) const;
 
 private:
     friend class JsonObject;
@@ -134,11 +144,8 @@ private:
     {
     }
 
-    bool boolean() const;
-    std::string text() const;
     std::uint64_t number(std::uint64_t max) const;
-    double fraction() const;
-    std::int32_t code(const CodeNames& names) const;
+    std::int32_t code(const std::type_info& type) const;
 
     const Document* document_;
     const nlohmann::json* json_;
@@ -152,20 +159,22 @@ class JsonObject
 public:
     explicit JsonObject(const JsonValue& value);
 
-    /// Reads the field into `target`, which stays as it is when the field is absent. Returns
-    /// whether the field is there.
-    template <class T>
-    bool read(const char* name, T& target)
+    /// Reads fields, each given by its name and its target, which stays as it is when the field is
+    /// absent.
+    template <class T, class... More>
+    void read(const char* name, T& target, More&&... more)
     {
-        const std::optional<JsonValue> value = find(name);
-        if (value) value->read(target);
-        return value.has_value();
+        if (const std::optional<JsonValue> value = find(name)) value->read(target);
+        if constexpr (sizeof...(more) > 0) read(std::forward<More>(more)...);
     }
 
-    template <class T>
-    void need(const char* name, T& target)
+    /// The same; throws FileError when one is absent.
+    template <class T, class... More>
+    void need(const char* name, T& target, More&&... more)
     {
-        if (!read(name, target)) value_.fail(std::string("field '") + name + "' is missing");
+        if (!find(name)) value_.fail(std::string("field '") + name + "' is missing");
+        read(name, target);
+        if constexpr (sizeof...(more) > 0) need(std::forward<More>(more)...);
     }
 
     /// For one-bit fields: false when absent.
@@ -177,11 +186,13 @@ public:
     }
 
     std::optional<JsonValue> find(const char* name);
+    /// Throws FileError when more than one of the arms of a record's union are given.
+    void oneArmOf(std::initializer_list<const char*> names);
     void done() const;
 
 private:
     JsonValue value_;
-    std::vector<std::string> known_;
+    std::set<std::string> known_;
 };
 
 template <class T, std::enable_if_t<std::is_enum_v<T> || std::is_class_v<T>, int>>
@@ -189,7 +200,7 @@ void JsonValue::read(T& target) const
 {
     if constexpr (std::is_enum_v<T>) {
         static_assert(sizeof(T) == sizeof(std::int32_t));
-        target = static_cast<T>(code(codeNames<T>()));
+        target = static_cast<T>(code(typeid(T)));
     } else {
         JsonObject object(*this);
         decode(object, target);

@@ -9,34 +9,30 @@
 #include <cstring>
 #include <ctime>
 #include <mutex>
+#include <optional>
 
 namespace qbxsim
 {
 namespace
 {
 
-constexpr int defaultLevel = LogRejected;
-
 struct Sink
 {
-    bool open = false;
-    int file = STDERR_FILENO;
-    int level = defaultLevel;
+    int file;
+    int level;
 };
 
 std::mutex sinkMutex;
-Sink sink;
+std::optional<Sink> sink;
 
 int levelFromEnvironment()
 {
     const char* const text = std::getenv("QBX_LOG_LEVEL");
-    if (text == nullptr) return defaultLevel;
-    char* end = nullptr;
-    const long level = std::strtol(text, &end, 10);
-    if (end != text && *end == '\0' && level >= 0 && level <= 9) return static_cast<int>(level);
+    if (text == nullptr) return LogRejected;
+    if (*text >= '0' && *text <= '9' && text[1] == '\0') return *text - '0';
     std::fprintf(stderr, "QBX_LOG_LEVEL: '%s' is not a level from 0 to 9; using %d\n", text,
-                 defaultLevel);
-    return defaultLevel;
+                 LogRejected);
+    return LogRejected;
 }
 
 int fileFromEnvironment()
@@ -48,6 +44,13 @@ int fileFromEnvironment()
     std::fprintf(stderr, "QBX_LOG_FILE: cannot open %s: %s; logging to standard error\n", path,
                  std::strerror(errno));
     return STDERR_FILENO;
+}
+
+/// Wants the mutex held.
+const Sink& openSink()
+{
+    if (!sink) sink = Sink{fileFromEnvironment(), levelFromEnvironment()};
+    return *sink;
 }
 
 std::string prefix(int level)
@@ -64,41 +67,47 @@ std::string prefix(int level)
     return text;
 }
 
-void appendEscaped(std::string& line, char byte)
+std::string escaped(std::string_view message)
 {
-    if (byte == '\n') {
-        line += "\\n";
-    } else if (byte != '\t' && (static_cast<unsigned char>(byte) < 0x20 || byte == 0x7F)) {
-        char escape[8] = {};
-        std::snprintf(escape, sizeof escape, "\\x%02X", static_cast<unsigned char>(byte));
-        line += escape;
-    } else {
-        line += byte;
+    std::string text;
+    for (const char byte : message) {
+        const auto code = static_cast<unsigned char>(byte);
+        if (byte == '\n') {
+            text += "\\n";
+        } else if (byte == '\t' || (code >= 0x20 && code != 0x7F)) {
+            text += byte;
+        } else {
+            char escape[8] = {};
+            std::snprintf(escape, sizeof escape, "\\x%02X", code);
+            text += escape;
+        }
     }
+    return text;
 }
 
 }  // namespace
 
-void writeLog(int level, std::string_view message)
+bool isLogged(int level)
 {
     const std::lock_guard lock(sinkMutex);
-    if (!sink.open) sink = {true, fileFromEnvironment(), levelFromEnvironment()};
-    if (level > sink.level) return;
-    while (!message.empty() && message.back() == '\n')
-        message.remove_suffix(1);
-    std::string line = prefix(level);
-    for (const char byte : message)
-        appendEscaped(line, byte);
-    line += '\n';
+    return level <= openSink().level;
+}
+
+void writeLog(int level, std::string_view message)
+{
+    if (!isLogged(level)) return;
+    const std::string_view whole = message.substr(0, message.find_last_not_of('\n') + 1);
+    const std::string line = prefix(level) + escaped(whole) + '\n';
+    const std::lock_guard lock(sinkMutex);
     // One write a line: lines of several processes in one file do not mix.
-    if (write(sink.file, line.data(), line.size()) < 0) return;  // a full disk must not stop us
+    if (write(openSink().file, line.data(), line.size()) < 0) return;  // a full disk is no reason
 }
 
 void resetLog()
 {
     const std::lock_guard lock(sinkMutex);
-    if (sink.file != STDERR_FILENO) close(sink.file);
-    sink = {};
+    if (sink && sink->file != STDERR_FILENO) close(sink->file);
+    sink.reset();
 }
 
 bool isStrict()

@@ -20,6 +20,9 @@ enum LogLevel
 /// message is always one line.
 void writeLog(int level, std::string_view message);
 
+/// False for messages of a level that is left out.
+bool isLogged(int level);
+
 /// Reads QBX_LOG_FILE and QBX_LOG_LEVEL anew at the next message.
 void resetLog();
 

@@ -3,13 +3,14 @@
 #include "Log.h"
 #include "qbxapi_sim.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <system_error>
 #include <utility>
 
@@ -49,14 +50,36 @@ const User* findUser(const Array& array, const std::string& name)
     return user == array.users.end() ? nullptr : &*user;
 }
 
-/// A copy of the text as a NUL-terminated field. Throws Refusal when it does not fit.
-template <std::size_t N>
-void copyTerminated(const std::string& text, char (&field)[N])
+bool isThere(const api_Magazine_t& magazine)
 {
-    if (text.size() >= N)
-        throw Refusal(QBXSIM_NOT_SUPPORTED, "the cage name '" + text + "' is longer than " +
-                                                std::to_string(N - 1) + " bytes");
-    std::fill(field + text.copy(field, N), field + N, '\0');
+    return !magazine.isAbsent;
+}
+
+template <class Element>
+bool isThere(const Element&)
+{
+    return true;
+}
+
+/// The element with that deviceID. Throws Refusal when there is none.
+template <class List>
+auto& named(List& list, const char* kind, const std::string& name)
+{
+    for (auto& element : list)
+        if (isThere(element) && fieldText(element.deviceID) == name) return element;
+    throw Refusal(QBXSIM_NOT_FOUND, std::string("no ") + kind + " '" + name + "'");
+}
+
+void requireRoom(const std::string& text, std::size_t size, int code)
+{
+    if (text.size() > size)
+        throw Refusal(code, "'" + text + "' has " + std::to_string(text.size()) + " bytes; " +
+                                std::to_string(size) + " fit");
+}
+
+void setLocation(api_Cage_t& cage, const std::string& location)
+{
+    cage.location[location.copy(cage.location, sizeof cage.location - 1)] = '\0';
 }
 
 bool isFamily(jb_type_e type, jb_type_e one, jb_type_e other)
@@ -75,7 +98,7 @@ char (*firmwareOf(api_FCAL_t& card))[32]
 Firmware readFirmware(const std::string& fileName)
 {
     try {
-        return parseFirmware(fileName, readFile(fileName));
+        return parse<Firmware>(fileName, readFile(fileName));
     } catch (const std::system_error& error) {
         const bool isMissing = error.code() == std::errc::no_such_file_or_directory;
         throw Refusal(isMissing ? QBXSIM_FIRMWARE_MISSING : QBXSIM_FIRMWARE_UNREADABLE,
@@ -85,33 +108,23 @@ Firmware readFirmware(const std::string& fileName)
     }
 }
 
-/// Replaces a file as a whole: after a crash it has the old contents or the new ones.
+/// Replaces a file as a whole: nobody finds half of it. Throws std::system_error.
 void replaceFile(const std::string& path, const std::string& text)
 {
     const std::string draft = path + ".new";
-    const auto fail = [&](const std::string& name) {
-        const std::system_error error(errno, std::generic_category(), name);
-        unlink(draft.c_str());
-        throw error;
-    };
-    const int file = open(draft.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0640);
-    if (file < 0) fail(draft);
-    const bool isWritten =
-        write(file, text.data(), text.size()) == static_cast<ssize_t>(text.size()) &&
-        fsync(file) == 0;
-    const int error = errno;
-    close(file);
-    errno = error;
-    if (!isWritten) fail(draft);
-    if (rename(draft.c_str(), path.c_str()) != 0) fail(path);
+    std::error_code error;
+    std::ofstream file(draft, std::ios::binary);
+    file << text << std::flush;
+    if (file)
+        std::filesystem::rename(draft, path, error);
+    else
+        error.assign(errno, std::generic_category());
+    if (!error) return;
+    std::remove(draft.c_str());
+    throw std::system_error(error, path);
 }
 
 }  // namespace
-
-Simulator::Simulator()
-{
-    use(environment("QBX_ARRAY_FILE", sampleArray()));
-}
 
 void Simulator::use(const std::string& path)
 {
@@ -124,27 +137,23 @@ void Simulator::use(const std::string& path)
 
 void Simulator::load(const std::string& path)
 {
-    const std::lock_guard lock(mutex_);
     use(path);
     current();
 }
 
 void Simulator::reset()
 {
-    const std::lock_guard lock(mutex_);
     use(environment("QBX_ARRAY_FILE", sampleArray()));
 }
 
 bool Simulator::mayOpen(const std::string& user)
 {
-    const std::lock_guard lock(mutex_);
     const User* const known = findUser(current(), user);
     return known != nullptr && known->mayOpen;
 }
 
 api_cimuser_authorization_e Simulator::authorize(const std::string& user, const std::string& key)
 {
-    const std::lock_guard lock(mutex_);
     const Array& array = current();
     const User* const known = findUser(array, user);
     if (known == nullptr || !known->privileges) return API_CIMUSER_AUTHORIZATION_USER_NOTFOUND;
@@ -156,59 +165,46 @@ api_cimuser_authorization_e Simulator::authorize(const std::string& user, const 
 
 api_StorageArray_t Simulator::storageArray()
 {
-    const std::lock_guard lock(mutex_);
     return current().storageArray;
 }
 
 std::string Simulator::nodeIPaddress()
 {
-    const std::lock_guard lock(mutex_);
     return current().nodeIPaddress;
 }
 
 api_Cage_t Simulator::findCage(const std::string& name)
 {
-    const std::lock_guard lock(mutex_);
-    for (const api_Cage_t& cage : cached().cages)
-        if (fieldText(cage.deviceID) == name) return cage;
-    throw Refusal(QBXSIM_NOT_FOUND, "no cage '" + name + "'");
+    return named(cached().cages, "cage", name);
 }
 
 api_MagazineIDs_t Simulator::findMagazine(const std::string& tag)
 {
-    const std::lock_guard lock(mutex_);
-    for (const api_Magazine_t& magazine : current().records.magazines) {
-        if (magazine.isAbsent || fieldText(magazine.deviceID) != tag) continue;
-        api_MagazineIDs_t ids = {};
-        ids.magazine = magazine.position;
-        copyTerminated(fieldText(magazine.parentDeviceID), ids.cageName);
-        return ids;
-    }
-    throw Refusal(QBXSIM_NOT_FOUND, "no magazine '" + tag + "'");
+    const api_Magazine_t& magazine = named(current().records.magazines, "magazine", tag);
+    const std::string cage = fieldText(magazine.parentDeviceID);
+    api_MagazineIDs_t ids = {};
+    ids.magazine = magazine.position;
+    requireRoom(cage, sizeof ids.cageName, QBXSIM_NOT_SUPPORTED);
+    cage.copy(ids.cageName, sizeof ids.cageName);
+    return ids;
 }
 
 std::string Simulator::findCageOfCard(const std::string& tag)
 {
-    const std::lock_guard lock(mutex_);
-    for (const api_FCAL_t& card : current().records.fcals) {
-        if (fieldText(card.deviceID) != tag) continue;
-        char name[API_ID_SIZE] = {};
-        copyTerminated(fieldText(card.parentDeviceID), name);
-        return name;
-    }
-    throw Refusal(QBXSIM_NOT_FOUND, "no interface card '" + tag + "'");
+    const api_FCAL_t& card = named(current().records.fcals, "interface card", tag);
+    const std::string cage = fieldText(card.parentDeviceID);
+    requireRoom(cage, API_ID_SIZE - 1, QBXSIM_NOT_SUPPORTED);
+    return cage;
 }
 
 void Simulator::locateCage(const std::string& name, std::uint16_t seconds)
 {
-    const std::lock_guard lock(mutex_);
-    api_Cage_t& cage = cageNamed(name);
+    api_Cage_t& cage = named(current().records.cages, "cage", name);
     turnOn("cage " + name, seconds, [&cage](bool on) { cage.locateON = on; });
 }
 
 void Simulator::locateMagazine(const std::string& cage, unsigned number, std::uint16_t seconds)
 {
-    const std::lock_guard lock(mutex_);
     api_Magazine_t& magazine = magazineNumbered(cage, number);
     turnOn("magazine " + std::to_string(number) + " of " + cage, seconds,
            [&magazine](bool on) { magazine.locateON = on; });
@@ -216,7 +212,6 @@ void Simulator::locateMagazine(const std::string& cage, unsigned number, std::ui
 
 void Simulator::locatePort(const std::string& cage, unsigned port, std::uint16_t seconds)
 {
-    const std::lock_guard lock(mutex_);
     bool isFound = false;
     for (api_FCAL_t& card : current().records.fcals) {
         const unsigned ports = card.cageType == JB_DC3 ? 4 : 2;
@@ -242,7 +237,6 @@ void Simulator::setMagazineLoop(const std::string& cage, unsigned number, bool o
     if (port > bothPorts)
         throw Refusal(QBXSIM_BAD_ARGUMENT, "port code " + std::to_string(port) +
                                                ": expected 0 for A, 1 for B or 2 for both");
-    const std::lock_guard lock(mutex_);
     api_Magazine_t& magazine = magazineNumbered(cage, number);
     const api_StatePair_t& state = onLoop ? onLoopState : offLoopState;
     if (port == 0 || port == bothPorts) magazine.stateLoopA = state;
@@ -252,8 +246,7 @@ void Simulator::setMagazineLoop(const std::string& cage, unsigned number, bool o
 
 void Simulator::upgradeCage(const std::string& name, bool isPortA, const std::string& fileName)
 {
-    const std::lock_guard lock(mutex_);
-    api_Cage_t& cage = cageNamed(name);
+    api_Cage_t& cage = named(current().records.cages, "cage", name);
     std::vector<char(*)[32]> versions;
     if (isFamily(cage.type, JB_LBOD, JB_MBOD)) versions.push_back(&cage.u.lbod.fwVersion);
     for (api_FCAL_t& card : array_->records.fcals) {
@@ -277,12 +270,8 @@ void Simulator::upgradeCage(const std::string& name, bool isPortA, const std::st
 
 void Simulator::setCageLocation(const std::string& name, const std::string& location)
 {
-    const std::lock_guard lock(mutex_);
-    api_Cage_t& cage = cageNamed(name);
-    if (location.size() >= sizeof cage.location)
-        throw Refusal(QBXSIM_BAD_ARGUMENT, "a location of " + std::to_string(location.size()) +
-                                               " bytes; " +
-                                               std::to_string(sizeof cage.location - 1) + " fit");
+    api_Cage_t& cage = named(current().records.cages, "cage", name);
+    requireRoom(location, sizeof cage.location - 1, QBXSIM_BAD_ARGUMENT);
     const auto index = static_cast<std::size_t>(&cage - array_->records.cages.data());
     try {
         State state = readState();
@@ -290,13 +279,13 @@ void Simulator::setCageLocation(const std::string& name, const std::string& loca
         kept.erase(std::remove_if(kept.begin(), kept.end(),
                                   [&](const KeptLocation& entry) { return entry.cage == name; }),
                    kept.end());
-        kept.push_back({name, fileLocations_[index], location});
+        kept.push_back({name, array_->locations[index], location});
         replaceFile(statePath_, formatState(state));
     } catch (const std::runtime_error& error) {
         throw Refusal(QBXSIM_STATE_NOT_KEPT,
                       std::string("the location cannot be kept: ") + error.what());
     }
-    copyTerminated(location, cage.location);
+    setLocation(cage, location);
     snapshot_.reset();
 }
 
@@ -305,10 +294,7 @@ void Simulator::reloadIfChanged()
     try {
         const std::optional<std::string> text = file_.readIfChanged();
         if (!text) return;
-        Array array = parseArray(file_.path(), *text);
-        fileLocations_.clear();
-        for (const api_Cage_t& cage : array.records.cages)
-            fileLocations_.push_back(fieldText(cage.location));
+        auto array = parse<Array>(file_.path(), *text);
         restoreLocations(array);
         lights_.clear();
         array_ = std::move(array);
@@ -325,7 +311,8 @@ Array& Simulator::current()
 {
     reloadIfChanged();
     if (!array_) throw Refusal(QBXSIM_NO_ARRAY, "no array file is in service");
-    turnOffExpiredLights();
+    for (const auto& [name, light] : lights_)
+        if (light.until <= Clock::now()) light.turn(false);
     return *array_;
 }
 
@@ -339,20 +326,12 @@ const Records& Simulator::cached()
     return snapshot_.emplace(array.records);
 }
 
-api_Cage_t& Simulator::cageNamed(const std::string& name)
-{
-    for (api_Cage_t& cage : current().records.cages)
-        if (fieldText(cage.deviceID) == name) return cage;
-    throw Refusal(QBXSIM_NOT_FOUND, "no cage '" + name + "'");
-}
-
 api_Magazine_t& Simulator::magazineNumbered(const std::string& cage, unsigned number)
 {
-    for (api_Magazine_t& magazine : current().records.magazines) {
-        const bool isIt = !magazine.isAbsent && magazine.position == number &&
-                          fieldText(magazine.parentDeviceID) == cage;
-        if (isIt) return magazine;
-    }
+    for (api_Magazine_t& magazine : current().records.magazines)
+        if (isThere(magazine) && magazine.position == number &&
+            fieldText(magazine.parentDeviceID) == cage)
+            return magazine;
     throw Refusal(QBXSIM_NOT_FOUND,
                   "no magazine " + std::to_string(number) + " in cage '" + cage + "'");
 }
@@ -361,47 +340,27 @@ void Simulator::turnOn(const std::string& light, std::uint16_t seconds,
                        std::function<void(bool)> turn)
 {
     turn(seconds > 0);
-    lights_.erase(light);
-    if (seconds > 0)
-        lights_[light] = {Clock::now() + std::chrono::seconds(seconds), std::move(turn)};
+    lights_[light] = {Clock::now() + std::chrono::seconds(seconds), std::move(turn)};
     snapshot_.reset();
-}
-
-void Simulator::turnOffExpiredLights()
-{
-    const auto now = Clock::now();
-    for (auto light = lights_.begin(); light != lights_.end();) {
-        if (light->second.until > now) {
-            ++light;
-            continue;
-        }
-        light->second.turn(false);
-        light = lights_.erase(light);
-    }
 }
 
 void Simulator::restoreLocations(Array& array) const
 {
-    State state;
     try {
-        state = readState();
+        for (const KeptLocation& kept : readState().locations)
+            for (api_Cage_t& cage : array.records.cages)
+                if (fieldText(cage.deviceID) == kept.cage && fieldText(cage.location) == kept.from)
+                    setLocation(cage, kept.to);
     } catch (const std::runtime_error& error) {
         writeLog(LogFailure, "simulated array: locations that were set before are lost: " +
                                  std::string(error.what()));
     }
-    for (const KeptLocation& kept : state.locations)
-        for (api_Cage_t& cage : array.records.cages) {
-            const bool isItsCage = fieldText(cage.deviceID) == kept.cage;
-            const bool isUnchanged = fieldText(cage.location) == kept.from;
-            if (isItsCage && isUnchanged && kept.to.size() < sizeof cage.location)
-                copyTerminated(kept.to, cage.location);
-        }
 }
 
 State Simulator::readState() const
 {
     try {
-        return parseState(statePath_, readFile(statePath_));
+        return parse<State>(statePath_, readFile(statePath_));
     } catch (const std::system_error& error) {
         if (error.code() == std::errc::no_such_file_or_directory) return {};
         throw;

@@ -9,7 +9,6 @@
 #include <chrono>
 #include <functional>
 #include <map>
-#include <mutex>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -19,24 +18,22 @@ namespace qbxsim
 {
 
 /// An operation that cannot be carried out: its result code, and why, for the log.
-class Refusal : public std::runtime_error
+struct Refusal : std::runtime_error
 {
-public:
-    Refusal(int code, const std::string& why) : std::runtime_error(why), code_(code) {}
-    int code() const { return code_; }
+    Refusal(int resultCode, const std::string& why) : std::runtime_error(why), code(resultCode) {}
 
-private:
-    int code_;
+    int code;
 };
 
-/// Thread-safe. Every operation looks first whether the array file has changed, and throws Refusal
-/// when no usable file has been read yet. A changed file replaces everything that actions have
-/// changed, except locations: those hold until the file gives the cage another location.
+/// For one thread at a time. Every operation looks first whether the array file has changed, and
+/// throws Refusal when no usable file has been read yet. A changed file replaces everything that
+/// actions have changed, except locations: those hold until the file gives the cage another
+/// location.
 class Simulator
 {
 public:
     /// Takes the file from QBX_ARRAY_FILE, or else the sample array.
-    Simulator();
+    Simulator() { reset(); }
 
     /// Serves another file from now on. Throws Refusal when it is not usable.
     void load(const std::string& path);
@@ -50,9 +47,8 @@ public:
 
     /// One of the lists, up to the array's cache time old. Actions are seen at once.
     template <class Record>
-    std::vector<Record> list(std::vector<Record> Records::*which)
+    const std::vector<Record>& list(std::vector<Record> Records::*which)
     {
-        const std::lock_guard lock(mutex_);
         return cached().*which;
     }
 
@@ -78,25 +74,19 @@ private:
         std::function<void(bool)> turn;
     };
 
-    // All of these want the mutex held.
-
     void use(const std::string& path);
     void reloadIfChanged();
     Array& current();
     const Records& cached();
-    api_Cage_t& cageNamed(const std::string& name);
     api_Magazine_t& magazineNumbered(const std::string& cage, unsigned number);
     void turnOn(const std::string& light, std::uint16_t seconds, std::function<void(bool)> turn);
-    void turnOffExpiredLights();
     void restoreLocations(Array& array) const;
     State readState() const;
 
-    std::mutex mutex_;
     WatchedFile file_{""};
     std::string statePath_;
     std::optional<Array> array_;
-    std::vector<std::string> fileLocations_;  // of the cages, as the file gives them
-    std::map<std::string, Light> lights_;     // those that will go off
+    std::map<std::string, Light> lights_;  // those that go off, or have gone
     std::optional<Records> snapshot_;
     Clock::time_point snapshotEnd_;
 };

@@ -4,17 +4,23 @@
 
 #include "CallMonitor.h"
 #include "Log.h"
-#include "Semaphore.h"
 #include "Simulator.h"
 #include "qbxapi_sim.h"
 
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <exception>
+#include <memory>
+#include <mutex>
+#include <new>
 #include <string>
 #include <thread>
+#include <type_traits>
 #include <vector>
 
 namespace
@@ -22,24 +28,40 @@ namespace
 
 using namespace qbxsim;
 
-// Never destroyed: other threads may call the API while the process ends.
+/// The only one of its kind. Never destroyed: other threads may call the API while the process
+/// ends.
+template <class T>
+T& theOnly()
+{
+    static T& only = *new T;
+    return only;
+}
 
 CallMonitor& monitor()
 {
-    static CallMonitor& monitor = *new CallMonitor;
-    return monitor;
+    return theOnly<CallMonitor>();
 }
 
-Semaphore& semaphore()
-{
-    static Semaphore& semaphore = *new Semaphore;
-    return semaphore;
-}
+// The semaphore of the API knows its holder, and so reports the mistakes that on an array only show
+// as a hang or as two calls at once.
+std::mutex semaphore;
+std::atomic<std::thread::id> semaphoreHolder;
 
-Simulator& simulator()
+std::mutex simulatorMutex;
+
+/// The simulator: as long as this lives, no other thread's.
+class LockedSimulator
 {
-    static Simulator& simulator = *new Simulator;
-    return simulator;
+public:
+    Simulator* operator->() const { return &theOnly<Simulator>(); }
+
+private:
+    const std::lock_guard<std::mutex> lock_{simulatorMutex};
+};
+
+LockedSimulator simulator()
+{
+    return {};
 }
 
 // A found cage is handed out as its record.
@@ -52,25 +74,25 @@ std::string nameOf(const api_CageHandle_t& handle)
     return fieldText(cage.deviceID);
 }
 
-std::string shown(unsigned long value)
+void require(bool condition, const char* what)
 {
-    return std::to_string(value);
+    if (!condition) throw Refusal(QBXSIM_BAD_ARGUMENT, what);
 }
-std::string shown(int value)
+
+// How the record of calls shows an argument.
+
+template <class Argument>
+std::string shown(const Argument& argument)
 {
-    return std::to_string(value);
-}
-std::string shown(const std::string& text)
-{
-    return '"' + text + '"';
-}
-std::string shown(const char* text)
-{
-    return text == nullptr ? "null" : shown(std::string(text));
-}
-std::string shown(const api_CageHandle_t* cage)
-{
-    return cage == nullptr ? "null" : shown(nameOf(*cage));
+    if constexpr (std::is_arithmetic_v<Argument>) {
+        return std::to_string(argument);
+    } else {
+        if (argument == nullptr) return "null";
+        if constexpr (std::is_same_v<Argument, const char*>)
+            return '"' + std::string(argument) + '"';
+        else
+            return shown(nameOf(*argument).c_str());
+    }
 }
 
 template <class... Arguments>
@@ -81,39 +103,54 @@ std::string callText(const char* operation, const Arguments&... arguments)
     return operation + ('(' + text + ')');
 }
 
-/// Does the work, and returns 0 or the code of what was thrown, which is logged.
+template <class Argument>
+void refuseNull(const Argument& argument)
+{
+    if constexpr (std::is_pointer_v<Argument>) require(argument != nullptr, "null argument");
+}
+
+/// Does the work, and returns its result or the code of what was thrown, which is logged.
 template <class Work>
 int resultOf(const char* operation, const Work& work)
 {
     try {
-        return work();
+        if constexpr (!std::is_void_v<decltype(work())>) return work();
+        work();
+        return 0;
     } catch (const Refusal& refusal) {
         // A missing array is logged once, when its file is found to be bad.
-        if (refusal.code() != QBXSIM_NO_ARRAY)
+        if (refusal.code != QBXSIM_NO_ARRAY)
             writeLog(LogRejected, std::string(operation) + ": " + refusal.what());
-        return refusal.code();
+        return refusal.code;
     } catch (const std::exception& error) {
         writeLog(LogFailure, std::string(operation) + ": " + error.what());
         return QBXSIM_INTERNAL;
     }
 }
 
-/// One call of the API. The arguments are those to show in the record of calls.
-template <class Work, class... Arguments>
-int call(const char* operation, const Work& work, const Arguments&... arguments) noexcept
+/// Counts a call, and waits for as long as a test wants it to.
+Fault begin(const char* operation)
 {
     const Fault fault = monitor().begin(operation);
     std::this_thread::sleep_for(fault.delay);
-    int result = fault.instead ? *fault.instead : resultOf(operation, work);
+    return fault;
+}
+
+/// One call of the API: counted, delayed or failed as a test wants it, and put on record with the
+/// arguments, of which none may be null.
+template <class Work, class... Arguments>
+int call(const char* operation, const Work& work, const Arguments&... arguments) noexcept
+{
+    const Fault fault = begin(operation);
+    const auto checkedWork = [&] {
+        (refuseNull(arguments), ...);
+        return work();
+    };
+    int result = fault.instead ? *fault.instead : resultOf(operation, checkedWork);
     if (fault.afterwards) result = *fault.afterwards;
     if (monitor().isRecording())
         monitor().end(callText(operation, arguments...) + " = " + std::to_string(result));
     return result;
-}
-
-void require(bool condition, const char* what)
-{
-    if (!condition) throw Refusal(QBXSIM_BAD_ARGUMENT, what);
 }
 
 template <class List, class Record>
@@ -124,18 +161,15 @@ int listCall(const char* operation, int zero, List* list, Record* List::*records
         require(zero == 0, "the first argument is not 0");
         require(list != nullptr, "null list");
         require(list->count == 0 && list->*records == nullptr, "the list is not zeroed");
-        std::vector<Record> found = simulator().list(which);
-        if (found.empty()) return 0;
-        if (edit != nullptr)
-            for (Record& record : found)
-                edit(record);
+        const std::vector<Record> found = simulator()->list(which);
+        if (found.empty()) return;
         const std::size_t size = found.size() * sizeof(Record);
         auto* const memory = static_cast<Record*>(std::malloc(size));
         if (memory == nullptr) throw std::bad_alloc();
         std::memcpy(memory, found.data(), size);
+        if (edit != nullptr) std::for_each(memory, memory + found.size(), edit);
         list->*records = memory;
         list->count = static_cast<std::uint32_t>(found.size());
-        return 0;
     };
     return call(operation, work, zero);
 }
@@ -149,15 +183,11 @@ void clearMfg(Record& record)
 std::string formatted(const char* format, va_list arguments)
 {
     if (format == nullptr) return "(null format)";
-    va_list again;
-    va_copy(again, arguments);
-    const int length = std::vsnprintf(nullptr, 0, format, again);
-    va_end(again);
+    char* text = nullptr;
+    const int length = vasprintf(&text, format, arguments);
     if (length < 0) return std::string("(cannot be formatted) ") + format;
-    std::string text(static_cast<std::size_t>(length) + 1, '\0');
-    std::vsnprintf(text.data(), text.size(), format, arguments);
-    text.pop_back();
-    return text;
+    const std::unique_ptr<char, decltype(&std::free)> owner(text, std::free);
+    return {text, static_cast<std::size_t>(length)};
 }
 
 int setFault(const char* operation, unsigned number, const Fault& fault)
@@ -174,8 +204,7 @@ int setFault(const char* operation, unsigned number, const Fault& fault)
 int api_qbxOpenForCimserver(const char* user)
 {
     const auto work = [=] {
-        require(user != nullptr, "null user");
-        if (!monitor().isRefused(user) && simulator().mayOpen(user)) return 0;
+        if (!monitor().isRefused(user) && simulator()->mayOpen(user)) return;
         throw Refusal(QBXSIM_REFUSED, "user '" + std::string(user) + "' may not open the API");
     };
     return call(__func__, work, user);
@@ -183,36 +212,44 @@ int api_qbxOpenForCimserver(const char* user)
 
 int api_authorizeCIMUser(const char* user, const char* privilegeKey)
 {
-    const auto work = [=]() -> int {
-        require(user != nullptr && privilegeKey != nullptr, "null argument");
-        return simulator().authorize(user, privilegeKey);
-    };
+    const auto work = [=] { return simulator()->authorize(user, privilegeKey); };
     return call(__func__, work, user, privilegeKey);
 }
 
 int cim_sem_wait(void)
 {
-    return call(__func__, [] { return semaphore().wait(); });
+    const auto work = [] {
+        if (semaphoreHolder == std::this_thread::get_id()) {
+            reportMisuse("cim_sem_wait by the thread that holds the semaphore would wait for ever");
+            return EDEADLK;
+        }
+        semaphore.lock();
+        semaphoreHolder = std::this_thread::get_id();
+        return 0;
+    };
+    return call(__func__, work);
 }
 
 void cim_sem_post(void)
 {
-    const Fault fault = monitor().begin(__func__);
-    std::this_thread::sleep_for(fault.delay);
+    begin(__func__);
     // On record before anybody else can take the semaphore.
     monitor().end("cim_sem_post()");
-    semaphore().post();
+    if (semaphoreHolder != std::this_thread::get_id())
+        return reportMisuse("cim_sem_post without a cim_sem_wait");
+    semaphoreHolder = std::thread::id();
+    semaphore.unlock();
 }
 
 void log_message(int level, const char* format, ...)
 {
+    begin(__func__);
+    if (!monitor().isRecording() && !isLogged(level)) return;
     va_list arguments;
     va_start(arguments, format);
     const std::string text = formatted(format, arguments);
     va_end(arguments);
-    const Fault fault = monitor().begin(__func__);
-    std::this_thread::sleep_for(fault.delay);
-    if (monitor().isRecording()) monitor().end(callText(__func__, level, text));
+    if (monitor().isRecording()) monitor().end(callText(__func__, level, text.c_str()));
     writeLog(level, text);
 }
 
@@ -222,8 +259,7 @@ int api_getStorageArray(api_StorageArray_t* array)
 {
     const auto work = [=] {
         require(array != nullptr, "null record");
-        *array = simulator().storageArray();
-        return 0;
+        *array = simulator()->storageArray();
     };
     return call(__func__, work);
 }
@@ -231,10 +267,9 @@ int api_getStorageArray(api_StorageArray_t* array)
 int api_getNodeIPaddress(char* buffer, size_t size)
 {
     const auto work = [=] {
-        const std::string address = simulator().nodeIPaddress();
+        const std::string address = simulator()->nodeIPaddress();
         require(buffer != nullptr && address.size() < size, "no buffer, or too small a one");
         std::memcpy(buffer, address.c_str(), address.size() + 1);
-        return 0;
     };
     return call(__func__, work, size);
 }
@@ -259,42 +294,31 @@ int api_getCagesPS_Cached(int zero, api_CagePSList_t* list)
 int api_findCageName_Cached(const char* name, api_CageHandle_t* cage)
 {
     const auto work = [=] {
-        require(name != nullptr && cage != nullptr, "null argument");
-        const api_Cage_t found = simulator().findCage(name);
+        require(cage != nullptr, "null cage");
+        const api_Cage_t found = simulator()->findCage(name);
         std::memcpy(cage, &found, sizeof found);
-        return 0;
     };
     return call(__func__, work, name);
 }
 
 int api_locateCage(const api_CageHandle_t* cage, uint16_t seconds)
 {
-    const auto work = [=] {
-        require(cage != nullptr, "null cage");
-        simulator().locateCage(nameOf(*cage), seconds);
-        return 0;
-    };
+    const auto work = [=] { simulator()->locateCage(nameOf(*cage), seconds); };
     return call(__func__, work, cage, seconds);
 }
 
 int api_upgradeCage(const api_CageHandle_t* cage, uint8_t isPortA, const char* fileName)
 {
     const auto work = [=] {
-        require(cage != nullptr, "null cage");
-        require(fileName != nullptr && *fileName != '\0', "no file name");
-        simulator().upgradeCage(nameOf(*cage), isPortA != 0, fileName);
-        return 0;
+        require(*fileName != '\0', "no file name");
+        simulator()->upgradeCage(nameOf(*cage), isPortA != 0, fileName);
     };
     return call(__func__, work, cage, isPortA, fileName);
 }
 
 int api_setCageLocation(const api_CageHandle_t* cage, const char* location)
 {
-    const auto work = [=] {
-        require(cage != nullptr && location != nullptr, "null argument");
-        simulator().setCageLocation(nameOf(*cage), location);
-        return 0;
-    };
+    const auto work = [=] { simulator()->setCageLocation(nameOf(*cage), location); };
     return call(__func__, work, cage, location);
 }
 
@@ -313,30 +337,21 @@ int api_getMagazinesNoMfg_Cached(int zero, api_MagazineList_t* list)
 int api_findMagazineIDs(const char* tag, api_MagazineIDs_t* ids)
 {
     const auto work = [=] {
-        require(tag != nullptr && ids != nullptr, "null argument");
-        *ids = simulator().findMagazine(tag);
-        return 0;
+        require(ids != nullptr, "null record");
+        *ids = simulator()->findMagazine(tag);
     };
     return call(__func__, work, tag);
 }
 
 int api_setMagazineLoop(const char* cageName, uint16_t magazine, uint8_t onLoop, uint8_t port)
 {
-    const auto work = [=] {
-        require(cageName != nullptr, "null cage name");
-        simulator().setMagazineLoop(cageName, magazine, onLoop != 0, port);
-        return 0;
-    };
+    const auto work = [=] { simulator()->setMagazineLoop(cageName, magazine, onLoop != 0, port); };
     return call(__func__, work, cageName, magazine, onLoop, port);
 }
 
 int api_locateMagazine(const char* cageName, uint16_t magazine, uint16_t seconds)
 {
-    const auto work = [=] {
-        require(cageName != nullptr, "null cage name");
-        simulator().locateMagazine(cageName, magazine, seconds);
-        return 0;
-    };
+    const auto work = [=] { simulator()->locateMagazine(cageName, magazine, seconds); };
     return call(__func__, work, cageName, magazine, seconds);
 }
 
@@ -355,21 +370,16 @@ int api_getFCALsNoMfg_Cached(int zero, api_FCALList_t* list)
 int api_findCageNameForFCAL(const char* tag, char* cageName)
 {
     const auto work = [=] {
-        require(tag != nullptr && cageName != nullptr, "null argument");
-        const std::string name = simulator().findCageOfCard(tag);
+        require(cageName != nullptr, "no buffer");
+        const std::string name = simulator()->findCageOfCard(tag);
         std::memcpy(cageName, name.c_str(), name.size() + 1);
-        return 0;
     };
     return call(__func__, work, tag);
 }
 
 int api_locateFCALPort(const char* cageName, uint16_t port, uint16_t seconds)
 {
-    const auto work = [=] {
-        require(cageName != nullptr, "null cage name");
-        simulator().locatePort(cageName, port, seconds);
-        return 0;
-    };
+    const auto work = [=] { simulator()->locatePort(cageName, port, seconds); };
     return call(__func__, work, cageName, port, seconds);
 }
 
@@ -377,23 +387,18 @@ int api_locateFCALPort(const char* cageName, uint16_t port, uint16_t seconds)
 
 int qbxsim_failCall(const char* operation, unsigned number, int code)
 {
-    Fault fault;
-    fault.instead = code;
-    return setFault(operation, number, fault);
+    return setFault(operation, number, {code, std::nullopt, {}});
 }
 
 int qbxsim_failAfterCall(const char* operation, unsigned number, int code)
 {
-    Fault fault;
-    fault.afterwards = code;
-    return setFault(operation, number, fault);
+    return setFault(operation, number, {std::nullopt, code, {}});
 }
 
 int qbxsim_delayCall(const char* operation, unsigned number, unsigned milliseconds)
 {
-    Fault fault;
-    fault.delay = std::chrono::milliseconds(milliseconds);
-    return setFault(operation, number, fault);
+    return setFault(operation, number,
+                    {std::nullopt, std::nullopt, std::chrono::milliseconds(milliseconds)});
 }
 
 int qbxsim_refuseUser(const char* user)
@@ -429,14 +434,13 @@ int qbxsim_loadFile(const char* path)
 {
     return resultOf(__func__, [=] {
         require(path != nullptr, "null path");
-        simulator().load(path);
-        return 0;
+        simulator()->load(path);
     });
 }
 
 void qbxsim_reset(void)
 {
     monitor().reset();
-    simulator().reset();
+    simulator()->reset();
     resetLog();
 }

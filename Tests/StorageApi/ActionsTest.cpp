@@ -1,9 +1,11 @@
-// Actions change what later queries show, or say by their code why they could not.
+// Actions change what later queries show, and nothing else, or say by their code why they could
+// not.
 #include "Simulator.h"
 
 #include <sys/stat.h>
 
-#include <functional>
+#include <chrono>
+#include <thread>
 
 namespace
 {
@@ -11,303 +13,125 @@ namespace
 class ActionsTest : public SimulatorTest
 {
 protected:
-    ActionsTest() { serve(array()); }
-
-    static Json card(const char* id, const char* parent, const char* type, const char* loops)
+    /// All that an action can change, by the names of the elements.
+    static Json picture()
     {
-        const std::string flags = loops;
-        Json record = {{"deviceID", id},
-                       {"parentDeviceID", parent},
-                       {"cageType", type},
-                       {"isLoopA", flags.find('A') != std::string::npos},
-                       {"isLoopB", flags.find('B') != std::string::npos}};
-        if (std::string(type) == "JB_KBOD") record["kbod"] = {{"fwVersion", "1"}};
-        if (std::string(type) == "JB_DC3") record["sbod"] = {{"fwVersion", "1"}};
-        return record;
+        Json all;
+        for (const api_Cage_t& cage : cages())
+            all[cage.deviceID] = {{"light", +cage.locateON},
+                                  {"at", cage.location},
+                                  {"version", cage.u.lbod.fwVersion}};
+        for (const auto& bay : records(api_getMagazines_Cached, &api_MagazineList_t::mags))
+            all[bay.deviceID] = {{"light", +bay.locateON},
+                                 {"A", {bay.stateLoopA.actual, bay.stateLoopA.overall}},
+                                 {"B", {bay.stateLoopB.actual, bay.stateLoopB.overall}}};
+        for (const auto& card : records(api_getFCALs_Cached, &api_FCALList_t::fcals))
+            all[card.deviceID] = {{"A", card.loopA.locateON},
+                                  {"B", card.loopB.locateON},
+                                  {"KBOD", card.u.kbod.fwVersion},
+                                  {"DC3", card.u.sbod.fwVersion}};
+        return all;
     }
 
-    static Json array()
+    /// The result of an action, and what it changes in the picture.
+    void expect(int result, int code, const Json& news = Json::object())
     {
-        return {{"cages",
-                 {Json{{"deviceID", "dc1"}, {"type", "JB_KBOD"}, {"location", "old"}},
-                  Json{{"deviceID", "dc2"}, {"type", "JB_LBOD"}, {"lbod", {{"fwVersion", "1"}}}},
-                  Json{{"deviceID", "dc3"}, {"type", "JB_DC3"}},
-                  Json{{"deviceID", "lit"}, {"type", 0}, {"locateON", true}}}},
-                {"magazines",
-                 {Json{{"deviceID", "m0"}, {"parentDeviceID", "dc2"}, {"position", 0}},
-                  Json{{"deviceID", "m1"}, {"parentDeviceID", "dc2"}, {"position", 1}},
-                  Json{{"deviceID", "n1"}, {"parentDeviceID", "dc1"}, {"position", 1}},
-                  Json{{"isAbsent", true}, {"parentDeviceID", "dc2"}, {"position", 2}}}},
-                {"fcals",
-                 {card("a1", "dc1", "JB_KBOD", "A"), card("b1", "dc1", "JB_KBOD", "B"),
-                  card("ab2", "dc2", "JB_LBOD", "AB"), card("a3", "dc3", "JB_DC3", "A"),
-                  card("x", "lit", "JB_UNKNOWN", "")}}};
+        last_.merge_patch(news);
+        EXPECT_EQ(result, code) << news;
+        EXPECT_EQ(picture(), last_) << news;
     }
 
-    /// The lit port lights of all cards, as in "a1.A0 b1.B0".
-    static std::string lights()
+    int upgrade(const char* cage, bool isPortA, const char* file) const
     {
-        std::string text;
-        const auto add = [&text](const api_FCAL_t& card, const char* loop, int port) {
-            if (!text.empty()) text += ' ';
-            text += std::string(card.deviceID) + loop + std::to_string(port);
-        };
-        for (const api_FCAL_t& card : fcals())
-            for (int port = 0; port < API_FCAL_PORTS; ++port) {
-                if (card.loopA.locateON[port]) add(card, ".A", port);
-                if (card.loopB.locateON[port]) add(card, ".B", port);
-            }
-        return text;
+        const api_CageHandle_t handle = foundCage(cage);
+        return api_upgradeCage(&handle, isPortA, path(file).c_str());
     }
 
-    static std::string versions()
+    static int setLocation(const char* cage, const std::string& text)
     {
-        std::string text = cages().at(1).u.lbod.fwVersion;
-        for (const api_FCAL_t& card : fcals()) {
-            if (card.cageType == JB_KBOD) text += std::string(" ") + card.u.kbod.fwVersion;
-            if (card.cageType == JB_DC3) text += std::string(" ") + card.u.sbod.fwVersion;
-        }
-        return text;
+        const api_CageHandle_t handle = foundCage(cage);
+        return api_setCageLocation(&handle, text.c_str());
     }
 
-    std::string location() const { return cages().at(0).location; }
-
-    /// As a new process would see the array.
-    void restart() const { qbxsim_reset(); }
+    Json last_ = picture();
 };
 
-TEST_F(ActionsTest, LightsGoOnForTheirSecondsAndOffAgain)
+TEST_F(ActionsTest, ShowAtOnceWhateverTheCacheTime)
 {
-    const api_CageHandle_t cage = foundCage("dc2");
-    const struct
-    {
-        const char* name;
-        std::function<int(std::uint16_t)> locate;
-        std::function<bool()> isOn;
-    } cases[] = {
-        {"cage", [&](std::uint16_t seconds) { return api_locateCage(&cage, seconds); },
-         [] { return cages().at(1).locateON != 0; }},
-        {"magazine", [](std::uint16_t seconds) { return api_locateMagazine("dc2", 1, seconds); },
-         [] { return magazines().at(1).locateON != 0; }},
-        {"port", [](std::uint16_t seconds) { return api_locateFCALPort("dc2", 1, seconds); },
-         [] { return lights() == "ab2.A1 ab2.B1"; }},
-    };
-    for (const auto& test : cases) {
-        EXPECT_FALSE(test.isOn()) << test.name;
-        EXPECT_EQ(test.locate(2), 0) << test.name;
-        EXPECT_TRUE(test.isOn()) << test.name;
-    }
-    for (const auto& test : cases) {
-        EXPECT_TRUE(happens([&] { return !test.isOn(); })) << test.name;
-        EXPECT_EQ(test.locate(65535), 0);
-        EXPECT_TRUE(test.isOn()) << test.name;
-        EXPECT_EQ(test.locate(0), 0);
-        EXPECT_FALSE(test.isOn()) << test.name << ": 0 seconds turn it off";
-    }
-}
+    array_["cacheSeconds"] = 1000;
+    serve();
+    const api_CageHandle_t dc2 = foundCage("dc2"), lit = foundCage("lit"), none = {};
+    expect(api_locateCage(&dc2, 60), 0, {{"dc2", {{"light", 1}}}});
+    expect(api_locateCage(&lit, 0), 0, {{"lit", {{"light", 0}}}});
+    expect(api_locateCage(&none, 1), QBXSIM_NOT_FOUND);
+    expect(api_locateCage(nullptr, 1), QBXSIM_BAD_ARGUMENT);
+    expect(api_locateMagazine("dc2", 1, 60), 0, {{"m1", {{"light", 1}}}});
+    expect(api_locateMagazine("dc2", 2, 60), QBXSIM_NOT_FOUND);  // absent
+    const Json port0 = {1, 0, 0, 0}, port1 = {0, 1, 0, 0}, port3 = {0, 0, 0, 1};
+    expect(api_locateFCALPort("dc2", 1, 60), 0, {{"ab", {{"A", port1}, {"B", port1}}}});
+    expect(api_locateFCALPort("dc1", 0, 60), 0, {{"a1", {{"A", port0}}}, {"b1", {{"B", port0}}}});
+    expect(api_locateFCALPort("dc3", 3, 60), 0, {{"a3", {{"A", port3}}}});
+    expect(api_locateFCALPort("lit", 1, 60), 0, {{"x0", {{"A", port1}, {"B", port1}}}});
+    expect(api_locateFCALPort("dc1", 2, 60), QBXSIM_NOT_FOUND);
+    const Json on = {1, ES_NORMAL}, off = {2, ES_DEGRADED};
+    expect(api_setMagazineLoop("dc2", 1, 0, 2), 0, {{"m1", {{"A", off}, {"B", off}}}});
+    expect(api_setMagazineLoop("dc2", 1, 1, 0), 0, {{"m1", {{"A", on}}}});
+    expect(api_setMagazineLoop("dc2", 1, 255, 1), 0, {{"m1", {{"B", on}}}});
+    expect(api_setMagazineLoop("dc2", 1, 0, 3), QBXSIM_BAD_ARGUMENT);
+    expect(setLocation("dc1", "new"), 0, {{"dc1", {{"at", "new"}}}});
+    expect(setLocation("dc1", std::string(257, 'x')), QBXSIM_BAD_ARGUMENT);
 
-TEST_F(ActionsTest, ALightThatTheFileTurnsOnStaysOnUntilItIsTurnedOff)
-{
-    const api_CageHandle_t cage = foundCage("lit");
-    EXPECT_TRUE(cages().at(3).locateON);
-    EXPECT_EQ(api_locateCage(&cage, 0), 0);
-    EXPECT_FALSE(cages().at(3).locateON);
-}
-
-TEST_F(ActionsTest, APortLightIsOfTheCardsLoop)
-{
-    EXPECT_EQ(api_locateFCALPort("dc1", 0, 9), 0);
-    EXPECT_EQ(lights(), "a1.A0 b1.B0");
-    EXPECT_EQ(api_locateFCALPort("dc1", 0, 0), 0);
-    EXPECT_EQ(api_locateFCALPort("dc3", 3, 9), 0) << "a DC3 card has four ports";
-    EXPECT_EQ(api_locateFCALPort("lit", 1, 9), 0);
-    EXPECT_EQ(lights(), "a3.A3 x.A1 x.B1");
-    EXPECT_EQ(api_locateFCALPort("dc1", 2, 9), QBXSIM_NOT_FOUND);
-    EXPECT_EQ(api_locateFCALPort("dc3", 4, 9), QBXSIM_NOT_FOUND);
-    EXPECT_EQ(api_locateFCALPort("none", 0, 9), QBXSIM_NOT_FOUND);
-    EXPECT_EQ(lights(), "a3.A3 x.A1 x.B1");
-}
-
-TEST_F(ActionsTest, LocatingWhatIsNotThereFails)
-{
-    const api_CageHandle_t none = {};
-    EXPECT_EQ(api_locateCage(&none, 1), QBXSIM_NOT_FOUND);
-    EXPECT_EQ(api_locateCage(nullptr, 1), QBXSIM_BAD_ARGUMENT);
-    EXPECT_EQ(api_locateMagazine("dc2", 2, 1), QBXSIM_NOT_FOUND) << "an empty bay";
-    EXPECT_EQ(api_locateMagazine("dc1", 0, 1), QBXSIM_NOT_FOUND) << "a magazine of another cage";
-    EXPECT_EQ(api_locateMagazine(nullptr, 0, 1), QBXSIM_BAD_ARGUMENT);
-}
-
-TEST_F(ActionsTest, LoopStatesFollowThePortCode)
-{
-    const auto states = [] {
-        const api_Magazine_t magazine = magazines().at(1);
-        return std::vector<unsigned>{
-            magazine.stateLoopA.actual, unsigned(magazine.stateLoopA.overall),
-            magazine.stateLoopB.actual, unsigned(magazine.stateLoopB.overall)};
-    };
-    const struct
-    {
-        std::uint8_t onLoop;
-        std::uint8_t port;
-        std::vector<unsigned> states;
-    } steps[] = {
-        {0, 2, {2, ES_DEGRADED, 2, ES_DEGRADED}}, {1, 0, {1, ES_NORMAL, 2, ES_DEGRADED}},
-        {255, 1, {1, ES_NORMAL, 1, ES_NORMAL}},   {0, 1, {1, ES_NORMAL, 2, ES_DEGRADED}},
-        {1, 2, {1, ES_NORMAL, 1, ES_NORMAL}},     {0, 0, {2, ES_DEGRADED, 1, ES_NORMAL}},
-    };
-    for (const auto& step : steps) {
-        EXPECT_EQ(api_setMagazineLoop("dc2", 1, step.onLoop, step.port), 0);
-        EXPECT_EQ(states(), step.states) << int(step.onLoop) << ' ' << int(step.port);
-    }
-    EXPECT_EQ(api_setMagazineLoop("dc2", 1, 1, 3), QBXSIM_BAD_ARGUMENT);
-    EXPECT_EQ(api_setMagazineLoop("dc2", 7, 1, 2), QBXSIM_NOT_FOUND);
-    EXPECT_EQ(states(), steps[5].states);
-    EXPECT_EQ(magazines().at(2).stateLoopA.actual, 0u) << "magazine 1 of another cage";
-}
-
-TEST_F(ActionsTest, AnUpgradeChangesTheVersionOfTheCageOrOfTheCardsAtThatPort)
-{
-    write("all.fw",
-          R"({"qbxFirmware": 1, "version": "2", "cageTypes": ["JB_KBOD", "JB_LBOD", 4]})");
-    const std::string file = path("all.fw");
-    ASSERT_EQ(versions(), "1 1 1 1");
-    const api_CageHandle_t dc1 = foundCage("dc1");
-    const api_CageHandle_t dc2 = foundCage("dc2");
-    const api_CageHandle_t dc3 = foundCage("dc3");
-    EXPECT_EQ(api_upgradeCage(&dc1, 0, file.c_str()), 0);
-    EXPECT_EQ(versions(), "1 1 2 1");
-    EXPECT_EQ(api_upgradeCage(&dc1, 1, file.c_str()), 0);
-    EXPECT_EQ(versions(), "1 2 2 1");
-    EXPECT_EQ(api_upgradeCage(&dc2, 0, file.c_str()), 0);
-    EXPECT_EQ(versions(), "2 2 2 1");
-    EXPECT_EQ(api_upgradeCage(&dc3, 0, file.c_str()), QBXSIM_NOT_SUPPORTED) << "no card at port B";
-    EXPECT_EQ(api_upgradeCage(&dc3, 1, file.c_str()), 0);
-    EXPECT_EQ(versions(), "2 2 2 2");
-    const api_CageHandle_t lit = foundCage("lit");
-    EXPECT_EQ(api_upgradeCage(&lit, 1, file.c_str()), QBXSIM_NOT_SUPPORTED);
-}
-
-TEST_F(ActionsTest, AnUpgradeThatFailsTellsWhyAndChangesNothing)
-{
-    const struct
-    {
-        const char* name;
-        const char* text;  // null: no such file
-        int code;
-        const char* why;
-    } cases[] = {
-        {"none.fw", nullptr, QBXSIM_FIRMWARE_MISSING, "No such file or directory"},
-        {".", nullptr, QBXSIM_FIRMWARE_UNREADABLE, "Is a directory"},
-        {"empty.fw", "", QBXSIM_FIRMWARE_INVALID, "empty.fw:1: syntax error"},
-        {"other.fw", "{\"version\": \"2\"}", QBXSIM_FIRMWARE_INVALID,
-         "other.fw:1: /: field 'qbxFirmware' is missing"},
-        {"new.fw", "{\"qbxFirmware\": 2,\n\"version\": \"2\", \"cageTypes\": []}",
-         QBXSIM_FIRMWARE_INVALID, "new.fw:1: /qbxFirmware: expected 1"},
-        {"none2.fw", "{\"qbxFirmware\": 1,\n\"version\": \"\", \"cageTypes\": []}",
-         QBXSIM_FIRMWARE_INVALID, "none2.fw:2: /version: expected a version"},
-        {"dc1.fw", "{\"qbxFirmware\": 1, \"version\": \"2\", \"cageTypes\": [\"JB_KBOD\"]}",
-         QBXSIM_FIRMWARE_MISMATCH, "is not for the type of cage 'dc2'"},
-    };
-    const api_CageHandle_t cage = foundCage("dc2");
-    for (const auto& test : cases) {
-        if (test.text != nullptr) write(test.name, test.text);
-        EXPECT_EQ(api_upgradeCage(&cage, 1, path(test.name).c_str()), test.code) << test.name;
-        EXPECT_NE(log().find(test.why), std::string::npos) << test.why << '\n' << log();
-    }
-    EXPECT_EQ(api_upgradeCage(&cage, 1, ""), QBXSIM_BAD_ARGUMENT);
-    EXPECT_EQ(api_upgradeCage(&cage, 1, nullptr), QBXSIM_BAD_ARGUMENT);
-
+    write("fw", R"({"qbxFirmware": 1, "version": "2", "cageTypes": ["JB_KBOD", 4]})");
+    write("newer", R"({"qbxFirmware": 2})");
     ASSERT_EQ(mkfifo(path("fifo").c_str(), 0600), 0);
-    EXPECT_EQ(api_upgradeCage(&cage, 1, path("fifo").c_str()), QBXSIM_FIRMWARE_UNREADABLE);
-    EXPECT_EQ(versions(), "1 1 1 1");
+    expect(upgrade("dc1", false, "fw"), 0, {{"b1", {{"KBOD", "2"}}}});
+    expect(upgrade("dc1", true, "fw"), 0, {{"a1", {{"KBOD", "2"}}}});
+    expect(upgrade("dc3", true, "fw"), 0, {{"a3", {{"DC3", "2"}}}});
+    expect(upgrade("dc3", false, "fw"), QBXSIM_NOT_SUPPORTED);
+    expect(upgrade("dc2", false, "none"), QBXSIM_FIRMWARE_MISSING);
+    expect(upgrade("dc2", false, "."), QBXSIM_FIRMWARE_UNREADABLE);
+    expect(upgrade("dc2", false, "fifo"), QBXSIM_FIRMWARE_UNREADABLE);
+    expect(upgrade("dc2", false, "newer"), QBXSIM_FIRMWARE_INVALID);
+    expect(upgrade("dc2", false, "fw"), QBXSIM_FIRMWARE_MISMATCH);
+    write("fw", R"({"qbxFirmware": 1, "version": "3", "cageTypes": ["JB_LBOD"]})");
+    expect(upgrade("dc2", false, "fw"), 0, {{"dc2", {{"version", "3"}}}});
 }
 
-TEST_F(ActionsTest, TheSampleFirmwareFitsTheSampleArray)
+TEST_F(ActionsTest, LightsGoOffAfterTheirSeconds)
 {
-    write("array.json", "");
-    std::filesystem::copy_file(SIMULATOR_DIR "/sample-array.json", path("array.json"),
-                               std::filesystem::copy_options::overwrite_existing);
-    const api_CageHandle_t cage = foundCage("cage0");
-    EXPECT_EQ(api_upgradeCage(&cage, 1, SIMULATOR_DIR "/sample-firmware.json"), 0);
-    EXPECT_STREQ(cages().at(0).u.lbod.fwVersion, "6.20");
+    api_locateMagazine("dc2", 1, 1);
+    EXPECT_NE(picture(), last_);
+    std::this_thread::sleep_for(std::chrono::milliseconds(1100));
+    EXPECT_EQ(picture(), last_);
 }
 
-// ---- Location
-// ------------------------------------------------------------------------------------
-
-TEST_F(ActionsTest, ALocationOutlivesARestartAndLeavesTheArrayFileAlone)
+TEST_F(ActionsTest, ALocationOutlivesARestartUntilTheFileGivesTheCageAnother)
 {
-    const std::string file = read("array.json");
-    const api_CageHandle_t cage = foundCage("dc1");
-    for (const std::string text : {"Rack 7 <\"&>",
-                                   "K\xC3\xA4"
-                                   "fig",
-                                   "\xFF not UTF-8 \x01", "hex:41", ""}) {
-        EXPECT_EQ(api_setCageLocation(&cage, text.c_str()), 0) << text;
-        EXPECT_EQ(location(), text);
-        restart();
-        EXPECT_EQ(location(), text);
+    EXPECT_EQ(setLocation("dc2", "other"), 0);
+    for (const std::string text : {"\xFF not UTF-8 \x01", "hex:41", "", "Rack 7 <\"&>"}) {
+        EXPECT_EQ(setLocation("dc1", text), 0) << text;
+        qbxsim_reset();
+        EXPECT_EQ(cages()[0].location, text);
     }
-    EXPECT_EQ(read("array.json"), file);
-    EXPECT_TRUE(std::filesystem::exists(path("array.json.state")));
-    EXPECT_FALSE(std::filesystem::exists(path("array.json.state.new")));
-}
-
-TEST_F(ActionsTest, ALocationHoldsUntilTheFileGivesTheCageAnother)
-{
-    const api_CageHandle_t cage = foundCage("dc1");
-    const api_CageHandle_t other = foundCage("dc2");
-    EXPECT_EQ(api_setCageLocation(&cage, "set"), 0);
-    EXPECT_EQ(api_setCageLocation(&cage, "set again"), 0);
-    EXPECT_EQ(api_setCageLocation(&other, "other"), 0);
-    Json changed = array();
-    changed["cages"][0]["position"] = 5;
-    serve(changed);
-    EXPECT_EQ(location(), "set again") << "the file still says the same of the location";
-    changed["cages"][0]["location"] = "moved by hand";
-    serve(changed);
-    EXPECT_EQ(location(), "moved by hand");
-    EXPECT_STREQ(cages().at(1).location, "other");
-    EXPECT_EQ(api_setCageLocation(&cage, "set once more"), 0);
-    restart();
-    EXPECT_EQ(location(), "set once more");
-}
-
-TEST_F(ActionsTest, TheStateFileCanBeElsewhere)
-{
-    setenv("QBX_ARRAY_STATE", path("kept").c_str(), 1);
-    restart();
-    const api_CageHandle_t cage = foundCage("dc1");
-    EXPECT_EQ(api_setCageLocation(&cage, "new"), 0);
-    EXPECT_TRUE(std::filesystem::exists(path("kept")));
-    EXPECT_FALSE(std::filesystem::exists(path("array.json.state")));
-    unsetenv("QBX_ARRAY_STATE");
+    EXPECT_EQ(read("array.json"), array_.dump());
+    write("array.json", array_.dump() + ' ');
+    EXPECT_STREQ(cages()[0].location, "Rack 7 <\"&>") << "the file says the same of the location";
+    array_["cages"][0]["location"] = "moved";
+    serve();
+    EXPECT_STREQ(cages()[0].location, "moved");
+    EXPECT_STREQ(cages()[1].location, "other");
 }
 
 TEST_F(ActionsTest, ALocationThatCannotBeKeptIsNotTaken)
 {
-    const api_CageHandle_t cage = foundCage("dc1");
-    EXPECT_EQ(api_setCageLocation(&cage, std::string(257, 'x').c_str()), QBXSIM_BAD_ARGUMENT);
-    EXPECT_EQ(api_setCageLocation(&cage, nullptr), QBXSIM_BAD_ARGUMENT);
-    EXPECT_EQ(location(), "old");
-    EXPECT_EQ(api_setCageLocation(&cage, std::string(256, 'x').c_str()), 0);
-    EXPECT_EQ(location(), std::string(256, 'x'));
-
-    write("array.json.state", "{\n\"locations\": [{}]}");
-    EXPECT_EQ(api_setCageLocation(&cage, "new"), QBXSIM_STATE_NOT_KEPT);
-    EXPECT_EQ(location(), std::string(256, 'x'));
-    EXPECT_EQ(read("array.json.state"), "{\n\"locations\": [{}]}") << "not ours to overwrite";
-    EXPECT_NE(log().find("array.json.state:2: /locations/0: field 'cage' is missing"),
-              std::string::npos);
-    restart();
-    EXPECT_EQ(location(), "old");
-
-    setenv("QBX_ARRAY_STATE", path("no such folder/state").c_str(), 1);
-    restart();
-    EXPECT_EQ(api_setCageLocation(&cage, "new"), QBXSIM_STATE_NOT_KEPT);
-    EXPECT_EQ(location(), "old");
-    unsetenv("QBX_ARRAY_STATE");
+    for (const std::string state : {"{\n\"locations\": [{}]}", "[1e999]", ""}) {
+        if (state.empty()) setenv("QBX_ARRAY_STATE", path("no such folder/state").c_str(), 1);
+        write("array.json.state", state);
+        qbxsim_reset();
+        expect(setLocation("dc1", "new"), QBXSIM_STATE_NOT_KEPT);
+        EXPECT_EQ(read("array.json.state"), state) << "not ours to overwrite";
+    }
+    EXPECT_NE(read("log").find("state:2: /locations/0: field 'cage' is"), std::string::npos);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// A fixture for tests of the simulated array: a folder of its own, array files, the log.
+// A fixture for tests of the simulated array: a folder of its own, an array file, the log.
 #pragma once
 
 #include <qbxapi.h>
@@ -7,15 +7,12 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include <chrono>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <memory>
 #include <string>
-#include <thread>
 #include <vector>
 
 using Json = nlohmann::json;
@@ -35,16 +32,6 @@ inline std::vector<api_Cage_t> cages()
     return records(api_getCages_Cached, &api_CageList_t::cages);
 }
 
-inline std::vector<api_Magazine_t> magazines()
-{
-    return records(api_getMagazines_Cached, &api_MagazineList_t::mags);
-}
-
-inline std::vector<api_FCAL_t> fcals()
-{
-    return records(api_getFCALs_Cached, &api_FCALList_t::fcals);
-}
-
 inline api_CageHandle_t foundCage(const char* name)
 {
     api_CageHandle_t cage = {};
@@ -52,18 +39,7 @@ inline api_CageHandle_t foundCage(const char* name)
     return cage;
 }
 
-/// Waits for something that time brings; false when it has not come after a generous while.
-template <class Condition>
-bool happens(const Condition& condition)
-{
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    return true;
-}
-
+/// Serves array.json of this folder, from a copy that a test can change.
 class SimulatorTest : public testing::Test
 {
 protected:
@@ -71,11 +47,11 @@ protected:
     {
         std::string name = (std::filesystem::temp_directory_path() / "qbxapi-XXXXXX").string();
         folder_ = mkdtemp(name.data());
+        for (const char* const variable : {"QBX_ARRAY_STATE", "QBX_LOG_LEVEL", "QBX_SIM_STRICT"})
+            unsetenv(variable);
         setenv("QBX_ARRAY_FILE", path("array.json").c_str(), 1);
         setenv("QBX_LOG_FILE", path("log").c_str(), 1);
-        unsetenv("QBX_ARRAY_STATE");
-        unsetenv("QBX_LOG_LEVEL");
-        unsetenv("QBX_SIM_STRICT");
+        serve();
         qbxsim_reset();
     }
 
@@ -89,32 +65,18 @@ protected:
 
     void write(const std::string& name, const std::string& text) const
     {
-        std::ofstream(path(name), std::ios::binary) << text;
+        std::ofstream(path(name)) << text;
     }
 
     std::string read(const std::string& name) const
     {
-        std::ifstream file(path(name), std::ios::binary);
+        std::ifstream file(path(name));
         return {std::istreambuf_iterator<char>(file), {}};
     }
 
-    /// Puts an array into service, with the sections given and an empty storage-array record.
-    void serve(Json sections) const
-    {
-        if (!sections.contains("storageArray")) sections["storageArray"] = Json::object();
-        write("array.json", sections.dump(2));
-    }
-
-    std::string log() const { return read("log"); }
-
-    std::vector<std::string> logLines() const
-    {
-        std::vector<std::string> lines;
-        std::ifstream file(path("log"));
-        for (std::string line; std::getline(file, line);)
-            lines.push_back(line);
-        return lines;
-    }
+    /// Puts array_, as it now is, into service.
+    void serve() const { write("array.json", array_.dump()); }
 
     std::filesystem::path folder_;
+    Json array_ = Json::parse(std::ifstream(TEST_DIR "/array.json"));
 };
