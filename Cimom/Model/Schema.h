@@ -44,6 +44,19 @@ enum Scope : unsigned
     AnyScope = 127
 };
 
+struct ScopeName
+{
+    const char* name;
+    Scope scope;
+};
+
+/// The names of all scopes, as CIM-XML writes them. "ANY" is the last.
+constexpr ScopeName scopeNames[] = {
+    {"CLASS", ClassScope},           {"ASSOCIATION", AssociationScope},
+    {"INDICATION", IndicationScope}, {"PROPERTY", PropertyScope},
+    {"REFERENCE", ReferenceScope},   {"METHOD", MethodScope},
+    {"PARAMETER", ParameterScope},   {"ANY", AnyScope}};
+
 struct Qualifier
 {
     CIMName name;
@@ -112,14 +125,14 @@ struct Method
 };
 
 /// A class. Immutable once it is in a repository, and shared by everybody who fetched it, as are
-/// its properties.
+/// its properties and methods.
 struct Class
 {
     CIMObjectPath path;  ///< its class name is the class's
     CIMName superClassName;
     Qualifiers qualifiers;
     std::vector<std::shared_ptr<const Property>> properties;
-    std::vector<Method> methods;
+    std::vector<std::shared_ptr<const Method>> methods;
 
     const CIMName& name() const { return path.getClassName(); }
     bool isAssociation() const { return qualifiers.isTrue("Association"); }
