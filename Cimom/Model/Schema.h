@@ -53,9 +53,9 @@ struct ScopeName
 /// The names of all scopes, as CIM-XML writes them. "ANY" is the last.
 constexpr ScopeName scopeNames[] = {
     {"CLASS", ClassScope},           {"ASSOCIATION", AssociationScope},
-    {"INDICATION", IndicationScope}, {"PROPERTY", PropertyScope},
-    {"REFERENCE", ReferenceScope},   {"METHOD", MethodScope},
-    {"PARAMETER", ParameterScope},   {"ANY", AnyScope}};
+    {"REFERENCE", ReferenceScope},   {"PROPERTY", PropertyScope},
+    {"METHOD", MethodScope},         {"PARAMETER", ParameterScope},
+    {"INDICATION", IndicationScope}, {"ANY", AnyScope}};
 
 struct Qualifier
 {
