@@ -1,13 +1,8 @@
 #include "Repository/ClassResolution.h"
 
-#include <Pegasus/Common/CIMMethod.h>
-#include <Pegasus/Common/CIMParameter.h>
-#include <Pegasus/Common/CIMProperty.h>
-#include <Pegasus/Common/CIMQualifier.h>
-#include <Pegasus/Common/CIMScope.h>
 #include <Pegasus/Common/Exception.h>
 
-#include <vector>
+#include <algorithm>
 
 PEGASUS_USING_PEGASUS;
 
@@ -16,275 +11,283 @@ namespace cimom
 namespace
 {
 
-// Resolves one class. `where_` is the subject of every complaint.
+template <class Element>
+using Elements = std::vector<std::shared_ptr<const Element>>;
+
+template <class Element>
+const Element* find(const Elements<Element>& elements, const CIMName& name)
+{
+    const Uint32 at = positionOf(elements, name);
+    return at == PEG_NOT_FOUND ? nullptr : elements[at].get();
+}
+
+// What a complaint is about; put into words only when there is one.
+struct Subject
+{
+    const CIMName& className;
+    const char* kind = "";
+    const CIMName& element = className;
+    const CIMName& parameter = element;
+};
+
+[[noreturn]] void refuse(const Subject& subject, const String& what)
+{
+    String text = "class " + subject.className.getString();
+    if (&subject.element != &subject.className)
+        text.append(subject.kind + subject.element.getString());
+    if (&subject.parameter != &subject.element)
+        text.append(", parameter " + subject.parameter.getString());
+    throw CIMException(CIM_ERR_INVALID_PARAMETER, text + ": " + what);
+}
+
+String scopesToString(unsigned scopes)
+{
+    String text;
+    for (const ScopeName& entry : scopeNames)
+        if (entry.scope != AnyScope && (scopes & entry.scope) != 0)
+            text.append((text.size() == 0 ? "" : " ") + String(entry.name));
+    return text;
+}
+
+// The inherited qualifiers that reach subclasses, in front of the own ones.
+Qualifiers inheritQualifiers(const Qualifiers& own, const Qualifiers& inherited,
+                             const Subject& subject)
+{
+    std::vector<Qualifier> all;
+    for (const Qualifier* from = inherited.end(); from != inherited.begin();) {
+        --from;
+        if (!from->flavor.toSubclass) continue;
+        const Qualifier* const mine = own.find(from->name);
+        if (mine == nullptr) {
+            all.push_back(*from);
+            all.back().propagated = true;
+        } else if (!from->flavor.overridable && mine->value != from->value) {
+            refuse(subject, "qualifier " + from->name.getString() +
+                                " is DisableOverride and has another value in the superclass");
+        }
+    }
+    if (all.empty()) return own;
+    all.insert(all.end(), own.begin(), own.end());
+    return Qualifiers(std::move(all));
+}
+
+// Resolves one class.
 class Resolver
 {
 public:
-    Resolver(const CIMClass& given, const CIMClass& superclass, const SchemaLookup& schema)
-        : given_(given), schema_(schema), className_("class " + given.getClassName().getString())
+    Resolver(const Class& given, const Class& superclass, const SchemaLookup& schema)
+        : given_(given),
+          super_(superclass),
+          schema_(schema),
+          superHasKeys_(std::any_of(superclass.properties.begin(), superclass.properties.end(),
+                                    [](const auto& p) { return p->qualifiers.isTrue("Key"); }))
     {
-        if (!superclass.isUninitialized()) super_ = superclass;
     }
 
-    CIMClass resolve()
+    Class resolve() const
     {
-        CIMClass result(given_.getClassName(), given_.getSuperClassName());
-        resolveClassQualifiers(result);
-        if (hasSuper()) super_.getKeyNames(inheritedKeys_);
-        inheritProperties(result);
-        for (Uint32 i = 0; i < given_.getPropertyCount(); ++i)
-            result.addProperty(resolveProperty(given_.getProperty(i).clone()));
-        inheritMethods(result);
-        for (Uint32 i = 0; i < given_.getMethodCount(); ++i)
-            result.addMethod(resolveMethod(given_.getMethod(i).clone()));
+        Class result;
+        result.path = given_.path;
+        result.superClassName = given_.superClassName;
+        result.qualifiers =
+            inheritQualifiers(given_.qualifiers, super_.qualifiers, {given_.name()});
+        checkClass(result);
+        result.properties = resolveAll(given_.properties, super_.properties);
+        result.methods = resolveAll(given_.methods, super_.methods);
         return result;
     }
 
 private:
-    bool hasSuper() const { return !super_.isUninitialized(); }
-
-    [[noreturn]] static void refuse(const String& where, const String& what)
+    void checkClass(const Class& result) const
     {
-        throw CIMException(CIM_ERR_INVALID_PARAMETER, where + ": " + what);
+        const bool association = result.isAssociation();
+        if (association && !given_.superClassName.isNull() && !super_.isAssociation())
+            refuse({given_.name()}, "an association cannot derive from " +
+                                        given_.superClassName.getString() + ", which is none");
+        const bool indication = result.qualifiers.isTrue("Indication");
+        checkQualifiers(given_.qualifiers,
+                        association  ? AssociationScope
+                        : indication ? IndicationScope
+                                     : ClassScope,
+                        {given_.name()});
     }
 
     template <class Element>
-    static bool isTrue(const Element& element, const char* qualifier)
+    Elements<Element> resolveAll(const Elements<Element>& own,
+                                 const Elements<Element>& inherited) const
     {
-        const Uint32 at = element.findQualifier(CIMName(qualifier));
-        return at != PEG_NOT_FOUND &&
-               CIMConstQualifier(element.getQualifier(at)).getValue() == CIMValue(Boolean(true));
+        Elements<Element> all;
+        all.reserve(own.size() + inherited.size());
+        for (const auto& element : inherited)
+            if (find(own, element->name) == nullptr) all.push_back(propagated(element));
+        for (const auto& element : own)
+            all.push_back(resolveOne(*element, inherited));
+        return all;
     }
 
-    void resolveClassQualifiers(CIMClass& result)
+    // Shared with the superclass where that inherited it already.
+    template <class Element>
+    static std::shared_ptr<const Element> propagated(const std::shared_ptr<const Element>& element)
     {
-        for (Uint32 i = 0; i < given_.getQualifierCount(); ++i)
-            result.addQualifier(given_.getQualifier(i).clone());
-        if (hasSuper()) inheritQualifiers(result, super_, className_);
-        const bool association = isTrue(result, "Association");
-        if (association && hasSuper() && !isTrue(super_, "Association"))
-            refuse(className_, "an association cannot derive from " +
-                                   given_.getSuperClassName().getString() + ", which is none");
-        const CIMScope scope = association                    ? CIMScope::ASSOCIATION
-                               : isTrue(result, "Indication") ? CIMScope::INDICATION
-                                                              : CIMScope::CLASS;
-        checkQualifiers(result, scope, className_);
-    }
-
-    void inheritProperties(CIMClass& result) const
-    {
-        for (Uint32 i = 0; hasSuper() && i < super_.getPropertyCount(); ++i) {
-            const CIMConstProperty inherited = super_.getProperty(i);
-            if (given_.findProperty(inherited.getName()) != PEG_NOT_FOUND) continue;
-            CIMProperty copy = inherited.clone();
-            copy.setPropagated(true);
-            result.addProperty(copy);
-        }
-    }
-
-    void inheritMethods(CIMClass& result) const
-    {
-        for (Uint32 i = 0; hasSuper() && i < super_.getMethodCount(); ++i) {
-            const CIMConstMethod inherited = super_.getMethod(i);
-            if (given_.findMethod(inherited.getName()) != PEG_NOT_FOUND) continue;
-            CIMMethod copy = inherited.clone();
-            copy.setPropagated(true);
-            result.addMethod(copy);
-        }
-    }
-
-    CIMProperty resolveProperty(CIMProperty own) const
-    {
-        const String where = className_ + ", property " + own.getName().getString();
-        own.setPropagated(false);
-        own.setClassOrigin(given_.getClassName());
-        const Uint32 at = hasSuper() ? super_.findProperty(own.getName()) : PEG_NOT_FOUND;
-        if (at != PEG_NOT_FOUND) {
-            const CIMConstProperty inherited = super_.getProperty(at);
-            if (inherited.getType() != own.getType() || inherited.isArray() != own.isArray())
-                refuse(where,
-                       "its type differs from that in " + given_.getSuperClassName().getString());
-            own.setClassOrigin(inherited.getClassOrigin());
-            inheritQualifiers(own, inherited, where);
-        }
-        checkOverride(own, where,
-                      [this](const CIMName& name) { return super_.findProperty(name); });
-        const bool reference = own.getType() == CIMTYPE_REFERENCE;
-        checkQualifiers(own, reference ? CIMScope::REFERENCE : CIMScope::PROPERTY, where);
-        if (reference) checkReference(own, where);
-        if (isTrue(own, "Key") && inheritedKeys_.size() > 0) checkKey(own.getName(), where);
-        return own;
-    }
-
-    CIMMethod resolveMethod(CIMMethod own) const
-    {
-        const String where = className_ + ", method " + own.getName().getString();
-        own.setPropagated(false);
-        own.setClassOrigin(given_.getClassName());
-        const Uint32 at = hasSuper() ? super_.findMethod(own.getName()) : PEG_NOT_FOUND;
-        if (at != PEG_NOT_FOUND) {
-            const CIMConstMethod inherited = super_.getMethod(at);
-            if (inherited.getType() != own.getType())
-                refuse(where, "its return type differs from that in " +
-                                  given_.getSuperClassName().getString());
-            own.setClassOrigin(inherited.getClassOrigin());
-            inheritQualifiers(own, inherited, where);
-        }
-        checkOverride(own, where, [this](const CIMName& name) { return super_.findMethod(name); });
-        checkQualifiers(own, CIMScope::METHOD, where);
-        for (Uint32 i = 0; i < own.getParameterCount(); ++i) {
-            const CIMConstParameter parameter = own.getParameter(i);
-            checkQualifiers(parameter, CIMScope::PARAMETER,
-                            where + ", parameter " + parameter.getName().getString());
-        }
-        return own;
-    }
-
-    // Puts the inherited qualifiers that reach subclasses in front of the element's own.
-    template <class Element, class Inherited>
-    static void inheritQualifiers(Element& element, const Inherited& from, const String& where)
-    {
-        std::vector<CIMQualifier> own;
-        for (Uint32 i = 0; i < element.getQualifierCount(); ++i)
-            own.push_back(element.getQualifier(i));
-        while (element.getQualifierCount() > 0)
-            element.removeQualifier(element.getQualifierCount() - 1);
-        for (Uint32 i = from.getQualifierCount(); i-- > 0;) {
-            const CIMConstQualifier inherited = from.getQualifier(i);
-            if (inherited.getFlavor().hasFlavor(CIMFlavor::RESTRICTED)) continue;
-            const CIMQualifier* const mine = find(own, inherited.getName());
-            if (mine == nullptr) {
-                CIMQualifier copy = inherited.clone();
-                copy.setPropagated(true);
-                element.addQualifier(copy);
-            } else if (inherited.getFlavor().hasFlavor(CIMFlavor::DISABLEOVERRIDE) &&
-                       mine->getValue() != inherited.getValue()) {
-                refuse(where, "qualifier " + inherited.getName().getString() +
-                                  " is DisableOverride and has another value in the superclass");
-            }
-        }
-        for (const CIMQualifier& qualifier : own)
-            element.addQualifier(qualifier);
-    }
-
-    static const CIMQualifier* find(const std::vector<CIMQualifier>& all, const CIMName& name)
-    {
-        for (const CIMQualifier& qualifier : all)
-            if (qualifier.getName().equal(name)) return &qualifier;
-        return nullptr;
+        if (element->propagated) return element;
+        const auto copy = std::make_shared<Element>(*element);
+        copy->propagated = true;
+        return copy;
     }
 
     template <class Element>
-    void checkQualifiers(const Element& element, const CIMScope& scope, const String& where) const
+    std::shared_ptr<const Element> resolveOne(const Element& own,
+                                              const Elements<Element>& inherited) const
     {
-        for (Uint32 i = 0; i < element.getQualifierCount(); ++i) {
-            const CIMConstQualifier qualifier = element.getQualifier(i);
-            const String name = "qualifier " + qualifier.getName().getString();
-            const CIMQualifierDecl* const decl = schema_.qualifier(qualifier.getName());
-            if (decl == nullptr) refuse(where, name + " is not declared");
-            if (decl->getType() != qualifier.getType() || decl->isArray() != qualifier.isArray())
-                refuse(where, name + " does not have the type it is declared with");
-            if (!decl->getScope().hasScope(scope))
-                refuse(where, name + " may stand in scope " + decl->getScope().toString() +
-                                  " only, not " + scope.toString());
+        const Element* const overridden = find(inherited, own.name);
+        const Subject subject = subjectOf(own);
+        const auto result = std::make_shared<Element>(own);
+        result->classOrigin = overridden == nullptr ? given_.name() : overridden->classOrigin;
+        if (overridden != nullptr) {
+            checkSameType(own, *overridden, subject);
+            result->qualifiers = inheritQualifiers(own.qualifiers, overridden->qualifiers, subject);
+        }
+        checkOverride(own.qualifiers, inherited, subject);
+        check(own, overridden, subject);
+        return result;
+    }
+
+    Subject subjectOf(const Property& own) const
+    {
+        return {given_.name(), ", property ", own.name};
+    }
+    Subject subjectOf(const Method& own) const { return {given_.name(), ", method ", own.name}; }
+
+    void checkSameType(const Property& own, const Property& inherited, const Subject& subject) const
+    {
+        if (own.value.typeCompatible(inherited.value)) return;
+        refuse(subject, "its type differs from that in " + given_.superClassName.getString());
+    }
+
+    void checkSameType(const Method& own, const Method& inherited, const Subject& subject) const
+    {
+        if (own.type == inherited.type) return;
+        refuse(subject,
+               "its return type differs from that in " + given_.superClassName.getString());
+    }
+
+    void check(const Property& own, const Property* overridden, const Subject& subject) const
+    {
+        const bool reference = own.value.getType() == CIMTYPE_REFERENCE;
+        checkQualifiers(own.qualifiers, reference ? ReferenceScope : PropertyScope, subject);
+        if (reference) checkReference(own.referenceClassName, subject);
+        if (superHasKeys_ && own.qualifiers.isTrue("Key") &&
+            (overridden == nullptr || !overridden->qualifiers.isTrue("Key")))
+            refuse(subject, "it cannot be a key, because " + given_.superClassName.getString() +
+                                " has keys already");
+    }
+
+    void check(const Method& own, const Method*, const Subject& subject) const
+    {
+        checkQualifiers(own.qualifiers, MethodScope, subject);
+        for (const Parameter& parameter : own.parameters)
+            checkQualifiers(parameter.qualifiers, ParameterScope,
+                            {subject.className, subject.kind, subject.element, parameter.name});
+    }
+
+    void checkQualifiers(const Qualifiers& own, Scope scope, const Subject& subject) const
+    {
+        for (const Qualifier& qualifier : own) {
+            const QualifierDecl* const decl = schema_.qualifier(qualifier.name);
+            const String name = "qualifier " + qualifier.name.getString();
+            if (decl == nullptr) refuse(subject, name + " is not declared");
+            if (!decl->value.typeCompatible(qualifier.value))
+                refuse(subject, name + " does not have the type it is declared with");
+            if ((decl->scopes & scope) == 0)
+                refuse(subject, name + " may stand in scope " + scopesToString(decl->scopes) +
+                                    " only, not " + scopesToString(scope));
         }
     }
 
-    template <class Element, class Find>
-    void checkOverride(const Element& element, const String& where, Find findInSuper) const
+    template <class Element>
+    static void checkOverride(const Qualifiers& own, const Elements<Element>& inherited,
+                              const Subject& subject)
     {
-        const Uint32 at = element.findQualifier(CIMName("Override"));
-        if (at == PEG_NOT_FOUND) return;
-        const CIMValue& value = CIMConstQualifier(element.getQualifier(at)).getValue();
-        if (value.isNull() || value.getType() != CIMTYPE_STRING || value.isArray()) return;
+        const Qualifier* const override = own.find("Override");
+        if (override == nullptr || override->value.isNull() ||
+            !override->value.typeCompatible(CIMValue(String())))
+            return;
         String name;
-        value.get(name);
-        if (!hasSuper() || !CIMName::legal(name) || findInSuper(CIMName(name)) == PEG_NOT_FOUND)
-            refuse(where, "it overrides \"" + name + "\", which no superclass has");
+        override->value.get(name);
+        if (!CIMName::legal(name) || find(inherited, CIMName(name)) == nullptr)
+            refuse(subject, "it overrides \"" + name + "\", which no superclass has");
     }
 
-    void checkReference(const CIMProperty& own, const String& where) const
+    void checkReference(const CIMName& className, const Subject& subject) const
     {
-        if (!isTrue(given_, "Association"))
-            refuse(where, "a class with references needs the Association qualifier");
-        const CIMName& name = own.getReferenceClassName();
-        if (name.equal(given_.getClassName()) || schema_.hasClass(name)) return;
-        refuse(where, "it refers to class " + name.getString() + ", which does not exist");
+        if (!given_.isAssociation())
+            refuse(subject, "a class with references needs the Association qualifier");
+        if (!className.equal(given_.name()) && !schema_.hasClass(className))
+            refuse(subject,
+                   "it refers to class " + className.getString() + ", which does not exist");
     }
 
-    void checkKey(const CIMName& name, const String& where) const
-    {
-        for (Uint32 i = 0; i < inheritedKeys_.size(); ++i)
-            if (inheritedKeys_[i].equal(name)) return;
-        refuse(where, "it cannot be a key, because " + given_.getSuperClassName().getString() +
-                          " has keys already");
-    }
-
-    const CIMConstClass given_;
+    const Class& given_;
+    const Class& super_;
     const SchemaLookup& schema_;
-    const String className_;
-    CIMConstClass super_;
-    Array<CIMName> inheritedKeys_;
+    const bool superHasKeys_;
 };
 
-template <class Element>
-void removeQualifiers(Element& element)
+Qualifiers viewQualifiers(const Qualifiers& all, const ClassView& view)
 {
-    while (element.getQualifierCount() > 0)
-        element.removeQualifier(element.getQualifierCount() - 1);
+    if (!view.includeQualifiers) return {};
+    if (!view.localOnly) return all;
+    std::vector<Qualifier> own;
+    std::copy_if(all.begin(), all.end(), std::back_inserter(own),
+                 [](const Qualifier& qualifier) { return !qualifier.propagated; });
+    return Qualifiers(std::move(own));
+}
+
+void hideParameterQualifiers(Property&) {}
+
+void hideParameterQualifiers(Method& method)
+{
+    for (Parameter& parameter : method.parameters)
+        parameter.qualifiers = {};
 }
 
 template <class Element>
-void removeInheritedQualifiers(Element& element)
+std::shared_ptr<const Element> viewElement(const std::shared_ptr<const Element>& element,
+                                           const ClassView& view)
 {
-    for (Uint32 i = element.getQualifierCount(); i-- > 0;)
-        if (CIMConstQualifier(element.getQualifier(i)).getPropagated()) element.removeQualifier(i);
-}
-
-template <class Element>
-Element viewElement(Element copy, bool localOnly, bool includeQualifiers, bool includeClassOrigin)
-{
-    if (!includeQualifiers) removeQualifiers(copy);
-    if (localOnly) removeInheritedQualifiers(copy);
-    if (!includeClassOrigin) copy.setClassOrigin(CIMName());
+    if (!view.localOnly && view.includeQualifiers && view.includeClassOrigin) return element;
+    const auto copy = std::make_shared<Element>(*element);
+    copy->qualifiers = viewQualifiers(element->qualifiers, view);
+    if (!view.includeQualifiers) hideParameterQualifiers(*copy);
+    if (!view.includeClassOrigin) copy->classOrigin = CIMName();
     return copy;
 }
 
 }  // namespace
 
-CIMClass resolveClass(const CIMClass& given, const CIMClass& superclass, const SchemaLookup& schema)
+Class resolveClass(const Class& given, const Class* superclass, const SchemaLookup& schema)
 {
-    return Resolver(given, superclass, schema).resolve();
+    static const Class none;
+    return Resolver(given, superclass == nullptr ? none : *superclass, schema).resolve();
 }
 
-CIMClass viewClass(const CIMClass& resolved, bool localOnly, bool includeQualifiers,
-                   bool includeClassOrigin, const CIMPropertyList& properties)
+ClassPtr viewClass(const ClassPtr& resolved, const ClassView& view)
 {
-    const CIMConstClass source(resolved);
-    CIMClass view(source.getClassName(), source.getSuperClassName());
-    for (Uint32 i = 0; includeQualifiers && i < source.getQualifierCount(); ++i)
-        view.addQualifier(source.getQualifier(i).clone());
-    if (localOnly) removeInheritedQualifiers(view);
-
-    for (Uint32 i = 0; i < source.getPropertyCount(); ++i) {
-        const CIMConstProperty property = source.getProperty(i);
-        if (localOnly && property.getPropagated()) continue;
-        if (!properties.useThisProperty(property.getName())) continue;
-        view.addProperty(
-            viewElement(property.clone(), localOnly, includeQualifiers, includeClassOrigin));
-    }
-    for (Uint32 i = 0; i < source.getMethodCount(); ++i) {
-        const CIMConstMethod method = source.getMethod(i);
-        if (localOnly && method.getPropagated()) continue;
-        CIMMethod copy =
-            viewElement(method.clone(), localOnly, includeQualifiers, includeClassOrigin);
-        for (Uint32 p = 0; !includeQualifiers && p < copy.getParameterCount(); ++p) {
-            CIMParameter parameter = copy.getParameter(p);
-            removeQualifiers(parameter);
-        }
-        view.addMethod(copy);
-    }
-    return view;
+    if (!view.localOnly && view.includeQualifiers && view.includeClassOrigin &&
+        view.properties.isNull())
+        return resolved;
+    const auto result = std::make_shared<Class>();
+    result->path = resolved->path;
+    result->superClassName = resolved->superClassName;
+    result->qualifiers = viewQualifiers(resolved->qualifiers, view);
+    for (const auto& property : resolved->properties)
+        if (!(view.localOnly && property->propagated) &&
+            view.properties.useThisProperty(property->name))
+            result->properties.push_back(viewElement(property, view));
+    for (const auto& method : resolved->methods)
+        if (!(view.localOnly && method->propagated))
+            result->methods.push_back(viewElement(method, view));
+    return result;
 }
 
 }  // namespace cimom
