@@ -14,33 +14,24 @@ namespace
 template <class Element>
 using Elements = std::vector<std::shared_ptr<const Element>>;
 
-template <class Element>
-const Element* find(const Elements<Element>& elements, const CIMName& name)
+// Throws a complaint that lacks its subject; see inContext().
+[[noreturn]] void refuse(const String& what)
 {
-    const Uint32 at = positionOf(elements, name);
-    return at == PEG_NOT_FOUND ? nullptr : elements[at].get();
+    throw CIMException(CIM_ERR_INVALID_PARAMETER, ": " + what);
 }
 
-// What a complaint is about; put into words only when there is one.
-struct Subject
+// Does the work; a complaint gets what was worked on in front.
+template <class Work>
+auto inContext(const char* kind, const CIMName& name, Work work)
 {
-    const CIMName& className;
-    const char* kind = "";
-    const CIMName& element = className;
-    const CIMName& parameter = element;
-};
-
-[[noreturn]] void refuse(const Subject& subject, const String& what)
-{
-    String text = "class " + subject.className.getString();
-    if (&subject.element != &subject.className)
-        text.append(subject.kind + subject.element.getString());
-    if (&subject.parameter != &subject.element)
-        text.append(", parameter " + subject.parameter.getString());
-    throw CIMException(CIM_ERR_INVALID_PARAMETER, text + ": " + what);
+    try {
+        return work();
+    } catch (const CIMException& e) {
+        throw CIMException(e.getCode(), kind + name.getString() + e.getMessage());
+    }
 }
 
-String scopesToString(unsigned scopes)
+String toString(unsigned scopes)
 {
     String text;
     for (const ScopeName& entry : scopeNames)
@@ -50,8 +41,7 @@ String scopesToString(unsigned scopes)
 }
 
 // The inherited qualifiers that reach subclasses, in front of the own ones.
-Qualifiers inheritQualifiers(const Qualifiers& own, const Qualifiers& inherited,
-                             const Subject& subject)
+Qualifiers inheritQualifiers(const Qualifiers& own, const Qualifiers& inherited)
 {
     std::vector<Qualifier> all;
     for (const Qualifier* from = inherited.end(); from != inherited.begin();) {
@@ -62,8 +52,8 @@ Qualifiers inheritQualifiers(const Qualifiers& own, const Qualifiers& inherited,
             all.push_back(*from);
             all.back().propagated = true;
         } else if (!from->flavor.overridable && mine->value != from->value) {
-            refuse(subject, "qualifier " + from->name.getString() +
-                                " is DisableOverride and has another value in the superclass");
+            refuse("qualifier " + from->name.getString() +
+                   " is DisableOverride and has another value in the superclass");
         }
     }
     if (all.empty()) return own;
@@ -71,17 +61,32 @@ Qualifiers inheritQualifiers(const Qualifiers& own, const Qualifiers& inherited,
     return Qualifiers(std::move(all));
 }
 
+template <class Element>
+const Element* find(const Elements<Element>& elements, const CIMName& name)
+{
+    const Uint32 at = positionOf(elements, name);
+    return at == PEG_NOT_FOUND ? nullptr : elements[at].get();
+}
+
+// The element as a subclass inherits it; shared from the second generation on.
+template <class Element>
+std::shared_ptr<const Element> propagated(const std::shared_ptr<const Element>& element)
+{
+    if (element->propagated) return element;
+    const auto copy = std::make_shared<Element>(*element);
+    copy->propagated = true;
+    return copy;
+}
+
 // Resolves one class.
 class Resolver
 {
 public:
     Resolver(const Class& given, const Class& superclass, const SchemaLookup& schema)
-        : given_(given),
-          super_(superclass),
-          schema_(schema),
-          superHasKeys_(std::any_of(superclass.properties.begin(), superclass.properties.end(),
-                                    [](const auto& p) { return p->qualifiers.isTrue("Key"); }))
+        : given_(given), super_(superclass), schema_(schema)
     {
+        const auto isKey = [](const auto& p) { return p->qualifiers.isTrue("Key"); };
+        superHasKeys_ = std::any_of(super_.properties.begin(), super_.properties.end(), isKey);
     }
 
     Class resolve() const
@@ -89,31 +94,28 @@ public:
         Class result;
         result.path = given_.path;
         result.superClassName = given_.superClassName;
-        result.qualifiers =
-            inheritQualifiers(given_.qualifiers, super_.qualifiers, {given_.name()});
+        result.qualifiers = inheritQualifiers(given_.qualifiers, super_.qualifiers);
         checkClass(result);
-        result.properties = resolveAll(given_.properties, super_.properties);
-        result.methods = resolveAll(given_.methods, super_.methods);
+        result.properties = resolveAll(", property ", given_.properties, super_.properties);
+        result.methods = resolveAll(", method ", given_.methods, super_.methods);
         return result;
     }
 
 private:
     void checkClass(const Class& result) const
     {
-        const bool association = result.isAssociation();
-        if (association && !given_.superClassName.isNull() && !super_.isAssociation())
-            refuse({given_.name()}, "an association cannot derive from " +
-                                        given_.superClassName.getString() + ", which is none");
-        const bool indication = result.qualifiers.isTrue("Indication");
-        checkQualifiers(given_.qualifiers,
-                        association  ? AssociationScope
-                        : indication ? IndicationScope
-                                     : ClassScope,
-                        {given_.name()});
+        Scope scope = result.qualifiers.isTrue("Indication") ? IndicationScope : ClassScope;
+        if (result.isAssociation()) {
+            scope = AssociationScope;
+            if (!given_.superClassName.isNull() && !super_.isAssociation())
+                refuse("an association cannot derive from " + given_.superClassName.getString() +
+                       ", which is none");
+        }
+        checkQualifiers(given_.qualifiers, scope);
     }
 
     template <class Element>
-    Elements<Element> resolveAll(const Elements<Element>& own,
+    Elements<Element> resolveAll(const char* kind, const Elements<Element>& own,
                                  const Elements<Element>& inherited) const
     {
         Elements<Element> all;
@@ -121,117 +123,94 @@ private:
         for (const auto& element : inherited)
             if (find(own, element->name) == nullptr) all.push_back(propagated(element));
         for (const auto& element : own)
-            all.push_back(resolveOne(*element, inherited));
+            all.push_back(inContext(kind, element->name, [&] {
+                return resolveOne(*element, find(inherited, element->name), inherited);
+            }));
         return all;
     }
 
-    // Shared with the superclass where that inherited it already.
     template <class Element>
-    static std::shared_ptr<const Element> propagated(const std::shared_ptr<const Element>& element)
-    {
-        if (element->propagated) return element;
-        const auto copy = std::make_shared<Element>(*element);
-        copy->propagated = true;
-        return copy;
-    }
-
-    template <class Element>
-    std::shared_ptr<const Element> resolveOne(const Element& own,
+    std::shared_ptr<const Element> resolveOne(const Element& own, const Element* overridden,
                                               const Elements<Element>& inherited) const
     {
-        const Element* const overridden = find(inherited, own.name);
-        const Subject subject = subjectOf(own);
         const auto result = std::make_shared<Element>(own);
         result->classOrigin = overridden == nullptr ? given_.name() : overridden->classOrigin;
         if (overridden != nullptr) {
-            checkSameType(own, *overridden, subject);
-            result->qualifiers = inheritQualifiers(own.qualifiers, overridden->qualifiers, subject);
+            checkType(own, *overridden);
+            result->qualifiers = inheritQualifiers(own.qualifiers, overridden->qualifiers);
         }
-        checkOverride(own.qualifiers, inherited, subject);
-        check(own, overridden, subject);
+        const Qualifier* const override = own.qualifiers.find("Override");
+        const String target = override == nullptr ? String() : override->value.toString();
+        if (override != nullptr && !override->value.isNull() &&
+            (!CIMName::legal(target) || find(inherited, CIMName(target)) == nullptr))
+            refuse("it overrides \"" + target + "\", which no superclass has");
+        check(own, overridden);
         return result;
     }
 
-    Subject subjectOf(const Property& own) const
+    void checkType(const Property& own, const Property& inherited) const
     {
-        return {given_.name(), ", property ", own.name};
-    }
-    Subject subjectOf(const Method& own) const { return {given_.name(), ", method ", own.name}; }
-
-    void checkSameType(const Property& own, const Property& inherited, const Subject& subject) const
-    {
-        if (own.value.typeCompatible(inherited.value)) return;
-        refuse(subject, "its type differs from that in " + given_.superClassName.getString());
+        if (!own.value.typeCompatible(inherited.value))
+            refuse("its type differs from that in " + given_.superClassName.getString());
     }
 
-    void checkSameType(const Method& own, const Method& inherited, const Subject& subject) const
+    void checkType(const Method& own, const Method& inherited) const
     {
-        if (own.type == inherited.type) return;
-        refuse(subject,
-               "its return type differs from that in " + given_.superClassName.getString());
+        if (own.type != inherited.type)
+            refuse("its return type differs from that in " + given_.superClassName.getString());
     }
 
-    void check(const Property& own, const Property* overridden, const Subject& subject) const
+    void check(const Property& own, const Property* overridden) const
     {
-        const bool reference = own.value.getType() == CIMTYPE_REFERENCE;
-        checkQualifiers(own.qualifiers, reference ? ReferenceScope : PropertyScope, subject);
-        if (reference) checkReference(own.referenceClassName, subject);
+        const bool isReference = own.value.getType() == CIMTYPE_REFERENCE;
+        checkQualifiers(own.qualifiers, isReference ? ReferenceScope : PropertyScope);
+        if (isReference) checkReference(own.referenceClassName);
         if (superHasKeys_ && own.qualifiers.isTrue("Key") &&
             (overridden == nullptr || !overridden->qualifiers.isTrue("Key")))
-            refuse(subject, "it cannot be a key, because " + given_.superClassName.getString() +
-                                " has keys already");
+            refuse("it cannot be a key, because " + given_.superClassName.getString() +
+                   " has keys already");
     }
 
-    void check(const Method& own, const Method*, const Subject& subject) const
-    {
-        checkQualifiers(own.qualifiers, MethodScope, subject);
-        for (const Parameter& parameter : own.parameters)
-            checkQualifiers(parameter.qualifiers, ParameterScope,
-                            {subject.className, subject.kind, subject.element, parameter.name});
-    }
-
-    void checkQualifiers(const Qualifiers& own, Scope scope, const Subject& subject) const
-    {
-        for (const Qualifier& qualifier : own) {
-            const QualifierDecl* const decl = schema_.qualifier(qualifier.name);
-            const String name = "qualifier " + qualifier.name.getString();
-            if (decl == nullptr) refuse(subject, name + " is not declared");
-            if (!decl->value.typeCompatible(qualifier.value))
-                refuse(subject, name + " does not have the type it is declared with");
-            if ((decl->scopes & scope) == 0)
-                refuse(subject, name + " may stand in scope " + scopesToString(decl->scopes) +
-                                    " only, not " + scopesToString(scope));
-        }
-    }
-
-    template <class Element>
-    static void checkOverride(const Qualifiers& own, const Elements<Element>& inherited,
-                              const Subject& subject)
-    {
-        const Qualifier* const override = own.find("Override");
-        if (override == nullptr || override->value.isNull() ||
-            !override->value.typeCompatible(CIMValue(String())))
-            return;
-        String name;
-        override->value.get(name);
-        if (!CIMName::legal(name) || find(inherited, CIMName(name)) == nullptr)
-            refuse(subject, "it overrides \"" + name + "\", which no superclass has");
-    }
-
-    void checkReference(const CIMName& className, const Subject& subject) const
+    void checkReference(const CIMName& className) const
     {
         if (!given_.isAssociation())
-            refuse(subject, "a class with references needs the Association qualifier");
+            refuse("a class with references needs the Association qualifier");
         if (!className.equal(given_.name()) && !schema_.hasClass(className))
-            refuse(subject,
-                   "it refers to class " + className.getString() + ", which does not exist");
+            refuse("it refers to class " + className.getString() + ", which does not exist");
+    }
+
+    void check(const Method& own, const Method*) const
+    {
+        checkQualifiers(own.qualifiers, MethodScope);
+        for (const Parameter& parameter : own.parameters)
+            inContext(", parameter ", parameter.name,
+                      [&] { checkQualifiers(parameter.qualifiers, ParameterScope); });
+    }
+
+    void checkQualifiers(const Qualifiers& own, Scope scope) const
+    {
+        for (const Qualifier& qualifier : own)
+            inContext(": qualifier ", qualifier.name, [&] {
+                const QualifierDecl* const decl = schema_.qualifier(qualifier.name);
+                if (decl == nullptr) refuse("it is not declared");
+                if (!decl->value.typeCompatible(qualifier.value))
+                    refuse("it does not have the type it is declared with");
+                if ((decl->scopes & scope) == 0)
+                    refuse("it may stand in scope " + toString(decl->scopes) + " only, not " +
+                           toString(scope));
+            });
     }
 
     const Class& given_;
     const Class& super_;
     const SchemaLookup& schema_;
-    const bool superHasKeys_;
+    bool superHasKeys_;
 };
+
+bool showsAllOfElements(const ClassView& view)
+{
+    return !view.localOnly && view.includeQualifiers && view.includeClassOrigin;
+}
 
 Qualifiers viewQualifiers(const Qualifiers& all, const ClassView& view)
 {
@@ -243,23 +222,17 @@ Qualifiers viewQualifiers(const Qualifiers& all, const ClassView& view)
     return Qualifiers(std::move(own));
 }
 
-void hideParameterQualifiers(Property&) {}
-
-void hideParameterQualifiers(Method& method)
-{
-    for (Parameter& parameter : method.parameters)
-        parameter.qualifiers = {};
-}
-
 template <class Element>
 std::shared_ptr<const Element> viewElement(const std::shared_ptr<const Element>& element,
                                            const ClassView& view)
 {
-    if (!view.localOnly && view.includeQualifiers && view.includeClassOrigin) return element;
+    if (showsAllOfElements(view)) return element;
     const auto copy = std::make_shared<Element>(*element);
     copy->qualifiers = viewQualifiers(element->qualifiers, view);
-    if (!view.includeQualifiers) hideParameterQualifiers(*copy);
     if (!view.includeClassOrigin) copy->classOrigin = CIMName();
+    if constexpr (std::is_same_v<Element, Method>)
+        for (Parameter& parameter : copy->parameters)
+            if (!view.includeQualifiers) parameter.qualifiers = {};
     return copy;
 }
 
@@ -268,14 +241,14 @@ std::shared_ptr<const Element> viewElement(const std::shared_ptr<const Element>&
 Class resolveClass(const Class& given, const Class* superclass, const SchemaLookup& schema)
 {
     static const Class none;
-    return Resolver(given, superclass == nullptr ? none : *superclass, schema).resolve();
+    return inContext("class ", given.name(), [&] {
+        return Resolver(given, superclass == nullptr ? none : *superclass, schema).resolve();
+    });
 }
 
 ClassPtr viewClass(const ClassPtr& resolved, const ClassView& view)
 {
-    if (!view.localOnly && view.includeQualifiers && view.includeClassOrigin &&
-        view.properties.isNull())
-        return resolved;
+    if (showsAllOfElements(view) && view.properties.isNull()) return resolved;
     const auto result = std::make_shared<Class>();
     result->path = resolved->path;
     result->superClassName = resolved->superClassName;

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <mutex>
+#include <tuple>
 #include <unordered_map>
 
 PEGASUS_USING_PEGASUS;
@@ -77,12 +78,11 @@ void appendSubclasses(const std::vector<const ClassEntry*>& from, bool deep,
 
 bool sameDecl(const QualifierDecl& a, const QualifierDecl& b)
 {
-    const auto flavor = [](const QualifierDecl& decl) {
-        return std::array{decl.flavor.overridable, decl.flavor.toSubclass, decl.flavor.toInstance,
-                          decl.flavor.translatable};
+    const auto all = [](const QualifierDecl& d) {
+        return std::tie(d.value, d.scopes, d.arraySize, d.flavor.overridable, d.flavor.toSubclass,
+                        d.flavor.toInstance, d.flavor.translatable);
     };
-    return a.value == b.value && a.scopes == b.scopes && a.arraySize == b.arraySize &&
-           flavor(a) == flavor(b);
+    return all(a) == all(b);
 }
 
 // The path as this repository keys and reports it: no host, no namespace.
@@ -91,28 +91,13 @@ CIMObjectPath bare(const CIMObjectPath& path)
     return CIMObjectPath(String(), CIMNamespaceName(), path.getClassName(), path.getKeyBindings());
 }
 
-// The property with the value, or for a null one the null that its declaration can hold.
-std::shared_ptr<Property> withValue(const Property& declared, const CIMValue& value)
+std::shared_ptr<Property> makeProperty(const Property& declared, const CIMValue& value,
+                                       const Qualifiers& qualifiers, bool fromClass)
 {
     const auto result = std::make_shared<Property>(declared);
-    result->qualifiers = {};
-    result->value = value.isNull() ? CIMValue(declared.value.getType(), declared.value.isArray(),
-                                              declared.arraySize)
-                                   : value;
-    return result;
-}
-
-std::shared_ptr<Property> givenProperty(const Property& given, const Class& definition)
-{
-    const Property* const declared = definition.property(given.name);
-    if (declared == nullptr) fail(CIM_ERR_FAILED, "no such property: " + given.name.getString());
-    if (!given.value.typeCompatible(declared->value) ||
-        (!given.value.isNull() && declared->arraySize != 0 &&
-         given.value.getArraySize() != declared->arraySize))
-        fail(CIM_ERR_FAILED, "type mismatch: property " + declared->name.getString());
-    const auto result = withValue(*declared, given.value);
-    result->propagated = false;
-    result->qualifiers = given.qualifiers;
+    result->value = value;
+    result->qualifiers = qualifiers;
+    result->propagated = fromClass;
     return result;
 }
 
@@ -123,13 +108,18 @@ CIMInstance completeInstance(const Instance& given, const Class& definition)
     const auto result = std::make_shared<Instance>();
     result->path = definition.path;
     result->qualifiers = given.qualifiers;
-    for (const auto& declared : definition.properties) {
-        if (given.property(declared->name) != nullptr) continue;
-        result->properties.push_back(withValue(*declared, declared->value));
-        result->properties.back()->propagated = true;
+    for (const auto& declared : definition.properties)
+        if (given.property(declared->name) == nullptr)
+            result->properties.push_back(makeProperty(*declared, declared->value, {}, true));
+    for (const auto& property : given.properties) {
+        const Property* const declared = definition.property(property->name);
+        if (declared == nullptr || !property->value.typeCompatible(declared->value))
+            fail(CIM_ERR_INVALID_PARAMETER, "class " + definition.name().getString() +
+                                                " has no property " + property->name.getString() +
+                                                " of this type");
+        result->properties.push_back(
+            makeProperty(*declared, property->value, property->qualifiers, false));
     }
-    for (const auto& property : given.properties)
-        result->properties.push_back(givenProperty(*property, definition));
     return CIMInstance(result);
 }
 
