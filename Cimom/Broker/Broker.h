@@ -5,11 +5,10 @@
 #include "Model/ObjectManager.h"
 #include "Repository/Repository.h"
 
-#include <Pegasus/Common/CIMObject.h>
 #include <Pegasus/Common/CIMParamValue.h>
+#include <Pegasus/Common/CIMStatusCode.h>
 #include <Pegasus/Provider/CIMProvider.h>
 
-#include <chrono>
 #include <filesystem>
 #include <memory>
 #include <vector>
@@ -62,7 +61,7 @@ public:
     /// Reads the registration instances and the association classes from the repository, which
     /// must be complete by now and outlive the broker. Throws std::runtime_error, naming the
     /// instance and the property, for a bad registration, and for a malformed host name.
-    Broker(const Repository& repository, BrokerOptions options);
+    Broker(const Repository& repository, const BrokerOptions& options);
     ~Broker() override;
 
     /// For tests and tools: uses this factory instead of a library for the module of that name.
@@ -73,13 +72,27 @@ public:
 
     // ---- Schema ----
 
+    /// The whole class. Throws CIMException with the code given when it is unknown,
+    /// CIM_ERR_INVALID_NAMESPACE when the namespace is; the text is the name.
+    ClassPtr requireClass(const Ns&, const CIMName& className,
+                          Pegasus::CIMStatusCode whenUnknown) const;
     CIMClass getClass(const Ctx&, const Ns&, const CIMName& className, const ClassView&) override;
     std::vector<ClassPtr> enumerateClasses(const Ns&, const CIMName& className, bool deep,
                                            const ClassView&) const;
     /// A null class name means the root classes.
-    std::vector<CIMName> enumerateClassNames(const Ns&, const CIMName& className, bool deep) const;
-    const QualifierDecl& getQualifier(const Ns&, const CIMName&) const;
-    std::vector<const QualifierDecl*> enumerateQualifiers(const Ns&) const;
+    std::vector<CIMName> enumerateClassNames(const Ns& nameSpace, const CIMName& className,
+                                             bool deep) const
+    {
+        return repository_.subclassNames(nameSpace, className, deep);
+    }
+    const QualifierDecl& getQualifier(const Ns& nameSpace, const CIMName& name) const
+    {
+        return repository_.getQualifierDecl(nameSpace, name);
+    }
+    std::vector<const QualifierDecl*> enumerateQualifiers(const Ns& nameSpace) const
+    {
+        return repository_.qualifierDecls(nameSpace);
+    }
 
     // ---- Instances ----
 
@@ -114,7 +127,39 @@ public:
     Array<CIMObjectPath> referenceNames(const Ctx&, const Ns&, const Traversal&);
 
 private:
-    // The broker's engineer fills this in.
+    /// An association class of a namespace.
+    struct Association
+    {
+        CIMNamespaceName nameSpace;
+        ClassPtr definition;
+    };
+
+    /// The class, in the client's spelling, and all below it in schema order.
+    std::vector<CIMName> withSubclasses(const Ns&, const CIMName& className) const;
+    /// The association classes that a traversal has to ask, in schema order: with a class given,
+    /// that one and its subclasses; with none, all with a reference that the source fits. Throws
+    /// CIMException for unknown classes.
+    std::vector<CIMName> associationsOf(const Ns&, const Traversal&) const;
+
+    /// The path as a provider is to see it: this server's host and the request's namespace.
+    CIMObjectPath reference(const Ns&, CIMObjectPath) const;
+    /// The path with this server's host and the namespace where it has none.
+    CIMObjectPath located(const Ns&, CIMObjectPath) const;
+
+    /// The provider of the class's instances; null when the repository serves them.
+    ProviderObject* instanceProvider(const Ns&, const CIMName& className) const;
+    /// The same for operations that the repository does not serve: CIM_ERR_NOT_SUPPORTED.
+    ProviderObject& writingProvider(const Ns&, const CIMName& className) const;
+    /// Calls `ask(provider, context, source, association, handler)` for the provider of each
+    /// association class that the traversal has to ask; those that answer "not supported" count as
+    /// empty. Returns what `show` makes of each result.
+    template <class Handler, class Ask, class Show>
+    auto traverse(const Ctx&, const Ns&, const Traversal&, Ask ask, Show show) const;
+
+    const Repository& repository_;
+    const Pegasus::String hostName_;
+    const Registry registry_;
+    std::vector<Association> associations_;
 };
 
 }  // namespace cimom
