@@ -155,9 +155,27 @@ struct Instance
     const Property* property(const CIMName& propertyName) const;
 };
 
+template <class Element>
+const CIMName& nameOf(const Element& element)
+{
+    return element.name;
+}
+
+template <class Element>
+const CIMName& nameOf(const std::shared_ptr<Element>& element)
+{
+    return element->name;
+}
+
 /// The position of the element of that name (ignoring case) among elements or pointers to them;
 /// PEG_NOT_FOUND when there is none.
-template <class Elements>
-Uint32 positionOf(const Elements& elements, const CIMName& name);
+template <class Element>
+Uint32 positionOf(const std::vector<Element>& elements, const CIMName& name)
+{
+    for (Uint32 i = 0; i < elements.size(); ++i) {
+        if (nameOf(elements[i]).equal(name)) return i;
+    }
+    return PEG_NOT_FOUND;
+}
 
 }  // namespace cimom

@@ -1,14 +1,7 @@
 // CIM classes.
 #pragma once
 
-#include <Pegasus/Common/Array.h>
-#include <Pegasus/Common/CIMHandle.h>
 #include <Pegasus/Common/CIMInstance.h>
-#include <Pegasus/Common/CIMName.h>
-#include <Pegasus/Common/CIMProperty.h>
-#include <Pegasus/Common/CIMPropertyList.h>
-#include <Pegasus/Common/Config.h>
-#include <Pegasus/Common/Linkage.h>
 
 namespace cimom
 {
@@ -19,7 +12,7 @@ namespace Pegasus
 {
 
 /// A class as the object manager knows it: to read, and to make instances of. A handle.
-class PEGASUS_COMMON_LINKAGE CIMClass : public detail::Handle<const cimom::Class>
+class CIMClass : public detail::Handle<const cimom::Class>
 {
 public:
     using Handle::Handle;

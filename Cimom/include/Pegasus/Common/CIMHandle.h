@@ -2,7 +2,6 @@
 #pragma once
 
 #include <Pegasus/Common/Config.h>
-#include <Pegasus/Common/Linkage.h>
 
 #include <memory>
 #include <utility>
@@ -11,7 +10,7 @@ namespace Pegasus::detail
 {
 
 /// Throws UninitializedObjectException.
-[[noreturn]] PEGASUS_COMMON_LINKAGE void throwUninitialized();
+[[noreturn]] void throwUninitialized();
 
 /// A counted reference to an object. Copies of a handle stand for the same object: a change made
 /// through one shows through all. Every call on an uninitialized handle, isUninitialized() apart,

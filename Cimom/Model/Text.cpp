@@ -1,4 +1,4 @@
-#include "Utf8.h"
+#include "Model/Text.h"
 
 #include <Pegasus/Common/Exception.h>
 
@@ -9,7 +9,10 @@ namespace cimom
 {
 
 using Pegasus::Char16;
+using Pegasus::Exception;
+using Pegasus::String;
 using Pegasus::Uint16;
+using Pegasus::Uint32;
 
 namespace
 {
@@ -20,7 +23,7 @@ struct Character
     size_t length;  // in bytes; 0: not UTF-8
 };
 
-/// The character at the start of non-empty text.
+/// The character at the start of non-empty text; surrogates are let through.
 Character decodeFirst(std::string_view text)
 {
     const auto byte = [&](size_t i) { return static_cast<unsigned char>(text[i]); };
@@ -33,14 +36,37 @@ Character decodeFirst(std::string_view text)
         if ((byte(i) & 0xC0) != 0x80) return {0, 0};
         code = code << 6 | (byte(i) & 0x3F);
     }
-    const bool tooLong = (length == 3 && code < 0x800) || (length == 4 && code < 0x10000);
-    if (tooLong || code > 0x10FFFF) return {0, 0};
+    const bool isOverlong = (length == 3 && code < 0x800) || (length == 4 && code < 0x10000);
+    if (isOverlong || code > 0x10FFFF) return {0, 0};
     return {code, length};
 }
 
 bool isSurrogate(char32_t code)
 {
     return code >= 0xD800 && code <= 0xDFFF;
+}
+
+void appendUtf8(std::string& text, char32_t code)
+{
+    const auto tail = [&](int shift) {
+        text += static_cast<char>(0x80 | ((code >> shift) & 0x3F));
+    };
+    if (code < 0x80) {
+        text += static_cast<char>(code);
+        return;
+    }
+    if (code < 0x800) {
+        text += static_cast<char>(0xC0 | code >> 6);
+    } else {
+        if (code < 0x10000) {
+            text += static_cast<char>(0xE0 | code >> 12);
+        } else {
+            text += static_cast<char>(0xF0 | code >> 18);
+            tail(12);
+        }
+        tail(6);
+    }
+    tail(0);
 }
 
 /// The bytes around the fault: those before as text, those from there on in hexadecimal.
@@ -59,14 +85,15 @@ bool isSurrogate(char32_t code)
         std::snprintf(hex, sizeof hex, " 0x%02X", static_cast<unsigned char>(c));
         message += hex;
     }
-    throw Pegasus::Exception(Pegasus::String(message.data(), Pegasus::Uint32(message.size())));
+    throw Exception(toString(message));
 }
 
 }  // namespace
 
-void appendUtf16(std::string_view utf8, std::vector<Char16>& units)
+std::vector<Char16> toUtf16(std::string_view utf8)
 {
-    units.reserve(units.size() + utf8.size() + 1);
+    std::vector<Char16> units;
+    units.reserve(utf8.size() + 1);  // the owner may end them with a zero
     for (size_t at = 0; at < utf8.size();) {
         const auto [code, length] = decodeFirst(utf8.substr(at));
         if (length == 0) throwNotUtf8(utf8, at);
@@ -79,39 +106,55 @@ void appendUtf16(std::string_view utf8, std::vector<Char16>& units)
         }
         at += length;
     }
+    return units;
 }
 
-std::string toUtf8(const Char16* units, size_t count)
+std::string toUtf8(const String& string, LoneSurrogate lone)
 {
+    const Char16* const units = string.getChar16Data();
+    const Uint32 size = string.size();
     std::string text;
-    text.reserve(count);
-    const auto tail = [&](char32_t code, int shift) {
-        text += static_cast<char>(0x80 | ((code >> shift) & 0x3F));
-    };
-    for (size_t i = 0; i < count; ++i) {
+    text.reserve(size);
+    for (Uint32 i = 0; i < size; ++i) {
         char32_t code = units[i];
-        const bool isPair = code >= 0xD800 && code < 0xDC00 && i + 1 < count &&
-                            units[i + 1] >= 0xDC00 && units[i + 1] <= 0xDFFF;
-        if (isPair) {
+        if (code >= 0xD800 && code < 0xDC00 && units[i + 1] >= 0xDC00 && units[i + 1] <= 0xDFFF) {
             code = 0x10000 + ((code & 0x3FF) << 10) + (units[++i] & 0x3FF);
+        } else if (isSurrogate(code) && lone == LoneSurrogate::Replace) {
+            code = 0xFFFD;
         }
-        if (code < 0x80) {
-            text += static_cast<char>(code);
-        } else if (code < 0x800) {
-            text += static_cast<char>(0xC0 | code >> 6);
-            tail(code, 0);
-        } else if (code < 0x10000) {
-            text += static_cast<char>(0xE0 | code >> 12);
-            tail(code, 6);
-            tail(code, 0);
-        } else {
-            text += static_cast<char>(0xF0 | code >> 18);
-            tail(code, 12);
-            tail(code, 6);
-            tail(code, 0);
-        }
+        appendUtf8(text, code);
     }
     return text;
+}
+
+String toString(std::string_view utf8)
+{
+    return String(utf8.data() ? utf8.data() : "", static_cast<Uint32>(utf8.size()));
+}
+
+bool isUtf8(std::string_view text)
+{
+    while (!text.empty()) {
+        const auto [code, length] = decodeFirst(text);
+        if (length == 0 || isSurrogate(code)) return false;
+        text.remove_prefix(length);
+    }
+    return true;
+}
+
+String printable(std::string text)
+{
+    if (!isUtf8(text)) {
+        std::replace_if(
+            text.begin(), text.end(), [](unsigned char c) { return c > 0x7F; }, '?');
+    }
+    return toString(text);
+}
+
+bool equalNoCase(std::string_view a, std::string_view b)
+{
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](char x, char y) { return toLower(x) == toLower(y); });
 }
 
 }  // namespace cimom
