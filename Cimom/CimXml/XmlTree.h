@@ -1,7 +1,7 @@
 // A small element tree over expat, for requests of bounded size.
 #pragma once
 
-#include <stdexcept>
+#include <exception>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -9,6 +9,21 @@
 
 namespace cimom
 {
+
+/// A request that is refused before any operation starts: the HTTP status, the value of the
+/// CIMError header (empty: none) and what is wrong.
+struct RequestError : std::exception
+{
+    RequestError(int httpStatus, std::string error, std::string text)
+        : status(httpStatus), cimError(std::move(error)), detail(std::move(text))
+    {
+    }
+    const char* what() const noexcept override { return detail.c_str(); }
+
+    int status;
+    std::string cimError;
+    std::string detail;
+};
 
 /// One element with its attributes, child elements and text. White space that stands literally at
 /// either end of the text is cut off; character references and CDATA there are kept.
@@ -27,32 +42,12 @@ struct XmlElement
     const XmlElement* child(std::string_view childName) const;
 };
 
-/// A document that cannot be read. `wellFormed()` tells a document that is XML but not acceptable
-/// from one that is no XML at all.
-class XmlError : public std::runtime_error
-{
-public:
-    XmlError(bool wellFormed, const std::string& text)
-        : std::runtime_error(text), wellFormed_(wellFormed)
-    {
-    }
-    bool wellFormed() const { return wellFormed_; }
-
-private:
-    bool wellFormed_;
-};
-
-enum class XmlProlog
-{
-    Required,  ///< the text must start with an XML declaration
-    Optional
-};
-
 /// Parses UTF-8 text up to the end of its root element; an encoding named by the document and
 /// whatever follows the root element are ignored. References to control characters, which XML 1.0
-/// forbids but CIM servers and clients write, are accepted except for NUL. Throws XmlError, also
-/// for a document type declaration, text that is not UTF-8, and documents nested too deeply or
-/// with too many elements.
-XmlElement parseXml(const std::string& document, XmlProlog prolog);
+/// forbids but CIM servers and clients write, are accepted except for NUL. Throws RequestError:
+/// request-not-well-formed for what is no XML, request-not-valid for a document type declaration,
+/// text that is not UTF-8, text beside elements, and documents nested too deeply or with too many
+/// elements.
+XmlElement parseXml(const std::string& document);
 
 }  // namespace cimom

@@ -1,10 +1,9 @@
 #include "Http/HttpProtocol.h"
 
-#include "CimXml/PercentCoding.h"
-
 #include <algorithm>
 #include <cctype>
 #include <charconv>
+#include <microhttpd.h>
 #include <strings.h>
 
 namespace cimom
@@ -50,6 +49,32 @@ std::string fieldPrefix(const HttpHead& head)
 std::optional<std::string> valueOf(const std::string* field)
 {
     return field ? std::optional<std::string>(*field) : std::nullopt;
+}
+
+/// The value with %XX turned back into bytes.
+std::optional<std::string> decodedValueOf(const std::string* field)
+{
+    std::optional<std::string> value = valueOf(field);
+    if (value) value->resize(MHD_http_unescape(value->data()));
+    return value;
+}
+
+/// Letters, digits and "-_.~" stay; everything else becomes %XX.
+std::string percentEncode(const std::string& text)
+{
+    static const char* const digits = "0123456789ABCDEF";
+    static const std::string kept =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_.~";
+    std::string result;
+    for (const char c : text) {
+        if (kept.find(c) != std::string::npos) {
+            result += c;
+        } else {
+            const auto byte = static_cast<unsigned char>(c);
+            result += {'%', digits[byte >> 4], digits[byte & 15]};
+        }
+    }
+    return result;
 }
 
 /// Standard base64 with or without padding; nothing for any other text.
@@ -173,11 +198,9 @@ CimRequest cimRequest(const HttpHead& head)
 {
     CimRequest request;
     request.protocolVersion = valueOf(head.findCim("CIMProtocolVersion"));
-    request.method = valueOf(head.findCim("CIMMethod"));
-    request.object = valueOf(head.findCim("CIMObject"));
+    request.method = decodedValueOf(head.findCim("CIMMethod"));
+    request.object = decodedValueOf(head.findCim("CIMObject"));
     request.batch = head.findCim("CIMBatch") != nullptr;
-    request.acceptLanguage = valueOf(head.find("Accept-Language")).value_or("");
-    request.contentLanguage = valueOf(head.find("Content-Language")).value_or("");
     return request;
 }
 
