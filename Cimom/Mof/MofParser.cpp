@@ -76,7 +76,7 @@ template <class Elements>
 void checkNew(const Elements& elements, const Name& name)
 {
     if (positionOf(elements, name.name) != PEG_NOT_FOUND)
-        throw MofFault{name.at, "there is a " + name.text() + " already"};
+        throw MofFault{name.at, "'" + name.text() + "' is there already"};
 }
 
 // A recursive-descent parser with one token of look-ahead. Each production is one function.
@@ -121,7 +121,8 @@ private:
         expect("pragma", "after '#'");
         const MofToken name = take();
         if (name.is("namespace"))
-            throw MofFault{name.at, "a file cannot choose its namespace; give it with the file"};
+            throw MofFault{
+                name.at, "a file cannot choose its namespace; it goes into the one given with it"};
         if (!accept('(')) return;
         if (token_.kind != MofToken::String)
             unexpected(token_, "the pragma's argument in double quotes");

@@ -50,8 +50,8 @@ T readReal(const MofToken& literal)
     if (literal.kind == MofToken::Number && error == std::errc() &&
         end == text.data() + text.size())
         return value;
-    unexpected(literal,
-               "real" + std::to_string(sizeof(T) * 8) + ", a decimal number such as -1.5e3");
+    unexpected(literal, "real" + std::to_string(sizeof(T) * 8) +
+                            ", a decimal number in its range such as -1.5e3");
 }
 
 Char16 readCharacter(const MofToken& literal)
