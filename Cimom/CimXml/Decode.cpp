@@ -17,9 +17,10 @@ namespace cimom::xml
 namespace
 {
 
-std::string onLine(const XmlElement& element)
+/// What is wrong with a value at this element.
+RequestError semanticError(const XmlElement& element, const std::string& text)
 {
-    return "on line " + std::to_string(element.line) + ": ";
+    return notValid("Semantic error: on line " + std::to_string(element.line) + ": " + text);
 }
 
 /// What is wrong with an attribute's value.
@@ -67,21 +68,29 @@ std::optional<bool> readBoolean(std::string_view text)
     return isTrue || equalNoCase(text, "FALSE") ? std::optional(isTrue) : std::nullopt;
 }
 
-bool booleanAttribute(const XmlElement& element, std::string_view attribute, bool otherwise)
+/// False when the attribute is not there.
+bool booleanAttribute(const XmlElement& element, std::string_view attribute)
 {
     const std::string* value = element.attribute(attribute);
-    if (!value) return otherwise;
-    if (const auto flag = readBoolean(*value)) return *flag;
-    throw attributeError(element, attribute);
+    const auto flag = readBoolean(value ? *value : "FALSE");
+    if (!flag) throw attributeError(element, attribute);
+    return *flag;
 }
 
-template <class Real>
-std::optional<Real> readReal(std::string_view text)
+/// A number; signed ones may have a plus.
+template <class Number>
+std::optional<Number> readNumber(std::string_view text)
 {
-    Real value = 0;
-    const char* const last = text.data() + text.size();
-    const auto [end, error] = std::from_chars(text.data(), last, value);
-    return error == std::errc() && end == last ? std::optional(value) : std::nullopt;
+    if (std::is_signed_v<Number> && text.size() > 1 && text[0] == '+' && text[1] != '-')
+        text.remove_prefix(1);
+    if constexpr (std::is_integral_v<Number>) {
+        return readInteger<Number>(text);
+    } else {
+        Number value = 0;
+        const char* const last = text.data() + text.size();
+        const auto [end, error] = std::from_chars(text.data(), last, value);
+        return error == std::errc() && end == last ? std::optional(value) : std::nullopt;
+    }
 }
 
 /// The value of a type that a text stands for. Throws Pegasus::Exception when it is none.
@@ -97,14 +106,7 @@ T parse(const std::string& text)
         const String characters = toString(text);
         if (characters.size() == 1) value = characters[0];
     } else if constexpr (std::is_arithmetic_v<T>) {
-        // Signed numbers may have a plus.
-        const bool plus = std::is_signed_v<T> && text[0] == '+' && text[1] != '-';
-        const std::string_view number = std::string_view(text).substr(plus ? 1 : 0);
-        if constexpr (std::is_integral_v<T>) {
-            value = readInteger<T>(number);
-        } else {
-            value = readReal<T>(number);
-        }
+        value = readNumber<T>(text);
     } else {
         value = T(toString(text));
     }
@@ -128,10 +130,9 @@ CIMValue parseTexts(const std::vector<std::string>& texts, CIMType type, bool is
 /// The two children of a path element: where the object is, and its name.
 void expectPathParts(const XmlElement& element, const std::string& where)
 {
-    if (element.children.empty()) throw validationError(element, "Expected " + where + " element");
-    expectName(element.children[0], where);
     if (element.children.size() != 2)
-        throw validationError(element, "Expected a name after " + where + " element");
+        throw validationError(element, "Expected " + where + " element and what is there");
+    expectName(element.children[0], where);
 }
 
 /// VALUE.REFERENCE.
@@ -187,7 +188,7 @@ CIMProperty decodeProperty(const XmlElement& element)
     return CIMProperty(nameAttribute(element, "NAME"), decodeValue(element, type, isArray), 0,
                        optionalName(element, "REFERENCECLASS"),
                        optionalName(element, "CLASSORIGIN"),
-                       booleanAttribute(element, "PROPAGATED", false));
+                       booleanAttribute(element, "PROPAGATED"));
 }
 
 /// The texts of a VALUE or VALUE.ARRAY.
@@ -218,12 +219,7 @@ CIMValue decodeReferences(const XmlElement& array)
 
 RequestError validationError(const XmlElement& element, const std::string& text)
 {
-    return RequestError(400, "request-not-valid", "Validation error: " + onLine(element) + text);
-}
-
-RequestError semanticError(const XmlElement& element, const std::string& text)
-{
-    return RequestError(400, "request-not-valid", "Semantic error: " + onLine(element) + text);
+    return notValid("Validation error: on line " + std::to_string(element.line) + ": " + text);
 }
 
 const std::string& requiredAttribute(const XmlElement& element, std::string_view name)
@@ -263,8 +259,6 @@ bool decodeBoolean(const XmlElement& element)
 CIMNamespaceName decodeNamespace(const XmlElement& element)
 {
     expectName(element, "LOCALNAMESPACEPATH");
-    if (element.children.empty())
-        throw validationError(element, "Expected one or more NAMESPACE elements");
     String nameSpace;
     for (const XmlElement& part : element.children) {
         expectName(part, "NAMESPACE");

@@ -21,8 +21,6 @@ namespace cimom::xml
 
 /// What is wrong with the structure of the document at this element.
 RequestError validationError(const XmlElement&, const std::string& text);
-/// What is wrong with a value at this element.
-RequestError semanticError(const XmlElement&, const std::string& text);
 
 const std::string& requiredAttribute(const XmlElement&, std::string_view name);
 /// An attribute that must hold a CIM name.
@@ -65,7 +63,7 @@ T reading(T (*decode)(const XmlElement&), const XmlElement& element)
     } catch (const Pegasus::CIMException&) {
         throw;
     } catch (const Pegasus::Exception& error) {
-        throw RequestError(400, "request-not-valid", toUtf8(error.getMessage()));
+        throw notValid(toUtf8(error.getMessage()));
     }
 }
 

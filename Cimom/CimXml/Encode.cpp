@@ -54,6 +54,13 @@ void appendType(std::string& out, std::string_view attribute, CIMType type)
     appendAttribute(out, "EMBEDDEDOBJECT", cimTypeToString(type));
 }
 
+/// What the name of an element for that kind of value ends with.
+std::string suffix(CIMType type, bool isArray)
+{
+    if (type != CIMTYPE_REFERENCE) return isArray ? ".ARRAY" : "";
+    return isArray ? ".REFARRAY" : ".REFERENCE";
+}
+
 void appendArraySize(std::string& out, Uint32 size)
 {
     if (size != 0) appendAttribute(out, "ARRAYSIZE", std::to_string(size));
@@ -91,9 +98,7 @@ void appendProperty(std::string& out, const Property& property)
     const CIMType type = property.value.getType();
     const bool reference = type == CIMTYPE_REFERENCE;
     const bool isArray = property.value.isArray();
-    const std::string tag = reference ? "PROPERTY.REFERENCE"
-                            : isArray ? "PROPERTY.ARRAY"
-                                      : "PROPERTY";
+    const std::string tag = "PROPERTY" + suffix(type, isArray);
     out.append("<").append(tag);
     appendName(out, "NAME", property.name);
     out += ' ';  // the blank that clients of the field's servers have always seen here
@@ -110,13 +115,10 @@ void appendProperty(std::string& out, const Property& property)
 
 void appendParameter(std::string& out, const Parameter& parameter)
 {
-    const bool reference = parameter.type == CIMTYPE_REFERENCE;
-    const std::string tag =
-        std::string("PARAMETER") + (reference ? (parameter.isArray ? ".REFARRAY" : ".REFERENCE")
-                                              : (parameter.isArray ? ".ARRAY" : ""));
+    const std::string tag = "PARAMETER" + suffix(parameter.type, parameter.isArray);
     out.append("<").append(tag);
     appendName(out, "NAME", parameter.name);
-    if (!reference) appendType(out, "TYPE", parameter.type);
+    if (parameter.type != CIMTYPE_REFERENCE) appendType(out, "TYPE", parameter.type);
     appendOptional(out, "REFERENCECLASS", parameter.referenceClassName);
     appendArraySize(out, parameter.arraySize);
     out += ">\n";
@@ -283,11 +285,11 @@ void appendValue(std::string& out, const CIMValue& value)
         }
         Array<decltype(item)> items;
         value.get(items);
-        const bool references = value.getType() == CIMTYPE_REFERENCE;
-        out += references ? "<VALUE.REFARRAY>\n" : "<VALUE.ARRAY>\n";
+        const std::string tag = "VALUE" + suffix(value.getType(), true);
+        out.append("<").append(tag).append(">\n");
         for (Uint32 i = 0; i < items.size(); ++i)
             appendItem(out, items[i]);
-        out += references ? "</VALUE.REFARRAY>\n" : "</VALUE.ARRAY>\n";
+        out.append("</").append(tag).append(">\n");
     });
 }
 

@@ -15,7 +15,15 @@ namespace
 
 RequestError mismatch(const std::string& detail)
 {
-    return RequestError(400, "header-mismatch", detail);
+    return {400, "header-mismatch", detail};
+}
+
+/// A header that says something else than the request.
+RequestError mismatch(const std::string& header, const std::string& value, const std::string& what,
+                      const std::string& inRequest)
+{
+    return mismatch(header + " value \"" + value + "\" does not match CIM request " + what + " \"" +
+                    inRequest + "\".");
 }
 
 /// The parts of a message that come before its call.
@@ -25,38 +33,36 @@ struct Message
     const XmlElement& call;
 };
 
-/// The first child, which must have that name.
-const XmlElement& childOf(const XmlElement& parent, const std::string& name,
+/// The first child, which must have one of these names.
+const XmlElement& childOf(const XmlElement& parent, std::initializer_list<const char*> names,
                           const std::string& otherwise)
 {
-    if (parent.children.empty() || parent.children[0].name != name)
-        throw xml::validationError(parent, otherwise);
-    return parent.children[0];
+    for (const char* name : names) {
+        if (!parent.children.empty() && parent.children[0].name == name) return parent.children[0];
+    }
+    throw xml::validationError(parent, otherwise);
 }
 
 XmlElement parseMessage(const std::string& body)
 {
     if (body.compare(0, 5, "<?xml") == 0) return parseXml(body);
-    throw RequestError(400, "request-not-valid",
-                       "Validation error: on line 1: Expected <?xml ... ?> style declaration");
+    throw notValid("Validation error: on line 1: Expected <?xml ... ?> style declaration");
 }
 
 void checkVersion(const std::string& version, const std::string& what, const std::string& cimError)
 {
     if (version.compare(0, 2, "2.") == 0) return;
-    throw RequestError(501, cimError, what + " version \"" + version + "\" is not supported.");
+    throw RequestError{501, cimError, what + " version \"" + version + "\" is not supported."};
 }
 
 void checkProtocolVersion(const CimRequest& request, const std::string& version)
 {
     const std::string header = request.protocolVersion.value_or("1.0");
-    if (header != version) {
-        throw mismatch("CIMProtocolVersion value \"" + header +
-                       "\" does not match CIM request protocol version \"" + version + "\".");
-    }
+    if (header != version)
+        throw mismatch("CIMProtocolVersion", header, "protocol version", version);
     if (version.compare(0, 2, "1.") != 0) {
-        throw RequestError(501, "unsupported-protocol-version",
-                           "CIM protocol version \"" + version + "\" is not supported.");
+        throw RequestError{501, "unsupported-protocol-version",
+                           "CIM protocol version \"" + version + "\" is not supported."};
     }
 }
 
@@ -65,18 +71,18 @@ Message readMessage(const CimRequest& request, const XmlElement& root)
     if (root.name != "CIM") throw xml::validationError(root, "Expected open of CIM element");
     checkVersion(xml::requiredAttribute(root, "CIMVERSION"), "CIM", "unsupported-cim-version");
     checkVersion(xml::requiredAttribute(root, "DTDVERSION"), "DTD", "unsupported-dtd-version");
-    const XmlElement& message = childOf(root, "MESSAGE", "expected MESSAGE element");
+    const XmlElement& message = childOf(root, {"MESSAGE"}, "expected MESSAGE element");
     const std::string* id = message.attribute("ID");
     if (!id) throw xml::validationError(message, "Invalid or missing MESSAGE.ID attribute");
     checkProtocolVersion(request, xml::requiredAttribute(message, "PROTOCOLVERSION"));
     if (message.child("MULTIREQ")) {
-        if (request.batch) throw RequestError(501, "multiple-requests-unsupported", "");
+        if (request.batch) throw RequestError{501, "multiple-requests-unsupported", ""};
         throw mismatch("Multi-request is missing CIMBatch HTTP header");
     }
-    const XmlElement& simple = childOf(message, "SIMPLEREQ", "Expected open of SIMPLEREQ element");
-    const XmlElement* call = simple.children.empty() ? nullptr : &simple.children[0];
-    if (call && (call->name == "IMETHODCALL" || call->name == "METHODCALL")) return {*id, *call};
-    throw xml::validationError(call ? *call : simple, "expected IMETHODCALL or METHODCALL element");
+    const XmlElement& simple =
+        childOf(message, {"SIMPLEREQ"}, "Expected open of SIMPLEREQ element");
+    return {*id, childOf(simple, {"IMETHODCALL", "METHODCALL"},
+                         "expected IMETHODCALL or METHODCALL element")};
 }
 
 const std::string& requiredHeader(const std::optional<std::string>& value, const std::string& name)
@@ -89,8 +95,7 @@ void checkMethodHeader(const CimRequest& request, const std::string& method, boo
 {
     const std::string& value = requiredHeader(request.method, "CIMMethod");
     if (value == method || (anyCase && equalNoCase(value, method))) return;
-    throw mismatch("CIMMethod value \"" + value + "\" does not match CIM request method \"" +
-                   method + "\".");
+    throw mismatch("CIMMethod", value, "method", method);
 }
 
 /// The text of a path as the library writes it, with sorted keys; the text itself when it is none.
@@ -109,8 +114,7 @@ void checkObjectHeader(const CimRequest& request, const String& expected, bool i
     const std::string& value = requiredHeader(request.object, "CIMObject");
     const std::string bare = value.compare(0, 1, "/") == 0 ? value.substr(1) : value;
     if (equalNoCase(bare, object) || (isPath && equalNoCase(canonicalPath(bare), object))) return;
-    throw mismatch("CIMObject value \"" + value + "\" does not match CIM request object \"" +
-                   object + "\".");
+    throw mismatch("CIMObject", value, "object", object);
 }
 
 /// The operation's error as a client sees it; code 0 when a provider "failed" with success.
@@ -154,7 +158,7 @@ std::string intrinsicResponse(CallContext context, const CimRequest& request,
     const std::string name = operation ? operation->name : typed;
     checkMethodHeader(request, name, true);
     context.nameSpace = xml::decodeNamespace(
-        childOf(call, "LOCALNAMESPACEPATH", "expected LOCALNAMESPACEPATH element"));
+        childOf(call, {"LOCALNAMESPACEPATH"}, "expected LOCALNAMESPACEPATH element"));
     checkObjectHeader(request, context.nameSpace.getString(), false);
     return response(message.id, "IMETHODRESPONSE", name, [&](std::string& out) {
         if (!operation) {
@@ -172,11 +176,9 @@ std::string extrinsicResponse(CallContext context, const CimRequest& request,
     const CIMName method = xml::nameAttribute(call, "NAME");
     const std::string name = toUtf8(method.getString());
     checkMethodHeader(request, name, false);
-    if (call.children.empty() || (call.children[0].name != "LOCALCLASSPATH" &&
-                                  call.children[0].name != "LOCALINSTANCEPATH")) {
-        throw xml::validationError(call, "Expected LOCALINSTANCEPATH or LOCALCLASSPATH element");
-    }
-    const CIMObjectPath path = xml::decodeLocalPath(call.children[0]);
+    const CIMObjectPath path =
+        xml::decodeLocalPath(childOf(call, {"LOCALCLASSPATH", "LOCALINSTANCEPATH"},
+                                     "Expected LOCALINSTANCEPATH or LOCALCLASSPATH element"));
     context.nameSpace = path.getNameSpace();
     checkObjectHeader(request, path.toString(), true);
     return response(message.id, "METHODRESPONSE", name,

@@ -101,16 +101,10 @@ public:
     {
         XML_Parse(parser_.get(), document.data(), static_cast<int>(document.size()), XML_TRUE);
         const std::string line = std::to_string(XML_GetCurrentLineNumber(parser_.get()));
-        if (!invalid_.empty()) {
-            throw RequestError(400, "request-not-valid",
-                               "Validation error: on line " + line + ": " + invalid_);
-        }
-        if (!done_) {
-            const char* const error = XML_ErrorString(XML_GetErrorCode(parser_.get()));
-            throw RequestError(400, "request-not-well-formed",
-                               std::string(error) + ": on line " + line);
-        }
-        return std::move(root_);
+        if (refused()) throw notValid("Validation error: on line " + line + ": " + invalid_);
+        if (done_) return std::move(root_);
+        const std::string error = XML_ErrorString(XML_GetErrorCode(parser_.get()));
+        throw RequestError{400, "request-not-well-formed", error + ": on line " + line};
     }
 
 private:
@@ -156,16 +150,9 @@ private:
     {
         if (refused()) return;
         std::string& text = open_.back()->text;
-        if (!inCdata_) {
-            text += chunk;
-            return;
-        }
         for (const char c : chunk) {
-            if (blanks.find(c) == std::string_view::npos) {
-                text += c;
-            } else {
-                appendStandIn(text, static_cast<unsigned char>(c));
-            }
+            const bool kept = inCdata_ && blanks.find(c) != std::string_view::npos;
+            kept ? appendStandIn(text, static_cast<unsigned char>(c)) : text.push_back(c);
         }
     }
 
@@ -204,8 +191,7 @@ const XmlElement* XmlElement::child(std::string_view childName) const
 
 XmlElement parseXml(const std::string& document)
 {
-    if (!isUtf8(document))
-        throw RequestError(400, "request-not-valid", "Invalid UTF-8 character detected.");
+    if (!isUtf8(document)) throw notValid("Invalid UTF-8 character detected.");
     return TreeBuilder().build(withStandIns(document));
 }
 

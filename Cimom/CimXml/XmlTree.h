@@ -1,7 +1,6 @@
 // A small element tree over expat, for requests of bounded size.
 #pragma once
 
-#include <exception>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -10,20 +9,19 @@
 namespace cimom
 {
 
-/// A request that is refused before any operation starts: the HTTP status, the value of the
-/// CIMError header (empty: none) and what is wrong.
-struct RequestError : std::exception
+/// Thrown for a request that is refused before any operation starts.
+struct RequestError
 {
-    RequestError(int httpStatus, std::string error, std::string text)
-        : status(httpStatus), cimError(std::move(error)), detail(std::move(text))
-    {
-    }
-    const char* what() const noexcept override { return detail.c_str(); }
-
-    int status;
-    std::string cimError;
-    std::string detail;
+    int status;            ///< of HTTP
+    std::string cimError;  ///< value of the CIMError header; empty: none
+    std::string detail;    ///< what is wrong
 };
+
+/// The one for a request whose XML or CIM elements are not what they have to be.
+inline RequestError notValid(const std::string& text)
+{
+    return {400, "request-not-valid", text};
+}
 
 /// One element with its attributes, child elements and text. White space that stands literally at
 /// either end of the text is cut off; character references and CDATA there are kept.
