@@ -131,7 +131,7 @@ CIMValue parseTexts(const std::vector<std::string>& texts, CIMType type, bool is
 void expectPathParts(const XmlElement& element, const std::string& where)
 {
     if (element.children.size() != 2)
-        throw validationError(element, "Expected " + where + " element and what is there");
+        throw validationError(element, "Expected " + where + " element and one more");
     expectName(element.children[0], where);
 }
 
