@@ -15,19 +15,6 @@ namespace cimom
 namespace
 {
 
-struct TypeWord
-{
-    const char* name;
-    CIMType type;
-};
-
-constexpr TypeWord typeWords[] = {
-    {"boolean", CIMTYPE_BOOLEAN}, {"uint8", CIMTYPE_UINT8},      {"sint8", CIMTYPE_SINT8},
-    {"uint16", CIMTYPE_UINT16},   {"sint16", CIMTYPE_SINT16},    {"uint32", CIMTYPE_UINT32},
-    {"sint32", CIMTYPE_SINT32},   {"uint64", CIMTYPE_UINT64},    {"sint64", CIMTYPE_SINT64},
-    {"real32", CIMTYPE_REAL32},   {"real64", CIMTYPE_REAL64},    {"char16", CIMTYPE_CHAR16},
-    {"string", CIMTYPE_STRING},   {"datetime", CIMTYPE_DATETIME}};
-
 struct FlavorWord
 {
     const char* name;
@@ -365,9 +352,9 @@ private:
     // A data type, or CLASS REF
     MofType type()
     {
-        const TypeWord* const known = findWord(typeWords, token_);
+        for (int type = CIMTYPE_BOOLEAN; type < CIMTYPE_REFERENCE; ++type)
+            if (accept(cimTypeToString(CIMType(type)))) return {CIMType(type)};
         const Name name = expectName("a type");
-        if (known != nullptr) return {known->type};
         if (!accept("ref"))
             throw MofFault{name.at, "'" + name.text() +
                                         "' is no CIM data type; a reference is written CLASS REF "

@@ -68,6 +68,16 @@ const Element* find(const Elements<Element>& elements, const CIMName& name)
     return at == PEG_NOT_FOUND ? nullptr : elements[at].get();
 }
 
+bool isSameType(const Property& a, const Property& b)
+{
+    return a.value.typeCompatible(b.value);
+}
+
+bool isSameType(const Method& a, const Method& b)
+{
+    return a.type == b.type;
+}
+
 // The element as a subclass inherits it; shared from the second generation on.
 template <class Element>
 std::shared_ptr<const Element> propagated(const std::shared_ptr<const Element>& element)
@@ -136,7 +146,8 @@ private:
         const auto result = std::make_shared<Element>(own);
         result->classOrigin = overridden == nullptr ? given_.name() : overridden->classOrigin;
         if (overridden != nullptr) {
-            checkType(own, *overridden);
+            if (!isSameType(own, *overridden))
+                refuse("its type differs from that in " + given_.superClassName.getString());
             result->qualifiers = inheritQualifiers(own.qualifiers, overridden->qualifiers);
         }
         const Qualifier* const override = own.qualifiers.find("Override");
@@ -146,18 +157,6 @@ private:
             refuse("it overrides \"" + target + "\", which no superclass has");
         check(own, overridden);
         return result;
-    }
-
-    void checkType(const Property& own, const Property& inherited) const
-    {
-        if (!own.value.typeCompatible(inherited.value))
-            refuse("its type differs from that in " + given_.superClassName.getString());
-    }
-
-    void checkType(const Method& own, const Method& inherited) const
-    {
-        if (own.type != inherited.type)
-            refuse("its return type differs from that in " + given_.superClassName.getString());
     }
 
     void check(const Property& own, const Property* overridden) const

@@ -1,8 +1,6 @@
 // CIM names as keys of hash maps.
 #pragma once
 
-#include "Model/Text.h"
-
 #include <Pegasus/Common/CIMName.h>
 
 #include <cstddef>
@@ -19,10 +17,8 @@ struct NoCase
         const Pegasus::String& text = name.getString();
         const Pegasus::Char16* const chars = text.getChar16Data();
         std::size_t hash = 14695981039346656037U;  // FNV-1a
-        for (Pegasus::Uint32 i = 0; i < text.size(); ++i) {
-            const Pegasus::Uint16 c = chars[i];
-            hash = (hash ^ (c < 0x80 ? toLower(static_cast<char>(c)) : c)) * 1099511628211U;
-        }
+        for (Pegasus::Uint32 i = 0; i < text.size(); ++i)
+            hash = (hash ^ (chars[i] | 0x20U)) * 1099511628211U;  // the bit that letters differ in
         return hash;
     }
 

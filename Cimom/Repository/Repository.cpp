@@ -52,19 +52,15 @@ struct ClassEntry
     // The view without property list, made at the first request for it.
     ClassPtr view(const ClassView& wanted) const
     {
-        View& view = views_[(wanted.localOnly ? 4U : 0U) + (wanted.includeQualifiers ? 2U : 0U) +
-                            (wanted.includeClassOrigin ? 1U : 0U)];
-        std::call_once(view.made, [&] { view.content = viewClass(resolved, wanted); });
-        return view.content;
+        auto& [made, content] =
+            views_[(wanted.localOnly ? 4U : 0U) + (wanted.includeQualifiers ? 2U : 0U) +
+                   (wanted.includeClassOrigin ? 1U : 0U)];
+        std::call_once(made, [&, &shown = content] { shown = viewClass(resolved, wanted); });
+        return content;
     }
 
 private:
-    struct View
-    {
-        std::once_flag made;
-        ClassPtr content;
-    };
-    mutable std::array<View, 8> views_;
+    mutable std::array<std::pair<std::once_flag, ClassPtr>, 8> views_;
 };
 
 void appendSubclasses(const std::vector<const ClassEntry*>& from, bool deep,
