@@ -1,0 +1,115 @@
+// How providers are loaded and initialized, and what they may ask meanwhile.
+#include "BrokerFixture.h"
+
+#include <Pegasus/Provider/CIMOMHandle.h>
+
+#include <atomic>
+#include <future>
+#include <thread>
+
+PEGASUS_USING_PEGASUS;
+
+namespace cimom
+{
+namespace
+{
+
+/// The names of the class's instances as a provider gets them, on behalf of "someone".
+std::string upcall(const char* className)
+{
+    OperationContext context;
+    context.insert(IdentityContainer("someone"));
+    return answerOf([&] {
+        return Text::of(CIMOMHandle().enumerateInstanceNames(context, "root/test", className));
+    });
+}
+
+using Providers = BrokerTest;
+
+TEST_F(Providers, AreLoadedFromTheirLibraries)
+{
+    const auto failure = [](const std::string& file, const std::string& text) {
+        return "1 ProviderLoadFailure (" + file + "):" + text;
+    };
+    EXPECT_EQ(upcall("T_Loaded"), "[T_Loaded.Id=1]");
+    EXPECT_EQ(upcall("T_LoadedMissing"), failure(PROVIDER_FOLDER "/libLoadableProvider.so:Missing",
+                                                 "provider is not a CIMProvider."));
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(upcall("T_NoEntry"),
+                  failure(CIMOM_FOLDER "/libcimom.so:Any", "entry point not found."));
+    }
+    EXPECT_EQ(upcall("T_NoLibrary")
+                  .rfind(failure(PROVIDER_FOLDER "/libNotALibrary.so:Any",
+                                 "Cannot load library, error: "),
+                         0),
+              0u);
+    EXPECT_EQ(upcall("T_Nowhere"),
+              "1 File \"libNowhere.so\" was not found for provider module \"Nowhere\".");
+}
+
+TEST_F(Providers, WithoutTheInterfaceAreRefused)
+{
+    struct NoOperations : CIMProvider
+    {
+        void initialize(CIMOMHandle&) override {}
+        void terminate() override { delete this; }
+    };
+    broker->setModuleFactory("Nowhere",
+                             [](const String&) -> CIMProvider* { return new NoOperations; });
+    EXPECT_EQ(upcall("T_Nowhere"), "7 Invalid provider interface.");
+}
+
+TEST_F(Providers, MayAskOthersWhileTheyInitializeButNotThemselves)
+{
+    Lines answers;
+    scripted::stage.onNote = [&](const std::string& line) {
+        if (line == "initialize Leaf")
+            answers = {upcall("T_Side"), upcall("T_Static"), upcall("T_Leaf")};
+    };
+    EXPECT_EQ(upcall("T_Leaf"), "[T_Leaf.Id=1]");
+    EXPECT_EQ(answers,
+              (Lines{"[T_Side.Id=1]",
+                     "[T_Static.Id=1,Number=1 T_Static.Id=2,Number=2 "
+                     "T_StaticSub.Id=3,Number=3]",
+                     "1 The provider \"Leaf\" is being initialized and made a request that "
+                     "needs itself. Make that request after initialize()."}));
+}
+
+TEST_F(Providers, AreInitializedOnceAndThenCalledSideBySide)
+{
+    constexpr int threads = 4;
+    std::atomic<int> arrived{0}, inside{0};
+    scripted::stage.onNote = [&](const std::string& line) {
+        const bool isCall = line.find(" EIN ") != std::string::npos;
+        std::atomic<int>& count = isCall ? inside : arrived;
+        if (isCall) ++inside;
+        while (line.rfind("create", 0) != 0 && count < threads)
+            std::this_thread::yield();
+    };
+    std::vector<std::future<std::string>> calls;
+    for (int i = 0; i < threads; ++i) {
+        calls.push_back(std::async(std::launch::async, [&] {
+            ++arrived;
+            return upcall("T_Leaf");
+        }));
+    }
+    for (auto& call : calls)
+        EXPECT_EQ(call.get(), "[T_Leaf.Id=1]");
+    const std::string call = "Leaf EIN //here/root/test:T_Leaf by someone";
+    EXPECT_EQ(notes(), (Lines{"create Leaf", "initialize Leaf", call, call, call, call}));
+}
+
+TEST_F(Providers, ThatCallThemselvesWithoutEndGetAnError)
+{
+    std::string deepest;
+    scripted::stage.onNote = [&](const std::string& line) {
+        const std::string answer = line.find(" EIN ") == std::string::npos ? "" : upcall("T_Leaf");
+        if (deepest.empty()) deepest = answer;
+    };
+    EXPECT_EQ(upcall("T_Leaf"), "[T_Leaf.Id=1]");
+    EXPECT_EQ(deepest, "1 A provider calls itself without end.");
+    EXPECT_EQ(upcall("T_Leaf"), "[T_Leaf.Id=1]") << "the calls are counted down again";
+}
+
+}  // namespace
+}  // namespace cimom
