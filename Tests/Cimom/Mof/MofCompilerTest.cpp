@@ -44,11 +44,9 @@ TEST(MofFaults, NoPrefixAndNoChangedByteGetsPastTheErrors)
     EXPECT_EQ(TestRepository().compile(good).substr(0, 2), "T{");
     for (std::size_t i = 0; i < good.size(); ++i) {
         TestRepository().compile(good.substr(0, i));
-        for (const char c : {'\0', '"', '{', '\xC3'}) {
-            std::string changed = good;
-            changed[i] = c;
-            TestRepository().compile(changed);
-        }
+        std::string changed = good;
+        changed[i] = "\"{\xC3"[i % 4];  // each fourth time a zero
+        TestRepository().compile(changed);
     }
 }
 
