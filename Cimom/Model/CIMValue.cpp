@@ -87,18 +87,6 @@ bool isSame(const Array<T>& x, const Array<T>& y)
     return same;
 }
 
-String objectText(const detail::InstanceHandle& object)
-{
-    String text = "instance of " + object.getClassName().getString() + " {";
-    for (Uint32 i = 0; i < object.getPropertyCount(); ++i) {
-        const CIMConstProperty property = object.getProperty(i);
-        const CIMValue& value = property.getValue();
-        text.append(" " + property.getName().getString() + " = ");
-        text.append((value.isNull() ? "NULL" : value.toString()) + ";");
-    }
-    return text + " }";
-}
-
 template <class T>
 String textOf(const T& x)
 {
@@ -117,7 +105,7 @@ String textOf(const T& x)
     } else if constexpr (std::is_same_v<T, String>) {
         return x;
     } else if constexpr (isObject<T>) {
-        return objectText(x);
+        return "instance of " + x.getClassName().getString();
     } else if constexpr (std::is_same_v<T, std::monostate>) {
         return String();
     } else {

@@ -6,7 +6,7 @@
 #include <arpa/inet.h>
 
 #include <algorithm>
-#include <charconv>
+#include <cstdio>
 
 namespace Pegasus
 {
@@ -28,8 +28,13 @@ bool isDigit(char c)
 
 bool isIPv4(const std::string& text)
 {
-    in_addr address{};
-    return inet_pton(AF_INET, text.c_str(), &address) == 1;
+    unsigned parts[4] = {};
+    int length = 0;
+    return text.find_first_not_of("0123456789.") == std::string::npos &&
+           std::sscanf(text.c_str(), "%3u.%3u.%3u.%3u%n", &parts[0], &parts[1], &parts[2],
+                       &parts[3], &length) == 4 &&
+           size_t(length) == text.size() &&
+           std::all_of(parts, parts + 4, [](unsigned part) { return part <= 255; });
 }
 
 /// Link-local addresses have a zone, others none.
@@ -57,12 +62,15 @@ bool isHostName(const std::string& text)
     return before != '.' && !isNumber;
 }
 
+/// The number may have any length and counts modulo 2^32, or be missing.
 bool isPort(const std::string& text)
 {
-    Uint16 port = 0;
-    const char* const end = text.data() + text.size();
-    const auto result = std::from_chars(text.data(), end, port);
-    return text.empty() || (result.ptr == end && result.ec == std::errc());
+    Uint32 port = 0;
+    for (const char c : text) {
+        if (!isDigit(c)) return false;
+        port = port * 10 + Uint32(c - '0');
+    }
+    return port <= 65535;
 }
 
 /// A host name, an IPv4 address or an IPv6 address in brackets, each with an optional port.

@@ -27,6 +27,26 @@ TYPED_TEST(UninitializedHandle, Throws)
     EXPECT_THROW(copy.clone(), UninitializedObjectException);
 }
 
+TEST(Handle, CopiesAliasAndClonesDoNot)
+{
+    CIMProperty property(CIMName("P"), CIMValue(Uint8(1)));
+    CIMInstance instance(CIMName("Sample"));
+    instance.addProperty(property);
+    const CIMInstance clone = instance.clone();
+    const CIMValue embedded(instance);
+    property.setValue(CIMValue(Uint8(2)));
+    CIMObject(instance).setPath(String("root:sample.K=1"));
+    EXPECT_EQ(CIMValue(Uint8(2)), instance.getProperty(0).getValue());
+    EXPECT_EQ(String("root:sample.K=1"), instance.getPath().toString());
+    EXPECT_EQ(CIMValue(Uint8(1)), clone.getProperty(0).getValue());
+    EXPECT_EQ(String("Sample"), clone.getPath().toString());
+    CIMInstance out;
+    embedded.get(out);
+    EXPECT_TRUE(out.identical(clone));
+    out.getProperty(0).setValue(CIMValue(Uint8(3)));
+    EXPECT_EQ(CIMValue(clone), embedded);
+}
+
 TEST(Handle, TheSourceOfAMoveStaysUsable)
 {
     CIMInstance source(CIMName("Sample"));
