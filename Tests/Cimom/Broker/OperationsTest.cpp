@@ -60,13 +60,14 @@ CIMInstance instance(const CIMObjectPath& path)
 class Operations : public BrokerTest
 {
 protected:
+    Operations() { context_.insert(IdentityContainer("me")); }
+
     /// The block with the answers and notes that there really are.
     std::string played(const std::string& block)
     {
         scripted::stage = {};
         view_ = {};
         filter_ = {};
-        context_ = {};
         mof_ = "";
         std::istringstream lines(block);
         std::string transcript;
@@ -81,6 +82,10 @@ protected:
             for (const std::string& note : notes())
                 transcript += "> " + note + "\n";
         }
+        for (const std::string folder : {PROVIDER_FOLDER "/", CIMOM_FOLDER "/"}) {
+            for (std::size_t at; (at = transcript.find(folder)) != std::string::npos;)
+                transcript.erase(at, folder.size());
+        }
         return transcript;
     }
 
@@ -94,7 +99,6 @@ private:
         if (what == "script") scripted::stage.scripts[a] = b;
         if (what == "throw") scripted::stage.fault = faults.at(a);
         if (what == "deliver") scripted::stage.instances[a].push_back(instance(String(b.c_str())));
-        if (what == "user") context_.insert(IdentityContainer(a.c_str()));
         if (what == "view") view_ = {a == "q" || a == "qo", a == "o" || a == "qo", list(b)};
         if (what == "via") filter_ = {{}, name(a), name(b), c.c_str(), d.c_str()};
     }

@@ -1,4 +1,4 @@
-// How providers are loaded and initialized, and what they may ask meanwhile.
+// Providers that call back, and threads.
 #include "BrokerFixture.h"
 
 #include <Pegasus/Provider/CIMOMHandle.h>
@@ -14,50 +14,14 @@ namespace cimom
 namespace
 {
 
-/// The names of the class's instances as a provider gets them, on behalf of "someone".
+/// The names of the class's instances as a provider gets them.
 std::string upcall(const char* className)
 {
-    OperationContext context;
-    context.insert(IdentityContainer("someone"));
-    return answerOf([&] {
-        return Text::of(CIMOMHandle().enumerateInstanceNames(context, "root/test", className));
-    });
+    return answerOf(
+        [&] { return Text::of(CIMOMHandle().enumerateInstanceNames({}, "root/test", className)); });
 }
 
 using Providers = BrokerTest;
-
-TEST_F(Providers, AreLoadedFromTheirLibraries)
-{
-    const auto failure = [](const std::string& file, const std::string& text) {
-        return "1 ProviderLoadFailure (" + file + "):" + text;
-    };
-    EXPECT_EQ(upcall("T_Loaded"), "[T_Loaded.Id=1]");
-    EXPECT_EQ(upcall("T_LoadedMissing"), failure(PROVIDER_FOLDER "/libLoadableProvider.so:Missing",
-                                                 "provider is not a CIMProvider."));
-    for (int i = 0; i < 2; ++i) {
-        EXPECT_EQ(upcall("T_NoEntry"),
-                  failure(CIMOM_FOLDER "/libcimom.so:Any", "entry point not found."));
-    }
-    EXPECT_EQ(upcall("T_NoLibrary")
-                  .rfind(failure(PROVIDER_FOLDER "/libNotALibrary.so:Any",
-                                 "Cannot load library, error: "),
-                         0),
-              0u);
-    EXPECT_EQ(upcall("T_Nowhere"),
-              "1 File \"libNowhere.so\" was not found for provider module \"Nowhere\".");
-}
-
-TEST_F(Providers, WithoutTheInterfaceAreRefused)
-{
-    struct NoOperations : CIMProvider
-    {
-        void initialize(CIMOMHandle&) override {}
-        void terminate() override { delete this; }
-    };
-    broker->setModuleFactory("Nowhere",
-                             [](const String&) -> CIMProvider* { return new NoOperations; });
-    EXPECT_EQ(upcall("T_Nowhere"), "7 Invalid provider interface.");
-}
 
 TEST_F(Providers, MayAskOthersWhileTheyInitializeButNotThemselves)
 {
@@ -95,7 +59,7 @@ TEST_F(Providers, AreInitializedOnceAndThenCalledSideBySide)
     }
     for (auto& call : calls)
         EXPECT_EQ(call.get(), "[T_Leaf.Id=1]");
-    const std::string call = "Leaf EIN //here/root/test:T_Leaf by someone";
+    const std::string call = "Leaf EIN //here/root/test:T_Leaf";
     EXPECT_EQ(notes(), (Lines{"create Leaf", "initialize Leaf", call, call, call, call}));
 }
 

@@ -64,16 +64,11 @@ std::vector<CIMInstance> instancesOf(Name className)
     return {only};
 }
 
-template <class Item>
-Item as(const CIMInstance& instance)
+class Bare : public CIMProvider
 {
-    return Item(instance);
-}
-template <>
-CIMObjectPath as(const CIMInstance& instance)
-{
-    return instance.getPath();
-}
+    void initialize(CIMOMHandle&) override {}
+    void terminate() override { delete this; }
+};
 
 class Scripted : public CIMInstanceProvider, public CIMMethodProvider, public CIMAssociationProvider
 {
@@ -181,8 +176,13 @@ private:
         const auto deliver = [&](char step, Uint32) {
             if (step == 'u') return handler.deliver(Item());
             Array<Item> items;
-            for (const CIMInstance& instance : instancesOf(served))
-                items.append(as<Item>(instance));
+            for (const CIMInstance& instance : instancesOf(served)) {
+                if constexpr (std::is_same_v<Item, CIMObjectPath>) {
+                    items.append(instance.getPath());
+                } else {
+                    items.append(Item(instance));
+                }
+            }
             if (step == 'D') return handler.deliver(items);
             for (Uint32 i = 0; i < items.size(); ++i)
                 handler.deliver(items[i]);
@@ -199,7 +199,9 @@ CIMProvider* create(const String& providerName)
 {
     const std::string name = toUtf8(providerName);
     note("create " + name);
-    return name.rfind("Missing", 0) == 0 ? nullptr : new Scripted(providerName);
+    if (name == "Missing") return nullptr;
+    if (name == "Bare") return new Bare;
+    return new Scripted(providerName);
 }
 
 }  // namespace scripted

@@ -38,13 +38,13 @@ struct Stage
 /// Assign {} to begin anew.
 extern Stage stage;
 
-/// The factory; names beginning with "Missing" give no provider.
+/// The factory; "Missing" gives no provider, "Bare" one without operations.
 CIMProvider* create(const String& providerName);
 
 /// Arguments and results as texts.
 struct Text
 {
-    static std::string of(const String& text) { return "'" + cimom::toUtf8(text) + "'"; }
+    static std::string of(const String& text) { return cimom::toUtf8(text); }
     static std::string of(const CIMName& name) { return of(name.getString()); }
     static std::string of(bool flag) { return flag ? "1" : "0"; }
     static std::string of(const CIMObjectPath& path) { return cimom::toUtf8(path.toString()); }
