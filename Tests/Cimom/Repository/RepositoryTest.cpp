@@ -19,10 +19,8 @@ TEST(RepositoryCases, AreTakenOrRefused)
 
 TEST_F(RepositoryTest, UnknownNamesAreRefused)
 {
-    const CIMNamespaceName none("root/None");
     const CIMObjectPath path("T_None.Id=1");
-    EXPECT_EQ(refusal([&] { repository.getQualifierDecl(none, "Key"); }), "3 root/None");
-    EXPECT_EQ(refusal([&] { repository.getInstance(none, path); }), "3 root/None");
+    EXPECT_EQ(refusal([&] { repository.getClass("root/None", "T_Base"); }), "3 root/None");
     EXPECT_EQ(refusal([&] { repository.getQualifierDecl(ns, "nOne"); }), "6 nOne");
     EXPECT_EQ(refusal([&] { repository.getClass(ns, "t_nOne"); }), "6 t_nOne");
     EXPECT_EQ(refusal([&] { repository.subclassNames(ns, "T_None", true); }), "5 T_None");
@@ -61,17 +59,16 @@ TEST_F(RepositoryTest, ClassesShowWhatIsAskedFor)
     const std::pair<cimom::ClassView, const char*> rows[] = {
         {{true, true, true, {}},
          "T_Middle uint16 Own/T_Middle=5 string NAME/T_Base{Override=Name Values=v } "
-         "uint32 Own/T_Middle() uint32 RUN/T_Base{Override=Run}(string B)"},
-        {{true, false, false, {}},
-         "T_Middle uint16 Own/=5 string NAME/ uint32 Own/() uint32 RUN/(string B)"},
-        {{false, true, true, list},
-         "T_Middle{^Text=base ^Fixed=c} uint16 Own/T_Middle=5 ^uint32 Stop/T_Base() uint32 "
-         "Own/T_Middle() uint32 RUN/T_Base{^Fixed=m Override=Run}(string B)"}};
+         "uint32 Own/T_Middle() uint32 RUN/T_Base{Override=Run}(string B{Fixed=in})"},
+        {{false, false, true, {}},
+         "T_Middle ^string Id/T_Base ^uint8[2] Sizes/T_Base=1 2  uint16 Own/T_Middle=5 "
+         "string NAME/T_Base ^uint32 Stop/T_Base() uint32 Own/T_Middle() "
+         "uint32 RUN/T_Base(string B)"},
+        {{false, true, false, list},
+         "T_Middle{^Text=base ^Fixed=c} uint16 Own/=5 ^uint32 Stop/() uint32 Own/() "
+         "uint32 RUN/{^Fixed=m Override=Run}(string B{Fixed=in})"}};
     for (const auto& [view, shown] : rows)
         EXPECT_EQ(show(*repository.getClass(ns, "t_MIDDLE", view)), shown);
-    EXPECT_EQ(show(*repository.getClass(ns, "T_Base", {false, false, true, {}})),
-              "T_Base string Id/T_Base string Name/T_Base=x uint8[2] Sizes/T_Base=1 2  "
-              "uint32 Run/T_Base(string A) uint32 Stop/T_Base()");
 }
 
 TEST_F(RepositoryTest, WhatIsTheSameIsShared)
@@ -102,12 +99,10 @@ TEST_F(RepositoryTest, InstancesAreFoundByTheirKeysAndHandedOutAsCopies)
     CIMInstance mine = repository.instancesOf(ns, "T_Middle").at(0);
     mine.getProperty(mine.findProperty("Own")).setValue(CIMValue(Uint16(6)));
     EXPECT_TRUE(stored.identical(repository.instancesOf(ns, "T_Middle").at(0)));
-    for (const CIMProperty& wrong :
-         {CIMProperty("None", String("n")), CIMProperty("Id", Uint8(1))}) {
-        CIMInstance given{CIMName("T_Middle")};
-        EXPECT_EQ(refusal([&] { repository.addInstance(ns, given.addProperty(wrong)); }),
-                  "4 class T_Middle has no property " + text(wrong.getName()) + " of this type");
-    }
+    CIMInstance wrong{CIMName("T_Middle")};
+    wrong.addProperty(CIMProperty("Id", Uint8(1)));
+    EXPECT_EQ(refusal([&] { repository.addInstance(ns, wrong); }),
+              "4 class T_Middle has no property Id of this type");
 }
 
 }  // namespace
