@@ -131,7 +131,7 @@ TEST_F(Service, ErrorsThatAClientCanRead)
 {
     const std::pair<void (*)(), std::string> rows[] = {
         {[] {
-             throw CIMException(CIM_ERR_NOT_FOUND, toString({"<&>\"'\n\t \xC3\xA4\x01\0", 12}));
+             throw CIMException(CIM_ERR_NOT_FOUND, toString({"<&>\"'\n\t \xC3\xA4\x1F\0", 12}));
          },
          "<ERROR CODE=\"6\" DESCRIPTION=\"CIM_ERR_NOT_FOUND: &lt;&amp;&gt;&quot;&apos;&#10;&#9; "
          "\xC3\xA4\xEF\xBF\xBD\xEF\xBF\xBD\"/>"},
