@@ -1,14 +1,15 @@
 #include "Broker/Broker.h"
 
-#include "Broker/BrokerImpl.h"
+#include "Broker/InstanceFilter.h"
 #include "Broker/ResponseHandlers.h"
-#include "Broker/Text.h"
+#include "Model/Errors.h"
+#include "Model/Text.h"
 
-#include <Pegasus/Common/AcceptLanguageList.h>
-#include <Pegasus/Common/ContentLanguageList.h>
+#include <Pegasus/Provider/CIMAssociationProvider.h>
 #include <Pegasus/Provider/CIMInstanceProvider.h>
 #include <Pegasus/Provider/CIMMethodProvider.h>
 
+#include <algorithm>
 #include <stdexcept>
 #include <utility>
 
@@ -19,108 +20,128 @@ namespace cimom
 namespace
 {
 
-thread_local unsigned callsOnThisThread = 0;
+constexpr int mostNestedCalls = 16;
+thread_local int nestedCalls = 0;
 
-template <class T>
-Array<T> toArray(const std::vector<T>& items)
+/// Counts the provider calls that stand on this thread, each made from within the one before, so
+/// that a provider which calls itself without end gets an error before the stack is used up.
+class NestedCall
 {
-    Array<T> array;
-    for (const T& item : items)
-        array.append(item);
-    return array;
+public:
+    NestedCall()
+    {
+        if (nestedCalls >= mostNestedCalls) {
+            throw CIMException(CIM_ERR_FAILED, "A provider calls itself without end.");
+        }
+        ++nestedCalls;
+    }
+    ~NestedCall() { --nestedCalls; }
+    NestedCall(const NestedCall&) = delete;
+    NestedCall& operator=(const NestedCall&) = delete;
+};
+
+/// What a provider may learn of the request: the caller's identity.
+OperationContext providerContext(const OperationContext& caller)
+{
+    OperationContext context;
+    if (caller.contains(IdentityContainer::NAME)) {
+        context.insert(caller.get(IdentityContainer::NAME));
+    } else {
+        context.insert(IdentityContainer(String()));
+    }
+    return context;
 }
 
-BrokerOptions checked(BrokerOptions options)
+/// One provider call: `ask(provider, context, handler)`. Returns what the handler has collected;
+/// what the provider throws becomes what the client is to see. No lock is held while it runs.
+template <class Interface, class Handler, class Ask>
+auto callProvider(const OperationContext& context, ProviderObject& target, Ask ask)
+{
+    using Result = decltype(std::declval<Handler>().result());
+    const NestedCall nested;
+    auto* const provider = dynamic_cast<Interface*>(&target.acquire());
+    if (provider == nullptr) {
+        throw CIMException(CIM_ERR_NOT_SUPPORTED, "Invalid provider interface.");
+    }
+    const OperationContext providersContext = providerContext(context);
+    Handler handler;
+    try {
+        ask(*provider, providersContext, handler);
+    } catch (...) {
+        const CIMException error = currentError();
+        if (error.getCode() != CIM_ERR_SUCCESS) throw error;
+        return Result();
+    }
+    return handler.result();
+}
+
+/// Calls `ask(name)` for each class. When refusals are allowed, classes that answer "not supported"
+/// count as empty.
+template <class Ask>
+void askEach(const std::vector<CIMName>& names, bool mayRefuse, Ask ask)
+{
+    for (const CIMName& name : names) {
+        try {
+            ask(name);
+        } catch (const CIMException& error) {
+            if (!mayRefuse || error.getCode() != CIM_ERR_NOT_SUPPORTED) throw;
+        }
+    }
+}
+
+/// The path without host and namespace, as an object is named within its namespace.
+CIMObjectPath localPath(CIMObjectPath path)
+{
+    path.setHost(String());
+    path.setNameSpace(CIMNamespaceName());
+    return path;
+}
+
+CIMPropertyList propertyNames(const Class& definition)
+{
+    Array<CIMName> names;
+    for (const auto& property : definition.properties)
+        names.append(property->name);
+    return CIMPropertyList(names);
+}
+
+/// References name the association by their result class; no class is asked of the other side.
+Traversal byAssociation(const Traversal& references)
+{
+    return {references.source, references.resultClass, CIMName(), references.role, String()};
+}
+
+const String& checkedHost(const String& hostName)
 {
     try {
-        CIMObjectPath().setHost(options.hostName);
+        CIMObjectPath().setHost(hostName);
+        return hostName;
     } catch (const Exception&) {
-        throw std::runtime_error("The host name \"" + toUtf8(options.hostName) +
+        throw std::runtime_error("The host name \"" + toUtf8(hostName) +
                                  "\" is malformed; use a DNS name or an IP address.");
-    }
-    return options;
-}
-
-template <class ContainerType, class Default>
-void passOn(const OperationContext& from, OperationContext& to, const Default& whenMissing)
-{
-    if (from.contains(ContainerType::NAME)) {
-        to.insert(from.get(ContainerType::NAME));
-    } else {
-        to.insert(ContainerType(whenMissing));
     }
 }
 
 }  // namespace
 
-CallDepth::CallDepth(unsigned limit)
+Broker::Broker(const Repository& repository, const BrokerOptions& options)
+    : repository_(repository),
+      hostName_(checkedHost(options.hostName)),
+      registry_(repository, options.interopNamespace, options.providerFolders)
 {
-    if (callsOnThisThread >= limit) {
-        throw CIMException(CIM_ERR_FAILED,
-                           printable("The request was not made: " + std::to_string(limit) +
-                                     " provider calls are under way that were made from within one "
-                                     "another. A provider calls itself without end."));
+    for (const Ns& nameSpace : repository.namespaces()) {
+        for (const CIMName& name : repository.subclassNames(nameSpace, CIMName(), true)) {
+            const ClassPtr definition = repository.findClass(nameSpace, name);
+            if (definition->isAssociation()) associations_.push_back({nameSpace, definition});
+        }
     }
-    ++callsOnThisThread;
-}
-
-CallDepth::~CallDepth()
-{
-    --callsOnThisThread;
-}
-
-Broker::Impl::Impl(Repository& repositoryToUse, BrokerOptions optionsToUse)
-    : repository(repositoryToUse),
-      options(checked(std::move(optionsToUse))),
-      registry(repository, options.interopNamespace, options.providerFolders,
-               options.initializeWait),
-      associationIndex(repository)
-{
-}
-
-void Broker::Impl::requireNamespace(const Ns& nameSpace) const
-{
-    if (nameSpace.isNull() || !repository.hasNamespace(nameSpace)) {
-        throw CIMException(CIM_ERR_INVALID_NAMESPACE, nameSpace.getString());
-    }
-}
-
-void Broker::Impl::requireClass(const Ns& nameSpace, const CIMName& className,
-                                CIMStatusCode codeWhenUnknown) const
-{
-    requireNamespace(nameSpace);
-    if (className.isNull() || !repository.hasClass(nameSpace, className)) {
-        throw CIMException(codeWhenUnknown, className.getString());
-    }
-}
-
-CIMObjectPath Broker::Impl::reference(const Ns& nameSpace, const CIMObjectPath& path) const
-{
-    CIMObjectPath full = path;
-    full.setHost(options.hostName);
-    full.setNameSpace(nameSpace);
-    return full;
-}
-
-OperationContext Broker::Impl::providerContext(const Ctx& caller)
-{
-    OperationContext context;
-    passOn<IdentityContainer>(caller, context, String());
-    passOn<AcceptLanguageListContainer>(caller, context, AcceptLanguageList());
-    passOn<ContentLanguageListContainer>(caller, context, ContentLanguageList());
-    return context;
-}
-
-Broker::Broker(Repository& repository, BrokerOptions options)
-    : impl_(std::make_unique<Impl>(repository, std::move(options)))
-{
 }
 
 Broker::~Broker() = default;
 
 void Broker::setModuleFactory(const String& moduleName, Factory factory)
 {
-    ProviderModule* const module = impl_->registry.module(moduleName);
+    ProviderModule* const module = registry_.module(moduleName);
     if (module == nullptr) {
         throw std::invalid_argument("No provider module \"" + toUtf8(moduleName) +
                                     "\" is registered.");
@@ -128,201 +149,193 @@ void Broker::setModuleFactory(const String& moduleName, Factory factory)
     module->setFactory(factory);
 }
 
-CIMClass Broker::getClass(const Ctx&, const Ns& nameSpace, const CIMName& className, bool localOnly,
-                          bool includeQualifiers, bool includeClassOrigin,
-                          const CIMPropertyList& properties)
+ClassPtr Broker::requireClass(const Ns& nameSpace, const CIMName& className,
+                              CIMStatusCode whenUnknown) const
 {
-    impl_->requireClass(nameSpace, className, CIM_ERR_NOT_FOUND);
-    return impl_->repository.getClass(nameSpace, className, localOnly, includeQualifiers,
-                                      includeClassOrigin, properties);
+    const ClassPtr definition = repository_.findClass(nameSpace, className);
+    if (!definition) throw CIMException(whenUnknown, className.getString());
+    return definition;
 }
 
-Array<CIMClass> Broker::enumerateClasses(const Ctx& context, const Ns& nameSpace,
-                                         const CIMName& className, bool deep, bool localOnly,
-                                         bool includeQualifiers, bool includeClassOrigin)
+CIMObjectPath Broker::reference(const Ns& nameSpace, CIMObjectPath path) const
 {
-    const Array<CIMName> names = enumerateClassNames(context, nameSpace, className, deep);
-    Array<CIMClass> classes;
-    for (Uint32 i = 0; i < names.size(); ++i) {
-        classes.append(impl_->repository.getClass(nameSpace, names[i], localOnly, includeQualifiers,
-                                                  includeClassOrigin));
-    }
+    path.setHost(hostName_);
+    path.setNameSpace(nameSpace);
+    return path;
+}
+
+CIMObjectPath Broker::located(const Ns& nameSpace, CIMObjectPath path) const
+{
+    if (path.getHost().size() == 0) path.setHost(hostName_);
+    if (path.getNameSpace().isNull()) path.setNameSpace(nameSpace);
+    return path;
+}
+
+// ---- Schema ----
+
+CIMClass Broker::getClass(const Ctx&, const Ns& nameSpace, const CIMName& className,
+                          const ClassView& view)
+{
+    return CIMClass(repository_.getClass(nameSpace, className, view));
+}
+
+std::vector<ClassPtr> Broker::enumerateClasses(const Ns& nameSpace, const CIMName& className,
+                                               bool deep, const ClassView& view) const
+{
+    std::vector<ClassPtr> classes;
+    for (const CIMName& name : enumerateClassNames(nameSpace, className, deep))
+        classes.push_back(repository_.getClass(nameSpace, name, view));
     return classes;
 }
 
-Array<CIMName> Broker::enumerateClassNames(const Ctx&, const Ns& nameSpace,
-                                           const CIMName& className, bool deep)
+// ---- Instances ----
+
+ProviderObject* Broker::instanceProvider(const Ns& nameSpace, const CIMName& className) const
 {
-    impl_->requireNamespace(nameSpace);
-    return toArray(impl_->repository.subclassNames(nameSpace, className, deep));
+    return registry_.find(nameSpace, className, ProviderKind::Instance);
 }
 
-CIMQualifierDecl Broker::getQualifier(const Ctx&, const Ns& nameSpace, const CIMName& name)
+ProviderObject& Broker::writingProvider(const Ns& nameSpace, const CIMName& className) const
 {
-    impl_->requireNamespace(nameSpace);
-    return impl_->repository.getQualifierDecl(nameSpace, name);
+    requireClass(nameSpace, className, CIM_ERR_INVALID_CLASS);
+    if (ProviderObject* const target = instanceProvider(nameSpace, className)) return *target;
+    throw CIMException(
+        CIM_ERR_NOT_SUPPORTED,
+        "No provider is registered that could change instances of " + className.getString() + ".");
 }
 
-Array<CIMQualifierDecl> Broker::enumerateQualifiers(const Ctx&, const Ns& nameSpace)
+std::vector<CIMName> Broker::withSubclasses(const Ns& nameSpace, const CIMName& className) const
 {
-    impl_->requireNamespace(nameSpace);
-    return toArray(impl_->repository.qualifierDecls(nameSpace));
+    requireClass(nameSpace, className, CIM_ERR_INVALID_CLASS);
+    std::vector<CIMName> names = repository_.subclassNames(nameSpace, className, true);
+    names.insert(names.begin(), className);
+    return names;
 }
 
 CIMInstance Broker::getInstance(const Ctx& context, const Ns& nameSpace, const CIMObjectPath& path,
-                                bool includeQualifiers, bool includeClassOrigin,
-                                const CIMPropertyList& properties)
+                                const InstanceView& wanted)
 {
-    impl_->requireClass(nameSpace, path.getClassName(), CIM_ERR_INVALID_CLASS);
-    const InstanceView view{includeQualifiers, includeClassOrigin, withoutRepetitions(properties)};
-    ProviderObject* const target = impl_->instanceProvider(nameSpace, path.getClassName());
-    if (target == nullptr) {
-        const CIMInstance stored = impl_->repository.getInstance(nameSpace, path);
-        return view.of(stored, localPath(stored.getPath()));
-    }
-
-    const auto answer = impl_->callProvider<CIMInstanceProvider, SingleInstanceHandler>(
-        context, *target, [&](auto& provider, const Ctx& ctx, auto& handler) {
-            provider.getInstance(ctx, impl_->reference(nameSpace, path), includeQualifiers,
-                                 includeClassOrigin, view.properties, handler);
-        });
-    const CIMInstance found = answer.result();
-    return found.isUninitialized() ? found : view.of(found, localPath(found.getPath()));
+    requireClass(nameSpace, path.getClassName(), CIM_ERR_INVALID_CLASS);
+    const InstanceFilter filter(wanted);
+    const InstanceView& view = filter.view();
+    ProviderObject* const target = instanceProvider(nameSpace, path.getClassName());
+    const auto ask = [&](auto& provider, const Ctx& ctx, auto& handler) {
+        provider.getInstance(ctx, reference(nameSpace, path), view.includeQualifiers,
+                             view.includeClassOrigin, view.properties, handler);
+    };
+    const CIMInstance found =
+        target == nullptr
+            ? repository_.getInstance(nameSpace, path)
+            : callProvider<CIMInstanceProvider, SingleInstanceHandler>(context, *target, ask);
+    return found.isUninitialized() ? found : filter.apply(found, localPath(found.getPath()));
 }
 
 Array<CIMInstance> Broker::enumerateInstances(const Ctx& context, const Ns& nameSpace,
                                               const CIMName& className, bool deep,
-                                              bool includeQualifiers, bool includeClassOrigin,
-                                              const CIMPropertyList& properties)
+                                              const InstanceView& wanted)
 {
-    impl_->requireClass(nameSpace, className, CIM_ERR_INVALID_CLASS);
+    const std::vector<CIMName> names = withSubclasses(nameSpace, className);
     // Without deep inheritance the class's own properties are as good as listed by the client.
-    const bool onlyOfThisClass = !deep && properties.isNull();
-    const InstanceView view{includeQualifiers, includeClassOrigin,
-                            onlyOfThisClass
-                                ? propertyNames(impl_->repository.getClass(nameSpace, className))
-                                : withoutRepetitions(properties)};
+    const bool onlyOfThisClass = !deep && wanted.properties.isNull();
+    const InstanceFilter filter({wanted.includeQualifiers, wanted.includeClassOrigin,
+                                 onlyOfThisClass
+                                     ? propertyNames(*repository_.findClass(nameSpace, className))
+                                     : wanted.properties});
+    const InstanceView& view = filter.view();
     Array<CIMInstance> results;
-    const auto show = [&](const CIMInstance& instance) {
-        results.append(view.of(instance, localPath(instance.getPath())));
-    };
-    const auto visit = [&](const CIMName& name, ProviderObject* target) {
-        if (target == nullptr) {
-            for (const CIMInstance& stored : impl_->repository.instancesOf(nameSpace, name)) {
-                show(stored);
-            }
-            return;
-        }
-        const CIMObjectPath reference = impl_->reference(nameSpace, CIMObjectPath("", Ns(), name));
-        const auto answer = impl_->callProvider<CIMInstanceProvider, InstanceListHandler>(
-            context, *target, [&](auto& provider, const Ctx& ctx, auto& handler) {
-                provider.enumerateInstances(ctx, reference, includeQualifiers, includeClassOrigin,
-                                            view.properties, handler);
-            });
-        const Array<CIMInstance> delivered = answer.result();
-        for (Uint32 i = 0; i < delivered.size(); ++i)
-            show(delivered[i]);
-    };
-    impl_->forEachClass(nameSpace, className, visit);
+    askEach(names, names.size() > 1, [&](const CIMName& name) {
+        ProviderObject* const target = instanceProvider(nameSpace, name);
+        const auto ask = [&](auto& provider, const Ctx& ctx, auto& handler) {
+            provider.enumerateInstances(ctx, CIMObjectPath(hostName_, nameSpace, name),
+                                        view.includeQualifiers, view.includeClassOrigin,
+                                        view.properties, handler);
+        };
+        const std::vector<CIMInstance> found =
+            target == nullptr
+                ? repository_.instancesOf(nameSpace, name)
+                : callProvider<CIMInstanceProvider, InstanceListHandler>(context, *target, ask);
+        for (const CIMInstance& instance : found)
+            results.append(filter.apply(instance, localPath(instance.getPath())));
+    });
     return results;
 }
 
 Array<CIMObjectPath> Broker::enumerateInstanceNames(const Ctx& context, const Ns& nameSpace,
                                                     const CIMName& className)
 {
-    impl_->requireClass(nameSpace, className, CIM_ERR_INVALID_CLASS);
+    const std::vector<CIMName> names = withSubclasses(nameSpace, className);
     Array<CIMObjectPath> results;
-    const auto visit = [&](const CIMName& name, ProviderObject* target) {
+    askEach(names, names.size() > 1, [&](const CIMName& name) {
+        ProviderObject* const target = instanceProvider(nameSpace, name);
         if (target == nullptr) {
-            for (const CIMInstance& stored : impl_->repository.instancesOf(nameSpace, name)) {
-                results.append(localPath(stored.getPath()));
-            }
+            for (const CIMInstance& stored : repository_.instancesOf(nameSpace, name))
+                results.append(stored.getPath());
             return;
         }
-        const CIMObjectPath reference = impl_->reference(nameSpace, CIMObjectPath("", Ns(), name));
-        const auto answer = impl_->callProvider<CIMInstanceProvider, PathListHandler>(
-            context, *target, [&](auto& provider, const Ctx& ctx, auto& handler) {
-                provider.enumerateInstanceNames(ctx, reference, handler);
-            });
-        const Array<CIMObjectPath> delivered = answer.result();
-        for (Uint32 i = 0; i < delivered.size(); ++i)
-            results.append(localPath(delivered[i]));
-    };
-    impl_->forEachClass(nameSpace, className, visit);
+        const auto ask = [&](auto& provider, const Ctx& ctx, auto& handler) {
+            provider.enumerateInstanceNames(ctx, CIMObjectPath(hostName_, nameSpace, name),
+                                            handler);
+        };
+        for (const CIMObjectPath& path :
+             callProvider<CIMInstanceProvider, PathListHandler>(context, *target, ask))
+            results.append(localPath(path));
+    });
     return results;
 }
 
 CIMObjectPath Broker::createInstance(const Ctx& context, const Ns& nameSpace,
                                      const CIMInstance& instance)
 {
-    impl_->requireClass(nameSpace, instance.getClassName(), CIM_ERR_INVALID_CLASS);
-    ProviderObject* const target = impl_->instanceProvider(nameSpace, instance.getClassName());
-    if (target == nullptr) return impl_->repository.addInstance(nameSpace, instance);
-
-    const CIMObjectPath reference = impl_->reference(nameSpace, instance.getPath());
-    const auto answer = impl_->callProvider<CIMInstanceProvider, SinglePathHandler>(
-        context, *target, [&](auto& provider, const Ctx& ctx, auto& handler) {
-            provider.createInstance(ctx, reference, instance, handler);
-        });
-    return localPath(answer.result());
+    ProviderObject& target = writingProvider(nameSpace, instance.getClassName());
+    const auto ask = [&](auto& provider, const Ctx& ctx, auto& handler) {
+        provider.createInstance(ctx, reference(nameSpace, instance.getPath()), instance, handler);
+    };
+    return localPath(callProvider<CIMInstanceProvider, SinglePathHandler>(context, target, ask));
 }
 
 void Broker::modifyInstance(const Ctx& context, const Ns& nameSpace, const CIMInstance& instance,
                             bool includeQualifiers, const CIMPropertyList& properties)
 {
-    impl_->requireClass(nameSpace, instance.getClassName(), CIM_ERR_INVALID_CLASS);
-    const CIMPropertyList list = withoutRepetitions(properties);
-    ProviderObject* const target = impl_->instanceProvider(nameSpace, instance.getClassName());
-    if (target == nullptr) {
-        impl_->repository.modifyInstance(nameSpace, instance, list);
-        return;
-    }
-
-    const CIMObjectPath reference = impl_->reference(nameSpace, instance.getPath());
-    impl_->callProvider<CIMInstanceProvider, EmptyHandler>(
-        context, *target, [&](auto& provider, const Ctx& ctx, auto& handler) {
-            provider.modifyInstance(ctx, reference, instance, includeQualifiers, list, handler);
-        });
+    ProviderObject& target = writingProvider(nameSpace, instance.getClassName());
+    const InstanceFilter filter({includeQualifiers, false, properties});
+    const auto ask = [&](auto& provider, const Ctx& ctx, auto& handler) {
+        provider.modifyInstance(ctx, reference(nameSpace, instance.getPath()), instance,
+                                includeQualifiers, filter.view().properties, handler);
+    };
+    callProvider<CIMInstanceProvider, EmptyHandler>(context, target, ask);
 }
 
 void Broker::deleteInstance(const Ctx& context, const Ns& nameSpace, const CIMObjectPath& path)
 {
-    impl_->requireClass(nameSpace, path.getClassName(), CIM_ERR_INVALID_CLASS);
-    ProviderObject* const target = impl_->instanceProvider(nameSpace, path.getClassName());
-    if (target == nullptr) {
-        impl_->repository.removeInstance(nameSpace, path);
-        return;
-    }
-
-    impl_->callProvider<CIMInstanceProvider, EmptyHandler>(
-        context, *target, [&](auto& provider, const Ctx& ctx, auto& handler) {
-            provider.deleteInstance(ctx, impl_->reference(nameSpace, path), handler);
-        });
+    ProviderObject& target = writingProvider(nameSpace, path.getClassName());
+    const auto ask = [&](auto& provider, const Ctx& ctx, auto& handler) {
+        provider.deleteInstance(ctx, reference(nameSpace, path), handler);
+    };
+    callProvider<CIMInstanceProvider, EmptyHandler>(context, target, ask);
 }
 
 CIMValue Broker::getProperty(const Ctx& context, const Ns& nameSpace, const CIMObjectPath& path,
                              const CIMName& propertyName)
 {
     const CIMPropertyList list(Array<CIMName>(1, propertyName));
-    const CIMInstance instance = getInstance(context, nameSpace, path, false, false, list);
+    const CIMInstance instance = getInstance(context, nameSpace, path, {false, false, list});
     if (!instance.isUninitialized()) {
-        const Uint32 position = instance.findProperty(propertyName);
-        if (position != PEG_NOT_FOUND) return instance.getProperty(position).getValue();
+        const Property* const found = instance.object().property(propertyName);
+        if (found != nullptr) return found->value;
     }
-    const CIMClass cimClass = impl_->repository.getClass(nameSpace, path.getClassName());
-    const Uint32 declared = cimClass.findProperty(propertyName);
-    if (declared == PEG_NOT_FOUND) {
+    const Property* const declared =
+        repository_.findClass(nameSpace, path.getClassName())->property(propertyName);
+    if (declared == nullptr) {
         throw CIMException(CIM_ERR_NO_SUCH_PROPERTY, propertyName.getString());
     }
-    const CIMConstProperty property = cimClass.getProperty(declared);
-    return CIMValue(property.getType(), property.isArray());
+    return CIMValue(declared->value.getType(), declared->value.isArray());
 }
 
 void Broker::setProperty(const Ctx& context, const Ns& nameSpace, const CIMObjectPath& path,
                          const CIMName& propertyName, const CIMValue& value)
 {
     CIMInstance instance(path.getClassName());
-    instance.setPath(impl_->reference(nameSpace, path));
+    instance.setPath(reference(nameSpace, path));
     instance.addProperty(CIMProperty(propertyName, value));
     modifyInstance(context, nameSpace, instance, false,
                    CIMPropertyList(Array<CIMName>(1, propertyName)));
@@ -332,19 +345,124 @@ CIMValue Broker::invokeMethod(const Ctx& context, const Ns& nameSpace, const CIM
                               const CIMName& methodName, const Array<CIMParamValue>& in,
                               Array<CIMParamValue>& out)
 {
-    impl_->requireClass(nameSpace, path.getClassName(), CIM_ERR_NOT_FOUND);
+    requireClass(nameSpace, path.getClassName(), CIM_ERR_NOT_FOUND);
     ProviderObject* const target =
-        impl_->registry.find(nameSpace, path.getClassName(), ProviderKind::Method);
+        registry_.find(nameSpace, path.getClassName(), ProviderKind::Method);
     if (target == nullptr) {
         throw CIMException(CIM_ERR_METHOD_NOT_AVAILABLE, methodName.getString());
     }
+    const auto ask = [&](auto& provider, const Ctx& ctx, auto& handler) {
+        provider.invokeMethod(ctx, reference(nameSpace, path), methodName, in, handler);
+    };
+    const auto result = callProvider<CIMMethodProvider, MethodHandler>(context, *target, ask);
+    out = result.parameters;
+    return result.returnValue;
+}
 
-    const auto answer = impl_->callProvider<CIMMethodProvider, MethodHandler>(
-        context, *target, [&](auto& provider, const Ctx& ctx, auto& handler) {
-            provider.invokeMethod(ctx, impl_->reference(nameSpace, path), methodName, in, handler);
-        });
-    out = answer.parameters();
-    return answer.returnValue();
+// ---- Associations ----
+
+std::vector<CIMName> Broker::associationsOf(const Ns& nameSpace, const Traversal& traversal) const
+{
+    const CIMName& wanted = traversal.associationClass;
+    const CIMName& source = traversal.source.getClassName();
+    if (!wanted.isNull()) requireClass(nameSpace, wanted, CIM_ERR_INVALID_PARAMETER);
+    if (!traversal.resultClass.isNull()) {
+        requireClass(nameSpace, traversal.resultClass, CIM_ERR_INVALID_CLASS);
+    }
+    requireClass(nameSpace, source, CIM_ERR_INVALID_PARAMETER);
+
+    const auto fitsSource = [&](const auto& property) {
+        return property->value.getType() == CIMTYPE_REFERENCE &&
+               repository_.isSubclassOf(nameSpace, source, property->referenceClassName);
+    };
+    const auto isWanted = [&](const Class& association) {
+        const auto& properties = association.properties;
+        return wanted.isNull() ? std::any_of(properties.begin(), properties.end(), fitsSource)
+                               : repository_.isSubclassOf(nameSpace, association.name(), wanted);
+    };
+    std::vector<CIMName> names;
+    for (const Association& association : associations_) {
+        if (association.nameSpace.equal(nameSpace) && isWanted(*association.definition)) {
+            names.push_back(association.definition->name());
+        }
+    }
+    return names;
+}
+
+template <class Handler, class Ask, class Show>
+auto Broker::traverse(const Ctx& context, const Ns& nameSpace, const Traversal& traversal, Ask ask,
+                      Show show) const
+{
+    const CIMObjectPath source = reference(nameSpace, traversal.source);
+    Array<decltype(show(std::declval<Handler>().result().front()))> results;
+    askEach(associationsOf(nameSpace, traversal), true, [&](const CIMName& association) {
+        ProviderObject* const target =
+            registry_.find(nameSpace, association, ProviderKind::Association);
+        if (target == nullptr) return;
+        const auto askThis = [&](auto& provider, const Ctx& ctx, auto& handler) {
+            ask(provider, ctx, source, association, handler);
+        };
+        for (const auto& found :
+             callProvider<CIMAssociationProvider, Handler>(context, *target, askThis))
+            results.append(show(found));
+    });
+    return results;
+}
+
+Array<CIMInstance> Broker::associators(const Ctx& context, const Ns& nameSpace,
+                                       const Traversal& traversal, const InstanceView& wanted)
+{
+    const InstanceFilter filter(wanted);
+    const InstanceView& view = filter.view();
+    const auto ask = [&](auto& provider, const Ctx& ctx, const CIMObjectPath& source,
+                         const CIMName& association, auto& handler) {
+        provider.associators(ctx, source, association, traversal.resultClass, traversal.role,
+                             traversal.resultRole, view.includeQualifiers, view.includeClassOrigin,
+                             view.properties, handler);
+    };
+    const auto show = [&](const CIMObject& object) {
+        return filter.apply(CIMInstance(object), located(nameSpace, object.getPath()));
+    };
+    return traverse<ObjectListHandler>(context, nameSpace, traversal, ask, show);
+}
+
+Array<CIMObjectPath> Broker::associatorNames(const Ctx& context, const Ns& nameSpace,
+                                             const Traversal& traversal)
+{
+    const auto ask = [&](auto& provider, const Ctx& ctx, const CIMObjectPath& source,
+                         const CIMName& association, auto& handler) {
+        provider.associatorNames(ctx, source, association, traversal.resultClass, traversal.role,
+                                 traversal.resultRole, handler);
+    };
+    const auto show = [&](const CIMObjectPath& path) { return located(nameSpace, path); };
+    return traverse<PathListHandler>(context, nameSpace, traversal, ask, show);
+}
+
+Array<CIMInstance> Broker::references(const Ctx& context, const Ns& nameSpace,
+                                      const Traversal& traversal, const InstanceView& wanted)
+{
+    const InstanceFilter filter(wanted);
+    const InstanceView& view = filter.view();
+    const auto ask = [&](auto& provider, const Ctx& ctx, const CIMObjectPath& source,
+                         const CIMName& association, auto& handler) {
+        provider.references(ctx, source, association, traversal.role, view.includeQualifiers,
+                            view.includeClassOrigin, view.properties, handler);
+    };
+    const auto show = [&](const CIMObject& object) {
+        return filter.apply(CIMInstance(object), located(nameSpace, object.getPath()));
+    };
+    return traverse<ObjectListHandler>(context, nameSpace, byAssociation(traversal), ask, show);
+}
+
+Array<CIMObjectPath> Broker::referenceNames(const Ctx& context, const Ns& nameSpace,
+                                            const Traversal& traversal)
+{
+    const auto ask = [&](auto& provider, const Ctx& ctx, const CIMObjectPath& source,
+                         const CIMName& association, auto& handler) {
+        provider.referenceNames(ctx, source, association, traversal.role, handler);
+    };
+    const auto show = [&](const CIMObjectPath& path) { return located(nameSpace, path); };
+    return traverse<PathListHandler>(context, nameSpace, byAssociation(traversal), ask, show);
 }
 
 }  // namespace cimom

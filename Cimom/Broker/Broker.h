@@ -1,12 +1,14 @@
 // How an operation reaches providers and the repository.
 #pragma once
 
+#include "Broker/Registry.h"
 #include "Model/ObjectManager.h"
 #include "Repository/Repository.h"
 
+#include <Pegasus/Common/CIMParamValue.h>
+#include <Pegasus/Common/CIMStatusCode.h>
 #include <Pegasus/Provider/CIMProvider.h>
 
-#include <chrono>
 #include <filesystem>
 #include <memory>
 #include <vector>
@@ -21,11 +23,18 @@ struct BrokerOptions
     /// Folders searched for lib<Location>.so of a registered module, in order.
     std::vector<std::filesystem::path> providerFolders;
     /// Where the PG_ProviderModule, PG_Provider and PG_ProviderCapabilities instances are.
-    Pegasus::CIMNamespaceName interopNamespace{"root/interop"};
-    /// How many provider calls may stand on one thread, each made from within the one before.
-    unsigned callDepth = 16;
-    /// How long a request waits for a provider that another thread is initializing.
-    std::chrono::milliseconds initializeWait{20000};
+    CIMNamespaceName interopNamespace{"root/interop"};
+};
+
+/// Where a traversal of associations starts and what it is narrowed down to; null names and empty
+/// roles let everything pass. References use `resultClass` for the association.
+struct Traversal
+{
+    CIMObjectPath source;
+    CIMName associationClass;
+    CIMName resultClass;
+    Pegasus::String role;
+    Pegasus::String resultRole;
 };
 
 /// Routes operations: subclass fan-out, association routing, static instances, upcalls with their
@@ -34,7 +43,8 @@ struct BrokerOptions
 ///
 /// A registration holds for exactly one class. A base class is enumerated with one provider call
 /// for each registered class below it, one after the other in schema order; classes without an
-/// instance provider are served from the repository.
+/// instance provider are served from the repository, which is not changed: writing to one of their
+/// instances is CIM_ERR_NOT_SUPPORTED. Associations are traversed by providers only.
 ///
 /// What a provider delivers counts once it has called complete(). A provider that returns without
 /// doing so has answered with nothing: an uninitialized instance, an empty path, no results.
@@ -45,10 +55,13 @@ struct BrokerOptions
 class Broker : public ObjectManager
 {
 public:
+    using Ctx = OperationContext;
+    using Ns = CIMNamespaceName;
+
     /// Reads the registration instances and the association classes from the repository, which
     /// must be complete by now and outlive the broker. Throws std::runtime_error, naming the
     /// instance and the property, for a bad registration, and for a malformed host name.
-    Broker(Repository& repository, BrokerOptions options);
+    Broker(const Repository& repository, const BrokerOptions& options);
     ~Broker() override;
 
     /// For tests and tools: uses this factory instead of a library for the module of that name.
@@ -57,66 +70,96 @@ public:
     using Factory = Pegasus::CIMProvider* (*)(const Pegasus::String& providerName);
     void setModuleFactory(const Pegasus::String& moduleName, Factory factory);
 
-    Pegasus::CIMClass getClass(const Ctx&, const Ns&, const Pegasus::CIMName& className,
-                               bool localOnly, bool includeQualifiers, bool includeClassOrigin,
-                               const Pegasus::CIMPropertyList&) override;
-    Pegasus::Array<Pegasus::CIMClass> enumerateClasses(const Ctx&, const Ns&,
-                                                       const Pegasus::CIMName& className, bool deep,
-                                                       bool localOnly, bool includeQualifiers,
-                                                       bool includeClassOrigin) override;
-    Pegasus::Array<Pegasus::CIMName> enumerateClassNames(const Ctx&, const Ns&,
-                                                         const Pegasus::CIMName& className,
-                                                         bool deep) override;
-    Pegasus::CIMQualifierDecl getQualifier(const Ctx&, const Ns&, const Pegasus::CIMName&) override;
-    Pegasus::Array<Pegasus::CIMQualifierDecl> enumerateQualifiers(const Ctx&, const Ns&) override;
+    // ---- Schema ----
 
-    Pegasus::CIMInstance getInstance(const Ctx&, const Ns&, const Pegasus::CIMObjectPath&,
-                                     bool includeQualifiers, bool includeClassOrigin,
-                                     const Pegasus::CIMPropertyList&) override;
-    Pegasus::Array<Pegasus::CIMInstance> enumerateInstances(
-        const Ctx&, const Ns&, const Pegasus::CIMName& className, bool deep, bool includeQualifiers,
-        bool includeClassOrigin, const Pegasus::CIMPropertyList&) override;
-    Pegasus::Array<Pegasus::CIMObjectPath> enumerateInstanceNames(
-        const Ctx&, const Ns&, const Pegasus::CIMName& className) override;
-    Pegasus::CIMObjectPath createInstance(const Ctx&, const Ns&,
-                                          const Pegasus::CIMInstance&) override;
-    void modifyInstance(const Ctx&, const Ns&, const Pegasus::CIMInstance&, bool includeQualifiers,
-                        const Pegasus::CIMPropertyList&) override;
-    void deleteInstance(const Ctx&, const Ns&, const Pegasus::CIMObjectPath&) override;
-    Pegasus::CIMValue getProperty(const Ctx&, const Ns&, const Pegasus::CIMObjectPath&,
-                                  const Pegasus::CIMName& propertyName) override;
-    void setProperty(const Ctx&, const Ns&, const Pegasus::CIMObjectPath&,
-                     const Pegasus::CIMName& propertyName, const Pegasus::CIMValue&) override;
+    /// The whole class. Throws CIMException with the code given when it is unknown,
+    /// CIM_ERR_INVALID_NAMESPACE when the namespace is; the text is the name.
+    ClassPtr requireClass(const Ns&, const CIMName& className,
+                          Pegasus::CIMStatusCode whenUnknown) const;
+    CIMClass getClass(const Ctx&, const Ns&, const CIMName& className, const ClassView&) override;
+    std::vector<ClassPtr> enumerateClasses(const Ns&, const CIMName& className, bool deep,
+                                           const ClassView&) const;
+    /// A null class name means the root classes.
+    std::vector<CIMName> enumerateClassNames(const Ns& nameSpace, const CIMName& className,
+                                             bool deep) const
+    {
+        return repository_.subclassNames(nameSpace, className, deep);
+    }
+    const QualifierDecl& getQualifier(const Ns& nameSpace, const CIMName& name) const
+    {
+        return repository_.getQualifierDecl(nameSpace, name);
+    }
+    std::vector<const QualifierDecl*> enumerateQualifiers(const Ns& nameSpace) const
+    {
+        return repository_.qualifierDecls(nameSpace);
+    }
 
-    Pegasus::Array<Pegasus::CIMObject> associators(
-        const Ctx&, const Ns&, const Pegasus::CIMObjectPath&, const Pegasus::CIMName& assocClass,
-        const Pegasus::CIMName& resultClass, const Pegasus::String& role,
-        const Pegasus::String& resultRole, bool includeQualifiers, bool includeClassOrigin,
-        const Pegasus::CIMPropertyList&) override;
-    Pegasus::Array<Pegasus::CIMObjectPath> associatorNames(
-        const Ctx&, const Ns&, const Pegasus::CIMObjectPath&, const Pegasus::CIMName& assocClass,
-        const Pegasus::CIMName& resultClass, const Pegasus::String& role,
-        const Pegasus::String& resultRole) override;
-    Pegasus::Array<Pegasus::CIMObject> references(const Ctx&, const Ns&,
-                                                  const Pegasus::CIMObjectPath&,
-                                                  const Pegasus::CIMName& resultClass,
-                                                  const Pegasus::String& role,
-                                                  bool includeQualifiers, bool includeClassOrigin,
-                                                  const Pegasus::CIMPropertyList&) override;
-    Pegasus::Array<Pegasus::CIMObjectPath> referenceNames(const Ctx&, const Ns&,
-                                                          const Pegasus::CIMObjectPath&,
-                                                          const Pegasus::CIMName& resultClass,
-                                                          const Pegasus::String& role) override;
+    // ---- Instances ----
 
+    CIMInstance getInstance(const Ctx&, const Ns&, const CIMObjectPath&,
+                            const InstanceView&) override;
+    Array<CIMInstance> enumerateInstances(const Ctx&, const Ns&, const CIMName& className,
+                                          bool deep, const InstanceView&) override;
+    Array<CIMObjectPath> enumerateInstanceNames(const Ctx&, const Ns&,
+                                                const CIMName& className) override;
+    CIMObjectPath createInstance(const Ctx&, const Ns&, const CIMInstance&);
+    /// The instance's path names the target.
+    void modifyInstance(const Ctx&, const Ns&, const CIMInstance&, bool includeQualifiers,
+                        const CIMPropertyList&);
+    void deleteInstance(const Ctx&, const Ns&, const CIMObjectPath&);
+    Pegasus::CIMValue getProperty(const Ctx&, const Ns&, const CIMObjectPath&,
+                                  const CIMName& propertyName);
+    void setProperty(const Ctx&, const Ns&, const CIMObjectPath&, const CIMName& propertyName,
+                     const Pegasus::CIMValue&);
     /// Input parameters are handed over as they are; whoever read them from text has typed them.
-    Pegasus::CIMValue invokeMethod(const Ctx&, const Ns&, const Pegasus::CIMObjectPath&,
-                                   const Pegasus::CIMName& methodName,
-                                   const Pegasus::Array<Pegasus::CIMParamValue>& in,
-                                   Pegasus::Array<Pegasus::CIMParamValue>& out) override;
+    /// Returns the method's return value (null when the provider delivered none); `out` receives
+    /// the output parameters.
+    Pegasus::CIMValue invokeMethod(const Ctx&, const Ns&, const CIMObjectPath&,
+                                   const CIMName& methodName,
+                                   const Array<Pegasus::CIMParamValue>& in,
+                                   Array<Pegasus::CIMParamValue>& out);
+
+    // ---- Associations ----
+
+    Array<CIMInstance> associators(const Ctx&, const Ns&, const Traversal&, const InstanceView&);
+    Array<CIMObjectPath> associatorNames(const Ctx&, const Ns&, const Traversal&);
+    Array<CIMInstance> references(const Ctx&, const Ns&, const Traversal&, const InstanceView&);
+    Array<CIMObjectPath> referenceNames(const Ctx&, const Ns&, const Traversal&);
 
 private:
-    struct Impl;
-    std::unique_ptr<Impl> impl_;
+    /// An association class of a namespace.
+    struct Association
+    {
+        CIMNamespaceName nameSpace;
+        ClassPtr definition;
+    };
+
+    /// The class, in the client's spelling, and all below it in schema order.
+    std::vector<CIMName> withSubclasses(const Ns&, const CIMName& className) const;
+    /// The association classes that a traversal has to ask, in schema order: with a class given,
+    /// that one and its subclasses; with none, all with a reference that the source fits. Throws
+    /// CIMException for unknown classes.
+    std::vector<CIMName> associationsOf(const Ns&, const Traversal&) const;
+
+    /// The path as a provider is to see it: this server's host and the request's namespace.
+    CIMObjectPath reference(const Ns&, CIMObjectPath) const;
+    /// The path with this server's host and the namespace where it has none.
+    CIMObjectPath located(const Ns&, CIMObjectPath) const;
+
+    /// The provider of the class's instances; null when the repository serves them.
+    ProviderObject* instanceProvider(const Ns&, const CIMName& className) const;
+    /// The same for operations that the repository does not serve: CIM_ERR_NOT_SUPPORTED.
+    ProviderObject& writingProvider(const Ns&, const CIMName& className) const;
+    /// Calls `ask(provider, context, source, association, handler)` for the provider of each
+    /// association class that the traversal has to ask; those that answer "not supported" count as
+    /// empty. Returns what `show` makes of each result.
+    template <class Handler, class Ask, class Show>
+    auto traverse(const Ctx&, const Ns&, const Traversal&, Ask ask, Show show) const;
+
+    const Repository& repository_;
+    const Pegasus::String hostName_;
+    const Registry registry_;
+    std::vector<Association> associations_;
 };
 
 }  // namespace cimom

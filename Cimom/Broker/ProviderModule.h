@@ -5,12 +5,9 @@
 #include <Pegasus/Provider/CIMProvider.h>
 
 #include <atomic>
-#include <chrono>
-#include <condition_variable>
 #include <filesystem>
-#include <map>
 #include <mutex>
-#include <thread>
+#include <string>
 #include <vector>
 
 namespace cimom
@@ -27,48 +24,40 @@ public:
     using Factory = Pegasus::CIMProvider* (*)(const Pegasus::String& providerName);
 
     /// `location` is the library's bare name: lib<location>.so in one of the folders.
-    ProviderModule(Pegasus::String name, const Pegasus::String& location,
+    ProviderModule(const Pegasus::String& name, const Pegasus::String& location,
                    const std::vector<std::filesystem::path>& folders);
 
     const Pegasus::String& name() const { return name_; }
     /// Uses this function instead of the library's.
-    void setFactory(Factory factory);
+    void setFactory(Factory factory) { factory_ = factory; }
     /// Loads the library if need be and asks it for the provider, which is never null. Throws
-    /// CIMException with CIM_ERR_FAILED saying what is missing; the next call tries again.
+    /// CIMException with CIM_ERR_FAILED saying what is missing; the next call tries again. Only
+    /// one thread at a time may call it.
     Pegasus::CIMProvider* create(const Pegasus::String& providerName);
 
 private:
-    Factory entryPoint(const Pegasus::String& providerName);
-    std::filesystem::path find() const;
+    Factory load(const Pegasus::String& providerName);
     Pegasus::CIMException failure(const Pegasus::String& providerName,
                                   const std::string& text) const;
 
     const Pegasus::String name_;
-    const std::string fileName_;
     const std::vector<std::filesystem::path> folders_;
-    std::mutex mutex_;
+    std::filesystem::path file_;  // without its folder as long as it has not been found
     Factory factory_ = nullptr;
-    std::filesystem::path loadedFrom_;
-};
-
-class ProviderObject;
-
-/// Shared by all provider objects of a broker: who initializes what, and who waits for whom.
-struct InitializationGate
-{
-    explicit InitializationGate(std::chrono::milliseconds limit) : waitLimit(limit) {}
-
-    const std::chrono::milliseconds waitLimit;
-    std::mutex mutex;
-    std::condition_variable changed;
-    std::map<std::thread::id, const ProviderObject*> waiting;
 };
 
 /// One registered provider: created and initialized at the first request for it.
 class ProviderObject
 {
 public:
-    ProviderObject(ProviderModule& module, Pegasus::String name, InitializationGate& gate);
+    /// Held while a provider is created and initialized. One for all providers, as threads that
+    /// initialize several could otherwise wait for one another in a ring.
+    using InitializationLock = std::recursive_timed_mutex;
+
+    ProviderObject(ProviderModule& module, const Pegasus::String& name, InitializationLock& lock)
+        : module_(module), name_(name), initializations_(lock)
+    {
+    }
     /// Terminates the provider, which deletes itself.
     ~ProviderObject();
     ProviderObject(const ProviderObject&) = delete;
@@ -77,28 +66,21 @@ public:
     const ProviderModule& module() const { return module_; }
     const Pegasus::String& name() const { return name_; }
 
-    /// The initialized provider. Of several threads one initializes it while the others wait, for
-    /// no longer than the gate's limit. Throws CIMException with CIM_ERR_FAILED when the provider
-    /// cannot be loaded, when its initialize() throws (the next call then starts anew), and when
-    /// the calling thread would wait for itself: a provider that, while being initialized, makes
-    /// a request which needs its own initialization to end.
+    /// The initialized provider. Threads that need one which is not initialized yet wait for their
+    /// turn, at most 20 seconds. Throws CIMException with CIM_ERR_FAILED when the provider cannot
+    /// be loaded, when its initialize() throws (the next call starts anew) or makes a request that
+    /// needs itself, and when the wait was too long.
     Pegasus::CIMProvider& acquire();
 
 private:
-    bool becomeInitializer();
-    void refuseToWaitForMyself() const;
     Pegasus::CIMProvider* createInitialized();
-    void finish(Pegasus::CIMProvider* provider, const Pegasus::String& failure);
 
     ProviderModule& module_;
     const Pegasus::String name_;
-    InitializationGate& gate_;
+    InitializationLock& initializations_;
     Pegasus::CIMOMHandle handle_;
     std::atomic<Pegasus::CIMProvider*> ready_{nullptr};
-    // Guarded by the gate's mutex.
-    std::thread::id initializer_;
-    unsigned attempts_ = 0;
-    Pegasus::String failure_;
+    bool initializing_ = false;  // guarded by the lock
 };
 
 }  // namespace cimom

@@ -5,7 +5,6 @@
 #include "Repository/Repository.h"
 
 #include <memory>
-#include <unordered_map>
 #include <vector>
 
 namespace cimom
@@ -27,44 +26,39 @@ public:
     /// namespace; none when it or these classes do not exist. Throws std::runtime_error, naming
     /// the instance and the property, when one is incomplete, refers to one that is not there, or
     /// registers a second provider for the same class and type.
-    Registry(const Repository& repository, const Pegasus::CIMNamespaceName& interop,
-             const std::vector<std::filesystem::path>& providerFolders,
-             std::chrono::milliseconds initializeWait);
+    Registry(const Repository& repository, const CIMNamespaceName& interop,
+             const std::vector<std::filesystem::path>& providerFolders);
     /// Terminates the providers, last registered first.
     ~Registry();
     Registry(const Registry&) = delete;
     Registry& operator=(const Registry&) = delete;
 
     /// The provider registered for exactly this class; null when there is none.
-    ProviderObject* find(const Pegasus::CIMNamespaceName& nameSpace,
-                         const Pegasus::CIMName& className, ProviderKind kind) const;
+    ProviderObject* find(const CIMNamespaceName& nameSpace, const CIMName& className,
+                         ProviderKind kind) const;
     /// Null when no module of that name is registered.
     ProviderModule* module(const Pegasus::String& name) const;
 
 private:
-    void addModule(const Pegasus::CIMInstance& instance,
-                   const std::vector<std::filesystem::path>& folders);
-    void addProvider(const Pegasus::CIMInstance& instance);
-    void addCapabilities(const Pegasus::CIMInstance& instance);
-    ProviderObject* provider(const Pegasus::String& moduleName, const Pegasus::String& name) const;
-
-    /// One class in one namespace, and one of the provider types.
+    /// One class in one namespace that a provider serves, and how.
     struct Route
     {
-        Pegasus::CIMNamespaceName nameSpace;
-        Pegasus::CIMName className;
-        Pegasus::Uint16 type;
-        bool operator==(const Route& other) const;
-    };
-    struct RouteHash
-    {
-        std::size_t operator()(const Route& route) const;
+        CIMNamespaceName nameSpace;
+        CIMName className;
+        ProviderKind kind;
+        ProviderObject* provider;
     };
 
-    InitializationGate gate_;
+    void addModule(const CIMInstance& instance, const std::vector<std::filesystem::path>& folders);
+    void addProvider(const CIMInstance& instance);
+    void addCapabilities(const CIMInstance& instance);
+    void addRoute(const CIMInstance& instance, const Route& route);
+    ProviderObject* provider(const Pegasus::String& moduleName, const Pegasus::String& name) const;
+
+    ProviderObject::InitializationLock initializations_;
     std::vector<std::unique_ptr<ProviderModule>> modules_;
     std::vector<std::unique_ptr<ProviderObject>> providers_;
-    std::unordered_map<Route, ProviderObject*, RouteHash> routes_;
+    std::vector<Route> routes_;
 };
 
 }  // namespace cimom

@@ -7,28 +7,32 @@
 #include <Pegasus/Common/ResponseHandler.h>
 
 #include <optional>
+#include <vector>
 
 namespace cimom
 {
 
-/// Throws what a provider sees when it delivers something that is no object yet.
-inline void requireInitialized(bool initialized)
+template <class Item>
+bool isInitialized(const Item& item)
 {
-    if (!initialized) {
-        throw Pegasus::CIMException(Pegasus::CIM_ERR_FAILED, "The object is not initialized.");
-    }
-}
-inline bool isInitialized(const Pegasus::CIMInstance& instance)
-{
-    return !instance.isUninitialized();
-}
-inline bool isInitialized(const Pegasus::CIMObject& object)
-{
-    return !object.isUninitialized();
+    return !item.isUninitialized();
 }
 inline bool isInitialized(const Pegasus::CIMObjectPath& path)
 {
     return !path.getClassName().isNull();
+}
+inline bool isInitialized(const Pegasus::CIMValue& value)
+{
+    return !value.isNull();
+}
+
+/// Throws what a provider sees when it delivers something that is no object yet.
+template <class Item>
+void requireInitialized(const Item& item)
+{
+    if (!isInitialized(item)) {
+        throw Pegasus::CIMException(Pegasus::CIM_ERR_FAILED, "The object is not initialized.");
+    }
 }
 
 /// Collects any number of results.
@@ -40,20 +44,18 @@ public:
     void complete() override { completed_ = true; }
     void deliver(const Item& item) override
     {
-        requireInitialized(isInitialized(item));
-        if (!completed_) items_.append(item);
+        requireInitialized(item);
+        if (!completed_) items_.push_back(item);
     }
     void deliver(const Pegasus::Array<Item>& items) override
     {
         for (Pegasus::Uint32 i = 0; i < items.size(); ++i)
             deliver(items[i]);
     }
-
-    void discard() { items_.clear(); }
-    Pegasus::Array<Item> result() const { return completed_ ? items_ : Pegasus::Array<Item>(); }
+    std::vector<Item> result() const { return completed_ ? items_ : std::vector<Item>(); }
 
 private:
-    Pegasus::Array<Item> items_;
+    std::vector<Item> items_;
     bool completed_ = false;
 };
 
@@ -70,44 +72,37 @@ public:
     void processing() override {}
     void complete() override
     {
-        if (!pending_) {
-            completedEmpty_ = true;
+        const bool isFirst = !completed_;
+        completed_ = true;
+        if (!item_ || !isFirst) {
             throw Pegasus::CIMException(Pegasus::CIM_ERR_FAILED, "Too few objects delivered.");
         }
-        result_ = pending_;
-        pending_.reset();
     }
     void deliver(const Item& item) override
     {
-        requireInitialized(isInitialized(item));
-        if (result_) return;
-        if (pending_) {
+        requireInitialized(item);
+        if (completed_) return;
+        if (item_) {
             throw Pegasus::CIMException(Pegasus::CIM_ERR_FAILED, "Too many objects delivered.");
         }
-        pending_ = item;
+        item_ = item;
     }
     void deliver(const Pegasus::Array<Item>& items) override
     {
         for (Pegasus::Uint32 i = 0; i < items.size(); ++i)
             deliver(items[i]);
     }
-
-    void discard()
-    {
-        result_.reset();
-        completedEmpty_ = false;
-    }
-    /// The result; a default-constructed item when the provider did not complete.
+    /// A default-constructed item when the provider did not complete.
     Item result() const
     {
-        if (completedEmpty_) throw Pegasus::CIMException(Pegasus::CIM_ERR_NOT_FOUND);
-        return result_.value_or(Item());
+        if (!completed_) return Item();
+        if (!item_) throw Pegasus::CIMException(Pegasus::CIM_ERR_NOT_FOUND);
+        return *item_;
     }
 
 private:
-    std::optional<Item> pending_;
-    std::optional<Item> result_;
-    bool completedEmpty_ = false;
+    std::optional<Item> item_;
+    bool completed_ = false;
 };
 
 using SingleInstanceHandler = SingleHandler<Pegasus::InstanceResponseHandler, Pegasus::CIMInstance>;
@@ -119,19 +114,25 @@ class EmptyHandler : public Pegasus::ResponseHandler
 public:
     void processing() override {}
     void complete() override {}
-    void discard() {}
+    void result() const {}
 };
 
 /// Collects a method's return value (the last one delivered) and output parameters.
 class MethodHandler : public Pegasus::MethodResultResponseHandler
 {
 public:
+    struct Result
+    {
+        Pegasus::CIMValue returnValue;  ///< null when none was delivered
+        Pegasus::Array<Pegasus::CIMParamValue> parameters;
+    };
+
     void processing() override {}
     void complete() override { completed_ = true; }
     void deliverParamValue(const Pegasus::CIMParamValue& value) override
     {
-        requireInitialized(!value.isUninitialized());
-        if (!completed_) parameters_.append(value);
+        requireInitialized(value);
+        if (!completed_) result_.parameters.append(value);
     }
     void deliverParamValue(const Pegasus::Array<Pegasus::CIMParamValue>& values) override
     {
@@ -140,24 +141,13 @@ public:
     }
     void deliver(const Pegasus::CIMValue& value) override
     {
-        requireInitialized(!value.isNull());
-        if (!completed_) returnValue_ = value;
+        requireInitialized(value);
+        if (!completed_) result_.returnValue = value;
     }
-
-    void discard() { completed_ = false; }
-    /// Null when the provider delivered none or did not complete.
-    Pegasus::CIMValue returnValue() const
-    {
-        return completed_ ? returnValue_ : Pegasus::CIMValue();
-    }
-    Pegasus::Array<Pegasus::CIMParamValue> parameters() const
-    {
-        return completed_ ? parameters_ : Pegasus::Array<Pegasus::CIMParamValue>();
-    }
+    Result result() const { return completed_ ? result_ : Result(); }
 
 private:
-    Pegasus::CIMValue returnValue_;
-    Pegasus::Array<Pegasus::CIMParamValue> parameters_;
+    Result result_;
     bool completed_ = false;
 };
 

@@ -1,7 +1,9 @@
 #include "CimXml/Encode.h"
 
+#include "Model/Text.h"
+#include "Model/Types.h"
+
 #include <charconv>
-#include <string_view>
 
 PEGASUS_USING_PEGASUS;
 
@@ -11,223 +13,144 @@ namespace cimom::xml
 namespace
 {
 
-void appendUtf8(std::string& out, char32_t c)
+/// What stands for a character; empty when it stands for itself.
+std::string_view escape(char c)
 {
-    if (c < 0x80) {
-        out += static_cast<char>(c);
-        return;
+    static constexpr std::pair<char, std::string_view> escapes[] = {
+        {'<', "&lt;"},  {'>', "&gt;"},   {'&', "&amp;"},  {'"', "&quot;"},   {'\'', "&apos;"},
+        {'\t', "&#9;"}, {'\n', "&#10;"}, {'\r', "&#13;"}, {'\x7F', "&#127;"}};
+    for (const auto& [character, text] : escapes) {
+        if (c == character) return text;
     }
-    const int more = c < 0x800 ? 1 : c < 0x10000 ? 2 : 3;
-    static constexpr unsigned leads[] = {0, 0xC0, 0xE0, 0xF0};
-    out += static_cast<char>(leads[more] | (c >> (6 * more)));
-    for (int i = more - 1; i >= 0; --i)
-        out += static_cast<char>(0x80 | ((c >> (6 * i)) & 0x3F));
+    return static_cast<unsigned char>(c) < ' ' ? "\xEF\xBF\xBD" : "";
 }
 
-/// Calls `use` with every code point of a UTF-16 text and whether it is the first and the last.
-template <class Use>
-void forEachCodePoint(const Char16* text, std::size_t size, Use use)
-{
-    for (std::size_t i = 0; i < size;) {
-        const std::size_t start = i;
-        char32_t c = Uint16(text[i++]);
-        if (c >= 0xD800 && c < 0xE000) {
-            const char32_t low = i < size ? char32_t(Uint16(text[i])) : 0;
-            const bool pair = c < 0xDC00 && low >= 0xDC00 && low < 0xE000;
-            c = pair ? 0x10000 + ((c - 0xD800) << 10) + (low - 0xDC00) : 0xFFFD;
-            if (pair) ++i;
-        }
-        use(c, start == 0, i == size);
-    }
-}
-
-void appendCharacters(std::string& out, const Char16* text, std::size_t size)
-{
-    bool afterBlank = false;
-    forEachCodePoint(text, size, [&](char32_t c, bool first, bool last) {
-        const bool literalBlank = c == ' ' && !first && !last && !afterBlank;
-        afterBlank = literalBlank;
-        switch (c) {
-            case '<':
-                out += "&lt;";
-                return;
-            case '>':
-                out += "&gt;";
-                return;
-            case '&':
-                out += "&amp;";
-                return;
-            case '"':
-                out += "&quot;";
-                return;
-            case '\'':
-                out += "&apos;";
-                return;
-            default:
-                break;
-        }
-        if (c < 0x20 || c == 0x7F || (c == ' ' && !literalBlank)) {
-            out += "&#" + std::to_string(static_cast<unsigned>(c)) + ";";
-        } else {
-            appendUtf8(out, c);
-        }
-    });
-}
-
-void appendAttribute(std::string& out, std::string_view name, const String& value)
+void appendAttribute(std::string& out, std::string_view name, std::string_view value)
 {
     out.append(" ").append(name).append("=\"");
     appendEscaped(out, value);
     out += '"';
 }
 
-void appendAttribute(std::string& out, std::string_view name, const CIMName& value)
+void appendName(std::string& out, std::string_view name, const CIMName& value)
 {
-    appendAttribute(out, name, value.getString());
+    appendAttribute(out, name, toUtf8(value.getString()));
+}
+
+/// An attribute that is left out when the name is null.
+void appendOptional(std::string& out, std::string_view name, const CIMName& value)
+{
+    if (!value.isNull()) appendName(out, name, value);
 }
 
 /// The attributes that give a value's type: an embedded object travels as a string.
 void appendType(std::string& out, std::string_view attribute, CIMType type)
 {
-    const bool instance = type == CIMTYPE_INSTANCE;
-    const bool embedded = instance || type == CIMTYPE_OBJECT;
-    out.append(" ")
-        .append(attribute)
-        .append("=\"")
-        .append(embedded ? "string" : cimTypeToString(type))
-        .append("\"");
+    const bool embedded = type == CIMTYPE_INSTANCE || type == CIMTYPE_OBJECT;
+    appendAttribute(out, attribute, embedded ? "string" : cimTypeToString(type));
     if (!embedded) return;
-    // The name of the second attribute is the one of the standard; older clients know the first.
-    const std::string_view kind = instance ? "instance" : "object";
-    out.append(" EmbeddedObject=\"")
-        .append(kind)
-        .append("\" EMBEDDEDOBJECT=\"")
-        .append(kind)
-        .append("\"");
+    // The first name is the one of the standard; older clients know the second.
+    appendAttribute(out, "EmbeddedObject", cimTypeToString(type));
+    appendAttribute(out, "EMBEDDEDOBJECT", cimTypeToString(type));
+}
+
+/// What the name of an element for that kind of value ends with.
+std::string suffix(CIMType type, bool isArray)
+{
+    if (type != CIMTYPE_REFERENCE) return isArray ? ".ARRAY" : "";
+    return isArray ? ".REFARRAY" : ".REFERENCE";
 }
 
 void appendArraySize(std::string& out, Uint32 size)
 {
-    if (size != 0) out += " ARRAYSIZE=\"" + std::to_string(size) + "\"";
+    if (size != 0) appendAttribute(out, "ARRAYSIZE", std::to_string(size));
 }
 
-template <class Element>
-void appendOrigin(std::string& out, const Element& element)
+void appendOrigin(std::string& out, const CIMName& classOrigin, bool propagated)
 {
-    if (!element.getClassOrigin().isNull())
-        appendAttribute(out, "CLASSORIGIN", element.getClassOrigin());
-    if (element.getPropagated()) out += " PROPAGATED=\"true\"";
+    appendOptional(out, "CLASSORIGIN", classOrigin);
+    if (propagated) appendAttribute(out, "PROPAGATED", "true");
 }
 
-void appendFlavor(std::string& out, const CIMFlavor& flavor)
+void appendFlavor(std::string& out, const Flavor& flavor)
 {
-    if (!flavor.hasFlavor(CIMFlavor::OVERRIDABLE)) out += " OVERRIDABLE=\"false\"";
-    if (!flavor.hasFlavor(CIMFlavor::TOSUBCLASS)) out += " TOSUBCLASS=\"false\"";
-    if (flavor.hasFlavor(CIMFlavor::TRANSLATABLE)) out += " TRANSLATABLE=\"true\"";
+    if (!flavor.overridable) appendAttribute(out, "OVERRIDABLE", "false");
+    if (!flavor.toSubclass) appendAttribute(out, "TOSUBCLASS", "false");
+    if (flavor.translatable) appendAttribute(out, "TRANSLATABLE", "true");
 }
 
-void appendQualifier(std::string& out, const CIMConstQualifier& qualifier)
+void appendQualifiers(std::string& out, const Qualifiers& qualifiers)
 {
-    out += "<QUALIFIER";
-    appendAttribute(out, "NAME", qualifier.getName());
-    appendType(out, "TYPE", qualifier.getType());
-    if (qualifier.getPropagated()) out += " PROPAGATED=\"true\"";
-    appendFlavor(out, qualifier.getFlavor());
-    out += ">\n";
-    appendValue(out, qualifier.getValue());
-    out += "</QUALIFIER>\n";
+    for (const Qualifier& qualifier : qualifiers) {
+        out += "<QUALIFIER";
+        appendName(out, "NAME", qualifier.name);
+        appendType(out, "TYPE", qualifier.value.getType());
+        if (qualifier.propagated) appendAttribute(out, "PROPAGATED", "true");
+        appendFlavor(out, qualifier.flavor);
+        out += ">\n";
+        appendValue(out, qualifier.value);
+        out += "</QUALIFIER>\n";
+    }
 }
 
-template <class Element>
-void appendQualifiers(std::string& out, const Element& element)
+void appendProperty(std::string& out, const Property& property)
 {
-    for (Uint32 i = 0; i < element.getQualifierCount(); ++i)
-        appendQualifier(out, element.getQualifier(i));
-}
-
-void appendProperty(std::string& out, const CIMConstProperty& property)
-{
-    const CIMValue& value = property.getValue();
-    const bool reference = value.getType() == CIMTYPE_REFERENCE;
-    const std::string tag = reference         ? "PROPERTY.REFERENCE"
-                            : value.isArray() ? "PROPERTY.ARRAY"
-                                              : "PROPERTY";
+    const CIMType type = property.value.getType();
+    const bool reference = type == CIMTYPE_REFERENCE;
+    const bool isArray = property.value.isArray();
+    const std::string tag = "PROPERTY" + suffix(type, isArray);
     out.append("<").append(tag);
-    appendAttribute(out, "NAME", property.getName());
+    appendName(out, "NAME", property.name);
     out += ' ';  // the blank that clients of the field's servers have always seen here
-    if (reference) {
-        if (!property.getReferenceClassName().isNull()) {
-            appendAttribute(out, "REFERENCECLASS", property.getReferenceClassName());
-        }
-        appendOrigin(out, property);
-    } else if (value.isArray()) {
-        appendType(out, "TYPE", value.getType());
-        appendArraySize(out, property.getArraySize());
-        appendOrigin(out, property);
-    } else {
-        appendOrigin(out, property);
-        appendType(out, "TYPE", value.getType());
-    }
+    if (isArray) appendType(out, "TYPE", type);
+    appendArraySize(out, property.arraySize);
+    appendOptional(out, "REFERENCECLASS", property.referenceClassName);
+    appendOrigin(out, property.classOrigin, property.propagated);
+    if (!isArray && !reference) appendType(out, "TYPE", type);
     out += ">\n";
-    appendQualifiers(out, property);
-    appendValue(out, value);
+    appendQualifiers(out, property.qualifiers);
+    appendValue(out, property.value);
     out.append("</").append(tag).append(">\n");
 }
 
-void appendParameter(std::string& out, const CIMConstParameter& parameter)
+void appendParameter(std::string& out, const Parameter& parameter)
 {
-    const bool reference = parameter.getType() == CIMTYPE_REFERENCE;
-    const std::string tag =
-        std::string("PARAMETER") + (reference ? (parameter.isArray() ? ".REFARRAY" : ".REFERENCE")
-                                              : (parameter.isArray() ? ".ARRAY" : ""));
+    const std::string tag = "PARAMETER" + suffix(parameter.type, parameter.isArray);
     out.append("<").append(tag);
-    appendAttribute(out, "NAME", parameter.getName());
-    if (!reference) {
-        appendType(out, "TYPE", parameter.getType());
-    } else if (!parameter.getReferenceClassName().isNull()) {
-        appendAttribute(out, "REFERENCECLASS", parameter.getReferenceClassName());
-    }
-    if (parameter.isArray()) appendArraySize(out, parameter.getArraySize());
+    appendName(out, "NAME", parameter.name);
+    if (parameter.type != CIMTYPE_REFERENCE) appendType(out, "TYPE", parameter.type);
+    appendOptional(out, "REFERENCECLASS", parameter.referenceClassName);
+    appendArraySize(out, parameter.arraySize);
     out += ">\n";
-    appendQualifiers(out, parameter);
+    appendQualifiers(out, parameter.qualifiers);
     out.append("</").append(tag).append(">\n");
 }
 
-void appendMethod(std::string& out, const CIMConstMethod& method)
+void appendMethod(std::string& out, const Method& method)
 {
     out += "<METHOD";
-    appendAttribute(out, "NAME", method.getName());
-    appendType(out, "TYPE", method.getType());
-    appendOrigin(out, method);
+    appendName(out, "NAME", method.name);
+    appendType(out, "TYPE", method.type);
+    appendOrigin(out, method.classOrigin, method.propagated);
     out += ">\n";
-    appendQualifiers(out, method);
-    for (Uint32 i = 0; i < method.getParameterCount(); ++i)
-        appendParameter(out, method.getParameter(i));
+    appendQualifiers(out, method.qualifiers);
+    for (const Parameter& parameter : method.parameters)
+        appendParameter(out, parameter);
     out += "</METHOD>\n";
 }
 
 void appendLocalNamespace(std::string& out, const CIMNamespaceName& nameSpace)
 {
+    const std::string text = toUtf8(nameSpace.getString());
     out += "<LOCALNAMESPACEPATH>\n";
-    const String& text = nameSpace.getString();
-    for (Uint32 start = 0; start <= text.size();) {
-        Uint32 end = text.find(start, Char16('/'));
-        if (end == PEG_NOT_FOUND) end = text.size();
+    for (std::size_t start = 0; start <= text.size();) {
+        const std::size_t end = std::min(text.find('/', start), text.size());
         out += "<NAMESPACE";
-        appendAttribute(out, "NAME", text.subString(start, end - start));
+        appendAttribute(out, "NAME", text.substr(start, end - start));
         out += "/>\n";
         start = end + 1;
     }
     out += "</LOCALNAMESPACEPATH>\n";
-}
-
-void appendHostAndNamespace(std::string& out, const CIMObjectPath& path)
-{
-    out += "<NAMESPACEPATH>\n<HOST>";
-    appendEscaped(out, path.getHost());
-    out += "</HOST>\n";
-    appendLocalNamespace(out, path.getNameSpace());
-    out += "</NAMESPACEPATH>\n";
 }
 
 /// VALUE.REFERENCE with as much of the path as it has.
@@ -242,7 +165,7 @@ void appendReference(std::string& out, const CIMObjectPath& path)
         appendInstanceName(out, path);
         out += "</LOCALINSTANCEPATH>\n";
     } else {
-        appendFullPath(out, path, false);
+        appendInstancePath(out, path);
     }
     out += "</VALUE.REFERENCE>\n";
 }
@@ -250,19 +173,17 @@ void appendReference(std::string& out, const CIMObjectPath& path)
 void appendKeyBinding(std::string& out, const CIMKeyBinding& key)
 {
     out += "<KEYBINDING";
-    appendAttribute(out, "NAME", key.getName());
+    appendName(out, "NAME", key.getName());
     out += ">\n";
     if (key.getType() == CIMKeyBinding::REFERENCE) {
         appendReference(out, CIMObjectPath(key.getValue()));
     } else {
         const bool numeric = key.getType() == CIMKeyBinding::NUMERIC;
         const bool boolean = key.getType() == CIMKeyBinding::BOOLEAN;
-        out.append("<KEYVALUE VALUETYPE=\"")
-            .append(numeric   ? "numeric"
-                    : boolean ? "boolean"
-                              : "string")
-            .append("\">");
-        appendEscaped(out, key.getValue());
+        out += "<KEYVALUE";
+        appendAttribute(out, "VALUETYPE", numeric ? "numeric" : boolean ? "boolean" : "string");
+        out += ">";
+        appendEscaped(out, toUtf8(key.getValue()));
         out += "</KEYVALUE>\n";
     }
     out += "</KEYBINDING>\n";
@@ -277,101 +198,65 @@ void appendNumber(std::string& out, Number number, Format... format)
     out.append(buffer, result.ptr);
 }
 
-void appendText(std::string& out, Boolean value)
+template <class T>
+void appendText(std::string& out, const T& value)
 {
-    out += value ? "TRUE" : "FALSE";
-}
-void appendText(std::string& out, Real32 value)
-{
-    appendNumber(out, value, std::chars_format::scientific, 7);
-}
-void appendText(std::string& out, Real64 value)
-{
-    appendNumber(out, value, std::chars_format::scientific, 16);
-}
-void appendText(std::string& out, const Char16& value)
-{
-    appendCharacters(out, &value, 1);
-}
-void appendText(std::string& out, const String& value)
-{
-    appendEscaped(out, value);
-}
-void appendText(std::string& out, const CIMDateTime& value)
-{
-    appendEscaped(out, value.toString());
-}
-void appendText(std::string& out, const CIMObject& value)
-{
-    std::string element;
-    appendObject(element, value);
-    appendEscaped(out, String(element.data(), static_cast<Uint32>(element.size())));
-}
-void appendText(std::string& out, const CIMInstance& value)
-{
-    appendText(out, CIMObject(value));
-}
-template <class Integer>
-void appendText(std::string& out, Integer value)
-{
-    appendNumber(out, value);
+    if constexpr (std::is_same_v<T, Boolean>) {
+        out += value ? "TRUE" : "FALSE";
+    } else if constexpr (std::is_floating_point_v<T>) {
+        appendNumber(out, value, std::chars_format::scientific, sizeof(T) == 4 ? 7 : 16);
+    } else if constexpr (std::is_integral_v<T>) {
+        appendNumber(out, value);
+    } else if constexpr (std::is_same_v<T, String>) {
+        appendEscaped(out, toUtf8(value));
+    } else if constexpr (std::is_same_v<T, Char16>) {
+        appendEscaped(out, toUtf8(String(&value, 1)));
+    } else if constexpr (std::is_same_v<T, CIMDateTime>) {
+        appendEscaped(out, toUtf8(value.toString()));
+    } else {  // an embedded object
+        std::string element;
+        appendInstance(element, value.object());
+        appendEscaped(out, element);
+    }
 }
 
 template <class T>
 void appendItem(std::string& out, const T& item)
 {
-    out += "<VALUE>";
-    appendText(out, item);
-    out += "</VALUE>\n";
-}
-void appendItem(std::string& out, const CIMObjectPath& item)
-{
-    appendReference(out, item);
-}
-
-template <class T>
-void appendTyped(std::string& out, const CIMValue& value)
-{
-    if (!value.isArray()) {
-        T item{};
-        value.get(item);
-        return appendItem(out, item);
+    if constexpr (std::is_same_v<T, CIMObjectPath>) {
+        appendReference(out, item);
+    } else {
+        out += "<VALUE>";
+        appendText(out, item);
+        out += "</VALUE>\n";
     }
-    Array<T> items;
-    value.get(items);
-    const std::string tag = value.getType() == CIMTYPE_REFERENCE ? "VALUE.REFARRAY" : "VALUE.ARRAY";
-    out.append("<").append(tag).append(">\n");
-    for (Uint32 i = 0; i < items.size(); ++i)
-        appendItem(out, items[i]);
-    out.append("</").append(tag).append(">\n");
 }
 
 }  // namespace
 
-std::string utf8(const String& text)
+void appendEscaped(std::string& out, std::string_view text)
 {
-    std::string out;
-    forEachCodePoint(text.getChar16Data(), text.size(),
-                     [&](char32_t c, bool, bool) { appendUtf8(out, c); });
-    return out;
-}
-
-void appendEscaped(std::string& out, const String& text)
-{
-    appendCharacters(out, text.getChar16Data(), text.size());
+    bool afterBlank = true;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const bool isBlank = text[i] == ' ';
+        const bool mayStay = !afterBlank && i + 1 < text.size();
+        const std::string_view escaped = isBlank ? (mayStay ? "" : "&#32;") : escape(text[i]);
+        escaped.empty() ? out += text[i] : out += escaped;
+        afterBlank = isBlank && mayStay;
+    }
 }
 
 void appendClassName(std::string& out, const CIMName& name)
 {
     out += "<CLASSNAME";
-    appendAttribute(out, "NAME", name);
+    appendName(out, "NAME", name);
     out += "/>\n";
 }
 
 void appendInstanceName(std::string& out, const CIMObjectPath& path)
 {
     out += "<INSTANCENAME";
-    appendAttribute(out, "CLASSNAME", path.getClassName());
+    appendName(out, "CLASSNAME", path.getClassName());
     out += ">\n";
     const Array<CIMKeyBinding>& keys = path.getKeyBindings();
     for (Uint32 i = 0; i < keys.size(); ++i)
@@ -379,109 +264,79 @@ void appendInstanceName(std::string& out, const CIMObjectPath& path)
     out += "</INSTANCENAME>\n";
 }
 
-void appendFullPath(std::string& out, const CIMObjectPath& path, bool isClass)
+void appendInstancePath(std::string& out, const CIMObjectPath& path)
 {
-    out += isClass ? "<CLASSPATH>\n" : "<INSTANCEPATH>\n";
-    appendHostAndNamespace(out, path);
-    isClass ? appendClassName(out, path.getClassName()) : appendInstanceName(out, path);
-    out += isClass ? "</CLASSPATH>\n" : "</INSTANCEPATH>\n";
+    out += "<INSTANCEPATH>\n<NAMESPACEPATH>\n<HOST>";
+    appendEscaped(out, toUtf8(path.getHost()));
+    out += "</HOST>\n";
+    appendLocalNamespace(out, path.getNameSpace());
+    out += "</NAMESPACEPATH>\n";
+    appendInstanceName(out, path);
+    out += "</INSTANCEPATH>\n";
 }
 
 void appendValue(std::string& out, const CIMValue& value)
 {
     if (value.isNull()) return;
-    switch (value.getType()) {
-        case CIMTYPE_BOOLEAN:
-            return appendTyped<Boolean>(out, value);
-        case CIMTYPE_UINT8:
-            return appendTyped<Uint8>(out, value);
-        case CIMTYPE_SINT8:
-            return appendTyped<Sint8>(out, value);
-        case CIMTYPE_UINT16:
-            return appendTyped<Uint16>(out, value);
-        case CIMTYPE_SINT16:
-            return appendTyped<Sint16>(out, value);
-        case CIMTYPE_UINT32:
-            return appendTyped<Uint32>(out, value);
-        case CIMTYPE_SINT32:
-            return appendTyped<Sint32>(out, value);
-        case CIMTYPE_UINT64:
-            return appendTyped<Uint64>(out, value);
-        case CIMTYPE_SINT64:
-            return appendTyped<Sint64>(out, value);
-        case CIMTYPE_REAL32:
-            return appendTyped<Real32>(out, value);
-        case CIMTYPE_REAL64:
-            return appendTyped<Real64>(out, value);
-        case CIMTYPE_CHAR16:
-            return appendTyped<Char16>(out, value);
-        case CIMTYPE_STRING:
-            return appendTyped<String>(out, value);
-        case CIMTYPE_DATETIME:
-            return appendTyped<CIMDateTime>(out, value);
-        case CIMTYPE_REFERENCE:
-            return appendTyped<CIMObjectPath>(out, value);
-        case CIMTYPE_OBJECT:
-            return appendTyped<CIMObject>(out, value);
-        case CIMTYPE_INSTANCE:
-            return appendTyped<CIMInstance>(out, value);
-    }
+    visitType(value.getType(), [&](auto item) {
+        if (!value.isArray()) {
+            value.get(item);
+            return appendItem(out, item);
+        }
+        Array<decltype(item)> items;
+        value.get(items);
+        const std::string tag = "VALUE" + suffix(value.getType(), true);
+        out.append("<").append(tag).append(">\n");
+        for (Uint32 i = 0; i < items.size(); ++i)
+            appendItem(out, items[i]);
+        out.append("</").append(tag).append(">\n");
+    });
 }
 
-void appendInstance(std::string& out, const CIMConstInstance& instance)
+void appendInstance(std::string& out, const Instance& instance)
 {
     out += "<INSTANCE";
-    appendAttribute(out, "CLASSNAME", instance.getClassName());
+    appendName(out, "CLASSNAME", instance.path.getClassName());
     out += " >\n";
-    appendQualifiers(out, instance);
-    for (Uint32 i = 0; i < instance.getPropertyCount(); ++i)
-        appendProperty(out, instance.getProperty(i));
+    appendQualifiers(out, instance.qualifiers);
+    for (const auto& property : instance.properties)
+        appendProperty(out, *property);
     out += "</INSTANCE>\n";
 }
 
-void appendClass(std::string& out, const CIMConstClass& cimClass)
+void appendClass(std::string& out, const Class& cimClass)
 {
     out += "<CLASS";
-    appendAttribute(out, "NAME", cimClass.getClassName());
-    if (!cimClass.getSuperClassName().isNull()) {
+    appendName(out, "NAME", cimClass.name());
+    if (!cimClass.superClassName.isNull()) {
         out += ' ';
-        appendAttribute(out, "SUPERCLASS", cimClass.getSuperClassName());
+        appendName(out, "SUPERCLASS", cimClass.superClassName);
     }
     out += " >\n";
-    appendQualifiers(out, cimClass);
-    for (Uint32 i = 0; i < cimClass.getPropertyCount(); ++i)
-        appendProperty(out, cimClass.getProperty(i));
-    for (Uint32 i = 0; i < cimClass.getMethodCount(); ++i)
-        appendMethod(out, cimClass.getMethod(i));
+    appendQualifiers(out, cimClass.qualifiers);
+    for (const auto& property : cimClass.properties)
+        appendProperty(out, *property);
+    for (const auto& method : cimClass.methods)
+        appendMethod(out, *method);
     out += "</CLASS>\n";
 }
 
-void appendObject(std::string& out, const CIMConstObject& object)
+void appendQualifierDecl(std::string& out, const QualifierDecl& declaration)
 {
-    object.isClass() ? appendClass(out, CIMConstClass(object))
-                     : appendInstance(out, CIMConstInstance(object));
-}
-
-void appendQualifierDecl(std::string& out, const CIMConstQualifierDecl& declaration)
-{
-    static const std::pair<const char*, const CIMScope&> scopes[] = {
-        {"CLASS", CIMScope::CLASS},          {"ASSOCIATION", CIMScope::ASSOCIATION},
-        {"REFERENCE", CIMScope::REFERENCE},  {"PROPERTY", CIMScope::PROPERTY},
-        {"METHOD", CIMScope::METHOD},        {"PARAMETER", CIMScope::PARAMETER},
-        {"INDICATION", CIMScope::INDICATION}};
     out += "<QUALIFIER.DECLARATION";
-    appendAttribute(out, "NAME", declaration.getName());
-    appendType(out, "TYPE", declaration.getType());
-    if (declaration.isArray()) out += " ISARRAY=\"true\"";
-    appendArraySize(out, declaration.getArraySize());
-    appendFlavor(out, declaration.getFlavor());
+    appendName(out, "NAME", declaration.name);
+    appendType(out, "TYPE", declaration.value.getType());
+    if (declaration.value.isArray()) appendAttribute(out, "ISARRAY", "true");
+    appendArraySize(out, declaration.arraySize);
+    appendFlavor(out, declaration.flavor);
     out += ">\n";
-    std::string scope;
-    for (const auto& [name, bit] : scopes) {
-        if (declaration.getScope().hasScope(bit)) scope += std::string(" ") + name + "=\"true\"";
+    std::string scopes;
+    for (const auto& [name, scope] : scopeNames) {
+        if (scope != AnyScope && (declaration.scopes & scope))
+            appendAttribute(scopes, name, "true");
     }
-    if (!scope.empty()) out += "<SCOPE" + scope + "/>";
-    appendValue(out, declaration.getValue());
+    if (!scopes.empty()) out += "<SCOPE" + scopes + "/>";
+    appendValue(out, declaration.value);
     out += "</QUALIFIER.DECLARATION>\n";
 }
 
@@ -489,7 +344,7 @@ void appendParamValue(std::string& out, const CIMParamValue& parameter)
 {
     const CIMValue value = parameter.getValue();
     out += "<PARAMVALUE";
-    appendAttribute(out, "NAME", parameter.getParameterName());
+    appendAttribute(out, "NAME", toUtf8(parameter.getParameterName()));
     if (parameter.isTyped()) appendType(out, "PARAMTYPE", value.getType());
     out += ">\n";
     appendValue(out, value);

@@ -1,7 +1,5 @@
-// One CIM-XML request answered by an object manager.
+// One CIM-XML request answered by the object manager.
 #pragma once
-
-#include "Model/ObjectManager.h"
 
 #include <optional>
 #include <string>
@@ -9,7 +7,9 @@
 namespace cimom
 {
 
-/// What a transport hands over: the CIM headers (values as received, absent when the request lacks
+class Broker;
+
+/// What a transport hands over: the CIM headers (percent-decoded, absent when the request lacks
 /// them), the body, and the name of the user it has authenticated.
 struct CimRequest
 {
@@ -17,8 +17,6 @@ struct CimRequest
     std::optional<std::string> method;           ///< CIMMethod
     std::optional<std::string> object;           ///< CIMObject
     bool batch = false;                          ///< CIMBatch is there
-    std::string acceptLanguage;
-    std::string contentLanguage;
     std::string user;
     std::string body;
 };
@@ -33,10 +31,8 @@ struct CimReply
     std::string body;
 };
 
-/// Decodes the request, runs its operation and encodes the result or the CIM error. Paths of
-/// associated objects that have no host get `hostName`. Never throws for a bad request or a
-/// failing operation.
-CimReply answerCimRequest(ObjectManager& manager, const std::string& hostName,
-                          const CimRequest& request);
+/// Decodes the request, runs its operation and encodes the result or the CIM error. Never throws
+/// for a bad request or a failing operation.
+CimReply answerCimRequest(Broker& broker, const CimRequest& request);
 
 }  // namespace cimom

@@ -1,7 +1,6 @@
 // A small element tree over expat, for requests of bounded size.
 #pragma once
 
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -9,6 +8,20 @@
 
 namespace cimom
 {
+
+/// Thrown for a request that is refused before any operation starts.
+struct RequestError
+{
+    int status;            ///< of HTTP
+    std::string cimError;  ///< value of the CIMError header; empty: none
+    std::string detail;    ///< what is wrong
+};
+
+/// The one for a request whose XML or CIM elements are not what they have to be.
+inline RequestError notValid(const std::string& text)
+{
+    return {400, "request-not-valid", text};
+}
 
 /// One element with its attributes, child elements and text. White space that stands literally at
 /// either end of the text is cut off; character references and CDATA there are kept.
@@ -27,32 +40,12 @@ struct XmlElement
     const XmlElement* child(std::string_view childName) const;
 };
 
-/// A document that cannot be read. `wellFormed()` tells a document that is XML but not acceptable
-/// from one that is no XML at all.
-class XmlError : public std::runtime_error
-{
-public:
-    XmlError(bool wellFormed, const std::string& text)
-        : std::runtime_error(text), wellFormed_(wellFormed)
-    {
-    }
-    bool wellFormed() const { return wellFormed_; }
-
-private:
-    bool wellFormed_;
-};
-
-enum class XmlProlog
-{
-    Required,  ///< the text must start with an XML declaration
-    Optional
-};
-
 /// Parses UTF-8 text up to the end of its root element; an encoding named by the document and
 /// whatever follows the root element are ignored. References to control characters, which XML 1.0
-/// forbids but CIM servers and clients write, are accepted except for NUL. Throws XmlError, also
-/// for a document type declaration, text that is not UTF-8, and documents nested too deeply or
-/// with too many elements.
-XmlElement parseXml(const std::string& document, XmlProlog prolog);
+/// forbids but CIM servers and clients write, are accepted except for NUL. Throws RequestError:
+/// request-not-well-formed for what is no XML, request-not-valid for a document type declaration,
+/// text that is not UTF-8, text beside elements, and documents nested too deeply or with too many
+/// elements.
+XmlElement parseXml(const std::string& document);
 
 }  // namespace cimom

@@ -1,10 +1,11 @@
 #include "Http/HttpProtocol.h"
 
+#include "Model/Text.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <gnutls/gnutls.h>
 #include <memory>
-#include <strings.h>
 
 namespace cimom
 {
@@ -24,9 +25,12 @@ std::optional<std::string> valueOf(MHD_Connection* connection, const char* name)
     return value ? std::optional<std::string>(value) : std::nullopt;
 }
 
-bool equalNoCase(std::string_view a, std::string_view b)
+/// The value with %XX turned back into bytes.
+std::optional<std::string> decodedValueOf(MHD_Connection* connection, const char* name)
 {
-    return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
+    std::optional<std::string> value = valueOf(connection, name);
+    if (value) value->resize(MHD_http_unescape(value->data()));
+    return value;
 }
 
 std::string_view trimmed(std::string_view text)
@@ -176,8 +180,8 @@ std::optional<Credentials> basicCredentials(MHD_Connection* connection)
 void readCimFields(MHD_Connection* connection, CimRequest& request)
 {
     request.protocolVersion = valueOf(connection, "CIMProtocolVersion");
-    request.method = valueOf(connection, "CIMMethod");
-    request.object = valueOf(connection, "CIMObject");
+    request.method = decodedValueOf(connection, "CIMMethod");
+    request.object = decodedValueOf(connection, "CIMObject");
     request.batch = field(connection, "CIMBatch") != nullptr;
 }
 

@@ -158,11 +158,6 @@ Uint64 plusMinutes(Uint64 usec, Sint32 minutes)
 
 }  // namespace
 
-CIMDateTime::CIMDateTime(const String& str)
-{
-    set(str);
-}
-
 CIMDateTime::CIMDateTime(Uint64 usec, Boolean isInterval) : _usec(usec), _isInterval(isInterval)
 {
     if (isInterval && usec >= endOfIntervals) {
@@ -199,9 +194,8 @@ String CIMDateTime::toString() const
     return String(text.data());
 }
 
-void CIMDateTime::set(const String& str)
+CIMDateTime::CIMDateTime(const String& str)
 {
-    clear();
     const std::string text(str.getCString());
     const bool isLayout = str.size() == textSize && text.size() == textSize &&
                           text[pointAt] == '.' &&
@@ -218,45 +212,27 @@ void CIMDateTime::set(const String& str)
     _wildcards = digits.wildcards();
 }
 
-void CIMDateTime::clear()
-{
-    *this = CIMDateTime();
-}
-
 CIMDateTime CIMDateTime::getCurrentDateTime()
 {
     timespec now{};
     clock_gettime(CLOCK_REALTIME, &now);
     tm local{};
     localtime_r(&now.tv_sec, &local);
-    const Uint64 days = daysBefore({1970, 1, 1}) * day;
     CIMDateTime result;
     result._isInterval = false;
     result._utcOffset = Sint32(local.tm_gmtoff / 60);
-    result._usec = plusMinutes(days + Uint64(now.tv_sec) * second + Uint64(now.tv_nsec) / 1000,
-                               result._utcOffset);
+    const Uint64 utc = daysBefore({1970, 1, 1}) * day + Uint64(now.tv_sec) * second;
+    result._usec = plusMinutes(utc + Uint64(now.tv_nsec) / 1000, result._utcOffset);
     return result;
-}
-
-Sint64 CIMDateTime::getDifference(CIMDateTime startTime, CIMDateTime finishTime)
-{
-    if (startTime._isInterval != finishTime._isInterval) throw InvalidDateTimeFormatException();
-    return Sint64(finishTime.toMicroSeconds() - startTime.toMicroSeconds());
-}
-
-Boolean CIMDateTime::isInterval() const
-{
-    return _isInterval;
-}
-
-Boolean CIMDateTime::isInterval()
-{
-    return _isInterval;
 }
 
 Boolean CIMDateTime::equal(const CIMDateTime& x) const
 {
-    return compare(x) == 0;
+    if (_isInterval != x._isInterval) {
+        throw TypeMismatchException("Trying to compare CIMDateTime objects of differing types");
+    }
+    const Uint32 unknown = std::max(_wildcards, x._wildcards);
+    return knownPart(toMicroSeconds(), unknown) == knownPart(x.toMicroSeconds(), unknown);
 }
 
 Uint64 CIMDateTime::toMicroSeconds() const
@@ -264,136 +240,6 @@ Uint64 CIMDateTime::toMicroSeconds() const
     // As much of the offset as the known fields can tell.
     const Sint32 known = _wildcards < 10 ? _utcOffset : _wildcards == 10 ? _utcOffset / 60 * 60 : 0;
     return plusMinutes(_usec, -known);
-}
-
-/// Negative, zero or positive as this is before, the same as, or after x, as far as can be known.
-int CIMDateTime::compare(const CIMDateTime& x) const
-{
-    if (_isInterval != x._isInterval) {
-        throw TypeMismatchException(
-            String("Trying to compare CIMDateTime objects of differing types"));
-    }
-    const Uint32 unknown = std::max(_wildcards, x._wildcards);
-    const Uint64 a = knownPart(toMicroSeconds(), unknown);
-    const Uint64 b = knownPart(x.toMicroSeconds(), unknown);
-    return a < b ? -1 : a > b ? 1 : 0;
-}
-
-/// Keeps offset and asterisks.
-CIMDateTime CIMDateTime::movedBy(const CIMDateTime& interval, Boolean forward) const
-{
-    if (!interval._isInterval) throw TypeMismatchException();
-    if (!forward && interval._usec > _usec) {
-        throw DateTimeOutOfRangeException(
-            String("Result of subtracting two CIMDateTimes would be negative."));
-    }
-    CIMDateTime result(forward ? _usec + interval._usec : _usec - interval._usec, _isInterval);
-    result._utcOffset = _utcOffset;
-    result._wildcards = _wildcards;
-    return result;
-}
-
-CIMDateTime CIMDateTime::operator+(const CIMDateTime& x) const
-{
-    return movedBy(x, true);
-}
-
-CIMDateTime& CIMDateTime::operator+=(const CIMDateTime& x)
-{
-    return *this = movedBy(x, true);
-}
-
-CIMDateTime CIMDateTime::operator-(const CIMDateTime& x) const
-{
-    if (_isInterval != x._isInterval) {
-        // Starts from the UTC time, yet keeps the offset; operator-= does not.
-        CIMDateTime start(*this);
-        start._usec = toMicroSeconds();
-        return start.movedBy(x, false);
-    }
-    // Of two of a kind, the exact time between.
-    return CIMDateTime(toMicroSeconds(), true)
-        .movedBy(CIMDateTime(x.toMicroSeconds(), true), false);
-}
-
-CIMDateTime& CIMDateTime::operator-=(const CIMDateTime& x)
-{
-    return *this = movedBy(x, false);
-}
-
-/// An interval of that length with the asterisks of this one.
-CIMDateTime CIMDateTime::asInterval(Uint64 usec) const
-{
-    CIMDateTime result(usec, true);
-    result._wildcards = _wildcards;
-    return result;
-}
-
-CIMDateTime CIMDateTime::operator*(Uint64 x) const
-{
-    if (!_isInterval) throw TypeMismatchException();
-    Uint64 product = 0;
-    if (__builtin_mul_overflow(_usec, x, &product)) product = endOfIntervals;
-    return asInterval(product);
-}
-
-CIMDateTime& CIMDateTime::operator*=(Uint64 x)
-{
-    return *this = *this * x;
-}
-
-CIMDateTime CIMDateTime::operator/(Uint64 num) const
-{
-    if (!_isInterval) {
-        throw TypeMismatchException(String("Can not divide a TimeStamp by an integer"));
-    }
-    if (num == 0) throw Exception(String("Can not divide CIMDateTime by zero"));
-    return asInterval(_usec / num);
-}
-
-CIMDateTime& CIMDateTime::operator/=(Uint64 num)
-{
-    return *this = *this / num;
-}
-
-Uint64 CIMDateTime::operator/(const CIMDateTime& cdt) const
-{
-    if (!_isInterval || !cdt._isInterval) {
-        throw TypeMismatchException(
-            String("Can not divide two CIMDateTime objects if one of them is a TimeStamp"));
-    }
-    if (cdt._usec == 0) throw Exception(String("Can not divide CIMDateTime by zero"));
-    return _usec / cdt._usec;
-}
-
-Boolean CIMDateTime::operator<(const CIMDateTime& x) const
-{
-    return compare(x) < 0;
-}
-
-Boolean CIMDateTime::operator<=(const CIMDateTime& x) const
-{
-    return compare(x) <= 0;
-}
-
-Boolean CIMDateTime::operator>(const CIMDateTime& x) const
-{
-    return compare(x) > 0;
-}
-
-Boolean CIMDateTime::operator>=(const CIMDateTime& x) const
-{
-    return compare(x) >= 0;
-}
-
-Boolean CIMDateTime::operator!=(const CIMDateTime& x) const
-{
-    return compare(x) != 0;
-}
-
-Boolean operator==(const CIMDateTime& x, const CIMDateTime& y)
-{
-    return x.equal(y);
 }
 
 }  // namespace Pegasus

@@ -1,4 +1,5 @@
 #include <Pegasus/Common/CIMName.h>
+#include <Pegasus/Common/CIMPropertyList.h>
 
 #include <algorithm>
 
@@ -24,30 +25,10 @@ bool isName(const Char16* begin, const Char16* end)
 
 }  // namespace
 
-CIMName::CIMName() = default;
-
 CIMName::CIMName(const String& name)
-{
-    *this = name;
-}
-
-CIMName::CIMName(const char* name)
-{
-    *this = String(name);
-}
-
-CIMName& CIMName::operator=(const CIMName& name) = default;
-
-CIMName& CIMName::operator=(const String& name)
 {
     if (!legal(name)) throw InvalidNameException(name);
     _name = name;
-    return *this;
-}
-
-Boolean CIMName::equal(const CIMName& name) const
-{
-    return String::equalNoCase(_name, name._name);
 }
 
 Boolean CIMName::legal(const String& name)
@@ -56,29 +37,10 @@ Boolean CIMName::legal(const String& name)
     return isName(begin, begin + name.size());
 }
 
-Boolean operator==(const CIMName& name1, const CIMName& name2)
-{
-    return name1.equal(name2);
-}
-
-Boolean operator!=(const CIMName& name1, const CIMName& name2)
-{
-    return !name1.equal(name2);
-}
-
-CIMNamespaceName::CIMNamespaceName() = default;
-
 CIMNamespaceName::CIMNamespaceName(const String& name)
 {
     *this = name;
 }
-
-CIMNamespaceName::CIMNamespaceName(const char* name)
-{
-    *this = String(name);
-}
-
-CIMNamespaceName& CIMNamespaceName::operator=(const CIMNamespaceName& name) = default;
 
 CIMNamespaceName& CIMNamespaceName::operator=(const String& name)
 {
@@ -88,32 +50,41 @@ CIMNamespaceName& CIMNamespaceName::operator=(const String& name)
     return *this;
 }
 
-Boolean CIMNamespaceName::equal(const CIMNamespaceName& name) const
-{
-    return String::equalNoCase(_name, name._name);
-}
-
 Boolean CIMNamespaceName::legal(const String& name)
 {
     const Char16* begin = name.getChar16Data();
     const Char16* const end = begin + name.size();
     if (begin != end && *begin == '/') ++begin;
     for (;;) {
-        const Char16* const slash = std::find(begin, end, Char16('/'));
+        const Char16* const slash = std::find(begin, end, '/');
         if (!isName(begin, slash)) return false;
         if (slash == end) return true;
         begin = slash + 1;
     }
 }
 
-Boolean operator==(const CIMNamespaceName& name1, const CIMNamespaceName& name2)
+CIMPropertyList::CIMPropertyList(const Array<CIMName>& propertyNames)
+    : _names(propertyNames), _isNull(false)
 {
-    return name1.equal(name2);
+    if (contains(CIMName())) throw UninitializedObjectException();
 }
 
-Boolean operator!=(const CIMNamespaceName& name1, const CIMNamespaceName& name2)
+Boolean CIMPropertyList::contains(const CIMName& name) const
 {
-    return !name1.equal(name2);
+    for (Uint32 i = 0; i < size(); ++i) {
+        if (_names[i] == name) return true;
+    }
+    return false;
+}
+
+String CIMPropertyList::toString() const
+{
+    if (_isNull) return "NULL";
+    if (size() == 0) return "EMPTY";
+    String text = _names[0].getString();
+    for (Uint32 i = 1; i < size(); ++i)
+        text.append(", ").append(_names[i].getString());
+    return text;
 }
 
 }  // namespace Pegasus

@@ -1,15 +1,10 @@
 #include <Pegasus/Common/CIMObjectPath.h>
 
+#include "Model/Text.h"
+
 #include <Pegasus/Common/CIMValue.h>
 
-#include "HostName.h"
-#include "KeyNumber.h"
-#include "ObjectPathParser.h"
-
 #include <algorithm>
-#include <cstdlib>
-#include <optional>
-#include <string>
 
 namespace Pegasus
 {
@@ -17,76 +12,23 @@ namespace Pegasus
 namespace
 {
 
-String lowered(String text)
+/// The same text for all numbers that count as equal; of what is no number the text as it is.
+std::string canonicalNumber(const String& value)
 {
-    text.toLower();
-    return text;
+    std::string text = cimom::toUtf8(value);
+    if (value[0] == '+' && value[1] != '-') text.erase(0, 1);
+    if (const auto number = cimom::readInteger<Sint64>(text)) return std::to_string(*number);
+    if (const auto number = cimom::readInteger<Uint64>(text)) return std::to_string(*number);
+    return cimom::toUtf8(value);
 }
 
-bool hasQuotes(CIMKeyBinding::Type type)
+bool isSameReference(const String& x, const String& y)
 {
-    return type == CIMKeyBinding::STRING || type == CIMKeyBinding::REFERENCE;
-}
-
-void appendKey(String& text, const String& name, const String& value, bool quote)
-{
-    text.append(name).append(Char16('='));
-    if (quote) text.append(Char16('"'));
-    for (Uint32 i = 0; i < value.size(); ++i) {
-        if (value[i] == '"' || value[i] == '\\') text.append(Char16('\\'));
-        text.append(value[i]);
+    try {
+        return CIMObjectPath(x).identical(CIMObjectPath(y));
+    } catch (const MalformedObjectNameException&) {
+        return false;
     }
-    if (quote) text.append(Char16('"'));
-}
-
-String textOf(const String& host, const String& nameSpace, const String& className)
-{
-    String text;
-    if (host.size() > 0) text.append(String("//")).append(host).append(Char16('/'));
-    if (host.size() > 0 || nameSpace.size() > 0) text.append(nameSpace).append(Char16(':'));
-    return text.append(className);
-}
-
-String canonicalPath(const CIMObjectPath& path);
-
-/// The same text for all values of the key's type that count as equal, and for these only.
-String canonicalValue(const CIMKeyBinding& key)
-{
-    const String& value = key.getValue();
-    switch (key.getType()) {
-        case CIMKeyBinding::BOOLEAN:
-            return lowered(value);
-        case CIMKeyBinding::NUMERIC: {
-            const bool hasPlus = value[0] == '+' && value.size() > 1 && value[1] != '-';
-            const auto number = cimom::readInteger(hasPlus ? value.subString(1) : value);
-            if (!number) return value;
-            String text(number->isNegative ? "-" : "");
-            text.appendPrintf("%llu", number->magnitude);
-            return text;
-        }
-        case CIMKeyBinding::REFERENCE:
-            try {
-                return canonicalPath(value);
-            } catch (const MalformedObjectNameException&) {
-                return value;
-            }
-        case CIMKeyBinding::STRING:
-            break;
-    }
-    return value;
-}
-
-/// The same text for identical paths, and for these only.
-String canonicalPath(const CIMObjectPath& path)
-{
-    String text = textOf(lowered(path.getHost()), lowered(path.getNameSpace().getString()),
-                         lowered(path.getClassName().getString()));
-    const Array<CIMKeyBinding>& keys = path.getKeyBindings();
-    for (Uint32 i = 0; i < keys.size(); ++i) {
-        text.append(Char16(Uint16('0' + keys[i].getType())));
-        appendKey(text, lowered(keys[i].getName().getString()), canonicalValue(keys[i]), true);
-    }
-    return text;
 }
 
 CIMKeyBinding::Type keyTypeOf(const CIMValue& value)
@@ -109,63 +51,9 @@ CIMKeyBinding::Type keyTypeOf(const CIMValue& value)
     }
 }
 
-template <class T>
-T valueAs(const CIMValue& value)
-{
-    T x;
-    value.get(x);
-    return x;
-}
-
-/// A number with a decimal point, perhaps an exponent, and nothing else.
-std::optional<Real64> readReal(const String& value)
-{
-    const std::string text(value.getCString());
-    const bool isReal = text.find('.') != std::string::npos &&
-                        text.find_first_not_of("+-.0123456789eE") == std::string::npos;
-    char* end = nullptr;
-    const Real64 number = std::strtod(text.c_str(), &end);
-    return isReal && *end == '\0' ? std::optional(number) : std::nullopt;
-}
-
-bool isTime(const String& text, const CIMDateTime& time)
-{
-    CIMDateTime other;
-    try {
-        other.set(text);
-    } catch (const InvalidDateTimeFormatException&) {
-        return false;
-    } catch (const DateTimeOutOfRangeException&) {
-        return false;
-    }
-    return other == time;
-}
-
 bool nameIsLess(const CIMKeyBinding& x, const CIMKeyBinding& y)
 {
     return String::compareNoCase(x.getName().getString(), y.getName().getString()) < 0;
-}
-
-/// Brings references into their canonical form and sorts, in the storage that this array shares
-/// with others; without writing when all is in order, so that arrays that threads share stay
-/// readable.
-void normalize(const Array<CIMKeyBinding>& keys)
-{
-    auto* const begin = const_cast<CIMKeyBinding*>(keys.getData());
-    auto* const end = begin + keys.size();
-    for (CIMKeyBinding* key = begin; key != end; ++key) {
-        if (key->getType() != CIMKeyBinding::REFERENCE) continue;
-        const String value = CIMObjectPath(key->getValue()).toString();
-        if (value != key->getValue()) key->setValue(value);
-    }
-    if (!std::is_sorted(begin, end, nameIsLess)) std::stable_sort(begin, end, nameIsLess);
-}
-
-void checkHost(const String& host)
-{
-    if (host.size() > 0 && !cimom::isHostWithPort(host)) {
-        cimom::throwMalformed(host, String("invalid hostname"));
-    }
 }
 
 }  // namespace
@@ -180,96 +68,65 @@ CIMKeyBinding::CIMKeyBinding(const CIMName& name, const CIMValue& value)
 {
 }
 
-Boolean CIMKeyBinding::equal(CIMValue value)
-{
-    const CIMType type = value.getType();
-    if (value.isNull() || value.isArray() || type == CIMTYPE_OBJECT || type == CIMTYPE_INSTANCE) {
-        return false;
-    }
-    const CIMKeyBinding other(_name, value);
-    if (other._type != _type) return false;
-    switch (type) {
-        case CIMTYPE_CHAR16:
-            return _value[0] == valueAs<Char16>(value);
-        case CIMTYPE_DATETIME:
-            return isTime(_value, valueAs<CIMDateTime>(value));
-        case CIMTYPE_REAL32: {
-            const auto number = readReal(_value);
-            return number && Real32(*number) == valueAs<Real32>(value);
-        }
-        case CIMTYPE_REAL64:
-            return readReal(_value) == valueAs<Real64>(value);
-        default:
-            return other == *this;
-    }
-}
-
 Boolean operator==(const CIMKeyBinding& x, const CIMKeyBinding& y)
 {
-    return x.getType() == y.getType() && x.getName() == y.getName() &&
-           (x.getValue() == y.getValue() || canonicalValue(x) == canonicalValue(y));
-}
-
-CIMObjectPath::CIMObjectPath() = default;
-
-CIMObjectPath::CIMObjectPath(const String& objectName)
-{
-    set(objectName);
+    if (x.getType() != y.getType() || x.getName() != y.getName()) return false;
+    const String& a = x.getValue();
+    const String& b = y.getValue();
+    if (a == b) return true;
+    switch (x.getType()) {
+        case CIMKeyBinding::BOOLEAN:
+            return String::equalNoCase(a, b);
+        case CIMKeyBinding::NUMERIC:
+            return canonicalNumber(a) == canonicalNumber(b);
+        case CIMKeyBinding::REFERENCE:
+            return isSameReference(a, b);
+        default:
+            return false;
+    }
 }
 
 CIMObjectPath::CIMObjectPath(const String& host, const CIMNamespaceName& nameSpace,
                              const CIMName& className, const Array<CIMKeyBinding>& keyBindings)
-{
-    set(host, nameSpace, className, keyBindings);
-}
-
-void CIMObjectPath::clear()
-{
-    *this = CIMObjectPath();
-}
-
-void CIMObjectPath::set(const String& host, const CIMNamespaceName& nameSpace,
-                        const CIMName& className, const Array<CIMKeyBinding>& keyBindings)
+    : _nameSpace(nameSpace), _className(className)
 {
     setHost(host);
-    _nameSpace = nameSpace;
-    _className = className;
     setKeyBindings(keyBindings);
-}
-
-void CIMObjectPath::set(const String& objectName)
-{
-    const String text(objectName);  // it may be a part of this path
-    clear();
-    cimom::parseObjectPath(text, {_host, _nameSpace, _className, _keyBindings});
-    normalize(_keyBindings);
-}
-
-CIMObjectPath& CIMObjectPath::operator=(const String& objectName)
-{
-    set(objectName);
-    return *this;
-}
-
-void CIMObjectPath::setHost(const String& host)
-{
-    checkHost(host);
-    _host = host;
 }
 
 void CIMObjectPath::setKeyBindings(const Array<CIMKeyBinding>& keyBindings)
 {
-    _keyBindings = keyBindings;
-    normalize(_keyBindings);
+    Array<CIMKeyBinding> keys(keyBindings);  // shares the storage until something is to be changed
+    for (Uint32 i = 0; i < keyBindings.size(); ++i) {
+        const CIMKeyBinding& key = keyBindings[i];
+        if (key.getType() != CIMKeyBinding::REFERENCE) continue;
+        const String value = CIMObjectPath(key.getValue()).toString();
+        if (value != key.getValue()) keys[i] = CIMKeyBinding(key.getName(), value, key.getType());
+    }
+    const CIMKeyBinding* const first = keys.getData();
+    if (!std::is_sorted(first, first + keys.size(), nameIsLess))
+        std::stable_sort(&keys[0], &keys[0] + keys.size(), nameIsLess);
+    _keyBindings = keys;
 }
 
 String CIMObjectPath::toString() const
 {
-    String text = textOf(_host, _nameSpace.getString(), _className.getString());
+    String text;
+    if (_host.size() > 0) text.append("//").append(_host).append("/");
+    if (_host.size() > 0 || !_nameSpace.isNull()) text.append(_nameSpace.getString()).append(":");
+    text.append(_className.getString());
     for (Uint32 i = 0; i < _keyBindings.size(); ++i) {
         const CIMKeyBinding& key = _keyBindings[i];
-        text.append(Char16(i == 0 ? '.' : ','));
-        appendKey(text, key.getName().getString(), key.getValue(), hasQuotes(key.getType()));
+        const String& value = key.getValue();
+        const bool hasQuotes =
+            key.getType() == CIMKeyBinding::STRING || key.getType() == CIMKeyBinding::REFERENCE;
+        text.append(i == 0 ? "." : ",").append(key.getName().getString());
+        text.append(hasQuotes ? "=\"" : "=");
+        for (Uint32 c = 0; c < value.size(); ++c) {
+            if (value[c] == '"' || value[c] == '\\') text.append(Char16('\\'));
+            text.append(value[c]);
+        }
+        if (hasQuotes) text.append(Char16('"'));
     }
     return text;
 }
@@ -280,25 +137,6 @@ Boolean CIMObjectPath::identical(const CIMObjectPath& x) const
     return String::equalNoCase(_host, x._host) && _nameSpace == x._nameSpace &&
            _className == x._className && _keyBindings.size() == x._keyBindings.size() &&
            std::equal(keys, keys + _keyBindings.size(), x._keyBindings.getData());
-}
-
-Uint32 CIMObjectPath::makeHashCode() const
-{
-    const String text = canonicalPath(*this);
-    Uint32 hash = 2166136261u;  // FNV-1a
-    for (Uint32 i = 0; i < text.size(); ++i)
-        hash = (hash ^ Uint16(text[i])) * 16777619u;
-    return hash;
-}
-
-Boolean operator==(const CIMObjectPath& x, const CIMObjectPath& y)
-{
-    return x.identical(y);
-}
-
-Boolean operator!=(const CIMObjectPath& x, const CIMObjectPath& y)
-{
-    return !x.identical(y);
 }
 
 }  // namespace Pegasus

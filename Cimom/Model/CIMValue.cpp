@@ -17,45 +17,40 @@ namespace
 template <class... T>
 using AnyOf = std::variant<std::monostate, T..., Array<T>...>;
 
+// In the order of CIMType.
+using Any = AnyOf<Boolean, Uint8, Sint8, Uint16, Sint16, Uint32, Sint32, Uint64, Sint64, Real32,
+                  Real64, Char16, String, CIMDateTime, CIMObjectPath, CIMObject, CIMInstance>;
+
+constexpr size_t typeCount = CIMTYPE_INSTANCE + 1;
+static_assert(std::variant_size_v<Any> == 1 + 2 * typeCount);
+
 template <class T>
 constexpr bool isObject = std::is_same_v<T, CIMObject> || std::is_same_v<T, CIMInstance>;
 
-constexpr size_t typeCount = CIMTYPE_INSTANCE + 1;
-
 }  // namespace
 
-struct CIMValueRep
+struct CIMValue::Content
 {
-    // In the order of CIMType.
-    using Content =
-        AnyOf<Boolean, Uint8, Sint8, Uint16, Sint16, Uint32, Sint32, Uint64, Sint64, Real32, Real64,
-              Char16, String, CIMDateTime, CIMObjectPath, CIMObject, CIMInstance>;
-
     CIMType type = CIMTYPE_BOOLEAN;
     bool isArray = false;
     Uint32 nullArraySize = 0;
-    Content content;
+    Any any;
+
+    static const Content& of(const CIMValue& value)
+    {
+        static const Content nullBoolean;
+        return value._content ? *value._content : nullBoolean;
+    }
 };
 
 namespace
 {
-
-using Rep = CIMValueRep;
-
-static_assert(std::variant_size_v<Rep::Content> == 1 + 2 * typeCount);
-
-const Rep& repOf(const std::shared_ptr<const Rep>& rep)
-{
-    static const Rep nullBoolean;
-    return rep ? *rep : nullBoolean;
-}
 
 /// A copy that shares no object.
 template <class T>
 T own(const T& x)
 {
     if constexpr (isObject<T>) {
-        if (x.isUninitialized()) throw UninitializedObjectException();
         return x.clone();
     } else {
         return x;
@@ -74,42 +69,10 @@ Array<T> own(const Array<T>& x)
 }
 
 template <class T>
-std::shared_ptr<const Rep> makeRep(const T& x)
-{
-    const auto rep = std::make_shared<Rep>();
-    rep->content.emplace<T>(own(x));
-    const size_t position = rep->content.index() - 1;
-    rep->type = CIMType(position % typeCount);
-    rep->isArray = position >= typeCount;
-    return rep;
-}
-
-std::shared_ptr<const Rep> makeNullRep(CIMType type, Boolean isArray, Uint32 arraySize)
-{
-    if (size_t(type) >= typeCount) throw TypeMismatchException();
-    const auto rep = std::make_shared<Rep>();
-    rep->type = type;
-    rep->isArray = isArray;
-    rep->nullArraySize = isArray ? arraySize : 0;
-    return rep;
-}
-
-/// Throws TypeMismatchException; leaves x as it is when the value is null.
-template <class T>
-void copyTo(const Rep& rep, T& x)
-{
-    static const size_t position = Rep::Content(std::in_place_type<T>).index() - 1;
-    if (size_t(rep.type) != position % typeCount || rep.isArray != (position >= typeCount)) {
-        throw TypeMismatchException();
-    }
-    if (const T* const held = std::get_if<T>(&rep.content)) x = own(*held);
-}
-
-template <class T>
 bool isSame(const T& x, const T& y)
 {
     if constexpr (isObject<T>) {
-        return x.identical(y);
+        return CIMInstance(x).identical(CIMInstance(y));
     } else {
         return x == y;
     }
@@ -124,22 +87,17 @@ bool isSame(const Array<T>& x, const Array<T>& y)
     return same;
 }
 
-bool isSame(std::monostate, std::monostate)
-{
-    return true;
-}
-
 template <class T>
 String textOf(const T& x)
 {
     if constexpr (std::is_same_v<T, Boolean>) {
-        return String(x ? "TRUE" : "FALSE");
+        return x ? "TRUE" : "FALSE";
     } else if constexpr (std::is_integral_v<T>) {
-        return String(std::to_string(x).c_str());
+        return std::to_string(x).c_str();
     } else if constexpr (std::is_floating_point_v<T>) {
         char text[40];
         std::snprintf(text, sizeof text, "%.16e", Real64(x));
-        return String(text);
+        return text;
     } else if constexpr (std::is_same_v<T, Char16>) {
         // Half a pair reads as nothing.
         const Char16 none;
@@ -147,7 +105,9 @@ String textOf(const T& x)
     } else if constexpr (std::is_same_v<T, String>) {
         return x;
     } else if constexpr (isObject<T>) {
-        return CIMObject(x).toString();
+        return "instance of " + x.getClassName().getString();
+    } else if constexpr (std::is_same_v<T, std::monostate>) {
+        return String();
     } else {
         return x.toString();
     }
@@ -160,11 +120,6 @@ String textOf(const Array<T>& x)
     for (Uint32 i = 0; i < x.size(); ++i)
         text.append(textOf(x[i])).append(Char16(' '));
     return text;
-}
-
-String textOf(std::monostate)
-{
-    return String();
 }
 
 template <class T>
@@ -181,24 +136,9 @@ Uint32 sizeOf(const T&, Uint32 nullArraySize)
 
 }  // namespace
 
-CIMValue::CIMValue() = default;
-CIMValue::CIMValue(const CIMValue& x) = default;
-CIMValue::~CIMValue() = default;
-CIMValue& CIMValue::operator=(const CIMValue& x) = default;
-
 CIMValue::CIMValue(CIMType type, Boolean isArray, Uint32 arraySize)
-    : _rep(makeNullRep(type, isArray, arraySize))
 {
-}
-
-void CIMValue::assign(const CIMValue& x)
-{
-    *this = x;
-}
-
-void CIMValue::clear()
-{
-    _rep.reset();
+    setNullValue(type, isArray, arraySize);
 }
 
 Boolean CIMValue::typeCompatible(const CIMValue& x) const
@@ -208,66 +148,88 @@ Boolean CIMValue::typeCompatible(const CIMValue& x) const
 
 Boolean CIMValue::isArray() const
 {
-    return repOf(_rep).isArray;
+    return Content::of(*this).isArray;
 }
 
 Boolean CIMValue::isNull() const
 {
-    return std::holds_alternative<std::monostate>(repOf(_rep).content);
+    return std::holds_alternative<std::monostate>(Content::of(*this).any);
 }
 
 Uint32 CIMValue::getArraySize() const
 {
-    const Rep& rep = repOf(_rep);
-    return std::visit([&](const auto& x) { return sizeOf(x, rep.nullArraySize); }, rep.content);
+    const Content& content = Content::of(*this);
+    return std::visit([&](const auto& x) { return sizeOf(x, content.nullArraySize); }, content.any);
 }
 
 CIMType CIMValue::getType() const
 {
-    return repOf(_rep).type;
+    return Content::of(*this).type;
 }
 
 void CIMValue::setNullValue(CIMType type, Boolean isArray, Uint32 arraySize)
 {
-    _rep = makeNullRep(type, isArray, arraySize);
+    if (size_t(type) >= typeCount) throw TypeMismatchException();
+    _content = std::make_shared<const Content>(Content{type, isArray, isArray ? arraySize : 0, {}});
 }
 
 Boolean CIMValue::equal(const CIMValue& x) const
 {
     if (!typeCompatible(x) || isNull() != x.isNull()) return false;
+    const Any& other = Content::of(x).any;
     return std::visit(
-        [&](const auto& content) {
-            return isSame(content,
-                          std::get<std::decay_t<decltype(content)>>(repOf(x._rep).content));
+        [&](const auto& mine) {
+            return isSame(mine, std::get<std::decay_t<decltype(mine)>>(other));
         },
-        repOf(_rep).content);
+        Content::of(*this).any);
 }
 
 String CIMValue::toString() const
 {
-    const String text = std::visit([](const auto& x) { return textOf(x); }, repOf(_rep).content);
+    const String text = std::visit([](const auto& x) { return textOf(x); }, Content::of(*this).any);
     // By way of UTF-8: the text ends at a zero, and what is no character is replaced.
     return String(static_cast<const char*>(text.getCString()));
 }
 
-#define VALUE_OF(T, ARGUMENT)                                   \
-    CIMValue::CIMValue(ARGUMENT x) : _rep(makeRep<T>(x)) {}     \
-    void CIMValue::set(ARGUMENT x)                              \
-    {                                                           \
-        _rep = makeRep<T>(x);                                   \
-    }                                                           \
-    void CIMValue::get(T& x) const                              \
-    {                                                           \
-        copyTo<T>(repOf(_rep), x);                              \
-    }                                                           \
-    CIMValue::CIMValue(const Array<T>& x) : _rep(makeRep(x)) {} \
-    void CIMValue::set(const Array<T>& x)                       \
-    {                                                           \
-        _rep = makeRep(x);                                      \
-    }                                                           \
-    void CIMValue::get(Array<T>& x) const                       \
-    {                                                           \
-        copyTo(repOf(_rep), x);                                 \
+template <class T>
+void CIMValue::hold(const T& x)
+{
+    Content content;
+    content.any.emplace<T>(own(x));
+    const size_t position = content.any.index() - 1;
+    content.type = CIMType(position % typeCount);
+    content.isArray = position >= typeCount;
+    _content = std::make_shared<const Content>(std::move(content));
+}
+
+template <class T>
+void CIMValue::copyTo(T& x) const
+{
+    static const size_t position = Any(std::in_place_type<T>).index() - 1;
+    const Content& content = Content::of(*this);
+    if (size_t(content.type) != position % typeCount ||
+        content.isArray != (position >= typeCount)) {
+        throw TypeMismatchException();
+    }
+    if (const T* const held = std::get_if<T>(&content.any)) x = own(*held);
+}
+
+#define VALUE_OF(T, ARGUMENT)             \
+    CIMValue::CIMValue(ARGUMENT x)        \
+    {                                     \
+        hold<T>(x);                       \
+    }                                     \
+    CIMValue::CIMValue(const Array<T>& x) \
+    {                                     \
+        hold(x);                          \
+    }                                     \
+    void CIMValue::get(T& x) const        \
+    {                                     \
+        copyTo(x);                        \
+    }                                     \
+    void CIMValue::get(Array<T>& x) const \
+    {                                     \
+        copyTo(x);                        \
     }
 VALUE_OF(Boolean, Boolean)
 VALUE_OF(Uint8, Uint8)
@@ -287,15 +249,5 @@ VALUE_OF(CIMObjectPath, const CIMObjectPath&)
 VALUE_OF(CIMObject, const CIMObject&)
 VALUE_OF(CIMInstance, const CIMInstance&)
 #undef VALUE_OF
-
-Boolean operator==(const CIMValue& x, const CIMValue& y)
-{
-    return x.equal(y);
-}
-
-Boolean operator!=(const CIMValue& x, const CIMValue& y)
-{
-    return !x.equal(y);
-}
 
 }  // namespace Pegasus

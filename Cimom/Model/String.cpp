@@ -1,16 +1,17 @@
 #include <Pegasus/Common/String.h>
 
+#include "Model/Text.h"
+
 #include <Pegasus/Common/Exception.h>
 #include <Pegasus/Common/MessageLoader.h>
 
 #include <Pegasus/Common/InternalException.h>
 
-#include "Utf8.h"
-
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <functional>
 
 namespace Pegasus
 {
@@ -30,35 +31,31 @@ const T* notNull(const T* text)
 Uint32 length(const Char16* text)
 {
     Uint32 n = 0;
-    while (Uint16(text[n]) != 0)
+    while (text[n] != '\0')
         ++n;
     return n;
 }
 
-/// The units for writing, terminator included.
-Units& open(detail::CopyOnWrite<Units>& units)
+Uint16 lower(Uint16 c)
 {
-    Units& own = units.write();
-    if (own.empty()) own.emplace_back(Uint16(0));
-    return own;
+    return c >= 'A' && c <= 'Z' ? Uint16(c + ('a' - 'A')) : c;
 }
 
-Uint16 lower(Char16 c)
+Uint16 asIs(Uint16 c)
 {
-    return c >= 'A' && c <= 'Z' ? Uint16(c + ('a' - 'A')) : Uint16(c);
+    return c;
 }
 
-/// The difference of the first units that differ, up to the first zero, at most n.
+/// The sign of the difference of the first units that differ, up to the first zero.
 template <class Fold>
-int compareUnits(const String& s1, const String& s2, Uint32 n, Fold fold)
+int compareUnits(const String& s1, const String& s2, Fold fold)
 {
     const Char16* a = s1.getChar16Data();
     const Char16* b = s2.getChar16Data();
-    for (; n > 0; --n, ++a, ++b) {
-        const int difference = fold(*a) - fold(*b);
-        if (difference != 0 || Uint16(*a) == 0) return difference;
+    for (; fold(*a) == fold(*b); ++a, ++b) {
+        if (*a == '\0') return 0;
     }
-    return 0;
+    return fold(*a) < fold(*b) ? -1 : 1;
 }
 
 template <class Fold>
@@ -68,10 +65,8 @@ Boolean equalUnits(const String& s1, const String& s2, Fold fold)
     const Char16* const b = s2.getChar16Data();
     return s1.size() == s2.size() &&
            (a == b || std::equal(a, a + s1.size(), b,
-                                 [&](Char16 x, Char16 y) { return fold(x) == fold(y); }));
+                                 [&](Uint16 x, Uint16 y) { return fold(x) == fold(y); }));
 }
-
-constexpr auto asIs = [](Char16 c) { return Uint16(c); };
 
 Uint32 position(const Char16* begin, const Char16* found, const Char16* end)
 {
@@ -80,84 +75,24 @@ Uint32 position(const Char16* begin, const Char16* found, const Char16* end)
 
 }  // namespace
 
-CString::CString(std::string text) : _text(std::make_shared<const std::string>(std::move(text))) {}
-
 const String String::EMPTY;
 
-String::String() = default;
-String::String(const String& str) = default;
-String::~String() = default;
-String& String::operator=(const String& str) = default;
-
-String::String(const String& str, Uint32 n)
-{
-    if (n > str.size()) throw IndexOutOfBoundsException();
-    assign(str.getChar16Data(), n);
-}
-
-String::String(const Char16* str)
-{
-    assign(str);
-}
+String::String(const Char16* str) : String(str, length(notNull(str))) {}
 
 String::String(const Char16* str, Uint32 n)
 {
-    assign(str, n);
+    append(str, n);
 }
 
-String::String(const char* str)
-{
-    assign(str);
-}
+String::String(const char* str) : String(str, Uint32(std::strlen(notNull(str)))) {}
 
 String::String(const char* str, Uint32 n)
 {
-    assign(str, n);
-}
-
-String& String::assign(const String& str)
-{
-    return *this = str;
-}
-
-String& String::assign(const Char16* str)
-{
-    return assign(str, length(notNull(str)));
-}
-
-String& String::assign(const Char16* str, Uint32 n)
-{
-    String result;
-    result.append(str, n);
-    return *this = result;
-}
-
-String& String::assign(const char* str)
-{
-    return assign(str, Uint32(std::strlen(notNull(str))));
-}
-
-String& String::assign(const char* str, Uint32 n)
-{
     notNull(str);
-    detail::CopyOnWrite<Units> result;
-    if (n > 0) {
-        Units& own = result.write();
-        cimom::appendUtf16({str, n}, own);
-        own.emplace_back(Uint16(0));
-    }
-    _units.swap(result);
-    return *this;
-}
-
-void String::clear()
-{
-    _units.reset();
-}
-
-void String::reserveCapacity(Uint32 capacity)
-{
-    open(_units).reserve(size_t(capacity) + 1);
+    if (n == 0) return;
+    Units units = cimom::toUtf16({str, n});
+    units.emplace_back();
+    _units = detail::CopyOnWrite<Units>(std::move(units));
 }
 
 Uint32 String::size() const
@@ -175,13 +110,7 @@ const Char16* String::getChar16Data() const
 
 CString String::getCString() const
 {
-    return CString(cimom::toUtf8(getChar16Data(), size()));
-}
-
-Char16& String::operator[](Uint32 index)
-{
-    if (index > size()) throw IndexOutOfBoundsException();
-    return open(_units)[index];
+    return CString(cimom::toUtf8(*this, cimom::LoneSurrogate::Keep));
 }
 
 const Char16 String::operator[](Uint32 index) const
@@ -190,27 +119,20 @@ const Char16 String::operator[](Uint32 index) const
     return getChar16Data()[index];
 }
 
-String& String::append(const Char16& c)
-{
-    return append(&c, 1);
-}
-
 String& String::append(const Char16* str, Uint32 n)
 {
     notNull(str);
     if (n == 0) return *this;
-    if (detail::isWithin(str, getChar16Data(), size())) {
-        const Units copy(str, str + n);
-        return append(copy.data(), n);
+    const std::less<> isBefore;
+    const Char16* const data = getChar16Data();
+    if (!isBefore(str, data) && isBefore(str, data + size())) {
+        const Units part(str, str + n);
+        return append(part.data(), n);
     }
-    Units& own = open(_units);
+    Units& own = _units.write();
+    if (own.empty()) own.emplace_back();
     own.insert(own.end() - 1, str, str + n);
     return *this;
-}
-
-String& String::append(const String& str)
-{
-    return append(str.getChar16Data(), str.size());
 }
 
 void String::remove(Uint32 index, Uint32 size)
@@ -229,11 +151,6 @@ String String::subString(Uint32 index, Uint32 n) const
     return String(getChar16Data() + index, std::min(n, size() - index));
 }
 
-Uint32 String::find(Char16 c) const
-{
-    return find(0, c);
-}
-
 Uint32 String::find(Uint32 index, Char16 c) const
 {
     if (index > size()) throw IndexOutOfBoundsException();
@@ -249,14 +166,6 @@ Uint32 String::find(const String& s) const
     const Char16* const end = begin + size();
     const Char16* const sought = s.getChar16Data();
     return position(begin, std::search(begin, end, sought, sought + s.size()), end);
-}
-
-Uint32 String::reverseFind(Char16 c) const
-{
-    const Char16* const data = getChar16Data();
-    for (Uint32 i = size(); i > 0; --i)
-        if (data[i - 1] == c) return i - 1;
-    return PEG_NOT_FOUND;
 }
 
 void String::toLower()
@@ -277,22 +186,17 @@ void String::appendPrintf(const char* format, ...)
     std::string text(size < 0 ? 0 : size_t(size), '\0');
     std::vsnprintf(text.data(), text.size() + 1, format, again);
     va_end(again);
-    append(String(text.data(), Uint32(text.size())));
-}
-
-int String::compare(const String& s1, const String& s2, Uint32 n)
-{
-    return compareUnits(s1, s2, n, asIs);
+    append(cimom::toString(text));
 }
 
 int String::compare(const String& s1, const String& s2)
 {
-    return compareUnits(s1, s2, PEG_NOT_FOUND, asIs);
+    return compareUnits(s1, s2, asIs);
 }
 
 int String::compareNoCase(const String& s1, const String& s2)
 {
-    return compareUnits(s1, s2, PEG_NOT_FOUND, lower);
+    return compareUnits(s1, s2, lower);
 }
 
 Boolean String::equal(const String& s1, const String& s2)
@@ -303,67 +207,6 @@ Boolean String::equal(const String& s1, const String& s2)
 Boolean String::equalNoCase(const String& s1, const String& s2)
 {
     return equalUnits(s1, s2, lower);
-}
-
-Boolean operator==(const String& str1, const String& str2)
-{
-    return String::equal(str1, str2);
-}
-
-Boolean operator==(const String& str1, const char* str2)
-{
-    return String::equal(str1, String(str2));
-}
-
-Boolean operator==(const char* str1, const String& str2)
-{
-    return String::equal(String(str1), str2);
-}
-
-Boolean operator!=(const String& str1, const String& str2)
-{
-    return !String::equal(str1, str2);
-}
-
-Boolean operator<(const String& str1, const String& str2)
-{
-    return String::compare(str1, str2) < 0;
-}
-
-Boolean operator<=(const String& str1, const String& str2)
-{
-    return String::compare(str1, str2) <= 0;
-}
-
-Boolean operator>(const String& str1, const String& str2)
-{
-    return String::compare(str1, str2) > 0;
-}
-
-Boolean operator>=(const String& str1, const String& str2)
-{
-    return String::compare(str1, str2) >= 0;
-}
-
-String operator+(const String& str1, const String& str2)
-{
-    String result(str1);
-    return result.append(str2);
-}
-
-std::ostream& operator<<(std::ostream& os, const String& str)
-{
-    for (Uint32 i = 0; i < str.size(); ++i) {
-        const Uint16 unit = str[i];
-        if (unit > 0 && unit < 256) {
-            os << static_cast<char>(unit);
-        } else {
-            char text[8];
-            std::snprintf(text, sizeof text, "\\x%04X", unit);
-            os << text;
-        }
-    }
-    return os;
 }
 
 }  // namespace Pegasus

@@ -1,9 +1,7 @@
 #include "Mof/MofCompiler.h"
 
 #include "Mof/MofParser.h"
-#include "Repository/Names.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
@@ -17,8 +15,6 @@ namespace
 {
 
 namespace fs = std::filesystem;
-
-constexpr std::size_t deepestInclude = 32;
 
 std::string readFile(const fs::path& file)
 {
@@ -35,96 +31,69 @@ std::string readFile(const fs::path& file)
 class Compilation
 {
 public:
-    Compilation(Repository& repository, const std::vector<fs::path>& searchPath)
-        : repository_(repository), searchPath_(searchPath)
+    Compilation(Repository& repository, const std::vector<fs::path>& searchPath,
+                const CIMNamespaceName& nameSpace)
+        : repository_(repository), searchPath_(searchPath), nameSpace_(nameSpace)
     {
     }
 
-    void file(const fs::path& file, const Pegasus::CIMNamespaceName& nameSpace)
+    // A file that was compiled before is passed over.
+    void file(const fs::path& file)
     {
-        const fs::path real = fs::weakly_canonical(file);
-        done_.emplace(real, toUtf8(nameSpace.getString()));
-        open_.push_back(real);
-        text(readFile(file), file.string(), file.parent_path(), nameSpace);
-        open_.pop_back();
+        if (done_.insert(fs::weakly_canonical(file)).second)
+            text(readFile(file), file.string(), file.parent_path());
     }
 
     // `folder` is where includes are looked for first.
-    void text(const std::string& text, const std::string& name, const fs::path& folder,
-              const Pegasus::CIMNamespaceName& nameSpace)
+    void text(const std::string& text, const std::string& name, const fs::path& folder)
     {
-        const auto include = [&](const std::string& wanted,
-                                 const Pegasus::CIMNamespaceName& current, const MofPosition& at) {
-            this->include(find(wanted, folder, at), current, at);
+        const auto include = [&](const std::string& wanted, const MofPosition& at) {
+            file(find(wanted, folder, at));
         };
         try {
-            MofParser(text, repository_, nameSpace, aliases_, include).parse();
+            parseMof(text, repository_, nameSpace_, include);
         } catch (const MofFault& fault) {
-            throw MofError(name, fault.at.line, fault.at.column, fault.text);
+            throw MofError(name + ":" + std::to_string(fault.at.line) + ":" +
+                           std::to_string(fault.at.column) + ": " + fault.text);
         }
     }
 
 private:
     fs::path find(const std::string& wanted, const fs::path& folder, const MofPosition& at) const
     {
-        std::vector<fs::path> folders{folder};
+        std::vector<fs::path> folders{folder.empty() ? fs::path(".") : folder};
         folders.insert(folders.end(), searchPath_.begin(), searchPath_.end());
         std::string tried;
         for (const fs::path& candidate : folders) {
             std::error_code ignored;
             if (fs::is_regular_file(candidate / wanted, ignored)) return candidate / wanted;
-            tried += (tried.empty() ? "" : ", ") +
-                     (candidate.empty() ? std::string(".") : candidate.string());
+            tried += (tried.empty() ? "" : ", ") + candidate.string();
         }
         throw MofFault{at, "cannot find the file to include, \"" + wanted + "\", in " + tried};
     }
 
-    // A file that was compiled into the namespace before is passed over.
-    void include(const fs::path& included, const Pegasus::CIMNamespaceName& nameSpace,
-                 const MofPosition& at)
-    {
-        const fs::path real = fs::weakly_canonical(included);
-        if (std::find(open_.begin(), open_.end(), real) != open_.end())
-            throw MofFault{at, "the file \"" + included.string() + "\" includes itself"};
-        if (open_.size() >= deepestInclude)
-            throw MofFault{
-                at, "more than " + std::to_string(deepestInclude) + " files include each other"};
-        if (done_.count({real, toUtf8(nameSpace.getString())}) == 0) file(included, nameSpace);
-    }
-
     Repository& repository_;
     const std::vector<fs::path>& searchPath_;
-    std::vector<fs::path> open_;
-    std::set<std::pair<fs::path, std::string>> done_;
-    MofAliases aliases_;
+    const CIMNamespaceName& nameSpace_;
+    std::set<fs::path> done_;
 };
 
 }  // namespace
-
-MofError::MofError(const std::string& file, unsigned line, unsigned column, const std::string& text)
-    : std::runtime_error(file + ":" + std::to_string(line) + ":" + std::to_string(column) + ": " +
-                         text),
-      line_(line),
-      column_(column)
-{
-}
-
-MofCompiler::MofCompiler(Repository& repository) : repository_(repository) {}
 
 void MofCompiler::setSearchPath(std::vector<fs::path> folders)
 {
     searchPath_ = std::move(folders);
 }
 
-void MofCompiler::compileFile(const fs::path& file, const Pegasus::CIMNamespaceName& nameSpace)
+void MofCompiler::compileFile(const fs::path& file, const CIMNamespaceName& nameSpace)
 {
-    Compilation(repository_, searchPath_).file(file, nameSpace);
+    Compilation(repository_, searchPath_, nameSpace).file(file);
 }
 
 void MofCompiler::compileText(const std::string& text, const std::string& name,
-                              const Pegasus::CIMNamespaceName& nameSpace)
+                              const CIMNamespaceName& nameSpace)
 {
-    Compilation(repository_, searchPath_).text(text, name, fs::path(), nameSpace);
+    Compilation(repository_, searchPath_, nameSpace).text(text, name, fs::path());
 }
 
 }  // namespace cimom

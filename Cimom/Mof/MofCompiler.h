@@ -15,33 +15,27 @@ namespace cimom
 class MofError : public std::runtime_error
 {
 public:
-    MofError(const std::string& file, unsigned line, unsigned column, const std::string& text);
-    unsigned line() const { return line_; }
-    unsigned column() const { return column_; }
-
-private:
-    unsigned line_;
-    unsigned column_;
+    using std::runtime_error::runtime_error;
 };
 
 /// Compiles MOF files and texts into one namespace of a repository: qualifier declarations,
-/// classes, instances, `#pragma include` and `#pragma namespace`; other pragmas are passed over.
+/// classes, instances and `#pragma include`; of the other pragmas, namespace is refused and the
+/// rest passed over.
 ///
 /// An included file is looked for beside the including one, then in the search path. In one run it
-/// is compiled once into a namespace, however often it is included. A namespace pragma holds to the
-/// end of its file and adds the namespace when it is not there.
+/// is compiled once, however often it is included.
 class MofCompiler
 {
 public:
-    explicit MofCompiler(Repository& repository);
+    explicit MofCompiler(Repository& repository) : repository_(repository) {}
     /// Folders in which `#pragma include` looks after the including file's own.
     void setSearchPath(std::vector<std::filesystem::path> folders);
     /// Throws MofError for a fault in the text or a name the repository refuses, std::runtime_error
     /// when the file cannot be read. What was compiled before the fault stays in the repository.
-    void compileFile(const std::filesystem::path& file, const Pegasus::CIMNamespaceName& nameSpace);
+    void compileFile(const std::filesystem::path& file, const CIMNamespaceName& nameSpace);
     /// The same for a text; `name` stands for the file name in errors.
     void compileText(const std::string& text, const std::string& name,
-                     const Pegasus::CIMNamespaceName& nameSpace);
+                     const CIMNamespaceName& nameSpace);
 
 private:
     Repository& repository_;

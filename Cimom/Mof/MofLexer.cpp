@@ -1,8 +1,8 @@
 #include "Mof/MofLexer.h"
 
-#include <cstdint>
+#include "Model/Text.h"
+
 #include <cstring>
-#include <utility>
 
 namespace cimom
 {
@@ -16,8 +16,8 @@ bool isDigit(char c)
 
 bool isNameStart(char c)
 {
-    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_' ||
-           static_cast<unsigned char>(c) >= 0x80;
+    const char lower = toLower(c);
+    return (lower >= 'a' && lower <= 'z') || c == '_' || static_cast<unsigned char>(c) >= 0x80;
 }
 
 bool isNamePart(char c)
@@ -25,41 +25,22 @@ bool isNamePart(char c)
     return isNameStart(c) || isDigit(c);
 }
 
-int hexValue(char c)
+bool isHexDigit(char c)
 {
-    if (isDigit(c)) return c - '0';
-    const char lower = static_cast<char>(c | 0x20);
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
+    const char lower = toLower(c);
+    return isDigit(c) || (lower >= 'a' && lower <= 'f');
+}
+
+// One of the characters, none of which is zero.
+bool isOneOf(char c, const char* characters)
+{
+    return c != '\0' && std::strchr(characters, c) != nullptr;
 }
 
 bool isContinuationByte(char c)
 {
     return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
 }
-
-void appendUtf8(std::string& text, std::uint32_t code)
-{
-    if (code < 0x80) {
-        text += static_cast<char>(code);
-    } else if (code < 0x800) {
-        text += static_cast<char>(0xC0 | (code >> 6));
-        text += static_cast<char>(0x80 | (code & 0x3F));
-    } else {
-        text += static_cast<char>(0xE0 | (code >> 12));
-        text += static_cast<char>(0x80 | ((code >> 6) & 0x3F));
-        text += static_cast<char>(0x80 | (code & 0x3F));
-    }
-}
-
-std::string printable(char c)
-{
-    if (c >= 0x20 && c < 0x7F) return std::string("'") + c + "'";
-    static const char digits[] = "0123456789ABCDEF";
-    const auto byte = static_cast<unsigned char>(c);
-    return std::string("byte 0x") + digits[byte >> 4] + digits[byte & 15];
-}
-
-}  // namespace
 
 std::string describe(const MofToken& token)
 {
@@ -70,14 +51,29 @@ std::string describe(const MofToken& token)
             return "string \"" + token.text + "\"";
         case MofToken::Char:
             return "character '" + token.text + "'";
-        case MofToken::Alias:
-            return "'$" + token.text + "'";
         default:
             return "'" + token.text + "'";
     }
 }
 
-MofLexer::MofLexer(std::string text) : text_(std::move(text))
+}  // namespace
+
+bool MofToken::is(const char* keyword) const
+{
+    return kind == Identifier && equalNoCase(text, keyword);
+}
+
+bool MofToken::is(char symbol) const
+{
+    return kind == Symbol && text[0] == symbol;
+}
+
+void unexpected(const MofToken& found, const std::string& expected)
+{
+    throw MofFault{found.at, "expected " + expected + ", found " + describe(found)};
+}
+
+MofLexer::MofLexer(const std::string& text) : text_(text)
 {
     if (text_.compare(0, 3, "\xEF\xBB\xBF") == 0) offset_ = 3;  // byte order mark
 }
@@ -87,22 +83,30 @@ MofToken MofLexer::next()
     skipBlanksAndComments();
     MofToken token;
     token.at = at_;
-    if (atEnd()) return token;
+    if (offset_ == text_.size()) return token;
     const char c = peek();
-    if (c == '"' || c == '\'') return quoted(c);
-    if (isDigit(c) || ((c == '+' || c == '-' || c == '.') && (isDigit(peek(1)) || peek(1) == '.')))
-        return number(token);
-    if (isNameStart(c) || (c == '$' && isNameStart(peek(1)))) {
-        token.kind = c == '$' ? MofToken::Alias : MofToken::Identifier;
-        if (c == '$') take();
+    if (isOneOf(c, "\"'")) {
+        token.kind = c == '"' ? MofToken::String : MofToken::Char;
+        quoted(token);
+    } else if (isNameStart(c)) {
+        token.kind = MofToken::Identifier;
         while (isNamePart(peek()))
             token.text += take();
-        return token;
+    } else if (isDigit(c) || isOneOf(c, "+-.")) {
+        // All that could belong to a number; whether it is one is found when it is used.
+        token.kind = MofToken::Number;
+        do
+            token.text += take();
+        while (isNamePart(peek()) || peek() == '.' ||
+               (isOneOf(peek(), "+-") && toLower(token.text.back()) == 'e'));
+    } else if (isOneOf(c, "{}[]():;,=#")) {
+        token.kind = MofToken::Symbol;
+        token.text = take();
+    } else {
+        throw MofFault{at_, c > ' ' ? std::string("unexpected '") + c + "'"
+                                    : "unexpected control character " + std::to_string(c)};
     }
-    if (c == '\0' || std::strchr("{}[]():;,=#", c) == nullptr)
-        throw MofFault{at_, "unexpected " + printable(c)};
-    token.kind = MofToken::Symbol;
-    token.text = take();
+    if (!isUtf8(token.text)) throw MofFault{token.at, "expected a text in UTF-8"};
     return token;
 }
 
@@ -126,39 +130,35 @@ char MofLexer::take()
 
 void MofLexer::skipBlanksAndComments()
 {
-    while (!atEnd()) {
-        if (std::strchr(" \t\r\n\f\v", peek()) != nullptr && peek() != '\0') {
+    for (;;) {
+        const MofPosition start = at_;
+        if (isOneOf(peek(), " \t\r\n\f\v")) {
             take();
         } else if (peek() == '/' && peek(1) == '/') {
-            while (!atEnd() && peek() != '\n')
-                take();
+            skipPast("\n");
         } else if (peek() == '/' && peek(1) == '*') {
-            skipBlockComment();
+            if (!skipPast("*/")) throw MofFault{start, "comment without end, expected \"*/\""};
         } else {
             return;
         }
     }
 }
 
-void MofLexer::skipBlockComment()
+// Takes two characters at least. False when `end` does not come any more.
+bool MofLexer::skipPast(const char* end)
 {
-    const MofPosition start = at_;
-    take();
-    take();
-    while (!(peek() == '*' && peek(1) == '/')) {
-        if (atEnd()) throw MofFault{start, "comment without end, expected \"*/\""};
+    const std::size_t found = text_.find(end, offset_ + 2);
+    const std::size_t stop = found == std::string::npos ? text_.size() : found + std::strlen(end);
+    while (offset_ < stop)
         take();
-    }
-    take();
-    take();
+    return found != std::string::npos;
 }
 
-MofToken MofLexer::quoted(char quote)
+void MofLexer::quoted(MofToken& token)
 {
-    MofToken token{quote == '"' ? MofToken::String : MofToken::Char, "", at_};
-    take();
+    const char quote = take();
     while (peek() != quote) {
-        if (atEnd() || peek() == '\n' || peek() == '\r')
+        if (offset_ == text_.size() || isOneOf(peek(), "\r\n"))
             throw MofFault{token.at, std::string(quote == '"' ? "string" : "character") +
                                          " without end, expected a closing " + quote +
                                          " on the same line"};
@@ -168,43 +168,28 @@ MofToken MofLexer::quoted(char quote)
             token.text += take();
     }
     take();
-    return token;
 }
 
 void MofLexer::escape(std::string& content)
 {
-    const MofPosition start = at_;
-    take();
     static const char letters[] = "btnfr\"'\\";
     static const char meanings[] = "\b\t\n\f\r\"'\\";
-    const char* const found = peek() == '\0' ? nullptr : std::strchr(letters, peek());
-    if (found != nullptr) {
-        take();
-        content += meanings[found - letters];
+    const MofPosition start = at_;
+    take();
+    if (isOneOf(peek(), letters)) {
+        content += meanings[std::strchr(letters, take()) - letters];
         return;
     }
-    if ((peek() | 0x20) != 'x' || hexValue(peek(1)) < 0)
+    if (toLower(peek()) != 'x' || !isHexDigit(peek(1)))
         throw MofFault{start,
                        "unknown escape, expected one of \\b \\t \\n \\f \\r \\\" \\' \\\\ or \\x "
                        "with one to four hexadecimal digits"};
-    take();
-    std::uint32_t code = 0;
-    for (int digits = 0; digits < 4 && hexValue(peek()) >= 0; ++digits)
-        code = code * 16 + static_cast<std::uint32_t>(hexValue(take()));
-    appendUtf8(content, code);
-}
-
-// Takes all that could belong to a number; whether it is one is found when it is used.
-MofToken MofLexer::number(MofToken token)
-{
-    token.text = take();
-    while (isNamePart(peek()) || peek() == '.' ||
-           ((peek() == '+' || peek() == '-') && (token.text.back() | 0x20) == 'e'))
-        token.text += take();
-    const bool hex = token.text.find_first_of("xX") != std::string::npos;
-    const bool real = !hex && token.text.find_first_of(".eE") != std::string::npos;
-    token.kind = real ? MofToken::Real : MofToken::Integer;
-    return token;
+    std::string code(1, '0');
+    do
+        code += take();
+    while (code.size() < 6 && isHexDigit(peek()));
+    const Pegasus::Char16 unit(*readInteger<Pegasus::Uint16>(code));
+    content += toUtf8(Pegasus::String(&unit, 1));
 }
 
 }  // namespace cimom

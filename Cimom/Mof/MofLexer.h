@@ -26,43 +26,42 @@ struct MofToken
     {
         End,
         Identifier,
-        Integer,
-        Real,
+        Number,
         String,
         Char,
-        Alias,
         Symbol
     };
 
     Kind kind = End;
-    /// As written; for String and Char the content with its escapes resolved, in UTF-8; for Alias
-    /// the name without the $.
+    /// As written; for String and Char the content with its escapes resolved. Always UTF-8.
     std::string text;
     MofPosition at;
+
+    /// True for an identifier of this text in any case.
+    bool is(const char* keyword) const;
+    bool is(char symbol) const;
 };
 
-/// How an error message names a token: 'text', "end of file" and the like.
-std::string describe(const MofToken& token);
+/// Throws the fault of having found this token instead of what was expected.
+[[noreturn]] void unexpected(const MofToken& found, const std::string& expected);
 
-/// Splits a MOF text into tokens, leaving out blanks and comments.
+/// Splits a MOF text, which has to outlive it, into tokens, leaving out blanks and comments.
 class MofLexer
 {
 public:
-    explicit MofLexer(std::string text);
+    explicit MofLexer(const std::string& text);
     /// The next token, End for ever after the last. Throws MofFault.
     MofToken next();
 
 private:
-    bool atEnd() const { return offset_ == text_.size(); }
     char peek(std::size_t ahead = 0) const;
     char take();
     void skipBlanksAndComments();
-    void skipBlockComment();
-    MofToken quoted(char quote);
+    bool skipPast(const char* end);
+    void quoted(MofToken& token);
     void escape(std::string& content);
-    MofToken number(MofToken token);
 
-    std::string text_;
+    const std::string& text_;
     std::size_t offset_ = 0;
     MofPosition at_;
 };

@@ -1,12 +1,11 @@
 #include "Mof/MofValue.h"
 
-#include <Pegasus/Common/Array.h>
-#include <Pegasus/Common/CIMDateTime.h>
-#include <Pegasus/Common/Char16.h>
+#include "Model/Text.h"
+#include "Model/Types.h"
+
 #include <Pegasus/Common/Exception.h>
 
 #include <charconv>
-#include <cstring>
 #include <limits>
 #include <type_traits>
 
@@ -17,216 +16,111 @@ namespace cimom
 namespace
 {
 
-std::string describe(const MofLiteral& literal)
+Boolean readBoolean(const MofToken& literal)
 {
-    switch (literal.kind) {
-        case MofLiteral::Null:
-            return "NULL";
-        case MofLiteral::String:
-            return "string \"" + literal.text + "\"";
-        case MofLiteral::Char:
-            return "character '" + literal.text + "'";
-        case MofLiteral::Alias:
-            return "alias $" + literal.text;
-        default:
-            return literal.text;
-    }
+    if (!literal.is("true") && !literal.is("false")) unexpected(literal, "TRUE or FALSE");
+    return literal.is("true");
 }
 
-[[noreturn]] void wrongKind(const MofLiteral& literal, const std::string& expected)
+// The text of a number without a plus sign, which the readers of numbers do not know.
+std::string_view unsignedText(const MofToken& literal)
 {
-    throw MofFault{literal.at, "expected " + expected + ", found " + describe(literal)};
-}
-
-Boolean toBoolean(const MofLiteral& literal)
-{
-    if (literal.kind != MofLiteral::Boolean) wrongKind(literal, "TRUE or FALSE");
-    return (literal.text[0] | 0x20) == 't';
+    std::string_view text = literal.text;
+    if (text.size() > 1 && text[0] == '+' && text[1] != '-') text.remove_prefix(1);
+    return text;
 }
 
 template <class T>
-T toIntegerOf(const MofLiteral& literal)
+T readWhole(const MofToken& literal)
 {
+    const auto value = readInteger<T>(unsignedText(literal));
+    if (literal.kind == MofToken::Number && value) return *value;
     using Limits = std::numeric_limits<T>;
-    const std::string type =
-        (std::is_signed_v<T> ? "sint" : "uint") + std::to_string(sizeof(T) * 8);
-    if (literal.kind != MofLiteral::Integer) wrongKind(literal, "an integer of type " + type);
-    const MofInteger value = toInteger(literal.text, literal.at);
-    const Uint64 limit = value.negative ? (std::is_signed_v<T> ? Uint64(Limits::max()) + 1 : 0)
-                                        : Uint64(Limits::max());
-    if (value.magnitude > limit)
-        throw MofFault{literal.at, literal.text + " does not fit into " + type + ", expected " +
-                                       std::to_string(Limits::min()) + " to " +
-                                       std::to_string(Limits::max())};
-    return static_cast<T>(value.negative ? Uint64(0) - value.magnitude : value.magnitude);
+    unexpected(literal, (Limits::is_signed ? "sint" : "uint") + std::to_string(sizeof(T) * 8) +
+                            ", decimal or hexadecimal, " + std::to_string(Limits::min()) + " to " +
+                            std::to_string(Limits::max()));
 }
 
 template <class T>
-T toReal(const MofLiteral& literal)
+T readReal(const MofToken& literal)
 {
-    if (literal.kind != MofLiteral::Real && literal.kind != MofLiteral::Integer)
-        wrongKind(literal, "a number");
-    const char* const end = literal.text.data() + literal.text.size();
-    const char* const begin = literal.text.data() + (literal.text[0] == '+' ? 1 : 0);
+    const std::string_view text = unsignedText(literal);
     T value{};
-    const auto [stop, error] = std::from_chars(begin, end, value);
-    if (error == std::errc::result_out_of_range)
-        throw MofFault{literal.at,
-                       literal.text + " does not fit into real" + std::to_string(sizeof(T) * 8)};
-    if (error != std::errc() || stop != end)
-        throw MofFault{literal.at,
-                       "expected a decimal number such as -1.5e3, found " + literal.text};
-    return value;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (literal.kind == MofToken::Number && error == std::errc() &&
+        end == text.data() + text.size())
+        return value;
+    unexpected(literal, "real" + std::to_string(sizeof(T) * 8) +
+                            ", a decimal number in its range such as -1.5e3");
 }
 
-String toText(const MofLiteral& literal)
+Char16 readCharacter(const MofToken& literal)
 {
-    if (literal.kind != MofLiteral::String) wrongKind(literal, "a string in double quotes");
-    return toString(literal.text, literal.at);
-}
-
-Char16 toCharacter(const MofLiteral& literal)
-{
-    if (literal.kind != MofLiteral::Char && literal.kind != MofLiteral::String)
-        wrongKind(literal, "a character in single quotes");
-    const String text = toString(literal.text, literal.at);
-    if (text.size() != 1) wrongKind(literal, "exactly one 16-bit character");
+    const String text = toString(literal.text);
+    if (literal.kind != MofToken::Char || text.size() != 1)
+        unexpected(literal, "one 16-bit character in single quotes");
     return text[0];
 }
 
-CIMDateTime toDateTime(const MofLiteral& literal)
+template <class T>
+T readText(const MofToken& literal, const char* expected)
 {
-    const String text = toText(literal);
     try {
-        return CIMDateTime(text);
+        if (literal.kind == MofToken::String) return T(toString(literal.text));
     } catch (const Exception&) {
-        wrongKind(
-            literal,
-            "a datetime, yyyymmddhhmmss.mmmmmmsutc or an interval, ddddddddhhmmss.mmmmmm:000");
+        // The text does not have the form that the type asks for.
     }
+    unexpected(literal, expected);
 }
 
-CIMObjectPath toPath(const MofLiteral& literal)
+template <class T>
+T read(const MofToken& literal)
 {
-    if (literal.kind != MofLiteral::String)
-        wrongKind(literal, "an object path in double quotes or an alias");
-    const String text = toString(literal.text, literal.at);
-    try {
-        return CIMObjectPath(text);
-    } catch (const Exception& e) {
-        throw MofFault{literal.at, "expected an object path such as Class.Key=\"value\": " +
-                                       std::string(e.getMessage().getCString())};
-    }
+    if constexpr (std::is_same_v<T, Boolean>)
+        return readBoolean(literal);
+    else if constexpr (std::is_integral_v<T>)
+        return readWhole<T>(literal);
+    else if constexpr (std::is_floating_point_v<T>)
+        return readReal<T>(literal);
+    else if constexpr (std::is_same_v<T, Char16>)
+        return readCharacter(literal);
+    else if constexpr (std::is_same_v<T, String>)
+        return readText<T>(literal, "a string in double quotes");
+    else if constexpr (std::is_same_v<T, CIMDateTime>)
+        return readText<T>(literal,
+                           "a datetime in double quotes, yyyymmddhhmmss.mmmmmmsutc or an interval, "
+                           "ddddddddhhmmss.mmmmmm:000");
+    else if constexpr (std::is_same_v<T, CIMObjectPath>)
+        return readText<T>(literal, "an object path in double quotes, Class.Key=\"value\"");
+    else
+        unexpected(literal, "a type whose values can be written in MOF");
 }
 
-// The value made of the items, each through `convert`.
-template <class Convert>
-CIMValue build(const MofInitializer& initializer, const MofValueType& type, Convert convert)
-{
-    if (!type.isArray) return CIMValue(convert(initializer.items[0]));
-    Array<std::decay_t<decltype(convert(initializer.items[0]))>> values;
-    for (const MofLiteral& item : initializer.items)
-        values.append(convert(item));
-    return CIMValue(values);
-}
-
-void checkShape(const MofInitializer& initializer, const MofValueType& type)
+void checkShape(const MofInitializer& initializer, const MofType& type)
 {
     if (initializer.isList && !type.isArray)
         throw MofFault{initializer.at, "expected a single value, found a list in braces"};
-    if (!initializer.isList && type.isArray)
-        throw MofFault{initializer.at,
-                       "expected a list in braces, found " + describe(initializer.items[0])};
+    if (!initializer.isList && type.isArray) unexpected(initializer.items[0], "a list in braces");
     if (type.arraySize != 0 && initializer.items.size() != type.arraySize)
         throw MofFault{initializer.at, "expected " + std::to_string(type.arraySize) +
                                            " values for the fixed size of the array, found " +
                                            std::to_string(initializer.items.size())};
 }
 
-bool isNull(const MofInitializer& initializer)
-{
-    return !initializer.isList && initializer.items[0].kind == MofLiteral::Null;
-}
-
 }  // namespace
 
-CIMValue toValue(const MofInitializer& initializer, const MofValueType& type,
-                 const AliasLookup& aliases)
+CIMValue toValue(const MofInitializer& initializer, const MofType& type)
 {
-    if (isNull(initializer)) return CIMValue(type.type, type.isArray, type.arraySize);
+    if (initializer.isNull()) return type.null();
     checkShape(initializer, type);
-    switch (type.type) {
-        case CIMTYPE_BOOLEAN:
-            return build(initializer, type, toBoolean);
-        case CIMTYPE_UINT8:
-            return build(initializer, type, toIntegerOf<Uint8>);
-        case CIMTYPE_SINT8:
-            return build(initializer, type, toIntegerOf<Sint8>);
-        case CIMTYPE_UINT16:
-            return build(initializer, type, toIntegerOf<Uint16>);
-        case CIMTYPE_SINT16:
-            return build(initializer, type, toIntegerOf<Sint16>);
-        case CIMTYPE_UINT32:
-            return build(initializer, type, toIntegerOf<Uint32>);
-        case CIMTYPE_SINT32:
-            return build(initializer, type, toIntegerOf<Sint32>);
-        case CIMTYPE_UINT64:
-            return build(initializer, type, toIntegerOf<Uint64>);
-        case CIMTYPE_SINT64:
-            return build(initializer, type, toIntegerOf<Sint64>);
-        case CIMTYPE_REAL32:
-            return build(initializer, type, toReal<Real32>);
-        case CIMTYPE_REAL64:
-            return build(initializer, type, toReal<Real64>);
-        case CIMTYPE_CHAR16:
-            return build(initializer, type, toCharacter);
-        case CIMTYPE_STRING:
-            return build(initializer, type, toText);
-        case CIMTYPE_DATETIME:
-            return build(initializer, type, toDateTime);
-        case CIMTYPE_REFERENCE:
-            return build(initializer, type, [&](const MofLiteral& item) {
-                return item.kind == MofLiteral::Alias ? aliases(item) : toPath(item);
-            });
-        default:
-            throw MofFault{initializer.at, "a value of this type cannot be written in MOF"};
-    }
-}
-
-String toString(const std::string& text, const MofPosition& at)
-{
-    try {
-        return String(text.data(), static_cast<Uint32>(text.size()));
-    } catch (const Exception& e) {
-        throw MofFault{at, "expected UTF-8: " + std::string(e.getMessage().getCString())};
-    }
-}
-
-MofInteger toInteger(const std::string& text, const MofPosition& at)
-{
-    const bool sign = text[0] == '-' || text[0] == '+';
-    const char* begin = text.data() + (sign ? 1 : 0);
-    const char* end = text.data() + text.size();
-    int base = 10;
-    if (end - begin > 2 && begin[0] == '0' && (begin[1] | 0x20) == 'x') {
-        base = 16;
-        begin += 2;
-    } else if (end - begin > 1 && (end[-1] | 0x20) == 'b') {
-        base = 2;
-        --end;
-    } else if (end - begin > 1 && begin[0] == '0') {
-        base = 8;
-    }
-    MofInteger value{text[0] == '-', 0};
-    const auto [stop, error] = std::from_chars(begin, end, value.magnitude, base);
-    if (error == std::errc::result_out_of_range)
-        throw MofFault{at, text + " does not fit into 64 bits"};
-    if (error != std::errc() || stop != end)
-        throw MofFault{at,
-                       "expected a number (decimal, octal with a leading 0, hexadecimal with "
-                       "0x or binary with a trailing b), found " +
-                           text};
-    return value;
+    return visitType(type.type, [&](const auto& sample) {
+        using T = std::decay_t<decltype(sample)>;
+        if (!type.isArray) return CIMValue(read<T>(initializer.items[0]));
+        Array<T> values;
+        for (const MofToken& item : initializer.items)
+            values.append(read<T>(item));
+        return CIMValue(values);
+    });
 }
 
 }  // namespace cimom

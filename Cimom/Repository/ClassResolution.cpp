@@ -1,13 +1,8 @@
 #include "Repository/ClassResolution.h"
 
-#include <Pegasus/Common/CIMMethod.h>
-#include <Pegasus/Common/CIMParameter.h>
-#include <Pegasus/Common/CIMProperty.h>
-#include <Pegasus/Common/CIMQualifier.h>
-#include <Pegasus/Common/CIMScope.h>
 #include <Pegasus/Common/Exception.h>
 
-#include <vector>
+#include <algorithm>
 
 PEGASUS_USING_PEGASUS;
 
@@ -16,275 +11,255 @@ namespace cimom
 namespace
 {
 
-// Resolves one class. `where_` is the subject of every complaint.
+template <class Element>
+using Elements = std::vector<std::shared_ptr<const Element>>;
+
+// Throws a complaint that lacks its subject; see inContext().
+[[noreturn]] void refuse(const String& what)
+{
+    throw CIMException(CIM_ERR_INVALID_PARAMETER, ": " + what);
+}
+
+// Does the work; a complaint gets what was worked on in front.
+template <class Work>
+auto inContext(const char* kind, const CIMName& name, Work work)
+{
+    try {
+        return work();
+    } catch (const CIMException& e) {
+        throw CIMException(e.getCode(), kind + name.getString() + e.getMessage());
+    }
+}
+
+String toString(unsigned scopes)
+{
+    String text;
+    for (const ScopeName& entry : scopeNames)
+        if (entry.scope != AnyScope && (scopes & entry.scope) != 0)
+            text.append((text.size() == 0 ? "" : " ") + String(entry.name));
+    return text;
+}
+
+// The inherited qualifiers that reach subclasses, in front of the own ones.
+Qualifiers inheritQualifiers(const Qualifiers& own, const Qualifiers& inherited)
+{
+    std::vector<Qualifier> all;
+    for (const Qualifier* from = inherited.end(); from != inherited.begin();) {
+        --from;
+        if (!from->flavor.toSubclass) continue;
+        const Qualifier* const mine = own.find(from->name);
+        if (mine == nullptr) {
+            all.push_back(*from);
+            all.back().propagated = true;
+        } else if (!from->flavor.overridable && mine->value != from->value) {
+            refuse("qualifier " + from->name.getString() +
+                   " is DisableOverride and has another value in the superclass");
+        }
+    }
+    if (all.empty()) return own;
+    all.insert(all.end(), own.begin(), own.end());
+    return Qualifiers(std::move(all));
+}
+
+template <class Element>
+const Element* find(const Elements<Element>& elements, const CIMName& name)
+{
+    const Uint32 at = positionOf(elements, name);
+    return at == PEG_NOT_FOUND ? nullptr : elements[at].get();
+}
+
+bool isSameType(const Property& a, const Property& b)
+{
+    return a.value.typeCompatible(b.value);
+}
+
+bool isSameType(const Method& a, const Method& b)
+{
+    return a.type == b.type;
+}
+
+// The element as a subclass inherits it; shared from the second generation on.
+template <class Element>
+std::shared_ptr<const Element> propagated(const std::shared_ptr<const Element>& element)
+{
+    if (element->propagated) return element;
+    const auto copy = std::make_shared<Element>(*element);
+    copy->propagated = true;
+    return copy;
+}
+
+// Resolves one class.
 class Resolver
 {
 public:
-    Resolver(const CIMClass& given, const CIMClass& superclass, const SchemaLookup& schema)
-        : given_(given), schema_(schema), className_("class " + given.getClassName().getString())
+    Resolver(const Class& given, const Class& superclass, const SchemaLookup& schema)
+        : given_(given), super_(superclass), schema_(schema)
     {
-        if (!superclass.isUninitialized()) super_ = superclass;
+        const auto isKey = [](const auto& p) { return p->qualifiers.isTrue("Key"); };
+        superHasKeys_ = std::any_of(super_.properties.begin(), super_.properties.end(), isKey);
     }
 
-    CIMClass resolve()
+    Class resolve() const
     {
-        CIMClass result(given_.getClassName(), given_.getSuperClassName());
-        resolveClassQualifiers(result);
-        if (hasSuper()) super_.getKeyNames(inheritedKeys_);
-        inheritProperties(result);
-        for (Uint32 i = 0; i < given_.getPropertyCount(); ++i)
-            result.addProperty(resolveProperty(given_.getProperty(i).clone()));
-        inheritMethods(result);
-        for (Uint32 i = 0; i < given_.getMethodCount(); ++i)
-            result.addMethod(resolveMethod(given_.getMethod(i).clone()));
+        Class result;
+        result.path = given_.path;
+        result.superClassName = given_.superClassName;
+        result.qualifiers = inheritQualifiers(given_.qualifiers, super_.qualifiers);
+        checkClass(result);
+        result.properties = resolveAll(", property ", given_.properties, super_.properties);
+        result.methods = resolveAll(", method ", given_.methods, super_.methods);
         return result;
     }
 
 private:
-    bool hasSuper() const { return !super_.isUninitialized(); }
-
-    [[noreturn]] static void refuse(const String& where, const String& what)
+    void checkClass(const Class& result) const
     {
-        throw CIMException(CIM_ERR_INVALID_PARAMETER, where + ": " + what);
+        Scope scope = result.qualifiers.isTrue("Indication") ? IndicationScope : ClassScope;
+        if (result.isAssociation()) {
+            scope = AssociationScope;
+            if (!given_.superClassName.isNull() && !super_.isAssociation())
+                refuse("an association cannot derive from " + given_.superClassName.getString() +
+                       ", which is none");
+        }
+        checkQualifiers(given_.qualifiers, scope);
     }
 
     template <class Element>
-    static bool isTrue(const Element& element, const char* qualifier)
+    Elements<Element> resolveAll(const char* kind, const Elements<Element>& own,
+                                 const Elements<Element>& inherited) const
     {
-        const Uint32 at = element.findQualifier(CIMName(qualifier));
-        return at != PEG_NOT_FOUND &&
-               CIMConstQualifier(element.getQualifier(at)).getValue() == CIMValue(Boolean(true));
-    }
-
-    void resolveClassQualifiers(CIMClass& result)
-    {
-        for (Uint32 i = 0; i < given_.getQualifierCount(); ++i)
-            result.addQualifier(given_.getQualifier(i).clone());
-        if (hasSuper()) inheritQualifiers(result, super_, className_);
-        const bool association = isTrue(result, "Association");
-        if (association && hasSuper() && !isTrue(super_, "Association"))
-            refuse(className_, "an association cannot derive from " +
-                                   given_.getSuperClassName().getString() + ", which is none");
-        const CIMScope scope = association                    ? CIMScope::ASSOCIATION
-                               : isTrue(result, "Indication") ? CIMScope::INDICATION
-                                                              : CIMScope::CLASS;
-        checkQualifiers(result, scope, className_);
-    }
-
-    void inheritProperties(CIMClass& result) const
-    {
-        for (Uint32 i = 0; hasSuper() && i < super_.getPropertyCount(); ++i) {
-            const CIMConstProperty inherited = super_.getProperty(i);
-            if (given_.findProperty(inherited.getName()) != PEG_NOT_FOUND) continue;
-            CIMProperty copy = inherited.clone();
-            copy.setPropagated(true);
-            result.addProperty(copy);
-        }
-    }
-
-    void inheritMethods(CIMClass& result) const
-    {
-        for (Uint32 i = 0; hasSuper() && i < super_.getMethodCount(); ++i) {
-            const CIMConstMethod inherited = super_.getMethod(i);
-            if (given_.findMethod(inherited.getName()) != PEG_NOT_FOUND) continue;
-            CIMMethod copy = inherited.clone();
-            copy.setPropagated(true);
-            result.addMethod(copy);
-        }
-    }
-
-    CIMProperty resolveProperty(CIMProperty own) const
-    {
-        const String where = className_ + ", property " + own.getName().getString();
-        own.setPropagated(false);
-        own.setClassOrigin(given_.getClassName());
-        const Uint32 at = hasSuper() ? super_.findProperty(own.getName()) : PEG_NOT_FOUND;
-        if (at != PEG_NOT_FOUND) {
-            const CIMConstProperty inherited = super_.getProperty(at);
-            if (inherited.getType() != own.getType() || inherited.isArray() != own.isArray())
-                refuse(where,
-                       "its type differs from that in " + given_.getSuperClassName().getString());
-            own.setClassOrigin(inherited.getClassOrigin());
-            inheritQualifiers(own, inherited, where);
-        }
-        checkOverride(own, where,
-                      [this](const CIMName& name) { return super_.findProperty(name); });
-        const bool reference = own.getType() == CIMTYPE_REFERENCE;
-        checkQualifiers(own, reference ? CIMScope::REFERENCE : CIMScope::PROPERTY, where);
-        if (reference) checkReference(own, where);
-        if (isTrue(own, "Key") && inheritedKeys_.size() > 0) checkKey(own.getName(), where);
-        return own;
-    }
-
-    CIMMethod resolveMethod(CIMMethod own) const
-    {
-        const String where = className_ + ", method " + own.getName().getString();
-        own.setPropagated(false);
-        own.setClassOrigin(given_.getClassName());
-        const Uint32 at = hasSuper() ? super_.findMethod(own.getName()) : PEG_NOT_FOUND;
-        if (at != PEG_NOT_FOUND) {
-            const CIMConstMethod inherited = super_.getMethod(at);
-            if (inherited.getType() != own.getType())
-                refuse(where, "its return type differs from that in " +
-                                  given_.getSuperClassName().getString());
-            own.setClassOrigin(inherited.getClassOrigin());
-            inheritQualifiers(own, inherited, where);
-        }
-        checkOverride(own, where, [this](const CIMName& name) { return super_.findMethod(name); });
-        checkQualifiers(own, CIMScope::METHOD, where);
-        for (Uint32 i = 0; i < own.getParameterCount(); ++i) {
-            const CIMConstParameter parameter = own.getParameter(i);
-            checkQualifiers(parameter, CIMScope::PARAMETER,
-                            where + ", parameter " + parameter.getName().getString());
-        }
-        return own;
-    }
-
-    // Puts the inherited qualifiers that reach subclasses in front of the element's own.
-    template <class Element, class Inherited>
-    static void inheritQualifiers(Element& element, const Inherited& from, const String& where)
-    {
-        std::vector<CIMQualifier> own;
-        for (Uint32 i = 0; i < element.getQualifierCount(); ++i)
-            own.push_back(element.getQualifier(i));
-        while (element.getQualifierCount() > 0)
-            element.removeQualifier(element.getQualifierCount() - 1);
-        for (Uint32 i = from.getQualifierCount(); i-- > 0;) {
-            const CIMConstQualifier inherited = from.getQualifier(i);
-            if (inherited.getFlavor().hasFlavor(CIMFlavor::RESTRICTED)) continue;
-            const CIMQualifier* const mine = find(own, inherited.getName());
-            if (mine == nullptr) {
-                CIMQualifier copy = inherited.clone();
-                copy.setPropagated(true);
-                element.addQualifier(copy);
-            } else if (inherited.getFlavor().hasFlavor(CIMFlavor::DISABLEOVERRIDE) &&
-                       mine->getValue() != inherited.getValue()) {
-                refuse(where, "qualifier " + inherited.getName().getString() +
-                                  " is DisableOverride and has another value in the superclass");
-            }
-        }
-        for (const CIMQualifier& qualifier : own)
-            element.addQualifier(qualifier);
-    }
-
-    static const CIMQualifier* find(const std::vector<CIMQualifier>& all, const CIMName& name)
-    {
-        for (const CIMQualifier& qualifier : all)
-            if (qualifier.getName().equal(name)) return &qualifier;
-        return nullptr;
+        Elements<Element> all;
+        all.reserve(own.size() + inherited.size());
+        for (const auto& element : inherited)
+            if (find(own, element->name) == nullptr) all.push_back(propagated(element));
+        for (const auto& element : own)
+            all.push_back(inContext(kind, element->name, [&] {
+                return resolveOne(*element, find(inherited, element->name), inherited);
+            }));
+        return all;
     }
 
     template <class Element>
-    void checkQualifiers(const Element& element, const CIMScope& scope, const String& where) const
+    std::shared_ptr<const Element> resolveOne(const Element& own, const Element* overridden,
+                                              const Elements<Element>& inherited) const
     {
-        for (Uint32 i = 0; i < element.getQualifierCount(); ++i) {
-            const CIMConstQualifier qualifier = element.getQualifier(i);
-            const String name = "qualifier " + qualifier.getName().getString();
-            const CIMQualifierDecl* const decl = schema_.qualifier(qualifier.getName());
-            if (decl == nullptr) refuse(where, name + " is not declared");
-            if (decl->getType() != qualifier.getType() || decl->isArray() != qualifier.isArray())
-                refuse(where, name + " does not have the type it is declared with");
-            if (!decl->getScope().hasScope(scope))
-                refuse(where, name + " may stand in scope " + decl->getScope().toString() +
-                                  " only, not " + scope.toString());
+        const auto result = std::make_shared<Element>(own);
+        result->classOrigin = overridden == nullptr ? given_.name() : overridden->classOrigin;
+        if (overridden != nullptr) {
+            if (!isSameType(own, *overridden))
+                refuse("its type differs from that in " + given_.superClassName.getString());
+            result->qualifiers = inheritQualifiers(own.qualifiers, overridden->qualifiers);
         }
+        const Qualifier* const override = own.qualifiers.find("Override");
+        const String target = override == nullptr ? String() : override->value.toString();
+        if (override != nullptr && !override->value.isNull() &&
+            (!CIMName::legal(target) || find(inherited, CIMName(target)) == nullptr))
+            refuse("it overrides \"" + target + "\", which no superclass has");
+        check(own, overridden);
+        return result;
     }
 
-    template <class Element, class Find>
-    void checkOverride(const Element& element, const String& where, Find findInSuper) const
+    void check(const Property& own, const Property* overridden) const
     {
-        const Uint32 at = element.findQualifier(CIMName("Override"));
-        if (at == PEG_NOT_FOUND) return;
-        const CIMValue& value = CIMConstQualifier(element.getQualifier(at)).getValue();
-        if (value.isNull() || value.getType() != CIMTYPE_STRING || value.isArray()) return;
-        String name;
-        value.get(name);
-        if (!hasSuper() || !CIMName::legal(name) || findInSuper(CIMName(name)) == PEG_NOT_FOUND)
-            refuse(where, "it overrides \"" + name + "\", which no superclass has");
+        const bool isReference = own.value.getType() == CIMTYPE_REFERENCE;
+        checkQualifiers(own.qualifiers, isReference ? ReferenceScope : PropertyScope);
+        if (isReference) checkReference(own.referenceClassName);
+        if (superHasKeys_ && own.qualifiers.isTrue("Key") &&
+            (overridden == nullptr || !overridden->qualifiers.isTrue("Key")))
+            refuse("it cannot be a key, because " + given_.superClassName.getString() +
+                   " has keys already");
     }
 
-    void checkReference(const CIMProperty& own, const String& where) const
+    void checkReference(const CIMName& className) const
     {
-        if (!isTrue(given_, "Association"))
-            refuse(where, "a class with references needs the Association qualifier");
-        const CIMName& name = own.getReferenceClassName();
-        if (name.equal(given_.getClassName()) || schema_.hasClass(name)) return;
-        refuse(where, "it refers to class " + name.getString() + ", which does not exist");
+        if (!given_.isAssociation())
+            refuse("a class with references needs the Association qualifier");
+        if (!className.equal(given_.name()) && !schema_.hasClass(className))
+            refuse("it refers to class " + className.getString() + ", which does not exist");
     }
 
-    void checkKey(const CIMName& name, const String& where) const
+    void check(const Method& own, const Method*) const
     {
-        for (Uint32 i = 0; i < inheritedKeys_.size(); ++i)
-            if (inheritedKeys_[i].equal(name)) return;
-        refuse(where, "it cannot be a key, because " + given_.getSuperClassName().getString() +
-                          " has keys already");
+        checkQualifiers(own.qualifiers, MethodScope);
+        for (const Parameter& parameter : own.parameters)
+            inContext(", parameter ", parameter.name,
+                      [&] { checkQualifiers(parameter.qualifiers, ParameterScope); });
     }
 
-    const CIMConstClass given_;
+    void checkQualifiers(const Qualifiers& own, Scope scope) const
+    {
+        for (const Qualifier& qualifier : own)
+            inContext(": qualifier ", qualifier.name, [&] {
+                const QualifierDecl* const decl = schema_.qualifier(qualifier.name);
+                if (decl == nullptr) refuse("it is not declared");
+                if (!decl->value.typeCompatible(qualifier.value))
+                    refuse("it does not have the type it is declared with");
+                if ((decl->scopes & scope) == 0)
+                    refuse("it may stand in scope " + toString(decl->scopes) + " only, not " +
+                           toString(scope));
+            });
+    }
+
+    const Class& given_;
+    const Class& super_;
     const SchemaLookup& schema_;
-    const String className_;
-    CIMConstClass super_;
-    Array<CIMName> inheritedKeys_;
+    bool superHasKeys_;
 };
 
-template <class Element>
-void removeQualifiers(Element& element)
+bool showsAllOfElements(const ClassView& view)
 {
-    while (element.getQualifierCount() > 0)
-        element.removeQualifier(element.getQualifierCount() - 1);
+    return !view.localOnly && view.includeQualifiers && view.includeClassOrigin;
+}
+
+Qualifiers viewQualifiers(const Qualifiers& all, const ClassView& view)
+{
+    if (!view.includeQualifiers) return {};
+    if (!view.localOnly) return all;
+    std::vector<Qualifier> own;
+    std::copy_if(all.begin(), all.end(), std::back_inserter(own),
+                 [](const Qualifier& qualifier) { return !qualifier.propagated; });
+    return Qualifiers(std::move(own));
 }
 
 template <class Element>
-void removeInheritedQualifiers(Element& element)
+std::shared_ptr<const Element> viewElement(const std::shared_ptr<const Element>& element,
+                                           const ClassView& view)
 {
-    for (Uint32 i = element.getQualifierCount(); i-- > 0;)
-        if (CIMConstQualifier(element.getQualifier(i)).getPropagated()) element.removeQualifier(i);
-}
-
-template <class Element>
-Element viewElement(Element copy, bool localOnly, bool includeQualifiers, bool includeClassOrigin)
-{
-    if (!includeQualifiers) removeQualifiers(copy);
-    if (localOnly) removeInheritedQualifiers(copy);
-    if (!includeClassOrigin) copy.setClassOrigin(CIMName());
+    if (showsAllOfElements(view)) return element;
+    const auto copy = std::make_shared<Element>(*element);
+    copy->qualifiers = viewQualifiers(element->qualifiers, view);
+    if (!view.includeClassOrigin) copy->classOrigin = CIMName();
+    if constexpr (std::is_same_v<Element, Method>)
+        for (Parameter& parameter : copy->parameters)
+            if (!view.includeQualifiers) parameter.qualifiers = {};
     return copy;
 }
 
 }  // namespace
 
-CIMClass resolveClass(const CIMClass& given, const CIMClass& superclass, const SchemaLookup& schema)
+Class resolveClass(const Class& given, const Class* superclass, const SchemaLookup& schema)
 {
-    return Resolver(given, superclass, schema).resolve();
+    static const Class none;
+    return inContext("class ", given.name(), [&] {
+        return Resolver(given, superclass == nullptr ? none : *superclass, schema).resolve();
+    });
 }
 
-CIMClass viewClass(const CIMClass& resolved, bool localOnly, bool includeQualifiers,
-                   bool includeClassOrigin, const CIMPropertyList& properties)
+ClassPtr viewClass(const ClassPtr& resolved, const ClassView& view)
 {
-    const CIMConstClass source(resolved);
-    CIMClass view(source.getClassName(), source.getSuperClassName());
-    for (Uint32 i = 0; includeQualifiers && i < source.getQualifierCount(); ++i)
-        view.addQualifier(source.getQualifier(i).clone());
-    if (localOnly) removeInheritedQualifiers(view);
-
-    for (Uint32 i = 0; i < source.getPropertyCount(); ++i) {
-        const CIMConstProperty property = source.getProperty(i);
-        if (localOnly && property.getPropagated()) continue;
-        if (!properties.useThisProperty(property.getName())) continue;
-        view.addProperty(
-            viewElement(property.clone(), localOnly, includeQualifiers, includeClassOrigin));
-    }
-    for (Uint32 i = 0; i < source.getMethodCount(); ++i) {
-        const CIMConstMethod method = source.getMethod(i);
-        if (localOnly && method.getPropagated()) continue;
-        CIMMethod copy =
-            viewElement(method.clone(), localOnly, includeQualifiers, includeClassOrigin);
-        for (Uint32 p = 0; !includeQualifiers && p < copy.getParameterCount(); ++p) {
-            CIMParameter parameter = copy.getParameter(p);
-            removeQualifiers(parameter);
-        }
-        view.addMethod(copy);
-    }
-    return view;
+    if (showsAllOfElements(view) && view.properties.isNull()) return resolved;
+    const auto result = std::make_shared<Class>();
+    result->path = resolved->path;
+    result->superClassName = resolved->superClassName;
+    result->qualifiers = viewQualifiers(resolved->qualifiers, view);
+    for (const auto& property : resolved->properties)
+        if (!(view.localOnly && property->propagated) &&
+            view.properties.useThisProperty(property->name))
+            result->properties.push_back(viewElement(property, view));
+    for (const auto& method : resolved->methods)
+        if (!(view.localOnly && method->propagated))
+            result->methods.push_back(viewElement(method, view));
+    return result;
 }
 
 }  // namespace cimom

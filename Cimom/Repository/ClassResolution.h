@@ -1,9 +1,8 @@
 // Inheritance between classes: what a class is once its superclass is taken into account.
 #pragma once
 
-#include <Pegasus/Common/CIMClass.h>
-#include <Pegasus/Common/CIMPropertyList.h>
-#include <Pegasus/Common/CIMQualifierDecl.h>
+#include "Model/ObjectManager.h"
+#include "Model/Schema.h"
 
 #include <functional>
 
@@ -14,12 +13,12 @@ namespace cimom
 struct SchemaLookup
 {
     /// The declaration of a qualifier, null when there is none.
-    std::function<const Pegasus::CIMQualifierDecl*(const Pegasus::CIMName&)> qualifier;
-    std::function<bool(const Pegasus::CIMName&)> hasClass;
+    std::function<const QualifierDecl*(const CIMName&)> qualifier;
+    std::function<bool(const CIMName&)> hasClass;
 };
 
-/// Returns the class with everything it inherits. `superclass` is resolved itself, or uninitialized
-/// for a root class. The arguments are not changed.
+/// Returns the class with everything it inherits; `superclass` is resolved itself, null for a root
+/// class.
 ///
 /// Order: inherited properties (methods) that the class does not override, as in the superclass,
 /// then its own. An inherited element keeps all its qualifiers. The class itself and an element
@@ -32,14 +31,9 @@ struct SchemaLookup
 /// a changed DisableOverride qualifier; an override of another type or of nothing; a new key below
 /// a class with keys; a reference property outside an association or to an unknown class; an
 /// association below a class that is none.
-Pegasus::CIMClass resolveClass(const Pegasus::CIMClass& given, const Pegasus::CIMClass& superclass,
-                               const SchemaLookup& schema);
+Class resolveClass(const Class& given, const Class* superclass, const SchemaLookup& schema);
 
-/// Returns what GetClass shows of a resolved class. localOnly leaves out elements and qualifiers
-/// that are inherited and not overridden; a null list means all properties. Methods are always
-/// there.
-Pegasus::CIMClass viewClass(const Pegasus::CIMClass& resolved, bool localOnly,
-                            bool includeQualifiers, bool includeClassOrigin,
-                            const Pegasus::CIMPropertyList& properties);
+/// What is shown of a resolved class; the class itself when the view hides nothing.
+ClassPtr viewClass(const ClassPtr& resolved, const ClassView& view);
 
 }  // namespace cimom

@@ -1,17 +1,14 @@
 #include "Repository/Repository.h"
 
-#include "Model/Frozen.h"
 #include "Repository/ClassResolution.h"
 #include "Repository/Names.h"
 
-#include <Pegasus/Common/CIMObjectPath.h>
-#include <Pegasus/Common/CIMProperty.h>
 #include <Pegasus/Common/Exception.h>
 
 #include <algorithm>
 #include <array>
 #include <mutex>
-#include <shared_mutex>
+#include <tuple>
 #include <unordered_map>
 
 PEGASUS_USING_PEGASUS;
@@ -29,59 +26,59 @@ using NameMap = std::unordered_map<Name, Value, NoCase, NoCase>;
     throw CIMException(code, text);
 }
 
-// A class of the schema, its place in the tree and its static instances.
-class ClassEntry
+// The map's value of that name; null when there is none.
+template <class Map, class Name>
+auto* find(Map& map, const Name& name)
 {
-public:
-    ClassEntry(const CIMClass& resolved, const ClassEntry* superclass)
-        : superclass_(superclass), resolved_(frozen(resolved))
-    {
-    }
+    const auto found = map.find(name);
+    return found == map.end() ? nullptr : &found->second;
+}
 
-    const CIMClass& resolved() const { return resolved_; }
-    const CIMName& name() const { return resolved_.getClassName(); }
-    const ClassEntry* superclass() const { return superclass_; }
-
-    // The view without property list, made at the first request for it and shared from then on.
-    const CIMClass& view(bool localOnly, bool includeQualifiers, bool includeClassOrigin) const
-    {
-        View& view = views_[(localOnly ? 4U : 0U) + (includeQualifiers ? 2U : 0U) +
-                            (includeClassOrigin ? 1U : 0U)];
-        std::call_once(view.made, [&] {
-            view.content = frozen(viewClass(resolved_, localOnly, includeQualifiers,
-                                            includeClassOrigin, CIMPropertyList()));
-        });
-        return view.content;
-    }
-
+// A class of the schema, its place in the tree and its static instances.
+struct ClassEntry
+{
+    ClassPtr resolved;
+    const ClassEntry* superclass = nullptr;
     std::vector<const ClassEntry*> subclasses;
     std::vector<CIMInstance> instances;
 
-private:
-    struct View
+    const CIMInstance* find(const CIMObjectPath& path) const
     {
-        std::once_flag made;
-        CIMClass content;
-    };
+        const auto same = [&path](const CIMInstance& i) { return i.getPath().identical(path); };
+        const auto found = std::find_if(instances.begin(), instances.end(), same);
+        return found == instances.end() ? nullptr : &*found;
+    }
 
-    static CIMClass frozen(CIMClass content)
+    // The view without property list, made at the first request for it.
+    ClassPtr view(const ClassView& wanted) const
     {
-        freeze(content);
+        auto& [made, content] =
+            views_[(wanted.localOnly ? 4U : 0U) + (wanted.includeQualifiers ? 2U : 0U) +
+                   (wanted.includeClassOrigin ? 1U : 0U)];
+        std::call_once(made, [&, &shown = content] { shown = viewClass(resolved, wanted); });
         return content;
     }
 
-    const ClassEntry* superclass_;
-    CIMClass resolved_;
-    mutable std::array<View, 8> views_;
+private:
+    mutable std::array<std::pair<std::once_flag, ClassPtr>, 8> views_;
 };
 
 void appendSubclasses(const std::vector<const ClassEntry*>& from, bool deep,
                       std::vector<CIMName>& names)
 {
     for (const ClassEntry* const entry : from) {
-        names.push_back(entry->name());
+        names.push_back(entry->resolved->name());
         if (deep) appendSubclasses(entry->subclasses, deep, names);
     }
+}
+
+bool sameDecl(const QualifierDecl& a, const QualifierDecl& b)
+{
+    const auto all = [](const QualifierDecl& d) {
+        return std::tie(d.value, d.scopes, d.arraySize, d.flavor.overridable, d.flavor.toSubclass,
+                        d.flavor.toInstance, d.flavor.translatable);
+    };
+    return all(a) == all(b);
 }
 
 // The path as this repository keys and reports it: no host, no namespace.
@@ -90,98 +87,49 @@ CIMObjectPath bare(const CIMObjectPath& path)
     return CIMObjectPath(String(), CIMNamespaceName(), path.getClassName(), path.getKeyBindings());
 }
 
-bool isKey(const CIMConstProperty& declared)
+std::shared_ptr<Property> makeProperty(const Property& declared, const CIMValue& value,
+                                       const Qualifiers& qualifiers, bool fromClass)
 {
-    const Uint32 at = declared.findQualifier(CIMName("Key"));
-    return at != PEG_NOT_FOUND && declared.getQualifier(at).getValue() == CIMValue(Boolean(true));
-}
-
-// The value, or for null the null that a property of this declaration can hold.
-CIMValue fitted(const CIMValue& value, const CIMConstProperty& declared)
-{
-    if (!value.isNull()) return value;
-    return CIMValue(declared.getType(), declared.isArray(), declared.getArraySize());
-}
-
-bool fits(const CIMValue& value, const CIMConstProperty& declared)
-{
-    if (value.getType() != declared.getType() || value.isArray() != declared.isArray())
-        return false;
-    return value.isNull() || declared.getArraySize() == 0 ||
-           value.getArraySize() == declared.getArraySize();
-}
-
-CIMProperty propertyWithValue(const CIMConstProperty& declared, const CIMValue& value,
-                              bool fromClass)
-{
-    return CIMProperty(declared.getName(), fitted(value, declared), declared.getArraySize(),
-                       declared.getReferenceClassName(), declared.getClassOrigin(), fromClass);
-}
-
-void checkProperties(const CIMConstInstance& instance, const CIMConstClass& definition)
-{
-    for (Uint32 i = 0; i < instance.getPropertyCount(); ++i) {
-        const CIMConstProperty given = instance.getProperty(i);
-        const Uint32 at = definition.findProperty(given.getName());
-        if (at == PEG_NOT_FOUND)
-            fail(CIM_ERR_FAILED, "no such property: " + given.getName().getString());
-        const CIMConstProperty declared = definition.getProperty(at);
-        if (!fits(given.getValue(), declared))
-            fail(CIM_ERR_FAILED, "type mismatch: property " + declared.getName().getString());
-    }
+    const auto result = std::make_shared<Property>(declared);
+    result->value = value;
+    result->qualifiers = qualifiers;
+    result->propagated = fromClass;
+    return result;
 }
 
 // The instance as it is stored: what it lacks comes first, in the order of the class, then what it
 // has, in its own order; names in the spelling of the class.
-CIMInstance completeInstance(const CIMConstInstance& given, const CIMConstClass& definition)
+CIMInstance completeInstance(const Instance& given, const Class& definition)
 {
-    CIMInstance result(definition.getClassName());
-    for (Uint32 i = 0; i < given.getQualifierCount(); ++i)
-        result.addQualifier(given.getQualifier(i).clone());
-    for (Uint32 i = 0; i < definition.getPropertyCount(); ++i) {
-        const CIMConstProperty declared = definition.getProperty(i);
-        if (given.findProperty(declared.getName()) == PEG_NOT_FOUND)
-            result.addProperty(propertyWithValue(declared, declared.getValue(), true));
+    const auto result = std::make_shared<Instance>();
+    result->path = definition.path;
+    result->qualifiers = given.qualifiers;
+    for (const auto& declared : definition.properties)
+        if (given.property(declared->name) == nullptr)
+            result->properties.push_back(makeProperty(*declared, declared->value, {}, true));
+    for (const auto& property : given.properties) {
+        const Property* const declared = definition.property(property->name);
+        if (declared == nullptr || !property->value.typeCompatible(declared->value))
+            fail(CIM_ERR_INVALID_PARAMETER, "class " + definition.name().getString() +
+                                                " has no property " + property->name.getString() +
+                                                " of this type");
+        result->properties.push_back(
+            makeProperty(*declared, property->value, property->qualifiers, false));
     }
-    for (Uint32 i = 0; i < given.getPropertyCount(); ++i) {
-        const CIMConstProperty mine = given.getProperty(i);
-        const CIMConstProperty declared =
-            definition.getProperty(definition.findProperty(mine.getName()));
-        CIMProperty property = propertyWithValue(declared, mine.getValue(), false);
-        for (Uint32 q = 0; q < mine.getQualifierCount(); ++q)
-            property.addQualifier(mine.getQualifier(q).clone());
-        result.addProperty(property);
-    }
-    return result;
+    return CIMInstance(result);
 }
 
-void setPathFromKeys(CIMInstance& instance, const CIMConstClass& definition)
+void setPathFromKeys(CIMInstance& instance, const ClassPtr& definition)
 {
     Array<CIMName> keys;
-    definition.getKeyNames(keys);
-    if (keys.size() == 0)
-        fail(CIM_ERR_FAILED, "class has no keys: " + definition.getClassName().getString());
+    CIMClass(definition).getKeyNames(keys);
+    const String& className = definition->name().getString();
+    if (keys.size() == 0) fail(CIM_ERR_FAILED, "class has no keys: " + className);
     for (Uint32 i = 0; i < keys.size(); ++i)
-        if (instance.getProperty(instance.findProperty(keys[i])).getValue().isNull())
+        if (instance.object().property(keys[i])->value.isNull())
             fail(CIM_ERR_INVALID_PARAMETER,
-                 "key property without a value: " + definition.getClassName().getString() + "." +
-                     keys[i].getString());
-    instance.setPath(instance.buildPath(definition));
-}
-
-// Changes one property of a stored instance to what `given` says of it: a property that `given`
-// lacks goes back to the default of the class, a key stays.
-void modifyProperty(CIMInstance& stored, const CIMConstInstance& given,
-                    const CIMConstProperty& declared)
-{
-    const Uint32 at = given.findProperty(declared.getName());
-    if (isKey(declared) && at == PEG_NOT_FOUND) return;
-    const CIMValue value = fitted(
-        at == PEG_NOT_FOUND ? declared.getValue() : given.getProperty(at).getValue(), declared);
-    CIMProperty property = stored.getProperty(stored.findProperty(declared.getName()));
-    if (isKey(declared) && property.getValue() != value)
-        fail(CIM_ERR_FAILED, "Attempted to modify a key property");
-    property.setValue(value);
+                 "key property without a value: " + className + "." + keys[i].getString());
+    instance.setPath(instance.buildPath(CIMClass(definition)));
 }
 
 }  // namespace
@@ -190,56 +138,29 @@ struct Repository::Impl
 {
     struct Namespace
     {
-        CIMNamespaceName name;
-        NameMap<CIMName, CIMQualifierDecl> qualifiers;
-        std::vector<CIMName> qualifierOrder;
-        NameMap<CIMName, std::unique_ptr<ClassEntry>> classes;
+        NameMap<CIMName, QualifierDecl> qualifiers;
+        std::vector<const QualifierDecl*> qualifierOrder;
+        NameMap<CIMName, ClassEntry> classes;
         std::vector<const ClassEntry*> roots;
 
-        ClassEntry* find(const CIMName& className) const
+        ClassEntry& get(const CIMName& className, CIMStatusCode codeIfUnknown)
         {
-            const auto found = classes.find(className);
-            return found == classes.end() ? nullptr : found->second.get();
-        }
-
-        ClassEntry& get(const CIMName& className, CIMStatusCode codeIfUnknown) const
-        {
-            ClassEntry* const entry = find(className);
+            ClassEntry* const entry = find(classes, className);
             if (entry == nullptr) fail(codeIfUnknown, className.getString());
             return *entry;
-        }
-
-        std::vector<CIMInstance>::iterator findInstance(ClassEntry& entry,
-                                                        const CIMObjectPath& path) const
-        {
-            return std::find_if(
-                entry.instances.begin(), entry.instances.end(),
-                [&](const CIMInstance& instance) { return instance.getPath().identical(path); });
-        }
-
-        CIMInstance& getInstance(const CIMObjectPath& path) const
-        {
-            ClassEntry& entry = get(path.getClassName(), CIM_ERR_INVALID_CLASS);
-            const auto found = findInstance(entry, path);
-            if (found == entry.instances.end()) fail(CIM_ERR_NOT_FOUND, path.toString());
-            return *found;
         }
     };
 
     Namespace& get(const CIMNamespaceName& name)
     {
-        const auto found = namespaces.find(name);
-        if (found == namespaces.end()) fail(CIM_ERR_INVALID_NAMESPACE, name.getString());
-        return *found->second;
+        Namespace* const space = find(namespaces, name);
+        if (space == nullptr) fail(CIM_ERR_INVALID_NAMESPACE, name.getString());
+        return *space;
     }
 
-    std::shared_mutex mutex;
-    NameMap<CIMNamespaceName, std::unique_ptr<Namespace>> namespaces;
-    std::vector<const Namespace*> order;
+    NameMap<CIMNamespaceName, Namespace> namespaces;
+    std::vector<CIMNamespaceName> order;
 };
-
-using Reading = std::shared_lock<std::shared_mutex>;
-using Writing = std::unique_lock<std::shared_mutex>;
 
 Repository::Repository() : impl_(std::make_unique<Impl>()) {}
 
@@ -247,114 +168,86 @@ Repository::~Repository() = default;
 
 void Repository::addNamespace(const CIMNamespaceName& name)
 {
-    const Writing lock(impl_->mutex);
-    auto& slot = impl_->namespaces[name];
-    if (slot != nullptr) return;
-    slot = std::make_unique<Impl::Namespace>();
-    slot->name = name;
-    impl_->order.push_back(slot.get());
+    if (impl_->namespaces.try_emplace(name).second) impl_->order.push_back(name);
 }
 
 bool Repository::hasNamespace(const CIMNamespaceName& name) const
 {
-    const Reading lock(impl_->mutex);
     return impl_->namespaces.count(name) > 0;
 }
 
 std::vector<CIMNamespaceName> Repository::namespaces() const
 {
-    const Reading lock(impl_->mutex);
-    std::vector<CIMNamespaceName> names;
-    for (const Impl::Namespace* const space : impl_->order)
-        names.push_back(space->name);
-    return names;
+    return impl_->order;
 }
 
-void Repository::addQualifierDecl(const CIMNamespaceName& nameSpace, const CIMQualifierDecl& decl)
+void Repository::addQualifierDecl(const CIMNamespaceName& nameSpace, QualifierDecl decl)
 {
-    const Writing lock(impl_->mutex);
     Impl::Namespace& space = impl_->get(nameSpace);
-    const auto [slot, isNew] = space.qualifiers.emplace(decl.getName(), decl);
-    if (isNew) {
-        slot->second = decl.clone();
-        freeze(slot->second);
-        space.qualifierOrder.push_back(decl.getName());
-    } else if (!slot->second.identical(decl)) {
+    if (const QualifierDecl* const known = find(space.qualifiers, decl.name)) {
+        if (sameDecl(*known, decl)) return;
         fail(CIM_ERR_ALREADY_EXISTS,
-             "qualifier " + decl.getName().getString() + " is declared already, and differently");
+             "qualifier " + decl.name.getString() + " is declared already, and differently");
     }
+    const CIMName name = decl.name;
+    space.qualifierOrder.push_back(&(space.qualifiers[name] = std::move(decl)));
 }
 
-CIMQualifierDecl Repository::getQualifierDecl(const CIMNamespaceName& nameSpace,
-                                              const CIMName& name) const
+const QualifierDecl& Repository::getQualifierDecl(const CIMNamespaceName& nameSpace,
+                                                  const CIMName& name) const
 {
-    const Reading lock(impl_->mutex);
-    const Impl::Namespace& space = impl_->get(nameSpace);
-    const auto found = space.qualifiers.find(name);
-    if (found == space.qualifiers.end()) fail(CIM_ERR_NOT_FOUND, name.getString());
-    return found->second;
+    const QualifierDecl* const decl = find(impl_->get(nameSpace).qualifiers, name);
+    if (decl == nullptr) fail(CIM_ERR_NOT_FOUND, name.getString());
+    return *decl;
 }
 
-std::vector<CIMQualifierDecl> Repository::qualifierDecls(const CIMNamespaceName& nameSpace) const
+std::vector<const QualifierDecl*> Repository::qualifierDecls(
+    const CIMNamespaceName& nameSpace) const
 {
-    const Reading lock(impl_->mutex);
-    const Impl::Namespace& space = impl_->get(nameSpace);
-    std::vector<CIMQualifierDecl> decls;
-    for (const CIMName& name : space.qualifierOrder)
-        decls.push_back(space.qualifiers.at(name));
-    return decls;
+    return impl_->get(nameSpace).qualifierOrder;
 }
 
-void Repository::addClass(const CIMNamespaceName& nameSpace, const CIMClass& given)
+void Repository::addClass(const CIMNamespaceName& nameSpace, const Class& given)
 {
-    const Writing lock(impl_->mutex);
     Impl::Namespace& space = impl_->get(nameSpace);
-    const String& name = given.getClassName().getString();
-    if (space.find(given.getClassName()) != nullptr)
-        fail(CIM_ERR_ALREADY_EXISTS, "class " + name + " exists already");
+    const String text = "class " + given.name().getString();
+    if (find(space.classes, given.name()) != nullptr)
+        fail(CIM_ERR_ALREADY_EXISTS, text + " exists already");
     ClassEntry* superclass = nullptr;
-    if (!given.getSuperClassName().isNull()) {
-        superclass = space.find(given.getSuperClassName());
+    if (!given.superClassName.isNull()) {
+        superclass = find(space.classes, given.superClassName);
         if (superclass == nullptr)
-            fail(CIM_ERR_INVALID_SUPERCLASS, "class " + name + ": its superclass " +
-                                                 given.getSuperClassName().getString() +
-                                                 " does not exist");
+            fail(CIM_ERR_INVALID_SUPERCLASS,
+                 text + ": its superclass " + given.superClassName.getString() + " does not exist");
     }
     const SchemaLookup lookup{
-        [&space](const CIMName& qualifier) {
-            const auto found = space.qualifiers.find(qualifier);
-            return found == space.qualifiers.end() ? nullptr : &found->second;
-        },
-        [&space](const CIMName& className) { return space.find(className) != nullptr; }};
-    auto entry = std::make_unique<ClassEntry>(
-        resolveClass(given, superclass == nullptr ? CIMClass() : superclass->resolved(), lookup),
-        superclass);
-    (superclass == nullptr ? space.roots : superclass->subclasses).push_back(entry.get());
-    space.classes.emplace(given.getClassName(), std::move(entry));
+        [&space](const CIMName& name) { return find(space.qualifiers, name); },
+        [&space](const CIMName& name) { return find(space.classes, name) != nullptr; }};
+    auto resolved = std::make_shared<const Class>(
+        resolveClass(given, superclass == nullptr ? nullptr : superclass->resolved.get(), lookup));
+    ClassEntry& entry = space.classes[given.name()];
+    entry.resolved = std::move(resolved);
+    entry.superclass = superclass;
+    (superclass == nullptr ? space.roots : superclass->subclasses).push_back(&entry);
 }
 
-bool Repository::hasClass(const CIMNamespaceName& nameSpace, const CIMName& className) const
+ClassPtr Repository::findClass(const CIMNamespaceName& nameSpace, const CIMName& className) const
 {
-    const Reading lock(impl_->mutex);
-    return impl_->get(nameSpace).find(className) != nullptr;
+    const ClassEntry* const entry = find(impl_->get(nameSpace).classes, className);
+    return entry == nullptr ? nullptr : entry->resolved;
 }
 
-CIMClass Repository::getClass(const CIMNamespaceName& nameSpace, const CIMName& className,
-                              bool localOnly, bool includeQualifiers, bool includeClassOrigin,
-                              const CIMPropertyList& properties) const
+ClassPtr Repository::getClass(const CIMNamespaceName& nameSpace, const CIMName& className,
+                              const ClassView& view) const
 {
-    const Reading lock(impl_->mutex);
     const ClassEntry& entry = impl_->get(nameSpace).get(className, CIM_ERR_NOT_FOUND);
-    if (properties.isNull()) return entry.view(localOnly, includeQualifiers, includeClassOrigin);
-    return viewClass(entry.resolved(), localOnly, includeQualifiers, includeClassOrigin,
-                     properties);
+    return view.properties.isNull() ? entry.view(view) : viewClass(entry.resolved, view);
 }
 
 std::vector<CIMName> Repository::subclassNames(const CIMNamespaceName& nameSpace,
                                                const CIMName& className, bool deep) const
 {
-    const Reading lock(impl_->mutex);
-    const Impl::Namespace& space = impl_->get(nameSpace);
+    Impl::Namespace& space = impl_->get(nameSpace);
     std::vector<CIMName> names;
     appendSubclasses(
         className.isNull() ? space.roots : space.get(className, CIM_ERR_INVALID_CLASS).subclasses,
@@ -362,90 +255,47 @@ std::vector<CIMName> Repository::subclassNames(const CIMNamespaceName& nameSpace
     return names;
 }
 
-std::vector<CIMName> Repository::superclassNames(const CIMNamespaceName& nameSpace,
-                                                 const CIMName& className) const
-{
-    const Reading lock(impl_->mutex);
-    const ClassEntry& entry = impl_->get(nameSpace).get(className, CIM_ERR_NOT_FOUND);
-    std::vector<CIMName> names;
-    for (const ClassEntry* e = entry.superclass(); e != nullptr; e = e->superclass())
-        names.push_back(e->name());
-    return names;
-}
-
 bool Repository::isSubclassOf(const CIMNamespaceName& nameSpace, const CIMName& className,
                               const CIMName& ancestor) const
 {
-    const Reading lock(impl_->mutex);
-    const Impl::Namespace& space = impl_->get(nameSpace);
-    const ClassEntry* const wanted = space.find(ancestor);
-    if (wanted == nullptr) return false;
-    const ClassEntry* entry = space.find(className);
+    Impl::Namespace& space = impl_->get(nameSpace);
+    const ClassEntry* const wanted = find(space.classes, ancestor);
+    const ClassEntry* entry = find(space.classes, className);
     while (entry != nullptr && entry != wanted)
-        entry = entry->superclass();
+        entry = entry->superclass;
     return entry != nullptr;
 }
 
-CIMObjectPath Repository::addInstance(const CIMNamespaceName& nameSpace, const CIMInstance& given)
+void Repository::addInstance(const CIMNamespaceName& nameSpace, const CIMInstance& given)
 {
-    const Writing lock(impl_->mutex);
-    const Impl::Namespace& space = impl_->get(nameSpace);
-    ClassEntry& entry = space.get(given.getClassName(), CIM_ERR_INVALID_CLASS);
-    const CIMConstClass definition(entry.resolved());
+    ClassEntry& entry = impl_->get(nameSpace).get(given.getClassName(), CIM_ERR_INVALID_CLASS);
+    const Class& definition = *entry.resolved;
     if (definition.isAbstract())
         fail(CIM_ERR_FAILED,
-             "attempted to instantiate an abstract class " + entry.name().getString());
-    checkProperties(given, definition);
-    CIMInstance instance = completeInstance(given, definition);
-    setPathFromKeys(instance, definition);
-    const CIMObjectPath path = instance.getPath();
-    if (space.findInstance(entry, path) != entry.instances.end())
-        fail(CIM_ERR_ALREADY_EXISTS, path.toString());
+             "attempted to instantiate an abstract class " + definition.name().getString());
+    CIMInstance instance = completeInstance(given.object(), definition);
+    setPathFromKeys(instance, entry.resolved);
+    if (entry.find(instance.getPath()) != nullptr)
+        fail(CIM_ERR_ALREADY_EXISTS, instance.getPath().toString());
     entry.instances.push_back(instance);
-    return path;
-}
-
-void Repository::modifyInstance(const CIMNamespaceName& nameSpace, const CIMInstance& given,
-                                const CIMPropertyList& properties)
-{
-    const Writing lock(impl_->mutex);
-    const Impl::Namespace& space = impl_->get(nameSpace);
-    CIMInstance& stored = space.getInstance(bare(given.getPath()));
-    const CIMConstClass definition(
-        space.get(given.getClassName(), CIM_ERR_INVALID_CLASS).resolved());
-    checkProperties(given, definition);
-    CIMInstance changed = stored.clone();
-    for (Uint32 i = 0; i < definition.getPropertyCount(); ++i)
-        if (properties.useThisProperty(definition.getProperty(i).getName()))
-            modifyProperty(changed, given, definition.getProperty(i));
-    stored = changed;
-}
-
-void Repository::removeInstance(const CIMNamespaceName& nameSpace, const CIMObjectPath& path)
-{
-    const Writing lock(impl_->mutex);
-    const Impl::Namespace& space = impl_->get(nameSpace);
-    const CIMObjectPath wanted = bare(path);
-    ClassEntry& entry = space.get(wanted.getClassName(), CIM_ERR_INVALID_CLASS);
-    const auto found = space.findInstance(entry, wanted);
-    if (found == entry.instances.end()) fail(CIM_ERR_NOT_FOUND, wanted.toString());
-    entry.instances.erase(found);
 }
 
 CIMInstance Repository::getInstance(const CIMNamespaceName& nameSpace,
                                     const CIMObjectPath& path) const
 {
-    const Reading lock(impl_->mutex);
-    return impl_->get(nameSpace).getInstance(bare(path)).clone();
+    const CIMObjectPath wanted = bare(path);
+    const CIMInstance* const found =
+        impl_->get(nameSpace).get(wanted.getClassName(), CIM_ERR_INVALID_CLASS).find(wanted);
+    if (found == nullptr) fail(CIM_ERR_NOT_FOUND, wanted.toString());
+    return found->clone();
 }
 
 std::vector<CIMInstance> Repository::instancesOf(const CIMNamespaceName& nameSpace,
                                                  const CIMName& className) const
 {
-    const Reading lock(impl_->mutex);
-    const ClassEntry& entry = impl_->get(nameSpace).get(className, CIM_ERR_INVALID_CLASS);
     std::vector<CIMInstance> copies;
-    for (const CIMInstance& instance : entry.instances)
+    for (const CIMInstance& instance :
+         impl_->get(nameSpace).get(className, CIM_ERR_INVALID_CLASS).instances)
         copies.push_back(instance.clone());
     return copies;
 }

@@ -1,8 +1,8 @@
 // qbx-cimserver: the embedded object manager as a program.
 #include "Broker/Broker.h"
 #include "Broker/Interop.h"
-#include "CimXml/Encode.h"
 #include "Http/HttpServer.h"
+#include "Model/Text.h"
 #include "Mof/MofCompiler.h"
 #include "Repository/Repository.h"
 #include "Server/ServerOptions.h"
@@ -124,11 +124,9 @@ void serve(ServerOptions options)
     Broker broker(repository, brokerOptions);
     const CurrentManager current(broker);
     options.http.log = log;
-    const std::string hostName = options.http.hostName;
-    HttpServer server(options.http, users ? &*users : nullptr,
-                      [&broker, hostName](const CimRequest& request) {
-                          return answerCimRequest(broker, hostName, request);
-                      });
+    HttpServer server(
+        options.http, users ? &*users : nullptr,
+        [&broker](const CimRequest& request) { return answerCimRequest(broker, request); });
     warnOfExposure(options);
     std::cout << "ready: " + url(options, server.port()) + "\n" << std::flush;
     waitForStop();
@@ -191,7 +189,7 @@ int main(int argc, char** argv)
     } catch (const std::exception& error) {
         complain(error.what());
     } catch (const Exception& error) {
-        complain(xml::utf8(error.getMessage()));
+        complain(toUtf8(error.getMessage()));
     }
     return 1;
 }

@@ -1,59 +1,77 @@
 // Arrays of the library's types.
 #pragma once
 
-#include <Pegasus/Common/Char16.h>
-#include <Pegasus/Common/Config.h>
 #include <Pegasus/Common/CopyOnWrite.h>
-#include <Pegasus/Common/Linkage.h>
 #include <Pegasus/Common/String.h>
+
+#include <type_traits>
+#include <vector>
 
 namespace Pegasus
 {
 
+namespace detail
+{
+
+/// Throws IndexOutOfBoundsException.
+[[noreturn]] void throwOutOfBounds();
+
+}  // namespace detail
+
 /// An array with value semantics; but elements that are handles stand for the same objects in all
-/// copies. Its members are defined in the library, for the library's own types: the basic types,
-/// String, CIMName, CIMNamespaceName, CIMKeyBinding, CIMObjectPath, CIMDateTime, CIMValue,
-/// CIMQualifier, CIMQualifierDecl, CIMProperty, CIMParameter, CIMMethod, CIMInstance, CIMClass,
-/// CIMObject and CIMParamValue. Positions out of range throw IndexOutOfBoundsException.
+/// copies. Positions out of range throw IndexOutOfBoundsException.
 template <class T>
-class PEGASUS_COMMON_LINKAGE Array
+class Array
 {
 public:
-    Array();
-    Array(const Array& x);
+    Array() = default;
     /// Default constructed elements.
-    Array(Uint32 size);
-    Array(Uint32 size, const T& x);
-    Array(const T* items, Uint32 size);
-    ~Array();
-    Array& operator=(const Array& x);
+    Array(Uint32 size) : Array(size, T()) {}
+    Array(Uint32 size, const T& x)
+    {
+        if (size > 0) _items.write().assign(size, Item{x});
+    }
+    Array(const T* items, Uint32 size) { append(items, size); }
 
-    void clear();
-    void reserveCapacity(Uint32 capacity);
-    /// Adds `size` copies of x.
-    void grow(Uint32 size, const T& x);
-    void swap(Array& x);
-    Uint32 size() const;
-    Uint32 getCapacity() const;
+    void clear() { _items.reset(); }
+    Uint32 size() const { return _items.get() ? Uint32(_items.get()->size()) : 0; }
     /// Valid until the array changes.
-    const T* getData() const;
-    T& operator[](Uint32 index);
-    const T& operator[](Uint32 index) const;
+    const T* getData() const
+    {
+        return _items.get() ? reinterpret_cast<const T*>(_items.get()->data()) : nullptr;
+    }
+    T& operator[](Uint32 index)
+    {
+        if (index >= size()) detail::throwOutOfBounds();
+        return _items.write()[index].value;
+    }
+    const T& operator[](Uint32 index) const
+    {
+        if (index >= size()) detail::throwOutOfBounds();
+        return (*_items.get())[index].value;
+    }
 
-    void append(const T& x);
-    void append(const T* x, Uint32 size);
-    void appendArray(const Array& x);
-    void prepend(const T& x);
-    void prepend(const T* x, Uint32 size);
-    /// Before the element at index; the size is the end.
-    void insert(Uint32 index, const T& x);
-    void insert(Uint32 index, const T* x, Uint32 size);
-    void remove(Uint32 index);
-    void remove(Uint32 index, Uint32 size);
+    // What is appended may be elements of this array: it is copied before anything changes.
+    void append(const T& x)
+    {
+        const Item item{x};
+        _items.write().push_back(item);
+    }
+    void append(const T* x, Uint32 size)
+    {
+        const auto* const first = reinterpret_cast<const Item*>(x);
+        const std::vector<Item> items(first, first + size);
+        if (size > 0) _items.write().insert(_items.get()->end(), items.begin(), items.end());
+    }
+    void appendArray(const Array& x) { append(x.getData(), x.size()); }
 
 private:
-    struct Items;
-    detail::CopyOnWrite<Items> _items;
+    // Wrapped, as a vector of bool would pack its elements.
+    struct Item
+    {
+        T value;
+    };
+    detail::CopyOnWrite<std::vector<Item>> _items;
 };
 
 }  // namespace Pegasus

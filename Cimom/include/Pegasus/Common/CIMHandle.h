@@ -2,41 +2,42 @@
 #pragma once
 
 #include <Pegasus/Common/Config.h>
-#include <Pegasus/Common/Linkage.h>
 
 #include <memory>
-
-namespace cimom
-{
-struct Rep;
-struct HandleAccess;
-}  // namespace cimom
+#include <utility>
 
 namespace Pegasus::detail
 {
 
-/// A counted reference to a representation. Copies of a handle stand for the same object: a change
-/// made through one shows through all. Every call on an uninitialized handle, isUninitialized()
-/// apart, throws UninitializedObjectException.
-///
-/// Representations that come from a class repository are frozen: they are shared by everybody who
-/// fetched them and never change. The first setter called through a handle to one gives that handle
-/// a copy of its own. The handles that getProperty(), getQualifier() and the like return from a
-/// frozen object do the same for themselves.
-class PEGASUS_COMMON_LINKAGE Handle
+/// Throws UninitializedObjectException.
+[[noreturn]] void throwUninitialized();
+
+/// A counted reference to an object. Copies of a handle stand for the same object: a change made
+/// through one shows through all. Every call on an uninitialized handle, isUninitialized() apart,
+/// throws UninitializedObjectException.
+template <class Object>
+class Handle
 {
 public:
     Handle() = default;
+    explicit Handle(std::shared_ptr<Object> object) : _object(std::move(object)) {}
     // No moves: the source of a move stays usable, as everywhere in this library.
     Handle(const Handle&) = default;
     Handle& operator=(const Handle&) = default;
     ~Handle() = default;
 
-    Boolean isUninitialized() const { return !_rep; }
+    Boolean isUninitialized() const { return !_object; }
+
+    // For the object manager, which works on the objects themselves.
+    Object& object() const
+    {
+        if (!_object) throwUninitialized();
+        return *_object;
+    }
+    const std::shared_ptr<Object>& shared() const { return _object; }
 
 private:
-    std::shared_ptr<cimom::Rep> _rep;
-    friend struct cimom::HandleAccess;
+    std::shared_ptr<Object> _object;
 };
 
 }  // namespace Pegasus::detail

@@ -1,75 +1,71 @@
 // Instances of CIM classes.
 #pragma once
 
-#include <Pegasus/Common/CIMName.h>
-#include <Pegasus/Common/CIMObject.h>
+#include <Pegasus/Common/CIMHandle.h>
+#include <Pegasus/Common/CIMObjectPath.h>
+#include <Pegasus/Common/CIMProperty.h>
 #include <Pegasus/Common/CIMPropertyList.h>
-#include <Pegasus/Common/Config.h>
-#include <Pegasus/Common/Linkage.h>
+
+namespace cimom
+{
+struct Instance;
+}
 
 namespace Pegasus
 {
 
+class CIMClass;
+class CIMObject;
+
 namespace detail
 {
 
-/// What an instance answers, changeable or not.
-class PEGASUS_COMMON_LINKAGE InstanceReader : public ObjectReader
+/// What both handles on instances offer.
+class InstanceHandle : public Handle<cimom::Instance>
 {
 public:
-    /// The path made of the instance's class name and the values of the properties that the class
-    /// marks as keys (in the class's spelling); host and namespace are empty. Throws NoSuchProperty
-    /// when the instance lacks one, MalformedObjectNameException when a reference key is null.
-    CIMObjectPath buildPath(const CIMConstClass& cimClass) const;
-    /// Same path, properties and qualifiers in the same order.
-    Boolean identical(const CIMConstInstance& x) const;
-    /// An independent deep copy.
-    CIMInstance clone() const;
+    using Handle::Handle;
 
-protected:
-    InstanceReader() = default;
-    /// Throws DynamicCastFailedException unless `other` is an instance.
-    explicit InstanceReader(const ObjectReader& other);
-    /// Throws UninitializedObjectException when the name is null.
-    explicit InstanceReader(const CIMName& className);
+    /// The class name of the path.
+    const CIMName& getClassName() const;
+    const CIMObjectPath& getPath() const;
+    /// Takes over the path with its spelling of the class name. Throws TypeMismatchException when
+    /// the path is of another class, UninitializedObjectException when it has none.
+    void setPath(const CIMObjectPath& path);
+
+    /// The position of the property of that name (ignoring case), or PEG_NOT_FOUND.
+    Uint32 findProperty(const CIMName& name) const;
+    /// Throws IndexOutOfBoundsException.
+    CIMProperty getProperty(Uint32 index);
+    CIMConstProperty getProperty(Uint32 index) const;
+    Uint32 getPropertyCount() const;
 };
 
 }  // namespace detail
 
-/// An instance: a path, properties and qualifiers. A handle.
-class PEGASUS_COMMON_LINKAGE CIMInstance
-    : public detail::Object<CIMInstance, detail::InstanceReader>
+/// An instance: a path and properties. A handle.
+class CIMInstance : public detail::InstanceHandle
 {
 public:
+    using InstanceHandle::InstanceHandle;
     CIMInstance() = default;
-    /// A handle on the same instance. Throws DynamicCastFailedException when it is none.
-    explicit CIMInstance(const CIMObject& x) : Object(static_cast<const detail::ObjectReader&>(x))
-    {
-    }
+    /// A handle on the same instance. Throws DynamicCastFailedException for an uninitialized
+    /// object.
+    explicit CIMInstance(const CIMObject& x);
     /// Throws UninitializedObjectException when the name is null.
-    CIMInstance(const CIMName& className) : Object(className) {}
+    CIMInstance(const CIMName& className);
 
-    /// Removes the properties that are not listed (keys too) and, unless asked for, all qualifiers
-    /// and class origins. Path and values stay.
-    void instanceFilter(Boolean includeQualifiers, Boolean includeClassOrigin,
-                        const CIMPropertyList& propertyList);
-};
-
-/// A handle on an instance that offers no setters.
-class PEGASUS_COMMON_LINKAGE CIMConstInstance : public detail::InstanceReader
-{
-public:
-    CIMConstInstance() = default;
-    CIMConstInstance(const CIMInstance& x) : InstanceReader(x) {}
-    explicit CIMConstInstance(const CIMObject& x)
-        : InstanceReader(static_cast<const ObjectReader&>(x))
-    {
-    }
-    explicit CIMConstInstance(const CIMConstObject& x)
-        : InstanceReader(static_cast<const ObjectReader&>(x))
-    {
-    }
-    CIMConstInstance(const CIMName& className) : InstanceReader(className) {}
+    /// Stores the handle, not a copy. Throws AlreadyExistsException for a name that is there,
+    /// UninitializedObjectException for an uninitialized property.
+    CIMInstance& addProperty(const CIMProperty& x);
+    /// The path made of the instance's class name and the values of the properties that the class
+    /// marks as keys (in the class's spelling); host and namespace are empty. Throws NoSuchProperty
+    /// when the instance lacks one, MalformedObjectNameException when a reference key is null.
+    CIMObjectPath buildPath(const CIMClass& cimClass) const;
+    /// Same path, qualifiers and properties in the same order.
+    Boolean identical(const CIMInstance& x) const;
+    /// An independent deep copy.
+    CIMInstance clone() const;
 };
 
 }  // namespace Pegasus

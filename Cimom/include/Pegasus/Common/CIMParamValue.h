@@ -1,18 +1,26 @@
 // Arguments and output parameters of method calls.
 #pragma once
 
-#include <Pegasus/Common/Array.h>
 #include <Pegasus/Common/CIMHandle.h>
 #include <Pegasus/Common/CIMValue.h>
-#include <Pegasus/Common/Config.h>
-#include <Pegasus/Common/Linkage.h>
-#include <Pegasus/Common/String.h>
+
+namespace cimom
+{
+
+struct ParamValue
+{
+    Pegasus::String name;
+    Pegasus::CIMValue value;
+    bool isTyped = true;
+};
+
+}  // namespace cimom
 
 namespace Pegasus
 {
 
 /// A named value that is passed to or returned by a method. A handle.
-class PEGASUS_COMMON_LINKAGE CIMParamValue : public detail::Handle
+class CIMParamValue : public detail::Handle<const cimom::ParamValue>
 {
 public:
     CIMParamValue() = default;
@@ -20,15 +28,9 @@ public:
     /// is empty.
     CIMParamValue(String parameterName, CIMValue value, Boolean isTyped = true);
 
-    String getParameterName() const;
-    CIMValue getValue() const;
-    Boolean isTyped() const;
-    void setParameterName(String& parameterName);
-    /// Accepts a value of any type.
-    void setValue(CIMValue& value);
-    void setIsTyped(Boolean isTyped);
-    /// An independent copy.
-    CIMParamValue clone() const;
+    String getParameterName() const { return object().name; }
+    CIMValue getValue() const { return object().value; }
+    Boolean isTyped() const { return object().isTyped; }
 };
 
 }  // namespace Pegasus

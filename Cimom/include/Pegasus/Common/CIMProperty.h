@@ -1,12 +1,14 @@
 // Properties of classes and instances.
 #pragma once
 
-#include <Pegasus/Common/Array.h>
+#include <Pegasus/Common/CIMHandle.h>
 #include <Pegasus/Common/CIMName.h>
-#include <Pegasus/Common/CIMQualifier.h>
 #include <Pegasus/Common/CIMValue.h>
-#include <Pegasus/Common/Config.h>
-#include <Pegasus/Common/Linkage.h>
+
+namespace cimom
+{
+struct Property;
+}
 
 namespace Pegasus
 {
@@ -17,10 +19,13 @@ class CIMConstProperty;
 namespace detail
 {
 
-/// What a property answers, changeable or not.
-class PEGASUS_COMMON_LINKAGE PropertyReader : public QualifiedReader
+/// What both handles on properties offer.
+template <class Property>
+class PropertyHandle : public Handle<Property>
 {
 public:
+    using Handle<Property>::Handle;
+
     const CIMName& getName() const;
     const CIMValue& getValue() const;
     CIMType getType() const;
@@ -30,58 +35,39 @@ public:
     const CIMName& getReferenceClassName() const;
     const CIMName& getClassOrigin() const;
     Boolean getPropagated() const;
-    /// Same name, value, reference class, origin, propagation and qualifiers in order; the array
-    /// size does not count.
+    /// Same name, value, reference class, origin, propagation and qualifiers; the array size does
+    /// not count.
     Boolean identical(const CIMConstProperty& x) const;
     /// An independent deep copy.
     CIMProperty clone() const;
-
-protected:
-    PropertyReader() = default;
-    PropertyReader(const CIMName& name, const CIMValue& value, Uint32 arraySize,
-                   const CIMName& referenceClassName, const CIMName& classOrigin,
-                   Boolean propagated);
 };
 
 }  // namespace detail
 
-/// A property: a named value with qualifiers. A handle.
-class PEGASUS_COMMON_LINKAGE CIMProperty
-    : public detail::Qualified<CIMProperty, detail::PropertyReader>
+/// A property: a named value. A handle.
+class CIMProperty : public detail::PropertyHandle<cimom::Property>
 {
 public:
+    using PropertyHandle::PropertyHandle;
     CIMProperty() = default;
     /// The value also fixes type and arrayness. Throws UninitializedObjectException when the name
     /// is null; TypeMismatchException for an array of references, a reference class on something
     /// else than a reference, or an array size that does not match the value.
     CIMProperty(const CIMName& name, const CIMValue& value, Uint32 arraySize = 0,
                 const CIMName& referenceClassName = CIMName(),
-                const CIMName& classOrigin = CIMName(), Boolean propagated = false)
-        : Qualified(name, value, arraySize, referenceClassName, classOrigin, propagated)
-    {
-    }
+                const CIMName& classOrigin = CIMName(), Boolean propagated = false);
 
-    /// Throws Exception when the property sits in a container and the name differs in more than
-    /// case.
-    void setName(const CIMName& name);
     /// Throws TypeMismatchException unless type and arrayness are the property's own, null or not.
     void setValue(const CIMValue& value);
-    void setClassOrigin(const CIMName& classOrigin);
-    void setPropagated(Boolean propagated);
 };
 
 /// A handle on a property that offers no setters; made from any CIMProperty.
-class PEGASUS_COMMON_LINKAGE CIMConstProperty : public detail::PropertyReader
+class CIMConstProperty : public detail::PropertyHandle<const cimom::Property>
 {
 public:
+    using PropertyHandle::PropertyHandle;
     CIMConstProperty() = default;
-    CIMConstProperty(const CIMProperty& x) : PropertyReader(x) {}
-    CIMConstProperty(const CIMName& name, const CIMValue& value, Uint32 arraySize = 0,
-                     const CIMName& referenceClassName = CIMName(),
-                     const CIMName& classOrigin = CIMName(), Boolean propagated = false)
-        : PropertyReader(name, value, arraySize, referenceClassName, classOrigin, propagated)
-    {
-    }
+    CIMConstProperty(const CIMProperty& x) : PropertyHandle(x.shared()) {}
 };
 
 }  // namespace Pegasus

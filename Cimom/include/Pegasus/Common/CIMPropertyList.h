@@ -3,36 +3,27 @@
 
 #include <Pegasus/Common/Array.h>
 #include <Pegasus/Common/CIMName.h>
-#include <Pegasus/Common/Config.h>
-#include <Pegasus/Common/Linkage.h>
-#include <Pegasus/Common/String.h>
 
 namespace Pegasus
 {
 
 /// A list of property names. The null list (the default) means all properties, an empty list none.
-class PEGASUS_COMMON_LINKAGE CIMPropertyList
+class CIMPropertyList
 {
 public:
-    CIMPropertyList();
+    CIMPropertyList() = default;
     /// Throws UninitializedObjectException when a name is null.
     CIMPropertyList(const Array<CIMName>& propertyNames);
 
-    /// As the constructor; the list is unchanged when it throws.
-    void set(const Array<CIMName>& propertyNames);
-    /// Makes it the null list.
-    void clear();
-    Boolean isNull() const;
-    Uint32 size() const;
+    Boolean isNull() const { return _isNull; }
+    Uint32 size() const { return _names.size(); }
     /// Throws IndexOutOfBoundsException.
-    const CIMName& operator[](Uint32 index) const;
-    Array<CIMName> getPropertyNameArray() const;
-    /// Replaces the list by these names, each once; no names make a null list empty.
-    void append(Array<String>& propertyListArray);
+    const CIMName& operator[](Uint32 index) const { return _names[index]; }
     /// True when the name is listed (ignoring case); false for the null list.
     Boolean contains(const CIMName& name) const;
     /// True when the name is listed or the list is null.
-    Boolean useThisProperty(const CIMName& name) const;
+    Boolean useThisProperty(const CIMName& name) const { return _isNull || contains(name); }
+    /// The names, with ", " between them; "NULL" or "EMPTY" where there are none.
     String toString() const;
 
 private:

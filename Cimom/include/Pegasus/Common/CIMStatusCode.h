@@ -2,8 +2,6 @@
 #pragma once
 
 #include <Pegasus/Common/Config.h>
-#include <Pegasus/Common/ContentLanguageList.h>
-#include <Pegasus/Common/Linkage.h>
 
 namespace Pegasus
 {
@@ -41,6 +39,6 @@ enum CIMStatusCode : Sint32
 };
 
 /// The code's name, such as "CIM_ERR_FAILED".
-PEGASUS_COMMON_LINKAGE const char* cimStatusCodeToString(CIMStatusCode code);
+const char* cimStatusCodeToString(CIMStatusCode code);
 
 }  // namespace Pegasus

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <Pegasus/Common/Config.h>
-#include <Pegasus/Common/Linkage.h>
 
 namespace Pegasus
 {
@@ -30,6 +29,6 @@ enum CIMType : Sint32
 };
 
 /// "boolean" to "instance"; "unknown" for what is no type.
-PEGASUS_COMMON_LINKAGE const char* cimTypeToString(const CIMType type);
+const char* cimTypeToString(const CIMType type);
 
 }  // namespace Pegasus

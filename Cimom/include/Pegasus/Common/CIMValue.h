@@ -5,10 +5,6 @@
 #include <Pegasus/Common/CIMDateTime.h>
 #include <Pegasus/Common/CIMObjectPath.h>
 #include <Pegasus/Common/CIMType.h>
-#include <Pegasus/Common/Config.h>
-#include <Pegasus/Common/Exception.h>
-#include <Pegasus/Common/Linkage.h>
-#include <Pegasus/Common/String.h>
 
 #include <memory>
 
@@ -17,27 +13,20 @@ namespace Pegasus
 
 class CIMInstance;
 class CIMObject;
-struct CIMValueRep;
 
 /// A typed value, scalar or array, possibly null. Embedded objects and instances are cloned on the
 /// way in and out.
 ///
 /// Mind what converts: a pointer to characters becomes the boolean TRUE (write String("...")), and
 /// std::uint64_t is ambiguous (write Uint64(...)).
-class PEGASUS_COMMON_LINKAGE CIMValue
+class CIMValue
 {
 public:
     /// A null boolean.
-    CIMValue();
+    CIMValue() = default;
     /// A null value. Throws TypeMismatchException for what is no type.
     CIMValue(CIMType type, Boolean isArray, Uint32 arraySize = 0);
-    CIMValue(const CIMValue& x);
-    ~CIMValue();
-    CIMValue& operator=(const CIMValue& x);
 
-    void assign(const CIMValue& x);
-    /// Makes it a null boolean.
-    void clear();
     /// Same type and arrayness.
     Boolean typeCompatible(const CIMValue& x) const;
     Boolean isArray() const;
@@ -52,17 +41,14 @@ public:
     String toString() const;
 
     // For every type T of the table below, and for arrays of it:
-    //   CIMValue(T)  a value of the matching CIM type
-    //   set(T)       changes type and value
+    //   CIMValue(T)  a value of the matching CIM type; uninitialized objects and instances throw
+    //                UninitializedObjectException
     //   get(T&)      leaves the variable as it is when the value is null; throws
     //                TypeMismatchException for any other type, null or not
-    // Uninitialized objects and instances throw UninitializedObjectException.
 #define PEGASUS_CIM_VALUE_OF(T, ARGUMENT) \
     CIMValue(ARGUMENT x);                 \
-    void set(ARGUMENT x);                 \
     void get(T& x) const;                 \
     CIMValue(const Array<T>& x);          \
-    void set(const Array<T>& x);          \
     void get(Array<T>& x) const;
     PEGASUS_CIM_VALUE_OF(Boolean, Boolean)
     PEGASUS_CIM_VALUE_OF(Uint8, Uint8)
@@ -84,11 +70,23 @@ public:
 #undef PEGASUS_CIM_VALUE_OF
 
 private:
+    struct Content;
+    template <class T>
+    void hold(const T& x);
+    template <class T>
+    void copyTo(T& x) const;
+
     // Never changed, so copies share it. Empty for the null boolean.
-    std::shared_ptr<const CIMValueRep> _rep;
+    std::shared_ptr<const Content> _content;
 };
 
-PEGASUS_COMMON_LINKAGE Boolean operator==(const CIMValue& x, const CIMValue& y);
-PEGASUS_COMMON_LINKAGE Boolean operator!=(const CIMValue& x, const CIMValue& y);
+inline Boolean operator==(const CIMValue& x, const CIMValue& y)
+{
+    return x.equal(y);
+}
+inline Boolean operator!=(const CIMValue& x, const CIMValue& y)
+{
+    return !x.equal(y);
+}
 
 }  // namespace Pegasus

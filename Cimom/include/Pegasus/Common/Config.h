@@ -5,22 +5,16 @@
 #error \
     "<Pegasus/Common/Config.h>: define PEGASUS_PLATFORM_LINUX_X86_64_GNU; no other platform is supported"
 #endif
-#include <Pegasus/Common/Platform_LINUX_X86_64_GNU.h>
 
 #define PEGASUS_NAMESPACE_BEGIN \
     namespace Pegasus           \
     {
 #define PEGASUS_NAMESPACE_END }
-#define PEGASUS_NAMESPACE(X) Pegasus::X
 #define PEGASUS_USING_PEGASUS using namespace Pegasus
-#define PEGASUS_STD(X) std::X
 #define PEGASUS_USING_STD using namespace std
 
+#define PEGASUS_EXPORT __attribute__((visibility("default")))
 #define PEGASUS_FORMAT(A1, A2) __attribute__((format(printf, A1, A2)))
-#define PEGASUS_SINT64_LITERAL(X) (Sint64(X##LL))
-#define PEGASUS_UINT64_LITERAL(X) (Uint64(X##ULL))
-/// Stands at a place that is never reached; the code given is dropped.
-#define PEGASUS_UNREACHABLE(CODE) __builtin_unreachable();
 
 namespace Pegasus
 {

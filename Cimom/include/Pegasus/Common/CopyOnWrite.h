@@ -2,19 +2,10 @@
 #pragma once
 
 #include <atomic>
-#include <cstddef>
-#include <functional>
 #include <utility>
 
 namespace Pegasus::detail
 {
-
-/// True when the pointer is into the `size` elements at begin.
-template <class T>
-bool isWithin(const T* pointer, const T* begin, std::size_t size)
-{
-    return !std::less<>()(pointer, begin) && std::less<>()(pointer, begin + size);
-}
 
 /// A value of type T that copies share and the first writer among several copies for itself. Empty
 /// (null) when default constructed. Different copies may be read, written and destroyed by
@@ -24,50 +15,41 @@ class CopyOnWrite
 {
 public:
     CopyOnWrite() noexcept = default;
+    explicit CopyOnWrite(T value) : _node(new Node{std::move(value)}) {}
     // No moves: the source of a move keeps its value, as everywhere in this library.
     CopyOnWrite(const CopyOnWrite& x) noexcept : _node(x._node)
     {
-        if (_node) {
-            _node->references.fetch_add(1, std::memory_order_relaxed);
-        }
+        if (_node) _node->references.fetch_add(1, std::memory_order_relaxed);
     }
     CopyOnWrite& operator=(const CopyOnWrite& x) noexcept
     {
-        CopyOnWrite(x).swap(*this);
+        CopyOnWrite copy(x);
+        std::swap(_node, copy._node);
         return *this;
     }
     ~CopyOnWrite() { reset(); }
 
-    void swap(CopyOnWrite& x) noexcept { std::swap(_node, x._node); }
     void reset() noexcept
     {
         Node* const node = std::exchange(_node, nullptr);
-        if (node && node->references.fetch_sub(1, std::memory_order_acq_rel) == 1) {
-            delete node;
-        }
+        if (node && node->references.fetch_sub(1, std::memory_order_acq_rel) == 1) delete node;
     }
 
     /// Null when empty.
     const T* get() const noexcept { return _node ? &_node->value : nullptr; }
-    bool shares(const CopyOnWrite& x) const noexcept { return _node == x._node; }
 
     /// The value for writing: default constructed if there was none, a copy of its own if shared.
     T& write()
     {
-        if (!_node) {
-            _node = new Node;
-        } else if (_node->references.load(std::memory_order_acquire) != 1) {
-            CopyOnWrite own;
-            own._node = new Node{_node->value};
-            own.swap(*this);
-        }
+        const bool isOwn = _node && _node->references.load(std::memory_order_acquire) == 1;
+        if (!isOwn) *this = CopyOnWrite(_node ? _node->value : T());
         return _node->value;
     }
 
 private:
     struct Node
     {
-        T value{};
+        T value;
         std::atomic<unsigned> references{1};
     };
     Node* _node = nullptr;

@@ -1,182 +1,142 @@
 // The exceptions of the library.
 #pragma once
 
-#include <Pegasus/Common/Array.h>
 #include <Pegasus/Common/CIMStatusCode.h>
-#include <Pegasus/Common/Config.h>
-#include <Pegasus/Common/ContentLanguageList.h>
-#include <Pegasus/Common/CopyOnWrite.h>
-#include <Pegasus/Common/Linkage.h>
 #include <Pegasus/Common/String.h>
 
 namespace Pegasus
 {
 
-class CIMInstance;
-class CIMConstInstance;
-struct ExceptionRep;
-
 /// The base of all exceptions of the library. It is not a std::exception.
-class PEGASUS_COMMON_LINKAGE Exception
+class Exception
 {
 public:
-    Exception(const String& message);
-    Exception(const Exception& exception);
+    Exception(const String& message) : _message(message) {}
+    Exception(const Exception& exception) = default;
     virtual ~Exception();
-    Exception& operator=(const Exception& exception);
-    virtual const String& getMessage() const;
+    Exception& operator=(const Exception& exception) = default;
+    virtual const String& getMessage() const { return _message; }
 
 protected:
-    Exception();
-    detail::CopyOnWrite<ExceptionRep> _rep;
+    Exception(const char* words, const String& text) : _message(String(words) + text) {}
+
+private:
+    String _message;
 };
 
 /// "index out of bounds"
-class PEGASUS_COMMON_LINKAGE IndexOutOfBoundsException : public Exception
+class IndexOutOfBoundsException : public Exception
 {
 public:
-    IndexOutOfBoundsException();
+    IndexOutOfBoundsException() : Exception("index out of bounds") {}
 };
 
 /// "already exists: MESSAGE"
-class PEGASUS_COMMON_LINKAGE AlreadyExistsException : public Exception
+class AlreadyExistsException : public Exception
 {
 public:
-    AlreadyExistsException(const String& message);
+    AlreadyExistsException(const String& message) : Exception("already exists: ", message) {}
 };
 
 /// "The CIM name is not valid: NAME"
-class PEGASUS_COMMON_LINKAGE InvalidNameException : public Exception
+class InvalidNameException : public Exception
 {
 public:
-    InvalidNameException(const String& name);
+    InvalidNameException(const String& name) : Exception("The CIM name is not valid: ", name) {}
 };
 
 /// "invalid CIM namespace name: NAME"
-class PEGASUS_COMMON_LINKAGE InvalidNamespaceNameException : public Exception
+class InvalidNamespaceNameException : public Exception
 {
 public:
-    InvalidNamespaceNameException(const String& name);
+    InvalidNamespaceNameException(const String& name)
+        : Exception("invalid CIM namespace name: ", name)
+    {
+    }
 };
 
 /// "uninitialized object"
-class PEGASUS_COMMON_LINKAGE UninitializedObjectException : public Exception
+class UninitializedObjectException : public Exception
 {
 public:
-    UninitializedObjectException();
+    UninitializedObjectException() : Exception("uninitialized object") {}
 };
 
 /// "type mismatch", with ": MESSAGE" if there is one
-class PEGASUS_COMMON_LINKAGE TypeMismatchException : public Exception
+class TypeMismatchException : public Exception
 {
 public:
-    TypeMismatchException();
-    TypeMismatchException(const String& message);
+    TypeMismatchException() : Exception("type mismatch") {}
+    TypeMismatchException(const String& message) : Exception("type mismatch: ", message) {}
 };
 
 /// "dynamic cast failed"
-class PEGASUS_COMMON_LINKAGE DynamicCastFailedException : public Exception
+class DynamicCastFailedException : public Exception
 {
 public:
-    DynamicCastFailedException();
+    DynamicCastFailedException() : Exception("dynamic cast failed") {}
 };
 
 /// "invalid datetime format"
-class PEGASUS_COMMON_LINKAGE InvalidDateTimeFormatException : public Exception
+class InvalidDateTimeFormatException : public Exception
 {
 public:
-    InvalidDateTimeFormatException();
+    InvalidDateTimeFormatException() : Exception("invalid datetime format") {}
 };
 
 /// "DateTime is out of range : MESSAGE"
-class PEGASUS_COMMON_LINKAGE DateTimeOutOfRangeException : public Exception
+class DateTimeOutOfRangeException : public Exception
 {
 public:
-    DateTimeOutOfRangeException(const String& message);
+    DateTimeOutOfRangeException(const String& message)
+        : Exception("DateTime is out of range : ", message)
+    {
+    }
 };
 
 /// "malformed object name: OBJECTNAME"
-class PEGASUS_COMMON_LINKAGE MalformedObjectNameException : public Exception
+class MalformedObjectNameException : public Exception
 {
 public:
-    MalformedObjectNameException(const String& objectName);
+    MalformedObjectNameException(const String& objectName)
+        : Exception("malformed object name: ", objectName)
+    {
+    }
 };
 
-/// "Bind failed: MESSAGE"
-class PEGASUS_COMMON_LINKAGE BindFailedException : public Exception
+/// The message as it is.
+class CannotConnectException : public Exception
 {
 public:
-    BindFailedException(const String& message);
+    CannotConnectException(const String& message) : Exception(message) {}
 };
 
-/// "Invalid locator: LOCATOR"
-class PEGASUS_COMMON_LINKAGE InvalidLocatorException : public Exception
+/// "already connected"
+class AlreadyConnectedException : public Exception
 {
 public:
-    InvalidLocatorException(const String& locator);
+    AlreadyConnectedException() : Exception("already connected") {}
 };
 
-class PEGASUS_COMMON_LINKAGE CannotCreateSocketException : public Exception
+/// "not connected"
+class NotConnectedException : public Exception
 {
 public:
-    CannotCreateSocketException();
-};
-
-class PEGASUS_COMMON_LINKAGE CannotConnectException : public Exception
-{
-public:
-    CannotConnectException(const String& message);
-};
-
-class PEGASUS_COMMON_LINKAGE AlreadyConnectedException : public Exception
-{
-public:
-    AlreadyConnectedException();
-};
-
-class PEGASUS_COMMON_LINKAGE NotConnectedException : public Exception
-{
-public:
-    NotConnectedException();
-};
-
-class PEGASUS_COMMON_LINKAGE ConnectionTimeoutException : public Exception
-{
-public:
-    ConnectionTimeoutException();
-};
-
-class PEGASUS_COMMON_LINKAGE InvalidEnumerationContextException : public Exception
-{
-public:
-    InvalidEnumerationContextException();
-};
-
-/// "SSL Exception: MESSAGE"
-class PEGASUS_COMMON_LINKAGE SSLException : public Exception
-{
-public:
-    SSLException(const String& message);
+    NotConnectedException() : Exception("not connected") {}
 };
 
 /// The failure of a CIM operation. The message does not carry the name of the code.
-class PEGASUS_COMMON_LINKAGE CIMException : public Exception
+class CIMException : public Exception
 {
 public:
-    CIMException(CIMStatusCode code = CIM_ERR_SUCCESS, const String& message = String::EMPTY);
-    /// With instances of CIM_Error that say more.
-    CIMException(CIMStatusCode code, const String& message, const CIMInstance& instance);
-    CIMException(CIMStatusCode code, const String& message, const Array<CIMInstance>& instances);
-    CIMException(const CIMException& cimException);
-    CIMException& operator=(const CIMException& cimException);
-    ~CIMException() override;
+    CIMException(CIMStatusCode code = CIM_ERR_SUCCESS, const String& message = String::EMPTY)
+        : Exception(message), _code(code)
+    {
+    }
+    CIMStatusCode getCode() const { return _code; }
 
-    CIMStatusCode getCode() const;
-#ifdef PEGASUS_USE_EXPERIMENTAL_INTERFACES
-    Uint32 getErrorCount() const;
-    /// Throws IndexOutOfBoundsException.
-    CIMConstInstance getError(Uint32 index) const;
-#endif
+private:
+    CIMStatusCode _code;
 };
 
 }  // namespace Pegasus

@@ -8,12 +8,9 @@ namespace Pegasus
 
 /// Answers which objects an object is associated with. Role, result role and result class are for
 /// the provider to check; an empty role and a null class name do not restrict.
-class PEGASUS_PROVIDER_LINKAGE CIMAssociationProvider : public virtual CIMProvider
+class CIMAssociationProvider : public virtual CIMProvider
 {
 public:
-    CIMAssociationProvider();
-    virtual ~CIMAssociationProvider();
-
     virtual void associators(const OperationContext& context, const CIMObjectPath& objectName,
                              const CIMName& associationClass, const CIMName& resultClass,
                              const String& role, const String& resultRole,

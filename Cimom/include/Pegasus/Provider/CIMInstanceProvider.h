@@ -8,12 +8,9 @@ namespace Pegasus
 
 /// Reads and changes the instances of a class. Paths carry host and namespace; class names come in
 /// the client's spelling.
-class PEGASUS_PROVIDER_LINKAGE CIMInstanceProvider : public virtual CIMProvider
+class CIMInstanceProvider : public virtual CIMProvider
 {
 public:
-    CIMInstanceProvider();
-    virtual ~CIMInstanceProvider();
-
     virtual void getInstance(const OperationContext& context,
                              const CIMObjectPath& instanceReference,
                              const Boolean includeQualifiers, const Boolean includeClassOrigin,

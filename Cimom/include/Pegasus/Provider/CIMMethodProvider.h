@@ -7,12 +7,9 @@ namespace Pegasus
 {
 
 /// Executes the methods of a class.
-class PEGASUS_PROVIDER_LINKAGE CIMMethodProvider : public virtual CIMProvider
+class CIMMethodProvider : public virtual CIMProvider
 {
 public:
-    CIMMethodProvider();
-    virtual ~CIMMethodProvider();
-
     virtual void invokeMethod(const OperationContext& context, const CIMObjectPath& objectReference,
                               const CIMName& methodName, const Array<CIMParamValue>& inParameters,
                               MethodResultResponseHandler& handler) = 0;

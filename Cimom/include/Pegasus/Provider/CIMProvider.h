@@ -1,11 +1,9 @@
 // The base of all provider interfaces.
 #pragma once
 
-#include <Pegasus/Common/Config.h>
 #include <Pegasus/Common/OperationContext.h>
 #include <Pegasus/Common/ResponseHandler.h>
 #include <Pegasus/Provider/CIMOMHandle.h>
-#include <Pegasus/Provider/Linkage.h>
 #include <Pegasus/Provider/ProviderException.h>
 
 namespace Pegasus
@@ -15,11 +13,10 @@ namespace Pegasus
 /// initialize() and terminate(). It gets the object from the library's entry point
 /// `extern "C" CIMProvider* PegasusCreateProvider(const String& providerName)` and never deletes
 /// it: terminate() is the last call.
-class PEGASUS_PROVIDER_LINKAGE CIMProvider
+class CIMProvider
 {
 public:
-    CIMProvider();
-    virtual ~CIMProvider();
+    virtual ~CIMProvider() = default;
     /// The handle reaches the object manager that loaded the provider; copy it to keep it.
     virtual void initialize(CIMOMHandle& cimom) = 0;
     virtual void terminate() = 0;

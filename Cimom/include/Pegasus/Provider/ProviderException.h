@@ -1,70 +1,47 @@
 // The exceptions that providers throw.
 #pragma once
 
-#include <Pegasus/Common/Config.h>
 #include <Pegasus/Common/Exception.h>
-#include <Pegasus/Provider/Linkage.h>
 
 namespace Pegasus
 {
 
 /// CIM_ERR_FAILED
-class PEGASUS_PROVIDER_LINKAGE CIMOperationFailedException : public CIMException
+class CIMOperationFailedException : public CIMException
 {
 public:
-    CIMOperationFailedException(const String& message);
+    CIMOperationFailedException(const String& message) : CIMException(CIM_ERR_FAILED, message) {}
 
 protected:
-    CIMOperationFailedException(const CIMStatusCode code, const String& message);
+    CIMOperationFailedException(CIMStatusCode code, const String& message);
 };
 
 /// CIM_ERR_ACCESS_DENIED
-class PEGASUS_PROVIDER_LINKAGE CIMAccessDeniedException : public CIMOperationFailedException
+class CIMAccessDeniedException : public CIMOperationFailedException
 {
 public:
     CIMAccessDeniedException(const String& message);
 };
 
 /// CIM_ERR_INVALID_PARAMETER
-class PEGASUS_PROVIDER_LINKAGE CIMInvalidParameterException : public CIMOperationFailedException
+class CIMInvalidParameterException : public CIMOperationFailedException
 {
 public:
     CIMInvalidParameterException(const String& message);
 };
 
 /// CIM_ERR_NOT_FOUND
-class PEGASUS_PROVIDER_LINKAGE CIMObjectNotFoundException : public CIMOperationFailedException
+class CIMObjectNotFoundException : public CIMOperationFailedException
 {
 public:
     CIMObjectNotFoundException(const String& message);
 };
 
 /// CIM_ERR_NOT_SUPPORTED
-class PEGASUS_PROVIDER_LINKAGE CIMNotSupportedException : public CIMOperationFailedException
+class CIMNotSupportedException : public CIMOperationFailedException
 {
 public:
     CIMNotSupportedException(const String& message);
-};
-
-/// CIM_ERR_ALREADY_EXISTS
-class PEGASUS_PROVIDER_LINKAGE CIMObjectAlreadyExistsException : public CIMOperationFailedException
-{
-public:
-    CIMObjectAlreadyExistsException(const String& message);
-};
-
-/// CIM_ERR_NO_SUCH_PROPERTY
-class PEGASUS_PROVIDER_LINKAGE CIMPropertyNotFoundException : public CIMOperationFailedException
-{
-public:
-    CIMPropertyNotFoundException(const String& message);
-};
-
-/// CIM_ERR_METHOD_NOT_FOUND
-class PEGASUS_PROVIDER_LINKAGE CIMMethodNotFoundException : public CIMOperationFailedException
-{
-public:
-    CIMMethodNotFoundException(const String& message);
 };
 
 }  // namespace Pegasus

@@ -1,0 +1,59 @@
+#include "Broker/InstanceFilter.h"
+
+#include <map>
+
+PEGASUS_USING_PEGASUS;
+
+namespace cimom
+{
+
+InstanceFilter::InstanceFilter(const InstanceView& view) : view_(view)
+{
+    if (view.properties.isNull()) return;
+    Array<CIMName> names;
+    for (Uint32 i = 0; i < view.properties.size(); ++i) {
+        const CIMName& name = view.properties[i];
+        if (positions_.emplace(name, i).second) names.append(name);
+    }
+    view_.properties = CIMPropertyList(names);
+}
+
+CIMInstance InstanceFilter::apply(const CIMInstance& instance, const CIMObjectPath& path) const
+{
+    const Instance& given = instance.object();
+    auto result = std::make_shared<Instance>();
+    result->path = path;
+    if (view_.includeQualifiers) result->qualifiers = given.qualifiers;
+    result->properties = view_.properties.isNull() ? given.properties : listed(given.properties);
+    for (PropertyPtr& property : result->properties)
+        property = shown(property);
+    return CIMInstance(result);
+}
+
+std::vector<InstanceFilter::PropertyPtr> InstanceFilter::listed(
+    const std::vector<PropertyPtr>& properties) const
+{
+    std::map<std::size_t, PropertyPtr> inListOrder;
+    for (const PropertyPtr& property : properties) {
+        const auto position = positions_.find(property->name);
+        if (position != positions_.end()) inListOrder.emplace(position->second, property);
+    }
+    std::vector<PropertyPtr> result;
+    for (const auto& [position, property] : inListOrder)
+        result.push_back(property);
+    return result;
+}
+
+InstanceFilter::PropertyPtr InstanceFilter::shown(const PropertyPtr& property) const
+{
+    const bool hidesOrigin = !view_.includeClassOrigin && !property->classOrigin.isNull();
+    const bool hidesQualifiers = !view_.includeQualifiers && !property->qualifiers.empty();
+    if (!hidesOrigin && !hidesQualifiers) return property;
+
+    auto copy = std::make_shared<Property>(*property);
+    if (hidesOrigin) copy->classOrigin = CIMName();
+    if (hidesQualifiers) copy->qualifiers = Qualifiers();
+    return copy;
+}
+
+}  // namespace cimom

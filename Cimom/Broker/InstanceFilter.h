@@ -1,0 +1,37 @@
+// What clients asked to see of instances.
+#pragma once
+
+#include "Model/ObjectManager.h"
+#include "Model/Schema.h"
+#include "Repository/Names.h"
+
+#include <cstddef>
+#include <memory>
+#include <unordered_map>
+
+namespace cimom
+{
+
+/// Shows instances as one request wants them. Applied to everything that goes back to the client,
+/// as providers are free to ignore what they are asked.
+class InstanceFilter
+{
+public:
+    explicit InstanceFilter(const InstanceView& view);
+
+    /// The view as providers are handed it: no name twice in its property list.
+    const InstanceView& view() const { return view_; }
+    /// The filtered instance under the given path (of the same class). It shares with the given
+    /// one, which stays as it is, those properties that are shown whole.
+    CIMInstance apply(const CIMInstance& instance, const CIMObjectPath& path) const;
+
+private:
+    using PropertyPtr = std::shared_ptr<Property>;
+    std::vector<PropertyPtr> listed(const std::vector<PropertyPtr>& properties) const;
+    PropertyPtr shown(const PropertyPtr& property) const;
+
+    InstanceView view_;
+    std::unordered_map<CIMName, std::size_t, NoCase, NoCase> positions_;  // in the property list
+};
+
+}  // namespace cimom

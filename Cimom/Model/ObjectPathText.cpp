@@ -1,0 +1,234 @@
+// Reading object paths and their hosts.
+#include "Model/Text.h"
+
+#include <Pegasus/Common/CIMObjectPath.h>
+
+#include <arpa/inet.h>
+
+#include <algorithm>
+#include <cstdio>
+
+namespace Pegasus
+{
+
+using namespace cimom;
+
+namespace
+{
+
+[[noreturn]] void throwMalformed(const String& text, const String& reason)
+{
+    throw MalformedObjectNameException(text + ", reason:\"" + reason + "\"");
+}
+
+bool isDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+bool isIPv4(const std::string& text)
+{
+    unsigned parts[4] = {};
+    int length = 0;
+    return text.find_first_not_of("0123456789.") == std::string::npos &&
+           std::sscanf(text.c_str(), "%3u.%3u.%3u.%3u%n", &parts[0], &parts[1], &parts[2],
+                       &parts[3], &length) == 4 &&
+           size_t(length) == text.size() &&
+           std::all_of(parts, parts + 4, [](unsigned part) { return part <= 255; });
+}
+
+/// Link-local addresses have a zone, others none.
+bool isIPv6(const std::string& text)
+{
+    const size_t percent = text.find('%');
+    in6_addr address{};
+    if (inet_pton(AF_INET6, text.substr(0, percent).c_str(), &address) != 1) return false;
+    const bool hasZone = percent != std::string::npos && percent + 1 < text.size();
+    return IN6_IS_ADDR_LINKLOCAL(&address) ? hasZone : percent == std::string::npos;
+}
+
+/// Labels separated by points, of which the last must not look like a number.
+bool isHostName(const std::string& text)
+{
+    char before = '.';
+    bool isNumber = false;
+    for (const char c : text) {
+        const char lower = toLower(c);
+        const bool isWord = isDigit(c) || (lower >= 'a' && lower <= 'z') || c == '_';
+        if (before == '.' ? !isWord : !isWord && c != '-' && c != '.') return false;
+        isNumber = (isNumber || before == '.') && (isDigit(c) || c == '.');
+        before = c;
+    }
+    return before != '.' && !isNumber;
+}
+
+/// The number may have any length and counts modulo 2^32, or be missing.
+bool isPort(const std::string& text)
+{
+    Uint32 port = 0;
+    for (const char c : text) {
+        if (!isDigit(c)) return false;
+        port = port * 10 + Uint32(c - '0');
+    }
+    return port <= 65535;
+}
+
+/// A host name, an IPv4 address or an IPv6 address in brackets, each with an optional port.
+bool isHost(const String& locator)
+{
+    const std::string text = toUtf8(locator);
+    const bool isBracketed = text[0] == '[';
+    const size_t hostEnd = std::min(isBracketed ? text.find(']') + 1 : text.find(':'), text.size());
+    const std::string host = text.substr(0, hostEnd);
+    const std::string rest = text.substr(hostEnd);
+    if (isBracketed ? hostEnd < 2 || !isIPv6(host.substr(1, hostEnd - 2))
+                    : !isIPv4(host) && !isHostName(host)) {
+        return false;
+    }
+    return rest.empty() || (rest[0] == ':' && isPort(rest.substr(1)));
+}
+
+class Parser
+{
+public:
+    explicit Parser(const String& text) : _whole(text), _text(text.getChar16Data()) {}
+
+    CIMObjectPath path()
+    {
+        const String host = this->host();
+        const CIMNamespaceName nameSpace = this->nameSpace(host.size() > 0);
+        const CIMName className = this->className();
+        Array<CIMKeyBinding> keys;
+        while (_at < _text.size())
+            keys.append(key());
+        return CIMObjectPath(host, nameSpace, className, keys);
+    }
+
+private:
+    [[noreturn]] void fail(const String& reason) const { throwMalformed(_whole, reason); }
+    [[noreturn]] void failKey(const String& reason) const
+    {
+        fail("invalid key-value pair, " + reason);
+    }
+
+    bool isAt(char c) const { return _text[_at] == c; }
+
+    /// Where the character comes next, or PEG_NOT_FOUND.
+    Uint32 next(char c) const { return _text.find(_at, Char16(c)); }
+
+    /// The text up to the character, or all that is left; goes behind the character.
+    String take(char end)
+    {
+        const Uint32 stop = std::min(next(end), _text.size());
+        String part = _text.subString(_at, stop - _at);
+        _at = std::min(stop + 1, _text.size());
+        return part;
+    }
+
+    /// Stays at the slash after the host, which begins the namespace.
+    String host()
+    {
+        if (_text.find("//") != 0) return String();
+        _at = 2;
+        if (next('/') == PEG_NOT_FOUND) fail("missing slash after hostname");
+        String host = take('/');
+        if (!isHost(host)) fail("invalid hostname");
+        --_at;
+        return host;
+    }
+
+    CIMNamespaceName nameSpace(bool hasHost)
+    {
+        // A colon after the first point belongs to a key.
+        const Uint32 colon = next(':');
+        if (colon == PEG_NOT_FOUND || next('.') < colon) {
+            if (hasHost) fail("host specified, missing namespace");
+            return CIMNamespaceName();
+        }
+        const String name = take(':');
+        if (!CIMNamespaceName::legal(name)) fail("invalid namespace name");
+        return name;
+    }
+
+    CIMName className()
+    {
+        const String name = take('.');
+        if (!CIMName::legal(name)) fail("class name " + name + " not a legal CIM name");
+        return name;
+    }
+
+    /// Goes behind the comma after the key.
+    CIMKeyBinding key()
+    {
+        if (next('=') == PEG_NOT_FOUND) failKey("missing equal sign");
+        const String name = take('=');
+        if (!CIMName::legal(name)) failKey("invalid key name:" + name);
+        return isAt('"') ? quoted(name) : unquoted(name);
+    }
+
+    CIMKeyBinding unquoted(const CIMName& name)
+    {
+        const bool isBoolean = isAt('t') || isAt('T') || isAt('f') || isAt('F');
+        const String value = take(',');
+        if (isBoolean) {
+            for (const char* word : {"TRUE", "FALSE"})
+                if (String::equalNoCase(value, word)) return {name, word, CIMKeyBinding::BOOLEAN};
+            failKey("value should be TRUE or FALSE");
+        }
+        const std::string number = toUtf8(value);
+        if (!readInteger<Sint64>(number) && !readInteger<Uint64>(number)) {
+            failKey(String(value[0] == '-' ? "invalid negative number value "
+                                           : "invalid number value ") +
+                    value);
+        }
+        return {name, value, CIMKeyBinding::NUMERIC};
+    }
+
+    CIMKeyBinding quoted(const CIMName& name)
+    {
+        String value;
+        for (++_at; !isAt('"'); ++_at) {
+            if (_at == _text.size()) failKey("missing quote in key value");
+            if (isAt('\\')) {
+                ++_at;
+                if (!isAt('\\') && !isAt('"')) failKey("malformed value");
+            }
+            value.append(_text[_at]);
+        }
+        ++_at;
+        if (_at < _text.size() && !isAt(',')) {
+            failKey("next key-value pair has to start with comma");
+        }
+        _at = std::min(_at + 1, _text.size());
+        return {name, value,
+                isInstancePath(value) ? CIMKeyBinding::REFERENCE : CIMKeyBinding::STRING};
+    }
+
+    /// Text in quotes may be a string or a reference; a reference it is if it reads as one that
+    /// has keys.
+    static bool isInstancePath(const String& value)
+    {
+        if (value.find(Char16('=')) == PEG_NOT_FOUND) return false;
+        try {
+            return CIMObjectPath(value).getKeyBindings().size() > 0;
+        } catch (const MalformedObjectNameException&) {
+            return false;
+        }
+    }
+
+    const String _whole;
+    const String _text;  // up to the first zero unit
+    Uint32 _at = 0;
+};
+
+}  // namespace
+
+CIMObjectPath::CIMObjectPath(const String& objectName) : CIMObjectPath(Parser(objectName).path()) {}
+
+void CIMObjectPath::setHost(const String& host)
+{
+    if (host.size() > 0 && !isHost(host)) throwMalformed(host, "invalid hostname");
+    _host = host;
+}
+
+}  // namespace Pegasus

@@ -1,0 +1,377 @@
+// The handles on classes, instances, properties and method arguments.
+#include "Model/Schema.h"
+
+#include <Pegasus/Common/CIMClass.h>
+#include <Pegasus/Common/CIMObject.h>
+#include <Pegasus/Common/CIMParamValue.h>
+#include <Pegasus/Common/MessageLoader.h>
+
+#include <Pegasus/Common/InternalException.h>
+
+#include <algorithm>
+
+namespace cimom
+{
+
+using namespace Pegasus;
+
+namespace
+{
+
+bool identical(const Qualifier& a, const Qualifier& b)
+{
+    return a.name.equal(b.name) && a.value.equal(b.value) && a.propagated == b.propagated &&
+           a.flavor.overridable == b.flavor.overridable &&
+           a.flavor.toSubclass == b.flavor.toSubclass &&
+           a.flavor.toInstance == b.flavor.toInstance &&
+           a.flavor.translatable == b.flavor.translatable;
+}
+
+bool identical(const Qualifiers& a, const Qualifiers& b)
+{
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](const Qualifier& x, const Qualifier& y) { return identical(x, y); });
+}
+
+bool identical(const Property& a, const Property& b)
+{
+    return a.name.equal(b.name) && a.value.equal(b.value) &&
+           a.referenceClassName.equal(b.referenceClassName) && a.classOrigin.equal(b.classOrigin) &&
+           a.propagated == b.propagated && identical(a.qualifiers, b.qualifiers);
+}
+
+bool identical(const Instance& a, const Instance& b)
+{
+    return a.path.identical(b.path) && identical(a.qualifiers, b.qualifiers) &&
+           std::equal(a.properties.begin(), a.properties.end(), b.properties.begin(),
+                      b.properties.end(),
+                      [](const auto& x, const auto& y) { return identical(*x, *y); });
+}
+
+/// A copy that shares no property.
+std::shared_ptr<Instance> clone(const Instance& instance)
+{
+    auto copy = std::make_shared<Instance>(instance);
+    for (auto& property : copy->properties)
+        property = std::make_shared<Property>(*property);
+    return copy;
+}
+
+/// A fixed size needs an array of that size (also for a null), none accepts any value.
+bool fitsArraySize(const CIMValue& value, Uint32 arraySize)
+{
+    return arraySize == 0 || (value.isArray() && value.getArraySize() == arraySize);
+}
+
+template <class T>
+const std::shared_ptr<T>& at(const std::vector<std::shared_ptr<T>>& elements, Uint32 index)
+{
+    if (index >= elements.size()) detail::throwOutOfBounds();
+    return elements[index];
+}
+
+template <class Element>
+const Element* find(const std::vector<std::shared_ptr<Element>>& elements, const CIMName& name)
+{
+    const Uint32 index = positionOf(elements, name);
+    return index == PEG_NOT_FOUND ? nullptr : elements[index].get();
+}
+
+}  // namespace
+
+Qualifiers::Qualifiers(std::vector<Qualifier> qualifiers)
+{
+    if (qualifiers.empty()) return;
+    list_ = std::make_shared<const std::vector<Qualifier>>(std::move(qualifiers));
+}
+
+const Qualifier* Qualifiers::find(const CIMName& name) const
+{
+    const Qualifier* const found =
+        std::find_if(begin(), end(), [&](const Qualifier& x) { return x.name.equal(name); });
+    return found == end() ? nullptr : found;
+}
+
+bool Qualifiers::isTrue(const char* name) const
+{
+    const Qualifier* const qualifier = find(name);
+    return qualifier && qualifier->value.equal(CIMValue(true));
+}
+
+const Property* Class::property(const CIMName& propertyName) const
+{
+    return find(properties, propertyName);
+}
+
+const Method* Class::method(const CIMName& methodName) const
+{
+    return find(methods, methodName);
+}
+
+const Property* Instance::property(const CIMName& propertyName) const
+{
+    return find(properties, propertyName);
+}
+
+}  // namespace cimom
+
+namespace Pegasus
+{
+
+namespace detail
+{
+
+void throwUninitialized()
+{
+    throw UninitializedObjectException();
+}
+
+void throwOutOfBounds()
+{
+    throw IndexOutOfBoundsException();
+}
+
+template <class Property>
+const CIMName& PropertyHandle<Property>::getName() const
+{
+    return this->object().name;
+}
+
+template <class Property>
+const CIMValue& PropertyHandle<Property>::getValue() const
+{
+    return this->object().value;
+}
+
+template <class Property>
+CIMType PropertyHandle<Property>::getType() const
+{
+    return this->object().value.getType();
+}
+
+template <class Property>
+Boolean PropertyHandle<Property>::isArray() const
+{
+    return this->object().value.isArray();
+}
+
+template <class Property>
+Uint32 PropertyHandle<Property>::getArraySize() const
+{
+    return this->object().arraySize;
+}
+
+template <class Property>
+const CIMName& PropertyHandle<Property>::getReferenceClassName() const
+{
+    return this->object().referenceClassName;
+}
+
+template <class Property>
+const CIMName& PropertyHandle<Property>::getClassOrigin() const
+{
+    return this->object().classOrigin;
+}
+
+template <class Property>
+Boolean PropertyHandle<Property>::getPropagated() const
+{
+    return this->object().propagated;
+}
+
+template <class Property>
+Boolean PropertyHandle<Property>::identical(const CIMConstProperty& x) const
+{
+    return cimom::identical(this->object(), x.object());
+}
+
+template <class Property>
+CIMProperty PropertyHandle<Property>::clone() const
+{
+    return CIMProperty(std::make_shared<cimom::Property>(this->object()));
+}
+
+template class PropertyHandle<cimom::Property>;
+template class PropertyHandle<const cimom::Property>;
+
+const CIMName& InstanceHandle::getClassName() const
+{
+    return object().path.getClassName();
+}
+
+const CIMObjectPath& InstanceHandle::getPath() const
+{
+    return object().path;
+}
+
+void InstanceHandle::setPath(const CIMObjectPath& path)
+{
+    cimom::Instance& instance = object();
+    if (path.getClassName().isNull()) throw UninitializedObjectException();
+    if (instance.path.getClassName() != path.getClassName()) throw TypeMismatchException();
+    instance.path = path;
+}
+
+Uint32 InstanceHandle::findProperty(const CIMName& name) const
+{
+    return cimom::positionOf(object().properties, name);
+}
+
+CIMProperty InstanceHandle::getProperty(Uint32 index)
+{
+    return CIMProperty(cimom::at(object().properties, index));
+}
+
+CIMConstProperty InstanceHandle::getProperty(Uint32 index) const
+{
+    return CIMConstProperty(cimom::at(object().properties, index));
+}
+
+Uint32 InstanceHandle::getPropertyCount() const
+{
+    return Uint32(object().properties.size());
+}
+
+}  // namespace detail
+
+CIMProperty::CIMProperty(const CIMName& name, const CIMValue& value, Uint32 arraySize,
+                         const CIMName& referenceClassName, const CIMName& classOrigin,
+                         Boolean propagated)
+    : PropertyHandle(std::make_shared<cimom::Property>(
+          cimom::Property{name, value, arraySize, referenceClassName, classOrigin, propagated, {}}))
+{
+    const bool isReference = value.getType() == CIMTYPE_REFERENCE;
+    if (name.isNull()) throw UninitializedObjectException();
+    if (!cimom::fitsArraySize(value, arraySize)) throw TypeMismatchException();
+    if (isReference ? value.isArray() : !referenceClassName.isNull()) throw TypeMismatchException();
+}
+
+void CIMProperty::setValue(const CIMValue& value)
+{
+    cimom::Property& property = object();
+    if (!property.value.typeCompatible(value) || !cimom::fitsArraySize(value, property.arraySize))
+        throw TypeMismatchException();
+    property.value = value;
+}
+
+CIMInstance::CIMInstance(const CIMObject& x) : InstanceHandle(x.shared())
+{
+    if (isUninitialized()) throw DynamicCastFailedException();
+}
+
+CIMInstance::CIMInstance(const CIMName& className)
+    : InstanceHandle(std::make_shared<cimom::Instance>())
+{
+    if (className.isNull()) throw UninitializedObjectException();
+    object().path.setClassName(className);
+}
+
+CIMInstance& CIMInstance::addProperty(const CIMProperty& x)
+{
+    const CIMName& name = x.object().name;
+    if (findProperty(name) != PEG_NOT_FOUND) {
+        throw AlreadyExistsException("property \"" + name.getString() + "\"");
+    }
+    object().properties.push_back(x.shared());
+    return *this;
+}
+
+CIMObjectPath CIMInstance::buildPath(const CIMClass& cimClass) const
+{
+    Array<CIMName> names;
+    cimClass.getKeyNames(names);
+    Array<CIMKeyBinding> keys;
+    for (Uint32 i = 0; i < names.size(); ++i) {
+        const cimom::Property* const property = object().property(names[i]);
+        if (!property) throw NoSuchProperty(names[i].getString());
+        keys.append(CIMKeyBinding(names[i], property->value));
+    }
+    return CIMObjectPath(String(), CIMNamespaceName(), getClassName(), keys);
+}
+
+Boolean CIMInstance::identical(const CIMInstance& x) const
+{
+    return cimom::identical(object(), x.object());
+}
+
+CIMInstance CIMInstance::clone() const
+{
+    return CIMInstance(cimom::clone(object()));
+}
+
+CIMObject CIMObject::clone() const
+{
+    return CIMObject(cimom::clone(object()));
+}
+
+const CIMName& CIMClass::getClassName() const
+{
+    return object().name();
+}
+
+const CIMObjectPath& CIMClass::getPath() const
+{
+    return object().path;
+}
+
+const CIMName& CIMClass::getSuperClassName() const
+{
+    return object().superClassName;
+}
+
+Boolean CIMClass::isAssociation() const
+{
+    return object().isAssociation();
+}
+
+Boolean CIMClass::isAbstract() const
+{
+    return object().isAbstract();
+}
+
+void CIMClass::getKeyNames(Array<CIMName>& keyNames) const
+{
+    keyNames.clear();
+    for (const auto& property : object().properties) {
+        if (property->qualifiers.isTrue("Key")) keyNames.append(property->name);
+    }
+}
+
+Uint32 CIMClass::findProperty(const CIMName& name) const
+{
+    return cimom::positionOf(object().properties, name);
+}
+
+CIMConstProperty CIMClass::getProperty(Uint32 index) const
+{
+    return CIMConstProperty(cimom::at(object().properties, index));
+}
+
+Uint32 CIMClass::getPropertyCount() const
+{
+    return Uint32(object().properties.size());
+}
+
+CIMInstance CIMClass::buildInstance(Boolean includeQualifiers, Boolean includeClassOrigin,
+                                    const CIMPropertyList& propertyList) const
+{
+    CIMInstance instance(getClassName());
+    if (includeQualifiers) instance.object().qualifiers = object().qualifiers;
+    for (const auto& property : object().properties) {
+        if (!propertyList.useThisProperty(property->name)) continue;
+        auto copy = std::make_shared<cimom::Property>(*property);
+        if (!includeQualifiers) copy->qualifiers = cimom::Qualifiers();
+        if (!includeClassOrigin) copy->classOrigin.clear();
+        instance.object().properties.push_back(std::move(copy));
+    }
+    return instance;
+}
+
+CIMParamValue::CIMParamValue(String parameterName, CIMValue value, Boolean isTyped)
+    : Handle(std::make_shared<const cimom::ParamValue>(
+          cimom::ParamValue{parameterName, value, isTyped}))
+{
+    if (parameterName.size() == 0) throw UninitializedObjectException();
+}
+
+}  // namespace Pegasus

@@ -1,0 +1,68 @@
+// UTF-8, UTF-16, and texts compared and read as numbers.
+#pragma once
+
+#include <Pegasus/Common/String.h>
+
+#include <charconv>
+#include <limits>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <vector>
+
+namespace cimom
+{
+
+/// The UTF-16 form of the text. Surrogates that are encoded in it, U+FFFE and U+FFFF become U+FFFD.
+/// Throws Pegasus::Exception that names the place when the text is not UTF-8.
+std::vector<Pegasus::Char16> toUtf16(std::string_view utf8);
+
+/// The UTF-8 form. A lone surrogate becomes U+FFFD, or is encoded as if it were a character.
+enum class LoneSurrogate
+{
+    Replace,
+    Keep
+};
+std::string toUtf8(const Pegasus::String& text, LoneSurrogate lone = LoneSurrogate::Replace);
+
+/// As toUtf16; zeros stay.
+Pegasus::String toString(std::string_view utf8);
+
+/// True for well-formed UTF-8: neither overlong nor beyond U+10FFFF, no surrogates.
+bool isUtf8(std::string_view text);
+
+/// The text as a String; of a text that is not UTF-8 (a library's own messages may hold any bytes)
+/// the bytes beyond ASCII become question marks.
+Pegasus::String printable(std::string text);
+
+inline char toLower(char c)
+{
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
+}
+
+/// Equality without ASCII case.
+bool equalNoCase(std::string_view a, std::string_view b);
+
+/// Reads a decimal number without leading zeros or a hexadecimal one after 0x; for a signed type
+/// with an optional minus sign before either. Nothing when the text is none or does not fit the
+/// type.
+template <class Integer>
+std::optional<Integer> readInteger(std::string_view text)
+{
+    const bool isNegative = std::is_signed_v<Integer> && !text.empty() && text[0] == '-';
+    if (isNegative) text.remove_prefix(1);
+    const bool hasZero = text.size() > 1 && text[0] == '0';
+    const bool isHex = hasZero && toLower(text[1]) == 'x';
+    if (isHex) text.remove_prefix(2);
+    if (text.empty() || (hasZero && !isHex)) return std::nullopt;
+    Pegasus::Uint64 magnitude = 0;
+    const char* const last = text.data() + text.size();
+    const auto [end, error] = std::from_chars(text.data(), last, magnitude, isHex ? 16 : 10);
+    if (error != std::errc() || end != last) return std::nullopt;
+    constexpr Pegasus::Uint64 greatest = std::numeric_limits<Integer>::max();
+    if (magnitude > greatest + (isNegative ? 1 : 0)) return std::nullopt;
+    return static_cast<Integer>(isNegative ? 0 - magnitude : magnitude);
+}
+
+}  // namespace cimom
