@@ -80,6 +80,10 @@ Array<CIMObjectPath> CIMOMHandle::enumerateInstanceNames(const OperationContext&
     return manager().enumerateInstanceNames(context, nameSpace, className);
 }
 
+void CIMOMHandle::disallowProviderUnload() {}
+
+void CIMOMHandle::allowProviderUnload() {}
+
 void CIMClient::connectLocal()
 {
     if (_connected) throw AlreadyConnectedException();

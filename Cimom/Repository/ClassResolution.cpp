@@ -192,8 +192,6 @@ private:
             inContext(": qualifier ", qualifier.name, [&] {
                 const QualifierDecl* const decl = schema_.qualifier(qualifier.name);
                 if (decl == nullptr) refuse("it is not declared");
-                if (!decl->value.typeCompatible(qualifier.value))
-                    refuse("it does not have the type it is declared with");
                 if ((decl->scopes & scope) == 0)
                     refuse("it may stand in scope " + toString(decl->scopes) + " only, not " +
                            toString(scope));

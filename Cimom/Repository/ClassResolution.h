@@ -27,10 +27,10 @@ struct SchemaLookup
 /// property has its own default or none.
 ///
 /// Throws Pegasus::CIMException with CIM_ERR_INVALID_PARAMETER and a text that names the class,
-/// the element and the rule: an undeclared qualifier, or one of another type or in a wrong scope;
-/// a changed DisableOverride qualifier; an override of another type or of nothing; a new key below
-/// a class with keys; a reference property outside an association or to an unknown class; an
-/// association below a class that is none.
+/// the element and the rule: an undeclared qualifier, or one in a wrong scope; a changed
+/// DisableOverride qualifier; an override of another type or of nothing; a new key below a class
+/// with keys; a reference property outside an association or to an unknown class; an association
+/// below a class that is none. That qualifiers have the declared type is up to the caller.
 Class resolveClass(const Class& given, const Class* superclass, const SchemaLookup& schema);
 
 /// What is shown of a resolved class; the class itself when the view hides nothing.

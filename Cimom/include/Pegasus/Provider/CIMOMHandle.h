@@ -34,8 +34,8 @@ public:
 
     /// Asks the object manager not to unload the provider while it is idle. The embedded one never
     /// does.
-    void disallowProviderUnload() {}
-    void allowProviderUnload() {}
+    void disallowProviderUnload();
+    void allowProviderUnload();
 };
 
 }  // namespace Pegasus
