@@ -1,5 +1,6 @@
 """The program qbx-cimserver as its users run it: what it refuses, and how it starts and stops."""
 
+import base64
 import contextlib
 import os
 import pathlib
@@ -89,6 +90,19 @@ class Program(unittest.TestCase):
             with started("--no-auth", stop=stop) as (ready, port):
                 self.assertEqual(ready, f"ready: http://127.0.0.1:{port}/root/qbx\n")
 
+    def test_users(self):
+        """A hash that it makes is one that it takes; nothing of a request is looked at before."""
+        hashed = subprocess.run([server(), "--hash-password"], input=b"a:b \xc3\xa4\n", stdout=-1)
+        users = self.file("users", f"# comment\n\neva:{hashed.stdout.decode()}")
+        with started("--users", users) as (_, port):
+            known, unknown = b"eva:a:b \xc3\xa4", b"eva:a"
+            for login, status in ((known, b"400"), (unknown, b"401"), (b"eva", b"401")):
+                with socket.create_connection(("127.0.0.1", port), timeout=60) as client:
+                    login = base64.b64encode(login).rstrip(b"=")
+                    client.sendall(b"POST / HTTP/1.1\r\nAuthorization: Basic %b\r\n" % login)
+                    client.sendall(b"Content-Length: 0\r\n\r\n")
+                    self.assertEqual(client.recv(100)[:12], b"HTTP/1.1 " + status)
+
     def test_stops_while_bytes_wait_that_are_no_request(self):
         """The HTTP library must not meet them in its stop: it crashed."""
         head = "POST / HTTP/1.1\r\nHost: x\r\nContent-Type: text/xml\r\n"
@@ -107,12 +121,15 @@ class Program(unittest.TestCase):
             [*make.split(), "-keyout", key, "-out", certificate], check=True, capture_output=True
         )
         trust = ssl.create_default_context(cafile=certificate)
-        with started("--no-auth", "--cert", certificate, "--key", key) as (ready, port):
+        options = ("--no-auth", "--timeout", "1", "--cert", certificate, "--key", key)
+        with started(*options) as (ready, port):
             self.assertEqual(ready, f"ready: https://127.0.0.1:{port}/root/qbx\n")
             plain = socket.create_connection(("127.0.0.1", port), timeout=30)
             with trust.wrap_socket(plain, server_hostname="localhost") as client:
                 client.sendall(b"GET / HTTP/1.1\r\nHost: x\r\n\r\n")
                 self.assertTrue(client.recv(100).startswith(b"HTTP/1.1 405 "))
+            with socket.create_connection(("127.0.0.1", port), timeout=60) as silent:
+                self.assertEqual(silent.recv(100), b"")  # nothing plain on an encrypted line
 
 
 if __name__ == "__main__":

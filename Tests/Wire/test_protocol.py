@@ -103,6 +103,7 @@ class Protocol(unittest.TestCase):
                     reply = answer(port, text).decode()
                     self.assertEqual(reply[:13], f"HTTP/1.1 {status} " if status else "")
                     self.assertIn(said, reply)
+                    self.assertIn("Connection: close" if status else "", reply)
 
     def test_too_many_connections(self):
         """Those beyond a limit are told so at once, and those that end make room."""
