@@ -66,6 +66,7 @@ TEST_F(ActionsTest, ShowAtOnceWhateverTheCacheTime)
     expect(api_locateCage(&none, 1), QBXSIM_NOT_FOUND);
     expect(api_locateCage(nullptr, 1), QBXSIM_BAD_ARGUMENT);
     expect(api_locateMagazine("dc2", 1, 60), 0, {{"m1", {{"light", 1}}}});
+    expect(api_locateMagazine("dc1", 1, 60), 0, {{"n1", {{"light", 1}}}});
     expect(api_locateMagazine("dc2", 2, 60), QBXSIM_NOT_FOUND);  // absent
     const Json port0 = {1, 0, 0, 0}, port1 = {0, 1, 0, 0}, port3 = {0, 0, 0, 1};
     expect(api_locateFCALPort("dc2", 1, 60), 0, {{"ab", {{"A", port1}, {"B", port1}}}});
