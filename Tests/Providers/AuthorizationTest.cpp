@@ -426,7 +426,7 @@ TEST_F(AuthorizationTest, AModuleThatKnowsItsVolumesAsksByTheirKind)
         return kinds.at(str(path.getClassName()));
     };
     const auto deleteVolume = [&](const String& user, const Parameters& in) {
-        return authorize_DeleteStorageVolume(user, in, kindOf);
+        return authorize_DeleteStorageVolumeByKind(user, in, kindOf);
     };
     const std::vector<std::pair<std::string, Texts>> rows = {
         {"Base", {prefix + ".basevv"}},
@@ -438,7 +438,7 @@ TEST_F(AuthorizationTest, AModuleThatKnowsItsVolumesAsksByTheirKind)
     for (const auto& [className, keys] : rows) {
         expectCases(deleteVolume, {{"one", parameters({{"TheElement", ref(className)}}), keys}});
         const auto modifyList = [&](const String& user, const Parameters& in) {
-            return authorize_ModifyListSynchronization(user, in, kindOf);
+            return authorize_ModifyListSynchronizationByKind(user, in, kindOf);
         };
         expectCases(modifyList,
                     {{"target",
