@@ -12,365 +12,281 @@ namespace
 {
 
 using Parameters = Array<CIMParamValue>;
-using Check = int (*)(const String&, const Parameters&);
+using Check = std::function<int(const String&, const Parameters&)>;
 
-CIMValue uint16(unsigned number)
-{
-    return CIMValue(Uint16(number));
-}
-
-CIMValue text(const char* value)
-{
-    return CIMValue(String(value));
-}
-
-/// A reference to an object of a class; of an empty name, a reference without class name.
-CIMValue ref(const std::string& className)
-{
-    if (className.empty()) return CIMValue(CIMObjectPath());
-    return CIMValue(pathOf(className, {{"ID", "1"}}));
-}
-
-CIMValue refs(std::initializer_list<CIMValue> references)
-{
-    Array<CIMObjectPath> paths;
-    for (const CIMValue& reference : references) {
-        CIMObjectPath path;
-        reference.get(path);
-        paths.append(path);
-    }
-    return CIMValue(paths);
-}
-
-/// A synchronization of that target volume.
-CIMValue sync(const std::string& volumeClass)
-{
-    return CIMValue(
-        pathOf("QBX_StorageSynchronized", {{"SystemElement", "QBX_StorageVolume.ID=\"source\""},
-                                           {"SyncedElement", volumeClass + ".ID=\"target\""}}));
-}
-
-/// What a call asks, and what it answers when the array answers `decision` to everything.
+/// What a call asks, and what it answers when nobody is asked.
 struct Case
 {
-    const char* what;
-    Parameters in;
-    Texts keys;       ///< asked for, in order, when all are granted
-    int unasked = 3;  ///< the answer when nobody is asked
+    std::string in;   ///< as parameters() reads it, and "Synchronization=sync:CLASS,CLASS"
+    Texts keys = {};  ///< asked for, in order, after the prefix
+    int unasked = 3;
 };
+
+const int PASSES = 0;
+
+/// The parameters of a row. A synchronization refers to a target volume of the class, or to none.
+Parameters parametersOf(const std::string& in)
+{
+    const std::size_t sync = in.find("Synchronization=sync:");
+    Parameters result = parameters(in.substr(0, sync));
+    if (sync == std::string::npos) return result;
+    const std::string value = in.substr(in.find(':', sync) + 1);
+    const auto target = [](const std::string& className) {
+        Keys keys = {{"SystemElement", "QBX_StorageVolume.ID=\"source\""}};
+        if (!className.empty()) keys.push_back({"SyncedElement", className + ".ID=\"target\""});
+        return pathOf("QBX_StorageSynchronized", keys);
+    };
+    const std::size_t comma = value.find(',');
+    if (comma == std::string::npos) {
+        result.append(CIMParamValue("synchronization", CIMValue(target(value))));
+        return result;
+    }
+    Array<CIMObjectPath> paths;
+    paths.append(target(value.substr(0, comma)));
+    paths.append(target(value.substr(comma + 1)));
+    result.append(CIMParamValue("synchronization", CIMValue(paths)));
+    return result;
+}
 
 class AuthorizationTest : public ProviderTest
 {
 protected:
-    template <class Function>
-    void expectCases(Function&& check, const std::vector<Case>& cases)
+    /// Checks every row with all granted, and with each question in turn refused.
+    void expectCases(const Check& check, const std::string& prefix, const std::vector<Case>& cases)
     {
         for (const Case& row : cases) {
-            SCOPED_TRACE(row.what);
-            for (const int decision : {0, 1, 2, 3}) {
-                api.events.clear();
-                api.status = {{"api_authorizeCIMUser", decision}};
-                const int answer = check("J\xC3\xB6 Doe", row.in);
-                EXPECT_EQ(answer, row.keys.empty() ? row.unasked : decision);
-                Texts asked;
-                for (const std::string& key : row.keys) {
-                    asked.push_back("api_authorizeCIMUser(J\xC3\xB6 Doe, " + key + ")");
-                    if (decision != 0) break;  // the first refusal ends it
-                }
-                EXPECT_EQ(api.calls(), asked) << "decision " << decision;
+            SCOPED_TRACE(row.in);
+            expectDecision(check, prefix, row, 0, 0);
+            for (unsigned refused = 1; refused <= row.keys.size(); ++refused) {
+                for (const int decision : {1, 2, 3})
+                    expectDecision(check, prefix, row, refused, decision);
             }
         }
     }
 
     /// For a uint16 parameter: every number but these selects nothing, and no other type does.
-    void expectOnly(Check check, const char* name, const std::map<unsigned, std::string>& keys,
-                    const Parameters& others = {})
+    void expectOnly(const Check& check, const std::string& name, const std::string& prefix,
+                    const std::map<unsigned, std::string>& keys, const std::string& others = "")
     {
-        const auto with = [&](const CIMValue& value) {
-            Parameters in = others;
-            in.append(CIMParamValue(name, value));
-            return in;
-        };
         std::vector<Case> cases;
         for (const unsigned number :
-             {0u,  1u,  2u,  3u,  4u,  5u,  6u,  7u,  8u,   9u,        10u,   11u,
-              12u, 13u, 14u, 15u, 16u, 17u, 18u, 20u, 255u, 256u + 2u, 65535u}) {
+             {0u,  1u,  2u,  3u,  4u,  5u,  6u,  7u,  8u,   9u,   10u,   11u,
+              12u, 13u, 14u, 15u, 16u, 17u, 18u, 20u, 255u, 258u, 65535u}) {
+            cases.push_back({others + name + "=u16:" + std::to_string(number)});
             const auto found = keys.find(number);
-            cases.push_back({"", with(uint16(number)), {}});
             if (found != keys.end()) cases.back().keys = {found->second};
         }
-        const unsigned known = keys.begin()->first;
-        const std::string number = std::to_string(known);
-        cases.push_back({"string", with(text(number.c_str())), {}});
-        cases.push_back({"uint8", with(CIMValue(Uint8(known))), {}});
-        cases.push_back({"uint32", with(CIMValue(Uint32(known))), {}});
-        cases.push_back({"sint16", with(CIMValue(Sint16(known))), {}});
-        cases.push_back({"array", with(CIMValue(Array<Uint16>(1, Uint16(known)))), {}});
-        Parameters untyped = others;
-        untyped.append(CIMParamValue(name, text(number.c_str()), false));
-        cases.push_back({"untyped", untyped, {}});
-        expectCases(check, cases);
+        for (const char* type : {"str", "u8", "u32", "s16", "u16[]"})
+            cases.push_back(
+                {others + name + "=" + type + ":" + std::to_string(keys.begin()->first)});
+        expectCases(check, prefix, cases);
+    }
+
+private:
+    void expectDecision(const Check& check, const std::string& prefix, const Case& row,
+                        unsigned refused, int decision)
+    {
+        array.mend();
+        if (refused != 0) array.fail("api_authorizeCIMUser", decision, refused);
+        const int answer = check("joe", parametersOf(row.in));
+        EXPECT_EQ(answer, row.keys.empty() ? row.unasked : decision);
+        Texts asked;
+        for (const std::string& key : row.keys) {
+            const bool isLast = asked.size() + 1 == refused;
+            asked.push_back("api_authorizeCIMUser(\"joe\", \"" + prefix + key +
+                            "\") = " + std::to_string(isLast ? decision : 0));
+            if (isLast) break;
+        }
+        EXPECT_EQ(array.calls(), asked) << "question " << refused << " is answered " << decision;
     }
 };
+
+const std::string REPLICATION = "qbx_replicationservice.";
+const std::string CONFIGURATION = "qbx_storageconfigurationservice.";
 
 // ---- Replication service ----
 
 TEST_F(AuthorizationTest, CapabilitiesMethodsShareOneKey)
 {
     const Texts key = {"qbx_replicationservicecapabilities"};
-    expectCases(authorize_ReplicationServiceCapabilitiesMethod,
-                {{"nothing", {}, key}, {"anything", parameters({{"Operation", text("x")}}), key}});
+    expectCases(authorize_ReplicationServiceCapabilitiesMethod, "",
+                {{"", key}, {"Operation=str:x", key}});
 }
-
-const struct ReplicaCase
-{
-    Check check;
-    const char* snapshot;
-    const char* copy;
-} REPLICAS[] = {
-    {authorize_CreateGroupReplica, "qbx_replicationservice.creategroupreplica.creategroupsv",
-     "qbx_replicationservice.creategroupreplica.creategroupvvcopy"},
-    {authorize_CreateElementReplica, "qbx_replicationservice.createelementreplica.createsv",
-     "qbx_replicationservice.createelementreplica.createvvcopy"},
-};
 
 TEST_F(AuthorizationTest, ReplicasAreToldBySyncType)
 {
-    const CIMValue null = nullOf(CIMTYPE_UINT16);
-    for (const ReplicaCase& replica : REPLICAS) {
-        SCOPED_TRACE(replica.copy);
-        expectOnly(replica.check, "SYNCTYPE", {{7, replica.snapshot}, {8, replica.copy}},
-                   parameters({{"mode", uint16(65535)}}));
-        const int passes = 0;
+    const struct
+    {
+        Check check;
+        const char* snapshot;
+        const char* copy;
+    } replicas[] = {
+        {authorize_CreateGroupReplica, "creategroupreplica.creategroupsv",
+         "creategroupreplica.creategroupvvcopy"},
+        {authorize_CreateElementReplica, "createelementreplica.createsv",
+         "createelementreplica.createvvcopy"},
+    };
+    for (const auto& replica : replicas) {
+        expectOnly(replica.check, "SYNCTYPE", REPLICATION,
+                   {{7, replica.snapshot}, {8, replica.copy}}, "mode=u16:65535 ");
         expectCases(
-            replica.check,
+            replica.check, REPLICATION,
             {
-                {"nothing", {}, {}, passes},
-                {"no mode", parameters({{"SyncType", uint16(7)}}), {}, passes},
-                {"no mode, unknown type", parameters({{"SyncType", uint16(3)}}), {}, passes},
-                {"no type", parameters({{"Mode", uint16(2)}}), {}, passes},
-                {"null mode", parameters({{"SyncType", uint16(7)}, {"Mode", null}}), {}, passes},
-                {"null type", parameters({{"SyncType", null}, {"Mode", uint16(2)}}), {}, passes},
-                {"other type of mode",
-                 parameters({{"SyncType", uint16(7)}, {"Mode", text("2")}}),
-                 {}},
-                {"other type alone", parameters({{"SyncType", text("7")}}), {}},
-                {"the first value that is not null",
-                 parameters({{"SyncType", null},
-                             {"SyncType", uint16(8)},
-                             {"SyncType", uint16(7)},
-                             {"Mode", uint16(2)}}),
-                 {replica.copy}},
+                {"", {}, PASSES},
+                {"SyncType=u16:7", {}, PASSES},
+                {"SyncType=u16:3", {}, PASSES},
+                {"SyncType=str:7", {}, PASSES},
+                {"Mode=u16:2", {}, PASSES},
+                {"SyncType=u16:7 Mode=u16:null", {}, PASSES},
+                {"SyncType=u16:null Mode=u16:2", {}, PASSES},
+                {"SyncType=u16:7 Mode=str:2", {replica.snapshot}},
+                {"SyncType=u16:null SyncType=u16:8 SyncType=u16:7 Mode=u16[]:2", {replica.copy}},
             });
     }
 }
 
-TEST_F(AuthorizationTest, ReplicaSynchronizationsAreToldByOperation)
+TEST_F(AuthorizationTest, SynchronizationsAreToldByOperation)
 {
-    const std::string prefix = "qbx_replicationservice.modifyreplicasynchronization.";
     expectOnly(authorize_ModifyReplicaSynchronization, "operation",
-               {{2, prefix + "abort "},  // the blank belongs to the key
-                {8, prefix + "dissolve"},
-                {9, prefix + "dissolve"},
-                {14, prefix + "resync"},
-                {15, prefix + "restore"}});
-    const Texts byDefault = {"qbx_replicationservice.createelementreplica.createvvcopy"};
-    expectCases(
-        authorize_ModifyReplicaSynchronization,
-        {{"nothing", {}, byDefault},
-         {"null", parameters({{"Operation", nullOf(CIMTYPE_UINT16)}}), byDefault},
-         {"return to the pool",
-          parameters({{"Operation", uint16(19)}, {"Synchronization", sync("QBX_StorageVolume")}}),
-          {}}});
-}
+               REPLICATION + "modifyreplicasynchronization.",
+               {{2, "abort "},  // the blank belongs to the key
+                {8, "dissolve"},
+                {9, "dissolve"},
+                {14, "resync"},
+                {15, "restore"}});
+    const Texts byDefault = {"createelementreplica.createvvcopy"};
+    expectCases(authorize_ModifyReplicaSynchronization, REPLICATION,
+                {{"", byDefault},
+                 {"Operation=u16:null", byDefault},
+                 {"Operation=u16:19 Synchronization=sync:QBX_StorageVolume"}});
 
-TEST_F(AuthorizationTest, ListSynchronizationsAreToldByOperation)
-{
-    const std::string prefix = "qbx_replicationservice.modifylistsynchronization.";
-    expectOnly(authorize_ModifyListSynchronization, "operation",
-               {{2, prefix + "abort"},
-                {8, prefix + "dissolve"},
-                {9, prefix + "dissolve"},
-                {14, prefix + "resync"},
-                {15, prefix + "restore"}});
-    expectCases(
-        static_cast<Check>(authorize_ModifyListSynchronization),
-        {{"nothing", {}, {prefix + "resync"}},
-         {"null", parameters({{"Operation", nullOf(CIMTYPE_UINT16)}}), {prefix + "resync"}}});
+    const std::string list = REPLICATION + "modifylistsynchronization.";
+    expectOnly(authorize_ModifyListSynchronization, "operation", list,
+               {{2, "abort"}, {8, "dissolve"}, {9, "dissolve"}, {14, "resync"}, {15, "restore"}});
+    expectCases(authorize_ModifyListSynchronization, list,
+                {{"", {"resync"}}, {"Operation=u16:null", {"resync"}}});
+
+    const std::string plain = CONFIGURATION + "modifysynchronization.";
+    expectOnly(authorize_ModifySynchronization, "OPERATION", plain,
+               {{2, "detach"}, {4, "resync"}, {5, "restore"}, {12, "startcopy"}, {13, "stopcopy"}});
+    expectCases(authorize_ModifySynchronization, plain,
+                {{""},
+                 {"Operation=u16:19"},
+                 {"Operation=u16:null"},
+                 {"Operation=u16:null operation=u16:4", {"resync"}}});
 }
 
 TEST_F(AuthorizationTest, ReturnedTargetsAreGroupsAndVolumes)
 {
-    const std::string group = "qbx_replicationservice.deletegroup";
-    const std::string volume = "qbx_storageconfigurationservice.returntostoragepool";
-    const auto in = [](const CIMValue& targetGroup, const CIMValue& synchronization) {
-        return parameters({{"Operation", uint16(19)},
-                           {"TARGETGROUP", targetGroup},
-                           {"synchronization", synchronization}});
-    };
-    const CIMValue none = nullOf(CIMTYPE_REFERENCE);
-    const CIMValue aGroup = ref("QBX_ReplicationGroup");
-    const CIMValue aSync = sync("QBX_StorageVolume");
-    expectCases(static_cast<Check>(authorize_ModifyListSynchronization),
-                {
-                    {"neither", in(none, none), {}},
-                    {"group", in(aGroup, none), {group}},
-                    {"volume", in(none, aSync), {volume}},
-                    {"volumes", in(none, refs({aSync, aSync})), {volume, volume}},
-                    {"both", in(aGroup, aSync), {group, volume}},
-                    {"group without class", in(ref(""), none), {}},
-                    {"group of another type", in(text("QBX_Group"), aSync), {}},
-                    {"group and what is no synchronization", in(aGroup, text("x")), {}},
-                    {"group and no volumes", in(aGroup, refs({})), {}},
-                    {"target is no volume", in(none, sync("QBX_DynamicStoragePool")), {}},
-                    {"no target", in(none, ref("QBX_StorageSynchronized")), {}},
-                    {"malformed target", in(none, sync("no class")), {}},
-                    {"one without target", in(aGroup, refs({aSync, ref("QBX_S")})), {}},
-                });
+    const Texts group = {REPLICATION + "deletegroup"};
+    const Texts volume = {CONFIGURATION + "returntostoragepool"};
+    const std::string in = "Operation=u16:19 ";
+    const std::string both = in + "TARGETGROUP=ref:QBX_ReplicationGroup ";
+    expectCases(
+        authorize_ModifyListSynchronization, "",
+        {
+            {in},
+            {both, group},
+            {in + "Synchronization=sync:QBX_StorageVolume", volume},
+            {in + "Synchronization=sync:QBX_StorageVolume,QBX_StorageVolume", volume + volume},
+            {both + "Synchronization=sync:QBX_StorageVolume", group + volume},
+            {in + "TargetGroup=ref:"},
+            {in + "TargetGroup=str:x Synchronization=sync:QBX_StorageVolume"},
+            {both + "Synchronization=str:x"},
+            {both + "Synchronization=ref[]:"},
+            {in + "Synchronization=sync:QBX_DynamicStoragePool"},
+            {in + "Synchronization=sync:"},
+            {in + "Synchronization=sync:no class"},
+            {both + "Synchronization=sync:QBX_StorageVolume,"},
+        });
 }
 
 // ---- Storage configuration service ----
 
-TEST_F(AuthorizationTest, SynchronizationsAreToldByOperation)
+TEST_F(AuthorizationTest, PoolsAreCreatedSetAndDeleted)
 {
-    const std::string prefix = "qbx_storageconfigurationservice.modifysynchronization.";
-    expectOnly(authorize_ModifySynchronization, "OPERATION",
-               {{2, prefix + "detach"},
-                {4, prefix + "resync"},
-                {5, prefix + "restore"},
-                {12, prefix + "startcopy"},
-                {13, prefix + "stopcopy"}});
-    expectCases(authorize_ModifySynchronization,
-                {{"nothing", {}, {}},
-                 {"19", parameters({{"Operation", uint16(19)}}), {}},
-                 {"null", parameters({{"Operation", nullOf(CIMTYPE_UINT16)}}), {}},
-                 {"null, then a value",
-                  parameters({{"Operation", nullOf(CIMTYPE_UINT16)}, {"operation", uint16(4)}}),
-                  {prefix + "resync"}}});
-}
-
-TEST_F(AuthorizationTest, PoolsAreCreatedOrSet)
-{
-    const std::string prefix = "qbx_storageconfigurationservice.createormodifystoragepool.";
-    const Texts create = {prefix + "createcpg"};
-    const Texts set = {prefix + "setcpg"};
-    expectCases(
-        authorize_CreateOrModifyStoragePool,
-        {{"nothing", {}, create},
-         {"null", parameters({{"Pool", nullOf(CIMTYPE_REFERENCE)}}), create},
-         {"null of another type", parameters({{"Pool", nullOf(CIMTYPE_STRING)}}), create},
-         {"without class", parameters({{"Pool", ref("")}}), create},
-         {"other name", parameters({{"Pools", ref("QBX_DynamicStoragePool")}}), create},
-         {"pool", parameters({{"pOOL", ref("QBX_DynamicStoragePool")}}), set},
-         {"first without class", parameters({{"Pool", ref("")}, {"Pool", ref("A")}}), set},
-         {"text", parameters({{"Pool", text("QBX_DynamicStoragePool.ID=\"1\"")}}), {}},
-         {"text before the pool", parameters({{"Pool", text("x")}, {"Pool", ref("A")}}), {}},
-         {"array", parameters({{"Pool", refs({ref("A")})}}), {}}});
-}
-
-TEST_F(AuthorizationTest, PoolsAreDeletedByTheirClass)
-{
-    const std::string prefix = "qbx_storageconfigurationservice.deletestoragepool.";
-    expectCases(authorize_DeleteStoragePool,
-                {{"dynamic",
-                  parameters({{"pool", ref("QBX_DynamicStoragePool")}}),
-                  {prefix + "deletedynamicstoragepool"}},
-                 {"delta replica",
-                  parameters({{"Pool", ref("qbx_DELTAReplicaStoragePool")}}),
-                  {prefix + "deletedeltareplicastoragepool"}},
-                 {"other pool", parameters({{"Pool", ref("QBX_StoragePool")}}), {}},
-                 {"nothing", {}, {}},
-                 {"null", parameters({{"Pool", nullOf(CIMTYPE_REFERENCE)}}), {}},
-                 {"without class", parameters({{"Pool", ref("")}}), {}},
-                 {"text", parameters({{"Pool", text("QBX_DynamicStoragePool")}}), {}},
-                 {"array", parameters({{"Pool", refs({ref("QBX_DynamicStoragePool")})}}), {}}});
+    expectCases(authorize_CreateOrModifyStoragePool, CONFIGURATION + "createormodifystoragepool.",
+                {{"", {"createcpg"}},
+                 {"Pool=ref:null", {"createcpg"}},
+                 {"Pool=str:null", {"createcpg"}},
+                 {"Pool=ref:", {"createcpg"}},
+                 {"Pools=ref:QBX_DynamicStoragePool", {"createcpg"}},
+                 {"pOOL=ref:QBX_DynamicStoragePool", {"setcpg"}},
+                 {"Pool=ref: Pool=ref:A", {"setcpg"}},
+                 {"Pool=str:A"},
+                 {"Pool=str:A Pool=ref:A"},
+                 {"Pool=ref[]:A"}});
+    expectCases(authorize_DeleteStoragePool, CONFIGURATION + "deletestoragepool.",
+                {{"pool=ref:QBX_DynamicStoragePool", {"deletedynamicstoragepool"}},
+                 {"Pool=ref:qbx_DELTAReplicaStoragePool", {"deletedeltareplicastoragepool"}},
+                 {"Pool=ref:QBX_StoragePool"},
+                 {""},
+                 {"Pool=ref:null"},
+                 {"Pool=ref:"},
+                 {"Pool=str:QBX_DynamicStoragePool"},
+                 {"Pool=ref[]:QBX_DynamicStoragePool"}});
 }
 
 TEST_F(AuthorizationTest, VolumesAreCreatedGrownAndSet)
 {
-    const std::string prefix =
-        "qbx_storageconfigurationservice.createormodifyelementfromstoragepool.";
-    const std::string create = prefix + "createvolume";
-    const std::string grow = prefix + "growvolume";
-    const std::string set = prefix + "setvolume";
-    const CIMValue size = CIMValue(Uint64(1));
-    const CIMValue element = ref("QBX_StorageVolume");
-    const int passes = 0;
-    expectCases(
-        authorize_CreateOrModifyElemFromStoragePool,
-        {{"nothing", {}, {create}},
-         {"new", parameters({{"Size", size}, {"ElementName", text("v")}}), {create}},
-         {"null",
-          parameters({{"TheElement", nullOf(CIMTYPE_REFERENCE)}, {"Size", size}}),
-          {create}},
-         {"without class", parameters({{"TheElement", ref("")}}), {create}},
-         {"text", parameters({{"TheElement", text("QBX_StorageVolume")}, {"Size", size}}), {}},
-         {"array", parameters({{"TheElement", refs({element})}, {"Size", size}}), {}},
-         {"no change", parameters({{"TheElement", element}}), {}, passes},
-         {"null change",
-          parameters({{"TheElement", element},
-                      {"Size", nullOf(CIMTYPE_UINT64)},
-                      {"ElementName", nullOf(CIMTYPE_STRING)}}),
-          {},
-          passes},
-         {"grow", parameters({{"SIZE", size}, {"THEELEMENT", element}}), {grow}},
-         {"set", parameters({{"elementname", text("")}, {"theelement", element}}), {set}},
-         {"both, by other types",
-          parameters({{"ElementName", uint16(0)}, {"Size", text("")}, {"TheElement", element}}),
-          {grow, set}}});
-}
+    const std::string prefix = CONFIGURATION + "createormodifyelementfromstoragepool.";
+    const std::string volume = "THEELEMENT=ref:QBX_StorageVolume ";
+    expectCases(authorize_CreateOrModifyElemFromStoragePool, prefix,
+                {{"", {"createvolume"}},
+                 {"Size=u64:1 ElementName=str:v", {"createvolume"}},
+                 {"TheElement=ref:null Size=u64:1", {"createvolume"}},
+                 {"TheElement=ref:", {"createvolume"}},
+                 {"TheElement=str:QBX_StorageVolume Size=u64:1"},
+                 {"TheElement=ref[]:QBX_StorageVolume Size=u64:1"},
+                 {volume, {}, PASSES},
+                 {volume + "Size=u64:null ElementName=str:null", {}, PASSES},
+                 {"SIZE=u64:1 " + volume, {"growvolume"}},
+                 {"elementname=str: " + volume, {"setvolume"}},
+                 {"ElementName=u16:0 Size=str: " + volume, {"growvolume", "setvolume"}}});
 
-TEST_F(AuthorizationTest, EveryParameterOfAVolumeIsTracedWithoutNewline)
-{
-    authorize_CreateOrModifyElemFromStoragePool(
-        "joe", parameters({{"TheElement", ref("QBX_StorageVolume")},
-                           {"Size", CIMValue(Uint64(1))},
-                           {"ElementName", text("v")},
-                           {"100%s", nullOf(CIMTYPE_STRING)}}));
-    EXPECT_EQ(api.events, (Texts{"4: Param TheElement", "4: Param Size", "4: Param ElementName",
-                                 "4: Param 100%s",
-                                 "api_authorizeCIMUser(joe, qbx_storageconfigurationservice."
-                                 "createormodifyelementfromstoragepool.growvolume)",
-                                 "api_authorizeCIMUser(joe, qbx_storageconfigurationservice."
-                                 "createormodifyelementfromstoragepool.setvolume)"}));
+    // Every parameter is traced, without a newline.
+    array.forget();
+    authorize_CreateOrModifyElemFromStoragePool("joe", parameters("Size=u64:1 100%s=str:null"));
+    EXPECT_EQ(array.events(),
+              (Texts{"4: Param Size", "4: Param 100%s",
+                     "api_authorizeCIMUser(\"joe\", \"" + prefix + "createvolume\") = 0"}));
 }
 
 TEST_F(AuthorizationTest, AllocationsAreSetByWhatIsAllocated)
 {
-    const std::string pool = "qbx_allocatedfromstoragepool.modifyinstance.setcpg";
-    const std::string volume = "qbx_allocatedfromstoragepool.modifyinstance.setvv";
+    const Texts pool = {"setcpg"};
+    const Texts volume = {"setvv"};
     const struct
     {
         const char* antecedent;
         const char* dependent;
-        std::string key;
+        Texts keys;
     } rows[] = {
         {"QBX_DynamicStoragePool.ID=\"1\"", "QBX_StorageVolume.ID=\"1\"", volume},
         {"QBX_DeltaReplicaStoragePool.ID=\"1\"", "//h/root/qbx:qbx_storageVOLUME.ID=\"1\"", volume},
         {"QBX_PrimordialStoragePool.ID=\"1\"", "QBX_DynamicStoragePool.ID=\"1\"", pool},
         {"//h/root/qbx:QBX_STORAGEPOOL.ID=\"1\"", "QBX_StoragePool.ID=\"1\"", pool},
-        {"QBX_StorageVolume.ID=\"1\"", "QBX_StorageVolume.ID=\"1\"", ""},
-        {"QBX_StorageVolume.ID=\"1\"", "QBX_DynamicStoragePool.ID=\"1\"", ""},
-        {"QBX_DynamicStoragePool.ID=\"1\"", "QBX_DriveCage.ID=\"1\"", ""},
-        {"QBX_DynamicStoragePool.ID=\"1\"", "QBX_StorageVolumeView.ID=\"1\"", ""},
-        {"QBX_DynamicStoragePool.ID=\"1\"", "StorageVolume.ID=\"1\"", ""},
-        {"XYZ_DynamicStoragePool.ID=\"1\"", "QBX_StorageVolume.ID=\"1\"", ""},
-        {"QBX_DynamicStoragePool.ID=\"1\"", "no path", ""},
-        {"no path", "QBX_StorageVolume.ID=\"1\"", ""},
-        {"QBX_DynamicStoragePool.ID=\"1\"", "", ""},
-        {nullptr, "QBX_StorageVolume.ID=\"1\"", ""},
-        {"QBX_DynamicStoragePool.ID=\"1\"", nullptr, ""},
+        {"QBX_StorageVolume.ID=\"1\"", "QBX_StorageVolume.ID=\"1\"", {}},
+        {"QBX_StorageVolume.ID=\"1\"", "QBX_DynamicStoragePool.ID=\"1\"", {}},
+        {"QBX_DynamicStoragePool.ID=\"1\"", "QBX_StorageVolumeView.ID=\"1\"", {}},
+        {"QBX_DynamicStoragePool.ID=\"1\"", "StorageVolume.ID=\"1\"", {}},
+        {"XYZ_DynamicStoragePool.ID=\"1\"", "QBX_StorageVolume.ID=\"1\"", {}},
+        {"QBX_DynamicStoragePool.ID=\"1\"", "no path", {}},
+        {"no path", "QBX_StorageVolume.ID=\"1\"", {}},
+        {nullptr, "QBX_StorageVolume.ID=\"1\"", {}},
+        {"QBX_DynamicStoragePool.ID=\"1\"", nullptr, {}},
     };
     for (const auto& row : rows) {
         Keys keys;
         if (row.antecedent != nullptr) keys.push_back({"ANTECEDENT", row.antecedent});
         if (row.dependent != nullptr) keys.push_back({"dependent", row.dependent});
         const CIMObjectPath path = pathOf("QBX_AllocatedFromStoragePool", keys);
-        const std::string what = str(path);
-        const auto check = [&path](const String& user, const Parameters&) {
-            return authorize_AllocatedFromStoragePoolModifyInstance(user, path);
-        };
-        expectCases(check, {{what.c_str(), {}, row.key.empty() ? Texts{} : Texts{row.key}}});
+        SCOPED_TRACE(str(path));
+        expectCases(
+            [&path](const String& user, const Parameters&) {
+                return authorize_AllocatedFromStoragePoolModifyInstance(user, path);
+            },
+            "qbx_allocatedfromstoragepool.modifyinstance.", {{"", row.keys}});
     }
 }
 
@@ -378,106 +294,60 @@ TEST_F(AuthorizationTest, AllocationsAreSetByWhatIsAllocated)
 
 TEST_F(AuthorizationTest, VolumesOfUnknownKindNeedThePrivilegeForAnyKind)
 {
-    const std::string any = "qbx_storageconfigurationservice.returntostoragepool";
-    const CIMValue volume = ref("QBX_StorageVolume");
+    const Texts any = {"returntostoragepool"};
     expectCases(
-        static_cast<Check>(authorize_DeleteStorageVolume),
+        authorize_DeleteStorageVolume, CONFIGURATION,
         {
-            {"nothing", {}, {}},
-            {"null",
-             parameters({{"TheElement", nullOf(CIMTYPE_REFERENCE)},
-                         {"TheElements", CIMValue(CIMTYPE_REFERENCE, true)}}),
-             {}},
-            {"volume", parameters({{"theELEMENT", volume}}), {any}},
-            {"subclass", parameters({{"TheElement", ref("qbx_SomeStoragevolume")}}), {any}},
-            {"pool", parameters({{"TheElement", ref("QBX_DynamicStoragePool")}}), {}},
-            {"without class", parameters({{"TheElement", ref("")}}), {}},
-            {"text", parameters({{"TheElement", text("QBX_StorageVolume")}}), {}},
-            {"volumes", parameters({{"theELEMENTS", refs({volume, volume})}}), {any, any}},
-            {"empty", parameters({{"TheElements", refs({})}}), {}},
-            {"texts", parameters({{"TheElements", CIMValue(Array<String>(1, "x"))}}), {}},
-            {"both",
-             parameters({{"TheElements", refs({volume})}, {"TheElement", volume}}),
-             {any, any}},
-            {"volume and empty",
-             parameters({{"TheElement", volume}, {"TheElements", refs({})}}),
-             {}},
-            {"text and volumes",
-             parameters({{"TheElement", text("x")}, {"TheElements", refs({volume})}}),
-             {}},
-            {"last is a pool",
-             parameters({{"TheElements", refs({volume, ref("QBX_StoragePool")})}}),
-             {}},
-            {"last has no class", parameters({{"TheElements", refs({volume, ref("")})}}), {}},
+            {""},
+            {"TheElement=ref:null TheElements=ref[]:null"},
+            {"theELEMENT=ref:QBX_StorageVolume", any},
+            {"TheElement=ref:qbx_SomeStoragevolume", any},
+            {"TheElement=ref:QBX_DynamicStoragePool"},
+            {"TheElement=ref:"},
+            {"TheElement=str:QBX_StorageVolume"},
+            {"theELEMENTS=ref[]:QBX_StorageVolume,QBX_StorageVolume", any + any},
+            {"TheElements=ref[]:"},
+            {"TheElements=str[]:x"},
+            {"TheElements=ref[]:QBX_StorageVolume TheElement=ref:QBX_StorageVolume", any + any},
+            {"TheElement=ref:QBX_StorageVolume TheElements=ref[]:"},
+            {"TheElement=str:x TheElements=ref[]:QBX_StorageVolume"},
+            {"TheElements=ref[]:QBX_StorageVolume,QBX_StoragePool"},
+            {"TheElements=ref[]:QBX_StorageVolume,,QBX_StorageVolume"},
         });
 }
 
 TEST_F(AuthorizationTest, AModuleThatKnowsItsVolumesAsksByTheirKind)
 {
-    const std::string prefix = "qbx_storageconfigurationservice.returntostoragepool";
-    const std::map<std::string, QBX_VolumeKind> kinds = {
-        {"Base", QBX_VolumeKind::BaseVolume},
-        {"Physical", QBX_VolumeKind::PhysicalCopy},
-        {"Virtual", QBX_VolumeKind::VirtualCopy},
-        {"Any", QBX_VolumeKind::Volume},
-        {"QBX_StorageVolume", QBX_VolumeKind::NotAVolume},
+    using namespace std::placeholders;
+    const struct
+    {
+        std::string className;
+        QBX_VolumeKind kind;
+        Texts keys;
+    } kinds[] = {
+        {"Base", QBX_VolumeKind::BaseVolume, {".basevv"}},
+        {"Physical", QBX_VolumeKind::PhysicalCopy, {".physcopyvv"}},
+        {"Virtual", QBX_VolumeKind::VirtualCopy, {".virtcopyvv"}},
+        {"Any", QBX_VolumeKind::Volume, {""}},
+        {"QBX_StorageVolume", QBX_VolumeKind::NotAVolume, {}},
     };
     const QBX_VolumeKindOf kindOf = [&](const CIMObjectPath& path) {
-        return kinds.at(str(path.getClassName()));
+        const auto* row = std::begin(kinds);
+        while (row->className != str(path.getClassName()))
+            ++row;
+        return row->kind;
     };
-    const auto deleteVolume = [&](const String& user, const Parameters& in) {
-        return authorize_DeleteStorageVolumeByKind(user, in, kindOf);
-    };
-    const std::vector<std::pair<std::string, Texts>> rows = {
-        {"Base", {prefix + ".basevv"}},
-        {"Physical", {prefix + ".physcopyvv"}},
-        {"Virtual", {prefix + ".virtcopyvv"}},
-        {"Any", {prefix}},
-        {"QBX_StorageVolume", {}},
-    };
-    for (const auto& [className, keys] : rows) {
-        expectCases(deleteVolume, {{"one", parameters({{"TheElement", ref(className)}}), keys}});
-        const auto modifyList = [&](const String& user, const Parameters& in) {
-            return authorize_ModifyListSynchronizationByKind(user, in, kindOf);
-        };
-        expectCases(modifyList,
-                    {{"target",
-                      parameters({{"Operation", uint16(19)}, {"Synchronization", sync(className)}}),
-                      keys}});
+    const Check deletion = std::bind(authorize_DeleteStorageVolumeByKind, _1, _2, kindOf);
+    const Check list = std::bind(authorize_ModifyListSynchronizationByKind, _1, _2, kindOf);
+    const std::string prefix = CONFIGURATION + "returntostoragepool";
+    for (const auto& row : kinds) {
+        expectCases(deletion, prefix, {{"TheElement=ref:" + row.className, row.keys}});
+        expectCases(list, prefix,
+                    {{"Operation=u16:19 Synchronization=sync:" + row.className, row.keys}});
     }
-    expectCases(deleteVolume,
-                {{"in their order",
-                  parameters({{"TheElements", refs({ref("Physical"), ref("Base")})},
-                              {"TheElement", ref("Virtual")}}),
-                  {prefix + ".virtcopyvv", prefix + ".physcopyvv", prefix + ".basevv"}}});
-}
-
-TEST_F(AuthorizationTest, ARefusalInTheMiddleIsTheAnswerAndEndsTheQuestions)
-{
-    const std::string asks = "api_authorizeCIMUser(joe, qbx_storageconfigurationservice.";
-    const std::string grow = asks + "createormodifyelementfromstoragepool.growvolume)";
-    const std::string set = asks + "createormodifyelementfromstoragepool.setvolume)";
-    api.status = {{set, 2}};
-    EXPECT_EQ(authorize_CreateOrModifyElemFromStoragePool(
-                  "joe", parameters({{"TheElement", ref("QBX_StorageVolume")},
-                                     {"Size", CIMValue(Uint64(1))},
-                                     {"ElementName", text("v")}})),
-              2);
-    EXPECT_EQ(api.calls(), (Texts{grow, set}));
-
-    const std::string base = asks + "returntostoragepool.basevv)";
-    const std::string copy = asks + "returntostoragepool.virtcopyvv)";
-    api.events.clear();
-    api.status = {{base, 1}};
-    EXPECT_EQ(
-        authorize_DeleteStorageVolume(
-            "joe", parameters({{"TheElements", refs({ref("Copy"), ref("Base"), ref("Copy")})}}),
-            [](const CIMObjectPath& path) {
-                return path.getClassName() == CIMName("Base") ? QBX_VolumeKind::BaseVolume
-                                                              : QBX_VolumeKind::VirtualCopy;
-            }),
-        1);
-    EXPECT_EQ(api.calls(), (Texts{copy, base}));
+    expectCases(deletion, prefix,
+                {{"TheElements=ref[]:Physical,Base TheElement=ref:Virtual",
+                  {".virtcopyvv", ".physcopyvv", ".basevv"}}});
 }
 
 }  // namespace

@@ -1,13 +1,15 @@
 // The trace lines of all providers: the pattern that most of them follow, and every exception.
 #include "ProviderTest.h"
 
-#include <stdexcept>
+#include <map>
 
 namespace
 {
 
+using Lines = std::map<std::string, std::string>;
+
 // "*" stands for the provider's name.
-const Values ELEMENT_LINES = {
+const Lines ELEMENT_LINES = {
     {"initialize>", "--> *::initialize()\n"},
     {"initialize<", "<--*::initialize()\n"},
     {"enumerateInstanceNames>", "--> *::enumerateInstanceNames\n"},
@@ -26,7 +28,7 @@ const Values ELEMENT_LINES = {
     {"_build_instances<", "<-- *::_build_instances\n"},
 };
 
-const Values ASSOCIATION_LINES = {
+const Lines ASSOCIATION_LINES = {
     {"initialize>", "--> *::initialize(cimom)\n)"},
     {"initialize<", "<-- *::initialize(cimom)\n)"},
     {"enumerateInstanceNames>", "--> *::enumerateInstanceNames()\n"},
@@ -64,7 +66,7 @@ const Values ASSOCIATION_LINES = {
     {"_getRelatedInstanceNames<", "<--*::_getRelatedInstanceNames\n"},
 };
 
-const std::map<std::string, Values> EXCEPTIONS = {
+const std::map<std::string, Lines> EXCEPTIONS = {
     {"QBX_DriveCageProvider", {{"initialize<", "-->*::initialize()\n"}}},
     {"QBX_FCALCardProvider", {{"_build_ref>", "--> QBX_FCALProvider::_build_ref\n"}}},
     {"QBX_FCALCardInDriveCageProvider",
