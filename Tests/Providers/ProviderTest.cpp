@@ -4,6 +4,8 @@
 
 #include <Pegasus/Common/CIMParamValue.h>
 
+#include <algorithm>
+#include <fstream>
 #include <sstream>
 
 using namespace Pegasus;
@@ -38,6 +40,67 @@ Texts operator+(Texts first, const Texts& second)
     return first;
 }
 
+Texts split(const std::string& text, char separator)
+{
+    Texts parts;
+    std::istringstream pieces(text);
+    for (std::string piece; std::getline(pieces, piece, separator);) {
+        const std::size_t first = piece.find_first_not_of(' ');
+        const std::size_t last = piece.find_last_not_of(' ');
+        parts.push_back(first == std::string::npos ? "" : piece.substr(first, last + 1 - first));
+    }
+    return parts;
+}
+
+namespace
+{
+
+std::string unescaped(std::string text)
+{
+    const std::pair<char, char> escapes[] = {{'n', '\n'}, {'t', '\t'}};
+    for (const auto& [letter, character] : escapes) {
+        const std::string escape = {'\\', letter};
+        for (std::size_t at = 0; (at = text.find(escape, at)) != std::string::npos;)
+            text.replace(at, 2, 1, character);
+    }
+    return text;
+}
+
+}  // namespace
+
+std::vector<Texts> table(const std::string& name, std::size_t fields)
+{
+    std::ifstream file(QBX_TEST_DATA "/" + name + ".txt");
+    if (!file) throw std::logic_error("no table " + name);
+    std::vector<Texts> rows;
+    for (std::string line; std::getline(file, line);) {
+        if (line.empty() || line[0] == '#') continue;
+        Texts row;
+        for (const std::string& field : split(line, '|'))
+            row.push_back(unescaped(field));
+        row.resize(fields);
+        rows.push_back(row);
+    }
+    return rows;
+}
+
+std::string lineOf(const std::string& provider, const std::string& key, const Texts& arguments)
+{
+    static const std::vector<Texts> lines = table("traces", 3);
+    const auto found = std::find_if(lines.begin(), lines.end(), [&](const Texts& row) {
+        return row[0] == provider && row[1] == key;
+    });
+    if (found == lines.end()) throw std::logic_error("no line " + provider + " " + key);
+    std::string line = (*found)[2];
+    std::size_t from = 0;
+    for (const std::string& argument : arguments) {
+        from = line.find("%s", from);
+        line.replace(from, 2, argument);
+        from += argument.size();
+    }
+    return (key.back() == '!' ? "2: " : "4: ") + line;
+}
+
 // ---- The schema and the object manager ----
 
 namespace
@@ -52,7 +115,7 @@ cimom::Repository& schema()
         auto compiled = std::make_unique<cimom::Repository>();
         compiled->addNamespace(NAMESPACE);
         cimom::MofCompiler(*compiled).compileFile(QBX_SCHEMA_DIR "/qbx.mof", NAMESPACE);
-        cimom::MofCompiler(*compiled).compileFile(QBX_TEST_ARRAYS "/sample.mof", NAMESPACE);
+        cimom::MofCompiler(*compiled).compileFile(QBX_TEST_DATA "/sample.mof", NAMESPACE);
         return compiled;
     }();
     return *repository;
@@ -187,8 +250,7 @@ CIMObjectPath pathOf(const std::string& className, const Keys& keys, const std::
 CIMPropertyList listOf(const std::string& names)
 {
     Array<CIMName> array;
-    std::istringstream words(names);
-    for (std::string name; words >> name;)
+    for (const std::string& name : split(names))
         array.append(CIMName(name.c_str()));
     return CIMPropertyList(array);
 }
@@ -203,8 +265,7 @@ CIMValue valueFrom(CIMType type, bool isArray, const std::string& text,
     if (text == "null") return CIMValue(type, isArray);
     if (!isArray) return CIMValue(read(text));
     Array<Value> values;
-    std::istringstream items(text);
-    for (std::string item; std::getline(items, item, ',');)
+    for (const std::string& item : split(text, ','))
         values.append(read(item));
     return CIMValue(values);
 }
@@ -230,6 +291,13 @@ CIMObjectPath reference(const std::string& className)
     return className.empty() ? CIMObjectPath() : pathOf(className, {{"ID", "1"}});
 }
 
+CIMObjectPath synchronization(const std::string& targetClass)
+{
+    Keys keys = {{"SystemElement", "QBX_StorageVolume.ID=\"source\""}};
+    if (!targetClass.empty()) keys.push_back({"SyncedElement", targetClass + ".ID=\"target\""});
+    return pathOf("QBX_StorageSynchronized", keys);
+}
+
 }  // namespace
 
 CIMValue valueOf(std::string type, const std::string& text)
@@ -244,14 +312,14 @@ CIMValue valueOf(std::string type, const std::string& text)
     if (type == "s16") return valueFrom(CIMTYPE_SINT16, isArray, text, number<Sint16>);
     if (type == "str") return valueFrom(CIMTYPE_STRING, isArray, text, string);
     if (type == "ref") return valueFrom(CIMTYPE_REFERENCE, isArray, text, reference);
+    if (type == "sync") return valueFrom(CIMTYPE_REFERENCE, isArray, text, synchronization);
     throw std::logic_error("no type " + type);
 }
 
 Array<CIMParamValue> parameters(const std::string& texts)
 {
     Array<CIMParamValue> result;
-    std::istringstream words(texts);
-    for (std::string word; words >> word;) {
+    for (const std::string& word : split(texts)) {
         const std::size_t type = word.find('=') + 1;
         const std::size_t text = word.find(':', type) + 1;
         result.append(

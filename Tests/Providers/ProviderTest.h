@@ -31,23 +31,25 @@ std::string str(const Pegasus::CIMObjectPath& path);
 Texts operator+(Texts first, const Texts& second);
 
 /// The paths of instances, objects or paths.
-inline Pegasus::CIMObjectPath pathIn(const Pegasus::CIMObjectPath& path)
-{
-    return path;
-}
-template <class Result>
-Pegasus::CIMObjectPath pathIn(const Result& result)
-{
-    return result.getPath();
-}
 template <class Result>
 Texts pathsIn(const std::vector<Result>& results)
 {
     Texts texts;
-    for (const Result& result : results)
-        texts.push_back(str(pathIn(result)));
+    for (const Result& result : results) {
+        if constexpr (std::is_same_v<Result, Pegasus::CIMObjectPath>)
+            texts.push_back(str(result));
+        else
+            texts.push_back(str(result.getPath()));
+    }
     return texts;
 }
+
+/// The parts of a text, without blanks around them.
+Texts split(const std::string& text, char separator = ' ');
+
+/// The rows of data/NAME.txt, each of so many fields; fields that end a line may be missing. "\n"
+/// and "\t" are a newline and a tab.
+std::vector<Texts> table(const std::string& name, std::size_t fields);
 
 // ---- The schema and the object manager ----
 
@@ -155,7 +157,7 @@ public:
 // ---- Requests and results ----
 
 /// A log line of a provider, with its level and arguments: "OPERATION>" as it begins, "?" for what
-/// was asked, "!" for a refusal, "<" as it ends.
+/// was asked, "!" for a refusal, "<" as it ends. See data/traces.txt.
 std::string lineOf(const std::string& provider, const std::string& key,
                    const Texts& arguments = {});
 
@@ -173,9 +175,9 @@ Pegasus::CIMObjectPath pathOf(const std::string& className, const Keys& keys = {
 /// The list of these names, separated by blanks.
 Pegasus::CIMPropertyList listOf(const std::string& names);
 
-/// A value by its type (bool, u8 to u64, s16, str, ref; with [] an array of values separated by
-/// commas) and its text. A reference is given by a class, "" for a path without one; the text
-/// "null" is a null value.
+/// A value by its type (bool, u8 to u64, s16, str, ref, sync; with [] an array of values separated
+/// by commas) and its text; "null" is a null value. A reference is given by a class, "" for a path
+/// without one; a synchronization by the class of its target, "" for none.
 Pegasus::CIMValue valueOf(std::string type, const std::string& text);
 
 /// Parameters as "Name=type:text", separated by blanks; see valueOf().

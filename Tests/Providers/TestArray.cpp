@@ -60,7 +60,7 @@ TestArray::~TestArray()
 
 void TestArray::serve(const std::string& name)
 {
-    setenv("QBX_ARRAY_FILE", (QBX_TEST_ARRAYS "/" + name + ".json").c_str(), 1);
+    setenv("QBX_ARRAY_FILE", (QBX_TEST_DATA "/" + name + ".json").c_str(), 1);
     mend();
 }
 

@@ -20,7 +20,7 @@ public:
     /// Fails the test when the semaphore is held or a record list was not freed.
     ~TestArray();
 
-    /// Serves arrays/NAME.json from now on, without faults.
+    /// Serves data/NAME.json from now on, without faults.
     void serve(const std::string& name);
     /// Call number `call` (0: every call) of the operation does nothing but return the status.
     void fail(const std::string& operation, int status, unsigned call = 0);
