@@ -464,27 +464,6 @@ TEST_F(AssociationTest, AllAssociationsAreListedFromTheRecordsAlone)
     }
 }
 
-TEST_F(AssociationTest, GetInstanceWantsTwoKeys)
-{
-    for (const Association& each : ALL) {
-        use(each);
-        for (const std::size_t count : {0, 1, 3}) {
-            Keys keys = {{"GroupComponent", "a"}, {"PartComponent", "b"}, {"X", "c"}};
-            keys.resize(count);
-            InstanceHandler handler;
-            array.forget();
-            EXPECT_EQ(thrownBy([&] {
-                          instanceProvider->getInstance(contextOf(), pathOf(each.className, keys),
-                                                        false, false, CIMPropertyList(), handler);
-                      }),
-                      "4 " + each.provider + " Expect two keys.");
-            EXPECT_EQ(array.events(),
-                      (Texts{lineOf(each.provider, "getInstance>"), OPEN,
-                             lineOf(each.provider, "getInstance!", {std::to_string(count)})}));
-        }
-    }
-}
-
 // ---- What goes wrong ----
 
 TEST_F(AssociationTest, WhatTheObjectManagerGivesIsNeitherChangedNorLost)

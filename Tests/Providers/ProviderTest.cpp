@@ -4,8 +4,8 @@
 
 #include <Pegasus/Common/CIMParamValue.h>
 
-#include <algorithm>
 #include <fstream>
+#include <map>
 #include <sstream>
 
 using namespace Pegasus;
@@ -86,12 +86,13 @@ std::vector<Texts> table(const std::string& name, std::size_t fields)
 
 std::string lineOf(const std::string& provider, const std::string& key, const Texts& arguments)
 {
-    static const std::vector<Texts> lines = table("traces", 3);
-    const auto found = std::find_if(lines.begin(), lines.end(), [&](const Texts& row) {
-        return row[0] == provider && row[1] == key;
-    });
-    if (found == lines.end()) throw std::logic_error("no line " + provider + " " + key);
-    std::string line = (*found)[2];
+    static const std::map<std::string, std::string> lines = [] {
+        std::map<std::string, std::string> lines;
+        for (const Texts& row : table("traces", 3))
+            lines[row[0] + row[1]] = row[2];
+        return lines;
+    }();
+    std::string line = lines.at(provider + key);
     std::size_t from = 0;
     for (const std::string& argument : arguments) {
         from = line.find("%s", from);
