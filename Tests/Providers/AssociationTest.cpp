@@ -2,9 +2,6 @@
 // it comes from, and what is written on the way.
 #include "ProviderTest.h"
 
-#include <Pegasus/Provider/CIMAssociationProvider.h>
-#include <Pegasus/Provider/CIMInstanceProvider.h>
-
 #include <algorithm>
 
 using namespace Pegasus;
@@ -71,20 +68,6 @@ std::string mixedCase(std::string text)
     return text;
 }
 
-/// What a traversal may ask beside the object.
-struct Asked
-{
-    std::string role;
-    std::string resultRole;
-    std::string resultClass;
-    std::string associationClass;
-};
-
-CIMName nameOf(const std::string& text)
-{
-    return text.empty() ? CIMName() : CIMName(text.c_str());
-}
-
 /// The tag of an object of which a table gives class and tag.
 std::string tagIn(const std::string& object)
 {
@@ -134,27 +117,13 @@ protected:
     std::string run(const std::string& operation, const CIMObjectPath& object,
                     const Asked& asked = {})
     {
-        const CIMName resultClass = nameOf(asked.resultClass);
-        const CIMName associationClass = nameOf(asked.associationClass);
-        const String role(asked.role.c_str());
-        const String resultRole(asked.resultRole.c_str());
-        const CIMPropertyList list = listOf(ASKED_LIST);
         PathHandler paths;
         ObjectHandler objects;
         array.forget();
         cimom.asked.clear();
         const std::string thrown = thrownBy([&] {
-            if (operation == "referenceNames")
-                provider->referenceNames(contextOf(), object, resultClass, role, paths);
-            else if (operation == "references")
-                provider->references(contextOf(), object, resultClass, role, true, false, list,
-                                     objects);
-            else if (operation == "associatorNames")
-                provider->associatorNames(contextOf(), object, associationClass, resultClass, role,
-                                          resultRole, paths);
-            else
-                provider->associators(contextOf(), object, associationClass, resultClass, role,
-                                      resultRole, true, false, list, objects);
+            traverse(*provider, operation, contextOf(), object, asked, listOf(ASKED_LIST), paths,
+                     objects);
         });
         steps = paths.steps + objects.steps;
         instances = objects.results;

@@ -7,8 +7,6 @@
 #include "QBX_FCALCardProvider.h"
 #include "QBX_MagazineProvider.h"
 
-#include <Pegasus/Provider/CIMAssociationProvider.h>
-
 #include <algorithm>
 #include <thread>
 
@@ -41,18 +39,6 @@ void PrintTo(const ProviderCase& row, std::ostream* out)
 }
 
 const Texts DELIVERED_NOTHING = {"processing", "deliver 0", "complete"};
-
-std::string upperCase(std::string text)
-{
-    std::transform(text.begin(), text.end(), text.begin(), ::toupper);
-    return text;
-}
-
-std::string lowerCase(std::string text)
-{
-    std::transform(text.begin(), text.end(), text.begin(), ::tolower);
-    return text;
-}
 
 class ProviderBattery : public ProviderTest, public testing::WithParamInterface<ProviderCase>
 {
@@ -104,7 +90,6 @@ protected:
     {
         const CIMObjectPath cage = pathOf("QBX_DriveCageDC2Family", {{"Tag", "cage0"}});
         const CIMInstance nothing{target.getClassName()};
-        const CIMName any;
         const CIMPropertyList all;
         PathHandler paths;
         InstanceHandler instances;
@@ -122,14 +107,8 @@ protected:
             methods->invokeMethod(context, target, CIMName("OTHER"), {}, value);
         else if (name == "modifyInstance")
             provider->modifyInstance(context, target, nothing, false, all, plain);
-        else if (name == "referenceNames")
-            associations->referenceNames(context, cage, any, "", paths);
-        else if (name == "references")
-            associations->references(context, cage, any, "", false, false, all, objects);
-        else if (name == "associatorNames")
-            associations->associatorNames(context, cage, any, any, "", "", paths);
-        else if (name == "associators")
-            associations->associators(context, cage, any, any, "", "", false, false, all, objects);
+        else
+            traverse(*associations, name, context, cage, {}, all, paths, objects);
         return paths.steps + instances.steps + objects.steps + value.steps + plain.steps;
     }
 
@@ -179,7 +158,7 @@ INSTANTIATE_TEST_SUITE_P(All, ProviderBattery, testing::ValuesIn(readProviders()
 TEST_P(ProviderBattery, IsCreatedByItsNameInAnyCaseWithoutACall)
 {
     const ProviderPtr exact = create(itsName);
-    for (const std::string& name : {lowerCase(itsName), upperCase(itsName)}) {
+    for (const std::string& name : {cased(itsName, std::tolower), cased(itsName, std::toupper)}) {
         const ProviderPtr provider = create(name);
         EXPECT_EQ(typeid(*provider), typeid(*exact));
         EXPECT_NE(std::string(typeid(*provider).name()).find(itsName), std::string::npos);
@@ -359,7 +338,7 @@ TEST_P(ProviderBattery, WhatIsListedCanBeFetchedByItsWholePathOnly)
     const Array<CIMKeyBinding> keys = name.getKeyBindings();
     CIMObjectPath other = name;
     other.setHost("elsewhere");
-    other.setClassName(CIMName(upperCase(row.className).c_str()));
+    other.setClassName(CIMName(cased(row.className, std::toupper).c_str()));
     const auto setKeys = [&](Uint32 changed, const char* value) {
         Array<CIMKeyBinding> given;
         for (Uint32 i = keys.size(); i-- > 0;) {
@@ -423,7 +402,7 @@ TEST_P(ProviderBattery, ThePrivilegeDecidesBeforeTheTargetIsLookedFor)
         const bool isMethod = name == "invokeMethod";
         const Texts shown = isMethod ? Texts{row.className, "OTHER"} : Texts{};
         const std::string key =
-            lowerCase(row.className) + (isMethod ? ".other" : ".modifyinstance");
+            cased(row.className, std::tolower) + (isMethod ? ".other" : ".modifyinstance");
         for (const int decision : {1, 2, 3, 4, -1}) {
             array.mend();
             array.fail("api_authorizeCIMUser", decision);

@@ -4,6 +4,7 @@
 
 #include <Pegasus/Common/CIMParamValue.h>
 
+#include <algorithm>
 #include <fstream>
 #include <map>
 #include <sstream>
@@ -38,6 +39,12 @@ Texts operator+(Texts first, const Texts& second)
 {
     first.insert(first.end(), second.begin(), second.end());
     return first;
+}
+
+std::string cased(std::string text, int (*change)(int))
+{
+    std::transform(text.begin(), text.end(), text.begin(), change);
+    return text;
 }
 
 Texts split(const std::string& text, char separator)
@@ -225,6 +232,29 @@ Array<CIMObjectPath> StubObjectManager::enumerateInstanceNames(const Ctx& contex
 void Pegasus::CIMOMHandle::disallowProviderUnload()
 {
     log_message(0, "disallowProviderUnload");
+}
+
+void traverse(CIMAssociationProvider& provider, const std::string& operation,
+              const OperationContext& context, const CIMObjectPath& object, const Asked& asked,
+              const CIMPropertyList& list, PathHandler& paths, ObjectHandler& objects)
+{
+    const auto name = [](const std::string& text) {
+        return text.empty() ? CIMName() : CIMName(text.c_str());
+    };
+    const String role(asked.role.c_str());
+    const String resultRole(asked.resultRole.c_str());
+    const CIMName resultClass = name(asked.resultClass);
+    const CIMName association = name(asked.associationClass);
+    if (operation == "referenceNames")
+        provider.referenceNames(context, object, resultClass, role, paths);
+    else if (operation == "references")
+        provider.references(context, object, resultClass, role, true, false, list, objects);
+    else if (operation == "associatorNames")
+        provider.associatorNames(context, object, association, resultClass, role, resultRole,
+                                 paths);
+    else
+        provider.associators(context, object, association, resultClass, role, resultRole, true,
+                             false, list, objects);
 }
 
 // ---- Requests and results ----

@@ -8,6 +8,8 @@
 
 #include <Pegasus/Common/CIMObject.h>
 #include <Pegasus/Common/ResponseHandler.h>
+#include <Pegasus/Provider/CIMAssociationProvider.h>
+#include <Pegasus/Provider/CIMInstanceProvider.h>
 #include <Pegasus/Provider/CIMMethodProvider.h>
 #include <Pegasus/Provider/CIMProvider.h>
 
@@ -43,6 +45,9 @@ Texts pathsIn(const std::vector<Result>& results)
     }
     return texts;
 }
+
+/// The text in lower or upper case, by std::tolower or std::toupper.
+std::string cased(std::string text, int (*change)(int));
 
 /// The parts of a text, without blanks around them.
 Texts split(const std::string& text, char separator = ' ');
@@ -153,6 +158,21 @@ public:
     void processing() override { steps.push_back("processing"); }
     void complete() override { steps.push_back("complete"); }
 };
+
+/// What a traversal may ask beside the object.
+struct Asked
+{
+    std::string role;
+    std::string resultRole;
+    std::string resultClass;
+    std::string associationClass;
+};
+
+/// Calls a traversal by its name, for qualifiers, no class origins and these properties.
+void traverse(Pegasus::CIMAssociationProvider& provider, const std::string& operation,
+              const Pegasus::OperationContext& context, const Pegasus::CIMObjectPath& object,
+              const Asked& asked, const Pegasus::CIMPropertyList& list, PathHandler& paths,
+              ObjectHandler& objects);
 
 // ---- Requests and results ----
 

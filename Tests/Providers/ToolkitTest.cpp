@@ -272,61 +272,60 @@ TEST_F(ToolkitTest, TheNodeAddressIsAskedForUpToFiveTimes)
     EXPECT_EQ(array.calls(), Texts(5, "cim_sem_wait() = 1"));
 }
 
+struct SystemObject
+{
+    CIMObjectPath (*find)(CIMOMHandle&);
+    std::string operation;
+    std::string className;
+    std::string notFound;
+};
+
 TEST_F(ToolkitTest, SystemObjectsAreFoundByTheFirstWayThatAnswers)
 {
-    const struct
-    {
-        std::string operation;
-        CIMObjectPath (*find)(CIMOMHandle&);
-        std::string className;
-        std::string notFound;
-        bool isTraced;
-    } rows[] = {
-        {"getSystemPkgObjectPath", QBX_Common::getSystemPkgObjectPath, "QBX_SystemPackage",
-         "2: cannot get at system pkg object path\n", false},
-        {"getSystemObjectPath", QBX_Common::getSystemObjectPath, "QBX_StorageSystem",
-         "2: cannot get at system object path\n", true},
-        {"getSystemViewObjectPath", QBX_Common::getSystemViewObjectPath, "QBX_StorageSystemView",
-         "2: cannot get at system view object path\n", true},
+    const SystemObject rows[] = {
+        {QBX_Common::getSystemPkgObjectPath, "getSystemPkgObjectPath", "QBX_SystemPackage",
+         "2: cannot get at system pkg object path\n"},
+        {QBX_Common::getSystemObjectPath, "getSystemObjectPath", "QBX_StorageSystem",
+         "2: cannot get at system object path\n"},
+        {QBX_Common::getSystemViewObjectPath, "getSystemViewObjectPath", "QBX_StorageSystemView",
+         "2: cannot get at system view object path\n"},
     };
     CIMOMHandle handle;
     QBX_Common::getSystemHostName(handle);  // known from here on
-    for (const auto& row : rows) {
-        const std::string found = "//array1/root/qbx:" + row.className + ".Tag=\"1\"";
+    for (const SystemObject& row : rows) {
         const std::string prefix = "2: QBX_Common::" + row.operation + ": ";
-        const Texts thrown = {prefix + "CIM_ERR_FAILED: not now. Trying via cimom.\n",
-                              prefix + "not now.\n", row.notFound};
-        const Texts unknown = {prefix + "Unknow exception! Trying via cimom\n",
-                               prefix + "Unknow exception in cimom!\n", row.notFound};
-        for (const Texts* texts : {&thrown, &unknown}) {
-            for (const std::size_t failures : {0u, 1u, 2u}) {
-                SCOPED_TRACE(row.operation + (*texts)[0] + std::to_string(failures));
+        const Texts failures[] = {
+            {prefix + "CIM_ERR_FAILED: not now. Trying via cimom.\n", prefix + "not now.\n"},
+            {prefix + "Unknow exception! Trying via cimom\n",
+             prefix + "Unknow exception in cimom!\n"}};
+        for (const bool isUnknown : {false, true}) {
+            for (const std::size_t failed : {0, 1, 2, 3}) {  // 3: nothing there
+                SCOPED_TRACE(row.operation + " " + std::to_string(failed));
                 array.forget();
                 cimom.asked.clear();
                 cimom.onEnumerateInstanceNames = [&](const CIMName& className) {
-                    if (cimom.asked.size() <= failures) {
-                        if (texts == &unknown) throw 5;
-                        throw CIMException(CIM_ERR_FAILED, "not now");
-                    }
                     Array<CIMObjectPath> names;
-                    for (const char* tag : {"1", "2"})
-                        names.append(pathOf(str(className), {{"Tag", tag}}, "other"));
+                    if (failed == 3) return names;
+                    if (cimom.asked.size() <= failed && isUnknown) throw 5;
+                    if (cimom.asked.size() <= failed) throw CIMException(CIM_ERR_FAILED, "not now");
+                    names.append(pathOf(str(className), {{"Tag", "1"}}, "other"));
+                    names.append(pathOf(str(className), {{"Tag", "2"}}, "other"));
                     return names;
                 };
-                EXPECT_EQ(str(row.find(handle)), failures < 2 ? found : "");
-                EXPECT_EQ(cimom.asked, Texts(failures == 0 ? 1 : 2,
+                EXPECT_EQ(str(row.find(handle)),
+                          failed < 2 ? "//array1/root/qbx:" + row.className + ".Tag=\"1\"" : "");
+                EXPECT_EQ(cimom.asked, Texts(failed % 3 == 0 ? 1 : 2,
                                              "enumerateInstanceNames nobody " + row.className));
-                EXPECT_EQ(array.log("2"),
-                          Texts(texts->begin(), texts->begin() + (failures == 2 ? 3 : failures)));
-                EXPECT_EQ(array.log().front() == "4: -->QBX_Common::" + row.operation + "()\n" &&
-                              array.log().back() == "4: <--QBX_Common::" + row.operation + "()\n",
-                          row.isTraced);
+                Texts log(failures[isUnknown].begin(), failures[isUnknown].begin() + failed % 3);
+                if (failed >= 2) log.push_back(row.notFound);
+                EXPECT_EQ(array.log("2"), log);
+                const Texts all = array.log();
+                const std::string frame = "QBX_Common::" + row.operation + "()\n";
+                const bool isFramed =
+                    all.front() == "4: -->" + frame && all.back() == "4: <--" + frame;
+                EXPECT_EQ(isFramed, row.className != "QBX_SystemPackage");
             }
         }
-        array.forget();
-        cimom.onEnumerateInstanceNames = [](const CIMName&) { return Array<CIMObjectPath>(); };
-        EXPECT_EQ(str(row.find(handle)), "");
-        EXPECT_EQ(array.log("2"), Texts{row.notFound}) << "an empty answer does not ask twice";
     }
 }
 
