@@ -109,17 +109,14 @@ inline jb_type_e cageType(const api_FCAL_t& card)
 
 ///@{
 /// False for a magazine slot that holds no magazine; its record counts nowhere.
-inline bool isPresent(const api_Cage_t&)
+template <class Record>
+bool isPresent(const Record&)
 {
     return true;
 }
 inline bool isPresent(const api_Magazine_t& magazine)
 {
     return !magazine.isAbsent;
-}
-inline bool isPresent(const api_FCAL_t&)
-{
-    return true;
 }
 ///@}
 

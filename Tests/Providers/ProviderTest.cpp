@@ -379,22 +379,6 @@ std::string thrownBy(const std::function<void()>& operation)
     return "nothing";
 }
 
-std::string invoke(CIMMethodProvider& provider, const std::string& method, const std::string& in,
-                   const CIMObjectPath& path)
-{
-    MethodHandler handler;
-    const std::string thrown = thrownBy([&] {
-        provider.invokeMethod(contextOf(), path, CIMName(method.c_str()), parameters(in), handler);
-    });
-    if (thrown != "nothing") {
-        EXPECT_EQ(handler.steps, Texts{}) << "a failed method must deliver nothing";
-        return thrown;
-    }
-    EXPECT_EQ(handler.steps.size(), 3u);
-    EXPECT_EQ(handler.steps.front() + " ... " + handler.steps.back(), "processing ... complete");
-    return handler.steps.at(1);
-}
-
 ProviderPtr create(const std::string& name)
 {
     ProviderPtr provider(PegasusCreateProvider(String(name.c_str())));

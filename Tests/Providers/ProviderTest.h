@@ -210,10 +210,6 @@ std::string valueOf(const Pegasus::CIMInstance& instance, const char* property);
 /// library's; "nothing" when it returns.
 std::string thrownBy(const std::function<void()>& operation);
 
-/// What a method delivers, as "deliver TYPE VALUE", or what it throws.
-std::string invoke(Pegasus::CIMMethodProvider& provider, const std::string& method,
-                   const std::string& in, const Pegasus::CIMObjectPath& path);
-
 // ---- The fixture ----
 
 /// Ends a provider as the server does.
