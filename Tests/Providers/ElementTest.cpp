@@ -212,18 +212,6 @@ TEST_F(ElementTest, MethodsByTheirParameters)
     }
 }
 
-TEST_F(ElementTest, NamesOfCardsAreListedForAnybody)
-{
-    use("QBX_FCALCardProvider");
-    array.serve("types");
-    array.fail("api_qbxOpenForCimserver", 1);
-    PathHandler handler;
-    provider->enumerateInstanceNames(OperationContext(), pathOf("qbx_cageinterfacecardDC3FAMILY"),
-                                     handler);
-    EXPECT_EQ(handler.steps, (Texts{"processing", "deliver 1", "complete"}));
-    EXPECT_EQ(array.calls(), reading("api_getFCALsNoMfg_Cached"));
-}
-
 // ---- Modification of cages ----
 
 TEST_F(ElementTest, OnlyTheLocationOfACageCanBeModified)
