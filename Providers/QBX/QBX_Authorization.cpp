@@ -140,7 +140,6 @@ int authorizeReplica(const String& user, const Parameters& parameters, NumberKey
 {
     const Parameter syncType(parameters, "SyncType");
     const Parameter mode(parameters, "Mode");
-    if (syncType.isNo(CIMTYPE_UINT16) || mode.isNo(CIMTYPE_UINT16)) return UNSUPPORTED;
     if (!syncType.isGiven() || !mode.isGiven()) return GRANTED;
     return ask(user, keyFor(syncType, keys));
 }
@@ -330,11 +329,11 @@ QBX_VolumeKind volumeKindByClass(const CIMObjectPath& volume)
 
 int authorize_DeleteStorageVolume(const String& user, const Parameters& parameters)
 {
-    return authorize_DeleteStorageVolume(user, parameters, volumeKindByClass);
+    return authorize_DeleteStorageVolumeByKind(user, parameters, volumeKindByClass);
 }
 
-int authorize_DeleteStorageVolume(const String& user, const Parameters& parameters,
-                                  const QBX_VolumeKindOf& kindOf)
+int authorize_DeleteStorageVolumeByKind(const String& user, const Parameters& parameters,
+                                        const QBX_VolumeKindOf& kindOf)
 {
     std::vector<const char*> keys;
     for (const char* name : {"TheElement", "TheElements"}) {
@@ -368,11 +367,11 @@ int authorizeReturnOfTargets(const String& user, const Parameters& parameters,
 
 int authorize_ModifyListSynchronization(const String& user, const Parameters& parameters)
 {
-    return authorize_ModifyListSynchronization(user, parameters, volumeKindByClass);
+    return authorize_ModifyListSynchronizationByKind(user, parameters, volumeKindByClass);
 }
 
-int authorize_ModifyListSynchronization(const String& user, const Parameters& parameters,
-                                        const QBX_VolumeKindOf& kindOf)
+int authorize_ModifyListSynchronizationByKind(const String& user, const Parameters& parameters,
+                                              const QBX_VolumeKindOf& kindOf)
 {
     constexpr char RESYNC[] = "qbx_replicationservice.modifylistsynchronization.resync";
     constexpr Uint16 RETURN_TO_POOL = 19;

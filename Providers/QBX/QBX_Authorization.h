@@ -25,9 +25,8 @@ namespace Pegasus
 ///
 /// Parameters are found by name (case ignored). A null value does not count, nor does a reference
 /// without class name; of several values of one name the first that counts is taken. A value of
-/// another type than the method declares maps to no action: the answer is 3, also where a missing
-/// parameter would pass. (CIM servers convert what clients send untyped, but pass typed values on
-/// unchecked.)
+/// another type than the method declares maps to no action: the answer is 3. (CIM servers convert
+/// what clients send untyped, but pass typed values on unchecked.)
 ///
 /// The functions may be called from any number of threads at once. They throw nothing on their own
 /// account.
@@ -38,8 +37,8 @@ int authorize_ReplicationServiceCapabilitiesMethod(const String& user,
                                                    const Array<CIMParamValue>& parameters);
 
 /// CreateGroupReplica: by "SyncType" (uint16), 7 a group of snapshots, 8 a group of copies. Passes
-/// (0, nobody is asked) when "SyncType" or "Mode" (uint16, any value) is missing: the method
-/// itself refuses such a call.
+/// (0, nobody is asked) when "SyncType" or "Mode" is missing: the method itself refuses such a
+/// call. Of "Mode" neither value nor type is looked at.
 int authorize_CreateGroupReplica(const String& user, const Array<CIMParamValue>& parameters);
 
 /// CreateElementReplica: as authorize_CreateGroupReplica(), for one volume.
@@ -100,15 +99,15 @@ QBX_VolumeKind volumeKindByClass(const CIMObjectPath& volume);
 /// be granted: the first refusal is the answer, and nothing is asked after it. The array is asked
 /// for nothing (3) unless every element is a volume; an empty array is 3.
 ///
-/// This form knows of a volume what volumeKindByClass() tells, so it asks for the privilege to
+/// Knows of a volume what volumeKindByClass() tells, so it asks for the privilege to
 /// return volumes of any kind.
 int authorize_DeleteStorageVolume(const String& user, const Array<CIMParamValue>& parameters);
 
-/// The form for a module that can look its volumes up: a user who may, say, delete snapshots only
-/// gets a decision for each volume. Look the volumes up by the whole path, class included, since
-/// the client chose it.
-int authorize_DeleteStorageVolume(const String& user, const Array<CIMParamValue>& parameters,
-                                  const QBX_VolumeKindOf& kindOf);
+/// authorize_DeleteStorageVolume() for a module that can look its volumes up: a user who may, say,
+/// delete snapshots only gets a decision for each volume. Look the volumes up by the whole path,
+/// class included, since the client chose it.
+int authorize_DeleteStorageVolumeByKind(const String& user, const Array<CIMParamValue>& parameters,
+                                        const QBX_VolumeKindOf& kindOf);
 
 /// ModifyListSynchronization: by "Operation" (uint16), 2 abort, 8 detach and 9 dissolve, 14 resync,
 /// 15 restore; without it resync.
@@ -119,9 +118,11 @@ int authorize_DeleteStorageVolume(const String& user, const Array<CIMParamValue>
 /// given both must be granted, the group first; with neither the answer is 3.
 int authorize_ModifyListSynchronization(const String& user, const Array<CIMParamValue>& parameters);
 
-/// The form for a module that can look its volumes up, see authorize_DeleteStorageVolume().
-int authorize_ModifyListSynchronization(const String& user, const Array<CIMParamValue>& parameters,
-                                        const QBX_VolumeKindOf& kindOf);
+/// authorize_ModifyListSynchronization() for a module that can look its volumes up, see
+/// authorize_DeleteStorageVolumeByKind().
+int authorize_ModifyListSynchronizationByKind(const String& user,
+                                              const Array<CIMParamValue>& parameters,
+                                              const QBX_VolumeKindOf& kindOf);
 
 /// ModifyReplicaSynchronization: by "Operation" (uint16), 2 abort, 8 detach and 9 dissolve, 14
 /// resync, 15 restore; without it the creation of a copy.

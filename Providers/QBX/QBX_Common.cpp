@@ -5,9 +5,7 @@
 
 #include <Pegasus/Client/CIMClient.h>
 
-#include <chrono>
 #include <mutex>
-#include <thread>
 
 namespace Pegasus
 {
@@ -33,104 +31,11 @@ CIMInstance QBX_Common::buildInstanceSkeleton(CIMClass& cimClass)
     return instance;
 }
 
-namespace
-{
-
-void storeValue(CIMInstance& instance, const CIMName& name, const CIMValue& value)
-{
-    const Uint32 position = instance.findProperty(name);
-    if (position == PEG_NOT_FOUND) return;
-    instance.getProperty(position).setValue(value);
-}
-
-}  // namespace
-
-void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const CIMInstance& value)
-{
-    storeValue(instance, name, CIMValue(value));
-}
-
-void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const CIMDateTime& value)
-{
-    storeValue(instance, name, CIMValue(value));
-}
-
-void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const CIMObjectPath& value)
-{
-    storeValue(instance, name, CIMValue(value));
-}
-
-void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name,
-                                  const Array<CIMDateTime>& value)
-{
-    storeValue(instance, name, CIMValue(value));
-}
-
-void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Array<bool>& value)
-{
-    storeValue(instance, name, CIMValue(value));
-}
-
-void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Array<Uint64>& value)
-{
-    storeValue(instance, name, CIMValue(value));
-}
-
-void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Array<Sint32>& value)
-{
-    storeValue(instance, name, CIMValue(value));
-}
-
-void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Array<Uint16>& value)
-{
-    storeValue(instance, name, CIMValue(value));
-}
-
-void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Array<String>& value)
-{
-    storeValue(instance, name, CIMValue(value));
-}
-
-void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Sint16& value)
-{
-    storeValue(instance, name, CIMValue(value));
-}
-
-void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Uint64& value)
-{
-    storeValue(instance, name, CIMValue(value));
-}
-
-void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Uint32& value)
-{
-    storeValue(instance, name, CIMValue(value));
-}
-
-void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Uint16& value)
-{
-    storeValue(instance, name, CIMValue(value));
-}
-
-void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Uint8& value)
-{
-    storeValue(instance, name, CIMValue(value));
-}
-
-void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const bool& value)
-{
-    storeValue(instance, name, CIMValue(value));
-}
-
-void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const String& value)
-{
-    storeValue(instance, name, CIMValue(value));
-}
-
 void QBX_Common::setPropertyValueToNull(CIMInstance& instance, CIMName name, CIMType type)
 {
     CIMValue null;
     null.setNullValue(type, false, 0);
-    storeValue(instance, name, null);
+    store(instance, name, null);
 }
 
 // ---- Reading requests ----
@@ -140,10 +45,9 @@ String QBX_Common::getStringProperty(const CIMObjectPath& path, const String& ke
     String value;
     log_message(QBX_LOG_TRACE, "-->QBX_Common::getStringProperty(), propertyName = %s\n",
                 c_str(keyName.getCString()));
-    const CIMName wanted(keyName);
     const Array<CIMKeyBinding> keys = path.getKeyBindings();
     for (Uint32 i = 0; i < keys.size(); ++i) {
-        if (keys[i].getName() == wanted) value = keys[i].getValue();
+        if (keys[i].getName() == CIMName(keyName)) value = keys[i].getValue();
     }
     log_message(QBX_LOG_TRACE, "<--QBX_Common::getStringProperty(), value = %s\n",
                 c_str(value.getCString()));
@@ -328,18 +232,6 @@ bool QBX_Common::isQuadPortSystem(CIMOMHandle&)
     return initSystemInfo().isQuadPort != 0;
 }
 
-String QBX_Common::getSystemAddress()
-{
-    constexpr int TRIES = 5;
-    char address[256] = "";
-    for (int attempt = 0; attempt < TRIES; ++attempt) {
-        QBX_Records::underSemaphore([&] { return api_getNodeIPaddress(address, sizeof(address)); });
-        if (address[0] != '\0') break;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return QBX_Records::text(address);
-}
-
 namespace
 {
 
@@ -388,8 +280,7 @@ bool askForNames(Ask&& ask, const char* error, const char* unknownError)
     } catch (const Exception& exception) {
         log_message(QBX_LOG_FAILURE, error, c_str(exception.getMessage().getCString()));
     } catch (...) {
-        // The text is complete in itself; it goes out as an argument because it is no literal.
-        log_message(QBX_LOG_FAILURE, "%s", unknownError);
+        log_message(QBX_LOG_FAILURE, unknownError);
     }
     return false;
 }
@@ -423,10 +314,10 @@ CIMObjectPath findSystemObject(CIMOMHandle& cimom, const SystemObject& object)
             path.setNameSpace(CIMNamespaceName(QBX_NAMESPACE));
             return path;
         }
-    } catch (const Exception&) {
+    } catch (...) {
         // A host name that cannot stand in a path: as good as no path.
     }
-    log_message(QBX_LOG_FAILURE, "%s", object.notFound);
+    log_message(QBX_LOG_FAILURE, object.notFound);
     return CIMObjectPath();
 }
 
@@ -540,12 +431,13 @@ CIMObjectPath assocPath(const CIMName& assocClass, const String& host, const Str
     return path;
 }
 
+/// Fills the references of an association's skeleton, then sets its path.
 template <class... Ends>
-CIMInstance assocInstance(CIMClass& cimClass, const CIMObjectPath& path, const Ends&... ends)
+CIMInstance completed(CIMInstance instance, const CIMName& assocClass, const String& host,
+                      const String& nameSpace, const Ends&... ends)
 {
-    CIMInstance instance = QBX_Common::buildInstanceSkeleton(cimClass);
     (QBX_Common::setPropertyValue(instance, ends.role, ends.path), ...);
-    instance.setPath(path);
+    instance.setPath(assocPath(assocClass, host, nameSpace, ends...));
     return instance;
 }
 
@@ -595,10 +487,9 @@ CIMInstance QBX_Common::buildAssocInstance(const CIMName& assocClass, const Stri
                                            const String& host, const String& firstHost,
                                            const String& secondHost, String nameSpace)
 {
-    const CIMObjectPath path = buildAssocPath(assocClass, firstRole, secondRole, first, second,
-                                              host, firstHost, secondHost, nameSpace);
-    return assocInstance(cimClass, path, AssocEnd(firstRole, first, firstHost),
-                         AssocEnd(secondRole, second, secondHost));
+    const CIMInstance skeleton = buildInstanceSkeleton(cimClass);
+    return completed(skeleton, assocClass, host, nameSpace, AssocEnd(firstRole, first, firstHost),
+                     AssocEnd(secondRole, second, secondHost));
 }
 
 CIMInstance QBX_Common::buildAssocInstance(const CIMName& assocClass, const String& firstRole,
@@ -607,10 +498,9 @@ CIMInstance QBX_Common::buildAssocInstance(const CIMName& assocClass, const Stri
                                            const CIMObjectPath& third, CIMClass& cimClass,
                                            const String& host, String nameSpace)
 {
-    const CIMObjectPath path = buildAssocPath(assocClass, firstRole, secondRole, thirdRole, first,
-                                              second, third, host, nameSpace);
-    return assocInstance(cimClass, path, AssocEnd(firstRole, first, host),
-                         AssocEnd(secondRole, second, host), AssocEnd(thirdRole, third, host));
+    const CIMInstance skeleton = buildInstanceSkeleton(cimClass);
+    return completed(skeleton, assocClass, host, nameSpace, AssocEnd(firstRole, first, host),
+                     AssocEnd(secondRole, second, host), AssocEnd(thirdRole, third, host));
 }
 
 }  // namespace Pegasus

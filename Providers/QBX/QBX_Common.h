@@ -48,22 +48,71 @@ public:
     /// instance lacks is skipped silently, so that one list of properties serves every subclass of
     /// a family. Throws TypeMismatchException when the property is of another type. The form for a
     /// C string is deleted, because it would silently become the boolean TRUE: write String("...").
-    static void setPropertyValue(CIMInstance&, CIMName name, const CIMInstance& value);
-    static void setPropertyValue(CIMInstance&, CIMName name, const CIMDateTime& value);
-    static void setPropertyValue(CIMInstance&, CIMName name, const CIMObjectPath& value);
-    static void setPropertyValue(CIMInstance&, CIMName name, const Array<CIMDateTime>& value);
-    static void setPropertyValue(CIMInstance&, CIMName name, const Array<bool>& value);
-    static void setPropertyValue(CIMInstance&, CIMName name, const Array<Uint64>& value);
-    static void setPropertyValue(CIMInstance&, CIMName name, const Array<Sint32>& value);
-    static void setPropertyValue(CIMInstance&, CIMName name, const Array<Uint16>& value);
-    static void setPropertyValue(CIMInstance&, CIMName name, const Array<String>& value);
-    static void setPropertyValue(CIMInstance&, CIMName name, const Sint16& value);
-    static void setPropertyValue(CIMInstance&, CIMName name, const Uint64& value);
-    static void setPropertyValue(CIMInstance&, CIMName name, const Uint32& value);
-    static void setPropertyValue(CIMInstance&, CIMName name, const Uint16& value);
-    static void setPropertyValue(CIMInstance&, CIMName name, const Uint8& value);
-    static void setPropertyValue(CIMInstance&, CIMName name, const bool& value);
-    static void setPropertyValue(CIMInstance&, CIMName name, const String& value);
+    static void setPropertyValue(CIMInstance& instance, CIMName name, const CIMInstance& value)
+    {
+        store(instance, name, value);
+    }
+    static void setPropertyValue(CIMInstance& instance, CIMName name, const CIMDateTime& value)
+    {
+        store(instance, name, value);
+    }
+    static void setPropertyValue(CIMInstance& instance, CIMName name, const CIMObjectPath& value)
+    {
+        store(instance, name, value);
+    }
+    static void setPropertyValue(CIMInstance& instance, CIMName name,
+                                 const Array<CIMDateTime>& value)
+    {
+        store(instance, name, value);
+    }
+    static void setPropertyValue(CIMInstance& instance, CIMName name, const Array<bool>& value)
+    {
+        store(instance, name, value);
+    }
+    static void setPropertyValue(CIMInstance& instance, CIMName name, const Array<Uint64>& value)
+    {
+        store(instance, name, value);
+    }
+    static void setPropertyValue(CIMInstance& instance, CIMName name, const Array<Sint32>& value)
+    {
+        store(instance, name, value);
+    }
+    static void setPropertyValue(CIMInstance& instance, CIMName name, const Array<Uint16>& value)
+    {
+        store(instance, name, value);
+    }
+    static void setPropertyValue(CIMInstance& instance, CIMName name, const Array<String>& value)
+    {
+        store(instance, name, value);
+    }
+    static void setPropertyValue(CIMInstance& instance, CIMName name, const Sint16& value)
+    {
+        store(instance, name, value);
+    }
+    static void setPropertyValue(CIMInstance& instance, CIMName name, const Uint64& value)
+    {
+        store(instance, name, value);
+    }
+    static void setPropertyValue(CIMInstance& instance, CIMName name, const Uint32& value)
+    {
+        store(instance, name, value);
+    }
+    static void setPropertyValue(CIMInstance& instance, CIMName name, const Uint16& value)
+    {
+        store(instance, name, value);
+    }
+    static void setPropertyValue(CIMInstance& instance, CIMName name, const Uint8& value)
+    {
+        store(instance, name, value);
+    }
+    static void setPropertyValue(CIMInstance& instance, CIMName name, const bool& value)
+    {
+        store(instance, name, value);
+    }
+    static void setPropertyValue(CIMInstance& instance, CIMName name, const String& value)
+    {
+        store(instance, name, value);
+    }
     static void setPropertyValue(CIMInstance&, CIMName name, const char* value) = delete;
     ///@}
 
@@ -112,7 +161,8 @@ public:
     static String getSystemName(CIMOMHandle&);
     /// True for a quad-port system.
     static bool isQuadPortSystem(CIMOMHandle&);
-    /// The network address of the system's node; empty when the array gives none in five tries.
+    /// The network address of the system's node; empty when the array gives none in five tries, and
+    /// when its library lacks the operation.
     static String getSystemAddress();
 
     ///@{
@@ -175,6 +225,15 @@ public:
                                           const CIMObjectPath& third, CIMClass& cimClass,
                                           const String& host, String nameSpace);
     ///@}
+
+private:
+    /// The value is made only when the instance has the property.
+    template <class Value>
+    static void store(CIMInstance& instance, const CIMName& name, const Value& value)
+    {
+        const Uint32 position = instance.findProperty(name);
+        if (position != PEG_NOT_FOUND) instance.getProperty(position).setValue(CIMValue(value));
+    }
 };
 
 }  // namespace Pegasus

@@ -16,11 +16,12 @@ bool isBetween(unsigned char byte, unsigned char low, unsigned char high)
     return byte >= low && byte <= high;
 }
 
-/// Length of the well-formed UTF-8 sequence at `bytes`, of which `left` may be read; 0 for none.
+/// Length of the well-formed UTF-8 sequence at `bytes`, of which `left` may be read; 0 for none,
+/// and for a character that no reply can carry.
 std::size_t sequenceLength(const unsigned char* bytes, std::size_t left)
 {
     const unsigned char lead = bytes[0];
-    if (lead < 0x80) return 1;
+    if (lead < 0x80) return isForbidden(lead) ? 0 : 1;
     const std::size_t length = isBetween(lead, 0xC2, 0xDF)   ? 2
                                : isBetween(lead, 0xE0, 0xEF) ? 3
                                : isBetween(lead, 0xF0, 0xF4) ? 4
@@ -32,10 +33,17 @@ std::size_t sequenceLength(const unsigned char* bytes, std::size_t left)
     if (!isBetween(bytes[1], low, high)) return 0;
     const bool wellFormed = std::all_of(
         bytes + 2, bytes + length, [](unsigned char byte) { return isBetween(byte, 0x80, 0xBF); });
-    return wellFormed ? length : 0;
+    // U+FFFE and U+FFFF are no characters, for XML neither.
+    const bool isNoCharacter = lead == 0xEF && bytes[1] == 0xBF && bytes[2] >= 0xBE;
+    return wellFormed && !isNoCharacter ? length : 0;
 }
 
 }  // namespace
+
+bool isForbidden(unsigned char code)
+{
+    return code < 0x20 && code != '\t' && code != '\n' && code != '\r';
+}
 
 String text(const char* bytes, std::size_t size)
 {

@@ -66,8 +66,12 @@ using MagazineList = RecordList<api_MagazineList_t, api_Magazine_t, &api_Magazin
 using FCALList = RecordList<api_FCALList_t, api_FCAL_t, &api_FCALList_t::fcals>;
 ///@}
 
-/// The text of at most `size` bytes up to the first NUL. A byte that is not part of valid UTF-8
-/// reads as U+FFFD, because one bad record must not hide the rest of the array.
+/// True for a control character that XML cannot carry: all but tab, line feed and carriage return.
+bool isForbidden(unsigned char code);
+
+/// The text of at most `size` bytes up to the first NUL. A byte that is not part of valid UTF-8 or
+/// that no reply could carry reads as U+FFFD, because one bad record must not hide the rest of the
+/// array.
 String text(const char* bytes, std::size_t size);
 
 /// The text of a record's fixed field; a full field may lack its terminator.
@@ -105,17 +109,14 @@ inline jb_type_e cageType(const api_FCAL_t& card)
 
 ///@{
 /// False for a magazine slot that holds no magazine; its record counts nowhere.
-inline bool isPresent(const api_Cage_t&)
+template <class Record>
+bool isPresent(const Record&)
 {
     return true;
 }
 inline bool isPresent(const api_Magazine_t& magazine)
 {
     return !magazine.isAbsent;
-}
-inline bool isPresent(const api_FCAL_t&)
-{
-    return true;
 }
 ///@}
 

@@ -1,12 +1,15 @@
-// The identity of the storage system is read once per process, so these tests follow each other in
-// one program of their own.
-#include "RecordingApi.h"
-
-#include "QBX_Common.h"
-
-#include <Pegasus/Provider/CIMOMHandle.h>
+// What wants another Storage-system API than the simulated array: a library that has the listed
+// operations only, and answers that a good array does not give. The identity of the storage system
+// is read once per process, so its test is in a program of its own.
+#include "QBX_Frame.h"
 
 #include <gtest/gtest.h>
+
+#include <dlfcn.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
 
 using namespace Pegasus;
 
@@ -15,48 +18,93 @@ namespace
 
 using Texts = std::vector<std::string>;
 
+api_StorageArray_t answer;  ///< of the array, also when it fails
+int status = 0;
+Texts events;  ///< "query", and log lines before they are formatted
+
 std::string utf8(const String& text)
 {
     return std::string(static_cast<const char*>(text.getCString()));
 }
 
+template <std::size_t N>
+void put(char (&field)[N], const std::string& text)
+{
+    std::memset(field, 0, N);
+    std::memcpy(field, text.data(), text.size());
+}
+
+TEST(ArrayLibrary, NeedsTheListedOperationsOnly)
+{
+    EXPECT_NE(dlopen(QBX_MODULE, RTLD_NOW), nullptr) << dlerror();
+    EXPECT_EQ(dlsym(RTLD_DEFAULT, "api_getNodeIPaddress"), nullptr);
+    EXPECT_EQ(utf8(QBX_Common::getSystemAddress()), "");
+}
+
+TEST(ArrayLibrary, GetsTraceTextsAsFormats)
+{
+    events.clear();
+    CIMOMHandle handle;
+    QBX_Frame::trace("a line\n");
+    QBX_Common::getSystemPkgObjectPath(handle);  // nobody to ask
+    EXPECT_EQ(events.front(), "4: a line\n");
+    EXPECT_EQ(events.back(), "2: cannot get at system pkg object path\n");
+}
+
 TEST(SystemIdentity, IsAskedForUntilBothNamesCameOnceAndNeverAgain)
 {
-    RecordingApi& api = RecordingApi::get();
-    api.reset();
     CIMOMHandle handle;
-    const Texts query = {"api_getStorageArray()"};  // outside the semaphore
+    const auto host = [&handle] { return utf8(QBX_Common::getSystemHostName(handle)); };
+    const auto name = [&handle] { return utf8(QBX_Common::getSystemName(handle)); };
+    const Texts failed = {"query", "2: QBX_Common::initSystemInfo: getStorageArray failed\n"};
+    events.clear();
 
-    api.status = {{"api_getStorageArray", 1}};
-    EXPECT_EQ(utf8(QBX_Common::getSystemHostName(handle)), "");
-    EXPECT_EQ(api.calls(), query);
-    EXPECT_EQ(api.log(), (Texts{"2: QBX_Common::initSystemInfo: getStorageArray failed\n"}));
+    status = 1;
+    EXPECT_EQ(host(), "");
+    EXPECT_EQ(events, failed);
 
-    // A record without its second name is used, and asked for again.
-    api.events.clear();
-    api.status.clear();
-    put(api.array.name, "");
-    EXPECT_EQ(utf8(QBX_Common::getSystemHostName(handle)), "array1");
-    EXPECT_EQ(utf8(QBX_Common::getSystemName(handle)), "");
-    EXPECT_EQ(api.events, (Texts{"api_getStorageArray()", "api_getStorageArray()"}));
+    // A record without one of its names is used, and asked for again.
+    status = 0;
+    put(answer.name, "half");
+    EXPECT_EQ(name() + host(), "half");
+    put(answer.elementName, "array1");
+    put(answer.name, "");
+    EXPECT_EQ(host() + name(), "array1");
+    EXPECT_EQ(events.size(), 6u);
 
-    // A failure after that leaves what was there.
-    api.events.clear();
-    api.status = {{"api_getStorageArray", 1}};
-    EXPECT_EQ(utf8(QBX_Common::getSystemHostName(handle)), "array1");
+    // So is the one that came with a failure.
+    status = 1;
+    put(answer.name, "doubtful");
+    events.clear();
+    EXPECT_EQ(name(), "doubtful");
+    EXPECT_EQ(events, failed);
 
-    api.events.clear();
-    api.status.clear();
-    put(api.array.elementName, std::string(256, 'h'));
-    put(api.array.name, "Syst\xE8me");
-    api.array.isQuadPort = 2;
-    EXPECT_EQ(utf8(QBX_Common::getSystemName(handle)), "Syst\xEF\xBF\xBDme");
-    EXPECT_EQ(api.calls(), query);
-
-    put(api.array.elementName, "renamed");
-    EXPECT_EQ(utf8(QBX_Common::getSystemHostName(handle)), std::string(256, 'h'));
+    status = 0;
+    put(answer.elementName, std::string(256, 'h'));
+    put(answer.name, "Syst\xE8me");
+    answer.isQuadPort = 2;
+    events.clear();
+    EXPECT_EQ(name(), "Syst\xEF\xBF\xBDme");
+    put(answer.elementName, "renamed");
+    EXPECT_EQ(host(), std::string(256, 'h'));
     EXPECT_TRUE(QBX_Common::isQuadPortSystem(handle));
-    EXPECT_EQ(api.calls(), query) << "no query after the first complete answer";
+    EXPECT_EQ(events, Texts{"query"}) << "no query after the first complete answer";
 }
 
 }  // namespace
+
+extern "C" {
+
+int api_getStorageArray(api_StorageArray_t* array)
+{
+    events.push_back("query");
+    *array = answer;
+    return status;
+}
+
+void log_message(int level, const char* format, ...)
+{
+    events.push_back(std::to_string(level) + ": " + format);
+}
+
+}  // extern "C"

@@ -2,13 +2,20 @@
 
 #include "Mof/MofCompiler.h"
 
-#include <stdexcept>
+#include <Pegasus/Common/CIMParamValue.h>
+
+#include <algorithm>
+#include <fstream>
+#include <map>
+#include <sstream>
 
 using namespace Pegasus;
 
 std::string str(const String& text)
 {
-    return std::string(static_cast<const char*>(text.getCString()));
+    const CString bytes = text.getCString();
+    const char* const chars = bytes;
+    return (String(chars) == text ? "" : "(holds a NUL)") + std::string(chars);
 }
 
 std::string str(const CIMName& name)
@@ -28,48 +35,139 @@ std::string str(const CIMObjectPath& path)
     return str(path.toString());
 }
 
-Texts strs(const std::vector<CIMObjectPath>& paths)
+Texts operator+(Texts first, const Texts& second)
 {
-    Texts texts;
-    for (const CIMObjectPath& path : paths)
-        texts.push_back(str(path));
-    return texts;
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
 }
 
-// ---- The object manager ----
+std::string cased(std::string text, int (*change)(int))
+{
+    std::transform(text.begin(), text.end(), text.begin(), change);
+    return text;
+}
+
+Texts split(const std::string& text, char separator)
+{
+    Texts parts;
+    std::istringstream pieces(text);
+    for (std::string piece; std::getline(pieces, piece, separator);) {
+        const std::size_t first = piece.find_first_not_of(' ');
+        const std::size_t last = piece.find_last_not_of(' ');
+        parts.push_back(first == std::string::npos ? "" : piece.substr(first, last + 1 - first));
+    }
+    return parts;
+}
 
 namespace
 {
+
+std::string unescaped(std::string text)
+{
+    const std::pair<char, char> escapes[] = {{'n', '\n'}, {'t', '\t'}};
+    for (const auto& [letter, character] : escapes) {
+        const std::string escape = {'\\', letter};
+        for (std::size_t at = 0; (at = text.find(escape, at)) != std::string::npos;)
+            text.replace(at, 2, 1, character);
+    }
+    return text;
+}
+
+}  // namespace
+
+std::vector<Texts> table(const std::string& name, std::size_t fields)
+{
+    std::ifstream file(QBX_TEST_DATA "/" + name + ".txt");
+    if (!file) throw std::logic_error("no table " + name);
+    std::vector<Texts> rows;
+    for (std::string line; std::getline(file, line);) {
+        if (line.empty() || line[0] == '#') continue;
+        Texts row;
+        for (const std::string& field : split(line, '|'))
+            row.push_back(unescaped(field));
+        row.resize(fields);
+        rows.push_back(row);
+    }
+    return rows;
+}
+
+std::string lineOf(const std::string& provider, const std::string& key, const Texts& arguments)
+{
+    static const std::map<std::string, std::string> lines = [] {
+        std::map<std::string, std::string> lines;
+        for (const Texts& row : table("traces", 3))
+            lines[row[0] + row[1]] = row[2];
+        return lines;
+    }();
+    std::string line = lines.at(provider + key);
+    std::size_t from = 0;
+    for (const std::string& argument : arguments) {
+        from = line.find("%s", from);
+        line.replace(from, 2, argument);
+        from += argument.size();
+    }
+    return (key.back() == '!' ? "2: " : "4: ") + line;
+}
+
+// ---- The schema and the object manager ----
+
+namespace
+{
+
+const CIMNamespaceName NAMESPACE("root/qbx");
 
 /// The schema of the module, compiled once for the process.
 cimom::Repository& schema()
 {
     static const std::unique_ptr<cimom::Repository> repository = [] {
         auto compiled = std::make_unique<cimom::Repository>();
-        const CIMNamespaceName nameSpace("root/qbx");
-        compiled->addNamespace(nameSpace);
-        cimom::MofCompiler(*compiled).compileFile(QBX_SCHEMA_DIR "/qbx.mof", nameSpace);
+        compiled->addNamespace(NAMESPACE);
+        cimom::MofCompiler(*compiled).compileFile(QBX_SCHEMA_DIR "/qbx.mof", NAMESPACE);
+        cimom::MofCompiler(*compiled).compileFile(QBX_TEST_DATA "/sample.mof", NAMESPACE);
         return compiled;
     }();
     return *repository;
 }
 
-std::string userOf(const OperationContext& context)
-{
-    if (!context.contains(IdentityContainer::NAME)) return "nobody";
-    const IdentityContainer identity = context.get(IdentityContainer::NAME);
-    return str(identity.getUserName());
-}
-
 std::string flags(bool first, bool second)
 {
-    return std::string(first ? "T" : "F") + (second ? "T" : "F");
+    return std::string(first ? " T" : " F") + (second ? "T" : "F");
+}
+
+CIMInstance withPath(const CIMName& className, const CIMObjectPath& path)
+{
+    CIMInstance instance = instanceOf(className);
+    instance.setPath(
+        CIMObjectPath(String(), CIMNamespaceName(), path.getClassName(), path.getKeyBindings()));
+    return instance;
+}
+
+CIMObjectPath packageOf(const CIMName& className)
+{
+    return pathOf(str(className), {{"CreationClassName", str(className)}, {"Tag", "package"}});
 }
 
 }  // namespace
 
+CIMClass storedClass(const char* className)
+{
+    return schema().getClass(NAMESPACE, CIMName(className), false, true, true, CIMPropertyList());
+}
+
+CIMInstance instanceOf(const CIMName& className)
+{
+    return storedClass(str(className).c_str()).buildInstance(true, true, CIMPropertyList());
+}
+
 StubObjectManager::StubObjectManager() : Broker(schema(), {})
 {
+    onGetInstance = [](const CIMObjectPath& path) { return withPath(path.getClassName(), path); };
+    onEnumerateInstances = [](const CIMName& className) {
+        return Array<CIMInstance>(1, withPath(className, packageOf(className)));
+    };
+    onEnumerateInstanceNames = [](const CIMName& className) {
+        return Array<CIMObjectPath>(1, packageOf(className));
+    };
     setCurrent(this);
 }
 
@@ -78,8 +176,17 @@ StubObjectManager::~StubObjectManager()
     setCurrent(nullptr);
 }
 
-void StubObjectManager::note(const std::string& question)
+void StubObjectManager::note(const char* operation, const Ctx& context, const std::string& object,
+                             const std::string& flags, const CIMPropertyList& list)
 {
+    std::string user = "nobody";
+    if (context.contains(IdentityContainer::NAME)) {
+        const IdentityContainer identity = context.get(IdentityContainer::NAME);
+        user = str(identity.getUserName());
+    }
+    std::string question = std::string(operation) + " " + user + " " + object + flags;
+    for (Uint32 i = 0; !list.isNull() && i < list.size(); ++i)
+        question += " " + str(list[i]);
     const std::lock_guard<std::mutex> guard(_lock);
     asked.push_back(question);
 }
@@ -89,9 +196,8 @@ CIMClass StubObjectManager::getClass(const Ctx& context, const Ns& nameSpace,
                                      bool includeQualifiers, bool includeClassOrigin,
                                      const CIMPropertyList& list)
 {
-    note("getClass " + userOf(context) + " " + str(className) + " " + (localOnly ? "local " : "") +
-         flags(includeQualifiers, includeClassOrigin) +
-         (list.isNull() ? "" : " " + str(list.toString())));
+    note("getClass", context, str(className),
+         (localOnly ? " local" : "") + flags(includeQualifiers, includeClassOrigin), list);
     return schema().getClass(nameSpace, className, localOnly, includeQualifiers, includeClassOrigin,
                              list);
 }
@@ -100,10 +206,7 @@ CIMInstance StubObjectManager::getInstance(const Ctx& context, const Ns&, const 
                                            bool includeQualifiers, bool includeClassOrigin,
                                            const CIMPropertyList& list)
 {
-    note("getInstance " + userOf(context) + " " + str(path) + " " +
-         flags(includeQualifiers, includeClassOrigin) +
-         (list.isNull() ? "" : " " + str(list.toString())));
-    if (!onGetInstance) throw CIMException(CIM_ERR_NOT_FOUND, "no such instance");
+    note("getInstance", context, str(path), flags(includeQualifiers, includeClassOrigin), list);
     return onGetInstance(path);
 }
 
@@ -113,53 +216,50 @@ Array<CIMInstance> StubObjectManager::enumerateInstances(const Ctx& context, con
                                                          bool includeClassOrigin,
                                                          const CIMPropertyList& list)
 {
-    note("enumerateInstances " + userOf(context) + " " + str(className) + (deep ? " deep" : "") +
-         " " + flags(includeQualifiers, includeClassOrigin) +
-         (list.isNull() ? "" : " " + str(list.toString())));
-    return onEnumerateInstances ? onEnumerateInstances(className) : Array<CIMInstance>();
+    note("enumerateInstances", context, str(className),
+         (deep ? " deep" : "") + flags(includeQualifiers, includeClassOrigin), list);
+    return onEnumerateInstances(className);
 }
 
 Array<CIMObjectPath> StubObjectManager::enumerateInstanceNames(const Ctx& context, const Ns&,
                                                                const CIMName& className)
 {
-    note("enumerateInstanceNames " + userOf(context) + " " + str(className));
-    return onEnumerateInstanceNames ? onEnumerateInstanceNames(className) : Array<CIMObjectPath>();
+    note("enumerateInstanceNames", context, str(className));
+    return onEnumerateInstanceNames(className);
 }
 
 /// Stands before the library's own, which tells nobody.
 void Pegasus::CIMOMHandle::disallowProviderUnload()
 {
-    RecordingApi::get().call("disallowProviderUnload", "");
+    log_message(0, "disallowProviderUnload");
 }
 
-// ---- The fixture ----
-
-ProviderPtr create(const char* name)
+void traverse(CIMAssociationProvider& provider, const std::string& operation,
+              const OperationContext& context, const CIMObjectPath& object, const Asked& asked,
+              const CIMPropertyList& list, PathHandler& paths, ObjectHandler& objects)
 {
-    ProviderPtr provider(PegasusCreateProvider(String(name)));
-    if (!provider) throw std::logic_error(std::string("the module has no provider ") + name);
-    return provider;
+    const auto name = [](const std::string& text) {
+        return text.empty() ? CIMName() : CIMName(text.c_str());
+    };
+    const String role(asked.role.c_str());
+    const String resultRole(asked.resultRole.c_str());
+    const CIMName resultClass = name(asked.resultClass);
+    const CIMName association = name(asked.associationClass);
+    if (operation == "referenceNames")
+        provider.referenceNames(context, object, resultClass, role, paths);
+    else if (operation == "references")
+        provider.references(context, object, resultClass, role, true, false, list, objects);
+    else if (operation == "associatorNames")
+        provider.associatorNames(context, object, association, resultClass, role, resultRole,
+                                 paths);
+    else
+        provider.associators(context, object, association, resultClass, role, resultRole, true,
+                             false, list, objects);
 }
 
-ProviderTest::ProviderTest() : api(RecordingApi::get())
-{
-    api.reset();
-}
+// ---- Requests and results ----
 
-std::string invoke(CIMMethodProvider& provider, const char* method, const Array<CIMParamValue>& in,
-                   const CIMObjectPath& path)
-{
-    MethodHandler handler;
-    const std::string thrown =
-        thrownBy([&] { provider.invokeMethod(contextOf(), path, CIMName(method), in, handler); });
-    if (thrown != "nothing") {
-        EXPECT_EQ(handler.steps, Texts{}) << "a failed method must deliver nothing";
-        return thrown;
-    }
-    EXPECT_EQ(handler.steps.size(), 3u);
-    EXPECT_EQ(handler.steps.back(), "complete");
-    return handler.steps.at(1);
-}
+const std::string OPEN = "api_qbxOpenForCimserver(\"joe\") = 0";
 
 OperationContext contextOf(const char* user)
 {
@@ -175,16 +275,89 @@ CIMObjectPath pathOf(const std::string& className, const Keys& keys, const std::
         bindings.append(
             CIMKeyBinding(CIMName(name.c_str()), String(value.c_str()), CIMKeyBinding::STRING));
     }
-    return CIMObjectPath(String(host.c_str()), CIMNamespaceName("root/qbx"),
-                         CIMName(className.c_str()), bindings);
+    return CIMObjectPath(String(host.c_str()), NAMESPACE, CIMName(className.c_str()), bindings);
 }
 
-CIMPropertyList listOf(std::initializer_list<const char*> names)
+CIMPropertyList listOf(const std::string& names)
 {
     Array<CIMName> array;
-    for (const char* name : names)
-        array.append(CIMName(name));
+    for (const std::string& name : split(names))
+        array.append(CIMName(name.c_str()));
     return CIMPropertyList(array);
+}
+
+namespace
+{
+
+template <class Value>
+CIMValue valueFrom(CIMType type, bool isArray, const std::string& text,
+                   Value (*read)(const std::string&))
+{
+    if (text == "null") return CIMValue(type, isArray);
+    if (!isArray) return CIMValue(read(text));
+    Array<Value> values;
+    for (const std::string& item : split(text, ','))
+        values.append(read(item));
+    return CIMValue(values);
+}
+
+template <class Number>
+Number number(const std::string& text)
+{
+    return static_cast<Number>(std::stoll(text));
+}
+
+bool truth(const std::string& text)
+{
+    return text == "true";
+}
+
+String string(const std::string& text)
+{
+    return String(text.c_str());
+}
+
+CIMObjectPath reference(const std::string& className)
+{
+    return className.empty() ? CIMObjectPath() : pathOf(className, {{"ID", "1"}});
+}
+
+CIMObjectPath synchronization(const std::string& targetClass)
+{
+    Keys keys = {{"SystemElement", "QBX_StorageVolume.ID=\"source\""}};
+    if (!targetClass.empty()) keys.push_back({"SyncedElement", targetClass + ".ID=\"target\""});
+    return pathOf("QBX_StorageSynchronized", keys);
+}
+
+}  // namespace
+
+CIMValue valueOf(std::string type, const std::string& text)
+{
+    const bool isArray = type.back() == ']';
+    if (isArray) type.resize(type.size() - 2);
+    if (type == "bool") return valueFrom(CIMTYPE_BOOLEAN, isArray, text, truth);
+    if (type == "u8") return valueFrom(CIMTYPE_UINT8, isArray, text, number<Uint8>);
+    if (type == "u16") return valueFrom(CIMTYPE_UINT16, isArray, text, number<Uint16>);
+    if (type == "u32") return valueFrom(CIMTYPE_UINT32, isArray, text, number<Uint32>);
+    if (type == "u64") return valueFrom(CIMTYPE_UINT64, isArray, text, number<Uint64>);
+    if (type == "s16") return valueFrom(CIMTYPE_SINT16, isArray, text, number<Sint16>);
+    if (type == "str") return valueFrom(CIMTYPE_STRING, isArray, text, string);
+    if (type == "ref") return valueFrom(CIMTYPE_REFERENCE, isArray, text, reference);
+    if (type == "sync") return valueFrom(CIMTYPE_REFERENCE, isArray, text, synchronization);
+    throw std::logic_error("no type " + type);
+}
+
+Array<CIMParamValue> parameters(const std::string& texts)
+{
+    Array<CIMParamValue> result;
+    for (const std::string& word : split(texts)) {
+        const std::size_t type = word.find('=') + 1;
+        const std::size_t text = word.find(':', type) + 1;
+        result.append(
+            CIMParamValue(String(word.substr(0, type - 1).c_str()),
+                          valueOf(word.substr(type, text - type - 1), word.substr(text))));
+    }
+    return result;
 }
 
 std::string valueOf(const CIMInstance& instance, const char* property)
@@ -192,35 +365,6 @@ std::string valueOf(const CIMInstance& instance, const char* property)
     const Uint32 position = instance.findProperty(CIMName(property));
     if (position == PEG_NOT_FOUND) return "absent";
     return str(instance.getProperty(position).getValue());
-}
-
-Values valuesOf(const CIMInstance& instance)
-{
-    const CIMClass cimClass =
-        schema().getClass(CIMNamespaceName("root/qbx"), instance.getClassName(), false, false,
-                          false, CIMPropertyList());
-    Values values;
-    for (Uint32 i = 0; i < instance.getPropertyCount(); ++i) {
-        const CIMConstProperty property = instance.getProperty(i);
-        const Uint32 position = cimClass.findProperty(property.getName());
-        const CIMValue unset = cimClass.getProperty(position).getValue();
-        if (!property.getValue().equal(unset))
-            values[str(property.getName())] = str(property.getValue());
-    }
-    return values;
-}
-
-Array<CIMParamValue> parameters(std::initializer_list<Named> values)
-{
-    Array<CIMParamValue> result;
-    for (const auto& [name, value] : values)
-        result.append(CIMParamValue(String(name), value));
-    return result;
-}
-
-CIMValue nullOf(CIMType type)
-{
-    return CIMValue(type, false);
 }
 
 std::string thrownBy(const std::function<void()>& operation)
@@ -235,39 +379,9 @@ std::string thrownBy(const std::function<void()>& operation)
     return "nothing";
 }
 
-// ---- Records ----
-
-api_Cage_t cage(const std::string& tag, int type)
+ProviderPtr create(const std::string& name)
 {
-    api_Cage_t record = {};
-    put(record.deviceID, tag);
-    record.type = static_cast<jb_type_e>(type);
-    return record;
-}
-
-api_Magazine_t magazine(const std::string& tag, const std::string& cageTag, int cageType)
-{
-    api_Magazine_t record = {};
-    put(record.deviceID, tag);
-    put(record.parentDeviceID, cageTag);
-    record.cageType = static_cast<jb_type_e>(cageType);
-    return record;
-}
-
-api_FCAL_t card(const std::string& tag, const std::string& cageTag, int cageType)
-{
-    api_FCAL_t record = {};
-    put(record.deviceID, tag);
-    put(record.parentDeviceID, cageTag);
-    record.cageType = static_cast<jb_type_e>(cageType);
-    return record;
-}
-
-api_sensor_t sensor(uint16_t reading, uint16_t low, uint16_t high)
-{
-    api_sensor_t record = {};
-    record.reading = reading;
-    record.limit_low = low;
-    record.limit_high = high;
-    return record;
+    ProviderPtr provider(PegasusCreateProvider(String(name.c_str())));
+    if (!provider) throw std::logic_error("the module has no provider " + name);
+    return provider;
 }

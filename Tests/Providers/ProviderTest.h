@@ -1,44 +1,68 @@
-// What the tests of all providers share: the schema, an object manager to ask, handlers that keep
-// what they are given, and short ways to build requests and read results.
+// What the tests of all providers share: the simulated array, an object manager to ask, handlers
+// that keep what they are given, and short ways to build requests and read results.
 #pragma once
 
-#include "RecordingApi.h"
+#include "TestArray.h"
 
 #include "Broker/Broker.h"
 
-#include <Pegasus/Common/CIMDateTime.h>
+#include <Pegasus/Common/CIMObject.h>
 #include <Pegasus/Common/ResponseHandler.h>
+#include <Pegasus/Provider/CIMAssociationProvider.h>
 #include <Pegasus/Provider/CIMInstanceProvider.h>
 #include <Pegasus/Provider/CIMMethodProvider.h>
 #include <Pegasus/Provider/CIMProvider.h>
-#include <Pegasus/Provider/ProviderException.h>
 
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <initializer_list>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <stdexcept>
-#include <string>
 #include <utility>
-#include <vector>
 
 extern "C" Pegasus::CIMProvider* PegasusCreateProvider(const Pegasus::String& name);
 
-using Texts = std::vector<std::string>;
-
+/// "(holds a NUL)" before a text that no C string shows whole.
 std::string str(const Pegasus::String& text);
 std::string str(const Pegasus::CIMName& name);
 /// "TYPE VALUE", "TYPE[] a b", with "null" for a null value.
 std::string str(const Pegasus::CIMValue& value);
 std::string str(const Pegasus::CIMObjectPath& path);
-Texts strs(const std::vector<Pegasus::CIMObjectPath>& paths);
 
-/// Properties or parameters by name.
-using Named = std::pair<const char*, Pegasus::CIMValue>;
-using Values = std::map<std::string, std::string>;
+Texts operator+(Texts first, const Texts& second);
+
+/// The paths of instances, objects or paths.
+template <class Result>
+Texts pathsIn(const std::vector<Result>& results)
+{
+    Texts texts;
+    for (const Result& result : results) {
+        if constexpr (std::is_same_v<Result, Pegasus::CIMObjectPath>)
+            texts.push_back(str(result));
+        else
+            texts.push_back(str(result.getPath()));
+    }
+    return texts;
+}
+
+/// The text in lower or upper case, by std::tolower or std::toupper.
+std::string cased(std::string text, int (*change)(int));
+
+/// The parts of a text, without blanks around them.
+Texts split(const std::string& text, char separator = ' ');
+
+/// The rows of data/NAME.txt, each of so many fields; fields that end a line may be missing. "\n"
+/// and "\t" are a newline and a tab.
+std::vector<Texts> table(const std::string& name, std::size_t fields);
+
+// ---- The schema and the object manager ----
+
+/// A class of the schema, as it is stored.
+Pegasus::CIMClass storedClass(const char* className);
+
+/// An instance of a class of the schema, with every property at its default.
+Pegasus::CIMInstance instanceOf(const Pegasus::CIMName& className);
 
 /// The object manager behind the providers' handle: classes from the schema, instances as the test
 /// says. Writes down what it was asked.
@@ -48,14 +72,17 @@ public:
     StubObjectManager();
     ~StubObjectManager() override;
 
-    /// "getClass CLASS localOnly/qualifiers/origin [list]", "getInstance USER PATH", ...
+    /// "getClass USER CLASS QUALIFIERS/ORIGIN [list]", "getInstance USER PATH ...", ...
     Texts asked;
-    /// Answers the upcalls; a test that expects none leaves them empty.
+    ///@{
+    /// Answers the upcalls: at first with one instance that has no host and namespace, as the
+    /// server's have, of what is asked for, or a path with the key Tag "package".
     std::function<Pegasus::CIMInstance(const Pegasus::CIMObjectPath&)> onGetInstance;
     std::function<Pegasus::Array<Pegasus::CIMInstance>(const Pegasus::CIMName&)>
         onEnumerateInstances;
     std::function<Pegasus::Array<Pegasus::CIMObjectPath>(const Pegasus::CIMName&)>
         onEnumerateInstanceNames;
+    ///@}
 
     Pegasus::CIMClass getClass(const Ctx&, const Ns&, const Pegasus::CIMName&, bool, bool, bool,
                                const Pegasus::CIMPropertyList&) override;
@@ -68,9 +95,12 @@ public:
                                                                   const Pegasus::CIMName&) override;
 
 private:
-    void note(const std::string& question);
+    void note(const char* operation, const Ctx& context, const std::string& object,
+              const std::string& flags = "", const Pegasus::CIMPropertyList& list = {});
     std::mutex _lock;
 };
+
+// ---- Handlers ----
 
 /// A handler that keeps what is delivered, and the order of its calls ("processing", "deliver 2",
 /// "complete"; a single result is "deliver").
@@ -129,15 +159,30 @@ public:
     void complete() override { steps.push_back("complete"); }
 };
 
-/// What a method delivers, or what it throws, as `MethodCase::result`.
-std::string invoke(Pegasus::CIMMethodProvider& provider, const char* method,
-                   const Pegasus::Array<Pegasus::CIMParamValue>& in,
-                   const Pegasus::CIMObjectPath& path);
+/// What a traversal may ask beside the object.
+struct Asked
+{
+    std::string role;
+    std::string resultRole;
+    std::string resultClass;
+    std::string associationClass;
+};
+
+/// Calls a traversal by its name, for qualifiers, no class origins and these properties.
+void traverse(Pegasus::CIMAssociationProvider& provider, const std::string& operation,
+              const Pegasus::OperationContext& context, const Pegasus::CIMObjectPath& object,
+              const Asked& asked, const Pegasus::CIMPropertyList& list, PathHandler& paths,
+              ObjectHandler& objects);
+
+// ---- Requests and results ----
 
 /// A log line of a provider, with its level and arguments: "OPERATION>" as it begins, "?" for what
-/// was asked, "!" for a refusal, "<" as it ends.
+/// was asked, "!" for a refusal, "<" as it ends. See data/traces.txt.
 std::string lineOf(const std::string& provider, const std::string& key,
                    const Texts& arguments = {});
+
+/// The call that opens the API for the user of contextOf().
+extern const std::string OPEN;
 
 /// A context that names the user.
 Pegasus::OperationContext contextOf(const char* user = "joe");
@@ -146,20 +191,26 @@ Pegasus::OperationContext contextOf(const char* user = "joe");
 using Keys = std::vector<std::pair<std::string, std::string>>;
 Pegasus::CIMObjectPath pathOf(const std::string& className, const Keys& keys = {},
                               const std::string& host = "server1");
-Pegasus::CIMPropertyList listOf(std::initializer_list<const char*> names);
+
+/// The list of these names, separated by blanks.
+Pegasus::CIMPropertyList listOf(const std::string& names);
+
+/// A value by its type (bool, u8 to u64, s16, str, ref, sync; with [] an array of values separated
+/// by commas) and its text; "null" is a null value. A reference is given by a class, "" for a path
+/// without one; a synchronization by the class of its target, "" for none.
+Pegasus::CIMValue valueOf(std::string type, const std::string& text);
+
+/// Parameters as "Name=type:text", separated by blanks; see valueOf().
+Pegasus::Array<Pegasus::CIMParamValue> parameters(const std::string& texts);
 
 /// The value of a property as str() writes it; "absent" when the instance lacks it.
 std::string valueOf(const Pegasus::CIMInstance& instance, const char* property);
 
-/// The properties that have a value, but those that hold the class default.
-Values valuesOf(const Pegasus::CIMInstance& instance);
-
-Pegasus::Array<Pegasus::CIMParamValue> parameters(std::initializer_list<Named> values);
-Pegasus::CIMValue nullOf(Pegasus::CIMType type);
-
 /// What an operation throws: "CODE MESSAGE" for a CIM exception, the message for another of the
 /// library's; "nothing" when it returns.
 std::string thrownBy(const std::function<void()>& operation);
+
+// ---- The fixture ----
 
 /// Ends a provider as the server does.
 struct Terminate
@@ -169,107 +220,27 @@ struct Terminate
 using ProviderPtr = std::unique_ptr<Pegasus::CIMProvider, Terminate>;
 
 /// A provider of the module by its name, not yet initialized.
-ProviderPtr create(const char* name);
+ProviderPtr create(const std::string& name);
 
-/// Fixture: a fresh recording API and object manager; one initialized provider when asked.
+/// A fresh array and object manager; one initialized provider when asked.
 class ProviderTest : public testing::Test
 {
 protected:
-    ProviderTest();
-
     /// Creates the provider, initializes it and forgets what was recorded so far.
     template <class Interface>
-    Interface& start(const char* name)
+    Interface& start(const std::string& name)
     {
         _provider = create(name);
         Pegasus::CIMOMHandle handle;
         _provider->initialize(handle);
-        api.events.clear();
+        array.forget();
         cimom.asked.clear();
         return dynamic_cast<Interface&>(*_provider);
     }
 
-    RecordingApi& api;
+    TestArray array;
     StubObjectManager cimom;
 
 private:
     ProviderPtr _provider;
 };
-
-/// What a call of a method does with its parameters.
-struct MethodCase
-{
-    const char* what;
-    const char* method;
-    Pegasus::Array<Pegasus::CIMParamValue> in;
-    std::string result;  ///< "deliver TYPE VALUE", or what is thrown
-    std::string action;  ///< the API call after the lookup; empty for none
-};
-
-/// Fixture of one provider of elements.
-template <class Provider>
-class ElementTest : public ProviderTest
-{
-protected:
-    explicit ElementTest(const char* name) : provider(start<Provider>(name)) {}
-
-    std::vector<Pegasus::CIMInstance> instances(
-        const std::string& className,
-        const Pegasus::CIMPropertyList& list = Pegasus::CIMPropertyList())
-    {
-        InstanceHandler handler;
-        provider.enumerateInstances(contextOf(), pathOf(className), false, false, list, handler);
-        return handler.results;
-    }
-
-    Texts names(const std::string& className)
-    {
-        PathHandler handler;
-        provider.enumerateInstanceNames(contextOf(), pathOf(className), handler);
-        return strs(handler.results);
-    }
-
-    /// The path of the instance that is delivered, or what is thrown.
-    std::string get(const Pegasus::CIMObjectPath& path)
-    {
-        InstanceHandler handler;
-        const std::string thrown = thrownBy([&] {
-            provider.getInstance(contextOf(), path, false, false, Pegasus::CIMPropertyList(),
-                                 handler);
-        });
-        return thrown == "nothing" ? str(handler.results.at(0).getPath()) : thrown;
-    }
-
-    /// Every row on that object, with the calls that must follow in order and no others. Actions
-    /// fail with -7, which is the method's return value.
-    void expectMethods(const Pegasus::CIMObjectPath& path, const std::string& lookup,
-                       const std::vector<MethodCase>& rows)
-    {
-        for (const char* action : {"api_locateCage", "api_upgradeCage", "api_setMagazineLoop",
-                                   "api_locateMagazine", "api_locateFCALPort"})
-            api.status[action] = -7;
-        for (const MethodCase& row : rows) {
-            SCOPED_TRACE(row.what);
-            api.events.clear();
-            EXPECT_EQ(invoke(provider, row.method, row.in, path), row.result);
-            Pegasus::String key = path.getClassName().getString() + "." + row.method;
-            key.toLower();
-            Texts calls = {"api_qbxOpenForCimserver(joe)",
-                           "api_authorizeCIMUser(joe, " + str(key) + ")"};
-            if (!lookup.empty())
-                calls.insert(calls.end(), {"cim_sem_wait()", lookup, "cim_sem_post()"});
-            if (!row.action.empty())
-                calls.insert(calls.end(), {"cim_sem_wait()", row.action, "cim_sem_post()"});
-            EXPECT_EQ(api.calls(), calls);
-        }
-        api.status.clear();
-    }
-
-    Provider& provider;
-};
-
-// Records with everything zero but what is said.
-api_Cage_t cage(const std::string& tag, int type);
-api_Magazine_t magazine(const std::string& tag, const std::string& cageTag, int cageType);
-api_FCAL_t card(const std::string& tag, const std::string& cageTag, int cageType);
-api_sensor_t sensor(uint16_t reading, uint16_t low, uint16_t high);

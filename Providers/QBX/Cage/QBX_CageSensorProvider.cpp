@@ -127,11 +127,12 @@ CIMObjectPath QBX_CageSensorProvider::buildObjectPath(const String& host, const 
 namespace
 {
 
-/// The unit's byte as a text of one character, by its Latin-1 code; empty for 0.
+/// The unit's byte as a text of one character, by its Latin-1 code; empty for 0, U+FFFD for a
+/// control character that no reply could carry.
 String unitText(uint8_t unit)
 {
     if (unit == 0) return String();
-    const Char16 character(unit);
+    const Char16 character(isForbidden(unit) ? 0xFFFD : unit);
     return String(&character, 1);
 }
 

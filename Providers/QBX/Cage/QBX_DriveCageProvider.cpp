@@ -25,14 +25,13 @@ Elements elements()
             QBX_KEY_TAG};
 }
 
-/// The cage of that name, ready to be acted on.
-api_CageHandle_t findCage(const String& tag, const char* operation)
+/// Makes the handle that of the cage of that name, ready to be acted on. The handle is the array's
+/// and must not move.
+void findCage(const String& tag, const char* operation, api_CageHandle_t& cage)
 {
-    api_CageHandle_t cage = {};
-    const int status =
-        underSemaphore([&] { return api_findCageName_Cached(c_str(tag.getCString()), &cage); });
+    const CString name = tag.getCString();
+    const int status = underSemaphore([&] { return api_findCageName_Cached(name, &cage); });
     if (status != 0) throw deviceNotFound(ClassName, operation, tag);
-    return cage;
 }
 
 }  // namespace
@@ -147,7 +146,8 @@ void QBX_DriveCageProvider::modifyInstance(const OperationContext& context,
     openApiFor("modifyinstance", instanceReference.getClassName(), context, ClassName);
     requireLocationOnly(instanceObject, propertyList);
     const String tag = QBX_Common::getStringProperty(instanceReference, QBX_KEY_TAG);
-    const api_CageHandle_t cage = findCage(tag, "modifyInstance");
+    api_CageHandle_t cage = {};
+    findCage(tag, "modifyInstance", cage);
     const String location = QBX_Common::getStringProperty(instanceObject, "Location");
     // The array takes the new text outside the semaphore and reports nothing of use.
     api_setCageLocation(&cage, c_str(location.getCString()));
@@ -189,8 +189,8 @@ Sint32 upgrade(const api_CageHandle_t& cage, const Array<CIMParamValue>& inParam
     if (QBX_Common::getParameter(inParameters, "IsPortA", isPortA) != QBX_PARAMETER_READ) {
         throw parameterNotFound(ClassName, "Locate", "IsPortA");
     }
-    return underSemaphore(
-        [&] { return api_upgradeCage(&cage, isPortA, c_str(fileName.getCString())); });
+    const CString name = fileName.getCString();
+    return underSemaphore([&] { return api_upgradeCage(&cage, isPortA, name); });
 }
 
 }  // namespace
@@ -207,7 +207,8 @@ void QBX_DriveCageProvider::invokeMethod(const OperationContext& context,
                 c_str(methodName.getString().getCString()));
     openApiFor(methodName.getString(), objectReference.getClassName(), context, ClassName);
     const String tag = QBX_Common::getStringProperty(objectReference, QBX_KEY_TAG);
-    const api_CageHandle_t cage = findCage(tag, "invokeMethod");
+    api_CageHandle_t cage = {};
+    findCage(tag, "invokeMethod", cage);
 
     Sint32 result = 0;
     if (methodName == CIMName("Locate")) {

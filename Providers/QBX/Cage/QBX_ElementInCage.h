@@ -32,6 +32,22 @@ public:
         }
     }
 
+    /// What lies at the other end of an object of that class and tag: the cage of an element, the
+    /// elements of a cage, nothing for any other class.
+    Array<CIMInstance> otherEnd(const CIMName& className, const String& tag,
+                                const Array<CIMName>& elementClasses,
+                                const Array<CIMName>& cageClasses, const OperationContext& context,
+                                Boolean includeQualifiers, Boolean includeClassOrigin,
+                                const CIMPropertyList& propertyList) const
+    {
+        if (QBX_Common::isPartOfArray(className, elementClasses))
+            return cageOf(tag, context, includeQualifiers, includeClassOrigin, propertyList);
+        if (QBX_Common::isPartOfArray(className, cageClasses))
+            return elementsOf(tag, includeQualifiers, includeClassOrigin, propertyList);
+        return Array<CIMInstance>();
+    }
+
+private:
     /// The cage of the element with that tag, fetched through the object manager on behalf of the
     /// caller; empty when there is no such element or its cage cannot be had.
     Array<CIMInstance> cageOf(const String& tag, const OperationContext& context,
@@ -65,7 +81,6 @@ public:
         return found;
     }
 
-private:
     template <class Record>
     CIMObjectPath cagePath(const Record& record) const
     {
@@ -87,15 +102,17 @@ private:
     {
         try {
             CIMOMHandle cimom(_cimom);
-            CIMInstance cage =
-                cimom.getInstance(context, CIMNamespaceName(QBX_NAMESPACE), path, false,
-                                  includeQualifiers, includeClassOrigin, propertyList);
+            found.append(cimom.getInstance(context, CIMNamespaceName(QBX_NAMESPACE), path, false,
+                                           includeQualifiers, includeClassOrigin, propertyList));
             // An object manager may answer with a path that lacks host and namespace; no
-            // association could refer to the cage by it.
-            if (cage.getPath().getNameSpace().isNull()) cage.setPath(path);
-            found.append(cage);
+            // association could refer to the cage by it. The instance may be the manager's own.
+            if (!found[0].getPath().getNameSpace().isNull()) return;
+            CIMInstance cage = found[0].clone();
+            cage.setPath(path);
+            found[0] = cage;
         } catch (...) {
-            // A cage that cannot be had is missing from the result.
+            // A cage that cannot be had is missing from the result; one that cannot be given its
+            // path stays as it came.
         }
     }
 

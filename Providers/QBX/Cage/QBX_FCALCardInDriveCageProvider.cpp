@@ -253,13 +253,10 @@ Array<CIMInstance> QBX_FCALCardInDriveCageProvider::_getRelatedInstances(
     const String tag = QBX_Common::getStringProperty(objectName, QBX_KEY_TAG);
     if (tag.size() == 0) throw CIMInvalidParameterException(ClassName + " Tag key not found.");
 
-    const CardsInCages cards(api_getFCALsNoMfg_Cached, _cimom, _hostAddr);
-    Array<CIMInstance> related;
-    if (QBX_Common::isPartOfArray(objectName.getClassName(), _fcalClassNames)) {
-        related = cards.cageOf(tag, context, includeQualifiers, includeClassOrigin, propertyList);
-    } else if (QBX_Common::isPartOfArray(objectName.getClassName(), _cageClassNames)) {
-        related = cards.elementsOf(tag, includeQualifiers, includeClassOrigin, propertyList);
-    }
+    const Array<CIMInstance> related =
+        CardsInCages(api_getFCALsNoMfg_Cached, _cimom, _hostAddr)
+            .otherEnd(objectName.getClassName(), tag, _fcalClassNames, _cageClassNames, context,
+                      includeQualifiers, includeClassOrigin, propertyList);
     trace(TRACES.getRelatedInstances.exit);
     return related;
 }

@@ -120,8 +120,8 @@ struct CageName
 CageName findCageOf(const String& tag)
 {
     CageName cage;
-    const int status = underSemaphore(
-        [&] { return api_findCageNameForFCAL(c_str(tag.getCString()), cage.bytes); });
+    const CString name = tag.getCString();
+    const int status = underSemaphore([&] { return api_findCageNameForFCAL(name, cage.bytes); });
     if (status != 0) throw deviceNotFound(ClassName, "invokeMethod", tag);
     return cage;
 }

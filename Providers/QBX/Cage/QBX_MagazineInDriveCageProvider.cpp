@@ -252,14 +252,10 @@ Array<CIMInstance> QBX_MagazineInDriveCageProvider::_getRelatedInstances(
     const String tag = QBX_Common::getStringProperty(objectName, QBX_KEY_TAG);
     if (tag.size() == 0) throw CIMInvalidParameterException(ClassName + " Tag key not found.");
 
-    const MagazinesInCages magazines(api_getMagazinesNoMfg_Cached, _cimom, _hostAddr);
-    Array<CIMInstance> related;
-    if (QBX_Common::isPartOfArray(objectName.getClassName(), _magClassNames)) {
-        related =
-            magazines.cageOf(tag, context, includeQualifiers, includeClassOrigin, propertyList);
-    } else if (QBX_Common::isPartOfArray(objectName.getClassName(), _cageClassNames)) {
-        related = magazines.elementsOf(tag, includeQualifiers, includeClassOrigin, propertyList);
-    }
+    const Array<CIMInstance> related =
+        MagazinesInCages(api_getMagazinesNoMfg_Cached, _cimom, _hostAddr)
+            .otherEnd(objectName.getClassName(), tag, _magClassNames, _cageClassNames, context,
+                      includeQualifiers, includeClassOrigin, propertyList);
     trace(TRACES.getRelatedInstances.exit);
     return related;
 }

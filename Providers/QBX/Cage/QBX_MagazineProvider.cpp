@@ -114,8 +114,8 @@ namespace
 api_MagazineIDs_t findMagazine(const String& tag)
 {
     api_MagazineIDs_t ids = {};
-    const int status =
-        underSemaphore([&] { return api_findMagazineIDs(c_str(tag.getCString()), &ids); });
+    const CString name = tag.getCString();
+    const int status = underSemaphore([&] { return api_findMagazineIDs(name, &ids); });
     if (status != 0) throw deviceNotFound(ClassName, "invokeMethod", tag);
     return ids;
 }
@@ -145,16 +145,17 @@ Sint32 setLoopState(const api_MagazineIDs_t& ids, const Array<CIMParamValue>& in
     if (QBX_Common::getParameter(inParameters, "IsPortA", isPortA) != QBX_PARAMETER_MISSING) {
         port = isPortA ? PORT_A : PORT_B;
     }
+    const CageName cage(ids);
     return underSemaphore(
-        [&] { return api_setMagazineLoop(CageName(ids).bytes, ids.magazine, isOnLoop, port); });
+        [&] { return api_setMagazineLoop(cage.bytes, ids.magazine, isOnLoop, port); });
 }
 
 Sint32 locate(const api_MagazineIDs_t& ids, const Array<CIMParamValue>& inParameters)
 {
     Uint16 seconds = 0;
     QBX_Common::getParameter(inParameters, "LocateTimer", seconds);
-    return underSemaphore(
-        [&] { return api_locateMagazine(CageName(ids).bytes, ids.magazine, seconds); });
+    const CageName cage(ids);
+    return underSemaphore([&] { return api_locateMagazine(cage.bytes, ids.magazine, seconds); });
 }
 
 }  // namespace

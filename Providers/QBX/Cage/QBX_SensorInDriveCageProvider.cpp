@@ -266,12 +266,14 @@ Array<CIMInstance> QBX_SensorInDriveCageProvider::_getRelatedInstances(
     Array<CIMInstance> related;
     if (key.size() == 0) return related;
 
-    const CageList cages(api_getCages_Cached);
-    if (isCage) {
-        related = _sensorsOf(cages, key, includeQualifiers, includeClassOrigin, propertyList);
-    } else if (objectName.getClassName() == _sensClassName) {
-        related = _cageOf(cages, key, includeQualifiers, includeClassOrigin, propertyList);
-    }
+    {
+        const CageList cages(api_getCages_Cached);
+        if (isCage) {
+            related = _sensorsOf(cages, key, includeQualifiers, includeClassOrigin, propertyList);
+        } else if (objectName.getClassName() == _sensClassName) {
+            related = _cageOf(cages, key, includeQualifiers, includeClassOrigin, propertyList);
+        }
+    }  // the records are freed before the last line is written
     trace(TRACES.getRelatedInstances.exit);
     return related;
 }
