@@ -235,6 +235,9 @@ TEST_F(ToolkitTest, AssociationsCarryTheHostInEveryReference)
     EXPECT_EQ(valueOf(instance, "Zebra"), "reference //array1/root/qbx:C.Tag=\"a\"");
     EXPECT_EQ(valueOf(instance, "Ant"), "absent") << "a role that the class lacks is skipped";
     EXPECT_EQ(str(instance.getPath()), str(path));
+    instance = QBX_Common::buildAssocInstance(name, "Zebra", "Ant", cage, card, cimClass, "h0",
+                                              "h1", "h2", "root/qbx");
+    EXPECT_EQ(valueOf(instance, "Zebra"), "reference //h1/root/qbx:C.Tag=\"a\"");
     instance = QBX_Common::buildAssocInstance(name, "One", "Zebra", "Three", card, cage, card,
                                               cimClass, "h", "root/qbx");
     EXPECT_EQ(valueOf(instance, "Zebra"), "reference //h/root/qbx:C.Tag=\"a\"");

@@ -34,15 +34,17 @@ DEVICE_DEFAULTS = {
     "TransitioningToState": 12,
 }
 
-# A text that is not UTF-8 is published with U+FFFD for each bad byte.
+# Published as U+FFFD: each byte that is not UTF-8, and each of a character that XML forbids.
 codecs.register_error("one_by_one", lambda error: ("\ufffd", error.start + 1))
+FORBIDDEN = re.compile("[\1-\x08\x0b\x0c\x0e-\x1f\ufffe\uffff]")
 
 
 def text(value):
     """A text of the file as clients see it."""
     if not value.startswith("hex:"):
         return value
-    return bytes.fromhex(value[4:]).split(b"\0")[0].decode("utf-8", "one_by_one")
+    decoded = bytes.fromhex(value[4:]).split(b"\0")[0].decode("utf-8", "one_by_one")
+    return FORBIDDEN.sub(lambda found: "\ufffd" * len(found[0].encode()), decoded)
 
 
 def codes():
