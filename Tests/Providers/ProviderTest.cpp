@@ -151,7 +151,7 @@ CIMObjectPath packageOf(const CIMName& className)
 
 CIMClass storedClass(const char* className)
 {
-    return schema().getClass(NAMESPACE, CIMName(className), false, true, true, CIMPropertyList());
+    return CIMClass(schema().getClass(NAMESPACE, CIMName(className)));
 }
 
 CIMInstance instanceOf(const CIMName& className)
@@ -159,7 +159,7 @@ CIMInstance instanceOf(const CIMName& className)
     return storedClass(str(className).c_str()).buildInstance(true, true, CIMPropertyList());
 }
 
-StubObjectManager::StubObjectManager() : Broker(schema(), {})
+StubObjectManager::StubObjectManager()
 {
     onGetInstance = [](const CIMObjectPath& path) { return withPath(path.getClassName(), path); };
     onEnumerateInstances = [](const CIMName& className) {
@@ -192,32 +192,29 @@ void StubObjectManager::note(const char* operation, const Ctx& context, const st
 }
 
 CIMClass StubObjectManager::getClass(const Ctx& context, const Ns& nameSpace,
-                                     const CIMName& className, bool localOnly,
-                                     bool includeQualifiers, bool includeClassOrigin,
-                                     const CIMPropertyList& list)
+                                     const CIMName& className, const cimom::ClassView& view)
 {
     note("getClass", context, str(className),
-         (localOnly ? " local" : "") + flags(includeQualifiers, includeClassOrigin), list);
-    return schema().getClass(nameSpace, className, localOnly, includeQualifiers, includeClassOrigin,
-                             list);
+         (view.localOnly ? " local" : "") + flags(view.includeQualifiers, view.includeClassOrigin),
+         view.properties);
+    return CIMClass(schema().getClass(nameSpace, className, view));
 }
 
 CIMInstance StubObjectManager::getInstance(const Ctx& context, const Ns&, const CIMObjectPath& path,
-                                           bool includeQualifiers, bool includeClassOrigin,
-                                           const CIMPropertyList& list)
+                                           const cimom::InstanceView& view)
 {
-    note("getInstance", context, str(path), flags(includeQualifiers, includeClassOrigin), list);
+    note("getInstance", context, str(path), flags(view.includeQualifiers, view.includeClassOrigin),
+         view.properties);
     return onGetInstance(path);
 }
 
 Array<CIMInstance> StubObjectManager::enumerateInstances(const Ctx& context, const Ns&,
                                                          const CIMName& className, bool deep,
-                                                         bool includeQualifiers,
-                                                         bool includeClassOrigin,
-                                                         const CIMPropertyList& list)
+                                                         const cimom::InstanceView& view)
 {
     note("enumerateInstances", context, str(className),
-         (deep ? " deep" : "") + flags(includeQualifiers, includeClassOrigin), list);
+         (deep ? " deep" : "") + flags(view.includeQualifiers, view.includeClassOrigin),
+         view.properties);
     return onEnumerateInstances(className);
 }
 

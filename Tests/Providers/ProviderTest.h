@@ -4,7 +4,7 @@
 
 #include "TestArray.h"
 
-#include "Broker/Broker.h"
+#include "Model/ObjectManager.h"
 
 #include <Pegasus/Common/CIMObject.h>
 #include <Pegasus/Common/ResponseHandler.h>
@@ -66,7 +66,7 @@ Pegasus::CIMInstance instanceOf(const Pegasus::CIMName& className);
 
 /// The object manager behind the providers' handle: classes from the schema, instances as the test
 /// says. Writes down what it was asked.
-class StubObjectManager : public cimom::Broker
+class StubObjectManager : public cimom::ObjectManager
 {
 public:
     StubObjectManager();
@@ -84,13 +84,15 @@ public:
         onEnumerateInstanceNames;
     ///@}
 
-    Pegasus::CIMClass getClass(const Ctx&, const Ns&, const Pegasus::CIMName&, bool, bool, bool,
-                               const Pegasus::CIMPropertyList&) override;
-    Pegasus::CIMInstance getInstance(const Ctx&, const Ns&, const Pegasus::CIMObjectPath&, bool,
-                                     bool, const Pegasus::CIMPropertyList&) override;
-    Pegasus::Array<Pegasus::CIMInstance> enumerateInstances(
-        const Ctx&, const Ns&, const Pegasus::CIMName&, bool, bool, bool,
-        const Pegasus::CIMPropertyList&) override;
+    using Ctx = Pegasus::OperationContext;
+    using Ns = Pegasus::CIMNamespaceName;
+    Pegasus::CIMClass getClass(const Ctx&, const Ns&, const Pegasus::CIMName&,
+                               const cimom::ClassView&) override;
+    Pegasus::CIMInstance getInstance(const Ctx&, const Ns&, const Pegasus::CIMObjectPath&,
+                                     const cimom::InstanceView&) override;
+    Pegasus::Array<Pegasus::CIMInstance> enumerateInstances(const Ctx&, const Ns&,
+                                                            const Pegasus::CIMName&, bool deep,
+                                                            const cimom::InstanceView&) override;
     Pegasus::Array<Pegasus::CIMObjectPath> enumerateInstanceNames(const Ctx&, const Ns&,
                                                                   const Pegasus::CIMName&) override;
 
