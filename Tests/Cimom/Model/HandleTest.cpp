@@ -83,6 +83,7 @@ TEST(String, ChangesStayInOneCopyAndTakeItsOwnParts)
     EXPECT_THROW(copy[4], IndexOutOfBoundsException);
     EXPECT_THROW(copy.remove(2, 2), IndexOutOfBoundsException);
     EXPECT_THROW(String(static_cast<const char*>(nullptr)), Exception);
+    EXPECT_EQ(String("\xEF\xBF\xBD"), String("\xEF\xBF\xBE")) << "U+FFFE is no character";
 }
 
 TEST(DateTime, TheCurrentTimeIsWrittenAndReadAsATimeStamp)
