@@ -96,7 +96,6 @@ void appendQualifiers(std::string& out, const Qualifiers& qualifiers)
 void appendProperty(std::string& out, const Property& property)
 {
     const CIMType type = property.value.getType();
-    const bool reference = type == CIMTYPE_REFERENCE;
     const bool isArray = property.value.isArray();
     const std::string tag = "PROPERTY" + suffix(type, isArray);
     out.append("<").append(tag);
@@ -106,7 +105,7 @@ void appendProperty(std::string& out, const Property& property)
     appendArraySize(out, property.arraySize);
     appendOptional(out, "REFERENCECLASS", property.referenceClassName);
     appendOrigin(out, property.classOrigin, property.propagated);
-    if (!isArray && !reference) appendType(out, "TYPE", type);
+    if (!isArray && type != CIMTYPE_REFERENCE) appendType(out, "TYPE", type);
     out += ">\n";
     appendQualifiers(out, property.qualifiers);
     appendValue(out, property.value);

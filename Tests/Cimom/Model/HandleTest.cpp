@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <ctime>
 #include <thread>
 
 using namespace Pegasus;
@@ -11,20 +12,16 @@ using namespace Pegasus;
 namespace
 {
 
-template <class HandleClass>
-class UninitializedHandle : public testing::Test
+TEST(Handle, UninitializedOnesThrow)
 {
-};
-
-using HandleClasses = testing::Types<CIMProperty, CIMConstProperty, CIMInstance, CIMObject>;
-TYPED_TEST_SUITE(UninitializedHandle, HandleClasses);
-
-TYPED_TEST(UninitializedHandle, Throws)
-{
-    const TypeParam handle;
-    const TypeParam copy(handle);
-    EXPECT_TRUE(copy.isUninitialized());
-    EXPECT_THROW(copy.clone(), UninitializedObjectException);
+    const CIMInstance none;
+    EXPECT_TRUE(CIMObject(none).isUninitialized());
+    EXPECT_THROW(none.clone(), UninitializedObjectException);
+    EXPECT_THROW(CIMObject(none).clone(), UninitializedObjectException);
+    EXPECT_THROW(CIMInstance{CIMObject(none)}, DynamicCastFailedException);
+    EXPECT_THROW(CIMValue{none}, UninitializedObjectException);
+    EXPECT_THROW(CIMProperty().clone(), UninitializedObjectException);
+    EXPECT_THROW(CIMConstProperty().getName(), UninitializedObjectException);
 }
 
 TEST(Handle, CopiesAliasAndClonesDoNot)
@@ -86,6 +83,16 @@ TEST(String, ChangesStayInOneCopyAndTakeItsOwnParts)
     EXPECT_THROW(copy[4], IndexOutOfBoundsException);
     EXPECT_THROW(copy.remove(2, 2), IndexOutOfBoundsException);
     EXPECT_THROW(String(static_cast<const char*>(nullptr)), Exception);
+    EXPECT_EQ(String("\xEF\xBF\xBD"), String("\xEF\xBF\xBE")) << "U+FFFE is no character";
+}
+
+TEST(DateTime, TheCurrentTimeIsWrittenAndReadAsATimeStamp)
+{
+    const CIMDateTime now = CIMDateTime::getCurrentDateTime();
+    constexpr Uint64 secondsTo1970 = 62167219200;  // from the beginning of year 0
+    EXPECT_NEAR(double(now.toMicroSeconds() / 1000000 - secondsTo1970), double(std::time(nullptr)),
+                2);
+    EXPECT_TRUE(now.equal(CIMDateTime(now.toString())));
 }
 
 // Each thread has its own copies; that these share what they hold must not show.
