@@ -25,10 +25,10 @@ protected:
         scripted::stage = {};
         MofCompiler compiler(repository);
         const std::pair<CIMNamespaceName, const char*> files[] = {
-            {"root/test", BROKER_TESTS "schema.mof"},
-            {"root/schema", BROKER_TESTS "../Repository/schema.mof"},
+            {"root/test", CIMOM_TESTS "Broker/schema.mof"},
+            {"root/schema", CIMOM_TESTS "Repository/schema.mof"},
             {options.interopNamespace, INTEROP_MOF},
-            {options.interopNamespace, BROKER_TESTS "registration.mof"}};
+            {options.interopNamespace, CIMOM_TESTS "Broker/registration.mof"}};
         for (const auto& [nameSpace, file] : files) {
             repository.addNamespace(nameSpace);
             compiler.compileFile(file, nameSpace);

@@ -92,7 +92,7 @@ TEST_F(Providers, ThatCallThemselvesWithoutEndGetAnError)
 
 TEST_F(Providers, AreRegisteredWithoutMistakes)
 {
-    checkCases(BROKER_TESTS "registrations.txt", [this](const std::string& mof) {
+    checkCases(CIMOM_TESTS "Broker/registrations.txt", [this](const std::string& mof) {
         Repository other;
         other.addNamespace(options.interopNamespace);
         MofCompiler compiler(other);

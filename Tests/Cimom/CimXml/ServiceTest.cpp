@@ -1,5 +1,5 @@
 // Requests in; calls of providers and replies out.
-#include "BrokerFixture.h"
+#include "../Broker/BrokerFixture.h"
 #include "CimXml/Decode.h"
 #include "CimXml/Encode.h"
 #include "CimXml/Service.h"
@@ -74,13 +74,6 @@ std::string parameter(const std::string& tag, const std::string& word)
         content = element("VALUE.ARRAY", replaced(content, ",", "</VALUE><VALUE>"));
     }
     return element(tag + " NAME=\"" + replaced(name, ":", "\" PARAMTYPE=\"") + "\"", content);
-}
-
-/// A file beside this one.
-std::string content(const std::string& name)
-{
-    std::ifstream file(CIMXML_TESTS + name);
-    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 /// The request for "Operation|parameter|...", of a method "Path|Method|parameter|...", or with a
@@ -184,7 +177,7 @@ protected:
 
 TEST_F(Service, Operations)
 {
-    play(BROKER_TESTS "operations.txt");
+    play(CIMOM_TESTS "Broker/operations.txt");
     broker.reset();
     EXPECT_EQ(notes(), (Lines{"terminate LinkSub", "terminate Link", "terminate Machine",
                               "terminate Side", "terminate Leaf", "terminate Base"}));
@@ -192,12 +185,13 @@ TEST_F(Service, Operations)
 
 TEST_F(Service, Requests)
 {
-    play(CIMXML_TESTS "requests.txt");
+    play(CIMOM_TESTS "CimXml/requests.txt");
 }
 
 TEST(Encode, EverythingComesBackAsItWasRead)
 {
-    const std::string text = content("everything.xml");
+    std::ifstream file(CIMOM_TESTS "CimXml/everything.xml");
+    const std::string text{std::istreambuf_iterator<char>(file), {}};
     std::string again;
     xml::appendInstance(again, xml::decodeInstance(parseXml(text)).object());
     EXPECT_EQ(again, text);

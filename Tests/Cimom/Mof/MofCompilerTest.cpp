@@ -9,7 +9,7 @@ namespace
 
 TEST(MofCases, AreTakenOrRefused)
 {
-    checkMofCases();
+    checkMofCases(CIMOM_TESTS "Mof/cases.txt");
     EXPECT_EQ(TestRepository().compile("class T { string \xFF; };"),
               "1 MOF:1:18: expected a text in UTF-8");
     EXPECT_EQ(TestRepository().compile("class T\x01"), "1 MOF:1:8: unexpected control character 1");
@@ -17,7 +17,7 @@ TEST(MofCases, AreTakenOrRefused)
 
 TEST(MofFiles, AreIncludedOnceFromBesideOrTheSearchPath)
 {
-    std::filesystem::current_path(TEST_FOLDER "/files");
+    std::filesystem::current_path(CIMOM_TESTS "Mof/files");
     TestRepository schema;
     const auto faultOf = [&schema](const char* file) {
         MofCompiler compiler(schema.repository);

@@ -13,7 +13,7 @@ struct TestRepository
     TestRepository()
     {
         repository.addNamespace(ns);
-        MofCompiler(repository).compileFile(TEST_FOLDER "/../Repository/schema.mof", ns);
+        MofCompiler(repository).compileFile(CIMOM_TESTS "Repository/schema.mof", ns);
     }
 
     /// The fault in the text, or what it made of class T and of T_Middle's instances.
@@ -33,10 +33,10 @@ struct TestRepository
     Repository repository;
 };
 
-/// Compiles every text of cases.txt.
-inline void checkMofCases()
+/// Compiles every text of the file.
+inline void checkMofCases(const std::string& file)
 {
-    checkCases(TEST_FOLDER "/cases.txt",
+    checkCases(file,
                [](const std::string& mof) { return marked("= ", TestRepository().compile(mof)); });
 }
 
