@@ -8,7 +8,6 @@
 
 #include <fstream>
 #include <functional>
-#include <sstream>
 #include <string>
 
 namespace cimom
@@ -26,32 +25,27 @@ std::string answerOf(Call call)
     }
 }
 
-/// The lines of the text, each with the mark before it.
-inline std::string marked(const std::string& mark, const std::string& text)
-{
-    std::string all;
-    std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line);)
-        all += mark + line + "\n";
-    return all;
-}
-
-/// Asks what the file asks. It holds blocks of lines with an empty line behind each: the question,
-/// and below it, marked "> " or "= ", what `ask` has to return for it. Lines with "# " are
-/// comments.
+/// Asks what the file asks. It holds blocks of lines with an empty line behind each: the question
+/// and below it, with "= " before each line, what `ask` has to return for it; lines that it returns
+/// with "> " stand there as they are. Lines with "# " are comments.
 inline void checkCases(const std::string& file,
                        const std::function<std::string(const std::string& question)>& ask)
 {
     std::ifstream stream(file);
-    std::string question, answer;
+    std::string question, expected;
     std::size_t count = 0;
     for (std::string line; std::getline(stream, line);) {
-        if (line.rfind("# ", 0) == 0) continue;
-        const bool isAnswer = line.rfind("> ", 0) == 0 || line.rfind("= ", 0) == 0;
-        if (!line.empty()) (isAnswer ? answer : question) += line + "\n";
+        const std::string mark = line.substr(0, 2);
+        if (mark == "# ") continue;
+        if (mark == "= ")
+            expected += line.substr(2) + "\n";
+        else if (!line.empty())
+            (mark == "> " ? expected : question) += line + "\n";
         if (question.empty() || !(line.empty() || stream.peek() == EOF)) continue;
-        EXPECT_EQ(ask(question), answer) << question;
-        question = answer = "";
+        std::string answer = ask(question);
+        if (!answer.empty() && answer.back() != '\n') answer += '\n';
+        EXPECT_EQ(answer, expected) << question;
+        question = expected = "";
         ++count;
     }
     EXPECT_GT(count, 10U) << file;

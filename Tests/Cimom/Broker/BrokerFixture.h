@@ -42,7 +42,7 @@ protected:
     ~BrokerTest() override
     {
         ObjectManager::setCurrent(nullptr);
-        scripted::stage = {};
+        scripted::stage = {};  // what a test has put there ends before the providers
     }
 
     /// What the providers have noted since the last time.

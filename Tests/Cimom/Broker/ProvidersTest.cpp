@@ -98,10 +98,10 @@ TEST_F(Providers, AreRegisteredWithoutMistakes)
         MofCompiler compiler(other);
         compiler.compileFile(INTEROP_MOF, options.interopNamespace);
         compiler.compileText(mof, "test", options.interopNamespace);
-        return marked("= ", answerOf([&] {
-                          const Broker started(other, options);
-                          return "started";
-                      }));
+        return answerOf([&] {
+            const Broker started(other, options);
+            return "started";
+        });
     });
 }
 

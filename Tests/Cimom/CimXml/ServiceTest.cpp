@@ -7,6 +7,7 @@
 #include <Pegasus/Provider/ProviderException.h>
 
 #include <regex>
+#include <sstream>
 #include <stdexcept>
 
 PEGASUS_USING_PEGASUS;
@@ -16,6 +17,8 @@ namespace cimom
 namespace
 {
 
+const String special = toString({"<&>\"'\n\t \xC3\xA4\x1F\0", 12});
+
 const std::map<std::string, void (*)()> faults = {
     {"denied", [] { throw CIMAccessDeniedException("no"); }},
     {"unsupported", [] { throw CIMNotSupportedException("not here"); }},
@@ -24,29 +27,25 @@ const std::map<std::string, void (*)()> faults = {
     {"success", [] { throw CIMException(CIM_ERR_SUCCESS, "t"); }},
     {"library", [] { throw TypeMismatchException(); }},
     {"standard", [] { throw std::runtime_error("not UTF-8: \xE4"); }},
-    {"escapes",
-     [] {
-         throw CIMException(CIM_ERR_NOT_FOUND, toString({"<&>\"'\n\t \xC3\xA4\x1F\0", 12}));
-     }},
+    {"escapes", [] { throw CIMException(CIM_ERR_NOT_FOUND, special); }},
     {"number", [] { throw 5; }},
 };
 
 /// What a reply is written in shorter for the files; anything else than the exact elements stays.
-const std::pair<std::regex, const char*> shortForms[] = {
-    {std::regex("<KEYBINDING NAME=\"(.*)\">\n<KEYVALUE VALUETYPE=\"numeric\">(.*)</KEYVALUE>\n"
-                "</KEYBINDING>\n"),
+const std::pair<const char*, const char*> shortForms[] = {
+    {"<KEYBINDING NAME=\"(.*)\">\n<KEYVALUE VALUETYPE=\"numeric\">(.*)</KEYVALUE>\n</KEYBINDING>\n",
      "$1=$2,"},
-    {std::regex("<INSTANCENAME CLASSNAME=\"(.*)\">\n(.*),</INSTANCENAME>\n"), "$1.$2\n"},
-    {std::regex("<INSTANCEPATH>\n<NAMESPACEPATH>\n<HOST>(.*)</HOST>\n<LOCALNAMESPACEPATH>\n"
-                "<NAMESPACE NAME=\"(.*)\"/>\n<NAMESPACE NAME=\"(.*)\"/>\n</LOCALNAMESPACEPATH>\n"
-                "</NAMESPACEPATH>\n(.*)\n</INSTANCEPATH>\n"),
+    {"<INSTANCENAME CLASSNAME=\"(.*)\">\n(.*),</INSTANCENAME>\n", "$1.$2\n"},
+    {"<INSTANCEPATH>\n<NAMESPACEPATH>\n<HOST>(.*)</HOST>\n<LOCALNAMESPACEPATH>\n"
+     "<NAMESPACE NAME=\"(.*)\"/>\n<NAMESPACE NAME=\"(.*)\"/>\n</LOCALNAMESPACEPATH>\n"
+     "</NAMESPACEPATH>\n(.*)\n</INSTANCEPATH>\n",
      "//$1/$2/$3:$4\n"},
-    {std::regex("<INSTANCE CLASSNAME=\"(.*)\" >\n</INSTANCE>\n"), "<INSTANCE $1/>\n"},
-    {std::regex(PROVIDER_FOLDER "/|" CIMOM_FOLDER "/"), ""}};
+    {"<INSTANCE CLASSNAME=\"(.*)\" >\n</INSTANCE>\n", "<INSTANCE $1/>\n"},
+    {PROVIDER_FOLDER "/|" CIMOM_FOLDER "/", ""}};
 
-std::string replaced(const std::string& text, const char* what, const char* by)
+std::string replaced(const std::string& text, const std::string& pattern, const char* by)
 {
-    return std::regex_replace(text, std::regex(what), by);
+    return std::regex_replace(text, std::regex(pattern), by);
 }
 
 std::string element(const std::string& name, const std::string& content)
@@ -164,10 +163,10 @@ protected:
                 scripted::stage.instances[a].push_back(instance(String(b.c_str())));
         }
         for (const auto& [form, shorter] : shortForms)
-            reply = std::regex_replace(reply, form, shorter);
+            reply = replaced(reply, form, shorter);
         for (const std::string& note : notes())
-            calls += note + "\n";
-        return marked("> ", calls) + marked("= ", reply);
+            calls += "> " + note + "\n";
+        return calls + reply;
     }
     void play(const std::string& file)
     {

@@ -9,10 +9,9 @@ namespace
 
 TEST(MofCases, AreTakenOrRefused)
 {
-    checkMofCases(CIMOM_TESTS "Mof/cases.txt");
-    EXPECT_EQ(TestRepository().compile("class T { string \xFF; };"),
-              "1 MOF:1:18: expected a text in UTF-8");
-    EXPECT_EQ(TestRepository().compile("class T\x01"), "1 MOF:1:8: unexpected control character 1");
+    checkCases(CIMOM_TESTS "Mof/cases.txt", compiled);
+    EXPECT_EQ(compiled("class T { string \xFF; };"), "1 MOF:1:18: expected a text in UTF-8");
+    EXPECT_EQ(compiled("class T\x01"), "1 MOF:1:8: unexpected control character 1");
 }
 
 TEST(MofFiles, AreIncludedOnceFromBesideOrTheSearchPath)
@@ -43,12 +42,12 @@ TEST(MofFaults, NoPrefixAndNoChangedByteGetsPastTheErrors)
         "#pragma locale(\"en\")\nQualifier Q : uint8[] = {1}, Scope(any), Flavor(Restricted);\n"
         "[Q{2}: ToSubclass] class T : T_Other { [Mine] real32 R[2] = {1.5e1, -2};"
         " uint32 M([Fixed] T_Base REF P[]); };\n instance of T { Id = \"\\x41\" \"b\"; };";
-    EXPECT_EQ(TestRepository().compile(good).substr(0, 6), "<CLASS");
+    EXPECT_EQ(compiled(good).substr(0, 6), "<CLASS");
     for (std::size_t i = 0; i < good.size(); ++i) {
-        TestRepository().compile(good.substr(0, i));
+        compiled(good.substr(0, i));
         std::string changed = good;
         changed[i] = "\"{\xC3"[i % 4];  // each fourth time a zero
-        TestRepository().compile(changed);
+        compiled(changed);
     }
 }
 
