@@ -1,12 +1,10 @@
 // A broker over a small schema, with scripted providers.
 #pragma once
 
+#include "../Cases.h"
 #include "Broker/Broker.h"
-#include "Model/Errors.h"
 #include "Mof/MofCompiler.h"
 #include "ScriptedProvider.h"
-
-#include <gtest/gtest.h>
 
 #include <memory>
 #include <utility>
@@ -17,32 +15,24 @@ namespace cimom
 using Lines = std::vector<std::string>;
 using scripted::Text;
 
-/// What `call` returns, or "CODE text" of the error as a client would see it.
-template <class Call>
-std::string answerOf(Call call)
-{
-    try {
-        return call();
-    } catch (...) {
-        const Pegasus::CIMException error = currentError();
-        return std::to_string(error.getCode()) + " " + toUtf8(error.getMessage());
-    }
-}
-
-/// Fixture: schema.mof in root/test, the providers of registration.mof, and the broker of both as
-/// the process's object manager.
+/// Fixture: schema.mof in root/test, the repository's in root/schema, the providers of
+/// registration.mof, and the broker of all as the process's object manager.
 class BrokerTest : public ::testing::Test
 {
 protected:
     BrokerTest()
     {
         scripted::stage = {};
-        repository.addNamespace(ns);
-        repository.addNamespace(options.interopNamespace);
         MofCompiler compiler(repository);
-        compiler.compileFile(BROKER_TESTS "schema.mof", ns);
-        compiler.compileFile(INTEROP_MOF, options.interopNamespace);
-        compiler.compileFile(BROKER_TESTS "registration.mof", options.interopNamespace);
+        const std::pair<CIMNamespaceName, const char*> files[] = {
+            {"root/test", CIMOM_TESTS "Broker/schema.mof"},
+            {"root/schema", CIMOM_TESTS "Repository/schema.mof"},
+            {options.interopNamespace, INTEROP_MOF},
+            {options.interopNamespace, CIMOM_TESTS "Broker/registration.mof"}};
+        for (const auto& [nameSpace, file] : files) {
+            repository.addNamespace(nameSpace);
+            compiler.compileFile(file, nameSpace);
+        }
         options.hostName = "here";
         options.providerFolders = {"/nonexistent", PROVIDER_FOLDER, CIMOM_FOLDER};
         broker = std::make_unique<Broker>(repository, options);
@@ -52,7 +42,7 @@ protected:
     ~BrokerTest() override
     {
         ObjectManager::setCurrent(nullptr);
-        scripted::stage = {};
+        scripted::stage = {};  // what a test has put there ends before the providers
     }
 
     /// What the providers have noted since the last time.
@@ -61,7 +51,6 @@ protected:
     Repository repository;
     BrokerOptions options;
     std::unique_ptr<Broker> broker;
-    const CIMNamespaceName ns{"root/test"};
 };
 
 }  // namespace cimom

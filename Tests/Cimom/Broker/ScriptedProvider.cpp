@@ -87,72 +87,61 @@ public:
 
     void getInstance(Ctx c, Path p, bool q, bool o, List l, InstanceResponseHandler& h) override
     {
-        playItems<CIMInstance>("GI", c, p.getClassName(), h, p, q, o, l);
+        play("GI", c, p.getClassName(), h, p, q, o, l);
     }
     void enumerateInstances(Ctx c, Path p, bool q, bool o, List l,
                             InstanceResponseHandler& h) override
     {
-        playItems<CIMInstance>("EI", c, p.getClassName(), h, p, q, o, l);
+        play("EI", c, p.getClassName(), h, p, q, o, l);
     }
     void enumerateInstanceNames(Ctx c, Path p, ObjectPathResponseHandler& h) override
     {
-        playItems<CIMObjectPath>("EIN", c, p.getClassName(), h, p);
+        play("EIN", c, p.getClassName(), h, p);
     }
     void modifyInstance(Ctx c, Path p, const CIMInstance& i, bool q, List l,
                         ResponseHandler& h) override
     {
-        play(
-            "MI", c, p.getClassName(), h, [](char, Uint32) {}, p, q, l, i);
+        play("MI", c, p.getClassName(), h, p, q, l, i);
     }
     void createInstance(Ctx c, Path p, const CIMInstance& i, ObjectPathResponseHandler& h) override
     {
-        playItems<CIMObjectPath>("CI", c, p.getClassName(), h, p, i);
+        play("CI", c, p.getClassName(), h, p, i);
     }
     void deleteInstance(Ctx c, Path p, ResponseHandler& h) override
     {
-        play(
-            "DI", c, p.getClassName(), h, [](char, Uint32) {}, p);
+        play("DI", c, p.getClassName(), h, p);
     }
-
     void invokeMethod(Ctx c, Path p, Name method, const Array<CIMParamValue>& in,
                       MethodResultResponseHandler& h) override
     {
-        const auto deliver = [&h](char step, Uint32 number) {
-            if (step == 'u') return h.deliver(CIMValue(CIMTYPE_UINT32, false));
-            if (step == 'd') return h.deliver(CIMValue(number));
-            h.deliverParamValue(CIMParamValue("Out", CIMValue(number)));
-        };
-        play("IM", c, p.getClassName(), h, deliver, p, method, in);
+        play("IM", c, p.getClassName(), h, p, method, in);
     }
-
     void associators(Ctx c, Path p, Name association, Name resultClass, Role role, Role resultRole,
                      bool q, bool o, List l, ObjectResponseHandler& h) override
     {
-        playItems<CIMObject>("A", c, association, h, p, association, resultClass, role, resultRole,
-                             q, o, l);
+        play("A", c, association, h, p, association, resultClass, role, resultRole, q, o, l);
     }
     void associatorNames(Ctx c, Path p, Name association, Name resultClass, Role role,
                          Role resultRole, ObjectPathResponseHandler& h) override
     {
-        playItems<CIMObjectPath>("AN", c, association, h, p, association, resultClass, role,
-                                 resultRole);
+        play("AN", c, association, h, p, association, resultClass, role, resultRole);
     }
     void references(Ctx c, Path p, Name association, Role role, bool q, bool o, List l,
                     ObjectResponseHandler& h) override
     {
-        playItems<CIMObject>("R", c, association, h, p, association, role, q, o, l);
+        play("R", c, association, h, p, association, role, q, o, l);
     }
     void referenceNames(Ctx c, Path p, Name association, Role role,
                         ObjectPathResponseHandler& h) override
     {
-        playItems<CIMObjectPath>("RN", c, association, h, p, association, role);
+        play("RN", c, association, h, p, association, role);
     }
 
 private:
-    /// Notes the call and plays its script; `deliver` does the steps that deliver.
-    template <class Deliver, class... Arguments>
-    void play(const std::string& operation, Ctx context, Name served, ResponseHandler& handler,
-              Deliver deliver, const Arguments&... arguments)
+    /// Notes the call and plays its script.
+    template <class Handler, class... Arguments>
+    void play(const std::string& operation, Ctx context, Name served, Handler& handler,
+              const Arguments&... arguments)
     {
         std::string line = name_ + " " + operation;
         ((line += " " + Text::of(arguments)), ...);
@@ -162,32 +151,39 @@ private:
         if (script == stage.scripts.end()) script = stage.scripts.find(operation);
         Uint32 number = 0;
         for (const char step : script == stage.scripts.end() ? "pdc" : script->second) {
-            ++number;
             if (step == 'p') handler.processing();
             if (step == 'c') handler.complete();
             if (step == 't') stage.fault();
-            if (std::string("dDuo").find(step) != std::string::npos) deliver(step, number);
+            deliver(step, ++number, served, handler);
         }
     }
-    template <class Item, class Handler, class... Arguments>
-    void playItems(const std::string& operation, Ctx context, Name served, Handler& handler,
-                   const Arguments&... arguments)
+
+    // What a handler takes of an instance.
+    static CIMInstance item(InstanceResponseHandler&, const CIMInstance& i) { return i; }
+    static CIMObjectPath item(ObjectPathResponseHandler&, const CIMInstance& i)
     {
-        const auto deliver = [&](char step, Uint32) {
-            if (step == 'u') return handler.deliver(Item());
-            Array<Item> items;
-            for (const CIMInstance& instance : instancesOf(served)) {
-                if constexpr (std::is_same_v<Item, CIMObjectPath>) {
-                    items.append(instance.getPath());
-                } else {
-                    items.append(Item(instance));
-                }
-            }
-            if (step == 'D') return handler.deliver(items);
-            for (Uint32 i = 0; i < items.size(); ++i)
-                handler.deliver(items[i]);
-        };
-        play(operation, context, served, handler, deliver, arguments...);
+        return i.getPath();
+    }
+    static CIMObject item(ObjectResponseHandler&, const CIMInstance& i) { return CIMObject(i); }
+
+    // The steps that deliver.
+    static void deliver(char, Uint32, Name, ResponseHandler&) {}
+    static void deliver(char step, Uint32 number, Name, MethodResultResponseHandler& handler)
+    {
+        if (step == 'u') handler.deliver(CIMValue(CIMTYPE_UINT32, false));
+        if (step == 'd') handler.deliver(CIMValue(number));
+        if (step == 'o') handler.deliverParamValue(CIMParamValue("Out", CIMValue(number)));
+    }
+    template <class Handler, class Item = decltype(item(std::declval<Handler&>(), CIMInstance()))>
+    static void deliver(char step, Uint32, Name served, Handler& handler)
+    {
+        Array<Item> items;
+        for (const CIMInstance& instance : instancesOf(served))
+            items.append(item(handler, instance));
+        if (step == 'u') handler.deliver(Item());
+        if (step == 'D') handler.deliver(items);
+        for (Uint32 i = 0; step == 'd' && i < items.size(); ++i)
+            handler.deliver(items[i]);
     }
 
     const std::string name_;

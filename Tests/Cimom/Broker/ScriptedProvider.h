@@ -48,26 +48,21 @@ struct Text
     static std::string of(const CIMName& name) { return of(name.getString()); }
     static std::string of(bool flag) { return flag ? "1" : "0"; }
     static std::string of(const CIMObjectPath& path) { return cimom::toUtf8(path.toString()); }
-    static std::string of(const CIMPropertyList& list) { return list.isNull() ? "all" : all(list); }
     /// "type=value"
     static std::string of(const CIMValue& value);
     static std::string of(const CIMParamValue& parameter);
     /// "PATH{Name:type=value ...}", # behind path and names where there are qualifiers, @ behind
     /// names with an origin.
     static std::string of(const CIMInstance& instance);
-    template <class Item>
-    static std::string of(const Array<Item>& items)
+    /// "[ITEM ITEM ...]", or "all" for a null property list.
+    template <class List, class Item = decltype(std::declval<const List&>()[0])>
+    static std::string of(const List& list)
     {
-        return all(items);
-    }
-
-private:
-    template <class Items>
-    static std::string all(const Items& items)
-    {
+        if constexpr (std::is_same_v<List, CIMPropertyList>)
+            if (list.isNull()) return "all";
         std::string line;
-        for (Uint32 i = 0; i < items.size(); ++i)
-            line += (i == 0 ? "" : " ") + of(items[i]);
+        for (Uint32 i = 0; i < list.size(); ++i)
+            line += (i == 0 ? "" : " ") + of(list[i]);
         return "[" + line + "]";
     }
 };
