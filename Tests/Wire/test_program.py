@@ -62,15 +62,10 @@ class Program(unittest.TestCase):
             ("--hash-password", 1, "the password is empty"),
         ):
             with self.subTest(options):
-                outcome = subprocess.run(
-                    [server(), *options.split()],
-                    stdin=subprocess.DEVNULL,
-                    capture_output=True,
-                    text=True,
-                    check=False,
-                )
-                self.assertEqual((outcome.returncode, outcome.stdout), (status, ""))
-                self.assertRegex(outcome.stderr, f"^qbx-cimserver: .*{re.escape(text)}.*\n$")
+                command = [server(), *options.split()]
+                done = subprocess.run(command, input="", capture_output=True, text=True, timeout=60)
+                self.assertEqual((done.returncode, done.stdout), (status, ""))
+                self.assertRegex(done.stderr, f"^qbx-cimserver: .*{re.escape(text)}.*\n$")
 
     def test_serves_until_it_is_told(self):
         for stop in (signal.SIGTERM, signal.SIGINT):
@@ -99,9 +94,8 @@ class Program(unittest.TestCase):
     def test_tls(self):
         key, certificate = self.folder / "key.pem", self.folder / "cert.pem"
         make = "openssl req -x509 -newkey rsa:2048 -nodes -days 2 -subj /CN=localhost"
-        subprocess.run(
-            [*make.split(), "-keyout", key, "-out", certificate], check=True, capture_output=True
-        )
+        make = [*make.split(), "-keyout", key, "-out", certificate]
+        subprocess.run(make, check=True, capture_output=True)
         trust = ssl.create_default_context(cafile=certificate)
         options = ("--no-auth", "--timeout", "1", "--cert", certificate, "--key", key)
         with started(*options) as (ready, port):

@@ -49,9 +49,10 @@ TEST(HttpServer, OperationsRunSideBySideForAsLongAsTheyWantAndStopLetsThemFinish
     options.port = 0;
     options.connections.timeout = 1s;
     HttpServer server(options, nullptr, [&](const CimRequest&) {
-        if (++arrived == clients) all.set_value();
+        const unsigned number = ++arrived;
+        if (number == clients) all.set_value();
         EXPECT_EQ(met.wait_for(20s), std::future_status::ready);
-        std::this_thread::sleep_for(3s);
+        std::this_thread::sleep_for(number == 1 ? 4s : 3s);
         return CimReply();
     });
     std::vector<std::future<std::string>> answers;
@@ -60,11 +61,13 @@ TEST(HttpServer, OperationsRunSideBySideForAsLongAsTheyWantAndStopLetsThemFinish
     met.wait();
     std::this_thread::sleep_for(1500ms);  // more than the time for a request
     server.stop();
+    unsigned refused = 0;
     for (auto& each : answers) {
         const std::string both = each.get(), down = "PGErrorDetail: The%20server%20is%20shutting";
         EXPECT_EQ(both.substr(0, 13), "HTTP/1.1 200 ");
-        EXPECT_NE(both.find(down), std::string::npos) << both;
+        refused += both.find(down) != std::string::npos;
     }
+    EXPECT_GE(refused, clients - 1);  // the last reply may be the last thing that the server does
     EXPECT_EQ(answer(server.port(), request), "");
     EXPECT_EQ(arrived, clients);
     server.stop();
