@@ -16,21 +16,16 @@ MAX_OUTPUT_LINES = 40
 
 
 def read(path):
-    """The passed tests' names, and (name, output) of the failed and of the skipped ones."""
+    """(name, output) of the tests that passed, failed and were skipped."""
     passed, failed, skipped = [], [], []
     try:
-        cases = list(ElementTree.parse(path).getroot().iter("testcase"))
+        cases = list(ElementTree.parse(path).iter("testcase"))
     except (OSError, ElementTree.ParseError) as error:
         return [], [("ctest", f"no result file: {error}")], []
     for case in cases:
-        name = case.get("name", "?")
-        output = (case.findtext("system-out") or "").strip()
-        if case.find("failure") is not None or case.get("status") == "fail":
-            failed.append((name, output))
-        elif case.find("skipped") is not None or case.get("status") in ("notrun", "disabled"):
-            skipped.append((name, output))
-        else:
-            passed.append(name)
+        kinds = {"fail": failed, "notrun": skipped, "disabled": skipped}
+        kind = kinds.get(case.get("status"), passed)
+        kind.append((case.get("name"), (case.findtext("system-out") or "").strip()))
     if not cases:
         failed.append(("ctest", "no test was run"))
     return passed, failed, skipped
@@ -38,16 +33,11 @@ def read(path):
 
 def reason(output):
     """Why a test was skipped: the line that says so, or what stands after GoogleTest's mark."""
-    match = re.search(r"^(?:SKIPPED|skipped): *(.+)$", output, re.MULTILINE)
-    if not match:
-        match = re.search(r": Skipped\n(.+)$", output, re.MULTILINE)
+    match = re.search(r"(?:^(?:SKIPPED|skipped): *|: Skipped\n)(.+)$", output, re.MULTILINE)
     return match.group(1) if match else "no reason given"
 
 
-def main(arguments):
-    if len(arguments) != 2:
-        sys.exit(__doc__)
-    name, path = arguments
+def main(name, path):
     passed, failed, skipped = read(path)
     print(len(passed), len(failed), len(skipped))
     print(f"{name}: {len(passed)} passed, {len(failed)} failed, {len(skipped)} skipped")
@@ -62,4 +52,4 @@ def main(arguments):
 
 
 if __name__ == "__main__":
-    main(sys.argv[1:])
+    main(*sys.argv[1:])

@@ -1,26 +1,21 @@
-// Counts the calls of the API, records them, and makes chosen ones fail or wait.
+// Records the calls of the API, and makes chosen ones fail.
 #pragma once
 
-#include <chrono>
+#include <deque>
 #include <map>
 #include <mutex>
 #include <optional>
-#include <set>
 #include <string>
-#include <vector>
+#include <utility>
 
 namespace qbxsim
 {
 
-/// True for the name of a function of the API.
-bool isOperation(const std::string& name);
-
-/// What a test wants to happen to one call.
+/// What a test wants one call to return, and whether it does its work before.
 struct Fault
 {
-    std::optional<int> instead;          // return this and do nothing
-    std::optional<int> afterwards;       // do the work and return this
-    std::chrono::milliseconds delay{0};  // before anything else
+    int code;
+    bool afterWork;
 };
 
 /// Thread-safe. One for the process.
@@ -28,29 +23,24 @@ class CallMonitor
 {
 public:
     /// Counts a call and returns what is to happen to it.
-    Fault begin(const std::string& operation);
+    std::optional<Fault> begin(const std::string& operation);
     /// Puts a call on record, when records are kept.
     void end(const std::string& text);
     bool isRecording() const;
-    bool isRefused(const std::string& user) const;
 
-    /// Applies to call number `call`, 0 for every call, beside what was set for it before.
+    /// For call number `call`; 0: for every call that has no fault of its own.
     void setFault(const std::string& operation, unsigned call, const Fault& fault);
-    void refuse(const std::string& user);
-    unsigned count(const std::string& operation) const;
     void record(bool on);
-    std::size_t recordSize() const;
-    /// Empty when there is no such record.
-    std::string recordAt(std::size_t index) const;
+    /// Null when there is no such record. Valid until the record is emptied.
+    const char* recordAt(std::size_t index) const;
     void reset();
 
 private:
     mutable std::mutex mutex_;
     std::map<std::string, unsigned> counts_;
     std::map<std::pair<std::string, unsigned>, Fault> faults_;
-    std::set<std::string> refused_;
     bool recording_ = false;
-    std::vector<std::string> records_;
+    std::deque<std::string> records_;  // a deque: texts handed out stay where they are
 };
 
 }  // namespace qbxsim

@@ -3,6 +3,7 @@
 #include "Log.h"
 #include "qbxapi_sim.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -113,6 +114,7 @@ void replaceFile(const std::string& path, const std::string& text)
 {
     const std::string draft = path + ".new";
     std::error_code error;
+    close(open(draft.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0640));  // not for everybody to read
     std::ofstream file(draft, std::ios::binary);
     file << text << std::flush;
     if (file)

@@ -7,6 +7,8 @@
 #include "Simulator.h"
 #include "qbxapi_sim.h"
 
+#include <dlfcn.h>
+
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
@@ -18,6 +20,7 @@
 #include <memory>
 #include <mutex>
 #include <new>
+#include <optional>
 #include <string>
 #include <thread>
 #include <type_traits>
@@ -128,26 +131,19 @@ int resultOf(const char* operation, const Work& work)
     }
 }
 
-/// Counts a call, and waits for as long as a test wants it to.
-Fault begin(const char* operation)
-{
-    const Fault fault = monitor().begin(operation);
-    std::this_thread::sleep_for(fault.delay);
-    return fault;
-}
-
-/// One call of the API: counted, delayed or failed as a test wants it, and put on record with the
-/// arguments, of which none may be null.
+/// One call of the API: counted, failed as a test wants it, and put on record with the arguments,
+/// of which none may be null.
 template <class Work, class... Arguments>
 int call(const char* operation, const Work& work, const Arguments&... arguments) noexcept
 {
-    const Fault fault = begin(operation);
     const auto checkedWork = [&] {
         (refuseNull(arguments), ...);
         return work();
     };
-    int result = fault.instead ? *fault.instead : resultOf(operation, checkedWork);
-    if (fault.afterwards) result = *fault.afterwards;
+    const std::optional<Fault> fault = monitor().begin(operation);
+    int result = 0;
+    if (!fault || fault->afterWork) result = resultOf(operation, checkedWork);
+    if (fault) result = fault->code;
     if (monitor().isRecording())
         monitor().end(callText(operation, arguments...) + " = " + std::to_string(result));
     return result;
@@ -190,9 +186,11 @@ std::string formatted(const char* format, va_list arguments)
     return {text, static_cast<std::size_t>(length)};
 }
 
+/// Refuses what this library has no function of.
 int setFault(const char* operation, unsigned number, const Fault& fault)
 {
-    if (operation == nullptr || !isOperation(operation)) return QBXSIM_BAD_ARGUMENT;
+    static void* const api = dlopen("libqbxapi.so", RTLD_NOW | RTLD_NOLOAD);
+    if (operation == nullptr || dlsym(api, operation) == nullptr) return QBXSIM_BAD_ARGUMENT;
     monitor().setFault(operation, number, fault);
     return 0;
 }
@@ -204,8 +202,8 @@ int setFault(const char* operation, unsigned number, const Fault& fault)
 int api_qbxOpenForCimserver(const char* user)
 {
     const auto work = [=] {
-        if (!monitor().isRefused(user) && simulator()->mayOpen(user)) return;
-        throw Refusal(QBXSIM_REFUSED, "user '" + std::string(user) + "' may not open the API");
+        if (!simulator()->mayOpen(user))
+            throw Refusal(QBXSIM_REFUSED, "user '" + std::string(user) + "' may not open the API");
     };
     return call(__func__, work, user);
 }
@@ -232,7 +230,6 @@ int cim_sem_wait(void)
 
 void cim_sem_post(void)
 {
-    begin(__func__);
     // On record before anybody else can take the semaphore.
     monitor().end("cim_sem_post()");
     if (semaphoreHolder != std::this_thread::get_id())
@@ -243,7 +240,6 @@ void cim_sem_post(void)
 
 void log_message(int level, const char* format, ...)
 {
-    begin(__func__);
     if (!monitor().isRecording() && !isLogged(level)) return;
     va_list arguments;
     va_start(arguments, format);
@@ -387,30 +383,12 @@ int api_locateFCALPort(const char* cageName, uint16_t port, uint16_t seconds)
 
 int qbxsim_failCall(const char* operation, unsigned number, int code)
 {
-    return setFault(operation, number, {code, std::nullopt, {}});
+    return setFault(operation, number, {code, false});
 }
 
 int qbxsim_failAfterCall(const char* operation, unsigned number, int code)
 {
-    return setFault(operation, number, {std::nullopt, code, {}});
-}
-
-int qbxsim_delayCall(const char* operation, unsigned number, unsigned milliseconds)
-{
-    return setFault(operation, number,
-                    {std::nullopt, std::nullopt, std::chrono::milliseconds(milliseconds)});
-}
-
-int qbxsim_refuseUser(const char* user)
-{
-    if (user == nullptr) return QBXSIM_BAD_ARGUMENT;
-    monitor().refuse(user);
-    return 0;
-}
-
-unsigned qbxsim_callCount(const char* operation)
-{
-    return operation == nullptr ? 0 : monitor().count(operation);
+    return setFault(operation, number, {code, true});
 }
 
 void qbxsim_recordCalls(int on)
@@ -418,16 +396,9 @@ void qbxsim_recordCalls(int on)
     monitor().record(on != 0);
 }
 
-size_t qbxsim_callRecordSize(void)
+const char* qbxsim_callRecord(size_t index)
 {
-    return monitor().recordSize();
-}
-
-size_t qbxsim_callRecord(size_t index, char* buffer, size_t size)
-{
-    const std::string text = monitor().recordAt(index);
-    if (buffer != nullptr && size > 0) std::snprintf(buffer, size, "%s", text.c_str());
-    return text.size();
+    return monitor().recordAt(index);
 }
 
 int qbxsim_loadFile(const char* path)

@@ -1,6 +1,6 @@
 /*
  * qbxapi_sim.h: what the simulated array offers to tests, beside the Storage-system API itself:
- * its result codes, faults on demand, call counts and an ordered record of the calls.
+ * its result codes, faults on demand and an ordered record of the calls.
  *
  * For tests only: no program that is to run on an array includes this header.
  *
@@ -33,36 +33,23 @@ enum
     QBXSIM_INTERNAL = 99             /* out of memory, or a fault of the simulator */
 };
 
-/* Makes call number `call` (0: every call) of `operation` return `code` instead of doing anything.
- * Returns 0, or QBXSIM_BAD_ARGUMENT for an operation that does not exist. */
+/* Makes call number `call` (0: every other call) of `operation` return `code` instead of doing
+ * anything. Returns 0, or QBXSIM_BAD_ARGUMENT for an operation that does not exist. */
 int qbxsim_failCall(const char* operation, unsigned call, int code);
 
 /* The same, but the call does its work before it returns `code`: a list query leaves a list. */
 int qbxsim_failAfterCall(const char* operation, unsigned call, int code);
 
-/* Makes call number `call` (0: every call) of `operation` take `milliseconds` longer. */
-int qbxsim_delayCall(const char* operation, unsigned call, unsigned milliseconds);
-
-/* Makes api_qbxOpenForCimserver refuse `user`, whatever the array file says. */
-int qbxsim_refuseUser(const char* user);
-
-/* Calls of `operation` so far, failed ones included. */
-unsigned qbxsim_callCount(const char* operation);
-
 /* Starts (on not 0) or stops keeping a record of the calls, which is emptied. */
 void qbxsim_recordCalls(int on);
 
-/* Number of calls on record. */
-size_t qbxsim_callRecordSize(void);
-
-/* Writes record number `index` (from 0, in the order in which the calls ended) into `buffer`, cut
- * to `size` - 1 bytes, as in
+/* Record number `index` (from 0, in the order in which the calls ended), as in
  *     cim_sem_wait() = 0
  *     api_locateCage("cage0", 30) = 0
  *     cim_sem_post()
  *     log_message(4, "<-- leaving\n")        with the newline itself
- * Returns the length of the whole text, 0 when there is no such record. */
-size_t qbxsim_callRecord(size_t index, char* buffer, size_t size);
+ * or null when there is no such record. Valid until the record is emptied. */
+const char* qbxsim_callRecord(size_t index);
 
 /* Serves the array file `path` from now on, in place of QBX_ARRAY_FILE. Returns 0 or
  * QBXSIM_NO_ARRAY; the reason is in the log. */

@@ -19,15 +19,9 @@ FLAGS = ["-Wall", "-Wextra", "-Wpedantic", "-Werror", *SANITIZE]
 
 def must(*command, **variables):
     """Runs a command and returns its output; fails with its output when it fails."""
-    done = subprocess.run(
-        [str(word) for word in command],
-        stdin=subprocess.DEVNULL,
-        stdout=subprocess.PIPE,
-        stderr=subprocess.STDOUT,
-        text=True,
-        check=False,
-        env=dict(os.environ, **variables),
-    )
+    streams = {"stdin": subprocess.DEVNULL, "stdout": subprocess.PIPE, "stderr": subprocess.STDOUT}
+    env = {**os.environ, **variables}
+    done = subprocess.run(command, check=False, text=True, env=env, **streams)
     if done.returncode != 0:
         raise AssertionError(f"{command}: exit status {done.returncode}\n{done.stdout}")
     return done.stdout
@@ -42,14 +36,11 @@ class InstalledToolkit(unittest.TestCase):
     def setUpClass(cls):
         cls.folder = pathlib.Path(tempfile.mkdtemp(prefix="qbx-example-"))
         cls.addClassCleanup(shutil.rmtree, cls.folder, ignore_errors=True)
-        cls.prefix = cls.folder / "prefix"
-        for component in ("toolkit", "standin"):
-            cls.install(component)
-
-    @classmethod
-    def install(cls, component, prefix=None):
-        cmake("--install", os.environ["QBX_BUILD"], "--prefix", prefix or cls.prefix,
-              "--component", component)
+        cls.bare, cls.prefix = cls.folder / "bare", cls.folder / "prefix"
+        parts = (cls.bare, "toolkit"), (cls.prefix, "toolkit"), (cls.prefix, "standin")
+        for prefix, component in parts:
+            build = os.environ["QBX_BUILD"]
+            cmake("--install", build, "--prefix", prefix, "--component", component)
 
     def configure(self, build, prefix, *options):
         return cmake("-G", "Ninja", "-S", SOURCES, "-B", build, f"-DCMAKE_PREFIX_PATH={prefix}",
@@ -91,13 +82,11 @@ class InstalledToolkit(unittest.TestCase):
         self.assertNotIn("QBX_Common", exported, "what the toolkit defines stays inside the module")
 
     def test_what_is_missing_is_said(self):
-        bare = self.folder / "bare"
-        self.install("toolkit", bare)
         with self.assertRaisesRegex(AssertionError, "set QBX_STORAGE_API"):
-            self.configure(self.folder / "no-api", bare)
+            self.configure(self.folder / "no-api", self.bare)
         library = next(self.prefix.rglob("libqbxapi.so"))
         with self.assertRaisesRegex(AssertionError, "install the\\s+component 'standin' too"):
-            self.configure(self.folder / "no-cim", bare, f"-DQBX_STORAGE_API={library}")
+            self.configure(self.folder / "no-cim", self.bare, f"-DQBX_STORAGE_API={library}")
 
 
 if __name__ == "__main__":

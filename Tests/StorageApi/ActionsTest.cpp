@@ -4,9 +4,6 @@
 
 #include <sys/stat.h>
 
-#include <chrono>
-#include <thread>
-
 namespace
 {
 
@@ -76,7 +73,6 @@ TEST_F(ActionsTest, ShowAtOnceWhateverTheCacheTime)
     expect(api_locateFCALPort("dc1", 2, 60), QBXSIM_NOT_FOUND);
     const Json on = {1, ES_NORMAL}, off = {2, ES_DEGRADED};
     expect(api_setMagazineLoop("dc2", 1, 0, 2), 0, {{"m1", {{"A", off}, {"B", off}}}});
-    expect(api_setMagazineLoop("dc2", 1, 1, 0), 0, {{"m1", {{"A", on}}}});
     expect(api_setMagazineLoop("dc2", 1, 255, 1), 0, {{"m1", {{"B", on}}}});
     expect(api_setMagazineLoop("dc2", 1, 0, 3), QBXSIM_BAD_ARGUMENT);
     expect(setLocation("dc1", "new"), 0, {{"dc1", {{"at", "new"}}}});
@@ -89,21 +85,11 @@ TEST_F(ActionsTest, ShowAtOnceWhateverTheCacheTime)
     expect(upgrade("dc1", true, "fw"), 0, {{"a1", {{"KBOD", "2"}}}});
     expect(upgrade("dc3", true, "fw"), 0, {{"a3", {{"DC3", "2"}}}});
     expect(upgrade("dc3", false, "fw"), QBXSIM_NOT_SUPPORTED);
-    expect(upgrade("dc2", false, "none"), QBXSIM_FIRMWARE_MISSING);
     expect(upgrade("dc2", false, "."), QBXSIM_FIRMWARE_UNREADABLE);
     expect(upgrade("dc2", false, "fifo"), QBXSIM_FIRMWARE_UNREADABLE);
     expect(upgrade("dc2", false, "newer"), QBXSIM_FIRMWARE_INVALID);
-    expect(upgrade("dc2", false, "fw"), QBXSIM_FIRMWARE_MISMATCH);
     write("fw", R"({"qbxFirmware": 1, "version": "3", "cageTypes": ["JB_LBOD"]})");
     expect(upgrade("dc2", false, "fw"), 0, {{"dc2", {{"version", "3"}}}});
-}
-
-TEST_F(ActionsTest, LightsGoOffAfterTheirSeconds)
-{
-    api_locateMagazine("dc2", 1, 1);
-    EXPECT_NE(picture(), last_);
-    std::this_thread::sleep_for(std::chrono::milliseconds(1100));
-    EXPECT_EQ(picture(), last_);
 }
 
 TEST_F(ActionsTest, ALocationOutlivesARestartUntilTheFileGivesTheCageAnother)
@@ -115,6 +101,8 @@ TEST_F(ActionsTest, ALocationOutlivesARestartUntilTheFileGivesTheCageAnother)
         EXPECT_EQ(cages()[0].location, text);
     }
     EXPECT_EQ(read("array.json"), array_.dump());
+    const auto mode = std::filesystem::status(path("array.json.state")).permissions();
+    EXPECT_EQ(mode & std::filesystem::perms::others_all, std::filesystem::perms::none);
     write("array.json", array_.dump() + ' ');
     EXPECT_STREQ(cages()[0].location, "Rack 7 <\"&>") << "the file says the same of the location";
     array_["cages"][0]["location"] = "moved";

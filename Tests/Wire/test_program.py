@@ -2,7 +2,6 @@
 
 import base64
 import contextlib
-import os
 import pathlib
 import re
 import signal
@@ -13,28 +12,7 @@ import tempfile
 import unittest
 
 import run
-from server import program
-
-DATA = pathlib.Path(__file__).with_name("exchanges")
-PROBE = f"--schema=root/qbx={DATA / 'probe.mof'}"
-
-
-def server():
-    return program(os.environ["QBX_BUILD"])
-
-
-@contextlib.contextmanager
-def started(*options, stop=signal.SIGTERM):
-    """The program while it serves; yields its ready line and its port. It must end well."""
-    command = [server(), "--port", "0", PROBE, *options]
-    with subprocess.Popen(command, stdout=subprocess.PIPE, text=True) as process:
-        try:
-            ready = process.stdout.readline()
-            yield ready, int(re.search(r":(\d+)/", ready)[1])
-        finally:
-            process.send_signal(stop)
-    if process.returncode:
-        raise AssertionError(f"the server ended with status {process.returncode}")
+from raw import DATA, PROBE, connected, recorded, server, started
 
 
 class Program(unittest.TestCase):
@@ -45,14 +23,21 @@ class Program(unittest.TestCase):
         (self.folder / name).write_text(content)
         return self.folder / name
 
+    def users(self, *lines):
+        """The option for a password file with these lines."""
+        name = f"{len(list(self.folder.iterdir()))}.users"
+        content = "".join(f"{line}\n" for line in lines)
+        return f"--users {self.file(name, content)}"
+
     def test_what_is_wrong_fills_one_line(self):
         taken = self.enterContext(socket.create_server(("127.0.0.1", 0))).getsockname()[1]
         serve = f"--no-auth --port 0 {PROBE}"
         bad = self.file("bad.mof", "class T_Bad { uint99 N; };\n")
+        weak = "users:1: user eva: not a password hash of a strong method; make one with"
+        twice = 2 * (DATA / "users").read_text().splitlines()[1:2]
         for options, status, text in (
             ("", 2, "who may use the server? Give --users FILE"),
             (f"{serve} --frobnicate", 2, "--frobnicate; --help lists the options"),
-            ("--no-auth --port many", 2, "--port = many"),
             ("--no-auth --port 70000", 2, "70000"),
             (f"{serve} --timeout 0", 2, "--timeout: Value 0 not in range 1 to 86400"),
             (f"{serve} --users x", 2, "--users excludes --no-auth"),
@@ -66,24 +51,21 @@ class Program(unittest.TestCase):
             (f"{serve} --schema root/u={bad}", 1, "bad.mof:1:"),
             (f"{serve} --interop-mof /none", 2, "--interop-mof: File does not exist: /none"),
             (f"{serve} --provider-dir /none", 2, "--provider-dir: Directory does not exist: /none"),
-            (f"{serve} --include /none", 2, "--include: Directory does not exist: /none"),
-            (f"{serve} --listen 192.0.2.1", 1, "listen on 192.0.2.1 port 0: Failed to bind"),
             (f"{serve} --listen no.invalid", 1, "listen on no.invalid port 0: Name or service"),
             (f"--no-auth --port {taken}", 1, f"port {taken}: Address already in use; choose"),
-            (f"--users {self.file('users', 'eva')}", 1, 'users:1: expected "user:hash"'),
-            ("--users /none", 1, "/none: cannot read the password file: No such file"),
+            (self.users(), 1, 'users:1: no user in the password file; add "user:hash"'),
+            (self.users("# x", ":y"), 1, 'users:2: expected "user:hash"'),
+            (self.users("eva:$1$abcdefgh$G//4keteveJp0qb8z2DxG/"), 1, weak),
+            (self.users("eva:abJnggxhB/yWI"), 1, weak),
+            (self.users(*twice), 1, "users:2: user root is listed twice"),
+            ("--users /", 1, "/: cannot read the password file: Is a directory"),
             ("--hash-password", 1, "the password is empty"),
         ):
             with self.subTest(options):
-                outcome = subprocess.run(
-                    [server(), *options.split()],
-                    stdin=subprocess.DEVNULL,
-                    capture_output=True,
-                    text=True,
-                    check=False,
-                )
-                self.assertEqual((outcome.returncode, outcome.stdout), (status, ""))
-                self.assertRegex(outcome.stderr, f"^qbx-cimserver: .*{re.escape(text)}.*\n$")
+                command = [server(), *options.split()]
+                done = subprocess.run(command, input="", capture_output=True, text=True, timeout=60)
+                self.assertEqual((done.returncode, done.stdout), (status, ""))
+                self.assertRegex(done.stderr, f"^qbx-cimserver: .*{re.escape(text)}.*\n$")
 
     def test_serves_until_it_is_told(self):
         for stop in (signal.SIGTERM, signal.SIGINT):
@@ -93,42 +75,36 @@ class Program(unittest.TestCase):
     def test_users(self):
         """A hash that it makes is one that it takes; nothing of a request is looked at before."""
         hashed = subprocess.run([server(), "--hash-password"], input=b"a:b \xc3\xa4\n", stdout=-1)
-        users = self.file("users", f"# comment\n\neva:{hashed.stdout.decode()}")
-        with started("--users", users) as (_, port):
+        users = self.users("# comment", "", f"eva:{hashed.stdout.decode()}")
+        with started(*users.split()) as (_, port):
             known, unknown = b"eva:a:b \xc3\xa4", b"eva:a"
             for login, status in ((known, b"400"), (unknown, b"401"), (b"eva", b"401")):
-                with socket.create_connection(("127.0.0.1", port), timeout=60) as client:
-                    login = base64.b64encode(login).rstrip(b"=")
-                    client.sendall(b"POST / HTTP/1.1\r\nAuthorization: Basic %b\r\n" % login)
-                    client.sendall(b"Content-Length: 0\r\n\r\n")
-                    self.assertEqual(client.recv(100)[:12], b"HTTP/1.1 " + status)
+                login = base64.b64encode(login).rstrip(b"=")
+                said = b"POST / HTTP/1.1\r\nAuthorization: Basic %b\r\nContent-Length: 0\r\n\r\n"
+                with connected(port, said % login) as client:
+                    self.assertEqual(client.recv(100)[9:12], status)
 
     def test_stops_while_bytes_wait_that_are_no_request(self):
         """The HTTP library must not meet them in its stop: it crashed."""
-        head = "POST / HTTP/1.1\r\nHost: x\r\nContent-Type: text/xml\r\n"
-        head += "CIMOperation: MethodCall\r\nContent-Length: 0\r\n\r\n"
-        data = f"{head}<?xml ?>\n<CIM></CIM>\n".encode()
         for _ in range(20):
             with contextlib.ExitStack() as clients, started("--no-auth") as (_, port):
                 for _ in range(8):
-                    client = socket.create_connection(("127.0.0.1", port))
-                    clients.enter_context(client).sendall(data)
+                    clients.enter_context(connected(port, recorded("clen_zero")[0]))
 
     def test_tls(self):
         key, certificate = self.folder / "key.pem", self.folder / "cert.pem"
         make = "openssl req -x509 -newkey rsa:2048 -nodes -days 2 -subj /CN=localhost"
-        subprocess.run(
-            [*make.split(), "-keyout", key, "-out", certificate], check=True, capture_output=True
-        )
+        make = [*make.split(), "-keyout", key, "-out", certificate]
+        subprocess.run(make, check=True, capture_output=True)
         trust = ssl.create_default_context(cafile=certificate)
         options = ("--no-auth", "--timeout", "1", "--cert", certificate, "--key", key)
         with started(*options) as (ready, port):
             self.assertEqual(ready, f"ready: https://127.0.0.1:{port}/root/qbx\n")
-            plain = socket.create_connection(("127.0.0.1", port), timeout=30)
-            with trust.wrap_socket(plain, server_hostname="localhost") as client:
-                client.sendall(b"GET / HTTP/1.1\r\nHost: x\r\n\r\n")
-                self.assertRegex(client.recv(1000), b"(?s)^HTTP/1.1 405 .*\r\nAllow: POST\r\n")
-            with socket.create_connection(("127.0.0.1", port), timeout=60) as silent:
+            with connected(port) as plain:
+                with trust.wrap_socket(plain, server_hostname="localhost") as client:
+                    client.sendall(b"GET / HTTP/1.1\r\nHost: x\r\n\r\n")
+                    self.assertRegex(client.recv(1000), b"(?s)^HTTP/1.1 405 .*\r\nAllow: POST\r\n")
+            with connected(port) as silent:
                 self.assertEqual(silent.recv(100), b"")  # nothing plain on an encrypted line
 
 

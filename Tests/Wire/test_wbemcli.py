@@ -1,5 +1,7 @@
 """The module through wbemcli."""
 
+from concurrent import futures
+
 import battery
 import run
 from clients import Wbemcli
@@ -23,6 +25,14 @@ class Particular(battery.WireTest):
         self.assertRefused(
             "INVALID_NAMESPACE", "root/nope", ask, "ein", "QBX_DriveCage", namespace="root/nope"
         )
+
+    def test_many_at_once_get_the_same(self):
+        card = self.first("QBX_CageInterfaceCardDC1Family").path
+        for asked in (("ei", "CIM_ManagedElement"), ("ai", card)):  # ai: the provider asks further
+            with self.subTest(asked), futures.ThreadPoolExecutor(24) as pool:
+                answers = list(pool.map(lambda _: self.client.run(*asked), range(48)))
+                self.assertTrue(answers[0])
+                self.assertEqual(answers, 48 * answers[:1])
 
 
 def load_tests(loader, _tests, _pattern):
