@@ -3,10 +3,6 @@
 
 #include "QBX_Common.h"
 
-#include <Pegasus/Common/CIMProperty.h>
-
-using namespace Pegasus;
-
 namespace
 {
 
