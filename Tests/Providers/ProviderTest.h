@@ -16,7 +16,6 @@
 #include <fstream>
 #include <map>
 #include <memory>
-#include <regex>
 #include <sstream>
 #include <stdexcept>
 
@@ -82,8 +81,6 @@ inline Texts split(const std::string& text, char separator = ' ')
 /// and "\t" are a newline and a tab.
 inline std::vector<Texts> table(const std::string& name, std::size_t fields)
 {
-    static const std::regex newline("\\\\n");
-    static const std::regex tab("\\\\t");
     std::ifstream file(QBX_TEST_DATA "/" + name + ".txt");
     if (!file) throw std::logic_error("no table " + name);
     std::vector<Texts> rows;
@@ -91,8 +88,14 @@ inline std::vector<Texts> table(const std::string& name, std::size_t fields)
         if (line.empty() || line[0] == '#') continue;
         rows.push_back(split(line, '|'));
         rows.back().resize(fields);
-        for (std::string& field : rows.back())
-            field = std::regex_replace(std::regex_replace(field, newline, "\n"), tab, "\t");
+        for (std::string& field : rows.back()) {
+            for (std::size_t at = 0; (at = field.find('\\', at)) != std::string::npos; ++at) {
+                if (field[at + 1] == 'n')
+                    field.replace(at, 2, "\n");
+                else if (field[at + 1] == 't')
+                    field.replace(at, 2, "\t");
+            }
+        }
     }
     return rows;
 }
@@ -217,12 +220,15 @@ inline Array<CIMParamValue> parameters(const std::string& texts)
         {"str", valueFrom<String>},
         {"ref", valueFrom<CIMObjectPath>},
         {"sync", valueFrom<CIMObjectPath, synchronization>}};
-    static const std::regex form("([^=]+)=(\\w+)(\\[])?:(.*)");
     Array<CIMParamValue> result;
     for (const std::string& word : split(texts)) {
-        std::smatch its;
-        if (!std::regex_match(word, its, form)) throw std::logic_error("no parameter: " + word);
-        result.append({its.str(1).c_str(), types.at(its[2])(its[4], its[3].matched)});
+        const std::size_t equals = word.find('=');
+        const std::size_t colon = word.find(':', equals);
+        std::string type = word.substr(equals + 1, colon - equals - 1);
+        const bool isArray = type.back() == ']';
+        if (isArray) type.resize(type.size() - 2);
+        result.append(
+            {word.substr(0, equals).c_str(), types.at(type)(word.substr(colon + 1), isArray)});
     }
     return result;
 }

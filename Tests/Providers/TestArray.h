@@ -80,12 +80,16 @@ public:
     std::function<void(api_MagazineIDs_t&)> editMagazineIDs;
     ///@}
 
-    /// Calls ("api_locateCage("cage0", 5) = 0"), log lines ("LEVEL: text") and FREED, in order.
-    Texts events() const
+    /// Calls ("api_locateCage("cage0", 5) = 0"), log lines ("LEVEL: text") and FREED, in order, but
+    /// those that hold the text `without`.
+    Texts events(const std::string& without = "") const
     {
         Texts events;
-        for (std::size_t i = 0; i < qbxsim_callRecordSize(); ++i)
-            events.push_back(eventOf(i));
+        for (std::size_t i = 0; i < qbxsim_callRecordSize(); ++i) {
+            const std::string event = eventOf(i);
+            if (without.empty() || event.find(without) == std::string::npos)
+                events.push_back(event);
+        }
         return events;
     }
 
