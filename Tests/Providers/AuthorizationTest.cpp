@@ -4,11 +4,6 @@
 
 #include "QBX_Common.h"
 
-#include <algorithm>
-#include <map>
-
-using namespace Pegasus;
-
 namespace
 {
 

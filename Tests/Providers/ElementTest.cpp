@@ -2,13 +2,7 @@
 // properties that the records become are compared over the wire.
 #include "ProviderTest.h"
 
-#include <Pegasus/Common/CIMProperty.h>
-#include <Pegasus/Provider/CIMInstanceProvider.h>
-
 #include <cstring>
-#include <map>
-
-using namespace Pegasus;
 
 namespace
 {
@@ -16,30 +10,24 @@ namespace
 class ElementTest : public ProviderTest
 {
 protected:
-    void use(const std::string& name)
+    Handler enumerated(const std::string& className)
     {
-        provider = &start<CIMInstanceProvider>(name);
-        methods = dynamic_cast<CIMMethodProvider*>(provider);
-    }
-
-    std::vector<CIMInstance> instances(const std::string& className)
-    {
-        InstanceHandler handler;
+        Handler handler;
         provider->enumerateInstances(contextOf(), pathOf(className), false, true, listOf(list),
                                      handler);
-        return handler.results;
+        return handler;
     }
 
     /// The value of a property of each instance of the class, or their paths. Names must agree.
     Texts values(const std::string& className, const char* property)
     {
-        const std::vector<CIMInstance> found = instances(className);
-        PathHandler names;
+        const Handler found = enumerated(className);
+        Handler names;
         provider->enumerateInstanceNames(contextOf(), pathOf(className), names);
-        EXPECT_EQ(pathsIn(found), pathsIn(names.results));
-        if (property == PATH) return pathsIn(found);
+        EXPECT_EQ(found.paths, names.paths);
+        if (property == PATH) return found.paths;
         Texts values;
-        for (const CIMInstance& instance : found) {
+        for (const CIMInstance& instance : found.instances) {
             const std::string value = valueOf(instance, property);
             values.push_back(value.substr(value.find(' ') + 1));
         }
@@ -47,8 +35,6 @@ protected:
     }
 
     static constexpr const char* PATH = nullptr;
-    CIMInstanceProvider* provider = nullptr;
-    CIMMethodProvider* methods = nullptr;
     std::string list =
         "CreationClassName Tag DeviceID ElementName Location Manufacturer BaseUnit "
         "CurrentReading CageType";
@@ -60,8 +46,7 @@ TEST_F(ElementTest, EachElementIsListedUnderTheClassOfItsCageTypeOnly)
 {
     for (const Texts& row : table("classes", 3)) {
         SCOPED_TRACE(row[1]);
-        use(row[0]);
-        array.serve("types");
+        start(row[0], "types");
         const std::string path = "//array1/root/qbx:" + row[1] + ".CreationClassName=\"" + row[1];
         Texts expected;
         Texts cageTypes;
@@ -77,7 +62,7 @@ TEST_F(ElementTest, EachElementIsListedUnderTheClassOfItsCageTypeOnly)
         // A class for every instance, as the request asks for it.
         list = "Tag";
         cimom.asked.clear();
-        instances(row[1]);
+        enumerated(row[1]);
         EXPECT_EQ(cimom.asked, Texts(expected.size(), "getClass nobody " + row[1] + " FT Tag"));
         list = "CreationClassName CageType";
     }
@@ -85,8 +70,7 @@ TEST_F(ElementTest, EachElementIsListedUnderTheClassOfItsCageTypeOnly)
 
 TEST_F(ElementTest, SensorsComeFromBothListsAndKeepTheIndexOfTheirPlace)
 {
-    use("QBX_CageSensorProvider");
-    array.serve("types");
+    start("QBX_CageSensorProvider", "types");
     EXPECT_EQ(values("QBX_CageSensor", "DeviceID"),
               (Texts{"t3-sensor0", "t5-sensor0", "p3-sensor0", "p5-sensor0"}));
 
@@ -101,7 +85,7 @@ TEST_F(ElementTest, SensorsComeFromBothListsAndKeepTheIndexOfTheirPlace)
               "SystemName=\"System One\"");
 
     cimom.asked.clear();
-    instances("QBX_CageSensor");
+    enumerated("QBX_CageSensor");
     EXPECT_EQ(cimom.asked.size(), 1u) << "the class is fetched once";
 
     array.failAfterwards("api_getCagesPS_Cached", 1);
@@ -112,15 +96,14 @@ TEST_F(ElementTest, SensorsComeFromBothListsAndKeepTheIndexOfTheirPlace)
 
     cimom::ObjectManager::setCurrent(nullptr);
     array.forget();
-    EXPECT_NE(thrownBy([&] { instances("QBX_CageSensor"); }), "nothing");
+    EXPECT_NE(thrownBy([&] { enumerated("QBX_CageSensor"); }), "nothing");
     EXPECT_EQ(array.calls(), Texts{OPEN}) << "the class comes before the array";
 }
 
 TEST_F(ElementTest, TheCountOfSensorsIsTheArraysWord)
 {
     // An eleventh sensor lies in what follows the record: the next cage's name.
-    use("QBX_CageSensorProvider");
-    array.serve("types");
+    start("QBX_CageSensorProvider", "types");
     array.editCages = [](api_CageList_t& cages) {
         cages.cages[3].u.lbod.sensCount = 11;
         std::memset(cages.cages[4].deviceID, 'x', sizeof(cages.cages[4].deviceID));
@@ -134,8 +117,7 @@ TEST_F(ElementTest, TheCountOfSensorsIsTheArraysWord)
 TEST_F(ElementTest, TextsAreReadToTheEndOfTheirFieldAndCleaned)
 {
     // The location of each cage says how its element name must read.
-    use("QBX_DriveCageProvider");
-    array.serve("texts");
+    start("QBX_DriveCageProvider", "texts");
     const Texts names = values("QBX_DriveCageDC1Family", "ElementName");
     EXPECT_EQ(names.size(), 20u);
     EXPECT_EQ(names, values("QBX_DriveCageDC1Family", "Location"));
@@ -146,8 +128,7 @@ TEST_F(ElementTest, TextsAreReadToTheEndOfTheirFieldAndCleaned)
 
 TEST_F(ElementTest, UnitsAreOneCharacterOrNone)
 {
-    use("QBX_CageSensorProvider");
-    array.serve("units");
+    start("QBX_CageSensorProvider", "units");
     EXPECT_EQ(values("QBX_CageSensor", "BaseUnit"),
               (Texts{"C", "", "\xC2\xB0", "\xC3\xBF", "\x7F", "\xEF\xBF\xBD", "\t"}));
 }
@@ -156,13 +137,12 @@ TEST_F(ElementTest, UnitsAreOneCharacterOrNone)
 
 TEST_F(ElementTest, GetInstanceDeliversTheFirstThatMatches)
 {
-    use("QBX_DriveCageProvider");
-    array.serve("associations");
+    start("QBX_DriveCageProvider", "associations");
     const std::string dc2 = "QBX_DriveCageDC2Family";
-    InstanceHandler handler;
+    Handler handler;
     provider->getInstance(contextOf(), pathOf(dc2, {{"CreationClassName", dc2}, {"Tag", "cage a"}}),
                           false, false, CIMPropertyList(), handler);
-    EXPECT_EQ(valueOf(handler.results.at(0), "CageType"), "uint16 3") << "the other is of type 5";
+    EXPECT_EQ(valueOf(handler.instances.at(0), "CageType"), "uint16 3") << "the other is of type 5";
     EXPECT_EQ(thrownBy([&] {
                   provider->getInstance(contextOf(),
                                         pathOf(dc2, {{"Tag", "first"}, {"TAG", "last"}}), false,
@@ -186,12 +166,11 @@ TEST_F(ElementTest, MethodsByTheirParameters)
     for (const Texts& row : table("methods", 6)) {
         SCOPED_TRACE(row[1] + "." + row[2] + " " + row[3]);
         const auto& [tag, lookup] = targets.at(row[0]);
-        use(row[0]);
-        array.serve("one");
+        start(row[0], "one");
         for (const char* action : {"api_locateCage", "api_upgradeCage", "api_setMagazineLoop",
                                    "api_locateMagazine", "api_locateFCALPort"})
             array.fail(action, -7);
-        MethodHandler handler;
+        Handler handler;
         const CIMObjectPath path = pathOf(row[1], {{"Tag", "first"}, {"TAG", tag}});
         const std::string thrown = thrownBy([&] {
             methods->invokeMethod(contextOf(), path, CIMName(row[2].c_str()), parameters(row[3]),
@@ -221,8 +200,7 @@ TEST_F(ElementTest, OnlyTheLocationOfACageCanBeModified)
     const Texts lookup = {"cim_sem_wait() = 0", "api_findCageName_Cached(\"cage0\") = 0",
                           "cim_sem_post()"};
     const CIMObjectPath path = pathOf("QBX_DriveCageDC2Family", {{"Tag", "cage0"}});
-    use("QBX_DriveCageProvider");
-    array.serve("one");
+    start("QBX_DriveCageProvider", "one");
     array.fail("api_setCageLocation", 99);  // its result is ignored
     for (const Texts& row : table("modifications", 4)) {
         SCOPED_TRACE(row[0] + " by " + row[1]);
@@ -232,7 +210,7 @@ TEST_F(ElementTest, OnlyTheLocationOfACageCanBeModified)
             instance.addProperty(
                 CIMProperty(CIMName(properties[i].getParameterName()), properties[i].getValue()));
         const CIMPropertyList names = row[1] == "none" ? CIMPropertyList() : listOf(row[1]);
-        PlainHandler handler;
+        Handler handler;
         array.forget();
         EXPECT_EQ(thrownBy([&] {
                       provider->modifyInstance(contextOf(), path, instance, false, names, handler);

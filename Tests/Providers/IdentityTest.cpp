@@ -27,13 +27,6 @@ std::string utf8(const String& text)
     return std::string(static_cast<const char*>(text.getCString()));
 }
 
-template <std::size_t N>
-void put(char (&field)[N], const std::string& text)
-{
-    std::memset(field, 0, N);
-    std::memcpy(field, text.data(), text.size());
-}
-
 TEST(ArrayLibrary, NeedsTheListedOperationsOnly)
 {
     EXPECT_NE(dlopen(QBX_MODULE, RTLD_NOW), nullptr) << dlerror();
@@ -65,27 +58,27 @@ TEST(SystemIdentity, IsAskedForUntilBothNamesCameOnceAndNeverAgain)
 
     // A record without one of its names is used, and asked for again.
     status = 0;
-    put(answer.name, "half");
+    std::strcpy(answer.name, "half");
     EXPECT_EQ(name() + host(), "half");
-    put(answer.elementName, "array1");
-    put(answer.name, "");
+    std::strcpy(answer.elementName, "array1");
+    std::strcpy(answer.name, "");
     EXPECT_EQ(host() + name(), "array1");
     EXPECT_EQ(events.size(), 6u);
 
     // So is the one that came with a failure.
     status = 1;
-    put(answer.name, "doubtful");
+    std::strcpy(answer.name, "doubtful");
     events.clear();
     EXPECT_EQ(name(), "doubtful");
     EXPECT_EQ(events, failed);
 
     status = 0;
-    put(answer.elementName, std::string(256, 'h'));
-    put(answer.name, "Syst\xE8me");
+    std::memset(answer.elementName, 'h', sizeof(answer.elementName));
+    std::strcpy(answer.name, "Syst\xE8me");
     answer.isQuadPort = 2;
     events.clear();
     EXPECT_EQ(name(), "Syst\xEF\xBF\xBDme");
-    put(answer.elementName, "renamed");
+    std::strcpy(answer.elementName, "renamed");
     EXPECT_EQ(host(), std::string(256, 'h'));
     EXPECT_TRUE(QBX_Common::isQuadPortSystem(handle));
     EXPECT_EQ(events, Texts{"query"}) << "no query after the first complete answer";

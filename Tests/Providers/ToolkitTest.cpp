@@ -3,10 +3,6 @@
 
 #include "QBX_Common.h"
 
-#include <Pegasus/Common/CIMProperty.h>
-
-using namespace Pegasus;
-
 namespace
 {
 
@@ -268,58 +264,51 @@ TEST_F(ToolkitTest, TheNodeAddressIsAskedForUpToFiveTimes)
     EXPECT_EQ(array.calls(), Texts(5, "cim_sem_wait() = 1"));
 }
 
-struct SystemObject
-{
-    CIMObjectPath (*find)(CIMOMHandle&);
-    std::string operation;
-    std::string className;
-    std::string notFound;
-};
-
 TEST_F(ToolkitTest, SystemObjectsAreFoundByTheFirstWayThatAnswers)
 {
-    const SystemObject rows[] = {
-        {QBX_Common::getSystemPkgObjectPath, "getSystemPkgObjectPath", "QBX_SystemPackage",
-         "2: cannot get at system pkg object path\n"},
-        {QBX_Common::getSystemObjectPath, "getSystemObjectPath", "QBX_StorageSystem",
-         "2: cannot get at system object path\n"},
-        {QBX_Common::getSystemViewObjectPath, "getSystemViewObjectPath", "QBX_StorageSystemView",
-         "2: cannot get at system view object path\n"},
-    };
+    const std::tuple<CIMObjectPath (*)(CIMOMHandle&), std::string, std::string, std::string>
+        rows[] = {
+            {QBX_Common::getSystemPkgObjectPath, "getSystemPkgObjectPath", "QBX_SystemPackage",
+             "2: cannot get at system pkg object path\n"},
+            {QBX_Common::getSystemObjectPath, "getSystemObjectPath", "QBX_StorageSystem",
+             "2: cannot get at system object path\n"},
+            {QBX_Common::getSystemViewObjectPath, "getSystemViewObjectPath",
+             "QBX_StorageSystemView", "2: cannot get at system view object path\n"},
+        };
     CIMOMHandle handle;
     QBX_Common::getSystemHostName(handle);  // known from here on
-    for (const SystemObject& row : rows) {
-        const std::string prefix = "2: QBX_Common::" + row.operation + ": ";
+    for (const auto& [find, operation, className, notFound] : rows) {
+        const std::string prefix = "2: QBX_Common::" + operation + ": ";
         const Texts failures[] = {
             {prefix + "CIM_ERR_FAILED: not now. Trying via cimom.\n", prefix + "not now.\n"},
             {prefix + "Unknow exception! Trying via cimom\n",
              prefix + "Unknow exception in cimom!\n"}};
         for (const bool isUnknown : {false, true}) {
             for (const std::size_t failed : {0, 1, 2, 3}) {  // 3: nothing there
-                SCOPED_TRACE(row.operation + " " + std::to_string(failed));
+                SCOPED_TRACE(operation + " " + std::to_string(failed));
                 array.forget();
                 cimom.asked.clear();
-                cimom.onEnumerateInstanceNames = [&](const CIMName& className) {
+                cimom.onEnumerateInstanceNames = [&](const CIMName& name) {
                     Array<CIMObjectPath> names;
                     if (failed == 3) return names;
                     if (cimom.asked.size() <= failed && isUnknown) throw 5;
                     if (cimom.asked.size() <= failed) throw CIMException(CIM_ERR_FAILED, "not now");
-                    names.append(pathOf(str(className), {{"Tag", "1"}}, "other"));
-                    names.append(pathOf(str(className), {{"Tag", "2"}}, "other"));
+                    names.append(pathOf(str(name), {{"Tag", "1"}}, "other"));
+                    names.append(pathOf(str(name), {{"Tag", "2"}}, "other"));
                     return names;
                 };
-                EXPECT_EQ(str(row.find(handle)),
-                          failed < 2 ? "//array1/root/qbx:" + row.className + ".Tag=\"1\"" : "");
+                EXPECT_EQ(str(find(handle)),
+                          failed < 2 ? "//array1/root/qbx:" + className + ".Tag=\"1\"" : "");
                 EXPECT_EQ(cimom.asked, Texts(failed % 3 == 0 ? 1 : 2,
-                                             "enumerateInstanceNames nobody " + row.className));
+                                             "enumerateInstanceNames nobody " + className));
                 Texts log(failures[isUnknown].begin(), failures[isUnknown].begin() + failed % 3);
-                if (failed >= 2) log.push_back(row.notFound);
+                if (failed >= 2) log.push_back(notFound);
                 EXPECT_EQ(array.log("2"), log);
                 const Texts all = array.log();
-                const std::string frame = "QBX_Common::" + row.operation + "()\n";
+                const std::string frame = "QBX_Common::" + operation + "()\n";
                 const bool isFramed =
                     all.front() == "4: -->" + frame && all.back() == "4: <--" + frame;
-                EXPECT_EQ(isFramed, row.className != "QBX_SystemPackage");
+                EXPECT_EQ(isFramed, className != "QBX_SystemPackage");
             }
         }
     }
