@@ -9,6 +9,7 @@
 #include <Pegasus/Common/InternalException.h>
 
 #include <algorithm>
+#include <string_view>
 
 namespace cimom
 {
@@ -94,8 +95,15 @@ const Qualifier* Qualifiers::find(const CIMName& name) const
 
 bool Qualifiers::isTrue(const char* name) const
 {
-    const Qualifier* const qualifier = find(name);
-    return qualifier && qualifier->value.equal(CIMValue(true));
+    // Without a CIMName made of the characters, as this is asked often.
+    const std::string_view wanted(name);
+    const auto isSameLetter = [](char a, Uint16 b) { return (a | 0x20) == (b | 0x20); };
+    return std::any_of(begin(), end(), [&](const Qualifier& x) {
+        const Char16* const own = x.name.getString().getChar16Data();
+        return std::equal(wanted.begin(), wanted.end(), own, own + x.name.getString().size(),
+                          isSameLetter) &&
+               x.value.equal(CIMValue(true));
+    });
 }
 
 const Property* Class::property(const CIMName& propertyName) const

@@ -86,7 +86,7 @@ public:
     bool empty() const { return !list_; }
     /// Null when there is none of that name (ignoring case).
     const Qualifier* find(const CIMName& name) const;
-    /// True when the qualifier is there, a boolean, and true.
+    /// True when the qualifier is there, a boolean, and true. The name is of ASCII letters.
     bool isTrue(const char* name) const;
 
 private:

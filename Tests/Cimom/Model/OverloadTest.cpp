@@ -1,8 +1,10 @@
 // What must and what must not compile: a provider that builds here builds against any library with
-// this interface. Everything is checked by the compiler.
+// this interface. The compiler checks all but the codes of exceptions.
 #include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/CIMObject.h>
 #include <Pegasus/Provider/ProviderException.h>
+
+#include <gtest/gtest.h>
 
 #include <cstdint>
 #include <string>
@@ -34,3 +36,15 @@ static_assert(
 
 // The code of an operation's failure is its class's.
 static_assert(!std::is_constructible_v<CIMOperationFailedException, CIMStatusCode, String>);
+
+TEST(ProviderExceptions, HaveTheCodesOfTheirClasses)
+{
+    const CIMOperationFailedException failures[] = {
+        CIMOperationFailedException("m"),  CIMAccessDeniedException("m"),
+        CIMInvalidParameterException("m"), CIMObjectNotFoundException("m"),
+        CIMNotSupportedException("m"),     CIMObjectAlreadyExistsException("m"),
+        CIMPropertyNotFoundException("m"), CIMMethodNotFoundException("m")};
+    const int codes[] = {1, 2, 4, 6, 7, 11, 12, 17};
+    for (size_t i = 0; i < std::size(codes); ++i)
+        EXPECT_EQ(codes[i], failures[i].getCode());
+}

@@ -44,4 +44,25 @@ public:
     CIMNotSupportedException(const String& message);
 };
 
+/// CIM_ERR_ALREADY_EXISTS
+class CIMObjectAlreadyExistsException : public CIMOperationFailedException
+{
+public:
+    CIMObjectAlreadyExistsException(const String& message);
+};
+
+/// CIM_ERR_NO_SUCH_PROPERTY
+class CIMPropertyNotFoundException : public CIMOperationFailedException
+{
+public:
+    CIMPropertyNotFoundException(const String& message);
+};
+
+/// CIM_ERR_METHOD_NOT_FOUND
+class CIMMethodNotFoundException : public CIMOperationFailedException
+{
+public:
+    CIMMethodNotFoundException(const String& message);
+};
+
 }  // namespace Pegasus
