@@ -26,6 +26,7 @@ protected:
         MofCompiler compiler(repository);
         const std::pair<CIMNamespaceName, const char*> files[] = {
             {"root/test", CIMOM_TESTS "Broker/schema.mof"},
+            {"root/test", CIMOM_TESTS "CimXml/everything.mof"},
             {"root/schema", CIMOM_TESTS "Repository/schema.mof"},
             {options.interopNamespace, INTEROP_MOF},
             {options.interopNamespace, CIMOM_TESTS "Broker/registration.mof"}};

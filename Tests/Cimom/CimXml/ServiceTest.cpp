@@ -128,8 +128,6 @@ CIMInstance instance(const CIMObjectPath& path)
 class Service : public BrokerTest
 {
 protected:
-    Service() { MofCompiler(repository).compileFile(CIMXML_TESTS "everything.mof", ns); }
-
     /// What stands in the response element, or what is wrong with the request.
     std::string answer(const CimRequest& request)
     {
