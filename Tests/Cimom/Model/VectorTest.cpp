@@ -50,6 +50,7 @@ struct Given
     /// The member, or null, which is false, zero or a default constructed object.
     Given get(const char* member) const { return {json.value(member, Json())}; }
     bool has(const char* member) const { return json.contains(member); }
+    std::string string() const { return json.get<std::string>(); }
 
     template <class T>
     T as() const
@@ -150,11 +151,6 @@ struct Given
             // A number: a long double holds all of them exactly.
             return json.is_string() ? T(std::strtold(string().c_str(), nullptr)) : json.get<T>();
         }
-    }
-
-    std::string string() const
-    {
-        return json.get<std::string>();
     }
 };
 
@@ -361,8 +357,11 @@ Json setNull(In in)
 
 Json findProperty(In in)
 {
-    const Uint32 index = in["instance"].as<CIMInstance>().findProperty(in["name"]);
-    return index == PEG_NOT_FOUND ? Json("NOT_FOUND") : Json(index);
+    const CIMInstance instance = in["instance"];
+    return {{"index", orThrows([&] {
+                 const Uint32 index = instance.findProperty(in["name"]);
+                 return index == PEG_NOT_FOUND ? Json("NOT_FOUND") : Json(index);
+             })}};
 }
 
 template <class T>
@@ -406,8 +405,7 @@ const std::map<std::string, Json (*)(In)> operations = {
     {"dt_default", [](In) { return show(CIMDateTime()); }},
     {"dt_pair",
      [](In in) {
-         const CIMDateTime a = in["a"];
-         return Json{{"equal", orThrows([&] { return a.equal(in["b"]); })}};
+         return Json{{"equal", orThrows([&] { return in["a"].as<CIMDateTime>().equal(in["b"]); })}};
      }},
     {"property", made<CIMProperty>},
     {"property_set",
@@ -418,10 +416,7 @@ const std::map<std::string, Json (*)(In)> operations = {
     {"property_identical", identical<CIMProperty>},
     {"instance", made<CIMInstance>},
     {"instance_identical", identical<CIMInstance>},
-    {"find_property",
-     [](In in) {
-         return Json{{"index", orThrows([&] { return findProperty(in); })}};
-     }},
+    {"find_property", findProperty},
     {"class", made<CIMClass>},
     {"build_path",
      [](In in) {
