@@ -55,7 +55,7 @@ const char* qbxsim_callRecord(size_t index);
  * QBXSIM_NO_ARRAY; the reason is in the log. */
 int qbxsim_loadFile(const char* path);
 
-/* Forgets faults, counts, records and the array, and reads the environment and the array file anew
+/* Forgets faults, records and the array, and reads the environment and the array file anew
  * at the next call. */
 void qbxsim_reset(void);
 
