@@ -1,7 +1,5 @@
 #include "Broker/InstanceFilter.h"
 
-#include <map>
-
 PEGASUS_USING_PEGASUS;
 
 namespace cimom

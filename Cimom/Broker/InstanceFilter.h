@@ -3,11 +3,11 @@
 
 #include "Model/ObjectManager.h"
 #include "Model/Schema.h"
-#include "Repository/Names.h"
+#include "Model/Names.h"
 
 #include <cstddef>
+#include <map>
 #include <memory>
-#include <unordered_map>
 
 namespace cimom
 {
@@ -31,7 +31,7 @@ private:
     PropertyPtr shown(const PropertyPtr& property) const;
 
     InstanceView view_;
-    std::unordered_map<CIMName, std::size_t, NoCase, NoCase> positions_;  // in the property list
+    std::map<CIMName, std::size_t, NoCaseLess> positions_;  // in the property list
 };
 
 }  // namespace cimom

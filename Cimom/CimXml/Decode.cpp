@@ -1,11 +1,14 @@
 #include "CimXml/Decode.h"
 
+#include "Model/Names.h"
+#include "Model/Schema.h"
 #include "Model/Types.h"
 
 #include <algorithm>
 #include <charconv>
 #include <initializer_list>
 #include <optional>
+#include <set>
 #include <type_traits>
 #include <vector>
 
@@ -93,13 +96,15 @@ std::optional<Number> readNumber(std::string_view text)
     }
 }
 
-/// The value of a type that a text stands for. Throws Pegasus::Exception when it is none.
+/// The value of a type that the text of an element stands for. Throws Pegasus::Exception when it is
+/// none.
 template <class T>
-T parse(const std::string& text)
+T parse(const XmlElement& element)
 {
+    const std::string& text = element.text;
     std::optional<T> value;
     if constexpr (std::is_same_v<T, CIMInstance> || std::is_same_v<T, CIMObject>) {
-        value = decodeInstance(parseXml(text));
+        value = decodeInstance(parseXml(text, element.depth));
     } else if constexpr (std::is_same_v<T, Boolean>) {
         value = readBoolean(text);
     } else if constexpr (std::is_same_v<T, Char16>) {
@@ -114,15 +119,15 @@ T parse(const std::string& text)
     return *value;
 }
 
-/// The values of these texts; exactly one text unless an array is asked for.
-CIMValue parseTexts(const std::vector<std::string>& texts, CIMType type, bool isArray)
+/// The values of these VALUE elements; exactly one unless an array is asked for.
+CIMValue parseValues(const std::vector<const XmlElement*>& values, CIMType type, bool isArray)
 {
     return visitType(type, [&](auto sample) {
         using T = decltype(sample);
-        if (!isArray) return CIMValue(parse<T>(texts[0]));
+        if (!isArray) return CIMValue(parse<T>(*values[0]));
         Array<T> items;
-        for (const std::string& text : texts)
-            items.append(parse<T>(text));
+        for (const XmlElement* value : values)
+            items.append(parse<T>(*value));
         return CIMValue(items);
     });
 }
@@ -191,19 +196,19 @@ CIMProperty decodeProperty(const XmlElement& element)
                        booleanAttribute(element, "PROPAGATED"));
 }
 
-/// The texts of a VALUE or VALUE.ARRAY.
-std::vector<std::string> textsOf(const XmlElement& value)
+/// The VALUE elements of a VALUE.ARRAY, or the VALUE itself.
+std::vector<const XmlElement*> valuesOf(const XmlElement& value)
 {
     if (value.name == "VALUE") {
         allowChildren(value, {});
-        return {value.text};
+        return {&value};
     }
     expectName(value, "VALUE.ARRAY");
     allowChildren(value, {"VALUE"});
-    std::vector<std::string> texts;
+    std::vector<const XmlElement*> values;
     for (const XmlElement& item : value.children)
-        texts.push_back(textsOf(item)[0]);
-    return texts;
+        values.push_back(valuesOf(item)[0]);
+    return values;
 }
 
 CIMValue decodeReferences(const XmlElement& array)
@@ -278,8 +283,16 @@ CIMObjectPath decodeInstanceName(const XmlElement& element)
 {
     expectName(element, "INSTANCENAME");
     Array<CIMKeyBinding> keys;
-    for (const XmlElement& child : element.children)
+    std::size_t length = 0;
+    for (const XmlElement& child : element.children) {
         keys.append(decodeKeyBinding(child));
+        const CIMKeyBinding& key = keys[keys.size() - 1];
+        length += key.getName().getString().size() + key.getValue().size();
+    }
+    if (length > longestObjectPath) {
+        throw semanticError(element, "the keys are longer than " +
+                                         std::to_string(longestObjectPath) + " characters");
+    }
     return CIMObjectPath(String(), CIMNamespaceName(), nameAttribute(element, "CLASSNAME"), keys);
 }
 
@@ -302,8 +315,14 @@ CIMInstance decodeInstance(const XmlElement& element)
     expectName(element, "INSTANCE");
     allowChildren(element, {"QUALIFIER", "PROPERTY", "PROPERTY.ARRAY", "PROPERTY.REFERENCE"});
     CIMInstance instance(nameAttribute(element, "CLASSNAME"));
+    std::set<CIMName, NoCaseLess> names;
     for (const XmlElement& child : element.children) {
-        if (child.name != "QUALIFIER") instance.addProperty(decodeProperty(child));
+        if (child.name == "QUALIFIER") continue;
+        const CIMProperty property = decodeProperty(child);
+        if (names.insert(property.getName()).second)
+            instance.object().properties.push_back(property.shared());
+        else
+            instance.addProperty(property);  // throws
     }
     return instance;
 }
@@ -324,8 +343,8 @@ CIMPropertyList decodePropertyList(const XmlElement& element)
 {
     expectName(element, "VALUE.ARRAY");
     Array<CIMName> names;
-    for (const std::string& text : textsOf(element))
-        names.append(CIMName(toString(text)));
+    for (const XmlElement* value : valuesOf(element))
+        names.append(CIMName(toString(value->text)));
     return CIMPropertyList(names);
 }
 
@@ -352,10 +371,10 @@ CIMValue decodeValue(const XmlElement& holder, CIMType type, bool isArray)
     if (value->name == "VALUE.REFERENCE") return CIMValue(decodeReference(*value));
     if (value->name == "VALUE.REFARRAY") return decodeReferences(*value);
     isArray = value->name == "VALUE.ARRAY";
-    const std::vector<std::string> texts = textsOf(*value);
+    const auto values = valuesOf(*value);
     const std::string refusal = std::string("Invalid ") + cimTypeToString(type) + " value";
     try {
-        return parseTexts(texts, type, isArray);
+        return parseValues(values, type, isArray);
     } catch (const Exception&) {
         throw semanticError(*value, refusal);
     } catch (const RequestError& error) {  // of an embedded object

@@ -19,25 +19,70 @@ constexpr std::string_view blanks = " \t\r\n";
 
 // References to the characters 1 to 32 are parsed under the Unicode noncharacters U+FDD0 to
 // U+FDEF: expat refuses control characters, and blanks that are references must be told from
-// literal ones.
+// literal ones. Where a document itself has one of these noncharacters, U+10FFFE goes before it.
 constexpr std::string_view standInLead = "\xEF\xB7";
 constexpr unsigned standInBase = 0x8F;
+constexpr std::string_view escape = "\xF4\x8F\xBF\xBE";
 
-void appendStandIn(std::string& out, unsigned character)
+std::string standIn(unsigned character)
 {
-    out.append(standInLead) += static_cast<char>(standInBase + character);
+    return std::string(standInLead) + static_cast<char>(standInBase + character);
+}
+
+/// The length of the stand-in or escape at the start of the text; 0 when there is none.
+std::size_t specialLength(std::string_view text)
+{
+    if (text.substr(0, escape.size()) == escape) return escape.size();
+    if (text.size() < 3 || text.substr(0, 2) != standInLead) return 0;
+    const unsigned last = static_cast<unsigned char>(text[2]);
+    return last > standInBase && last <= standInBase + ' ' ? 3 : 0;
 }
 
 /// Turns the stand-ins back into the characters.
-std::string restored(std::string text)
+std::string restored(const std::string& text)
 {
-    for (std::size_t at = text.find(standInLead); at != std::string::npos;
-         at = text.find(standInLead, at + 1)) {
-        const unsigned last = static_cast<unsigned char>(text[at + 2]);
-        if (last > standInBase && last <= standInBase + ' ')
-            text.replace(at, 3, 1, static_cast<char>(last - standInBase));
+    const std::string_view rest(text);
+    std::string result;
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t length = specialLength(rest.substr(at));
+        if (length == 0) {
+            result += text[at++];
+        } else if (length == escape.size()) {
+            at += escape.size();
+            const std::size_t escaped = specialLength(rest.substr(at));
+            result.append(rest.substr(at, escaped));
+            at += escaped;
+        } else {
+            result += static_cast<char>(static_cast<unsigned char>(text[at + 2]) - standInBase);
+            at += length;
+        }
     }
-    return text;
+    return result;
+}
+
+/// The document with an escape before each character that means something here.
+std::string withEscapes(const std::string& document)
+{
+    const std::string_view rest(document);
+    std::string result;
+    std::size_t done = 0;
+    for (std::size_t at = 0; (at = document.find_first_of("\xEF\xF4", at)) != std::string::npos;
+         ++at) {
+        if (specialLength(rest.substr(at)) == 0) continue;
+        result.append(document, done, at - done).append(escape);
+        done = at;
+    }
+    return result.append(document, done);
+}
+
+/// What is parsed in place of a reference to that character; empty when the reference may stay.
+std::string inPlaceOf(unsigned character)
+{
+    constexpr unsigned firstStandIn = 0xFDD0;
+    if (character >= 1 && character <= ' ') return standIn(character);
+    if (character >= firstStandIn && character < firstStandIn + ' ')
+        return std::string(escape) + standIn(character - firstStandIn + 1);
+    return character == 0x10FFFE ? std::string(escape).append(escape) : "";
 }
 
 /// The document with stand-ins in place of such references. CDATA, where a reference is plain
@@ -57,9 +102,9 @@ std::string withStandIns(const std::string& document)
         unsigned number = 0;
         const auto [end, error] =
             std::from_chars(digits, document.data() + document.size(), number, hex ? 16 : 10);
-        if (error != std::errc() || *end != ';' || number < 1 || number > ' ') continue;
-        result.append(document, done, at - done);
-        appendStandIn(result, number);
+        const std::string parsed = error == std::errc() && *end == ';' ? inPlaceOf(number) : "";
+        if (parsed.empty()) continue;
+        result.append(document, done, at - done).append(parsed);
         done = static_cast<std::size_t>(end + 1 - document.data());
     }
     return result.append(document, done);
@@ -75,7 +120,8 @@ std::string trimmed(const std::string& text)
 class TreeBuilder
 {
 public:
-    TreeBuilder() : parser_(XML_ParserCreate("UTF-8"), XML_ParserFree)
+    explicit TreeBuilder(unsigned depth)
+        : depth_(depth), parser_(XML_ParserCreate("UTF-8"), XML_ParserFree)
     {
         if (!parser_) throw std::bad_alloc();
         XML_SetUserData(parser_.get(), this);
@@ -124,10 +170,12 @@ private:
     void start(const char* name, const char** attributes)
     {
         if (refused()) return;
-        if (open_.size() >= maxDepth) return refuse("elements are nested too deeply");
+        const std::size_t depth = depth_ + open_.size();
+        if (depth >= maxDepth) return refuse("elements are nested too deeply");
         if (++elements_ > maxElements) return refuse("too many elements");
         XmlElement& element = open_.empty() ? root_ : open_.back()->children.emplace_back();
         element.name = name;
+        element.depth = static_cast<unsigned>(depth);
         element.line = static_cast<unsigned>(XML_GetCurrentLineNumber(parser_.get()));
         for (; *attributes; attributes += 2)
             element.attributes.emplace_back(attributes[0], restored(attributes[1]));
@@ -152,7 +200,7 @@ private:
         std::string& text = open_.back()->text;
         for (const char c : chunk) {
             const bool kept = inCdata_ && blanks.find(c) != std::string_view::npos;
-            kept ? appendStandIn(text, static_cast<unsigned char>(c)) : text.push_back(c);
+            kept ? text.append(standIn(static_cast<unsigned char>(c))) : text.append(1, c);
         }
     }
 
@@ -162,6 +210,7 @@ private:
         if (!refused()) open_.back()->hasCdata = true;
     }
 
+    const unsigned depth_;
     std::unique_ptr<std::remove_pointer_t<XML_Parser>, decltype(&XML_ParserFree)> parser_;
     XmlElement root_;
     std::vector<XmlElement*> open_;
@@ -189,10 +238,10 @@ const XmlElement* XmlElement::child(std::string_view childName) const
     return nullptr;
 }
 
-XmlElement parseXml(const std::string& document)
+XmlElement parseXml(const std::string& document, unsigned depth)
 {
     if (!isUtf8(document)) throw notValid("Invalid UTF-8 character detected.");
-    return TreeBuilder().build(withStandIns(document));
+    return TreeBuilder(depth).build(withStandIns(withEscapes(document)));
 }
 
 }  // namespace cimom

@@ -32,6 +32,7 @@ struct XmlElement
     std::vector<XmlElement> children;
     std::string text;
     unsigned line = 0;
+    unsigned depth = 0;  ///< how many elements it stands in, those of the outer documents included
     bool hasCdata = false;
 
     /// The attribute's value; null when the element does not have it.
@@ -45,7 +46,7 @@ struct XmlElement
 /// forbids but CIM servers and clients write, are accepted except for NUL. Throws RequestError:
 /// request-not-well-formed for what is no XML, request-not-valid for a document type declaration,
 /// text that is not UTF-8, text beside elements, and documents nested too deeply or with too many
-/// elements.
-XmlElement parseXml(const std::string& document);
+/// elements. A document that is text in another one stands as deep as `depth` says.
+XmlElement parseXml(const std::string& document, unsigned depth = 0);
 
 }  // namespace cimom

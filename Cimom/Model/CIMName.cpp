@@ -1,6 +1,8 @@
 #include <Pegasus/Common/CIMName.h>
 #include <Pegasus/Common/CIMPropertyList.h>
 
+#include "Model/Names.h"
+
 #include <algorithm>
 
 namespace Pegasus
@@ -66,15 +68,22 @@ Boolean CIMNamespaceName::legal(const String& name)
 CIMPropertyList::CIMPropertyList(const Array<CIMName>& propertyNames)
     : _names(propertyNames), _isNull(false)
 {
-    if (contains(CIMName())) throw UninitializedObjectException();
+    constexpr Uint32 shortList = 32;
+    const CIMName* const first = _names.getData();
+    if (std::any_of(first, first + size(), [](const CIMName& name) { return name.isNull(); }))
+        throw UninitializedObjectException();
+    if (size() <= shortList) return;
+    auto sorted = std::make_shared<std::vector<CIMName>>(first, first + size());
+    std::sort(sorted->begin(), sorted->end(), cimom::NoCaseLess());
+    _sorted = sorted;
 }
 
 Boolean CIMPropertyList::contains(const CIMName& name) const
 {
-    for (Uint32 i = 0; i < size(); ++i) {
-        if (_names[i] == name) return true;
-    }
-    return false;
+    if (_sorted)
+        return std::binary_search(_sorted->begin(), _sorted->end(), name, cimom::NoCaseLess());
+    const CIMName* const first = _names.getData();
+    return std::find(first, first + size(), name) != first + size();
 }
 
 String CIMPropertyList::toString() const

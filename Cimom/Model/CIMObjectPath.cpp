@@ -103,10 +103,16 @@ void CIMObjectPath::setKeyBindings(const Array<CIMKeyBinding>& keyBindings)
         const String value = CIMObjectPath(key.getValue()).toString();
         if (value != key.getValue()) keys[i] = CIMKeyBinding(key.getName(), value, key.getType());
     }
-    const CIMKeyBinding* const first = keys.getData();
-    if (!std::is_sorted(first, first + keys.size(), nameIsLess))
-        std::stable_sort(&keys[0], &keys[0] + keys.size(), nameIsLess);
     _keyBindings = keys;
+    sortKeys();
+}
+
+void CIMObjectPath::sortKeys()
+{
+    const Uint32 count = _keyBindings.size();
+    const CIMKeyBinding* const first = _keyBindings.getData();
+    if (!std::is_sorted(first, first + count, nameIsLess))
+        std::stable_sort(&_keyBindings[0], &_keyBindings[0] + count, nameIsLess);
 }
 
 String CIMObjectPath::toString() const

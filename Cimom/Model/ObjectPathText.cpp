@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <optional>
 
 namespace Pegasus
 {
@@ -16,10 +17,24 @@ using namespace cimom;
 namespace
 {
 
+constexpr unsigned mostReferenceLevels = 8;  // each doubles the escapes of the one inside
+
+String malformed(const String& text, const String& reason)
+{
+    return text + ", reason:\"" + reason + "\"";
+}
+
 [[noreturn]] void throwMalformed(const String& text, const String& reason)
 {
-    throw MalformedObjectNameException(text + ", reason:\"" + reason + "\"");
+    throw MalformedObjectNameException(malformed(text, reason));
 }
+
+/// Unlike other faults of a text in quotes, this one does not make it a string.
+class NestedTooDeeply : public MalformedObjectNameException
+{
+public:
+    using MalformedObjectNameException::MalformedObjectNameException;
+};
 
 bool isDigit(char c)
 {
@@ -88,20 +103,32 @@ bool isHost(const String& locator)
     return rest.empty() || (rest[0] == ':' && isPort(rest.substr(1)));
 }
 
-class Parser
+}  // namespace
+
+/// Reads one text.
+class ObjectPathReader
 {
 public:
-    explicit Parser(const String& text) : _whole(text), _text(text.getChar16Data()) {}
+    /// `level`: how many references this text stands in.
+    explicit ObjectPathReader(const String& text, unsigned level = 0)
+        : _whole(text), _text(text.getChar16Data()), _level(level)
+    {
+        if (_text.size() <= longestObjectPath) return;
+        throwMalformed(
+            _text.subString(0, 100) + "...",
+            toString("longer than " + std::to_string(longestObjectPath) + " characters"));
+    }
 
     CIMObjectPath path()
     {
-        const String host = this->host();
-        const CIMNamespaceName nameSpace = this->nameSpace(host.size() > 0);
-        const CIMName className = this->className();
-        Array<CIMKeyBinding> keys;
+        CIMObjectPath path;
+        path._host = host();
+        path._nameSpace = nameSpace(path._host.size() > 0);
+        path._className = className();
         while (_at < _text.size())
-            keys.append(key());
-        return CIMObjectPath(host, nameSpace, className, keys);
+            path._keyBindings.append(key());
+        path.sortKeys();
+        return path;
     }
 
 private:
@@ -200,30 +227,41 @@ private:
             failKey("next key-value pair has to start with comma");
         }
         _at = std::min(_at + 1, _text.size());
-        return {name, value,
-                isInstancePath(value) ? CIMKeyBinding::REFERENCE : CIMKeyBinding::STRING};
+        if (const auto reference = canonicalReference(value))
+            return {name, *reference, CIMKeyBinding::REFERENCE};
+        return {name, value, CIMKeyBinding::STRING};
     }
 
     /// Text in quotes may be a string or a reference; a reference it is if it reads as one that
-    /// has keys.
-    static bool isInstancePath(const String& value)
+    /// has keys. Its canonical form, or nothing for a string.
+    std::optional<String> canonicalReference(const String& value) const
     {
-        if (value.find(Char16('=')) == PEG_NOT_FOUND) return false;
+        if (value.find(Char16('=')) == PEG_NOT_FOUND) return std::nullopt;
         try {
-            return CIMObjectPath(value).getKeyBindings().size() > 0;
+            const CIMObjectPath path = ObjectPathReader(value, _level + 1).path();
+            if (path.getKeyBindings().size() == 0) return std::nullopt;
+            if (_level < mostReferenceLevels) return path.toString();
+        } catch (const NestedTooDeeply&) {
+            throw;
         } catch (const MalformedObjectNameException&) {
-            return false;
+            return std::nullopt;
         }
+        throw NestedTooDeeply(
+            malformed(_whole.subString(0, 100) + "...",
+                      toString("more than " + std::to_string(mostReferenceLevels) +
+                               " references inside one another")));
     }
 
     const String _whole;
     const String _text;  // up to the first zero unit
+    const unsigned _level;
     Uint32 _at = 0;
 };
 
-}  // namespace
-
-CIMObjectPath::CIMObjectPath(const String& objectName) : CIMObjectPath(Parser(objectName).path()) {}
+CIMObjectPath::CIMObjectPath(const String& objectName)
+    : CIMObjectPath(ObjectPathReader(objectName).path())
+{
+}
 
 void CIMObjectPath::setHost(const String& host)
 {

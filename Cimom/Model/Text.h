@@ -14,6 +14,10 @@
 namespace cimom
 {
 
+/// The most characters that the text of an object path may have, as much as a client's header may:
+/// the time that paths take grows with their length.
+constexpr Pegasus::Uint32 longestObjectPath = 65536;
+
 /// The UTF-16 form of the text. Surrogates that are encoded in it, U+FFFE and U+FFFF become U+FFFD.
 /// Throws Pegasus::Exception that names the place when the text is not UTF-8.
 std::vector<Pegasus::Char16> toUtf16(std::string_view utf8);

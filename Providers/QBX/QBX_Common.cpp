@@ -394,15 +394,60 @@ CIMObjectPath withoutHosts(const CIMObjectPath& path)
     return CIMObjectPath(String(), path.getNameSpace(), path.getClassName(), keys);
 }
 
+/// False for a text that is certainly no object path, since neither a host nor a namespace nor a
+/// class name stands before its first point. To read it would cost an exception.
+bool mayBePath(const String& text)
+{
+    const Uint32 point = text.find(Char16('.'));
+    const String start = point == PEG_NOT_FOUND ? text : text.subString(0, point);
+    return CIMName::legal(start) || start.find(Char16(':')) != PEG_NOT_FOUND ||
+           text[0] == Char16('/') || text.find(Char16(0)) != PEG_NOT_FOUND;
+}
+
 }  // namespace
+
+ObjectPathMatcher::ObjectPathMatcher(const CIMObjectPath& path) : _path(path)
+{
+    try {
+        _bareKeys = withoutHosts(path).getKeyBindings();
+    } catch (const Exception&) {
+        _isMalformed = true;  // a reference key that is no object path denotes nothing
+    }
+}
+
+bool ObjectPathMatcher::matches(const CIMObjectPath& other) const
+{
+    const Array<CIMKeyBinding> keys = other.getKeyBindings();
+    if (_isMalformed || keys.size() != _bareKeys.size() ||
+        _path.getNameSpace() != other.getNameSpace() ||
+        _path.getClassName() != other.getClassName()) {
+        return false;
+    }
+    try {
+        for (Uint32 i = 0; i < keys.size(); ++i) {
+            if (!matchesKey(i, keys[i])) return false;
+        }
+        return true;
+    } catch (const Exception&) {
+        return false;
+    }
+}
+
+bool ObjectPathMatcher::matchesKey(Uint32 position, const CIMKeyBinding& other) const
+{
+    const Array<CIMKeyBinding>& keys = _path.getKeyBindings();
+    const CIMKeyBinding& own = keys[position];
+    if (own.getName() != other.getName()) return false;
+    if (own.getType() == CIMKeyBinding::STRING && other.getType() == CIMKeyBinding::STRING) {
+        if (own.getValue() == other.getValue()) return true;
+        if (!mayBePath(own.getValue()) || !mayBePath(other.getValue())) return false;
+    }
+    return _bareKeys[position] == withoutHost(other);
+}
 
 bool QBX_Common::matchObjectPath(const CIMObjectPath& first, const CIMObjectPath& second)
 {
-    try {
-        return withoutHosts(first).identical(withoutHosts(second));
-    } catch (const Exception&) {
-        return false;  // a reference key that is no object path denotes nothing
-    }
+    return ObjectPathMatcher(first).matches(second);
 }
 
 namespace

@@ -236,6 +236,25 @@ private:
     }
 };
 
+/// An object path that many others are compared with, as QBX_Common::matchObjectPath() compares
+/// two: what has to be read of it is read once.
+class ObjectPathMatcher
+{
+public:
+    /// Never throws for malformed keys; a path that has such keys matches none.
+    explicit ObjectPathMatcher(const CIMObjectPath& path);
+
+    /// True when the two paths denote the same object. Never throws for malformed keys.
+    bool matches(const CIMObjectPath& other) const;
+
+private:
+    bool matchesKey(Uint32 position, const CIMKeyBinding& other) const;
+
+    CIMObjectPath _path;
+    Array<CIMKeyBinding> _bareKeys;  // without hosts, in the order of the path's keys
+    bool _isMalformed = false;
+};
+
 }  // namespace Pegasus
 
 #endif

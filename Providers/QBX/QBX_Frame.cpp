@@ -94,8 +94,9 @@ CIMInvalidParameterException parameterNotFound(const String& provider, const cha
 
 Uint32 findMatch(const Array<CIMInstance>& instances, const CIMObjectPath& path)
 {
+    const ObjectPathMatcher wanted(path);
     for (Uint32 i = 0; i < instances.size(); ++i) {
-        if (QBX_Common::matchObjectPath(path, instances[i].getPath())) return i;
+        if (wanted.matches(instances[i].getPath())) return i;
     }
     return PEG_NOT_FOUND;
 }

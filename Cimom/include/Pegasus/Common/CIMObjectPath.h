@@ -8,6 +8,7 @@ namespace Pegasus
 {
 
 class CIMValue;
+class ObjectPathReader;
 
 /// A key of an instance: name, value as text, and the kind of value.
 class CIMKeyBinding
@@ -46,7 +47,8 @@ Boolean operator==(const CIMKeyBinding& x, const CIMKeyBinding& y);
 ///
 /// Keys are kept sorted by name without case, reference values in their canonical form. Text has
 /// the form //host/name/space:Class.key="value",key=1. Throws MalformedObjectNameException for
-/// text, hosts and reference keys that cannot be read; what throws changes nothing.
+/// text, hosts and reference keys that cannot be read, also for text of more than 65,536 characters
+/// or with more than 8 references inside one another; what throws changes nothing.
 class CIMObjectPath
 {
 public:
@@ -69,6 +71,9 @@ public:
     Boolean identical(const CIMObjectPath& x) const;
 
 private:
+    friend class ObjectPathReader;
+    void sortKeys();
+
     String _host;
     CIMNamespaceName _nameSpace;
     CIMName _className;

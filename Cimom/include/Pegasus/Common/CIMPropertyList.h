@@ -4,6 +4,9 @@
 #include <Pegasus/Common/Array.h>
 #include <Pegasus/Common/CIMName.h>
 
+#include <memory>
+#include <vector>
+
 namespace Pegasus
 {
 
@@ -28,6 +31,7 @@ public:
 
 private:
     Array<CIMName> _names;
+    std::shared_ptr<const std::vector<CIMName>> _sorted;  // of a long list
     Boolean _isNull = true;
 };
 

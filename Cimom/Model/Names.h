@@ -1,4 +1,4 @@
-// CIM names as keys of hash maps.
+// CIM names as keys of maps.
 #pragma once
 
 #include <Pegasus/Common/CIMName.h>
@@ -8,7 +8,8 @@
 namespace cimom
 {
 
-/// Hash and equality of CIMName or CIMNamespaceName without case, for unordered containers.
+/// Hash and equality of CIMName or CIMNamespaceName without case, for unordered containers of names
+/// that no client chooses.
 struct NoCase
 {
     template <class Name>
@@ -26,6 +27,17 @@ struct NoCase
     bool operator()(const Name& a, const Name& b) const
     {
         return a.equal(b);
+    }
+};
+
+/// The order of their texts without case, for what clients can fill: no choice of names makes it
+/// slow.
+struct NoCaseLess
+{
+    template <class Name>
+    bool operator()(const Name& a, const Name& b) const
+    {
+        return Pegasus::String::compareNoCase(a.getString(), b.getString()) < 0;
     }
 };
 
