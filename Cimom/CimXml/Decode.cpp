@@ -20,6 +20,10 @@ namespace cimom::xml
 namespace
 {
 
+/// By how much an embedded instance is deeper than the elements around it tell: one inside another
+/// is one more pass over its text.
+constexpr unsigned depthOfDocument = 8;
+
 /// What is wrong with a value at this element.
 RequestError semanticError(const XmlElement& element, const std::string& text)
 {
@@ -104,7 +108,7 @@ T parse(const XmlElement& element)
     const std::string& text = element.text;
     std::optional<T> value;
     if constexpr (std::is_same_v<T, CIMInstance> || std::is_same_v<T, CIMObject>) {
-        value = decodeInstance(parseXml(text, element.depth));
+        value = decodeInstance(parseXml(text, element.depth + depthOfDocument));
     } else if constexpr (std::is_same_v<T, Boolean>) {
         value = readBoolean(text);
     } else if constexpr (std::is_same_v<T, Char16>) {

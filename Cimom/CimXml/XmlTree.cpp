@@ -23,6 +23,7 @@ constexpr std::string_view blanks = " \t\r\n";
 constexpr std::string_view standInLead = "\xEF\xB7";
 constexpr unsigned standInBase = 0x8F;
 constexpr std::string_view escape = "\xF4\x8F\xBF\xBE";
+constexpr std::string_view specialLeads = "\xEF\xF4";
 
 std::string standIn(unsigned character)
 {
@@ -46,7 +47,9 @@ std::string restored(const std::string& text)
     for (std::size_t at = 0; at < text.size();) {
         const std::size_t length = specialLength(rest.substr(at));
         if (length == 0) {
-            result += text[at++];
+            const std::size_t next = text.find_first_of(specialLeads, at + 1);
+            result.append(rest.substr(at, next - at));
+            at = std::min(next, text.size());
         } else if (length == escape.size()) {
             at += escape.size();
             const std::size_t escaped = specialLength(rest.substr(at));
@@ -66,7 +69,7 @@ std::string withEscapes(const std::string& document)
     const std::string_view rest(document);
     std::string result;
     std::size_t done = 0;
-    for (std::size_t at = 0; (at = document.find_first_of("\xEF\xF4", at)) != std::string::npos;
+    for (std::size_t at = 0; (at = document.find_first_of(specialLeads, at)) != std::string::npos;
          ++at) {
         if (specialLength(rest.substr(at)) == 0) continue;
         result.append(document, done, at - done).append(escape);

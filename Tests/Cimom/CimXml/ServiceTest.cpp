@@ -198,9 +198,12 @@ TEST(Encode, EverythingComesBackAsItWasRead)
 
 TEST(XmlTree, ControlCharactersByReference)
 {
-    // The last ones stand in for nothing.
-    const std::string text = "&#1;&#x1f;&#31; &#x20;&#x7F;&#65519;&#65009;";
-    const std::string characters = "\x01\x1f\x1f  \x7f\xEF\xBF\xAF\xEF\xB7\xB1";
+    // Noncharacters, which the parser uses itself, and their neighbours are what they are.
+    const std::string same = "\xEF\xB7\x90\xEF\xB7\xAF\xEF\xB7\xB1\xF4\x8F\xBF\xBE\xEF\xB7\x91";
+    const std::string text =
+        "&#1;&#x1f;&#31; &#x20;&#x7F;&#65519;&#xFDD0;&#xfdef;&#x10FFFE;" + same;
+    const std::string characters =
+        "\x01\x1f\x1f  \x7f\xEF\xBF\xAF\xEF\xB7\x90\xEF\xB7\xAF\xF4\x8F\xBF\xBE" + same;
     const XmlElement root = parseXml("<A X='" + text + "'>\n" + text + "<!-- &#1; --></A>");
     EXPECT_EQ(root.text, characters);
     EXPECT_EQ(*root.attribute("X"), characters);
@@ -208,7 +211,18 @@ TEST(XmlTree, ControlCharactersByReference)
 
 TEST_F(Service, DocumentsThatTheFileCannotHold)
 {
-    std::string nested, many = "<A>";
+    std::string nested, many = "<A>", embedded = "x";
+    for (int i = 0; i < 7; ++i) {
+        std::string text;
+        xml::appendEscaped(text, embedded);
+        embedded = element("INSTANCE CLASSNAME='A'",
+                           element("PROPERTY NAME='B' TYPE='string' EmbeddedObject='instance'",
+                                   element("VALUE", text)));
+    }
+    const std::string reply = answer(request("CreateInstance|NewInstance=" + embedded));
+    EXPECT_NE(reply.find("value: Validation error: on line 1: elements are nested too deeply"),
+              std::string::npos)
+        << reply;
     for (int i = 0; i < 100000; ++i) {
         many += "<B/>";
         if (i < 65) nested += "<A>";

@@ -1,6 +1,9 @@
 // What only the embedded library promises: misuse throws, moves leave their source usable, and
 // copies may go to other threads.
+#include "Model/Text.h"
+
 #include <Pegasus/Common/CIMObject.h>
+#include <Pegasus/Common/CIMPropertyList.h>
 
 #include <gtest/gtest.h>
 
@@ -53,6 +56,34 @@ TEST(Handle, TheSourceOfAMoveStaysUsable)
     String text("text");
     const Array<String> array(1, std::move(text));
     EXPECT_EQ(text, array[0]);
+}
+
+TEST(ObjectPath, TextsAndReferencesInsideOneAnotherAreBounded)
+{
+    const String longest = cimom::toString("A.k=\"" + std::string(65530, '\\') + "\"");
+    EXPECT_EQ(32765U, CIMObjectPath(longest).getKeyBindings()[0].getValue().size());
+    EXPECT_THROW(CIMObjectPath(longest + ","), MalformedObjectNameException);
+    CIMObjectPath path("A.k=1");
+    for (int level = 0; level < 8; ++level)
+        path.setKeyBindings(
+            Array<CIMKeyBinding>(1, CIMKeyBinding("k", path.toString(), CIMKeyBinding::REFERENCE)));
+    EXPECT_TRUE(path.identical(CIMObjectPath(path.toString())));
+    const CIMKeyBinding key("k", path.toString(), CIMKeyBinding::REFERENCE);
+    path.setKeyBindings(Array<CIMKeyBinding>(1, key));
+    EXPECT_THROW(CIMObjectPath(path.toString()), MalformedObjectNameException);
+}
+
+TEST(PropertyList, ALongOneIsSearchedAsAShortOne)
+{
+    Array<CIMName> names;
+    for (int i = 0; i < 40; ++i) {
+        names.append(cimom::toString("Name" + std::to_string(40 - i)));
+        EXPECT_EQ(i > 30, CIMPropertyList(names).contains("nAME9")) << i;
+        EXPECT_FALSE(CIMPropertyList(names).contains("Name"));
+    }
+    EXPECT_EQ(CIMName("Name40"), CIMPropertyList(names)[0]);
+    names.append(CIMName());
+    EXPECT_THROW(CIMPropertyList{names}, UninitializedObjectException);
 }
 
 TEST(Array, ChangesStayInOneCopyAndTakeItsOwnElements)

@@ -1,0 +1,176 @@
+"""What a client sends costs the server a small multiple of its size: hostile shapes of requests, each
+at two sizes."""
+
+import base64
+import os
+import time
+import unittest
+
+import run
+from raw import answer
+from server import Server
+
+RATIO = 4  # of the sizes
+FACTOR = 2  # by which the cost may grow faster
+NOISE = 0.02  # seconds
+
+CLASS = "QBX_DriveCageDC2Family"
+INSTANCENAME = '<INSTANCENAME CLASSNAME="{}">{}</INSTANCENAME>'
+KEY = '<KEYBINDING NAME="{}"><KEYVALUE VALUETYPE="string">{}</KEYVALUE></KEYBINDING>'
+NAMESPACE = "<LOCALNAMESPACEPATH>{}</LOCALNAMESPACEPATH>"
+QBX = NAMESPACE.format('<NAMESPACE NAME="root"/><NAMESPACE NAME="qbx"/>')
+CAGE = INSTANCENAME.format(CLASS, KEY.format("Tag", "cage0"))
+
+
+def head(length, who="viewer", **fields):
+    """An HTTP head; fields are of CIM."""
+    lines = {"CIMOperation": "MethodCall", "CIMMethod": "GetInstance", "CIMObject": "root/qbx"}
+    lines = {**lines, **fields, "Content-Type": "application/xml", "Host": "here"}
+    if who:
+        lines["Authorization"] = "Basic " + base64.b64encode(f"{who}:{who}".encode()).decode()
+    lines |= length if isinstance(length, dict) else {"Content-Length": length}
+    text = "".join(f"{name}: {value}\r\n" for name, value in lines.items())
+    return f"POST /cimom HTTP/1.1\r\n{text}Connection: close\r\n\r\n".encode()
+
+
+def sent(body, **fields):
+    return head(len(body.encode()), **fields) + body.encode()
+
+
+def message(call):
+    return (
+        '<?xml version="1.0"?><CIM CIMVERSION="2.0" DTDVERSION="2.0"><MESSAGE ID="1" '
+        f'PROTOCOLVERSION="1.0"><SIMPLEREQ>{call}</SIMPLEREQ></MESSAGE></CIM>'
+    )
+
+
+def operation(name, parameters, space=QBX):
+    given = "".join(f'<IPARAMVALUE NAME="{n}">{v}</IPARAMVALUE>' for n, v in parameters.items())
+    body = message(f'<IMETHODCALL NAME="{name}">{space}{given}</IMETHODCALL>')
+    return sent(body, CIMMethod=name)
+
+
+def get(name, **more):
+    return operation("GetInstance", {"InstanceName": name, **more})
+
+
+def method(parameters, target=f'{CLASS}.Tag="cage0"'):
+    call = f"<LOCALINSTANCEPATH>{QBX}{CAGE}</LOCALINSTANCEPATH>{parameters}"
+    body = message(f'<METHODCALL NAME="Locate">{call}</METHODCALL>')
+    return sent(body, CIMMethod="Locate", CIMObject="root/qbx:" + target)
+
+
+def nested(levels):
+    """References inside one another, as XML."""
+    name = CAGE
+    for _ in range(levels):
+        reference = f"<VALUE.REFERENCE>{name}</VALUE.REFERENCE>"
+        name = INSTANCENAME.format(CLASS, f'<KEYBINDING NAME="Tag">{reference}</KEYBINDING>')
+    return name
+
+
+def quoted(levels):
+    """The same as the text of a path: each level doubles the escapes."""
+    text = "A.k=1"
+    for _ in range(levels):
+        text = 'A.k="' + text.replace("\\", "\\\\").replace('"', '\\"') + '"'
+    return text
+
+
+def modified(properties):
+    given = f'<INSTANCE CLASSNAME="{CLASS}">{properties}</INSTANCE>'
+    value = f"<VALUE.NAMEDINSTANCE>{CAGE}{given}</VALUE.NAMEDINSTANCE>"
+    return operation("ModifyInstance", {"ModifiedInstance": value})
+
+
+def embedded(levels):
+    """Instances inside one another, each a text in the next, around a long text."""
+    text = 100_000 * "x"
+    for _ in range(levels):
+        text = text.replace("&", "&amp;").replace("<", "&lt;")
+        text = (
+            f'<INSTANCE CLASSNAME="A"><PROPERTY NAME="B" TYPE="string" EmbeddedObject="instance">'
+            f"<VALUE>{text}</VALUE></PROPERTY></INSTANCE>"
+        )
+    kind = 'PARAMTYPE="string" EmbeddedObject="instance"'
+    text = text.replace("&", "&amp;").replace("<", "&lt;")
+    return method(f'<PARAMVALUE NAME="P" {kind}><VALUE>{text}</VALUE></PARAMVALUE>')
+
+
+def listed(text, count):
+    """So many numbered texts."""
+    return "".join(text.format(i) for i in range(count))
+
+
+def names(count):
+    return f'<VALUE.ARRAY>{listed("<VALUE>N{}</VALUE>", count)}</VALUE.ARRAY>'
+
+
+def text_value(text):
+    return get(CAGE, PropertyList=f"<VALUE.ARRAY><VALUE>{text}</VALUE></VALUE.ARRAY>")
+
+
+# The request of each shape, and the small size.
+SHAPES = {
+    "references": (lambda n: get(nested(n)), 4),
+    "escapes": (lambda n: get(INSTANCENAME.format(CLASS, KEY.format("Tag", quoted(n)))), 4),
+    "path in a header": (lambda n: method("", quoted(n)), 3),
+    "long key": (lambda n: get(INSTANCENAME.format(CLASS, KEY.format("Tag", n * '"'))), 15_000),
+    "keys": (lambda n: get(INSTANCENAME.format(CLASS, listed(KEY.format("K{0}", "v"), n))), 2_000),
+    "property list": (lambda n: get(CAGE, PropertyList=names(n)), 10_000),
+    "property list of a list": (
+        lambda n: operation(
+            "EnumerateInstances",
+            {"ClassName": f'<CLASSNAME NAME="{CLASS}"/>', "PropertyList": names(n)},
+        ),
+        10_000,
+    ),
+    "properties": (
+        lambda n: modified(listed('<PROPERTY NAME="P{}" TYPE="string"/>', n)),
+        8_000,
+    ),
+    "embedded instances": (embedded, 4),
+    "parameters": (lambda n: method(listed('<PARAMVALUE NAME="P{}"/>', n)), 8_000),
+    "namespace": (
+        lambda n: operation("GetInstance", {}, NAMESPACE.format(n * '<NAMESPACE NAME="a"/>')),
+        10_000,
+    ),
+    "control characters": (lambda n: text_value(n * "&#1;"), 100_000),
+    "noncharacters": (lambda n: text_value(n * "\ufdd1"), 100_000),
+    "CDATA": (lambda n: text_value(n * "<![CDATA[ ]]>"), 50_000),
+    "attributes": (lambda n: get("<X" + listed(' a{}=""', n) + "/>"), 50_000),
+    "depth": (lambda n: get(n * "<X>"), 100_000),
+    "elements": (lambda n: get(n * "<X/>"), 80_000),
+    "doctype": (lambda n: sent('<?xml version="1.0"?><!DOCTYPE a [' + n * "<!ENTITY b 'c'>"), 50_000),
+    "header fields": (lambda n: head(0, **{f"X{i}": "" for i in range(n)}), 150),
+    "tiny chunks": (
+        lambda n: head({"Transfer-Encoding": "chunked"}) + n * b"1\r\n \r\n" + b"0\r\n\r\n",
+        50_000,
+    ),
+    "body without credentials": (lambda n: sent(n * "x", who=""), 1_000_000),
+    "body with wrong credentials": (lambda n: sent(n * "x", who="nobody"), 1_000_000),
+}
+
+
+class Cost(unittest.TestCase):
+    def test_grows_no_faster_than_the_request(self):
+        with Server(os.environ["QBX_BUILD"]) as server:
+            clock = (~server.process.pid << 3) | 2  # of the process, for clock_gettime()
+
+            def cost(said):
+                """CPU seconds, the least of some runs."""
+                spent = []
+                for _ in range(2):
+                    before = time.clock_gettime(clock)
+                    self.assertTrue(answer(server.port, said))
+                    spent.append(time.clock_gettime(clock) - before)
+                return min(spent)
+
+            for shape, (request, size) in SHAPES.items():
+                with self.subTest(shape):
+                    small, large = cost(request(size)), cost(request(RATIO * size))
+                    self.assertLess(large, FACTOR * RATIO * small + NOISE)
+
+
+if __name__ == "__main__":
+    run.main()
