@@ -3,6 +3,8 @@
 #include "Model/Text.h"
 #include "Model/Types.h"
 
+#include <algorithm>
+#include <array>
 #include <charconv>
 
 PEGASUS_USING_PEGASUS;
@@ -13,28 +15,40 @@ namespace cimom::xml
 namespace
 {
 
-/// What stands for a character; empty when it stands for itself.
-std::string_view escape(char c)
+/// What stands for each character; empty for those that stand for themselves.
+const std::array<std::string_view, 256> escapes = [] {
+    std::array<std::string_view, 256> texts;
+    std::fill(texts.begin(), texts.begin() + ' ', "\xEF\xBF\xBD");
+    texts['<'] = "&lt;";
+    texts['>'] = "&gt;";
+    texts['&'] = "&amp;";
+    texts['"'] = "&quot;";
+    texts['\''] = "&apos;";
+    texts['\t'] = "&#9;";
+    texts['\n'] = "&#10;";
+    texts['\r'] = "&#13;";
+    texts['\x7F'] = "&#127;";
+    return texts;
+}();
+
+/// An attribute whose value needs no escapes.
+void appendPlain(std::string& out, std::string_view name, std::string_view value)
 {
-    static constexpr std::pair<char, std::string_view> escapes[] = {
-        {'<', "&lt;"},  {'>', "&gt;"},   {'&', "&amp;"},  {'"', "&quot;"},   {'\'', "&apos;"},
-        {'\t', "&#9;"}, {'\n', "&#10;"}, {'\r', "&#13;"}, {'\x7F', "&#127;"}};
-    for (const auto& [character, text] : escapes) {
-        if (c == character) return text;
-    }
-    return static_cast<unsigned char>(c) < ' ' ? "\xEF\xBF\xBD" : "";
+    out.append(1, ' ').append(name).append("=\"").append(value).append(1, '"');
 }
 
 void appendAttribute(std::string& out, std::string_view name, std::string_view value)
 {
-    out.append(" ").append(name).append("=\"");
+    out.append(1, ' ').append(name).append("=\"");
     appendEscaped(out, value);
     out += '"';
 }
 
 void appendName(std::string& out, std::string_view name, const CIMName& value)
 {
-    appendAttribute(out, name, toUtf8(value.getString()));
+    out.append(1, ' ').append(name).append("=\"");
+    appendUtf8(out, value.getString());
+    out += '"';
 }
 
 /// An attribute that is left out when the name is null.
@@ -47,15 +61,15 @@ void appendOptional(std::string& out, std::string_view name, const CIMName& valu
 void appendType(std::string& out, std::string_view attribute, CIMType type)
 {
     const bool embedded = type == CIMTYPE_INSTANCE || type == CIMTYPE_OBJECT;
-    appendAttribute(out, attribute, embedded ? "string" : cimTypeToString(type));
+    appendPlain(out, attribute, embedded ? "string" : cimTypeToString(type));
     if (!embedded) return;
     // The first name is the one of the standard; older clients know the second.
-    appendAttribute(out, "EmbeddedObject", cimTypeToString(type));
-    appendAttribute(out, "EMBEDDEDOBJECT", cimTypeToString(type));
+    appendPlain(out, "EmbeddedObject", cimTypeToString(type));
+    appendPlain(out, "EMBEDDEDOBJECT", cimTypeToString(type));
 }
 
 /// What the name of an element for that kind of value ends with.
-std::string suffix(CIMType type, bool isArray)
+std::string_view suffix(CIMType type, bool isArray)
 {
     if (type != CIMTYPE_REFERENCE) return isArray ? ".ARRAY" : "";
     return isArray ? ".REFARRAY" : ".REFERENCE";
@@ -69,7 +83,7 @@ void appendArraySize(std::string& out, Uint32 size)
 void appendOrigin(std::string& out, const CIMName& classOrigin, bool propagated)
 {
     appendOptional(out, "CLASSORIGIN", classOrigin);
-    if (propagated) appendAttribute(out, "PROPAGATED", "true");
+    if (propagated) appendPlain(out, "PROPAGATED", "true");
 }
 
 void appendFlavor(std::string& out, const Flavor& flavor)
@@ -97,8 +111,8 @@ void appendProperty(std::string& out, const Property& property)
 {
     const CIMType type = property.value.getType();
     const bool isArray = property.value.isArray();
-    const std::string tag = "PROPERTY" + suffix(type, isArray);
-    out.append("<").append(tag);
+    const std::string_view end = suffix(type, isArray);
+    out.append("<PROPERTY").append(end);
     appendName(out, "NAME", property.name);
     out += ' ';  // the blank that clients of the field's servers have always seen here
     if (isArray) appendType(out, "TYPE", type);
@@ -109,20 +123,20 @@ void appendProperty(std::string& out, const Property& property)
     out += ">\n";
     appendQualifiers(out, property.qualifiers);
     appendValue(out, property.value);
-    out.append("</").append(tag).append(">\n");
+    out.append("</PROPERTY").append(end).append(">\n");
 }
 
 void appendParameter(std::string& out, const Parameter& parameter)
 {
-    const std::string tag = "PARAMETER" + suffix(parameter.type, parameter.isArray);
-    out.append("<").append(tag);
+    const std::string_view end = suffix(parameter.type, parameter.isArray);
+    out.append("<PARAMETER").append(end);
     appendName(out, "NAME", parameter.name);
     if (parameter.type != CIMTYPE_REFERENCE) appendType(out, "TYPE", parameter.type);
     appendOptional(out, "REFERENCECLASS", parameter.referenceClassName);
     appendArraySize(out, parameter.arraySize);
     out += ">\n";
     appendQualifiers(out, parameter.qualifiers);
-    out.append("</").append(tag).append(">\n");
+    out.append("</PARAMETER").append(end).append(">\n");
 }
 
 void appendMethod(std::string& out, const Method& method)
@@ -180,7 +194,7 @@ void appendKeyBinding(std::string& out, const CIMKeyBinding& key)
         const bool numeric = key.getType() == CIMKeyBinding::NUMERIC;
         const bool boolean = key.getType() == CIMKeyBinding::BOOLEAN;
         out += "<KEYVALUE";
-        appendAttribute(out, "VALUETYPE", numeric ? "numeric" : boolean ? "boolean" : "string");
+        appendPlain(out, "VALUETYPE", numeric ? "numeric" : boolean ? "boolean" : "string");
         out += ">";
         appendEscaped(out, toUtf8(key.getValue()));
         out += "</KEYVALUE>\n";
@@ -235,14 +249,19 @@ void appendItem(std::string& out, const T& item)
 
 void appendEscaped(std::string& out, std::string_view text)
 {
+    std::size_t done = 0;  // what is before stands in `out`
     bool afterBlank = true;
     for (std::size_t i = 0; i < text.size(); ++i) {
         const bool isBlank = text[i] == ' ';
-        const bool mayStay = !afterBlank && i + 1 < text.size();
-        const std::string_view escaped = isBlank ? (mayStay ? "" : "&#32;") : escape(text[i]);
-        escaped.empty() ? out += text[i] : out += escaped;
-        afterBlank = isBlank && mayStay;
+        const bool mayStay = isBlank && !afterBlank && i + 1 < text.size();
+        const std::string_view escaped =
+            isBlank ? (mayStay ? "" : "&#32;") : escapes[static_cast<unsigned char>(text[i])];
+        afterBlank = mayStay;
+        if (escaped.empty()) continue;
+        out.append(text, done, i - done).append(escaped);
+        done = i + 1;
     }
+    out.append(text, done, std::string_view::npos);
 }
 
 void appendClassName(std::string& out, const CIMName& name)
@@ -284,11 +303,11 @@ void appendValue(std::string& out, const CIMValue& value)
         }
         Array<decltype(item)> items;
         value.get(items);
-        const std::string tag = "VALUE" + suffix(value.getType(), true);
-        out.append("<").append(tag).append(">\n");
+        const std::string_view end = suffix(value.getType(), true);
+        out.append("<VALUE").append(end).append(">\n");
         for (Uint32 i = 0; i < items.size(); ++i)
             appendItem(out, items[i]);
-        out.append("</").append(tag).append(">\n");
+        out.append("</VALUE").append(end).append(">\n");
     });
 }
 

@@ -61,11 +61,12 @@ int compareUnits(const String& s1, const String& s2, Fold fold)
 template <class Fold>
 Boolean equalUnits(const String& s1, const String& s2, Fold fold)
 {
+    const Uint32 size = s1.size();
+    if (size != s2.size()) return false;
     const Char16* const a = s1.getChar16Data();
     const Char16* const b = s2.getChar16Data();
-    return s1.size() == s2.size() &&
-           (a == b || std::equal(a, a + s1.size(), b,
-                                 [&](Uint16 x, Uint16 y) { return fold(x) == fold(y); }));
+    return a == b || std::equal(a, a + size, b,
+                                [&](Uint16 x, Uint16 y) { return x == y || fold(x) == fold(y); });
 }
 
 Uint32 position(const Char16* begin, const Char16* found, const Char16* end)
@@ -93,19 +94,6 @@ String::String(const char* str, Uint32 n)
     Units units = cimom::toUtf16({str, n});
     units.emplace_back();
     _units = detail::CopyOnWrite<Units>(std::move(units));
-}
-
-Uint32 String::size() const
-{
-    const Units* const units = _units.get();
-    return units ? Uint32(units->size() - 1) : 0;
-}
-
-const Char16* String::getChar16Data() const
-{
-    static const Char16 terminator;
-    const Units* const units = _units.get();
-    return units ? units->data() : &terminator;
 }
 
 CString String::getCString() const

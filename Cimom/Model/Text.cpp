@@ -46,7 +46,7 @@ bool isSurrogate(char32_t code)
     return code >= 0xD800 && code <= 0xDFFF;
 }
 
-void appendUtf8(std::string& text, char32_t code)
+void appendCharacter(std::string& text, char32_t code)
 {
     const auto tail = [&](int shift) {
         text += static_cast<char>(0x80 | ((code >> shift) & 0x3F));
@@ -94,7 +94,10 @@ std::vector<Char16> toUtf16(std::string_view utf8)
 {
     std::vector<Char16> units;
     units.reserve(utf8.size() + 1);  // the owner may end them with a zero
-    for (size_t at = 0; at < utf8.size();) {
+    const auto isAscii = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
+    const auto ascii = std::find_if_not(utf8.begin(), utf8.end(), isAscii);
+    units.assign(utf8.begin(), ascii);
+    for (auto at = static_cast<size_t>(ascii - utf8.begin()); at < utf8.size();) {
         const auto [code, length] = decodeFirst(utf8.substr(at));
         if (length == 0) throwNotUtf8(utf8, at);
         if (code >= 0x10000) {
@@ -111,10 +114,25 @@ std::vector<Char16> toUtf16(std::string_view utf8)
 
 std::string toUtf8(const String& string, LoneSurrogate lone)
 {
+    std::string text;
+    appendUtf8(text, string, lone);
+    return text;
+}
+
+void appendUtf8(std::string& out, const String& string, LoneSurrogate lone)
+{
     const Char16* const units = string.getChar16Data();
     const Uint32 size = string.size();
-    std::string text;
-    text.reserve(size);
+    // Nearly all texts are ASCII alone: those are copied unit by unit.
+    const std::size_t before = out.size();
+    out.resize(before + size);
+    unsigned all = 0;
+    for (Uint32 i = 0; i < size; ++i) {
+        all |= units[i];
+        out[before + i] = static_cast<char>(units[i]);
+    }
+    if (all < 0x80) return;
+    out.resize(before);
     for (Uint32 i = 0; i < size; ++i) {
         char32_t code = units[i];
         if (code >= 0xD800 && code < 0xDC00 && units[i + 1] >= 0xDC00 && units[i + 1] <= 0xDFFF) {
@@ -122,9 +140,8 @@ std::string toUtf8(const String& string, LoneSurrogate lone)
         } else if (isSurrogate(code) && lone == LoneSurrogate::Replace) {
             code = 0xFFFD;
         }
-        appendUtf8(text, code);
+        appendCharacter(out, code);
     }
-    return text;
 }
 
 String toString(std::string_view utf8)

@@ -29,6 +29,9 @@ enum class LoneSurrogate
     Keep
 };
 std::string toUtf8(const Pegasus::String& text, LoneSurrogate lone = LoneSurrogate::Replace);
+/// Appends the UTF-8 form to a text.
+void appendUtf8(std::string& out, const Pegasus::String& text,
+                LoneSurrogate lone = LoneSurrogate::Replace);
 
 /// As toUtf16; zeros stay.
 Pegasus::String toString(std::string_view utf8);

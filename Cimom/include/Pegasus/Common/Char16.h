@@ -10,8 +10,8 @@ namespace Pegasus
 class Char16
 {
 public:
-    Char16() = default;
-    Char16(Uint16 x) : _code(x) {}
+    constexpr Char16() = default;
+    constexpr Char16(Uint16 x) : _code(x) {}
     operator Uint16() const { return _code; }
 
     friend Boolean operator==(Char16 x, Char16 y) { return x._code == y._code; }

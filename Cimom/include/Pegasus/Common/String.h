@@ -47,9 +47,13 @@ public:
     String(const char* str, Uint32 n);
 
     void clear() { _units.reset(); }
-    Uint32 size() const;
+    Uint32 size() const { return _units.get() ? Uint32(_units.get()->size() - 1) : 0; }
     /// Ends with a zero unit. Valid until the string changes.
-    const Char16* getChar16Data() const;
+    const Char16* getChar16Data() const
+    {
+        static constexpr Char16 terminator;
+        return _units.get() ? _units.get()->data() : &terminator;
+    }
     /// The text in UTF-8.
     CString getCString() const;
     /// The position after the last unit is valid and holds zero.
