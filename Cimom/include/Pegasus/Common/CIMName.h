@@ -18,7 +18,13 @@ public:
     const String& getString() const { return _name; }
     Boolean isNull() const { return _name.size() == 0; }
     void clear() { _name.clear(); }
-    Boolean equal(const Name& name) const { return String::equalNoCase(_name, name._name); }
+    Boolean equal(const Name& name) const
+    {
+        // Most names that are compared differ in length, and most equal ones share their text.
+        return _name.size() == name._name.size() &&
+               (_name.getChar16Data() == name._name.getChar16Data() ||
+                String::equalNoCase(_name, name._name));
+    }
 
     friend Boolean operator==(const Name& name1, const Name& name2) { return name1.equal(name2); }
     friend Boolean operator!=(const Name& name1, const Name& name2) { return !name1.equal(name2); }
