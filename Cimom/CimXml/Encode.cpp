@@ -107,7 +107,8 @@ void appendQualifiers(std::string& out, const Qualifiers& qualifiers)
     }
 }
 
-void appendProperty(std::string& out, const Property& property)
+/// The start of a property's element, up to its value.
+void appendHead(std::string& out, const Property& property)
 {
     const CIMType type = property.value.getType();
     const bool isArray = property.value.isArray();
@@ -122,8 +123,34 @@ void appendProperty(std::string& out, const Property& property)
     if (!isArray && type != CIMTYPE_REFERENCE) appendType(out, "TYPE", type);
     out += ">\n";
     appendQualifiers(out, property.qualifiers);
-    appendValue(out, property.value);
+}
+
+void appendEnd(std::string& out, const Property& property)
+{
+    const std::string_view end = suffix(property.value.getType(), property.value.isArray());
     out.append("</PROPERTY").append(end).append(">\n");
+}
+
+void appendProperty(std::string& out, const Property& property)
+{
+    appendHead(out, property);
+    appendValue(out, property.value);
+    appendEnd(out, property);
+}
+
+/// Whether two names have one text in common.
+bool isShared(const CIMName& a, const CIMName& b)
+{
+    return a.getString().getChar16Data() == b.getString().getChar16Data();
+}
+
+/// Whether two properties surely come from one declaration.
+bool haveOneDeclaration(const Property& a, const Property& b)
+{
+    return isShared(a.name, b.name) && isShared(a.classOrigin, b.classOrigin) &&
+           isShared(a.referenceClassName, b.referenceClassName) &&
+           a.value.typeCompatible(b.value) && a.arraySize == b.arraySize &&
+           a.propagated == b.propagated && a.qualifiers.begin() == b.qualifiers.begin();
 }
 
 void appendParameter(std::string& out, const Parameter& parameter)
@@ -313,13 +340,36 @@ void appendValue(std::string& out, const CIMValue& value)
 
 void appendInstance(std::string& out, const Instance& instance)
 {
+    InstanceWriter().append(out, instance);
+}
+
+void InstanceWriter::append(std::string& out, const Instance& instance)
+{
     out += "<INSTANCE";
     appendName(out, "CLASSNAME", instance.path.getClassName());
     out += " >\n";
     appendQualifiers(out, instance.qualifiers);
-    for (const auto& property : instance.properties)
-        appendProperty(out, *property);
+    if (written_.size() < instance.properties.size()) written_.resize(instance.properties.size());
+    for (std::size_t i = 0; i < instance.properties.size(); ++i)
+        append(out, *instance.properties[i], written_[i]);
     out += "</INSTANCE>\n";
+}
+
+void InstanceWriter::append(std::string& out, const Property& property, Written& before)
+{
+    if (before.text.empty() || !haveOneDeclaration(before.declaration, property)) {
+        before = {property, "", 0};
+        appendHead(before.text, property);
+        before.head = before.text.size();
+        appendEnd(before.text, property);
+    }
+    if (property.value.isNull()) {
+        out += before.text;
+        return;
+    }
+    out.append(before.text, 0, before.head);
+    appendValue(out, property.value);
+    out.append(before.text, before.head);
 }
 
 void appendClass(std::string& out, const Class& cimClass)

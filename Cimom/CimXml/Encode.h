@@ -8,6 +8,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 /// Each function appends one element as UTF-8 text, followed by a line feed.
 namespace cimom::xml
@@ -28,6 +29,27 @@ void appendInstancePath(std::string& out, const CIMObjectPath&);
 void appendValue(std::string& out, const CIMValue&);
 /// INSTANCE with all it carries.
 void appendInstance(std::string& out, const Instance&);
+
+/// Appends instances one after the other. The instances of a class share what their properties are
+/// declared as, so that all of a property but its value is copied from the instance before.
+class InstanceWriter
+{
+public:
+    /// INSTANCE with all it carries.
+    void append(std::string& out, const Instance&);
+
+private:
+    struct Written
+    {
+        Property declaration;  ///< its value counts by its type only
+        std::string text;      ///< the element without a value
+        std::size_t head = 0;  ///< how much of it comes before the value
+    };
+    void append(std::string& out, const Property&, Written&);
+
+    std::vector<Written> written_;  // by the position of the property
+};
+
 /// CLASS with all it carries.
 void appendClass(std::string& out, const Class&);
 /// QUALIFIER.DECLARATION.

@@ -162,10 +162,11 @@ void appendPaths(std::string& out, const Array<CIMObjectPath>& paths)
 
 void appendObjects(std::string& out, const Array<CIMInstance>& objects)
 {
+    xml::InstanceWriter writer;
     for (Uint32 i = 0; i < objects.size(); ++i) {
         out += "<VALUE.OBJECTWITHPATH>\n";
         xml::appendInstancePath(out, objects[i].getPath());
-        xml::appendInstance(out, objects[i].object());
+        writer.append(out, objects[i].object());
         out += "</VALUE.OBJECTWITHPATH>\n";
     }
 }
@@ -225,10 +226,11 @@ const Operation operations[] = {
      [](const Call& c, std::string& out) {
          const auto found = c.broker.enumerateInstances(c.user, c.nameSpace, c.requiredClassName(),
                                                         c.deep(true), c.instanceView());
+         xml::InstanceWriter writer;
          for (Uint32 i = 0; i < found.size(); ++i) {
              out += "<VALUE.NAMEDINSTANCE>\n";
              xml::appendInstanceName(out, found[i].getPath());
-             xml::appendInstance(out, found[i].object());
+             writer.append(out, found[i].object());
              out += "</VALUE.NAMEDINSTANCE>\n";
          }
      }},

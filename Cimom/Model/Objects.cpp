@@ -49,12 +49,20 @@ bool identical(const Instance& a, const Instance& b)
                       [](const auto& x, const auto& y) { return identical(*x, *y); });
 }
 
+/// A copy that belongs to no class.
+std::shared_ptr<Property> clone(const Property& property)
+{
+    auto copy = std::make_shared<Property>(property);
+    copy->isOfClass = false;
+    return copy;
+}
+
 /// A copy that shares no property.
 std::shared_ptr<Instance> clone(const Instance& instance)
 {
     auto copy = std::make_shared<Instance>(instance);
     for (auto& property : copy->properties)
-        property = std::make_shared<Property>(*property);
+        property = clone(*property);
     return copy;
 }
 
@@ -196,7 +204,7 @@ Boolean PropertyHandle<Property>::identical(const CIMConstProperty& x) const
 template <class Property>
 CIMProperty PropertyHandle<Property>::clone() const
 {
-    return CIMProperty(std::make_shared<cimom::Property>(this->object()));
+    return CIMProperty(cimom::clone(this->object()));
 }
 
 template class PropertyHandle<cimom::Property>;
@@ -227,7 +235,9 @@ Uint32 InstanceHandle::findProperty(const CIMName& name) const
 
 CIMProperty InstanceHandle::getProperty(Uint32 index)
 {
-    return CIMProperty(cimom::at(object().properties, index));
+    if (cimom::at(object().properties, index)->isOfClass)
+        object().properties[index] = cimom::clone(*object().properties[index]);
+    return CIMProperty(object().properties[index]);
 }
 
 CIMConstProperty InstanceHandle::getProperty(Uint32 index) const
@@ -360,17 +370,39 @@ Uint32 CIMClass::getPropertyCount() const
     return Uint32(object().properties.size());
 }
 
+/// Those without qualifiers and class origins.
+static const std::vector<std::shared_ptr<cimom::Property>>& firstProperties(
+    const cimom::Class& cimClass)
+{
+    cimom::FirstProperties& first = cimClass.firstProperties;
+    std::call_once(first.made, [&] {
+        for (const auto& declared : cimClass.properties) {
+            auto property = std::make_shared<cimom::Property>(*declared);
+            property->qualifiers = cimom::Qualifiers();
+            property->classOrigin.clear();
+            property->isOfClass = true;
+            first.list.push_back(std::move(property));
+        }
+    });
+    return first.list;
+}
+
 CIMInstance CIMClass::buildInstance(Boolean includeQualifiers, Boolean includeClassOrigin,
                                     const CIMPropertyList& propertyList) const
 {
     CIMInstance instance(getClassName());
     if (includeQualifiers) instance.object().qualifiers = object().qualifiers;
-    for (const auto& property : object().properties) {
-        if (!propertyList.useThisProperty(property->name)) continue;
-        auto copy = std::make_shared<cimom::Property>(*property);
+    const auto& first = firstProperties(object());
+    auto& properties = instance.object().properties;
+    properties.reserve(first.size());
+    for (std::size_t i = 0; i < first.size(); ++i) {
+        if (!propertyList.useThisProperty(first[i]->name)) continue;
+        properties.push_back(first[i]);
+        if (!includeQualifiers && !includeClassOrigin) continue;
+        auto copy = std::make_shared<cimom::Property>(*object().properties[i]);
         if (!includeQualifiers) copy->qualifiers = cimom::Qualifiers();
         if (!includeClassOrigin) copy->classOrigin.clear();
-        instance.object().properties.push_back(std::move(copy));
+        properties.back() = std::move(copy);
     }
     return instance;
 }
