@@ -370,39 +370,22 @@ Uint32 CIMClass::getPropertyCount() const
     return Uint32(object().properties.size());
 }
 
-/// Those without qualifiers and class origins.
-static const std::vector<std::shared_ptr<cimom::Property>>& firstProperties(
-    const cimom::Class& cimClass)
-{
-    cimom::FirstProperties& first = cimClass.firstProperties;
-    std::call_once(first.made, [&] {
-        for (const auto& declared : cimClass.properties) {
-            auto property = std::make_shared<cimom::Property>(*declared);
-            property->qualifiers = cimom::Qualifiers();
-            property->classOrigin.clear();
-            property->isOfClass = true;
-            first.list.push_back(std::move(property));
-        }
-    });
-    return first.list;
-}
-
 CIMInstance CIMClass::buildInstance(Boolean includeQualifiers, Boolean includeClassOrigin,
                                     const CIMPropertyList& propertyList) const
 {
     CIMInstance instance(getClassName());
     if (includeQualifiers) instance.object().qualifiers = object().qualifiers;
-    const auto& first = firstProperties(object());
     auto& properties = instance.object().properties;
-    properties.reserve(first.size());
-    for (std::size_t i = 0; i < first.size(); ++i) {
-        if (!propertyList.useThisProperty(first[i]->name)) continue;
-        properties.push_back(first[i]);
-        if (!includeQualifiers && !includeClassOrigin) continue;
-        auto copy = std::make_shared<cimom::Property>(*object().properties[i]);
-        if (!includeQualifiers) copy->qualifiers = cimom::Qualifiers();
-        if (!includeClassOrigin) copy->classOrigin.clear();
-        properties.back() = std::move(copy);
+    properties.reserve(object().properties.size());
+    for (const auto& declared : object().properties) {
+        if (!propertyList.useThisProperty(declared->name)) continue;
+        const bool hidesQualifiers = !includeQualifiers && !declared->qualifiers.empty();
+        const bool hidesOrigin = !includeClassOrigin && !declared->classOrigin.isNull();
+        properties.push_back(std::const_pointer_cast<cimom::Property>(declared));
+        if (declared->isOfClass && !hidesQualifiers && !hidesOrigin) continue;
+        properties.back() = cimom::clone(*declared);
+        if (hidesQualifiers) properties.back()->qualifiers = cimom::Qualifiers();
+        if (hidesOrigin) properties.back()->classOrigin.clear();
     }
     return instance;
 }

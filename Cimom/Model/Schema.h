@@ -10,7 +10,6 @@
 #include <Pegasus/Common/Config.h>
 
 #include <memory>
-#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -103,19 +102,7 @@ struct Property
     CIMName classOrigin;
     bool propagated = false;
     Qualifiers qualifiers;
-    bool isOfClass = false;  ///< shared by instances, each of which takes a copy before a change
-};
-
-/// The properties that new instances of a class begin with, made at the first use. Never copied: a
-/// copy of the class may come to have others.
-struct FirstProperties
-{
-    FirstProperties() = default;
-    FirstProperties(const FirstProperties&) {}
-    FirstProperties& operator=(const FirstProperties&) = delete;
-
-    std::once_flag made;
-    std::vector<std::shared_ptr<Property>> list;
+    bool isOfClass = false;  ///< never changes; instances that share it take a copy before a change
 };
 
 struct Parameter
@@ -147,7 +134,6 @@ struct Class
     Qualifiers qualifiers;
     std::vector<std::shared_ptr<const Property>> properties;
     std::vector<std::shared_ptr<const Method>> methods;
-    mutable FirstProperties firstProperties;
 
     const CIMName& name() const { return path.getClassName(); }
     bool isAssociation() const { return qualifiers.isTrue("Association"); }

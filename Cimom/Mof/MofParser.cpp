@@ -269,6 +269,7 @@ private:
             added->arraySize = declared.arraySize;
             added->referenceClassName = declared.referenceClass;
             added->qualifiers = qualifiers;
+            added->isOfClass = true;
             owner.properties.push_back(std::move(added));
         }
     }
