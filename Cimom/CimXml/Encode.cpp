@@ -216,7 +216,7 @@ void appendKeyBinding(std::string& out, const CIMKeyBinding& key)
     appendName(out, "NAME", key.getName());
     out += ">\n";
     if (key.getType() == CIMKeyBinding::REFERENCE) {
-        appendReference(out, CIMObjectPath(key.getValue()));
+        appendReference(out, key.reference() ? *key.reference() : CIMObjectPath(key.getValue()));
     } else {
         const bool numeric = key.getType() == CIMKeyBinding::NUMERIC;
         const bool boolean = key.getType() == CIMKeyBinding::BOOLEAN;

@@ -5,6 +5,7 @@
 #include <Pegasus/Common/CIMValue.h>
 
 #include <algorithm>
+#include <cstring>
 
 namespace Pegasus
 {
@@ -22,10 +23,15 @@ std::string canonicalNumber(const String& value)
     return cimom::toUtf8(value);
 }
 
-bool isSameReference(const String& x, const String& y)
+CIMObjectPath referenceOf(const CIMKeyBinding& key)
+{
+    return key.reference() ? *key.reference() : CIMObjectPath(key.getValue());
+}
+
+bool isSameReference(const CIMKeyBinding& x, const CIMKeyBinding& y)
 {
     try {
-        return CIMObjectPath(x).identical(CIMObjectPath(y));
+        return referenceOf(x).identical(referenceOf(y));
     } catch (const MalformedObjectNameException&) {
         return false;
     }
@@ -56,6 +62,43 @@ bool nameIsLess(const CIMKeyBinding& x, const CIMKeyBinding& y)
     return String::compareNoCase(x.getName().getString(), y.getName().getString()) < 0;
 }
 
+/// Collects the units of a text.
+class TextWriter
+{
+public:
+    TextWriter& operator<<(const String& text)
+    {
+        append(text.getChar16Data(), text.getChar16Data() + text.size());
+        return *this;
+    }
+    TextWriter& operator<<(const char* text)
+    {
+        _units.insert(_units.end(), text, text + std::strlen(text));
+        return *this;
+    }
+    /// With a backslash before each quote and each backslash.
+    void appendEscaped(const String& text)
+    {
+        const auto isSpecial = [](Uint16 unit) { return unit == '"' || unit == '\\'; };
+        const Char16* begin = text.getChar16Data();
+        const Char16* const end = begin + text.size();
+        for (;;) {
+            const Char16* const special = std::find_if(begin, end, isSpecial);
+            append(begin, special);
+            if (special == end) return;
+            _units.emplace_back('\\');
+            _units.push_back(*special);
+            begin = special + 1;
+        }
+    }
+    String string() const { return String(_units.data(), Uint32(_units.size())); }
+
+private:
+    void append(const Char16* begin, const Char16* end) { _units.insert(_units.end(), begin, end); }
+
+    std::vector<Char16> _units;
+};
+
 }  // namespace
 
 CIMKeyBinding::CIMKeyBinding(const CIMName& name, const String& value, Type type)
@@ -66,6 +109,13 @@ CIMKeyBinding::CIMKeyBinding(const CIMName& name, const String& value, Type type
 CIMKeyBinding::CIMKeyBinding(const CIMName& name, const CIMValue& value)
     : _name(name), _value(value.toString()), _type(keyTypeOf(value))
 {
+}
+
+CIMKeyBinding::CIMKeyBinding(const CIMName& name,
+                             const std::shared_ptr<const CIMObjectPath>& reference)
+    : CIMKeyBinding(name, reference->toString(), REFERENCE)
+{
+    _reference = reference;
 }
 
 Boolean operator==(const CIMKeyBinding& x, const CIMKeyBinding& y)
@@ -80,7 +130,7 @@ Boolean operator==(const CIMKeyBinding& x, const CIMKeyBinding& y)
         case CIMKeyBinding::NUMERIC:
             return canonicalNumber(a) == canonicalNumber(b);
         case CIMKeyBinding::REFERENCE:
-            return isSameReference(a, b);
+            return isSameReference(x, y);
         default:
             return false;
     }
@@ -99,9 +149,9 @@ void CIMObjectPath::setKeyBindings(const Array<CIMKeyBinding>& keyBindings)
     Array<CIMKeyBinding> keys(keyBindings);  // shares the storage until something is to be changed
     for (Uint32 i = 0; i < keyBindings.size(); ++i) {
         const CIMKeyBinding& key = keyBindings[i];
-        if (key.getType() != CIMKeyBinding::REFERENCE) continue;
-        const String value = CIMObjectPath(key.getValue()).toString();
-        if (value != key.getValue()) keys[i] = CIMKeyBinding(key.getName(), value, key.getType());
+        if (key.getType() != CIMKeyBinding::REFERENCE || key.reference()) continue;
+        keys[i] =
+            CIMKeyBinding(key.getName(), std::make_shared<const CIMObjectPath>(key.getValue()));
     }
     _keyBindings = keys;
     sortKeys();
@@ -117,24 +167,20 @@ void CIMObjectPath::sortKeys()
 
 String CIMObjectPath::toString() const
 {
-    String text;
-    if (_host.size() > 0) text.append("//").append(_host).append("/");
-    if (_host.size() > 0 || !_nameSpace.isNull()) text.append(_nameSpace.getString()).append(":");
-    text.append(_className.getString());
-    for (Uint32 i = 0; i < _keyBindings.size(); ++i) {
-        const CIMKeyBinding& key = _keyBindings[i];
-        const String& value = key.getValue();
-        const bool hasQuotes =
-            key.getType() == CIMKeyBinding::STRING || key.getType() == CIMKeyBinding::REFERENCE;
-        text.append(i == 0 ? "." : ",").append(key.getName().getString());
-        text.append(hasQuotes ? "=\"" : "=");
-        for (Uint32 c = 0; c < value.size(); ++c) {
-            if (value[c] == '"' || value[c] == '\\') text.append(Char16('\\'));
-            text.append(value[c]);
-        }
-        if (hasQuotes) text.append(Char16('"'));
+    TextWriter text;
+    if (_host.size() > 0) text << "//" << _host << "/";
+    if (_host.size() > 0 || !_nameSpace.isNull()) text << _nameSpace.getString() << ":";
+    text << _className.getString();
+    const CIMKeyBinding* const first = _keyBindings.getData();
+    for (const CIMKeyBinding* key = first; key != first + _keyBindings.size(); ++key) {
+        const bool isQuoted =
+            key->getType() == CIMKeyBinding::STRING || key->getType() == CIMKeyBinding::REFERENCE;
+        text << (key == first ? "." : ",") << key->getName().getString();
+        text << (isQuoted ? "=\"" : "=");
+        text.appendEscaped(key->getValue());
+        if (isQuoted) text << "\"";
     }
-    return text;
+    return text.string();
 }
 
 Boolean CIMObjectPath::identical(const CIMObjectPath& x) const

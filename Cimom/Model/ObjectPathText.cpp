@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <optional>
 
 namespace Pegasus
 {
@@ -91,6 +90,8 @@ bool isPort(const std::string& text)
 /// A host name, an IPv4 address or an IPv6 address in brackets, each with an optional port.
 bool isHost(const String& locator)
 {
+    thread_local String last;  // nearly all paths name one host
+    if (locator == last) return true;
     const std::string text = toUtf8(locator);
     const bool isBracketed = text[0] == '[';
     const size_t hostEnd = std::min(isBracketed ? text.find(']') + 1 : text.find(':'), text.size());
@@ -100,7 +101,9 @@ bool isHost(const String& locator)
                     : !isIPv4(host) && !isHostName(host)) {
         return false;
     }
-    return rest.empty() || (rest[0] == ':' && isPort(rest.substr(1)));
+    if (!rest.empty() && (rest[0] != ':' || !isPort(rest.substr(1)))) return false;
+    last = locator;
+    return true;
 }
 
 }  // namespace
@@ -155,7 +158,7 @@ private:
     /// Stays at the slash after the host, which begins the namespace.
     String host()
     {
-        if (_text.find("//") != 0) return String();
+        if (_text[0] != '/' || _text[1] != '/') return String();
         _at = 2;
         if (next('/') == PEG_NOT_FOUND) fail("missing slash after hostname");
         String host = take('/');
@@ -172,25 +175,38 @@ private:
             if (hasHost) fail("host specified, missing namespace");
             return CIMNamespaceName();
         }
-        const String name = take(':');
-        if (!CIMNamespaceName::legal(name)) fail("invalid namespace name");
-        return name;
+        try {
+            return take(':');
+        } catch (const InvalidNamespaceNameException&) {
+            fail("invalid namespace name");
+        }
     }
 
     CIMName className()
     {
         const String name = take('.');
-        if (!CIMName::legal(name)) fail("class name " + name + " not a legal CIM name");
-        return name;
+        try {
+            return name;
+        } catch (const InvalidNameException&) {
+            fail("class name " + name + " not a legal CIM name");
+        }
     }
 
     /// Goes behind the comma after the key.
     CIMKeyBinding key()
     {
         if (next('=') == PEG_NOT_FOUND) failKey("missing equal sign");
-        const String name = take('=');
-        if (!CIMName::legal(name)) failKey("invalid key name:" + name);
+        const CIMName name = keyName(take('='));
         return isAt('"') ? quoted(name) : unquoted(name);
+    }
+
+    CIMName keyName(const String& text) const
+    {
+        try {
+            return text;
+        } catch (const InvalidNameException&) {
+            failKey("invalid key name:" + text);
+        }
     }
 
     CIMKeyBinding unquoted(const CIMName& name)
@@ -213,38 +229,40 @@ private:
 
     CIMKeyBinding quoted(const CIMName& name)
     {
-        String value;
-        for (++_at; !isAt('"'); ++_at) {
+        std::vector<Char16> units;
+        const Char16* const text = _text.getChar16Data();  // ends with a zero
+        for (++_at; text[_at] != '"'; ++_at) {
             if (_at == _text.size()) failKey("missing quote in key value");
-            if (isAt('\\')) {
+            if (text[_at] == '\\') {
                 ++_at;
-                if (!isAt('\\') && !isAt('"')) failKey("malformed value");
+                if (text[_at] != '\\' && text[_at] != '"') failKey("malformed value");
             }
-            value.append(_text[_at]);
+            units.push_back(text[_at]);
         }
+        const String value(units.data(), Uint32(units.size()));
         ++_at;
         if (_at < _text.size() && !isAt(',')) {
             failKey("next key-value pair has to start with comma");
         }
         _at = std::min(_at + 1, _text.size());
-        if (const auto reference = canonicalReference(value))
-            return {name, *reference, CIMKeyBinding::REFERENCE};
+        if (const auto reference = this->reference(value)) return {name, reference};
         return {name, value, CIMKeyBinding::STRING};
     }
 
     /// Text in quotes may be a string or a reference; a reference it is if it reads as one that
-    /// has keys. Its canonical form, or nothing for a string.
-    std::optional<String> canonicalReference(const String& value) const
+    /// has keys. Null for a string.
+    std::shared_ptr<const CIMObjectPath> reference(const String& value) const
     {
-        if (value.find(Char16('=')) == PEG_NOT_FOUND) return std::nullopt;
+        if (value.find(Char16('=')) == PEG_NOT_FOUND) return nullptr;
         try {
-            const CIMObjectPath path = ObjectPathReader(value, _level + 1).path();
-            if (path.getKeyBindings().size() == 0) return std::nullopt;
-            if (_level < mostReferenceLevels) return path.toString();
+            const auto path =
+                std::make_shared<const CIMObjectPath>(ObjectPathReader(value, _level + 1).path());
+            if (path->getKeyBindings().size() == 0) return nullptr;
+            if (_level < mostReferenceLevels) return path;
         } catch (const NestedTooDeeply&) {
             throw;
         } catch (const MalformedObjectNameException&) {
-            return std::nullopt;
+            return nullptr;
         }
         throw NestedTooDeeply(
             malformed(_whole.subString(0, 100) + "...",

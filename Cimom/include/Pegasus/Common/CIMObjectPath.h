@@ -4,9 +4,12 @@
 #include <Pegasus/Common/Array.h>
 #include <Pegasus/Common/CIMName.h>
 
+#include <memory>
+
 namespace Pegasus
 {
 
+class CIMObjectPath;
 class CIMValue;
 class ObjectPathReader;
 
@@ -31,11 +34,18 @@ public:
     const CIMName& getName() const { return _name; }
     const String& getValue() const { return _value; }
     Type getType() const { return _type; }
+    /// Of a reference that is a key of a path: what its value reads as. Null otherwise.
+    const CIMObjectPath* reference() const { return _reference.get(); }
 
 private:
+    friend class CIMObjectPath;
+    friend class ObjectPathReader;
+    CIMKeyBinding(const CIMName& name, const std::shared_ptr<const CIMObjectPath>& reference);
+
     CIMName _name;
     String _value;
     Type _type = STRING;
+    std::shared_ptr<const CIMObjectPath> _reference;
 };
 
 /// Same name without case, same kind, same value: numbers by value, booleans without case,
