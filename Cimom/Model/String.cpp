@@ -11,15 +11,12 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
-#include <functional>
 
 namespace Pegasus
 {
 
 namespace
 {
-
-using Units = std::vector<Char16>;
 
 template <class T>
 const T* notNull(const T* text)
@@ -76,6 +73,27 @@ Uint32 position(const Char16* begin, const Char16* found, const Char16* end)
 
 }  // namespace
 
+Char16* detail::Units::resize(Uint32 size)
+{
+    const bool isOwn = _node && _node->references.load(std::memory_order_acquire) == 1;
+    if (size == 0) {
+        reset();
+        return nullptr;
+    }
+    if (!isOwn || _node->capacity < size) {
+        // One that grows will grow further.
+        const Uint32 capacity = _node && size > _node->size ? size + size / 2 : size;
+        void* const memory = ::operator new(sizeof(Node) + (capacity + 1) * sizeof(Char16));
+        Node* const node = new (memory) Node{{1}, size, capacity};
+        std::copy(data(), data() + std::min(this->size(), size), unitsOf(node));
+        reset();
+        _node = node;
+    }
+    _node->size = size;
+    unitsOf(_node)[size] = Char16();
+    return unitsOf(_node);
+}
+
 const String String::EMPTY;
 
 String::String(const Char16* str) : String(str, length(notNull(str))) {}
@@ -90,10 +108,12 @@ String::String(const char* str) : String(str, Uint32(std::strlen(notNull(str))))
 String::String(const char* str, Uint32 n)
 {
     notNull(str);
-    if (n == 0) return;
-    Units units = cimom::toUtf16({str, n});
-    units.emplace_back();
-    _units = detail::CopyOnWrite<Units>(std::move(units));
+    if (cimom::isAscii({str, n})) {
+        std::copy(str, str + n, _units.resize(n));
+    } else {
+        const std::vector<Char16> units = cimom::toUtf16({str, n});
+        append(units.data(), Uint32(units.size()));
+    }
 }
 
 CString String::getCString() const
@@ -111,15 +131,9 @@ String& String::append(const Char16* str, Uint32 n)
 {
     notNull(str);
     if (n == 0) return *this;
-    const std::less<> isBefore;
-    const Char16* const data = getChar16Data();
-    if (!isBefore(str, data) && isBefore(str, data + size())) {
-        const Units part(str, str + n);
-        return append(part.data(), n);
-    }
-    Units& own = _units.write();
-    if (own.empty()) own.emplace_back();
-    own.insert(own.end() - 1, str, str + n);
+    const Uint32 before = size();
+    const detail::Units kept = _units;  // of which the text may be a part
+    std::copy(str, str + n, _units.resize(before + n) + before);
     return *this;
 }
 
@@ -129,8 +143,9 @@ void String::remove(Uint32 index, Uint32 size)
     if (size == PEG_NOT_FOUND) size = length - std::min(index, length);
     if (index > length || size > length - index) throw IndexOutOfBoundsException();
     if (size == 0) return;
-    Units& own = _units.write();
-    own.erase(own.begin() + index, own.begin() + index + size);
+    Char16* const units = _units.resize(length);
+    std::copy(units + index + size, units + length, units + index);
+    _units.resize(length - size);
 }
 
 String String::subString(Uint32 index, Uint32 n) const
@@ -158,9 +173,9 @@ Uint32 String::find(const String& s) const
 
 void String::toLower()
 {
-    if (size() == 0) return;
-    for (Char16& c : _units.write())
-        c = lower(c);
+    const Uint32 size = this->size();
+    Char16* const units = _units.resize(size);
+    std::transform(units, units + size, units, lower);
 }
 
 void String::appendPrintf(const char* format, ...)

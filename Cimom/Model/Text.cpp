@@ -93,11 +93,8 @@ void appendCharacter(std::string& text, char32_t code)
 std::vector<Char16> toUtf16(std::string_view utf8)
 {
     std::vector<Char16> units;
-    units.reserve(utf8.size() + 1);  // the owner may end them with a zero
-    const auto isAscii = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
-    const auto ascii = std::find_if_not(utf8.begin(), utf8.end(), isAscii);
-    units.assign(utf8.begin(), ascii);
-    for (auto at = static_cast<size_t>(ascii - utf8.begin()); at < utf8.size();) {
+    units.reserve(utf8.size());
+    for (size_t at = 0; at < utf8.size();) {
         const auto [code, length] = decodeFirst(utf8.substr(at));
         if (length == 0) throwNotUtf8(utf8, at);
         if (code >= 0x10000) {

@@ -36,6 +36,15 @@ void appendUtf8(std::string& out, const Pegasus::String& text,
 /// As toUtf16; zeros stay.
 Pegasus::String toString(std::string_view utf8);
 
+/// True for text of ASCII characters only.
+inline bool isAscii(std::string_view text)
+{
+    unsigned char all = 0;
+    for (const char c : text)
+        all |= static_cast<unsigned char>(c);
+    return all < 0x80;
+}
+
 /// True for well-formed UTF-8: neither overlong nor beyond U+10FFFF, no surrogates.
 bool isUtf8(std::string_view text);
 

@@ -1,8 +1,7 @@
 // Strings of UTF-16 code units.
 #pragma once
 
-#include <Pegasus/Common/Char16.h>
-#include <Pegasus/Common/CopyOnWrite.h>
+#include <Pegasus/Common/Units.h>
 
 #include <memory>
 #include <string>
@@ -47,13 +46,9 @@ public:
     String(const char* str, Uint32 n);
 
     void clear() { _units.reset(); }
-    Uint32 size() const { return _units.get() ? Uint32(_units.get()->size() - 1) : 0; }
+    Uint32 size() const { return _units.size(); }
     /// Ends with a zero unit. Valid until the string changes.
-    const Char16* getChar16Data() const
-    {
-        static constexpr Char16 terminator;
-        return _units.get() ? _units.get()->data() : &terminator;
-    }
+    const Char16* getChar16Data() const { return _units.data(); }
     /// The text in UTF-8.
     CString getCString() const;
     /// The position after the last unit is valid and holds zero.
@@ -80,8 +75,7 @@ public:
     static Boolean equalNoCase(const String& s1, const String& s2);
 
 private:
-    // The units and a terminating zero; nothing for the empty string.
-    detail::CopyOnWrite<std::vector<Char16>> _units;
+    detail::Units _units;
 };
 
 inline Boolean operator==(const String& str1, const String& str2)
