@@ -4,13 +4,22 @@
 
 #include <algorithm>
 #include <array>
+#include <string_view>
 #include <sys/socket.h>
+#include <vector>
 
 namespace cimom
 {
 
-Connections::Connections(const ConnectionLimits& limits, bool plain)
-    : limits_(limits), plain_(plain), watcher_([this] { watch(); })
+namespace
+{
+
+const char* const tooMany = "Too many connections.";
+
+}  // namespace
+
+Connections::Connections(const ConnectionLimits& limits, bool plain, std::function<void()> tick)
+    : limits_(limits), plain_(plain), tick_(std::move(tick)), watcher_([this] { watch(); })
 {
 }
 
@@ -24,7 +33,9 @@ Connection* Connections::open(int socket, const std::string& peer)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
     const std::string refusal = refusalOf(peer);
-    Connection& connection = open_.emplace(socket, Connection{socket, peer, refusal}).first->second;
+    const auto deadline = std::chrono::steady_clock::now() + limits_.timeout;
+    Connection& connection =
+        open_.emplace(socket, Connection{socket, peer, refusal, deadline, ++opened_}).first->second;
     if (refusal.empty()) return &connection;
     end(connection, 503, refusal);
     // Nobody may work on what has come already, and unread bytes would take the reply from the
@@ -35,13 +46,40 @@ Connection* Connections::open(int socket, const std::string& peer)
     return &connection;
 }
 
-std::string Connections::refusalOf(const std::string& peer) const
+std::string Connections::refusalOf(const std::string& peer)
 {
     if (stopping_) return "The server is shutting down.";
-    const auto ofPeer = std::count_if(open_.begin(), open_.end(),
-                                      [&](const auto& entry) { return entry.second.peer == peer; });
-    const bool room = open_.size() < limits_.most && ofPeer < limits_.mostPerAddress;
-    return room ? "" : "Too many connections.";
+    const bool room = hasRoom(&peer, limits_.mostPerAddress) && hasRoom(nullptr, limits_.most);
+    return room ? "" : tooMany;
+}
+
+/// Whether there are fewer connections than that of the peer (null: of all), if need be after one
+/// is displaced.
+bool Connections::hasRoom(const std::string* peer, unsigned most)
+{
+    const auto used = std::count_if(open_.begin(), open_.end(), [&](const auto& entry) {
+        return entry.second.stage != Stage::Ended && (!peer || entry.second.peer == *peer);
+    });
+    return used < most || displaceOne(peer);
+}
+
+/// Ends the oldest connection that was never accepted, of the peer (null: of the one that has most
+/// of these). False when there is none.
+bool Connections::displaceOne(const std::string* peer)
+{
+    std::map<std::string_view, std::vector<Connection*>> strangers;
+    for (auto& [socket, connection] : open_) {
+        if (connection.accepted || connection.stage == Stage::Ended) continue;
+        if (!peer || connection.peer == *peer) strangers[connection.peer].push_back(&connection);
+    }
+    if (strangers.empty()) return false;
+    const auto fewer = [](const auto& a, const auto& b) {
+        return a.second.size() < b.second.size();
+    };
+    const auto& most = std::max_element(strangers.begin(), strangers.end(), fewer)->second;
+    const auto older = [](const auto* a, const auto* b) { return a->number < b->number; };
+    end(**std::min_element(most.begin(), most.end(), older), 503, tooMany);
+    return true;
 }
 
 void Connections::close(Connection* connection)
@@ -51,14 +89,25 @@ void Connections::close(Connection* connection)
     changed_.notify_all();
 }
 
-bool Connections::enter(Connection* connection, Stage stage)
+bool Connections::enter(Connection* connection, Stage stage, std::size_t replySize)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
-    if (stopping_ && stage == Stage::Working) return false;
+    const bool ended = connection->stage == Stage::Ended;
+    const bool begins = stage == Stage::Checking || stage == Stage::Working;
+    if (ended || (stopping_ && begins)) return !begins;
     connection->stage = stage;
-    connection->since = std::chrono::steady_clock::now();
+    connection->asked = true;
+    connection->accepted |= stage == Stage::Working;
+    connection->deadline = std::chrono::steady_clock::now() + limits_.timeout +
+                           std::chrono::seconds(replySize / limits_.slowestReader);
     if (stopping_) changed_.notify_all();
     return true;
+}
+
+void Connections::hold(Connection* connection, std::chrono::milliseconds time)
+{
+    std::unique_lock<std::mutex> lock(mutex_);
+    changed_.wait_for(lock, time, [&] { return stopping_ || connection->stage == Stage::Ended; });
 }
 
 bool Connections::any(Stage stage) const
@@ -83,25 +132,30 @@ void Connections::watch()
 {
     std::unique_lock<std::mutex> lock(mutex_);
     while (!changed_.wait_for(lock, std::chrono::milliseconds(250), [this] { return stopping_; })) {
-        const auto latest = std::chrono::steady_clock::now() - limits_.timeout;
+        const auto now = std::chrono::steady_clock::now();
         for (auto& [socket, connection] : open_) {
-            if (connection.since > latest) continue;
-            if (connection.stage == Stage::Idle) end(connection, 0, "");
-            if (connection.stage == Stage::New || connection.stage == Stage::Receiving)
-                end(connection, 408, "");
+            const Stage stage = connection.stage;
+            const bool ours = stage == Stage::Checking || stage == Stage::Working;
+            if (ours || stage == Stage::Ended || connection.deadline > now) continue;
+            const bool incomplete = stage == Stage::New || stage == Stage::Receiving;
+            end(connection, incomplete ? 408 : 0, "");
         }
+        lock.unlock();
+        tick_();
+        lock.lock();
     }
 }
 
 /// Ends the connection; with a status its peer is told so, if it understands.
 void Connections::end(Connection& connection, int status, const std::string& detail)
 {
-    if (plain_ && status != 0) {
+    if (plain_ && status != 0 && connection.stage != Stage::Sending) {
         const std::string reply = plainText(plainReply(status, detail, true));
         send(connection.socket, reply.data(), reply.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
     }
     shutdown(connection.socket, SHUT_RDWR);
     connection.stage = Stage::Ended;
+    changed_.notify_all();
 }
 
 }  // namespace cimom

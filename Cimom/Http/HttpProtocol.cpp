@@ -3,7 +3,10 @@
 #include "Model/Text.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstdlib>
+#include <cstring>
+#include <functional>
 #include <gnutls/gnutls.h>
 #include <memory>
 
@@ -89,6 +92,61 @@ HttpReply cimErrorReply(int status, const std::string& cimError, const std::stri
     return reply;
 }
 
+/// The fields that say where a body ends. Of several, the library looks at one only.
+struct Framing
+{
+    std::vector<std::string_view> lengths;
+    std::vector<std::string_view> codings;
+    bool malformed = false;  ///< some field could be meant as one of these
+};
+
+/// Adds a field to a Framing, which `framing` points to.
+MHD_Result addToFraming(void* framing, MHD_ValueKind, const char* nameText, const char* valueText)
+{
+    static const std::string_view marks = "!#$%&'*+-.^_`|~";
+    auto& [lengths, codings, malformed] = *static_cast<Framing*>(framing);
+    const std::string_view name = nameText;
+    const std::string_view value = valueText ? valueText : "";
+    const auto isOdd = [](unsigned char c) {
+        return !std::isalnum(c) && marks.find(static_cast<char>(c)) == marks.npos;
+    };
+    const auto isControl = [](unsigned char c) { return c != '\t' && std::iscntrl(c); };
+    malformed |= std::any_of(name.begin(), name.end(), isOdd) ||
+                 std::any_of(value.begin(), value.end(), isControl);
+    for (auto& [known, values] :
+         {std::pair("Content-Length", &lengths), std::pair("Transfer-Encoding", &codings)}) {
+        const std::size_t size = std::strlen(known);
+        if (!equalNoCase(name.substr(0, size), known)) continue;
+        values->push_back(value);
+        // The library appends a value that is continued on a new line to the name.
+        malformed |= name.size() != size;
+    }
+    return MHD_YES;
+}
+
+std::optional<HttpReply> refuseFraming(MHD_Connection* connection, std::size_t maxBody)
+{
+    const auto refusal = [](int status, const char* detail) {
+        return plainReply(status, detail, true);
+    };
+    Framing framing;
+    MHD_get_connection_values(connection, MHD_HEADER_KIND, &addToFraming, &framing);
+    const auto& [lengths, codings, malformed] = framing;
+    if (malformed) return refusal(400, "A header field is malformed.");
+    if (lengths.empty() && codings.empty())
+        return refusal(411, "The request needs a Content-Length header or a chunked body.");
+    if (!lengths.empty() && !codings.empty())
+        return refusal(400, "Content-Length and Transfer-Encoding exclude each other.");
+    if (std::adjacent_find(lengths.begin(), lengths.end(), std::not_equal_to<>()) != lengths.end())
+        return refusal(400, "There are Content-Length headers that differ.");
+    if (codings.size() > 1 || (!codings.empty() && !equalNoCase(codings[0], "chunked")))
+        return refusal(501, "The only transfer coding known here is chunked.");
+    // The library has refused what is no number.
+    if (!lengths.empty() && std::strtoull(lengths[0].data(), nullptr, 10) > maxBody)
+        return tooLargeReply(maxBody);
+    return std::nullopt;
+}
+
 }  // namespace
 
 HttpReply plainReply(int status, const std::string& detail, bool close)
@@ -104,10 +162,19 @@ HttpReply tooLargeReply(std::size_t maxBody)
                       true);
 }
 
-HttpReply unauthorizedReply(const std::string& realm, bool given)
+HttpReply unauthorizedReply(const std::string& realm, const std::string& detail)
 {
-    HttpReply reply = plainReply(401, given ? "" : "User Unauthorized");
+    HttpReply reply = plainReply(401, detail);
     reply.fields.emplace_back("WWW-Authenticate", "Basic realm=\"" + realm + "\"");
+    return reply;
+}
+
+HttpReply tooManyLoginsReply()
+{
+    HttpReply reply = plainReply(503,
+                                 "Too many logins from this address wait for their check. Try "
+                                 "again in a second.");
+    reply.fields.emplace_back("Retry-After", "1");
     return reply;
 }
 
@@ -141,14 +208,7 @@ std::optional<HttpReply> refuseAtOnce(MHD_Connection* connection, std::string_vi
     }
     if (verb == "OPTIONS") return plainReply(400, "", true);
     if (verb != "POST") return plainReply(501, "", true);
-    const char* length = field(connection, "Content-Length");
-    if (!length && !field(connection, "Transfer-Encoding")) {
-        return plainReply(411, "The request needs a Content-Length header or a chunked body.",
-                          true);
-    }
-    // The library has refused what is no number.
-    if (length && std::strtoull(length, nullptr, 10) > maxBody) return tooLargeReply(maxBody);
-    return std::nullopt;
+    return refuseFraming(connection, maxBody);
 }
 
 std::optional<HttpReply> refuseFields(MHD_Connection* connection)
@@ -177,12 +237,17 @@ std::optional<Credentials> basicCredentials(MHD_Connection* connection)
     return Credentials{decoded->substr(0, colon), decoded->substr(colon + 1)};
 }
 
-void readCimFields(MHD_Connection* connection, CimRequest& request)
+std::optional<HttpReply> readCimFields(MHD_Connection* connection, CimRequest& request)
 {
     request.protocolVersion = valueOf(connection, "CIMProtocolVersion");
     request.method = decodedValueOf(connection, "CIMMethod");
     request.object = decodedValueOf(connection, "CIMObject");
     request.batch = field(connection, "CIMBatch") != nullptr;
+    for (const auto* text : {&request.protocolVersion, &request.method, &request.object}) {
+        if (!isUtf8(text->value_or("")))
+            return plainReply(400, "A CIM header field is not UTF-8: \"" + **text + "\".");
+    }
+    return std::nullopt;
 }
 
 }  // namespace cimom

@@ -31,8 +31,10 @@ struct Credentials
 HttpReply plainReply(int status, const std::string& detail, bool close = false);
 /// The reply to a body that is larger than so many bytes.
 HttpReply tooLargeReply(std::size_t maxBody);
-/// 401 with the challenge; `given`: there were credentials, but wrong ones.
-HttpReply unauthorizedReply(const std::string& realm, bool given);
+/// 401 with the challenge.
+HttpReply unauthorizedReply(const std::string& realm, const std::string& detail);
+/// 503 to a login that is not checked, because too many wait.
+HttpReply tooManyLoginsReply();
 HttpReply httpReply(CimReply&&);
 /// A reply without body as it goes over the wire.
 std::string plainText(const HttpReply&);
@@ -44,7 +46,8 @@ std::optional<HttpReply> refuseAtOnce(MHD_Connection*, std::string_view verb, st
 std::optional<HttpReply> refuseFields(MHD_Connection*);
 /// The user and password of a request; nothing when it holds no Basic credentials.
 std::optional<Credentials> basicCredentials(MHD_Connection*);
-/// Sets the CIM fields of an acceptable request; leaves body and user.
-void readCimFields(MHD_Connection*, CimRequest&);
+/// Sets the CIM fields of an acceptable request; leaves body and user. The reply to the request
+/// when one of them is not UTF-8.
+std::optional<HttpReply> readCimFields(MHD_Connection*, CimRequest&);
 
 }  // namespace cimom

@@ -1,5 +1,7 @@
 #include "Http/PasswordFile.h"
 
+#include "Model/Text.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <crypt.h>
@@ -14,8 +16,6 @@ namespace cimom
 
 namespace
 {
-
-constexpr unsigned hashesAtOnce = 4;
 
 /// The crypt(3) hash of the password under these settings (a hash serves as its own settings);
 /// empty when the settings are unknown.
@@ -34,10 +34,24 @@ bool hasHash(const std::string& password, const std::string& hash)
            gnutls_memcmp(computed.data(), hash.data(), hash.size()) == 0;
 }
 
-/// Yescrypt, scrypt, bcrypt and the SHA-2 methods; not DES, MD5 or NT.
+using Digest = std::array<unsigned char, 32>;
+
+/// Of the text under a key. Throws std::runtime_error when there is none.
+template <class Key>
+Digest digest(const Key& key, const std::string& text)
+{
+    Digest result{};
+    if (gnutls_hmac_fast(GNUTLS_MAC_SHA256, key.data(), key.size(), text.data(), text.size(),
+                         result.data()) != 0) {
+        throw std::runtime_error("no digest");
+    }
+    return result;
+}
+
+/// Yescrypt, scrypt, bcrypt and SHA-512; not DES, MD5, NT or SHA-256.
 bool isStrongHash(const std::string& hash)
 {
-    static const std::string_view methods[] = {"$y$", "$gy$", "$7$", "$2b$", "$2y$", "$6$", "$5$"};
+    static const std::string_view methods[] = {"$y$", "$gy$", "$7$", "$2b$", "$2y$", "$6$"};
     const auto starts = [&](std::string_view method) {
         return hash.compare(0, method.size(), method) == 0;
     };
@@ -76,6 +90,7 @@ void PasswordFile::addLine(const std::string& line)
     if (colon == std::string::npos || colon == 0)
         throw std::runtime_error("expected \"user:hash\"");
     const std::string user = line.substr(0, colon);
+    if (!isUtf8(user)) throw std::runtime_error("the user name is not UTF-8");
     const std::string hash = line.substr(colon + 1);
     if (!isStrongHash(hash)) {
         throw std::runtime_error("user " + user +
@@ -86,38 +101,32 @@ void PasswordFile::addLine(const std::string& line)
         throw std::runtime_error("user " + user + " is listed twice");
 }
 
-PasswordFile::Digest PasswordFile::digest(const std::string& password) const
+bool PasswordFile::remembers(const std::string& user, const std::string& password) const
 {
-    Digest digest{};
-    if (gnutls_hmac_fast(GNUTLS_MAC_SHA256, key_.data(), key_.size(), password.data(),
-                         password.size(), digest.data()) != 0) {
-        throw std::runtime_error("no digest");
-    }
-    return digest;
+    const auto found = users_.find(user);
+    if (found == users_.end()) return false;
+    const Digest mark = digest(key_, password);
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto& right = found->second.verified;
+    return right && gnutls_memcmp(right->data(), mark.data(), mark.size()) == 0;
 }
 
 bool PasswordFile::verify(const std::string& user, const std::string& password) const
 {
     if (password.find('\0') != std::string::npos) return false;
     const auto found = users_.find(user);
-    const bool known = found != users_.end();
-    const User& expected = known ? found->second : users_.begin()->second;
-    const Digest mark = digest(password);
-    const auto remembered = [&] {
-        return known && expected.verified &&
-               gnutls_memcmp(expected.verified->data(), mark.data(), mark.size()) == 0;
-    };
-    std::unique_lock<std::mutex> lock(mutex_);
-    hashed_.wait(lock, [&] { return remembered() || hashing_ < hashesAtOnce; });
-    if (remembered()) return true;
-    ++hashing_;
-    lock.unlock();
-    const bool right = hasHash(password, expected.hash) && known;
-    lock.lock();
-    --hashing_;
-    hashed_.notify_all();
-    if (right) expected.verified = mark;
-    return right;
+    if (found == users_.end()) {
+        // Each unknown name costs what some user costs, the same after a restart: the methods of
+        // the file may differ.
+        const Digest choice = digest(users_.begin()->second.hash, user);
+        const auto number = static_cast<std::ptrdiff_t>(choice[0] % users_.size());
+        hasHash(password, std::next(users_.begin(), number)->second.hash);
+        return false;
+    }
+    if (!hasHash(password, found->second.hash)) return false;
+    const std::lock_guard<std::mutex> lock(mutex_);
+    found->second.verified = digest(key_, password);
+    return true;
 }
 
 std::string hashPassword(const std::string& password)

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <array>
-#include <condition_variable>
 #include <filesystem>
 #include <map>
 #include <mutex>
@@ -20,10 +19,11 @@ public:
     /// Throws std::runtime_error with "FILE:LINE: what is wrong and what to do".
     explicit PasswordFile(const std::filesystem::path& file);
 
-    /// True when that user has that password. The password that was right last is remembered (as a
-    /// digest under a key of this process), so that only the first check of it costs a hash; an
-    /// unknown user costs as much as a wrong password. A few hashes are computed at once, further
-    /// callers wait: each takes much memory.
+    /// True when that is the password of that user that was right last, which is remembered as a
+    /// digest under a key of this process. Costs no hash.
+    bool remembers(const std::string& user, const std::string& password) const;
+    /// True when that user has that password. Costs a hash; for an unknown user always the one of
+    /// the same user of the file.
     bool verify(const std::string& user, const std::string& password) const;
 
 private:
@@ -35,13 +35,10 @@ private:
     };
 
     void addLine(const std::string& line);
-    Digest digest(const std::string& password) const;
 
     std::map<std::string, User> users_;
     Digest key_;
     mutable std::mutex mutex_;
-    mutable std::condition_variable hashed_;
-    mutable unsigned hashing_ = 0;
 };
 
 /// A hash for a password file, with a fresh salt and the strongest method of this machine.

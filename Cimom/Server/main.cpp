@@ -108,6 +108,18 @@ void warnOfExposure(const ServerOptions& options)
     }
 }
 
+void warnOfOpenFiles(const ServerOptions& options)
+{
+    using std::filesystem::perms;
+    const perms open = perms::others_read | perms::others_write | perms::group_write;
+    for (const std::string& file : {options.users.string(), options.http.keyFile}) {
+        std::error_code error;
+        const perms given = std::filesystem::status(file, error).permissions();
+        if (!error && (given & open) != perms::none)
+            log("warning: " + file + " can be read or written by others; chmod 600 " + file);
+    }
+}
+
 /// Serves until a signal comes.
 void serve(ServerOptions options)
 {
@@ -128,6 +140,7 @@ void serve(ServerOptions options)
         options.http, users ? &*users : nullptr,
         [&broker](const CimRequest& request) { return answerCimRequest(broker, request); });
     warnOfExposure(options);
+    warnOfOpenFiles(options);
     std::cout << "ready: " + url(options, server.port()) + "\n" << std::flush;
     waitForStop();
     server.stop();
