@@ -6,7 +6,6 @@
 #include <array>
 #include <string_view>
 #include <sys/socket.h>
-#include <vector>
 
 namespace cimom
 {
@@ -18,8 +17,8 @@ const char* const tooMany = "Too many connections.";
 
 }  // namespace
 
-Connections::Connections(const ConnectionLimits& limits, bool plain, std::function<void()> tick)
-    : limits_(limits), plain_(plain), tick_(std::move(tick)), watcher_([this] { watch(); })
+Connections::Connections(const ConnectionLimits& limits, bool plain)
+    : limits_(limits), plain_(plain), watcher_([this] { watch(); })
 {
 }
 
@@ -32,10 +31,11 @@ Connections::~Connections()
 Connection* Connections::open(int socket, const std::string& peer)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
-    const std::string refusal = refusalOf(peer);
+    const bool room = makeRoom(&peer, limits_.mostPerAddress) && makeRoom(nullptr, limits_.most);
+    const std::string refusal = stopping_ ? "The server is shutting down." : room ? "" : tooMany;
     const auto deadline = std::chrono::steady_clock::now() + limits_.timeout;
     Connection& connection =
-        open_.emplace(socket, Connection{socket, peer, refusal, deadline, ++opened_}).first->second;
+        open_.emplace(socket, Connection{socket, peer, refusal, deadline}).first->second;
     if (refusal.empty()) return &connection;
     end(connection, 503, refusal);
     // Nobody may work on what has come already, and unread bytes would take the reply from the
@@ -46,47 +46,35 @@ Connection* Connections::open(int socket, const std::string& peer)
     return &connection;
 }
 
-std::string Connections::refusalOf(const std::string& peer)
+/// Whether there is room for one more connection of the peer (null: of all), if need be after the
+/// end of one that was never accepted: of the address that has most of these, the one nearest to
+/// its deadline.
+bool Connections::makeRoom(const std::string* peer, unsigned most)
 {
-    if (stopping_) return "The server is shutting down.";
-    const bool room = hasRoom(&peer, limits_.mostPerAddress) && hasRoom(nullptr, limits_.most);
-    return room ? "" : tooMany;
-}
-
-/// Whether there are fewer connections than that of the peer (null: of all), if need be after one
-/// is displaced.
-bool Connections::hasRoom(const std::string* peer, unsigned most)
-{
-    const auto used = std::count_if(open_.begin(), open_.end(), [&](const auto& entry) {
-        return entry.second.stage != Stage::Ended && (!peer || entry.second.peer == *peer);
-    });
-    return used < most || displaceOne(peer);
-}
-
-/// Ends the oldest connection that was never accepted, of the peer (null: of the one that has most
-/// of these). False when there is none.
-bool Connections::displaceOne(const std::string* peer)
-{
-    std::map<std::string_view, std::vector<Connection*>> strangers;
+    unsigned used = 0;
+    std::map<std::string_view, std::pair<unsigned, Connection*>> strangers;
     for (auto& [socket, connection] : open_) {
-        if (connection.accepted || connection.stage == Stage::Ended) continue;
-        if (!peer || connection.peer == *peer) strangers[connection.peer].push_back(&connection);
+        if (connection.stage == Stage::Ended || (peer && connection.peer != *peer)) continue;
+        ++used;
+        if (connection.accepted) continue;
+        auto& [number, next] = strangers[connection.peer];
+        ++number;
+        if (!next || connection.deadline < next->deadline) next = &connection;
     }
+    if (used < most) return true;
     if (strangers.empty()) return false;
-    const auto fewer = [](const auto& a, const auto& b) {
-        return a.second.size() < b.second.size();
-    };
-    const auto& most = std::max_element(strangers.begin(), strangers.end(), fewer)->second;
-    const auto older = [](const auto* a, const auto* b) { return a->number < b->number; };
-    end(**std::min_element(most.begin(), most.end(), older), 503, tooMany);
+    const auto fewer = [](const auto& a, const auto& b) { return a.second.first < b.second.first; };
+    end(*std::max_element(strangers.begin(), strangers.end(), fewer)->second.second, 503, tooMany);
     return true;
 }
 
-void Connections::close(Connection* connection)
+Stage Connections::close(Connection* connection)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
+    const Stage last = connection->stage;
     open_.erase(connection->socket);
     changed_.notify_all();
+    return last;
 }
 
 bool Connections::enter(Connection* connection, Stage stage, std::size_t replySize)
@@ -96,7 +84,6 @@ bool Connections::enter(Connection* connection, Stage stage, std::size_t replySi
     const bool begins = stage == Stage::Checking || stage == Stage::Working;
     if (ended || (stopping_ && begins)) return !begins;
     connection->stage = stage;
-    connection->asked = true;
     connection->accepted |= stage == Stage::Working;
     connection->deadline = std::chrono::steady_clock::now() + limits_.timeout +
                            std::chrono::seconds(replySize / limits_.slowestReader);
@@ -140,9 +127,6 @@ void Connections::watch()
             const bool incomplete = stage == Stage::New || stage == Stage::Receiving;
             end(connection, incomplete ? 408 : 0, "");
         }
-        lock.unlock();
-        tick_();
-        lock.lock();
     }
 }
 

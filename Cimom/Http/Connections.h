@@ -3,7 +3,6 @@
 
 #include <chrono>
 #include <condition_variable>
-#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
@@ -42,9 +41,7 @@ struct Connection
     std::string peer;     ///< numeric address
     std::string refusal;  ///< why it was ended at once; empty: it was not
     std::chrono::steady_clock::time_point deadline;  ///< of the stage
-    unsigned long number;                            ///< in the order of opening
     Stage stage = Stage::New;
-    bool asked = false;     ///< the header of a request has come
     bool accepted = false;  ///< an operation has been begun: the peer may use the server
 };
 
@@ -54,17 +51,16 @@ class Connections
 {
 public:
     /// `plain`: the sockets carry plain HTTP, so that a peer can be told why its connection ends.
-    /// `tick` is called every quarter of a second.
-    Connections(const ConnectionLimits&, bool plain, std::function<void()> tick);
+    Connections(const ConnectionLimits&, bool plain);
     /// Like drain(), without time for the last replies.
     ~Connections();
 
-    /// Registers a new connection. At a limit, it displaces the oldest connection that was never
-    /// accepted, of its address or of the one that has most of these. Without such one it has its
-    /// refusal set, is told so and ended at once; it is closed like any other.
+    /// Registers a new connection. At a limit, it displaces a connection that was never accepted,
+    /// of its address or of the one that has most of these. Without such one it has its refusal
+    /// set, is told so and ended at once; it is closed like any other.
     Connection* open(int socket, const std::string& peer);
-    /// Forgets a connection; to be called before its socket is closed.
-    void close(Connection*);
+    /// Forgets a connection and returns what it was at; to be called before its socket is closed.
+    Stage close(Connection*);
 
     /// Notes what a connection is at. False when the server stops, or the connection was ended, and
     /// a request would be checked or carried out: that must not be done then.
@@ -78,19 +74,15 @@ public:
 
 private:
     bool any(Stage) const;
-    std::string refusalOf(const std::string& peer);
-    bool hasRoom(const std::string* peer, unsigned most);
-    bool displaceOne(const std::string* peer);
+    bool makeRoom(const std::string* peer, unsigned most);
     void watch();
     void end(Connection&, int status, const std::string& detail);
 
     const ConnectionLimits limits_;
     const bool plain_;
-    const std::function<void()> tick_;
     std::mutex mutex_;
     std::condition_variable changed_;
     bool stopping_ = false;
-    unsigned long opened_ = 0;
     std::map<int, Connection> open_;  ///< by socket
     std::thread watcher_;
 };

@@ -3,10 +3,8 @@
 #include "Model/Text.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstdlib>
 #include <cstring>
-#include <functional>
 #include <gnutls/gnutls.h>
 #include <memory>
 
@@ -92,59 +90,17 @@ HttpReply cimErrorReply(int status, const std::string& cimError, const std::stri
     return reply;
 }
 
-/// The fields that say where a body ends. Of several, the library looks at one only.
-struct Framing
+/// Counts the fields that say where a body ends, those that somebody could read so twice: the
+/// library looks at the first only, and appends a value on a line of its own to the name.
+MHD_Result countFraming(void* count, MHD_ValueKind, const char* name, const char* value)
 {
-    std::vector<std::string_view> lengths;
-    std::vector<std::string_view> codings;
-    bool malformed = false;  ///< some field could be meant as one of these
-};
-
-/// Adds a field to a Framing, which `framing` points to.
-MHD_Result addToFraming(void* framing, MHD_ValueKind, const char* nameText, const char* valueText)
-{
-    static const std::string_view marks = "!#$%&'*+-.^_`|~";
-    auto& [lengths, codings, malformed] = *static_cast<Framing*>(framing);
-    const std::string_view name = nameText;
-    const std::string_view value = valueText ? valueText : "";
-    const auto isOdd = [](unsigned char c) {
-        return !std::isalnum(c) && marks.find(static_cast<char>(c)) == marks.npos;
+    const auto starts = [&](std::string_view known) {
+        return equalNoCase(std::string_view(name).substr(0, known.size()), known);
     };
-    const auto isControl = [](unsigned char c) { return c != '\t' && std::iscntrl(c); };
-    malformed |= std::any_of(name.begin(), name.end(), isOdd) ||
-                 std::any_of(value.begin(), value.end(), isControl);
-    for (auto& [known, values] :
-         {std::pair("Content-Length", &lengths), std::pair("Transfer-Encoding", &codings)}) {
-        const std::size_t size = std::strlen(known);
-        if (!equalNoCase(name.substr(0, size), known)) continue;
-        values->push_back(value);
-        // The library appends a value that is continued on a new line to the name.
-        malformed |= name.size() != size;
-    }
+    const bool isOdd = std::strpbrk(name, " \t:") || (value && std::strchr(value, '\r'));
+    const bool counts = starts("Content-Length") || starts("Transfer-Encoding");
+    *static_cast<unsigned*>(count) += isOdd ? 2 : counts ? 1 : 0;
     return MHD_YES;
-}
-
-std::optional<HttpReply> refuseFraming(MHD_Connection* connection, std::size_t maxBody)
-{
-    const auto refusal = [](int status, const char* detail) {
-        return plainReply(status, detail, true);
-    };
-    Framing framing;
-    MHD_get_connection_values(connection, MHD_HEADER_KIND, &addToFraming, &framing);
-    const auto& [lengths, codings, malformed] = framing;
-    if (malformed) return refusal(400, "A header field is malformed.");
-    if (lengths.empty() && codings.empty())
-        return refusal(411, "The request needs a Content-Length header or a chunked body.");
-    if (!lengths.empty() && !codings.empty())
-        return refusal(400, "Content-Length and Transfer-Encoding exclude each other.");
-    if (std::adjacent_find(lengths.begin(), lengths.end(), std::not_equal_to<>()) != lengths.end())
-        return refusal(400, "There are Content-Length headers that differ.");
-    if (codings.size() > 1 || (!codings.empty() && !equalNoCase(codings[0], "chunked")))
-        return refusal(501, "The only transfer coding known here is chunked.");
-    // The library has refused what is no number.
-    if (!lengths.empty() && std::strtoull(lengths[0].data(), nullptr, 10) > maxBody)
-        return tooLargeReply(maxBody);
-    return std::nullopt;
 }
 
 }  // namespace
@@ -166,15 +122,6 @@ HttpReply unauthorizedReply(const std::string& realm, const std::string& detail)
 {
     HttpReply reply = plainReply(401, detail);
     reply.fields.emplace_back("WWW-Authenticate", "Basic realm=\"" + realm + "\"");
-    return reply;
-}
-
-HttpReply tooManyLoginsReply()
-{
-    HttpReply reply = plainReply(503,
-                                 "Too many logins from this address wait for their check. Try "
-                                 "again in a second.");
-    reply.fields.emplace_back("Retry-After", "1");
     return reply;
 }
 
@@ -208,7 +155,21 @@ std::optional<HttpReply> refuseAtOnce(MHD_Connection* connection, std::string_vi
     }
     if (verb == "OPTIONS") return plainReply(400, "", true);
     if (verb != "POST") return plainReply(501, "", true);
-    return refuseFraming(connection, maxBody);
+    unsigned count = 0;
+    MHD_get_connection_values(connection, MHD_HEADER_KIND, &countFraming, &count);
+    if (count > 1)
+        return plainReply(400, "It is not clear from the header where the body ends.", true);
+    const char* length = field(connection, "Content-Length");
+    const char* coding = field(connection, "Transfer-Encoding");
+    if (!length && !coding) {
+        return plainReply(411, "The request needs a Content-Length header or a chunked body.",
+                          true);
+    }
+    if (coding && !equalNoCase(coding, "chunked"))
+        return plainReply(501, "The only transfer coding known here is chunked.", true);
+    // The library has refused what is no number.
+    if (length && std::strtoull(length, nullptr, 10) > maxBody) return tooLargeReply(maxBody);
+    return std::nullopt;
 }
 
 std::optional<HttpReply> refuseFields(MHD_Connection* connection)

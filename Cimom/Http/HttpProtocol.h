@@ -33,8 +33,6 @@ HttpReply plainReply(int status, const std::string& detail, bool close = false);
 HttpReply tooLargeReply(std::size_t maxBody);
 /// 401 with the challenge.
 HttpReply unauthorizedReply(const std::string& realm, const std::string& detail);
-/// 503 to a login that is not checked, because too many wait.
-HttpReply tooManyLoginsReply();
 HttpReply httpReply(CimReply&&);
 /// A reply without body as it goes over the wire.
 std::string plainText(const HttpReply&);

@@ -2,8 +2,6 @@
 
 #include "Http/Connections.h"
 #include "Http/HttpProtocol.h"
-#include "Http/LimitedLog.h"
-#include "Http/LoginQueue.h"
 #include "Model/Text.h"
 
 #include <Pegasus/Common/Exception.h>
@@ -16,6 +14,7 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <microhttpd.h>
 #include <mutex>
 #include <netdb.h>
@@ -31,11 +30,49 @@ namespace
 
 /// How long stop() waits for clients to read the last replies.
 constexpr std::chrono::seconds lastReplies{5};
+/// How long the answer to a wrong password is held back.
+constexpr std::chrono::milliseconds wrongPassword{1000};
 
 /// No key exchange without forward secrecy, no signature with SHA-1.
 const char* const tlsPriorities =
     "NORMAL:-VERS-ALL:+VERS-TLS1.3:+VERS-TLS1.2:-RSA:-SIGN-RSA-SHA1:-SIGN-ECDSA-SHA1:"
     "-SIGN-DSA-SHA1";
+
+/// A log of lines that clients cause, as often as they like: the first few of equal lines in a
+/// minute, then their number. Safe for any number of threads.
+class LimitedLog
+{
+public:
+    explicit LimitedLog(const std::function<void(const std::string&)>& write) : write_(write) {}
+    ~LimitedLog() { tell(); }
+
+    void add(const std::string& line)
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (std::chrono::steady_clock::now() > end_) tell();
+        const unsigned number = ++numbers_[numbers_.size() < 256 ? line : "further events"];
+        if (number <= first && write_) write_(line);
+    }
+
+private:
+    static constexpr unsigned first = 5;
+
+    /// Tells the numbers, and begins a new minute.
+    void tell()
+    {
+        for (const auto& [line, number] : numbers_) {
+            if (number > first && write_)
+                write_(line + " (" + std::to_string(number - first) + " more of these)");
+        }
+        numbers_.clear();
+        end_ = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    }
+
+    const std::function<void(const std::string&)>& write_;
+    std::mutex mutex_;
+    std::map<std::string, unsigned> numbers_;
+    std::chrono::steady_clock::time_point end_;
+};
 
 /// One request and its reply.
 struct Exchange
@@ -53,11 +90,6 @@ std::string readFile(const std::string& file, const std::string& what)
         throw std::runtime_error("cannot read the " + what + " file " + file + ": " +
                                  std::strerror(errno));
     return content;
-}
-
-bool usesTls(const HttpOptions& options)
-{
-    return !options.certificateFile.empty();
 }
 
 std::string cannotListen(const HttpOptions& options)
@@ -102,17 +134,16 @@ struct HttpServer::Impl
 {
     Impl(HttpOptions given, const PasswordFile* passwords, Handler requestHandler)
         : options(std::move(given)),
-          logins(passwords),
-          authenticates(passwords != nullptr),
+          users(passwords),
           handler(std::move(requestHandler)),
           lines(options.log),
-          connections(options.connections, !usesTls(options), [this] { lines.flush(); })
+          connections(options.connections, options.certificateFile.empty())
     {
     }
 
     void start()
     {
-        const bool tls = usesTls(options);
+        const bool tls = !options.certificateFile.empty();
         std::string certificate;
         std::string key;
         if (tls) {
@@ -160,7 +191,7 @@ struct HttpServer::Impl
         // request meanwhile would crash it (0.9.75 builds an error reply that it did not queue).
         connections.drain(lastReplies);
         MHD_stop_daemon(daemon);
-        ::close(listener);
+        close(listener);
         daemon = nullptr;
     }
 
@@ -170,8 +201,13 @@ struct HttpServer::Impl
                              MHD_ConnectionNotificationCode code)
     {
         auto& self = *static_cast<Impl*>(cls);
-        if (code == MHD_CONNECTION_NOTIFY_CLOSED)
-            return self.close(static_cast<Connection*>(*context));
+        if (code == MHD_CONNECTION_NOTIFY_CLOSED) {
+            auto* ended = static_cast<Connection*>(*context);
+            const std::string peer = ended->peer;
+            if (self.connections.close(ended) == Stage::New && !self.options.keyFile.empty())
+                self.lines.add("TLS from " + peer + " ended in its handshake or before a request");
+            return;
+        }
         const auto* socket = MHD_get_connection_info(handle, MHD_CONNECTION_INFO_CONNECTION_FD);
         const auto* address = MHD_get_connection_info(handle, MHD_CONNECTION_INFO_CLIENT_ADDRESS);
         Connection* connection =
@@ -252,18 +288,22 @@ struct HttpServer::Impl
 
     std::optional<HttpReply> authenticate(MHD_Connection* handle, std::string& user)
     {
-        if (!authenticates) return std::nullopt;
+        if (!users) return std::nullopt;
         const auto credentials = basicCredentials(handle);
         if (!credentials) return unauthorizedReply(options.hostName, "User Unauthorized");
         user = credentials->user;
         if (!isUtf8(user))
             return unauthorizedReply(options.hostName, "The user name is not UTF-8.");
         Connection* connection = connectionOf(handle);
-        const Login login = logins.check(connection->peer, user, credentials->password);
-        if (login.result == Login::Right) return std::nullopt;
-        if (login.result == Login::Busy) return tooManyLoginsReply();
+        const Login login = users->check(connection->peer, user, credentials->password);
+        if (login == Login::Right) return std::nullopt;
+        if (login == Login::Busy) {
+            HttpReply reply = plainReply(503, "Too many logins of this address wait. Try again.");
+            reply.fields.emplace_back("Retry-After", "1");
+            return reply;
+        }
         lines.add("wrong user or password from " + connection->peer);
-        connections.hold(connection, login.delay);
+        connections.hold(connection, wrongPassword);
         return unauthorizedReply(options.hostName, "");
     }
 
@@ -282,7 +322,7 @@ struct HttpServer::Impl
         return MHD_YES;
     }
 
-    /// Notes that the server, not its client, takes time now; a reply when the server stops.
+    /// Notes that the server, not its client, takes time now; a reply when it must not.
     std::optional<HttpReply> refuseToGo(MHD_Connection* handle, Stage stage)
     {
         if (connections.enter(connectionOf(handle), stage)) return std::nullopt;
@@ -312,17 +352,8 @@ struct HttpServer::Impl
         return result;
     }
 
-    void close(Connection* connection)
-    {
-        if (usesTls(options) && !connection->asked)
-            lines.add("TLS from " + connection->peer +
-                      " ended before a request came, perhaps in its handshake");
-        connections.close(connection);
-    }
-
     const HttpOptions options;
-    LoginQueue logins;
-    const bool authenticates;
+    const PasswordFile* const users;
     const Handler handler;
     LimitedLog lines;
     std::mutex mutex;

@@ -1,7 +1,5 @@
 #include "Http/PasswordFile.h"
 
-#include "Model/Text.h"
-
 #include <algorithm>
 #include <cerrno>
 #include <crypt.h>
@@ -10,6 +8,7 @@
 #include <gnutls/crypto.h>
 #include <stdexcept>
 #include <string_view>
+#include <thread>
 
 namespace cimom
 {
@@ -17,35 +16,27 @@ namespace cimom
 namespace
 {
 
-/// The crypt(3) hash of the password under these settings (a hash serves as its own settings);
-/// empty when the settings are unknown.
-std::string hashWith(const std::string& password, const std::string& settings)
-{
-    crypt_data data{};
-    const char* hash = crypt_rn(password.c_str(), settings.c_str(), &data, sizeof(data));
-    return hash ? hash : "";
-}
+const unsigned mostRunning = std::max(1U, std::thread::hardware_concurrency() / 2);
+constexpr std::size_t mostAddresses = 4096;  // any further ones count as one
 
 /// Whether the password has that hash, compared in a time that depends on the length only.
-bool hasHash(const std::string& password, const std::string& hash)
+bool hasHash(const std::string& password, const std::string& hash) noexcept
 {
-    const std::string computed = hashWith(password, hash);
-    return computed.size() == hash.size() &&
-           gnutls_memcmp(computed.data(), hash.data(), hash.size()) == 0;
+    crypt_data data{};
+    const char* computed = crypt_rn(password.c_str(), hash.c_str(), &data, sizeof(data));
+    return computed && gnutls_memcmp(computed, hash.c_str(), hash.size() + 1) == 0;
 }
 
-using Digest = std::array<unsigned char, 32>;
-
-/// Of the text under a key. Throws std::runtime_error when there is none.
+/// The digest of the text under a key.
 template <class Key>
-Digest digest(const Key& key, const std::string& text)
+std::array<unsigned char, 32> digest(const Key& key, const std::string& text)
 {
-    Digest result{};
+    std::array<unsigned char, 32> digest{};
     if (gnutls_hmac_fast(GNUTLS_MAC_SHA256, key.data(), key.size(), text.data(), text.size(),
-                         result.data()) != 0) {
+                         digest.data()) != 0) {
         throw std::runtime_error("no digest");
     }
-    return result;
+    return digest;
 }
 
 /// Yescrypt, scrypt, bcrypt and SHA-512; not DES, MD5, NT or SHA-256.
@@ -90,7 +81,6 @@ void PasswordFile::addLine(const std::string& line)
     if (colon == std::string::npos || colon == 0)
         throw std::runtime_error("expected \"user:hash\"");
     const std::string user = line.substr(0, colon);
-    if (!isUtf8(user)) throw std::runtime_error("the user name is not UTF-8");
     const std::string hash = line.substr(colon + 1);
     if (!isStrongHash(hash)) {
         throw std::runtime_error("user " + user +
@@ -101,32 +91,53 @@ void PasswordFile::addLine(const std::string& line)
         throw std::runtime_error("user " + user + " is listed twice");
 }
 
-bool PasswordFile::remembers(const std::string& user, const std::string& password) const
+PasswordFile::Address& PasswordFile::addressOf(const std::string& address) const
 {
-    const auto found = users_.find(user);
-    if (found == users_.end()) return false;
-    const Digest mark = digest(key_, password);
-    const std::lock_guard<std::mutex> lock(mutex_);
-    const auto& right = found->second.verified;
-    return right && gnutls_memcmp(right->data(), mark.data(), mark.size()) == 0;
+    const Time now = std::chrono::steady_clock::now();
+    for (auto entry = addresses_.begin(); entry != addresses_.end();) {
+        const bool over = entry->second.pending == 0 && entry->second.limitedUntil < now;
+        entry = over ? addresses_.erase(entry) : std::next(entry);
+    }
+    return addresses_[addresses_.size() < mostAddresses ? address : ""];
 }
 
-bool PasswordFile::verify(const std::string& user, const std::string& password) const
+Login PasswordFile::check(const std::string& address, const std::string& user,
+                          const std::string& password) const
 {
-    if (password.find('\0') != std::string::npos) return false;
+    if (password.find('\0') != std::string::npos) return Login::Wrong;
     const auto found = users_.find(user);
-    if (found == users_.end()) {
-        // Each unknown name costs what some user costs, the same after a restart: the methods of
-        // the file may differ.
-        const Digest choice = digest(users_.begin()->second.hash, user);
-        const auto number = static_cast<std::ptrdiff_t>(choice[0] % users_.size());
-        hasHash(password, std::next(users_.begin(), number)->second.hash);
-        return false;
+    const bool known = found != users_.end();
+    // The methods of the file may differ. Which one a name costs is the same after a restart.
+    const unsigned char choice = digest(users_.begin()->second.hash, user)[0];
+    const User& expected =
+        (known ? found : std::next(users_.begin(), choice % users_.size()))->second;
+    const Digest mark = digest(key_, password);
+    const auto isRemembered = [&] {
+        return known && expected.verified &&
+               gnutls_memcmp(expected.verified->data(), mark.data(), mark.size()) == 0;
+    };
+    std::unique_lock<std::mutex> lock(mutex_);
+    if (isRemembered()) return Login::Right;
+    Address& from = addressOf(address);
+    ++from.pending;
+    const auto isBusy = [&] {
+        return from.pending > mostPending && from.limitedUntil > std::chrono::steady_clock::now();
+    };
+    changed_.wait(lock, [&] { return isRemembered() || isBusy() || running_ < mostRunning; });
+    Login login = isRemembered() ? Login::Right : Login::Busy;
+    if (login == Login::Busy && !isBusy()) {
+        ++running_;
+        lock.unlock();
+        login = hasHash(password, expected.hash) && known ? Login::Right : Login::Wrong;
+        lock.lock();
+        --running_;
+        if (login == Login::Right) expected.verified = mark;
+        if (login == Login::Wrong)
+            from.limitedUntil = std::chrono::steady_clock::now() + std::chrono::minutes(1);
     }
-    if (!hasHash(password, found->second.hash)) return false;
-    const std::lock_guard<std::mutex> lock(mutex_);
-    found->second.verified = digest(key_, password);
-    return true;
+    --from.pending;
+    changed_.notify_all();
+    return login;
 }
 
 std::string hashPassword(const std::string& password)
@@ -136,8 +147,10 @@ std::string hashPassword(const std::string& password)
         throw std::runtime_error("the password contains a NUL or a line end");
     std::array<char, CRYPT_GENSALT_OUTPUT_SIZE> settings{};
     const char* made = crypt_gensalt_rn(nullptr, 0, nullptr, 0, settings.data(), settings.size());
-    const std::string hash = made ? hashWith(password, made) : "";
-    if (!isStrongHash(hash)) throw std::runtime_error("this machine's crypt has no strong method");
+    crypt_data data{};
+    const char* hash = made ? crypt_rn(password.c_str(), made, &data, sizeof(data)) : nullptr;
+    if (!hash || !isStrongHash(hash))
+        throw std::runtime_error("this machine's crypt has no strong method");
     return hash;
 }
 

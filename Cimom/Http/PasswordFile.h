@@ -2,6 +2,8 @@
 #pragma once
 
 #include <array>
+#include <chrono>
+#include <condition_variable>
 #include <filesystem>
 #include <map>
 #include <mutex>
@@ -11,34 +13,55 @@
 namespace cimom
 {
 
+/// What a login comes to. Busy: it is not checked, because too many of its address wait.
+enum class Login
+{
+    Right,
+    Wrong,
+    Busy
+};
+
 /// The users of a password file: one "user:hash" a line, hashes as crypt(3) makes them, blank lines
 /// and lines that start with "#" ignored. Read once. Safe for any number of threads.
 class PasswordFile
 {
 public:
+    /// How many logins may wait of an address that has sent a wrong password in the last minute.
+    static constexpr unsigned mostPending = 4;
+
     /// Throws std::runtime_error with "FILE:LINE: what is wrong and what to do".
     explicit PasswordFile(const std::filesystem::path& file);
 
-    /// True when that is the password of that user that was right last, which is remembered as a
-    /// digest under a key of this process. Costs no hash.
-    bool remembers(const std::string& user, const std::string& password) const;
-    /// True when that user has that password. Costs a hash; for an unknown user always the one of
-    /// the same user of the file.
-    bool verify(const std::string& user, const std::string& password) const;
+    /// Checks the password of a user that somebody at that address sends. The password that was
+    /// right last is remembered (as a digest under a key of this process): only the first check of
+    /// it costs a hash and waits. Hashes, which take much time and memory, are computed on half of
+    /// the processors. An unknown user costs as much as some user of the file, always the same one.
+    Login check(const std::string& address, const std::string& user,
+                const std::string& password) const;
 
 private:
     using Digest = std::array<unsigned char, 32>;
+    using Time = std::chrono::steady_clock::time_point;
     struct User
     {
         std::string hash;
         mutable std::optional<Digest> verified;  ///< of the password that was right last
     };
+    struct Address
+    {
+        unsigned pending = 0;  ///< logins that wait or are checked
+        Time limitedUntil;
+    };
 
     void addLine(const std::string& line);
+    Address& addressOf(const std::string& address) const;
 
     std::map<std::string, User> users_;
     Digest key_;
     mutable std::mutex mutex_;
+    mutable std::condition_variable changed_;
+    mutable unsigned running_ = 0;
+    mutable std::map<std::string, Address> addresses_;
 };
 
 /// A hash for a password file, with a fresh salt and the strongest method of this machine.
