@@ -198,17 +198,12 @@ std::optional<Credentials> basicCredentials(MHD_Connection* connection)
     return Credentials{decoded->substr(0, colon), decoded->substr(colon + 1)};
 }
 
-std::optional<HttpReply> readCimFields(MHD_Connection* connection, CimRequest& request)
+void readCimFields(MHD_Connection* connection, CimRequest& request)
 {
     request.protocolVersion = valueOf(connection, "CIMProtocolVersion");
     request.method = decodedValueOf(connection, "CIMMethod");
     request.object = decodedValueOf(connection, "CIMObject");
     request.batch = field(connection, "CIMBatch") != nullptr;
-    for (const auto* text : {&request.protocolVersion, &request.method, &request.object}) {
-        if (!isUtf8(text->value_or("")))
-            return plainReply(400, "A CIM header field is not UTF-8: \"" + **text + "\".");
-    }
-    return std::nullopt;
 }
 
 }  // namespace cimom

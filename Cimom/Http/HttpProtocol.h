@@ -44,8 +44,7 @@ std::optional<HttpReply> refuseAtOnce(MHD_Connection*, std::string_view verb, st
 std::optional<HttpReply> refuseFields(MHD_Connection*);
 /// The user and password of a request; nothing when it holds no Basic credentials.
 std::optional<Credentials> basicCredentials(MHD_Connection*);
-/// Sets the CIM fields of an acceptable request; leaves body and user. The reply to the request
-/// when one of them is not UTF-8.
-std::optional<HttpReply> readCimFields(MHD_Connection*, CimRequest&);
+/// Sets the CIM fields of an acceptable request; leaves body and user.
+void readCimFields(MHD_Connection*, CimRequest&);
 
 }  // namespace cimom

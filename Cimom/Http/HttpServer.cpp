@@ -30,8 +30,6 @@ namespace
 
 /// How long stop() waits for clients to read the last replies.
 constexpr std::chrono::seconds lastReplies{5};
-/// How long the answer to a wrong password is held back.
-constexpr std::chrono::milliseconds wrongPassword{1000};
 
 /// No key exchange without forward secrecy, no signature with SHA-1.
 const char* const tlsPriorities =
@@ -303,7 +301,7 @@ struct HttpServer::Impl
             return reply;
         }
         lines.add("wrong user or password from " + connection->peer);
-        connections.hold(connection, wrongPassword);
+        connections.hold(connection, users->delay(connection->peer));
         return unauthorizedReply(options.hostName, "");
     }
 
@@ -332,7 +330,7 @@ struct HttpServer::Impl
     HttpReply answer(MHD_Connection* handle, CimRequest& request)
     {
         if (auto reply = refuseToGo(handle, Stage::Working)) return *reply;
-        if (auto reply = readCimFields(handle, request)) return *reply;
+        readCimFields(handle, request);
         return httpReply(handler(request));
     }
 

@@ -119,25 +119,39 @@ Login PasswordFile::check(const std::string& address, const std::string& user,
     std::unique_lock<std::mutex> lock(mutex_);
     if (isRemembered()) return Login::Right;
     Address& from = addressOf(address);
-    ++from.pending;
     const auto isBusy = [&] {
         return from.pending > mostPending && from.limitedUntil > std::chrono::steady_clock::now();
     };
-    changed_.wait(lock, [&] { return isRemembered() || isBusy() || running_ < mostRunning; });
+    const std::uint64_t number = *waiting_.insert(++number_).first;
+    ++from.pending;
+    changed_.wait(lock, [&] {
+        const bool isNext = running_ < mostRunning && *waiting_.begin() == number;
+        return isNext || isRemembered() || isBusy();
+    });
+    waiting_.erase(number);
     Login login = isRemembered() ? Login::Right : Login::Busy;
     if (login == Login::Busy && !isBusy()) {
         ++running_;
+        changed_.notify_all();
         lock.unlock();
         login = hasHash(password, expected.hash) && known ? Login::Right : Login::Wrong;
         lock.lock();
         --running_;
         if (login == Login::Right) expected.verified = mark;
-        if (login == Login::Wrong)
+        if (login == Login::Wrong) {
+            ++from.wrong;
             from.limitedUntil = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+        }
     }
     --from.pending;
     changed_.notify_all();
     return login;
+}
+
+std::chrono::milliseconds PasswordFile::delay(const std::string& address) const
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return std::chrono::milliseconds(100U << std::min(addressOf(address).wrong, 6U));
 }
 
 std::string hashPassword(const std::string& password)

@@ -4,10 +4,12 @@
 #include <array>
 #include <chrono>
 #include <condition_variable>
+#include <cstdint>
 #include <filesystem>
 #include <map>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 
 namespace cimom
@@ -35,9 +37,13 @@ public:
     /// Checks the password of a user that somebody at that address sends. The password that was
     /// right last is remembered (as a digest under a key of this process): only the first check of
     /// it costs a hash and waits. Hashes, which take much time and memory, are computed on half of
-    /// the processors. An unknown user costs as much as some user of the file, always the same one.
+    /// the processors, in turn. An unknown user costs as much as some user of the file, always the
+    /// same one.
     Login check(const std::string& address, const std::string& user,
                 const std::string& password) const;
+    /// How long the answer to a wrong password from that address is to be held back: the longer,
+    /// the more of them it has sent lately.
+    std::chrono::milliseconds delay(const std::string& address) const;
 
 private:
     using Digest = std::array<unsigned char, 32>;
@@ -50,6 +56,7 @@ private:
     struct Address
     {
         unsigned pending = 0;  ///< logins that wait or are checked
+        unsigned wrong = 0;    ///< wrong passwords lately
         Time limitedUntil;
     };
 
@@ -61,6 +68,8 @@ private:
     mutable std::mutex mutex_;
     mutable std::condition_variable changed_;
     mutable unsigned running_ = 0;
+    mutable std::uint64_t number_ = 0;
+    mutable std::set<std::uint64_t> waiting_;
     mutable std::map<std::string, Address> addresses_;
 };
 
