@@ -16,7 +16,7 @@ namespace cimom
 namespace
 {
 
-const unsigned mostRunning = std::max(1U, std::thread::hardware_concurrency() / 2);
+const long mostRunning = std::max(1U, std::thread::hardware_concurrency() / 2);
 constexpr std::size_t mostAddresses = 4096;  // any further ones count as one
 
 /// Whether the password has that hash, compared in a time that depends on the length only.
@@ -122,21 +122,16 @@ Login PasswordFile::check(const std::string& address, const std::string& user,
     const auto isBusy = [&] {
         return from.pending > mostPending && from.limitedUntil > std::chrono::steady_clock::now();
     };
-    const std::uint64_t number = *waiting_.insert(++number_).first;
+    const auto turn = queue_.insert(queue_.end(), &from);
     ++from.pending;
     changed_.wait(lock, [&] {
-        const bool isNext = running_ < mostRunning && *waiting_.begin() == number;
-        return isNext || isRemembered() || isBusy();
+        return isRemembered() || isBusy() || std::distance(queue_.begin(), turn) < mostRunning;
     });
-    waiting_.erase(number);
     Login login = isRemembered() ? Login::Right : Login::Busy;
     if (login == Login::Busy && !isBusy()) {
-        ++running_;
-        changed_.notify_all();
         lock.unlock();
         login = hasHash(password, expected.hash) && known ? Login::Right : Login::Wrong;
         lock.lock();
-        --running_;
         if (login == Login::Right) expected.verified = mark;
         if (login == Login::Wrong) {
             ++from.wrong;
@@ -144,6 +139,7 @@ Login PasswordFile::check(const std::string& address, const std::string& user,
         }
     }
     --from.pending;
+    queue_.erase(turn);
     changed_.notify_all();
     return login;
 }
@@ -151,7 +147,7 @@ Login PasswordFile::check(const std::string& address, const std::string& user,
 std::chrono::milliseconds PasswordFile::delay(const std::string& address) const
 {
     const std::lock_guard<std::mutex> lock(mutex_);
-    return std::chrono::milliseconds(100U << std::min(addressOf(address).wrong, 6U));
+    return std::chrono::milliseconds(200U << std::min(addressOf(address).wrong, 5U));
 }
 
 std::string hashPassword(const std::string& password)

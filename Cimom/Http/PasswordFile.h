@@ -4,12 +4,11 @@
 #include <array>
 #include <chrono>
 #include <condition_variable>
-#include <cstdint>
 #include <filesystem>
+#include <list>
 #include <map>
 #include <mutex>
 #include <optional>
-#include <set>
 #include <string>
 
 namespace cimom
@@ -67,9 +66,7 @@ private:
     Digest key_;
     mutable std::mutex mutex_;
     mutable std::condition_variable changed_;
-    mutable unsigned running_ = 0;
-    mutable std::uint64_t number_ = 0;
-    mutable std::set<std::uint64_t> waiting_;
+    mutable std::list<const Address*> queue_;  ///< of logins; the first ones are being checked
     mutable std::map<std::string, Address> addresses_;
 };
 

@@ -43,10 +43,10 @@ TEST(PasswordFile, OnlyTheFirstCheckOfARightPasswordCostsAHash)
         EXPECT_EQ(costsAHash(user, given, login), hashed) << user << given;
     // Unknown users cost what the known ones cost, each always the same.
     std::string costs;
-    for (unsigned i = 0; i < 40; ++i)
-        costs += costsAHash(std::string(1, static_cast<char>('A' + i % 20)), "x", Login::Wrong)
-                     ? 'H'
-                     : '.';
+    for (unsigned i = 0; i < 40; ++i) {
+        const std::string name(1, static_cast<char>('A' + i % 20));
+        costs += costsAHash(name, "x", Login::Wrong) ? 'H' : '.';
+    }
     EXPECT_EQ(costs.substr(0, 20), costs.substr(20));
     EXPECT_NE(costs.find("H"), costs.npos);
     EXPECT_NE(costs.find("."), costs.npos);
