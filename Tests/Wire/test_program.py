@@ -58,6 +58,7 @@ class Program(unittest.TestCase):
             (self.users("# x", ":y"), 1, 'users:2: expected "user:hash"'),
             (self.users("eva:$1$abcdefgh$G//4keteveJp0qb8z2DxG/"), 1, weak),
             (self.users("eva:abJnggxhB/yWI"), 1, weak),
+            (self.users("eva:$5$abcdefgh$sI6g8tHKrJ6RX7w.YoN9B7a/5wK5jYEOMmMnt3tPl0/"), 1, weak),
             (self.users(*twice), 1, "users:2: user root is listed twice"),
             ("--users /", 1, "/: cannot read the password file: Is a directory"),
             ("--hash-password", 1, "the password is empty"),
