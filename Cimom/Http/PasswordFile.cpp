@@ -16,6 +16,7 @@ namespace
 {
 
 const long mostRunning = std::max(1U, std::thread::hardware_concurrency() / 2);
+constexpr unsigned mostPending = 4;          // of an address that has sent a wrong password
 constexpr std::size_t mostAddresses = 4096;  // any further ones count as one
 
 /// Whether the password has that hash, compared in a time that depends on the length only.

@@ -27,16 +27,14 @@ enum class Login
 class PasswordFile
 {
 public:
-    /// How many logins may wait of an address that has sent a wrong password in the last minute.
-    static constexpr unsigned mostPending = 4;
-
     /// Throws std::runtime_error with "FILE:LINE: what is wrong and what to do".
     explicit PasswordFile(const std::filesystem::path& file);
 
     /// Checks the password of a user that somebody at that address sends. The password that was
     /// right last is remembered (as a digest under a key of this process): only the first check of
     /// it costs a hash and waits. Hashes, which take much time and memory, are computed on half of
-    /// the processors, in turn. An unknown user costs as much as some user of the file, always the
+    /// the processors, in turn; an address that has sent a wrong password in the last minute has a
+    /// few places only. An unknown user costs as much as some user of the file, always the
     /// same one.
     Login check(const std::string& address, const std::string& user,
                 const std::string& password) const;
