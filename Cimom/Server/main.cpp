@@ -108,6 +108,14 @@ void warnOfExposure(const ServerOptions& options)
     }
 }
 
+void warnOfOpenFile(const std::string& file)
+{
+    using std::filesystem::perms;
+    const perms open = perms::others_read | perms::others_write | perms::group_write;
+    if (!file.empty() && (std::filesystem::status(file).permissions() & open) != perms::none)
+        log("warning: " + file + " can be read or written by others; chmod 600 " + file);
+}
+
 /// Serves until a signal comes.
 void serve(ServerOptions options)
 {
@@ -128,6 +136,8 @@ void serve(ServerOptions options)
         options.http, users ? &*users : nullptr,
         [&broker](const CimRequest& request) { return answerCimRequest(broker, request); });
     warnOfExposure(options);
+    warnOfOpenFile(options.users);
+    warnOfOpenFile(options.http.keyFile);
     std::cout << "ready: " + url(options, server.port()) + "\n" << std::flush;
     waitForStop();
     server.stop();
