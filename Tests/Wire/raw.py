@@ -26,10 +26,10 @@ def server():
 
 
 @contextlib.contextmanager
-def started(*options, stop=signal.SIGTERM):
+def started(*options, stop=signal.SIGTERM, log=None):
     """The program while it serves; yields its ready line and its port. It must end well."""
     command = [server(), "--port", "0", PROBE, *options]
-    with subprocess.Popen(command, stdout=subprocess.PIPE, text=True) as process:
+    with subprocess.Popen(command, stdout=subprocess.PIPE, stderr=log, text=True) as process:
         try:
             ready = process.stdout.readline()
             yield ready, int(re.search(r":(\d+)/", ready)[1])

@@ -2,6 +2,7 @@
 
 import base64
 import contextlib
+import os
 import pathlib
 import re
 import signal
@@ -73,16 +74,24 @@ class Program(unittest.TestCase):
                 self.assertEqual(ready, f"ready: http://127.0.0.1:{port}/root/qbx\n")
 
     def test_users(self):
-        """A hash that it makes is one that it takes; nothing of a request is looked at before."""
+        """A hash that it makes is one that it takes; nothing of a request is looked at before.
+        Who is refused is logged as soon as there is room for it."""
         hashed = subprocess.run([server(), "--hash-password"], input=b"a:b \xc3\xa4\n", stdout=-1)
         users = self.users("# comment", "", f"eva:{hashed.stdout.decode()}")
-        with started(*users.split()) as (_, port):
+        reader, writer = os.pipe()
+        os.set_blocking(writer, False)
+        os.write(writer, bytes(1 << 20))  # as much as there is room for
+        with started(*users.split(), log=writer) as (_, port):
             known, unknown = b"eva:a:b \xc3\xa4", b"eva:a"
-            for login, status in ((known, b"400"), (unknown, b"401"), (b"eva", b"401")):
+            for login, status in ((unknown, b"401"), (known, b"400"), (b"eva:b", b"401")):
                 login = base64.b64encode(login).rstrip(b"=")
                 said = b"POST / HTTP/1.1\r\nAuthorization: Basic %b\r\nContent-Length: 0\r\n\r\n"
                 with connected(port, said % login) as client:
                     self.assertEqual(client.recv(100)[9:12], status)
+                if status == b"400":
+                    self.assertEqual(os.read(reader, 1 << 20).count(b"wrong"), 0)  # no room
+        os.close(writer)
+        self.assertEqual(os.read(reader, 1 << 20).count(b"wrong user"), 1)
 
     def test_stops_while_bytes_wait_that_are_no_request(self):
         """The HTTP library must not meet them in its stop: it crashed."""
