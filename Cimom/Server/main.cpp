@@ -44,6 +44,7 @@ void log(const std::string& text)
     std::tm local{};
     localtime_r(&now, &local);
     std::strftime(time, sizeof(time), "%Y-%m-%dT%H:%M:%S ", &local);
+    std::cerr.clear();  // of a disk that was full
     std::cerr << time + text + "\n";
 }
 
@@ -129,6 +130,7 @@ void serve(ServerOptions options)
     brokerOptions.hostName = host;
     brokerOptions.providerFolders = options.providerFolders;
     brokerOptions.interopNamespace = interop;
+    brokerOptions.log = log;
     Broker broker(repository, brokerOptions);
     const CurrentManager current(broker);
     options.http.log = log;
@@ -184,6 +186,7 @@ int main(int argc, char** argv)
     const sigset_t signals = stopSignals();
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);  // a log at the limit to the size of files
     try {
         const auto options = parseCommandLine(argc, argv);
         if (!options) return 0;

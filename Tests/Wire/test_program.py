@@ -3,6 +3,7 @@
 import base64
 import concurrent.futures
 import contextlib
+import os
 import pathlib
 import re
 import signal
@@ -75,7 +76,8 @@ class Program(unittest.TestCase):
                 self.assertEqual(ready, f"ready: http://127.0.0.1:{port}/root/qbx\n")
 
     def test_users(self):
-        """A hash that it makes is one that it takes; nothing of a request is looked at before."""
+        """A hash that it makes is one that it takes; nothing of a request is looked at before.
+        Who is refused is logged as soon as there is room for it."""
         hashed = subprocess.run([server(), "--hash-password"], input=b"a:b \xc3\xa4\n", stdout=-1)
         users = self.users("# comment", "", f"eva:{hashed.stdout.decode()}")
         log = self.enterContext((self.folder / "log").open("w+"))
@@ -100,6 +102,16 @@ class Program(unittest.TestCase):
             self.assertEqual(told(b"eva:a", chunked + much + much + b"0\r\n\r\n"), b"")  # cut off
         log.seek(0)
         self.assertRegex(log.read(), f"warning: {users.split()[1]} can be read or written by others")
+        reader, writer = os.pipe()
+        os.set_blocking(writer, False)
+        os.write(writer, bytes(1 << 20))  # as much as there is room for
+        said = b"POST / HTTP/1.1\r\nConnection: close\r\nAuthorization: Basic ZXZhOmE=\r\n" + empty
+        with started(*users.split(), log=writer) as (_, port):
+            self.assertIn(b" 401 ", answer(port, said))
+            self.assertEqual(os.read(reader, 1 << 20).count(b"wrong"), 0)
+            self.assertIn(b" 401 ", answer(port, said))
+        os.close(writer)
+        self.assertEqual(os.read(reader, 1 << 20).count(b"wrong user"), 1)
 
     def test_stops_while_bytes_wait_that_are_no_request(self):
         """The HTTP library must not meet them in its stop: it crashed."""
