@@ -127,7 +127,7 @@ const String& checkedHost(const String& hostName)
 Broker::Broker(const Repository& repository, const BrokerOptions& options)
     : repository_(repository),
       hostName_(checkedHost(options.hostName)),
-      registry_(repository, options.interopNamespace, options.providerFolders)
+      registry_(repository, options)
 {
     for (const Ns& nameSpace : repository.namespaces()) {
         for (const CIMName& name : repository.subclassNames(nameSpace, CIMName(), true)) {

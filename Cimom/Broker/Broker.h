@@ -16,16 +16,6 @@
 namespace cimom
 {
 
-struct BrokerOptions
-{
-    /// Put as host into every path handed to a provider and into paths sent without a host.
-    Pegasus::String hostName;
-    /// Folders searched for lib<Location>.so of a registered module, in order.
-    std::vector<std::filesystem::path> providerFolders;
-    /// Where the PG_ProviderModule, PG_Provider and PG_ProviderCapabilities instances are.
-    CIMNamespaceName interopNamespace{"root/interop"};
-};
-
 /// Where a traversal of associations starts and what it is narrowed down to; null names and empty
 /// roles let everything pass. References use `resultClass` for the association.
 struct Traversal

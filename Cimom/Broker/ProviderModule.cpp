@@ -22,6 +22,13 @@ CIMException failed(const std::string& text)
     return CIMException(CIM_ERR_FAILED, printable(text));
 }
 
+/// In the file system's clock; the same time for every file that is not there.
+std::int64_t timeWritten(const std::filesystem::path& file)
+{
+    std::error_code ignored;
+    return std::filesystem::last_write_time(file, ignored).time_since_epoch().count();
+}
+
 void terminateQuietly(CIMProvider& provider) noexcept
 {
     try {
@@ -34,8 +41,13 @@ void terminateQuietly(CIMProvider& provider) noexcept
 }  // namespace
 
 ProviderModule::ProviderModule(const String& name, const String& location,
-                               const std::vector<std::filesystem::path>& folders)
-    : name_(name), folders_(folders), file_("lib" + toUtf8(location) + ".so")
+                               const std::vector<std::filesystem::path>& folders,
+                               const LogLine& log)
+    : name_(name),
+      folders_(folders),
+      file_("lib" + toUtf8(location) + ".so"),
+      log_(log),
+      timeWritten_(timeWritten(file_))
 {
 }
 
@@ -71,7 +83,17 @@ ProviderModule::Factory ProviderModule::load(const String& providerName)
     }
     void* const symbol = ::dlsym(library, "PegasusCreateProvider");
     if (symbol == nullptr) throw failure(providerName, "entry point not found.");
+    timeWritten_ = timeWritten(file_);
     return reinterpret_cast<Factory>(symbol);
+}
+
+void ProviderModule::watch()
+{
+    const std::int64_t now = timeWritten(file_);
+    if (timeWritten_.exchange(now) == now) return;
+    log_("warning: " + file_.string() +
+         " has changed since it was loaded: restart the server to use it. Unless the new file was "
+         "moved over the old one, the server may crash until then.");
 }
 
 CIMException ProviderModule::failure(const String& providerName, const std::string& text) const
@@ -87,7 +109,10 @@ ProviderObject::~ProviderObject()
 
 CIMProvider& ProviderObject::acquire()
 {
-    if (CIMProvider* const provider = ready_.load()) return *provider;
+    if (CIMProvider* const provider = ready_.load()) {
+        module_.watch();
+        return *provider;
+    }
     // By the system's clock: the thread sanitizer does not know a lock taken by the steady one.
     const std::unique_lock<InitializationLock> lock(initializations_,
                                                     std::chrono::system_clock::now() + longestWait);

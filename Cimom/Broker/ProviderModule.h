@@ -5,13 +5,18 @@
 #include <Pegasus/Provider/CIMProvider.h>
 
 #include <atomic>
+#include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
 
 namespace cimom
 {
+
+/// Takes lines for a log, from any thread.
+using LogLine = std::function<void(const std::string& line)>;
 
 /// A shared library that makes provider objects.
 ///
@@ -25,7 +30,7 @@ public:
 
     /// `location` is the library's bare name: lib<location>.so in one of the folders.
     ProviderModule(const Pegasus::String& name, const Pegasus::String& location,
-                   const std::vector<std::filesystem::path>& folders);
+                   const std::vector<std::filesystem::path>& folders, const LogLine& log);
 
     const Pegasus::String& name() const { return name_; }
     /// Uses this function instead of the library's.
@@ -34,6 +39,9 @@ public:
     /// CIMException with CIM_ERR_FAILED saying what is missing; the next call tries again. Only
     /// one thread at a time may call it.
     Pegasus::CIMProvider* create(const Pegasus::String& providerName);
+    /// Logs when the library's file has changed since it was loaded, or since the last time. Any
+    /// thread may call it.
+    void watch();
 
 private:
     Factory load(const Pegasus::String& providerName);
@@ -44,6 +52,8 @@ private:
     const std::vector<std::filesystem::path> folders_;
     std::filesystem::path file_;  // without its folder as long as it has not been found
     Factory factory_ = nullptr;
+    const LogLine log_;
+    std::atomic<std::int64_t> timeWritten_;  // of the library, as far as it is known
 };
 
 /// One registered provider: created and initialized at the first request for it.

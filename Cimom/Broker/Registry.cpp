@@ -56,16 +56,16 @@ void requireOneOf(const CIMInstance& instance, const char* name,
 
 }  // namespace
 
-Registry::Registry(const Repository& repository, const CIMNamespaceName& interop,
-                   const std::vector<std::filesystem::path>& providerFolders)
+Registry::Registry(const Repository& repository, const BrokerOptions& options)
 {
+    const CIMNamespaceName& interop = options.interopNamespace;
     const auto forEach = [&](const char* className, auto add) {
         const CIMName name(className);
         if (!repository.hasNamespace(interop) || !repository.findClass(interop, name)) return;
         for (const CIMInstance& instance : repository.instancesOf(interop, name))
             add(instance);
     };
-    forEach("PG_ProviderModule", [&](const CIMInstance& i) { addModule(i, providerFolders); });
+    forEach("PG_ProviderModule", [&](const CIMInstance& i) { addModule(i, options); });
     forEach("PG_Provider", [&](const CIMInstance& i) { addProvider(i); });
     forEach("PG_ProviderCapabilities", [&](const CIMInstance& i) { addCapabilities(i); });
 }
@@ -95,8 +95,7 @@ ProviderModule* Registry::module(const String& name) const
     return nullptr;
 }
 
-void Registry::addModule(const CIMInstance& instance,
-                         const std::vector<std::filesystem::path>& folders)
+void Registry::addModule(const CIMInstance& instance, const BrokerOptions& options)
 {
     const auto name = required<String>(instance, "Name");
     required<String>(instance, "Vendor");
@@ -113,7 +112,8 @@ void Registry::addModule(const CIMInstance& instance,
         refuse(instance, "Location", toUtf8(location),
                "give the bare name NAME of a library libNAME.so.");
     }
-    modules_.push_back(std::make_unique<ProviderModule>(name, location, folders));
+    modules_.push_back(
+        std::make_unique<ProviderModule>(name, location, options.providerFolders, options.log));
 }
 
 void Registry::addProvider(const CIMInstance& instance)

@@ -18,6 +18,17 @@ enum class ProviderKind
     Method = 5,
 };
 
+struct BrokerOptions
+{
+    /// Put as host into every path handed to a provider and into paths sent without a host.
+    Pegasus::String hostName;
+    /// Folders searched for lib<Location>.so of a registered module, in order.
+    std::vector<std::filesystem::path> providerFolders;
+    /// Where the PG_ProviderModule, PG_Provider and PG_ProviderCapabilities instances are.
+    Pegasus::CIMNamespaceName interopNamespace{"root/interop"};
+    LogLine log = [](const std::string&) {};
+};
+
 /// The registered modules and providers and their routes. Immutable once built.
 class Registry
 {
@@ -26,8 +37,7 @@ public:
     /// namespace; none when it or these classes do not exist. Throws std::runtime_error, naming
     /// the instance and the property, when one is incomplete, refers to one that is not there, or
     /// registers a second provider for the same class and type.
-    Registry(const Repository& repository, const CIMNamespaceName& interop,
-             const std::vector<std::filesystem::path>& providerFolders);
+    Registry(const Repository& repository, const BrokerOptions& options);
     /// Terminates the providers, last registered first.
     ~Registry();
     Registry(const Registry&) = delete;
@@ -49,7 +59,7 @@ private:
         ProviderObject* provider;
     };
 
-    void addModule(const CIMInstance& instance, const std::vector<std::filesystem::path>& folders);
+    void addModule(const CIMInstance& instance, const BrokerOptions& options);
     void addProvider(const CIMInstance& instance);
     void addCapabilities(const CIMInstance& instance);
     void addRoute(const CIMInstance& instance, const Route& route);

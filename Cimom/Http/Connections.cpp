@@ -4,10 +4,18 @@
 
 #include <algorithm>
 #include <array>
+#include <string_view>
 #include <sys/socket.h>
 
 namespace cimom
 {
+
+namespace
+{
+
+const char* const tooMany = "Too many connections.";
+
+}  // namespace
 
 Connections::Connections(const ConnectionLimits& limits, bool plain)
     : limits_(limits), plain_(plain), watcher_([this] { watch(); })
@@ -23,8 +31,11 @@ Connections::~Connections()
 Connection* Connections::open(int socket, const std::string& peer)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
-    const std::string refusal = refusalOf(peer);
-    Connection& connection = open_.emplace(socket, Connection{socket, peer, refusal}).first->second;
+    const bool room = makeRoom(&peer, limits_.mostPerAddress) && makeRoom(nullptr, limits_.most);
+    const std::string refusal = stopping_ ? "The server is shutting down." : room ? "" : tooMany;
+    const auto deadline = std::chrono::steady_clock::now() + limits_.timeout;
+    Connection& connection =
+        open_.emplace(socket, Connection{socket, peer, refusal, deadline}).first->second;
     if (refusal.empty()) return &connection;
     end(connection, 503, refusal);
     // Nobody may work on what has come already, and unread bytes would take the reply from the
@@ -35,30 +46,55 @@ Connection* Connections::open(int socket, const std::string& peer)
     return &connection;
 }
 
-std::string Connections::refusalOf(const std::string& peer) const
+/// Whether there is room for one more connection of the peer (null: of all), if need be after the
+/// end of one that was never accepted: of the address that has most of these, the one nearest to
+/// its deadline.
+bool Connections::makeRoom(const std::string* peer, unsigned most)
 {
-    if (stopping_) return "The server is shutting down.";
-    const auto ofPeer = std::count_if(open_.begin(), open_.end(),
-                                      [&](const auto& entry) { return entry.second.peer == peer; });
-    const bool room = open_.size() < limits_.most && ofPeer < limits_.mostPerAddress;
-    return room ? "" : "Too many connections.";
+    unsigned used = 0;
+    std::map<std::string_view, std::pair<unsigned, Connection*>> strangers;
+    for (auto& [socket, connection] : open_) {
+        if (connection.stage == Stage::Ended || (peer && connection.peer != *peer)) continue;
+        ++used;
+        if (connection.accepted) continue;
+        auto& [number, next] = strangers[connection.peer];
+        ++number;
+        if (!next || connection.deadline < next->deadline) next = &connection;
+    }
+    if (used < most) return true;
+    if (strangers.empty()) return false;
+    const auto fewer = [](const auto& a, const auto& b) { return a.second.first < b.second.first; };
+    end(*std::max_element(strangers.begin(), strangers.end(), fewer)->second.second, 503, tooMany);
+    return true;
 }
 
-void Connections::close(Connection* connection)
+Stage Connections::close(Connection* connection)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
+    const Stage last = connection->stage;
     open_.erase(connection->socket);
     changed_.notify_all();
+    return last;
 }
 
-bool Connections::enter(Connection* connection, Stage stage)
+bool Connections::enter(Connection* connection, Stage stage, std::size_t replySize)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
-    if (stopping_ && stage == Stage::Working) return false;
+    const bool ended = connection->stage == Stage::Ended;
+    const bool begins = stage == Stage::Checking || stage == Stage::Working;
+    if (ended || (stopping_ && begins)) return !begins;
     connection->stage = stage;
-    connection->since = std::chrono::steady_clock::now();
+    connection->accepted |= stage == Stage::Working;
+    connection->deadline = std::chrono::steady_clock::now() + limits_.timeout +
+                           std::chrono::seconds(replySize / limits_.slowestReader);
     if (stopping_) changed_.notify_all();
     return true;
+}
+
+void Connections::hold(Connection* connection, std::chrono::milliseconds time)
+{
+    std::unique_lock<std::mutex> lock(mutex_);
+    changed_.wait_for(lock, time, [&] { return stopping_ || connection->stage == Stage::Ended; });
 }
 
 bool Connections::any(Stage stage) const
@@ -83,12 +119,13 @@ void Connections::watch()
 {
     std::unique_lock<std::mutex> lock(mutex_);
     while (!changed_.wait_for(lock, std::chrono::milliseconds(250), [this] { return stopping_; })) {
-        const auto latest = std::chrono::steady_clock::now() - limits_.timeout;
+        const auto now = std::chrono::steady_clock::now();
         for (auto& [socket, connection] : open_) {
-            if (connection.since > latest) continue;
-            if (connection.stage == Stage::Idle) end(connection, 0, "");
-            if (connection.stage == Stage::New || connection.stage == Stage::Receiving)
-                end(connection, 408, "");
+            const Stage stage = connection.stage;
+            const bool ours = stage == Stage::Checking || stage == Stage::Working;
+            if (ours || stage == Stage::Ended || connection.deadline > now) continue;
+            const bool incomplete = stage == Stage::New || stage == Stage::Receiving;
+            end(connection, incomplete ? 408 : 0, "");
         }
     }
 }
@@ -96,12 +133,13 @@ void Connections::watch()
 /// Ends the connection; with a status its peer is told so, if it understands.
 void Connections::end(Connection& connection, int status, const std::string& detail)
 {
-    if (plain_ && status != 0) {
+    if (plain_ && status != 0 && connection.stage != Stage::Sending) {
         const std::string reply = plainText(plainReply(status, detail, true));
         send(connection.socket, reply.data(), reply.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
     }
     shutdown(connection.socket, SHUT_RDWR);
     connection.stage = Stage::Ended;
+    changed_.notify_all();
 }
 
 }  // namespace cimom

@@ -1,4 +1,4 @@
-// The connections of a server: counted against the limits, watched for slow requests, and ended.
+// The connections of a server: counted against the limits, watched for slow clients, and ended.
 #pragma once
 
 #include <chrono>
@@ -16,14 +16,18 @@ struct ConnectionLimits
     unsigned most = 256;               ///< connections at once
     unsigned mostPerAddress = 128;     ///< connections at once from one address
     std::chrono::seconds timeout{30};  ///< for the header of a request to arrive, and for its body
+    /// Bytes a second: a reply has to be taken within the timeout and its size divided by this.
+    std::size_t slowestReader = 16 * 1024;
 };
 
-/// What a connection is at. New: no request has come yet; Receiving: a header has come, the body
-/// has not; Idle: the last request is answered; Ended: its end has been brought about.
+/// What a connection is at. New: no request has come yet; Checking: a header has come, it is seen
+/// who sends it; Receiving: the body has not come yet; Working: on an operation; Idle: the last
+/// request is answered; Ended: its end has been brought about.
 enum class Stage
 {
     New,
     Idle,
+    Checking,
     Receiving,
     Working,
     Sending,
@@ -36,12 +40,13 @@ struct Connection
     int socket;
     std::string peer;     ///< numeric address
     std::string refusal;  ///< why it was ended at once; empty: it was not
+    std::chrono::steady_clock::time_point deadline;  ///< of the stage
     Stage stage = Stage::New;
-    std::chrono::steady_clock::time_point since = std::chrono::steady_clock::now();
+    bool accepted = false;  ///< an operation has been begun: the peer may use the server
 };
 
-/// Refuses connections beyond the limits and ends those that do not send a complete request in
-/// time. Safe for any number of threads.
+/// Refuses connections beyond the limits and ends those that do not send a complete request, or
+/// take its reply, in time. Safe for any number of threads.
 class Connections
 {
 public:
@@ -50,15 +55,18 @@ public:
     /// Like drain(), without time for the last replies.
     ~Connections();
 
-    /// Registers a new connection. One beyond the limits has its refusal set, is told so and ended
-    /// at once; it is closed like any other.
+    /// Registers a new connection. At a limit, it displaces a connection that was never accepted,
+    /// of its address or of the one that has most of these. Without such one it has its refusal
+    /// set, is told so and ended at once; it is closed like any other.
     Connection* open(int socket, const std::string& peer);
-    /// Forgets a connection; to be called before its socket is closed.
-    void close(Connection*);
+    /// Forgets a connection and returns what it was at; to be called before its socket is closed.
+    Stage close(Connection*);
 
-    /// Notes what a connection is at. False when the server stops and it would be working: the
-    /// request must not be carried out then.
-    bool enter(Connection*, Stage);
+    /// Notes what a connection is at. False when the server stops, or the connection was ended, and
+    /// a request would be checked or carried out: that must not be done then.
+    bool enter(Connection*, Stage, std::size_t replySize = 0);
+    /// Waits for that long, or until the connection is ended or the server stops.
+    void hold(Connection*, std::chrono::milliseconds);
 
     /// Refuses new connections and requests, waits for running operations, for that long at most
     /// for their replies to be read, then ends all connections and waits until they are closed.
@@ -66,7 +74,7 @@ public:
 
 private:
     bool any(Stage) const;
-    std::string refusalOf(const std::string& peer) const;
+    bool makeRoom(const std::string* peer, unsigned most);
     void watch();
     void end(Connection&, int status, const std::string& detail);
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <gnutls/gnutls.h>
 #include <memory>
 
@@ -89,6 +90,19 @@ HttpReply cimErrorReply(int status, const std::string& cimError, const std::stri
     return reply;
 }
 
+/// Counts the fields that say where a body ends, those that somebody could read so twice: the
+/// library looks at the first only, and appends a value on a line of its own to the name.
+MHD_Result countFraming(void* count, MHD_ValueKind, const char* name, const char* value)
+{
+    const auto starts = [&](std::string_view known) {
+        return equalNoCase(std::string_view(name).substr(0, known.size()), known);
+    };
+    const bool isOdd = std::strpbrk(name, " \t:") || (value && std::strchr(value, '\r'));
+    const bool counts = starts("Content-Length") || starts("Transfer-Encoding");
+    *static_cast<unsigned*>(count) += isOdd ? 2 : counts ? 1 : 0;
+    return MHD_YES;
+}
+
 }  // namespace
 
 HttpReply plainReply(int status, const std::string& detail, bool close)
@@ -104,9 +118,9 @@ HttpReply tooLargeReply(std::size_t maxBody)
                       true);
 }
 
-HttpReply unauthorizedReply(const std::string& realm, bool given)
+HttpReply unauthorizedReply(const std::string& realm, const std::string& detail)
 {
-    HttpReply reply = plainReply(401, given ? "" : "User Unauthorized");
+    HttpReply reply = plainReply(401, detail);
     reply.fields.emplace_back("WWW-Authenticate", "Basic realm=\"" + realm + "\"");
     return reply;
 }
@@ -141,11 +155,18 @@ std::optional<HttpReply> refuseAtOnce(MHD_Connection* connection, std::string_vi
     }
     if (verb == "OPTIONS") return plainReply(400, "", true);
     if (verb != "POST") return plainReply(501, "", true);
+    unsigned count = 0;
+    MHD_get_connection_values(connection, MHD_HEADER_KIND, &countFraming, &count);
+    if (count > 1)
+        return plainReply(400, "It is not clear from the header where the body ends.", true);
     const char* length = field(connection, "Content-Length");
-    if (!length && !field(connection, "Transfer-Encoding")) {
+    const char* coding = field(connection, "Transfer-Encoding");
+    if (!length && !coding) {
         return plainReply(411, "The request needs a Content-Length header or a chunked body.",
                           true);
     }
+    if (coding && !equalNoCase(coding, "chunked"))
+        return plainReply(501, "The only transfer coding known here is chunked.", true);
     // The library has refused what is no number.
     if (length && std::strtoull(length, nullptr, 10) > maxBody) return tooLargeReply(maxBody);
     return std::nullopt;

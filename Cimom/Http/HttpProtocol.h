@@ -31,8 +31,8 @@ struct Credentials
 HttpReply plainReply(int status, const std::string& detail, bool close = false);
 /// The reply to a body that is larger than so many bytes.
 HttpReply tooLargeReply(std::size_t maxBody);
-/// 401 with the challenge; `given`: there were credentials, but wrong ones.
-HttpReply unauthorizedReply(const std::string& realm, bool given);
+/// 401 with the challenge.
+HttpReply unauthorizedReply(const std::string& realm, const std::string& detail);
 HttpReply httpReply(CimReply&&);
 /// A reply without body as it goes over the wire.
 std::string plainText(const HttpReply&);

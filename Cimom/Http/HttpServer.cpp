@@ -2,6 +2,9 @@
 
 #include "Http/Connections.h"
 #include "Http/HttpProtocol.h"
+#include "Model/Text.h"
+
+#include <Pegasus/Common/Exception.h>
 
 #include <array>
 #include <atomic>
@@ -11,6 +14,7 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <microhttpd.h>
 #include <mutex>
 #include <netdb.h>
@@ -26,6 +30,47 @@ namespace
 
 /// How long stop() waits for clients to read the last replies.
 constexpr std::chrono::seconds lastReplies{5};
+
+/// No key exchange without forward secrecy, no signature with SHA-1.
+const char* const tlsPriorities =
+    "NORMAL:-VERS-ALL:+VERS-TLS1.3:+VERS-TLS1.2:-RSA:-SIGN-RSA-SHA1:-SIGN-ECDSA-SHA1:"
+    "-SIGN-DSA-SHA1";
+
+/// A log of lines that clients cause, as often as they like: the first few of equal lines in a
+/// minute, then their number. Safe for any number of threads.
+class LimitedLog
+{
+public:
+    explicit LimitedLog(const std::function<void(const std::string&)>& write) : write_(write) {}
+    ~LimitedLog() { tell(); }
+
+    void add(const std::string& line)
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (std::chrono::steady_clock::now() > end_) tell();
+        const unsigned number = ++numbers_[numbers_.size() < 256 ? line : "further events"];
+        if (number <= first && write_) write_(line);
+    }
+
+private:
+    static constexpr unsigned first = 5;
+
+    /// Tells the numbers, and begins a new minute.
+    void tell()
+    {
+        for (const auto& [line, number] : numbers_) {
+            if (number > first && write_)
+                write_(line + " (" + std::to_string(number - first) + " more of these)");
+        }
+        numbers_.clear();
+        end_ = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    }
+
+    const std::function<void(const std::string&)>& write_;
+    std::mutex mutex_;
+    std::map<std::string, unsigned> numbers_;
+    std::chrono::steady_clock::time_point end_;
+};
 
 /// One request and its reply.
 struct Exchange
@@ -89,6 +134,7 @@ struct HttpServer::Impl
         : options(std::move(given)),
           users(passwords),
           handler(std::move(requestHandler)),
+          lines(options.log),
           connections(options.connections, options.certificateFile.empty())
     {
     }
@@ -105,8 +151,7 @@ struct HttpServer::Impl
         const std::array<MHD_OptionItem, 4> tlsOptions = {
             {{tls ? MHD_OPTION_HTTPS_MEM_CERT : MHD_OPTION_END, 0, certificate.data()},
              {MHD_OPTION_HTTPS_MEM_KEY, 0, key.data()},
-             {MHD_OPTION_HTTPS_PRIORITIES, 0,
-              const_cast<char*>("NORMAL:-VERS-TLS1.0:-VERS-TLS1.1")},
+             {MHD_OPTION_HTTPS_PRIORITIES, 0, const_cast<char*>(tlsPriorities)},
              {MHD_OPTION_END, 0, nullptr}}};
         const auto address = resolve(options);
         // The library's own limits lie behind ours, which answer before they close.
@@ -154,15 +199,21 @@ struct HttpServer::Impl
                              MHD_ConnectionNotificationCode code)
     {
         auto& self = *static_cast<Impl*>(cls);
-        if (code == MHD_CONNECTION_NOTIFY_CLOSED)
-            return self.connections.close(static_cast<Connection*>(*context));
+        if (code == MHD_CONNECTION_NOTIFY_CLOSED) {
+            auto* ended = static_cast<Connection*>(*context);
+            const std::string peer = ended->peer;
+            if (self.connections.close(ended) == Stage::New && !self.options.keyFile.empty())
+                self.lines.add("TLS from " + peer + " ended in its handshake or before a request");
+            return;
+        }
         const auto* socket = MHD_get_connection_info(handle, MHD_CONNECTION_INFO_CONNECTION_FD);
         const auto* address = MHD_get_connection_info(handle, MHD_CONNECTION_INFO_CLIENT_ADDRESS);
         Connection* connection =
             self.connections.open(socket->connect_fd, numericAddress(address->client_addr));
         *context = connection;
         if (connection->refusal.empty()) return;
-        self.log("refused a connection from " + connection->peer + ": " + connection->refusal);
+        self.lines.add("refused a connection from " + connection->peer + ": " +
+                       connection->refusal);
     }
 
     static MHD_Result onRequest(void* cls, MHD_Connection* handle, const char*, const char* verb,
@@ -202,71 +253,83 @@ struct HttpServer::Impl
         std::vsnprintf(line.data(), line.size(), format, arguments);
         std::string text = line.data();
         text.erase(text.find_last_not_of('\n') + 1);
-        if (self.running) return self.log(text);
+        if (self.running) return self.lines.add(text);
         const std::lock_guard<std::mutex> lock(self.mutex);
         self.lastLibraryMessage = text;  // still starting: part of the exception
     }
 
     /// What the step returns; whatever it throws ends here.
     template <class Step>
-    std::optional<HttpReply> guarded(Step step) const
+    std::optional<HttpReply> guarded(Step step)
     {
         std::string what = "unknown exception";
         try {
             return step();
         } catch (const std::exception& error) {
             what = error.what();
+        } catch (const Pegasus::Exception& error) {
+            what = toUtf8(error.getMessage());
         } catch (...) {
         }
-        log("internal error: " + what);
+        lines.add("internal error: " + what);
         return plainReply(500, "Internal error.", true);
     }
 
     /// The reply to a request that is not even to be read; nothing when it may go on.
     std::optional<HttpReply> refuse(MHD_Connection* handle, const char* verb, std::string& user)
     {
-        if (auto reply = refuseToWork(handle)) return reply;
+        if (auto reply = refuseToGo(handle, Stage::Checking)) return reply;
         if (auto reply = refuseAtOnce(handle, verb, options.maxBody)) return reply;
         if (auto reply = authenticate(handle, user)) return reply;
         return refuseFields(handle);
     }
 
-    std::optional<HttpReply> authenticate(MHD_Connection* handle, std::string& user) const
+    std::optional<HttpReply> authenticate(MHD_Connection* handle, std::string& user)
     {
         if (!users) return std::nullopt;
         const auto credentials = basicCredentials(handle);
-        if (credentials && users->verify(credentials->user, credentials->password)) {
-            user = credentials->user;
-            return std::nullopt;
+        if (!credentials) return unauthorizedReply(options.hostName, "User Unauthorized");
+        user = credentials->user;
+        if (!isUtf8(user))
+            return unauthorizedReply(options.hostName, "The user name is not UTF-8.");
+        Connection* connection = connectionOf(handle);
+        const Login login = users->check(connection->peer, user, credentials->password);
+        if (login == Login::Right) return std::nullopt;
+        if (login == Login::Busy) {
+            HttpReply reply = plainReply(503, "Too many logins of this address wait. Try again.");
+            reply.fields.emplace_back("Retry-After", "1");
+            return reply;
         }
-        if (credentials) log("wrong user or password from " + connectionOf(handle)->peer);
-        return unauthorizedReply(options.hostName, credentials.has_value());
+        lines.add("wrong user or password from " + connection->peer);
+        connections.hold(connection, users->delay(connection->peer));
+        return unauthorizedReply(options.hostName, "");
     }
 
     MHD_Result receive(Exchange& exchange, const char* data, std::size_t size) const
     {
         exchange.received += size;
+        const bool refused = exchange.reply && !exchange.reply->close;
         if (exchange.received <= options.maxBody) {
-            if (!exchange.reply) exchange.request.body.append(data, size);
+            if (!refused) exchange.request.body.append(data, size);
             return MHD_YES;
         }
         // A chunked body of unknown length: read on for a while so that the client sees the reply.
-        if (exchange.received > 4 * options.maxBody) return MHD_NO;
-        exchange.request.body.clear();
+        if (refused || exchange.received > 4 * options.maxBody) return MHD_NO;
+        exchange.request.body = std::string();
         exchange.reply = tooLargeReply(options.maxBody);
         return MHD_YES;
     }
 
-    /// Notes that the server, not its client, takes time now; a reply when the server stops.
-    std::optional<HttpReply> refuseToWork(MHD_Connection* handle)
+    /// Notes that the server, not its client, takes time now; a reply when it must not.
+    std::optional<HttpReply> refuseToGo(MHD_Connection* handle, Stage stage)
     {
-        if (connections.enter(connectionOf(handle), Stage::Working)) return std::nullopt;
+        if (connections.enter(connectionOf(handle), stage)) return std::nullopt;
         return plainReply(503, "The server is shutting down.", true);
     }
 
     HttpReply answer(MHD_Connection* handle, CimRequest& request)
     {
-        if (auto reply = refuseToWork(handle)) return *reply;
+        if (auto reply = refuseToGo(handle, Stage::Working)) return *reply;
         readCimFields(handle, request);
         return httpReply(handler(request));
     }
@@ -274,7 +337,7 @@ struct HttpServer::Impl
     /// Queues the reply, which has to live until the exchange is completed.
     MHD_Result send(MHD_Connection* handle, HttpReply& reply)
     {
-        connections.enter(connectionOf(handle), Stage::Sending);
+        connections.enter(connectionOf(handle), Stage::Sending, reply.body.size());
         MHD_Response* response = MHD_create_response_from_buffer(
             reply.body.size(), reply.body.data(), MHD_RESPMEM_PERSISTENT);
         if (!response) return MHD_NO;
@@ -287,14 +350,10 @@ struct HttpServer::Impl
         return result;
     }
 
-    void log(const std::string& line) const
-    {
-        if (options.log) options.log(line);
-    }
-
     const HttpOptions options;
     const PasswordFile* const users;
     const Handler handler;
+    LimitedLog lines;
     std::mutex mutex;
     std::string lastLibraryMessage;
     Connections connections;

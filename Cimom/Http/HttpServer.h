@@ -28,7 +28,8 @@ struct HttpOptions
 
 /// Accepts CIM-XML requests, authenticates them, hands them to a handler and sends what it returns;
 /// each connection on a thread of its own. Connections beyond the limits get 503, requests that do
-/// not arrive in time 408 (over TLS: closed), larger headers 431 and larger bodies 413.
+/// not arrive in time 408 (over TLS: closed), larger headers 431 and larger bodies 413; whose reply
+/// is not taken in time is closed. Nothing of a body is kept before its sender is known.
 class HttpServer
 {
 public:

@@ -7,7 +7,7 @@
 #include <fstream>
 #include <gnutls/crypto.h>
 #include <stdexcept>
-#include <string_view>
+#include <thread>
 
 namespace cimom
 {
@@ -15,34 +15,34 @@ namespace cimom
 namespace
 {
 
-constexpr unsigned hashesAtOnce = 4;
-
-/// The crypt(3) hash of the password under these settings (a hash serves as its own settings);
-/// empty when the settings are unknown.
-std::string hashWith(const std::string& password, const std::string& settings)
-{
-    crypt_data data{};
-    const char* hash = crypt_rn(password.c_str(), settings.c_str(), &data, sizeof(data));
-    return hash ? hash : "";
-}
+const long mostRunning = std::max(1U, std::thread::hardware_concurrency() / 2);
+constexpr unsigned mostPending = 4;          // of an address that has sent a wrong password
+constexpr std::size_t mostAddresses = 4096;  // any further ones count as one
 
 /// Whether the password has that hash, compared in a time that depends on the length only.
-bool hasHash(const std::string& password, const std::string& hash)
+bool hasHash(const std::string& password, const std::string& hash) noexcept
 {
-    const std::string computed = hashWith(password, hash);
-    return computed.size() == hash.size() &&
-           gnutls_memcmp(computed.data(), hash.data(), hash.size()) == 0;
+    crypt_data data{};
+    const char* computed = crypt_rn(password.c_str(), hash.c_str(), &data, sizeof(data));
+    return computed && gnutls_memcmp(computed, hash.c_str(), hash.size() + 1) == 0;
 }
 
-/// Yescrypt, scrypt, bcrypt and the SHA-2 methods; not DES, MD5 or NT.
-bool isStrongHash(const std::string& hash)
+/// The digest of the text under a key.
+template <class Key>
+std::array<unsigned char, 32> digest(const Key& key, const std::string& text)
 {
-    static const std::string_view methods[] = {"$y$", "$gy$", "$7$", "$2b$", "$2y$", "$6$", "$5$"};
-    const auto starts = [&](std::string_view method) {
-        return hash.compare(0, method.size(), method) == 0;
-    };
-    return std::any_of(std::begin(methods), std::end(methods), starts) &&
-           crypt_checksalt(hash.c_str()) == CRYPT_SALT_OK;
+    std::array<unsigned char, 32> digest{};
+    if (gnutls_hmac_fast(GNUTLS_MAC_SHA256, key.data(), key.size(), text.data(), text.size(),
+                         digest.data()) != 0) {
+        throw std::runtime_error("no digest");
+    }
+    return digest;
+}
+
+/// Yescrypt, scrypt, bcrypt and SHA-512; not DES, MD5, NT or SHA-256.
+bool isStrongHash(const char* hash)
+{
+    return crypt_checksalt(hash) == CRYPT_SALT_OK;
 }
 
 }  // namespace
@@ -77,7 +77,7 @@ void PasswordFile::addLine(const std::string& line)
         throw std::runtime_error("expected \"user:hash\"");
     const std::string user = line.substr(0, colon);
     const std::string hash = line.substr(colon + 1);
-    if (!isStrongHash(hash)) {
+    if (!isStrongHash(hash.c_str())) {
         throw std::runtime_error("user " + user +
                                  ": not a password hash of a strong method; make one with "
                                  "qbx-cimserver --hash-password");
@@ -86,38 +86,63 @@ void PasswordFile::addLine(const std::string& line)
         throw std::runtime_error("user " + user + " is listed twice");
 }
 
-PasswordFile::Digest PasswordFile::digest(const std::string& password) const
+PasswordFile::Address& PasswordFile::addressOf(const std::string& address) const
 {
-    Digest digest{};
-    if (gnutls_hmac_fast(GNUTLS_MAC_SHA256, key_.data(), key_.size(), password.data(),
-                         password.size(), digest.data()) != 0) {
-        throw std::runtime_error("no digest");
+    const Time now = std::chrono::steady_clock::now();
+    for (auto entry = addresses_.begin(); entry != addresses_.end();) {
+        const bool over = entry->second.pending == 0 && entry->second.limitedUntil < now;
+        entry = over ? addresses_.erase(entry) : std::next(entry);
     }
-    return digest;
+    return addresses_[addresses_.size() < mostAddresses ? address : ""];
 }
 
-bool PasswordFile::verify(const std::string& user, const std::string& password) const
+Login PasswordFile::check(const std::string& address, const std::string& user,
+                          const std::string& password) const
 {
-    if (password.find('\0') != std::string::npos) return false;
+    if (password.find('\0') != std::string::npos) return Login::Wrong;
     const auto found = users_.find(user);
     const bool known = found != users_.end();
-    const User& expected = known ? found->second : users_.begin()->second;
-    const Digest mark = digest(password);
-    const auto remembered = [&] {
+    // The methods of the file may differ. Which one a name costs is the same after a restart.
+    const unsigned char choice = digest(users_.begin()->second.hash, user)[0];
+    const User& expected =
+        (known ? found : std::next(users_.begin(), choice % users_.size()))->second;
+    const Digest mark = digest(key_, password);
+    const auto isRemembered = [&] {
         return known && expected.verified &&
                gnutls_memcmp(expected.verified->data(), mark.data(), mark.size()) == 0;
     };
     std::unique_lock<std::mutex> lock(mutex_);
-    hashed_.wait(lock, [&] { return remembered() || hashing_ < hashesAtOnce; });
-    if (remembered()) return true;
-    ++hashing_;
-    lock.unlock();
-    const bool right = hasHash(password, expected.hash) && known;
-    lock.lock();
-    --hashing_;
-    hashed_.notify_all();
-    if (right) expected.verified = mark;
-    return right;
+    if (isRemembered()) return Login::Right;
+    Address& from = addressOf(address);
+    const auto isBusy = [&] {
+        return from.pending > mostPending && from.limitedUntil > std::chrono::steady_clock::now();
+    };
+    const auto turn = queue_.insert(queue_.end(), &from);
+    ++from.pending;
+    changed_.wait(lock, [&] {
+        return isRemembered() || isBusy() || std::distance(queue_.begin(), turn) < mostRunning;
+    });
+    Login login = isRemembered() ? Login::Right : Login::Busy;
+    if (login == Login::Busy && !isBusy()) {
+        lock.unlock();
+        login = hasHash(password, expected.hash) && known ? Login::Right : Login::Wrong;
+        lock.lock();
+        if (login == Login::Right) expected.verified = mark;
+        if (login == Login::Wrong) {
+            ++from.wrong;
+            from.limitedUntil = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+        }
+    }
+    --from.pending;
+    queue_.erase(turn);
+    changed_.notify_all();
+    return login;
+}
+
+std::chrono::milliseconds PasswordFile::delay(const std::string& address) const
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return std::chrono::milliseconds(200U << std::min(addressOf(address).wrong, 5U));
 }
 
 std::string hashPassword(const std::string& password)
@@ -127,8 +152,10 @@ std::string hashPassword(const std::string& password)
         throw std::runtime_error("the password contains a NUL or a line end");
     std::array<char, CRYPT_GENSALT_OUTPUT_SIZE> settings{};
     const char* made = crypt_gensalt_rn(nullptr, 0, nullptr, 0, settings.data(), settings.size());
-    const std::string hash = made ? hashWith(password, made) : "";
-    if (!isStrongHash(hash)) throw std::runtime_error("this machine's crypt has no strong method");
+    crypt_data data{};
+    const char* hash = made ? crypt_rn(password.c_str(), made, &data, sizeof(data)) : nullptr;
+    if (!hash || !isStrongHash(hash))
+        throw std::runtime_error("this machine's crypt has no strong method");
     return hash;
 }
 

@@ -44,6 +44,7 @@ void log(const std::string& text)
     std::tm local{};
     localtime_r(&now, &local);
     std::strftime(time, sizeof(time), "%Y-%m-%dT%H:%M:%S ", &local);
+    std::cerr.clear();  // of a disk that was full
     std::cerr << time + text + "\n";
 }
 
@@ -108,6 +109,14 @@ void warnOfExposure(const ServerOptions& options)
     }
 }
 
+void warnOfOpenFile(const std::string& file)
+{
+    using std::filesystem::perms;
+    const perms open = perms::others_read | perms::others_write | perms::group_write;
+    if (!file.empty() && (std::filesystem::status(file).permissions() & open) != perms::none)
+        log("warning: " + file + " can be read or written by others; chmod 600 " + file);
+}
+
 /// Serves until a signal comes.
 void serve(ServerOptions options)
 {
@@ -121,6 +130,7 @@ void serve(ServerOptions options)
     brokerOptions.hostName = host;
     brokerOptions.providerFolders = options.providerFolders;
     brokerOptions.interopNamespace = interop;
+    brokerOptions.log = log;
     Broker broker(repository, brokerOptions);
     const CurrentManager current(broker);
     options.http.log = log;
@@ -128,6 +138,8 @@ void serve(ServerOptions options)
         options.http, users ? &*users : nullptr,
         [&broker](const CimRequest& request) { return answerCimRequest(broker, request); });
     warnOfExposure(options);
+    warnOfOpenFile(options.users);
+    warnOfOpenFile(options.http.keyFile);
     std::cout << "ready: " + url(options, server.port()) + "\n" << std::flush;
     waitForStop();
     server.stop();
@@ -174,6 +186,7 @@ int main(int argc, char** argv)
     const sigset_t signals = stopSignals();
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);  // a log at the limit to the size of files
     try {
         const auto options = parseCommandLine(argc, argv);
         if (!options) return 0;

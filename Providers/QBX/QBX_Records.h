@@ -141,7 +141,8 @@ inline bool carriesSensors(jb_type_e type)
 ///@{
 /// Calls `visit(sensor, index)` for each sensor of a cage that is not empty, in order, until it
 /// returns false; the index counts the empty places too. The count is the array's word and is not
-/// clamped. Returns false when `visit` ended the walk.
+/// clamped: the array's contract is that a record never counts more sensors than it has places. One
+/// that did would be read on into what follows it. Returns false when `visit` ended the walk.
 template <class Visit>
 bool forEachSensor(const api_sensor_t* sensors, unsigned int count, Visit&& visit)
 {

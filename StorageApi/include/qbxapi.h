@@ -172,7 +172,8 @@ typedef struct api_CageLbod_t
     api_StatePair_t fwState;                /* state of that firmware */
     api_StatePair_t cpuState;               /* state of the cage processor */
     uint16_t sensValid;                     /* bit i set: sensors[i] has been read */
-    uint8_t sensCount;                      /* sensor places in use, empty ones included */
+    uint8_t sensCount;                      /* places in use, empty ones included: at most as many
+                                             * as there are, which callers do not check */
     api_sensor_t sensors[API_CAGE_SENSORS]; /* the cage's sensors */
 } api_CageLbod_t;
 
@@ -219,7 +220,7 @@ typedef struct api_CagePS_t
     uint8_t reserved66[358];
     jb_type_e type; /* hardware type */
     uint8_t reserved428[62];
-    uint8_t sensCount; /* sensor places in use, empty ones included */
+    uint8_t sensCount; /* places in use, as in api_CageLbod_t */
     uint8_t reserved491;
     api_sensor_t sensors[API_CAGEPS_SENSORS]; /* the power supplies' sensors */
     uint8_t reserved702[10];

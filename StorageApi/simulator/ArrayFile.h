@@ -44,6 +44,7 @@ struct Array
 /// A firmware file: a version, and the cage types that it is for.
 struct Firmware
 {
+    std::string file;
     char version[32] = {};
     std::vector<jb_type_e> cageTypes;
 };

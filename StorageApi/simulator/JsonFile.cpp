@@ -1,14 +1,18 @@
 #include "JsonFile.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <cstdio>
 #include <ctime>
 #include <filesystem>
-#include <fstream>
+#include <random>
 #include <sstream>
+#include <string_view>
 #include <system_error>
 
 namespace qbxsim
@@ -95,6 +99,29 @@ std::string bytesFromHex(const JsonValue& value, std::string digits)
     return bytes;
 }
 
+std::system_error failure(int error, const std::string& path)
+{
+    return std::system_error(error, std::generic_category(), path);
+}
+
+/// The result of a system call on that file. Throws when the call failed.
+std::size_t checked(ssize_t result, const std::string& path)
+{
+    if (result < 0) throw failure(errno, path);
+    return static_cast<std::size_t>(result);
+}
+
+/// An open file.
+struct Descriptor
+{
+    Descriptor(int opened, const std::string& path) : number(opened) { checked(opened, path); }
+    ~Descriptor() { close(number); }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    const int number;
+};
+
 template <class Words>
 std::string joined(const Words& words)
 {
@@ -106,21 +133,39 @@ std::string joined(const Words& words)
 
 }  // namespace
 
-std::string readFile(const std::string& path)
+std::string readFile(const std::string& path, std::size_t maxSize)
 {
-    const auto fail = [&](int error) {
-        throw std::system_error(error, std::generic_category(), path);
-    };
-    // Looked at before it is opened: a FIFO without a writer would hold us for ever.
+    // Looked at before it is opened, which alone makes some devices act.
     const auto status = std::filesystem::status(path);
-    if (std::filesystem::is_directory(status)) fail(EISDIR);
-    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) fail(EINVAL);
-    std::ifstream file(path, std::ios::binary);
-    if (!file) fail(errno);
-    std::ostringstream text;
-    text << file.rdbuf();
-    if (file.bad()) fail(EIO);
-    return text.str();
+    if (std::filesystem::is_directory(status)) throw failure(EISDIR, path);
+    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
+        throw failure(EINVAL, path);
+    // What is a FIFO by now does not hold us.
+    const Descriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC), path);
+    std::string text;
+    char part[65536];
+    while (const std::size_t size = checked(read(file.number, part, sizeof part), path)) {
+        text.append(part, size);
+        if (text.size() > maxSize) throw failure(EFBIG, path);
+    }
+    return text;
+}
+
+void replaceFile(const std::string& path, const std::string& text)
+{
+    // A name of its own and O_EXCL: no link that waits there leads the text elsewhere.
+    const std::string draft = path + '.' + std::to_string(std::random_device()()) + ".new";
+    const int mode = 0640;  // not for everybody to read
+    const Descriptor file(open(draft.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode), path);
+    try {
+        for (std::string_view rest = text; !rest.empty();)
+            rest.remove_prefix(checked(write(file.number, rest.data(), rest.size()), path));
+        checked(fsync(file.number), path);
+        checked(std::rename(draft.c_str(), path.c_str()), path);
+    } catch (...) {
+        std::remove(draft.c_str());
+        throw;
+    }
 }
 
 /// All zero when there is no such file.
@@ -137,11 +182,17 @@ std::optional<std::string> WatchedFile::readIfChanged()
     const Stamp now = stampOf(path_);
     if (isSettled_ && now == seen_) return std::nullopt;
     seen_ = now;
-    isSettled_ = true;  // an unreadable file is reported once
-    std::string text = readFile(path_);
-    isSettled_ = std::time(nullptr) - std::get<3>(now) > clockStepSeconds;
-    if (text_ == text) return std::nullopt;
-    return text_ = std::move(text);
+    isSettled_ = false;
+    try {
+        std::string text = readFile(path_);
+        failure_.clear();
+        isSettled_ = std::time(nullptr) - std::get<3>(now) > clockStepSeconds;
+        if (text_ == text) return std::nullopt;
+        return text_ = std::move(text);
+    } catch (const std::system_error& error) {
+        if (std::exchange(failure_, error.code()) == error.code()) return std::nullopt;
+        throw;
+    }
 }
 
 JsonValue::Document::Document(std::string file, std::string text)

@@ -10,6 +10,7 @@
 #include <set>
 #include <stdexcept>
 #include <string>
+#include <system_error>
 #include <tuple>
 #include <type_traits>
 #include <typeinfo>
@@ -26,8 +27,13 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// The contents of a regular file. Throws std::system_error with the reason and the path.
-std::string readFile(const std::string& path);
+/// The contents of a regular file of at most `maxSize` bytes. Throws std::system_error with the
+/// reason and the path.
+std::string readFile(const std::string& path, std::size_t maxSize = SIZE_MAX);
+
+/// Replaces a file as a whole: nobody finds half of it, and nothing has changed when this throws
+/// std::system_error.
+void replaceFile(const std::string& path, const std::string& text);
 
 /// A file that somebody may edit at any time.
 class WatchedFile
@@ -36,8 +42,9 @@ public:
     explicit WatchedFile(std::string path) : path_(std::move(path)) {}
     const std::string& path() const { return path_; }
 
-    /// The contents, if they differ from those of the last call (or this is the first one).
-    /// Throws std::system_error once each time the file has become unreadable.
+    /// The contents, if they differ from those of the last call (or this is the first one). A file
+    /// that cannot be read is tried again each time; the reason is thrown once, as
+    /// std::system_error.
     std::optional<std::string> readIfChanged();
 
 private:
@@ -48,6 +55,7 @@ private:
     std::string path_;
     Stamp seen_;
     bool isSettled_ = false;  // the stamp tells of every further change
+    std::error_code failure_;
     std::optional<std::string> text_;
 };
 

@@ -3,15 +3,10 @@
 #include "Log.h"
 #include "qbxapi_sim.h"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <system_error>
 #include <utility>
 
@@ -96,10 +91,15 @@ char (*firmwareOf(api_FCAL_t& card))[32]
     return nullptr;
 }
 
+}  // namespace
+
 Firmware readFirmware(const std::string& fileName)
 {
     try {
-        return parse<Firmware>(fileName, readFile(fileName));
+        constexpr std::size_t maxSize = 65536;
+        auto firmware = parse<Firmware>(fileName, readFile(fileName, maxSize));
+        firmware.file = fileName;
+        return firmware;
     } catch (const std::system_error& error) {
         const bool isMissing = error.code() == std::errc::no_such_file_or_directory;
         throw Refusal(isMissing ? QBXSIM_FIRMWARE_MISSING : QBXSIM_FIRMWARE_UNREADABLE,
@@ -108,25 +108,6 @@ Firmware readFirmware(const std::string& fileName)
         throw Refusal(QBXSIM_FIRMWARE_INVALID, std::string("firmware file ") + error.what());
     }
 }
-
-/// Replaces a file as a whole: nobody finds half of it. Throws std::system_error.
-void replaceFile(const std::string& path, const std::string& text)
-{
-    const std::string draft = path + ".new";
-    std::error_code error;
-    close(open(draft.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0640));  // not for everybody to read
-    std::ofstream file(draft, std::ios::binary);
-    file << text << std::flush;
-    if (file)
-        std::filesystem::rename(draft, path, error);
-    else
-        error.assign(errno, std::generic_category());
-    if (!error) return;
-    std::remove(draft.c_str());
-    throw std::system_error(error, path);
-}
-
-}  // namespace
 
 void Simulator::use(const std::string& path)
 {
@@ -246,7 +227,7 @@ void Simulator::setMagazineLoop(const std::string& cage, unsigned number, bool o
     snapshot_.reset();
 }
 
-void Simulator::upgradeCage(const std::string& name, bool isPortA, const std::string& fileName)
+void Simulator::upgradeCage(const std::string& name, bool isPortA, const Firmware& firmware)
 {
     api_Cage_t& cage = named(current().records.cages, "cage", name);
     std::vector<char(*)[32]> versions;
@@ -260,11 +241,10 @@ void Simulator::upgradeCage(const std::string& name, bool isPortA, const std::st
     if (versions.empty())
         throw Refusal(QBXSIM_NOT_SUPPORTED,
                       "cage '" + name + "' has no firmware at port " + (isPortA ? "A" : "B"));
-    const Firmware firmware = readFirmware(fileName);
     const auto& types = firmware.cageTypes;
     if (std::find(types.begin(), types.end(), cage.type) == types.end())
-        throw Refusal(QBXSIM_FIRMWARE_MISMATCH,
-                      "firmware file " + fileName + " is not for the type of cage '" + name + "'");
+        throw Refusal(QBXSIM_FIRMWARE_MISMATCH, "firmware file " + firmware.file +
+                                                    " is not for the type of cage '" + name + "'");
     for (char(*const version)[32] : versions)
         std::copy(std::begin(firmware.version), std::end(firmware.version), *version);
     snapshot_.reset();

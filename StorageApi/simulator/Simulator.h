@@ -25,6 +25,9 @@ struct Refusal : std::runtime_error
     int code;
 };
 
+/// The firmware in a file of at most 64 KiB. Throws Refusal for a file that is none.
+Firmware readFirmware(const std::string& fileName);
+
 /// For one thread at a time. Every operation looks first whether the array file has changed, and
 /// throws Refusal when no usable file has been read yet. A changed file replaces everything that
 /// actions have changed, except locations: those hold until the file gives the cage another
@@ -61,8 +64,8 @@ public:
     void locateMagazine(const std::string& cage, unsigned number, std::uint16_t seconds);
     void locatePort(const std::string& cage, unsigned port, std::uint16_t seconds);
     void setMagazineLoop(const std::string& cage, unsigned number, bool onLoop, unsigned port);
-    /// Throws Refusal also for a file that is no firmware, or not for this cage.
-    void upgradeCage(const std::string& name, bool isPortA, const std::string& fileName);
+    /// Throws Refusal also for firmware that is not for this cage.
+    void upgradeCage(const std::string& name, bool isPortA, const Firmware& firmware);
     /// Throws Refusal also when the location cannot be kept; nothing has changed then.
     void setCageLocation(const std::string& name, const std::string& location);
 

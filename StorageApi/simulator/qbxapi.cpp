@@ -307,7 +307,8 @@ int api_upgradeCage(const api_CageHandle_t* cage, uint8_t isPortA, const char* f
 {
     const auto work = [=] {
         require(*fileName != '\0', "no file name");
-        simulator()->upgradeCage(nameOf(*cage), isPortA != 0, fileName);
+        const Firmware firmware = readFirmware(fileName);  // however long that takes
+        simulator()->upgradeCage(nameOf(*cage), isPortA != 0, firmware);
     };
     return call(__func__, work, cage, isPortA, fileName);
 }

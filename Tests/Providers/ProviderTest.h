@@ -152,6 +152,28 @@ inline CIMObjectPath pathOf(const std::string& className, const Keys& keys = {},
     return {host.c_str(), CIMNamespaceName("root/qbx"), CIMName(className.c_str()), bindings};
 }
 
+/// What follows the first word of a text.
+inline std::string rest(const std::string& text)
+{
+    const std::size_t blank = text.find(' ');
+    return blank == std::string::npos ? "" : text.substr(blank + 1);
+}
+
+/// The path of an object as this module writes it, from its class without "QBX_" and its tag.
+inline CIMObjectPath at(const std::string& classAndTag, const std::string& host = "array1")
+{
+    const std::string name = "QBX_" + split(classAndTag)[0];
+    const std::string tag = rest(classAndTag);
+    if (name != "QBX_CageSensor")
+        return pathOf(name, {{"CreationClassName", name}, {"Tag", tag}}, host);
+    return pathOf(name,
+                  {{"SystemCreationClassName", "QBX_StorageSystem"},
+                   {"SystemName", "System One"},
+                   {"CreationClassName", name},
+                   {"DeviceID", tag}},
+                  host);
+}
+
 /// The list of these names, separated by blanks.
 inline CIMPropertyList listOf(const std::string& names)
 {
@@ -233,6 +255,17 @@ inline Array<CIMParamValue> parameters(const std::string& texts)
     return result;
 }
 
+/// An instance with the properties that parameters() would make.
+inline CIMInstance instanceWith(const CIMName& className, const std::string& properties)
+{
+    CIMInstance instance(className);
+    const Array<CIMParamValue> given = parameters(properties);
+    for (Uint32 i = 0; i < given.size(); ++i)
+        instance.addProperty(
+            CIMProperty(CIMName(given[i].getParameterName()), given[i].getValue()));
+    return instance;
+}
+
 /// The value of a property as str() writes it; "absent" when the instance lacks it.
 inline std::string valueOf(const CIMInstance& instance, const char* property)
 {
@@ -242,7 +275,7 @@ inline std::string valueOf(const CIMInstance& instance, const char* property)
 }
 
 /// What an operation throws: "CODE MESSAGE" for a CIM exception, the message for another of the
-/// library's; "nothing" when it returns.
+/// library's or the language's, "no exception" for what is neither; "nothing" when it returns.
 inline std::string thrownBy(const std::function<void()>& operation)
 {
     try {
@@ -251,9 +284,18 @@ inline std::string thrownBy(const std::function<void()>& operation)
         return std::to_string(exception.getCode()) + " " + str(exception.getMessage());
     } catch (const Exception& exception) {
         return str(exception.getMessage());
+    } catch (const std::exception& exception) {
+        return exception.what();
+    } catch (...) {
+        return "no exception";
     }
     return "nothing";
 }
+
+/// Is told of every upcall of a provider before it is answered: "handler.STEP", with the step as
+/// Handler keeps it, or "cimom.OPERATION ..." as StubObjectManager does. What it throws, the upcall
+/// throws.
+inline std::function<void(const std::string&)> onUpcall;
 
 /// Keeps what is delivered, of whatever kind, and the order of its calls ("processing",
 /// "deliver 2", "complete"; a single result is "deliver").
@@ -265,25 +307,24 @@ class Handler : public InstanceResponseHandler,
 public:
     Texts steps;
     std::vector<CIMInstance> instances;
-    Texts paths;           ///< of instances, too
-    bool refuses = false;  ///< deliver() of objects throws
+    Texts paths;  ///< of instances, too
 
-    void processing() override { steps.push_back("processing"); }
-    void complete() override { steps.push_back("complete"); }
+    void processing() override { step("processing"); }
+    void complete() override { step("complete"); }
     void deliver(const CIMInstance& instance) override { one(instance); }
     void deliver(const CIMObjectPath& path) override { one(path); }
     void deliver(const CIMObject& object) override { one(object); }
     void deliver(const Array<CIMInstance>& all) override { several(all); }
     void deliver(const Array<CIMObjectPath>& all) override { several(all); }
     void deliver(const Array<CIMObject>& all) override { several(all); }
-    void deliver(const CIMValue& value) override { steps.push_back("deliver " + str(value)); }
-    void deliverParamValue(const CIMParamValue&) override { steps.push_back("parameter"); }
-    void deliverParamValue(const Array<CIMParamValue>&) override { steps.push_back("parameters"); }
+    void deliver(const CIMValue& value) override { step("deliver " + str(value)); }
+    void deliverParamValue(const CIMParamValue&) override { step("parameter"); }
+    void deliverParamValue(const Array<CIMParamValue>&) override { step("parameters"); }
 
 private:
     void step(const std::string& text)
     {
-        if (refuses) throw std::runtime_error("not delivered");
+        if (onUpcall) onUpcall("handler." + text);
         steps.push_back(text);
     }
 
@@ -456,8 +497,10 @@ private:
             const IdentityContainer identity = context.get(IdentityContainer::NAME);
             user = str(identity.getUserName());
         }
+        const std::string text = operation + " " + user + " " + what;
+        if (onUpcall) onUpcall("cimom." + text);
         const std::lock_guard<std::mutex> guard(_lock);
-        asked.push_back(operation + " " + user + " " + what);
+        asked.push_back(text);
     }
 
     std::mutex _lock;
@@ -495,6 +538,31 @@ protected:
         associations = dynamic_cast<CIMAssociationProvider*>(_provider.get());
         array.serve(arrayName);
         cimom.asked.clear();
+    }
+
+    /// Calls the operation on a class or object, for all properties. `arguments` are a method's
+    /// name and parameters(), or instanceWith() to be modified.
+    void run(const std::string& operation, const CIMObjectPath& object,
+             const std::string& arguments, Handler& handler,
+             const OperationContext& context = contextOf()) const
+    {
+        const std::string method = arguments.substr(0, arguments.find(' '));
+        const CIMPropertyList all;
+        if (operation == "enumerateInstanceNames")
+            provider->enumerateInstanceNames(context, object, handler);
+        else if (operation == "enumerateInstances")
+            provider->enumerateInstances(context, object, false, false, all, handler);
+        else if (operation == "getInstance")
+            provider->getInstance(context, object, false, false, all, handler);
+        else if (operation == "invokeMethod")
+            methods->invokeMethod(context, object, CIMName(method.c_str()),
+                                  parameters(rest(arguments)), handler);
+        else if (operation == "modifyInstance")
+            provider->modifyInstance(context, object,
+                                     instanceWith(object.getClassName(), arguments), false, all,
+                                     handler);
+        else
+            traverse(*associations, operation, context, object, {}, all, handler);
     }
 
     TestArray array;

@@ -51,16 +51,12 @@ public:
         mend();
     }
 
-    /// Call number `call` (0: every call) of the operation does nothing but return the status.
-    void fail(const std::string& operation, int status, unsigned call = 0)
+    /// Call number `call` (0: every call) of the operation does nothing, or its work, and returns
+    /// the status.
+    void fail(const std::string& operation, int status, unsigned call = 0, bool doesWork = false)
     {
-        ASSERT_EQ(qbxsim_failCall(operation.c_str(), call, status), 0) << operation;
-    }
-
-    /// Every call of the operation does its work and returns the status nevertheless.
-    void failAfterwards(const std::string& operation, int status)
-    {
-        ASSERT_EQ(qbxsim_failAfterCall(operation.c_str(), 0, status), 0) << operation;
+        const auto setFault = doesWork ? qbxsim_failAfterCall : qbxsim_failCall;
+        ASSERT_EQ(setFault(operation.c_str(), call, status), 0) << operation;
     }
 
     /// Forgets faults, and what happened.

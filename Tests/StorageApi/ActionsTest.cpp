@@ -4,6 +4,8 @@
 
 #include <sys/stat.h>
 
+#include <csignal>
+
 namespace
 {
 
@@ -80,6 +82,7 @@ TEST_F(ActionsTest, ShowAtOnceWhateverTheCacheTime)
 
     write("fw", R"({"qbxFirmware": 1, "version": "2", "cageTypes": ["JB_KBOD", 4]})");
     write("newer", R"({"qbxFirmware": 2})");
+    write("long", std::string(65537, ' '));
     ASSERT_EQ(mkfifo(path("fifo").c_str(), 0600), 0);
     expect(upgrade("dc1", false, "fw"), 0, {{"b1", {{"KBOD", "2"}}}});
     expect(upgrade("dc1", true, "fw"), 0, {{"a1", {{"KBOD", "2"}}}});
@@ -88,13 +91,16 @@ TEST_F(ActionsTest, ShowAtOnceWhateverTheCacheTime)
     expect(upgrade("dc2", false, "."), QBXSIM_FIRMWARE_UNREADABLE);
     expect(upgrade("dc2", false, "fifo"), QBXSIM_FIRMWARE_UNREADABLE);
     expect(upgrade("dc2", false, "newer"), QBXSIM_FIRMWARE_INVALID);
+    expect(upgrade("dc2", false, "long"), QBXSIM_FIRMWARE_UNREADABLE);
     write("fw", R"({"qbxFirmware": 1, "version": "3", "cageTypes": ["JB_LBOD"]})");
     expect(upgrade("dc2", false, "fw"), 0, {{"dc2", {{"version", "3"}}}});
 }
 
 TEST_F(ActionsTest, ALocationOutlivesARestartUntilTheFileGivesTheCageAnother)
 {
+    std::filesystem::create_symlink(path("elsewhere"), path("array.json.state.new"));
     EXPECT_EQ(setLocation("dc2", "other"), 0);
+    EXPECT_FALSE(std::filesystem::exists(path("elsewhere")));
     for (const std::string text : {"\xFF not UTF-8 \x01", "hex:41", "", "Rack 7 <\"&>"}) {
         EXPECT_EQ(setLocation("dc1", text), 0) << text;
         qbxsim_reset();
@@ -113,13 +119,25 @@ TEST_F(ActionsTest, ALocationOutlivesARestartUntilTheFileGivesTheCageAnother)
 
 TEST_F(ActionsTest, ALocationThatCannotBeKeptIsNotTaken)
 {
-    for (const std::string state : {"{\n\"locations\": [{}]}", "[1e999]", ""}) {
+    const std::string big = R"({"locations": [{"cage": "dc2", "from": "not here", "to": ")" +
+                            std::string(9999, 'x') + R"("}]})";
+    std::signal(SIGXFSZ, SIG_IGN);
+    for (const std::string state : {"{\n\"locations\": [{}]}", "[1e999]", big.c_str(), ""}) {
         if (state.empty()) setenv("QBX_ARRAY_STATE", path("no such folder/state").c_str(), 1);
         write("array.json.state", state);
+        serve();
         qbxsim_reset();
-        expect(setLocation("dc1", "new"), QBXSIM_STATE_NOT_KEPT);
+        const api_CageHandle_t lit = foundCage("lit");
+        expect(api_locateCage(&lit, 0), 0, {{"lit", {{"light", 0}}}});
+        write("array.json", array_.dump() + ' ');  // with a light that is on
+        withLimit(RLIMIT_FSIZE, 5000, [&] {
+            expect(setLocation("dc1", "new"), QBXSIM_STATE_NOT_KEPT, {{"lit", {{"light", 1}}}});
+        });
         EXPECT_EQ(read("array.json.state"), state) << "not ours to overwrite";
+        const std::filesystem::directory_iterator files(folder_);
+        EXPECT_EQ(std::distance(begin(files), end(files)), 3) << "the array, its state, the log";
     }
+    EXPECT_NE(read("log").find("state: File too large\n"), std::string::npos);
     EXPECT_NE(read("log").find("state:2: /locations/0: field 'cage' is"), std::string::npos);
 }
 

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <future>
 #include <regex>
 #include <thread>
@@ -44,8 +45,11 @@ TEST_F(ServiceTest, AChangedFileShowsAtTheNextQueryAndABadOneIsToldOnce)
     EXPECT_EQ(firstCage(), "c");
     std::filesystem::rename(path("b.json"), path("array.json"));
     EXPECT_EQ(firstCage(), "b");
+    serveCage("d");
+    withLimit(RLIMIT_NOFILE, 0, [] { EXPECT_EQ(firstCage() + firstCage(), "bb"); });
+    EXPECT_EQ(firstCage(), "d") << "the file is as it was when it could not be read";
     const std::string log = read("log");
-    EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 3) << log;
+    EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 4) << log;
     EXPECT_NE(log.find("(the array read before stays in service)"), std::string::npos) << log;
 }
 
@@ -147,6 +151,8 @@ TEST_F(ServiceTest, TheLogHasOneLineAMessageUpToItsLevel)
         log_message(3, "%5d|%-4s|%c\n\n", 42, "a\nb", 'z');
         log_message(2, "%s", "%s\x1B[2J \t\x7F K\xC3\xA4 \xFF");
     }
+    std::signal(SIGXFSZ, SIG_IGN);
+    withLimit(RLIMIT_FSIZE, 0, [] { log_message(2, "no room"); });
     log_message(2, "%s", big.c_str());
     const std::regex head(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{6}Z (\d) \[\d+\] )");
     const std::string odd = "2 %s\\x1B[2J \t\\x7F K\xC3\xA4 \xFF\n", number = "3    42|a\\nb |z\n";

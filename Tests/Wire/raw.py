@@ -26,10 +26,10 @@ def server():
 
 
 @contextlib.contextmanager
-def started(*options, stop=signal.SIGTERM):
+def started(*options, stop=signal.SIGTERM, log=None):
     """The program while it serves; yields its ready line and its port. It must end well."""
     command = [server(), "--port", "0", PROBE, *options]
-    with subprocess.Popen(command, stdout=subprocess.PIPE, text=True) as process:
+    with subprocess.Popen(command, stdout=subprocess.PIPE, stderr=log, text=True) as process:
         try:
             ready = process.stdout.readline()
             yield ready, int(re.search(r":(\d+)/", ready)[1])
@@ -40,9 +40,10 @@ def started(*options, stop=signal.SIGTERM):
 
 
 @contextlib.contextmanager
-def connected(port, said=b""):
-    """A connection on which that was sent."""
-    with socket.create_connection(("127.0.0.1", port), timeout=120) as connection:
+def connected(port, said=b"", source="127.0.0.1"):
+    """A connection from that address on which that was sent."""
+    local = (source, 0)
+    with socket.create_connection(("127.0.0.1", port), 120, local) as connection:
         with contextlib.suppress(ConnectionError):  # the server may stop reading, and still answer
             connection.sendall(said)
         yield connection
@@ -57,6 +58,6 @@ def rest(connection):
     return told
 
 
-def answer(port, said):
-    with connected(port, said) as connection:
+def answer(port, said, *source):
+    with connected(port, said, *source) as connection:
         return rest(connection)

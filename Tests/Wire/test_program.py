@@ -1,7 +1,9 @@
 """The program qbx-cimserver as its users run it: what it refuses, and how it starts and stops."""
 
 import base64
+import concurrent.futures
 import contextlib
+import os
 import pathlib
 import re
 import signal
@@ -12,7 +14,7 @@ import tempfile
 import unittest
 
 import run
-from raw import DATA, PROBE, connected, recorded, server, started
+from raw import DATA, PROBE, answer, connected, recorded, server, started
 
 
 class Program(unittest.TestCase):
@@ -57,6 +59,7 @@ class Program(unittest.TestCase):
             (self.users("# x", ":y"), 1, 'users:2: expected "user:hash"'),
             (self.users("eva:$1$abcdefgh$G//4keteveJp0qb8z2DxG/"), 1, weak),
             (self.users("eva:abJnggxhB/yWI"), 1, weak),
+            (self.users("eva:$5$abcdefgh$sI6g8tHKrJ6RX7w.YoN9B7a/5wK5jYEOMmMnt3tPl0/"), 1, weak),
             (self.users(*twice), 1, "users:2: user root is listed twice"),
             ("--users /", 1, "/: cannot read the password file: Is a directory"),
             ("--hash-password", 1, "the password is empty"),
@@ -73,16 +76,42 @@ class Program(unittest.TestCase):
                 self.assertEqual(ready, f"ready: http://127.0.0.1:{port}/root/qbx\n")
 
     def test_users(self):
-        """A hash that it makes is one that it takes; nothing of a request is looked at before."""
+        """A hash that it makes is one that it takes; nothing of a request is looked at before.
+        Who is refused is logged as soon as there is room for it."""
         hashed = subprocess.run([server(), "--hash-password"], input=b"a:b \xc3\xa4\n", stdout=-1)
         users = self.users("# comment", "", f"eva:{hashed.stdout.decode()}")
-        with started(*users.split()) as (_, port):
-            known, unknown = b"eva:a:b \xc3\xa4", b"eva:a"
-            for login, status in ((known, b"400"), (unknown, b"401"), (b"eva", b"401")):
+        log = self.enterContext((self.folder / "log").open("w+"))
+        empty, chunked = b"Content-Length: 0\r\n\r\n", b"Transfer-Encoding: chunked\r\n\r\n"
+        much = 3 * (b"fff\r\n%b\r\n" % (4095 * b"x"))
+        with started(*users.split(), "--max-body", "20000", log=log) as (_, port):
+
+            def told(login, body=empty, source="127.0.0.1"):
+                said = b"POST / HTTP/1.1\r\nConnection: close\r\nAuthorization: Basic %b\r\n%b"
                 login = base64.b64encode(login).rstrip(b"=")
-                said = b"POST / HTTP/1.1\r\nAuthorization: Basic %b\r\nContent-Length: 0\r\n\r\n"
-                with connected(port, said % login) as client:
-                    self.assertEqual(client.recv(100)[9:12], status)
+                return answer(port, said % (login, body), source)
+
+            with concurrent.futures.ThreadPoolExecutor(40) as pool:
+                guesses = pool.map(lambda n: told(b"eva:%d" % n, empty, "127.0.0.2"), range(40))
+                self.assertEqual(told(b"eva:a:b \xc3\xa4")[9:12], b"400")
+                busy = [reply for reply in guesses if reply[9:12] == b"503"]
+            self.assertGreater(len(busy), 10)
+            self.assertRegex(busy[0], rb"Too%20many%20logins(?s:.*)\r\nRetry-After: 1\r\n")
+            self.assertIn(b"PGErrorDetail: User%20Unauthorized", told(b"eva"))
+            self.assertIn(b"PGErrorDetail: The%20user%20name%20is%20not%20UTF-8.", told(b"\xff:a"))
+            self.assertIn(b" 401 ", told(b"eva:a", chunked + much + b"0\r\n\r\n"))
+            self.assertEqual(told(b"eva:a", chunked + much + much + b"0\r\n\r\n"), b"")  # cut off
+        log.seek(0)
+        self.assertRegex(log.read(), f"warning: {users.split()[1]} can be read or written by others")
+        reader, writer = os.pipe()
+        os.set_blocking(writer, False)
+        os.write(writer, bytes(1 << 20))  # as much as there is room for
+        said = b"POST / HTTP/1.1\r\nConnection: close\r\nAuthorization: Basic ZXZhOmE=\r\n" + empty
+        with started(*users.split(), log=writer) as (_, port):
+            self.assertIn(b" 401 ", answer(port, said))
+            self.assertEqual(os.read(reader, 1 << 20).count(b"wrong"), 0)
+            self.assertIn(b" 401 ", answer(port, said))
+        os.close(writer)
+        self.assertEqual(os.read(reader, 1 << 20).count(b"wrong user"), 1)
 
     def test_stops_while_bytes_wait_that_are_no_request(self):
         """The HTTP library must not meet them in its stop: it crashed."""
@@ -98,7 +127,8 @@ class Program(unittest.TestCase):
         subprocess.run(make, check=True, capture_output=True)
         trust = ssl.create_default_context(cafile=certificate)
         options = ("--no-auth", "--timeout", "1", "--cert", certificate, "--key", key)
-        with started(*options) as (ready, port):
+        log = self.enterContext((self.folder / "log").open("w+"))
+        with started(*options, log=log) as (ready, port):
             self.assertEqual(ready, f"ready: https://127.0.0.1:{port}/root/qbx\n")
             with connected(port) as plain:
                 with trust.wrap_socket(plain, server_hostname="localhost") as client:
@@ -106,6 +136,17 @@ class Program(unittest.TestCase):
                     self.assertRegex(client.recv(1000), b"(?s)^HTTP/1.1 405 .*\r\nAllow: POST\r\n")
             with connected(port) as silent:
                 self.assertEqual(silent.recv(100), b"")  # nothing plain on an encrypted line
+            for status, *offers in (
+                (0, "-tls1_3", "-tls1_2 -cipher ECDHE"),
+                (1, "-tls1_1 -cipher ALL@SECLEVEL=0", "-tls1_2 -cipher kRSA"),
+                (1, "-tls1_2 -cipher ECDHE@SECLEVEL=0 -sigalgs RSA+SHA1"),
+            ):
+                for offer in offers:
+                    client = f"openssl s_client -connect 127.0.0.1:{port} {offer}".split()
+                    done = subprocess.run(client, stdin=-3, stdout=-3, stderr=-3)
+                    self.assertEqual(done.returncode, status, offer)
+        log.seek(0)
+        self.assertIn("TLS from 127.0.0.1 ended in its handshake", log.read())
 
 
 if __name__ == "__main__":

@@ -2,6 +2,8 @@
 server goes on."""
 
 import contextlib
+import json
+import pathlib
 import re
 import socket
 import time
@@ -10,6 +12,8 @@ import unittest
 import run
 from raw import answer, connected, recorded, rest, started
 
+# Status, something in the reply, header fields, body.
+ROWS = pathlib.Path(__file__).with_name("requests.json")
 KEPT = recorded("ok")[0]  # asks for the names of the one instance, and keeps the connection
 HEAD, BODY = re.sub(rb"Content-Length.*\n", b"", KEPT).split(b"\r\n\r\n")
 
@@ -28,7 +32,6 @@ class Protocol(unittest.TestCase):
             for said, status, told in (
                 (request(2000), b"200", b"<INSTANCENAME"),
                 (request(2001), b"413", large),
-                (HEAD + b"\r\nContent-Length: %d\r\n\r\n" % 10**30, b"413", b""),
                 (chunked + b"7d1\r\n%b\r\n0\r\n\r\n" % (2001 * b"x"), b"413", large),
                 (HEAD + b"\r\nX: %b\r\n\r\n" % (20000 * b"x"), b"431", b""),
                 (request().replace(b"/cimom", b"/" + 20000 * b"x"), b"414", b""),
@@ -40,11 +43,33 @@ class Protocol(unittest.TestCase):
                     self.assertIn(told, reply)
                     self.assertIn(b"Connection: close" if status else b"", reply)
 
+    def test_header_fields(self):
+        """What could be read in two ways is refused, and what follows it is no request."""
+        line, kept = HEAD.split(b"\r\n", 1)
+        values = {"n": len(BODY), "size": f"{len(BODY):x}", "body": BODY.decode("latin-1")}
+        with started("--no-auth") as (_, port):
+            for status, text, fields, body in json.loads(ROWS.read_text()):
+                with self.subTest(fields=fields, body=body):
+                    fields = "\r\n".join(["", *fields, "Connection: close", ""]).format(**values)
+                    said = line + fields.encode("latin-1") + kept + b"\r\n\r\n"
+                    told = answer(port, said + body.format(**values).encode("latin-1") + KEPT)
+                    self.assertEqual({*re.findall(rb"HTTP/1.1 (\d+)", told)}, {b"%d" % status})
+                    self.assertIn(text.encode(), told)
+
     def test_too_many_connections(self):
-        """Those beyond a limit are told so at once, and those that end make room."""
-        for limit in ("--max-connections", "--max-connections-per-address"):
-            with self.subTest(limit), started("--no-auth", limit, "2") as (_, port):
-                with connected(port), connected(port):
+        """They displace those that never asked for anything, beginning with the address that has
+        most. Without such they are told so at once, until there is room."""
+        for limit, sources, order in (
+            ("--max-connections", "122", (1, 0, 2)),
+            ("--max-connections-per-address", "111", (0, 1, 2)),
+        ):
+            with self.subTest(limit), started("--no-auth", limit, "3") as (_, port):
+                with contextlib.ExitStack() as clients:
+                    begin = lambda *said: clients.enter_context(connected(port, *said))
+                    quiet = [begin(b"", f"127.0.0.{source}") for source in sources]
+                    for displaced in order:
+                        self.assertIn(b"<INSTANCENAME", begin(KEPT).recv(4096))
+                        self.assertIn(b" 503 ", rest(quiet[displaced]))
                     told = answer(port, b"")
                     self.assertIn(b" 503 ", told)
                     self.assertIn(b"PGErrorDetail: Too%20many%20connections.", told)

@@ -19,6 +19,10 @@ class Particular(battery.WireTest):
         self.assertEqual(
             self.client.run("gp", cage.path, "Position"), [str(cage.values["Position"])]
         )
+        text, sent = "Location: character 2 is U+0001, which XML cannot carry", "a&#1;"  # as it is
+        text = f"Invalid parameter: {text}"
+        self.assertRefused("INVALID_PARAMETER", text, self.client.set, cage.path, "Location", sent)
+        self.assertShows(cage)
 
     def test_another_namespace(self):
         ask = self.client.run

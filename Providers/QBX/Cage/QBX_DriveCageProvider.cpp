@@ -6,6 +6,7 @@
 
 #include <cinttypes>
 #include <cstdio>
+#include <cstring>
 
 namespace Pegasus
 {
@@ -135,6 +136,21 @@ void requireLocationOnly(const CIMInstance& instance, const CIMPropertyList& pro
     }
 }
 
+/// Throws for a location that clients could not read back as it is, since it has a character that
+/// no reply can carry.
+void requireReadable(const String& location, const char* bytes)
+{
+    const String readBack = text(bytes, std::strlen(bytes));
+    if (readBack == location) return;
+    Uint32 i = 0;
+    while (i < readBack.size() && readBack[i] == location[i])
+        ++i;
+    char what[80];
+    std::snprintf(what, sizeof(what), "Location: character %u is U+%04X, which XML cannot carry",
+                  i + 1, unsigned(Uint16(location[i])));
+    throw CIMInvalidParameterException("Invalid parameter: " + String(what));
+}
+
 }  // namespace
 
 void QBX_DriveCageProvider::modifyInstance(const OperationContext& context,
@@ -149,8 +165,10 @@ void QBX_DriveCageProvider::modifyInstance(const OperationContext& context,
     api_CageHandle_t cage = {};
     findCage(tag, "modifyInstance", cage);
     const String location = QBX_Common::getStringProperty(instanceObject, "Location");
+    const CString bytes = location.getCString();
+    requireReadable(location, bytes);
     // The array takes the new text outside the semaphore and reports nothing of use.
-    api_setCageLocation(&cage, c_str(location.getCString()));
+    api_setCageLocation(&cage, bytes);
     log_message(QBX_LOG_TRACE, "<--QBX_DriveCageProvider::modifyInstance()\n");
 }
 

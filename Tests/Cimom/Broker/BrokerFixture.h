@@ -35,6 +35,7 @@ protected:
             compiler.compileFile(file, nameSpace);
         }
         options.hostName = "here";
+        options.log = [](const std::string& line) { scripted::stage.notes.push_back(line); };
         options.providerFolders = {"/nonexistent", PROVIDER_FOLDER, CIMOM_FOLDER};
         broker = std::make_unique<Broker>(repository, options);
         broker->setModuleFactory("Scripted", scripted::create);

@@ -90,6 +90,16 @@ TEST_F(Providers, ThatCallThemselvesWithoutEndGetAnError)
     EXPECT_EQ(upcall("T_Leaf"), "[T_Leaf.Id=1]") << "the calls are counted down again";
 }
 
+TEST_F(Providers, WhoseLibraryChangesWhileItIsLoadedAreToldOfOnce)
+{
+    const std::filesystem::path library = PROVIDER_FOLDER "/libLoadableProvider.so";
+    EXPECT_EQ(upcall("T_Loaded") + upcall("T_Loaded"), "[T_Loaded.Id=1][T_Loaded.Id=1]");
+    EXPECT_EQ(notes(), Lines{});
+    std::filesystem::last_write_time(library, std::filesystem::file_time_type::clock::now());
+    EXPECT_EQ(upcall("T_Loaded") + upcall("T_Loaded"), "[T_Loaded.Id=1][T_Loaded.Id=1]");
+    ASSERT_EQ(notes().size(), 1u);
+}
+
 TEST_F(Providers, AreRegisteredWithoutMistakes)
 {
     checkCases(CIMOM_TESTS "Broker/registrations.txt", [this](const std::string& mof) {

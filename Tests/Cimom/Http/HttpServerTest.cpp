@@ -1,5 +1,7 @@
-// What needs operations that wait: threads and the stop. The protocol is tested over the wire.
+// What needs operations that wait, fail or have much to say. The protocol is tested over the wire.
 #include "Http/HttpServer.h"
+
+#include <Pegasus/Common/Exception.h>
 
 #include <arpa/inet.h>
 #include <future>
@@ -17,8 +19,14 @@ namespace
 
 using namespace std::chrono_literals;
 
-/// All that the server at this port answers to these bytes; nothing when it does not listen.
-std::string answer(std::uint16_t port, const std::string& bytes)
+const std::string request =
+    "POST / HTTP/1.1\r\nHost: x\r\nContent-Type: text/xml\r\nCIMOperation: MethodCall\r\n"
+    "Content-Length: 2\r\n\r\nhi";
+
+/// All that the server at this port answers to these bytes, to a client that rests between reading
+/// parts of it; nothing when it does not listen.
+std::string answer(std::uint16_t port, const std::string& bytes,
+                   std::chrono::milliseconds rest = 0ms)
 {
     std::string text;
     const int fd = socket(AF_INET, SOCK_STREAM, 0);
@@ -28,9 +36,11 @@ std::string answer(std::uint16_t port, const std::string& bytes)
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     if (connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0) {
         send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-        char part[4096];
-        for (ssize_t size; (size = recv(fd, part, sizeof(part), 0)) > 0;)
+        char part[32768];
+        for (ssize_t size; (size = recv(fd, part, sizeof(part), 0)) > 0;) {
             text.append(part, static_cast<std::size_t>(size));
+            std::this_thread::sleep_for(rest);
+        }
     }
     close(fd);
     return text;
@@ -39,9 +49,6 @@ std::string answer(std::uint16_t port, const std::string& bytes)
 TEST(HttpServer, OperationsRunSideBySideForAsLongAsTheyWantAndStopLetsThemFinish)
 {
     constexpr unsigned clients = 8;
-    const std::string request =
-        "POST / HTTP/1.1\r\nHost: x\r\nContent-Type: text/xml\r\nCIMOperation: MethodCall\r\n"
-        "Content-Length: 2\r\n\r\nhi";
     std::atomic<unsigned> arrived{0};
     std::promise<void> all;
     const std::shared_future<void> met = all.get_future().share();
@@ -57,7 +64,8 @@ TEST(HttpServer, OperationsRunSideBySideForAsLongAsTheyWantAndStopLetsThemFinish
     });
     std::vector<std::future<std::string>> answers;
     for (unsigned i = 0; i < clients; ++i)
-        answers.push_back(std::async(std::launch::async, answer, server.port(), request + request));
+        answers.push_back(
+            std::async(std::launch::async, answer, server.port(), request + request, 0ms));
     met.wait();
     std::this_thread::sleep_for(1500ms);  // more than the time for a request
     server.stop();
@@ -71,6 +79,38 @@ TEST(HttpServer, OperationsRunSideBySideForAsLongAsTheyWantAndStopLetsThemFinish
     EXPECT_EQ(answer(server.port(), request), "");
     EXPECT_EQ(arrived, clients);
     server.stop();
+}
+
+TEST(HttpServer, ReadersMustTakeTheirReplyInTime)
+{
+    HttpOptions options;
+    options.port = 0;
+    options.connections.timeout = 1s;
+    options.connections.slowestReader = 16 << 20;  // bytes a second, and the size of the reply
+    HttpServer server(options, nullptr, [](const CimRequest&) {
+        return CimReply{200, "", "", std::string(16 << 20, 'x')};
+    });
+    EXPECT_GT(answer(server.port(), request).size(), 16U << 20);
+    EXPECT_LT(answer(server.port(), request, 10ms).size(), 16U << 20);  // in 5 s or more
+}
+
+TEST(HttpServer, LogsWhatFailedAndHowOften)
+{
+    std::string log;
+    HttpOptions options;
+    options.port = 0;
+    options.log = [&](const std::string& line) { log += line + "\n"; };
+    auto server =
+        std::make_unique<HttpServer>(options, nullptr, [&](const CimRequest&) -> CimReply {
+            if (log.empty()) throw Pegasus::Exception("no \xC3\xA4");
+            throw std::runtime_error("no disk");
+        });
+    for (unsigned i = 0; i < 8; ++i)
+        EXPECT_EQ(answer(server->port(), request).substr(0, 13), "HTTP/1.1 500 ");
+    server.reset();
+    const std::string disk = "internal error: no disk", each = disk + "\n";
+    EXPECT_EQ(log, "internal error: no \xC3\xA4\n" + each + each + each + each + each + disk +
+                       " (2 more of these)\n");
 }
 
 }  // namespace
