@@ -2,6 +2,7 @@
 
 #include "QBX_Common.h"
 #include "QBX_Frame.h"
+#include "QBX_Properties.h"
 #include "QBX_Records.h"
 
 #include <string>
@@ -144,23 +145,23 @@ CIMInstance QBX_CageSensorProvider::buildInstance(CIMClass cimClass, const api_s
 {
     log_message(QBX_LOG_TRACE, "-->QBX_CageSensorProvider::buildInstance()\n");
     CIMInstance instance = QBX_Common::buildInstanceSkeleton(cimClass);
-    const auto set = [&instance](const char* name, const auto& value) {
+    const auto set = [&instance](const CIMName& name, const auto& value) {
         QBX_Common::setPropertyValue(instance, name, value);
     };
 
     // The property names the cage's class, the path's key of the same name the system's.
-    set("SystemCreationClassName", String(QBX_DRIVE_CAGE_DC2));
-    set("SystemName", systemName);
-    set("CreationClassName", String(QBX_CAGE_SENSOR));
-    set("DeviceID", deviceID);
-    set("SensorType", Uint16(1));
-    set("OtherSensorTypeDescription", text(sensor.name));
-    set("Position", Uint16(sensor.position));
-    set("BaseUnit", unitText(sensor.type));
-    set("CurrentReading", Uint16(sensor.reading));
-    set("LowLimit", Uint16(sensor.limit_low));
-    set("HighLimit", Uint16(sensor.limit_high));
-    set("State", Uint16(sensor.state));
+    set(Property::SystemCreationClassName, String(QBX_DRIVE_CAGE_DC2));
+    set(Property::SystemName, systemName);
+    set(Property::CreationClassName, String(QBX_CAGE_SENSOR));
+    set(Property::DeviceID, deviceID);
+    set(Property::SensorType, Uint16(1));
+    set(Property::OtherSensorTypeDescription, text(sensor.name));
+    set(Property::Position, Uint16(sensor.position));
+    set(Property::BaseUnit, unitText(sensor.type));
+    set(Property::CurrentReading, Uint16(sensor.reading));
+    set(Property::LowLimit, Uint16(sensor.limit_low));
+    set(Property::HighLimit, Uint16(sensor.limit_high));
+    set(Property::State, Uint16(sensor.state));
     instance.setPath(buildObjectPath(host, deviceID, systemName));
     log_message(QBX_LOG_TRACE, "<--QBX_CageSensorProvider::buildInstance()\n");
     return instance;

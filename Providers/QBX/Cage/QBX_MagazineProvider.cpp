@@ -2,6 +2,7 @@
 
 #include "QBX_Common.h"
 #include "QBX_Frame.h"
+#include "QBX_Properties.h"
 #include "QBX_Records.h"
 
 #include <cstring>
@@ -212,27 +213,27 @@ CIMInstance QBX_MagazineProvider::buildInstance(CIMClass cimClass, const api_Mag
     const CIMName className = _getCIMName(magazine.cageType);
     const String tag = text(magazine.deviceID);
     CIMInstance instance = QBX_Common::buildInstanceSkeleton(cimClass);
-    const auto set = [&instance](const char* name, const auto& value) {
+    const auto set = [&instance](const CIMName& name, const auto& value) {
         QBX_Common::setPropertyValue(instance, name, value);
     };
 
-    set("CreationClassName", className.getString());
-    set("Tag", tag);
-    set("Position", Uint16(magazine.position));
-    set("ElementName", text(magazine.elemName));
-    set("CageType", publishedCageType(magazine.cageType));
-    set("Manufacturer", text(magazine.mfg.vendor));
-    set("Model", text(magazine.mfg.model));
-    set("SerialNumber", text(magazine.mfg.serial));
-    set("LocationType", Uint16(3));
-    set("MediaTypesSupported", Array<Uint16>(1, Uint16(29)));
-    set("RemovalConditions", Uint16(4));
-    set("StateOnLoopA", Uint16(magazine.stateLoopA.actual));
-    set("StateOnLoopB", Uint16(magazine.stateLoopB.actual));
-    set("LocateON", bool(magazine.locateON));
+    set(Property::CreationClassName, className.getString());
+    set(Property::Tag, tag);
+    set(Property::Position, Uint16(magazine.position));
+    set(Property::ElementName, text(magazine.elemName));
+    set(Property::CageType, publishedCageType(magazine.cageType));
+    set(Property::Manufacturer, text(magazine.mfg.vendor));
+    set(Property::Model, text(magazine.mfg.model));
+    set(Property::SerialNumber, text(magazine.mfg.serial));
+    set(Property::LocationType, Uint16(3));
+    set(Property::MediaTypesSupported, Array<Uint16>(1, Uint16(29)));
+    set(Property::RemovalConditions, Uint16(4));
+    set(Property::StateOnLoopA, Uint16(magazine.stateLoopA.actual));
+    set(Property::StateOnLoopB, Uint16(magazine.stateLoopB.actual));
+    set(Property::LocateON, bool(magazine.locateON));
     if (magazine.cageType != JB_DC3) {
-        set("SystemLED", Uint16(magazine.u.lbod.systemLED));
-        set("HotplugLED", Uint16(magazine.u.lbod.hplLED));
+        set(Property::SystemLED, Uint16(magazine.u.lbod.systemLED));
+        set(Property::HotplugLED, Uint16(magazine.u.lbod.hplLED));
     }
     _addOperationalStatus(magazine, instance);
     instance.setPath(buildObjectPath(className, host, tag));
@@ -244,7 +245,7 @@ void QBX_MagazineProvider::_addOperationalStatus(const api_Magazine_t&, CIMInsta
 {
     // Always "OK": the loop states reach clients through "StateOnLoopA" and "StateOnLoopB".
     const Array<Uint16> status(1, Uint16(2));
-    QBX_Common::setPropertyValue(instance, CIMName("OperationalStatus"), status);
+    QBX_Common::setPropertyValue(instance, Property::OperationalStatus, status);
 }
 
 Array<CIMObjectPath> QBX_MagazineProvider::_build_ref(CIMName className)
