@@ -18,10 +18,7 @@ static const String ClassName("QBX_CageSensorProvider");
 namespace
 {
 
-Elements elements()
-{
-    return {ClassName, names({QBX_CAGE_SENSOR}), QBX_KEY_DEVICE_ID};
-}
+const Elements ELEMENTS = {ClassName, names({QBX_CAGE_SENSOR}), QBX_KEY_DEVICE_ID};
 
 }  // namespace
 
@@ -57,7 +54,7 @@ void QBX_CageSensorProvider::getInstance(const OperationContext& context, const 
 {
     getElement(
         {"--> QBX_CageSensorProvider::getInstance\n", "<-- QBX_CageSensorProvider::getInstance\n"},
-        elements(), context, ref, handler,
+        ELEMENTS, context, ref, handler,
         [&] { return _build_instances(includeQualifiers, includeClassOrigin, propertyList); });
 }
 
@@ -71,7 +68,7 @@ void QBX_CageSensorProvider::enumerateInstances(const OperationContext& context,
     enumerateElements(
         {"--> QBX_CageSensorProvider::enumerateInstances\n",
          "<-- QBX_CageSensorProvider::enumerateInstances\n"},
-        elements(), context, ref, handler,
+        ELEMENTS, context, ref, handler,
         [&] { return _build_instances(includeQualifiers, includeClassOrigin, propertyList); });
 }
 
@@ -81,7 +78,7 @@ void QBX_CageSensorProvider::enumerateInstanceNames(const OperationContext& cont
 {
     enumerateElements({"--> QBX_CageSensorProvider::enumerateInstanceNames\n",
                        "<-- QBX_CageSensorProvider::enumerateInstanceNames\n"},
-                      elements(), context, ref, handler, [&] { return _build_ref(); });
+                      ELEMENTS, context, ref, handler, [&] { return _build_ref(); });
 }
 
 void QBX_CageSensorProvider::modifyInstance(const OperationContext&, const CIMObjectPath&,
@@ -113,16 +110,17 @@ String QBX_CageSensorProvider::makeDeviceID(const String& cageName, unsigned int
 CIMObjectPath QBX_CageSensorProvider::buildObjectPath(const String& host, const String& deviceID,
                                                       const String& systemName)
 {
-    const CIMName className(QBX_CAGE_SENSOR);
+    const CIMName& className = ELEMENTS.classes[0];
+    static const String systemClass(QBX_STORAGE_SYSTEM);
     Array<CIMKeyBinding> keys;
-    const auto add = [&keys](const char* name, const String& value) {
-        keys.append(CIMKeyBinding(CIMName(name), value, CIMKeyBinding::STRING));
+    const auto add = [&keys](const CIMName& name, const String& value) {
+        keys.append(CIMKeyBinding(name, value, CIMKeyBinding::STRING));
     };
-    add("SystemCreationClassName", QBX_STORAGE_SYSTEM);
-    add("SystemName", systemName);
-    add(QBX_KEY_CREATION_CLASS_NAME, className.getString());
-    add(QBX_KEY_DEVICE_ID, deviceID);
-    return CIMObjectPath(host, CIMNamespaceName(QBX_NAMESPACE), className, keys);
+    add(Property::SystemCreationClassName, systemClass);
+    add(Property::SystemName, systemName);
+    add(Property::CreationClassName, className.getString());
+    add(Property::DeviceID, deviceID);
+    return CIMObjectPath(host, nameSpace(), className, keys);
 }
 
 namespace

@@ -19,12 +19,11 @@ static const String ClassName("QBX_DriveCageProvider");
 namespace
 {
 
-Elements elements()
-{
-    return {ClassName,
-            names({QBX_DRIVE_CAGE, QBX_DRIVE_CAGE_DC1, QBX_DRIVE_CAGE_DC3, QBX_DRIVE_CAGE_DC2}),
-            QBX_KEY_TAG};
-}
+const CIMName BASE(QBX_DRIVE_CAGE), DC1(QBX_DRIVE_CAGE_DC1), DC2(QBX_DRIVE_CAGE_DC2),
+    DC3(QBX_DRIVE_CAGE_DC3);
+const Elements ELEMENTS = {
+    ClassName, names({QBX_DRIVE_CAGE, QBX_DRIVE_CAGE_DC1, QBX_DRIVE_CAGE_DC3, QBX_DRIVE_CAGE_DC2}),
+    QBX_KEY_TAG};
 
 /// Makes the handle that of the cage of that name, ready to be acted on. The handle is the array's
 /// and must not move.
@@ -67,7 +66,7 @@ void QBX_DriveCageProvider::getInstance(const OperationContext& context, const C
 {
     getElement(
         {"--> QBX_DriveCageProvider::getInstance\n", "<-- QBX_DriveCageProvider::getInstance\n"},
-        elements(), context, ref, handler, [&] {
+        ELEMENTS, context, ref, handler, [&] {
             return _build_instances(ref.getClassName(), includeQualifiers, includeClassOrigin,
                                     propertyList);
         });
@@ -82,7 +81,7 @@ void QBX_DriveCageProvider::enumerateInstances(const OperationContext& context,
 {
     enumerateElements({"--> QBX_DriveCageProvider::enumerateInstances\n",
                        "<-- QBX_DriveCageProvider::enumerateInstances\n"},
-                      elements(), context, ref, handler, [&] {
+                      ELEMENTS, context, ref, handler, [&] {
                           return _build_instances(ref.getClassName(), includeQualifiers,
                                                   includeClassOrigin, propertyList);
                       });
@@ -94,7 +93,7 @@ void QBX_DriveCageProvider::enumerateInstanceNames(const OperationContext& conte
 {
     enumerateElements({"--> QBX_DriveCageProvider::enumerateInstanceNames\n",
                        "<-- QBX_DriveCageProvider::enumerateInstanceNames\n"},
-                      elements(), context, ref, handler,
+                      ELEMENTS, context, ref, handler,
                       [&] { return _build_ref(ref.getClassName()); });
 }
 
@@ -228,14 +227,14 @@ CIMName QBX_DriveCageProvider::_getCIMName(jb_type_e type)
     switch (type) {
         case JB_JBOD:
         case JB_KBOD:
-            return CIMName(QBX_DRIVE_CAGE_DC1);
+            return DC1;
         case JB_LBOD:
         case JB_MBOD:
-            return CIMName(QBX_DRIVE_CAGE_DC2);
+            return DC2;
         case JB_DC3:
-            return CIMName(QBX_DRIVE_CAGE_DC3);
+            return DC3;
         default:
-            return CIMName(QBX_DRIVE_CAGE);
+            return BASE;
     }
 }
 

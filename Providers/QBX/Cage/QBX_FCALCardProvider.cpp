@@ -18,13 +18,12 @@ static const String ClassName("QBX_FCALCardProvider");
 namespace
 {
 
-Elements elements()
-{
-    return {ClassName,
-            names({QBX_INTERFACE_CARD, QBX_INTERFACE_CARD_DC1, QBX_INTERFACE_CARD_DC3,
-                   QBX_INTERFACE_CARD_DC2}),
-            QBX_KEY_TAG};
-}
+const CIMName BASE(QBX_INTERFACE_CARD), DC1(QBX_INTERFACE_CARD_DC1), DC2(QBX_INTERFACE_CARD_DC2),
+    DC3(QBX_INTERFACE_CARD_DC3);
+const Elements ELEMENTS = {ClassName,
+                           names({QBX_INTERFACE_CARD, QBX_INTERFACE_CARD_DC1,
+                                  QBX_INTERFACE_CARD_DC3, QBX_INTERFACE_CARD_DC2}),
+                           QBX_KEY_TAG};
 
 }  // namespace
 
@@ -59,7 +58,7 @@ void QBX_FCALCardProvider::getInstance(const OperationContext& context, const CI
 {
     getElement(
         {"--> QBX_FCALCardProvider::getInstance\n", "<-- QBX_FCALCardProvider::getInstance\n"},
-        elements(), context, ref, handler, [&] {
+        ELEMENTS, context, ref, handler, [&] {
             return _build_instances(ref.getClassName(), includeQualifiers, includeClassOrigin,
                                     propertyList);
         });
@@ -74,7 +73,7 @@ void QBX_FCALCardProvider::enumerateInstances(const OperationContext& context,
 {
     enumerateElements({"--> QBX_FCALCardProvider::enumerateInstances\n",
                        "<-- QBX_FCALCardProvider::enumerateInstances\n"},
-                      elements(), context, ref, handler, [&] {
+                      ELEMENTS, context, ref, handler, [&] {
                           return _build_instances(ref.getClassName(), includeQualifiers,
                                                   includeClassOrigin, propertyList);
                       });
@@ -84,7 +83,7 @@ void QBX_FCALCardProvider::enumerateInstanceNames(const OperationContext&, const
                                                   ObjectPathResponseHandler& handler)
 {
     log_message(QBX_LOG_TRACE, "--> QBX_FCALCardProvider::enumerateInstanceNames\n");
-    requireServedClass(ref.getClassName(), elements().classes, ClassName);
+    requireServedClass(ref.getClassName(), ELEMENTS.classes, ClassName);
     deliver(handler, _build_ref(ref.getClassName()));
     log_message(QBX_LOG_TRACE, "<-- QBX_FCALCardProvider::enumerateInstanceNames\n");
 }
@@ -169,14 +168,14 @@ CIMName QBX_FCALCardProvider::_getCIMName(jb_type_e cageType)
     switch (cageType) {
         case JB_JBOD:
         case JB_KBOD:
-            return CIMName(QBX_INTERFACE_CARD_DC1);
+            return DC1;
         case JB_LBOD:
         case JB_MBOD:
-            return CIMName(QBX_INTERFACE_CARD_DC2);
+            return DC2;
         case JB_DC3:
-            return CIMName(QBX_INTERFACE_CARD_DC3);
+            return DC3;
         default:
-            return CIMName(QBX_INTERFACE_CARD);
+            return BASE;
     }
 }
 

@@ -18,10 +18,7 @@ static const String ClassName("QBX_MagazineProvider");
 namespace
 {
 
-Elements elements()
-{
-    return {ClassName, names({QBX_MAGAZINE}), QBX_KEY_TAG};
-}
+const Elements ELEMENTS = {ClassName, names({QBX_MAGAZINE}), QBX_KEY_TAG};
 
 }  // namespace
 
@@ -56,7 +53,7 @@ void QBX_MagazineProvider::getInstance(const OperationContext& context, const CI
 {
     getElement(
         {"--> QBX_MagazineProvider::getInstance\n", "<-- QBX_MagazineProvider::getInstance\n"},
-        elements(), context, ref, handler, [&] {
+        ELEMENTS, context, ref, handler, [&] {
             return _build_instances(ref.getClassName(), includeQualifiers, includeClassOrigin,
                                     propertyList);
         });
@@ -71,7 +68,7 @@ void QBX_MagazineProvider::enumerateInstances(const OperationContext& context,
 {
     enumerateElements({"--> QBX_MagazineProvider::enumerateInstances\n",
                        "<-- QBX_MagazineProvider::enumerateInstances\n"},
-                      elements(), context, ref, handler, [&] {
+                      ELEMENTS, context, ref, handler, [&] {
                           return _build_instances(ref.getClassName(), includeQualifiers,
                                                   includeClassOrigin, propertyList);
                       });
@@ -83,7 +80,7 @@ void QBX_MagazineProvider::enumerateInstanceNames(const OperationContext& contex
 {
     enumerateElements({"--> QBX_MagazineProvider::enumerateInstanceNames\n",
                        "<-- QBX_MagazineProvider::enumerateInstanceNames\n"},
-                      elements(), context, ref, handler,
+                      ELEMENTS, context, ref, handler,
                       [&] { return _build_ref(ref.getClassName()); });
 }
 
@@ -189,7 +186,7 @@ void QBX_MagazineProvider::invokeMethod(const OperationContext& context,
 
 CIMName QBX_MagazineProvider::_getCIMName(jb_type_e)
 {
-    return CIMName(QBX_MAGAZINE);
+    return ELEMENTS.classes[0];
 }
 
 CIMClass QBX_MagazineProvider::_getCIMClass(CIMOMHandle cimom, jb_type_e cageType,
