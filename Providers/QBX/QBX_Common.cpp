@@ -459,7 +459,7 @@ struct AssocEnd
     AssocEnd(const String& roleName, const CIMObjectPath& object, const String& host)
         : role(roleName), path(object)
     {
-        path.setHost(host);
+        if (path.getHost() != host) path.setHost(host);
     }
     CIMName role;
     CIMObjectPath path;
