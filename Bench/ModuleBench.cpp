@@ -124,6 +124,12 @@ Maker makerOf(const CIMValue& value)
     }
 }
 
+/// The name in memory of its own, as a provider's constants are.
+CIMName own(const CIMName& name)
+{
+    return CIMName(String(name.getString().getCString()));
+}
+
 void set(CIMInstance& instance, const CIMName& name, const CIMValue& value)
 {
     instance.getProperty(instance.findProperty(name)).setValue(value);
@@ -161,9 +167,9 @@ struct InstanceParts
             if (value.getType() == CIMTYPE_REFERENCE) {
                 CIMObjectPath reference;
                 value.get(reference);
-                references.emplace_back(property.getName(), PathParts(reference));
+                references.emplace_back(own(property.getName()), PathParts(reference));
             } else {
-                values.emplace_back(property.getName(), makerOf(value));
+                values.emplace_back(own(property.getName()), makerOf(value));
             }
         }
     }
