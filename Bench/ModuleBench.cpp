@@ -257,7 +257,7 @@ void addRows(const Subject& subject, const OperationContext& context)
     std::vector<InstanceParts> parts;
     for (Uint32 i = 0; i < count; ++i)
         parts.emplace_back(found.instances[i], skeleton);
-    const CIMObjectPath first = found.instances[0].getPath();
+    const CIMObjectPath last = found.instances[count - 1].getPath();
     const bool isAssociation = !parts[0].references.empty();
     const auto built = [=](const std::function<void()>& list) {
         api_qbxOpenForCimserver("admin");
@@ -283,7 +283,7 @@ void addRows(const Subject& subject, const OperationContext& context)
     add(
         "getInstance",
         [=](Results to) {
-            provider->getInstance(context, first, false, false, CIMPropertyList(), to);
+            provider->getInstance(context, last, false, false, CIMPropertyList(), to);
         },
         [=](Results to) { to.deliver(built(subject.list)[0]); });
     add(
