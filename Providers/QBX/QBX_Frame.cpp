@@ -100,7 +100,7 @@ CIMInvalidParameterException parameterNotFound(const String& provider, const cha
 
 Uint32 findMatch(const Array<CIMInstance>& instances, const CIMObjectPath& path)
 {
-    const ObjectPathMatcher wanted(path);
+    ObjectPathMatcher wanted(path);
     for (Uint32 i = 0; i < instances.size(); ++i) {
         if (wanted.matches(instances[i].getPath())) return i;
     }
