@@ -141,15 +141,31 @@ struct PathParts
     explicit PathParts(const CIMObjectPath& path)
         : host(path.getHost()), className(path.getClassName()), keys(path.getKeyBindings())
     {
+        for (Uint32 i = 0; i < keys.size(); ++i) {
+            if (keys[i].getName() == "Tag" || keys[i].getName() == "DeviceID")
+                id = keys[i].getValue();
+        }
+        bytes = id.getCString();
     }
-    CIMObjectPath made() const
+    /// With the identifier's text as it was made before.
+    CIMObjectPath made() const { return made(id); }
+    /// With the identifier's text made anew, as from a record.
+    CIMObjectPath madeAnew() const
+    {
+        return made(String(bytes.data(), static_cast<Uint32>(bytes.size())));
+    }
+    CIMObjectPath made(const String& identifier) const
     {
         Array<CIMKeyBinding> again;
-        for (Uint32 i = 0; i < keys.size(); ++i)
-            again.append(CIMKeyBinding(keys[i].getName(), keys[i].getValue(), keys[i].getType()));
+        for (Uint32 i = 0; i < keys.size(); ++i) {
+            const bool isId = keys[i].getValue() == id;
+            again.append(CIMKeyBinding(keys[i].getName(), isId ? identifier : keys[i].getValue(),
+                                       keys[i].getType()));
+        }
         return CIMObjectPath(host, NAMESPACE, className, again);
     }
-    String host;
+    String host, id;
+    std::string bytes;
     CIMName className;
     Array<CIMKeyBinding> keys;
 };
@@ -182,7 +198,7 @@ struct InstanceParts
             set(instance, name, maker());
         Array<CIMKeyBinding> keys;
         for (const auto& [name, parts] : references) {
-            const CIMObjectPath reference = parts.made();
+            const CIMObjectPath reference = parts.madeAnew();
             set(instance, name, CIMValue(reference));
             keys.append(CIMKeyBinding(name, reference.toString(), CIMKeyBinding::REFERENCE));
         }
@@ -299,7 +315,7 @@ void addRows(const Subject& subject, const OperationContext& context)
                 api_qbxOpenForCimserver("admin");
                 subject.namesList();
                 for (const InstanceParts& each : parts)
-                    paths.append(each.path.made());
+                    paths.append(each.path.madeAnew());
             }
             to.deliver(paths);
         });

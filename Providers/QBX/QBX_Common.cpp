@@ -409,7 +409,8 @@ bool mayBePath(const String& text)
 String plainReference(const String& text)
 {
     const Char16* const at = text.getChar16Data();
-    for (Uint32 i = 0; i < text.size(); ++i) {
+    const Uint32 size = text.size();
+    for (Uint32 i = 0; i < size; ++i) {
         if (at[i] == '\\' || (at[i] == '=' && at[i + 1] != '"')) return String();
     }
     const bool hasHost = at[0] == '/' && at[1] == '/';

@@ -104,7 +104,8 @@ void QBX_CageSensorProvider::deleteInstance(const OperationContext&, const CIMOb
 
 String QBX_CageSensorProvider::makeDeviceID(const String& cageName, unsigned int index)
 {
-    return cageName + "-sensor" + std::to_string(index).c_str();
+    static const String infix("-sensor");
+    return cageName + infix + std::to_string(index).c_str();
 }
 
 CIMObjectPath QBX_CageSensorProvider::buildObjectPath(const String& host, const String& deviceID,
@@ -116,10 +117,11 @@ CIMObjectPath QBX_CageSensorProvider::buildObjectPath(const String& host, const 
     const auto add = [&keys](const CIMName& name, const String& value) {
         keys.append(CIMKeyBinding(name, value, CIMKeyBinding::STRING));
     };
-    add(Property::SystemCreationClassName, systemClass);
-    add(Property::SystemName, systemName);
+    // In the order in which a path keeps them.
     add(Property::CreationClassName, className.getString());
     add(Property::DeviceID, deviceID);
+    add(Property::SystemCreationClassName, systemClass);
+    add(Property::SystemName, systemName);
     return CIMObjectPath(host, nameSpace(), className, keys);
 }
 
