@@ -236,6 +236,15 @@ struct Subject
     bool isPerRecord = true;  ///< the class is fetched for each record
 };
 
+/// What every request begins with, and the trace lines that it writes.
+void begin(const OperationContext& context)
+{
+    for (int i = 0; i < 4; ++i)
+        log_message(4, "--> QBX_MagazineProvider::enumerateInstances\n");
+    const IdentityContainer user = context.get(IdentityContainer::NAME);
+    api_qbxOpenForCimserver(user.getUserName().getCString());
+}
+
 /// Registers a row: an operation, run once before it is measured.
 void addRow(const std::string& name, Uint32 objects, std::function<void()> operation)
 {
@@ -276,7 +285,7 @@ void addRows(const Subject& subject, const OperationContext& context)
     const CIMObjectPath last = found.instances[count - 1].getPath();
     const bool isAssociation = !parts[0].references.empty();
     const auto built = [=](const std::function<void()>& list) {
-        api_qbxOpenForCimserver("admin");
+        begin(context);
         list();
         Array<CIMInstance> instances;
         const CIMClass once = subject.isPerRecord ? CIMClass() : getClass();
@@ -312,7 +321,7 @@ void addRows(const Subject& subject, const OperationContext& context)
                 for (Uint32 i = 0; i < instances.size(); ++i)
                     paths.append(instances[i].getPath());
             } else {
-                api_qbxOpenForCimserver("admin");
+                begin(context);
                 subject.namesList();
                 for (const InstanceParts& each : parts)
                     paths.append(each.path.madeAnew());
