@@ -498,7 +498,7 @@ CIMObjectPath assocPath(const CIMName& assocClass, const String& host, const Str
 {
     CIMObjectPath path(host, CIMNamespaceName(nameSpace), assocClass);
     Array<CIMKeyBinding> keys;
-    (keys.append(CIMKeyBinding(ends.role, ends.path.toString(), CIMKeyBinding::REFERENCE)), ...);
+    (keys.append(CIMKeyBinding(ends.role, CIMValue(ends.path))), ...);
     path.setKeyBindings(keys);
     return path;
 }
