@@ -223,7 +223,7 @@ void appendKeyBinding(std::string& out, const CIMKeyBinding& key)
         out += "<KEYVALUE";
         appendPlain(out, "VALUETYPE", numeric ? "numeric" : boolean ? "boolean" : "string");
         out += ">";
-        appendEscaped(out, toUtf8(key.getValue()));
+        appendEscaped(out, key.getValue());
         out += "</KEYVALUE>\n";
     }
     out += "</KEYBINDING>\n";
@@ -248,11 +248,11 @@ void appendText(std::string& out, const T& value)
     } else if constexpr (std::is_integral_v<T>) {
         appendNumber(out, value);
     } else if constexpr (std::is_same_v<T, String>) {
-        appendEscaped(out, toUtf8(value));
+        appendEscaped(out, value);
     } else if constexpr (std::is_same_v<T, Char16>) {
-        appendEscaped(out, toUtf8(String(&value, 1)));
+        appendEscaped(out, String(&value, 1));
     } else if constexpr (std::is_same_v<T, CIMDateTime>) {
-        appendEscaped(out, toUtf8(value.toString()));
+        appendEscaped(out, value.toString());
     } else {  // an embedded object
         std::string element;
         appendInstance(element, value.object());
@@ -291,6 +291,18 @@ void appendEscaped(std::string& out, std::string_view text)
     out.append(text, done, std::string_view::npos);
 }
 
+void appendEscaped(std::string& out, const String& text)
+{
+    const std::size_t before = out.size();
+    appendUtf8(out, text);
+    const auto isSpecial = [](unsigned char c) { return c == ' ' || !escapes[c].empty(); };
+    if (std::none_of(out.begin() + static_cast<std::ptrdiff_t>(before), out.end(), isSpecial))
+        return;
+    const std::string plain = out.substr(before);
+    out.resize(before);
+    appendEscaped(out, plain);
+}
+
 void appendClassName(std::string& out, const CIMName& name)
 {
     out += "<CLASSNAME";
@@ -311,11 +323,21 @@ void appendInstanceName(std::string& out, const CIMObjectPath& path)
 
 void appendInstancePath(std::string& out, const CIMObjectPath& path)
 {
-    out += "<INSTANCEPATH>\n<NAMESPACEPATH>\n<HOST>";
-    appendEscaped(out, toUtf8(path.getHost()));
-    out += "</HOST>\n";
-    appendLocalNamespace(out, path.getNameSpace());
-    out += "</NAMESPACEPATH>\n";
+    // Nearly all paths name one host and one namespace.
+    thread_local String host;
+    thread_local String nameSpace;
+    thread_local std::string where;
+    if (where.empty() || path.getHost() != host ||
+        path.getNameSpace().getString() != nameSpace) {  // to the letter
+        host = path.getHost();
+        nameSpace = path.getNameSpace().getString();
+        where = "<INSTANCEPATH>\n<NAMESPACEPATH>\n<HOST>";
+        appendEscaped(where, host);
+        where += "</HOST>\n";
+        appendLocalNamespace(where, path.getNameSpace());
+        where += "</NAMESPACEPATH>\n";
+    }
+    out += where;
     appendInstanceName(out, path);
     out += "</INSTANCEPATH>\n";
 }

@@ -18,6 +18,7 @@ namespace cimom::xml
 /// blank as a reference where a reader would drop it (at either end and behind another blank), and
 /// U+FFFD in place of other control characters, which no reader takes.
 void appendEscaped(std::string& out, std::string_view text);
+void appendEscaped(std::string& out, const Pegasus::String& text);
 
 /// CLASSNAME.
 void appendClassName(std::string& out, const CIMName&);
