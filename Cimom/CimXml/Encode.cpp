@@ -373,24 +373,27 @@ void InstanceWriter::append(std::string& out, const Instance& instance)
     appendQualifiers(out, instance.qualifiers);
     if (written_.size() < instance.properties.size()) written_.resize(instance.properties.size());
     for (std::size_t i = 0; i < instance.properties.size(); ++i)
-        append(out, *instance.properties[i], written_[i]);
+        append(out, instance.properties[i], written_[i]);
     out += "</INSTANCE>\n";
 }
 
-void InstanceWriter::append(std::string& out, const Property& property, Written& before)
+void InstanceWriter::append(std::string& out, const PropertyPtr& property, Written& before)
 {
-    if (before.text.empty() || !haveOneDeclaration(before.declaration, property)) {
+    // Instances share the properties that they do not set.
+    const bool isKnown = before.property && (before.property == property ||
+                                             haveOneDeclaration(*before.property, *property));
+    if (!isKnown) {
         before = {property, "", 0};
-        appendHead(before.text, property);
+        appendHead(before.text, *property);
         before.head = before.text.size();
-        appendEnd(before.text, property);
+        appendEnd(before.text, *property);
     }
-    if (property.value.isNull()) {
+    if (property->value.isNull()) {
         out += before.text;
         return;
     }
     out.append(before.text, 0, before.head);
-    appendValue(out, property.value);
+    appendValue(out, property->value);
     out.append(before.text, before.head);
 }
 

@@ -40,13 +40,14 @@ public:
     void append(std::string& out, const Instance&);
 
 private:
+    using PropertyPtr = std::shared_ptr<const Property>;
     struct Written
     {
-        Property declaration;  ///< its value counts by its type only
-        std::string text;      ///< the element without a value
+        PropertyPtr property;  ///< the first one that was declared so
+        std::string text;      ///< its element without a value
         std::size_t head = 0;  ///< how much of it comes before the value
     };
-    void append(std::string& out, const Property&, Written&);
+    static void append(std::string& out, const PropertyPtr&, Written&);
 
     std::vector<Written> written_;  // by the position of the property
 };
