@@ -59,8 +59,10 @@ std::string answer(std::uint16_t port, const std::string& said)
     std::string told;
     char part[4096];
     ssize_t size = 0;
-    while ((size = recv(fd, part, sizeof(part), 0)) > 0)
-        told.append(part, static_cast<std::size_t>(size));
+    do {
+        size = recv(fd, part, sizeof(part), 0);
+        if (size > 0) told.append(part, static_cast<std::size_t>(size));
+    } while (size > 0 || (size < 0 && errno == EINTR));  // by the fuzzer's timer
     check(size == 0 || errno == ECONNRESET, "the server ends the connection");
     close(fd);
     return told;
@@ -77,7 +79,7 @@ std::string field(const std::string& head, const std::string& name)
 
 /// Checks the replies one after the other: their heads, their lengths, and that nothing follows the
 /// one that announces the end. Returns how many have come from the handler.
-unsigned checkReplies(std::string told)
+unsigned checkReplies(std::string told, bool mayLackBodies)
 {
     unsigned answers = 0;
     while (!told.empty()) {
@@ -94,7 +96,7 @@ unsigned checkReplies(std::string told)
         const std::string length = field(head, "Content-Length");
         check(!length.empty() || status == "100", "a length: " + head);
         const std::size_t size = length.empty() ? 0 : std::stoul(length);
-        check(told.size() >= size || status == "405", "the whole body: " + told);
+        check(told.size() >= size || mayLackBodies, "the whole body: " + told);
         told.erase(0, size);
         check(told.empty() || field(head, "Connection") != "close", "behind the end: " + told);
         answers += status == "200" || field(head, "CIMError") == "from-handler";
@@ -112,7 +114,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const bool hasLogin = said.find("Authorization") != std::string::npos;
     handled = 0;
     const std::string told = answer((hasLogin ? forUsers : forAll).port(), said);
-    const unsigned answers = checkReplies(told);
+    const unsigned answers = checkReplies(told, said.find("HEAD ") != std::string::npos);
     check(answers == handled, "each operation is answered: " + told);
     return 0;
 }

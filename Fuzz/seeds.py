@@ -69,12 +69,20 @@ def texts():
 
 
 def array_files():
-    """Whole files, and the faults of the tests, some each put into the tests' array."""
-    whole = files("Tests/StorageApi/array.json", "StorageApi/simulator/sample-*.json")
+    """Small files, also bad ones: an array with one record of each kind and type; others."""
+    found = files("Tests/StorageApi/array.json", "StorageApi/simulator/sample-firmware.json")
     faults = json.loads((TESTS / "StorageApi" / "faults.json").read_text())
-    whole += [text.encode() for text, _ in faults["files"]]
-    whole.append(b'{"locations": [{"cage": "good", "from": "l", "to": "hex:E4"}]}')
-    return whole
+    found += [text.encode() for text, _ in faults["files"]]
+    found.append(b'{"locations": [{"cage": "good", "from": "l", "to": "hex:E4"}]}')
+    sample = json.loads((SIMULATOR / "sample-array.json").read_text())
+    records = {
+        (kind, each.get("type", each.get("cageType"))): each
+        for kind in ("cages", "cagesPS", "magazines", "fcals")
+        for each in sample.get(kind, [])
+    }
+    for (kind, _), each in records.items():
+        found.append(json.dumps({"storageArray": {}, kind: [each]}).encode())
+    return found
 
 
 def words(seeds):
