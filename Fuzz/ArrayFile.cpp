@@ -6,7 +6,6 @@
 #include <qbxapi_sim.h>
 
 #include <cctype>
-#include <memory>
 #include <vector>
 
 namespace
@@ -14,60 +13,52 @@ namespace
 
 using fuzz::check;
 
-const std::string good =
-    "{\"storageArray\": {\"name\": \"a\"}, \"cages\": [{\"deviceID\": \"good\", \"location\": \"l\", "
-    "\"type\": \"JB_LBOD\"}]}";
+const std::string goodArray =
+    R"({"storageArray": {}, "cages": [{"deviceID": "good", "type": "JB_LBOD"}]})";
+const std::string goodState = R"({"locations": []})";
 
-const fuzz::Folder& folder()
+const std::filesystem::path& folder()
 {
     static const fuzz::Folder folder;
-    return folder;
+    return folder.path;
 }
 
-/// The records of one list query.
-template <class List, class Record>
-std::vector<Record> records(int (*query)(int, List*), Record* List::*pointer)
+/// Starts the simulated array anew, with these files.
+void begin(const std::string& array, const std::string& state)
 {
-    List list = {};
-    check(query(0, &list) == 0, "a list query of an array in service");
-    const std::unique_ptr<Record, decltype(&std::free)> owner(list.*pointer, std::free);
-    return {list.*pointer, list.*pointer + list.count};
+    fuzz::write(folder() / "array", array);
+    fuzz::write(folder() / "state", state);
+    fuzz::write(folder() / "log", "");
+    qbxsim_reset();
 }
 
+/// The cages of the array, which must be in service.
 std::vector<api_Cage_t> cages()
 {
-    return records(api_getCages_Cached, &api_CageList_t::cages);
-}
-
-std::string nameOf(const api_Cage_t& cage)
-{
-    return std::string(cage.deviceID, sizeof cage.deviceID).c_str();
+    api_CageList_t list = {};
+    check(api_getCages_Cached(0, &list) == 0, "an array is in service");
+    const std::vector<api_Cage_t> cages(list.cages, list.cages + list.count);
+    std::free(list.cages);
+    return cages;
 }
 
 api_CageHandle_t handleOf(const std::string& name)
 {
     api_CageHandle_t handle = {};
-    check(api_findCageName_Cached(name.c_str(), &handle) == 0, "a cage that is listed is found");
+    check(api_findCageName_Cached(name.c_str(), &handle) == 0, "a cage is found: " + name);
     return handle;
 }
 
-/// Starts anew, with these files.
-void begin(const std::string& array, const std::string& state)
+/// True when something was logged: one line, with the place of a fault in that file.
+bool hasFault(const std::string& file)
 {
-    folder().write("array.json", array);
-    folder().write("state.json", state);
-    folder().write("log", "");
-    qbxsim_reset();
-}
-
-/// One line, with the place of the fault in the file.
-void checkLog(const std::string& file)
-{
-    const std::string log = folder().read("log"), place = folder().path(file) + ":";
+    const std::string log = fuzz::read(folder() / "log"), place = (folder() / file).string() + ":";
+    if (log.empty()) return false;
     const std::size_t at = log.find(place);
     check(log.find('\n') + 1 == log.size() && at != std::string::npos &&
               std::isdigit(log[at + place.size()]),
           "one line with the place: " + log);
+    return true;
 }
 
 /// That a location which is set holds after a restart.
@@ -76,54 +67,38 @@ void checkLocation(const std::string& name)
     const api_CageHandle_t cage = handleOf(name);
     check(api_setCageLocation(&cage, "moved") == 0, "a location can be set");
     qbxsim_reset();
+    bool isKept = false;
     for (const api_Cage_t& each : cages())
-        if (nameOf(each) == name) return check(each.location == std::string("moved"), "it is kept");
-}
-
-void checkAsArray(const std::string& input)
-{
-    begin(good, "{\"locations\": []}");
-    check(cages().size() == 1, "the good array is served");
-    folder().write("array.json", input);
-    const std::vector<api_Cage_t> served = cages();
-    records(api_getCagesPS_Cached, &api_CagePSList_t::cages);
-    records(api_getMagazines_Cached, &api_MagazineList_t::mags);
-    records(api_getFCALs_Cached, &api_FCALList_t::fcals);
-    if (!folder().read("log").empty()) {
-        checkLog("array.json");
-        check(served.size() == 1 && nameOf(served[0]) == "good", "the good array stays");
-    } else if (!served.empty()) {
-        checkLocation(nameOf(served[0]));
-    }
-}
-
-void checkAsState(const std::string& input)
-{
-    begin(good, input);
-    check(cages().size() == 1, "whatever the state, the array is served");
-    if (!folder().read("log").empty()) checkLog("state.json");
-}
-
-void checkAsFirmware(const std::string& input)
-{
-    begin(good, "{\"locations\": []}");
-    folder().write("firmware", input);
-    const api_CageHandle_t cage = handleOf("good");
-    const int code = api_upgradeCage(&cage, 1, folder().path("firmware").c_str());
-    check(code == 0 || code == QBXSIM_FIRMWARE_INVALID || code == QBXSIM_FIRMWARE_MISMATCH,
-          "an upgrade with result " + std::to_string(code));
+        isKept = isKept || (each.deviceID == name && each.location == std::string("moved"));
+    check(isKept, "the location is kept");
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    setenv("QBX_ARRAY_FILE", folder().path("array.json").c_str(), 1);
-    setenv("QBX_ARRAY_STATE", folder().path("state.json").c_str(), 1);
-    setenv("QBX_LOG_FILE", folder().path("log").c_str(), 1);
-    const std::string input = fuzz::text(data, size);
-    checkAsArray(input);
-    checkAsState(input);
-    checkAsFirmware(input);
+    setenv("QBX_ARRAY_FILE", (folder() / "array").c_str(), 1);
+    setenv("QBX_ARRAY_STATE", (folder() / "state").c_str(), 1);
+    setenv("QBX_LOG_FILE", (folder() / "log").c_str(), 1);
+    const std::string input(data, data + size);
+
+    begin(goodArray, goodState);
+    check(cages().size() == 1, "the good array is served");
+    fuzz::write(folder() / "array", input);
+    const std::vector<api_Cage_t> served = cages();
+    if (hasFault("array"))
+        handleOf("good");
+    else if (!served.empty())
+        checkLocation(std::string(served[0].deviceID, sizeof served[0].deviceID).c_str());
+
+    begin(goodArray, input);
+    const api_CageHandle_t cage = handleOf("good");
+    hasFault("state");
+
+    begin(goodArray, goodState);
+    fuzz::write(folder() / "firmware", input);
+    const int code = api_upgradeCage(&cage, 1, (folder() / "firmware").c_str());
+    check(code == 0 || code == QBXSIM_FIRMWARE_INVALID || code == QBXSIM_FIRMWARE_MISMATCH,
+          "an upgrade with result " + std::to_string(code));
     return 0;
 }

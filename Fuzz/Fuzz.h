@@ -17,11 +17,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 namespace fuzz
 {
 
-inline std::string text(const std::uint8_t* data, std::size_t size)
-{
-    return {data, data + size};
-}
-
 /// Ends the process, saying which property does not hold.
 inline void check(bool holds, const std::string& property)
 {
@@ -34,40 +29,35 @@ inline void check(bool holds, const std::string& property)
 inline void checkXml(const std::string& document)
 {
     const XML_Parser parser = XML_ParserCreate("UTF-8");
-    const auto status =
-        XML_Parse(parser, document.data(), static_cast<int>(document.size()), XML_TRUE);
-    const char* const fault = XML_ErrorString(XML_GetErrorCode(parser));
+    const int size = static_cast<int>(document.size());
+    const bool isGood = XML_Parse(parser, document.data(), size, XML_TRUE) == XML_STATUS_OK;
     XML_ParserFree(parser);
-    if (status != XML_STATUS_OK) check(false, std::string(fault) + " in " + document);
+    check(isGood, "well-formed XML: " + document);
 }
 
-/// A new folder for files of the process, removed at its end.
-class Folder
+inline std::string read(const std::filesystem::path& file)
 {
-public:
-    Folder()
-    {
-        std::string name = (std::filesystem::temp_directory_path() / "fuzz-XXXXXX").string();
-        check(mkdtemp(name.data()) != nullptr, "a temporary folder can be made");
-        folder_ = name;
-    }
-    ~Folder() { std::filesystem::remove_all(folder_); }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
 
-    std::string path(const std::string& name) const { return folder_ / name; }
-    void write(const std::string& name, const std::string& content) const
-    {
-        std::ofstream(path(name), std::ios::binary) << content;
-    }
-    std::string read(const std::string& name) const
-    {
-        std::ifstream file(path(name), std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
+inline void write(const std::filesystem::path& file, const std::string& content)
+{
+    std::ofstream(file, std::ios::binary) << content;
+}
 
-private:
-    std::filesystem::path folder_;
+/// A new folder, removed at the end of the process.
+struct Folder
+{
+    Folder() : path(std::filesystem::temp_directory_path() / "fuzz-XXXXXX")
+    {
+        std::string name = path;
+        check(mkdtemp(name.data()) != nullptr, "there is room for temporary files");
+        path = name;
+    }
+    ~Folder() { std::filesystem::remove_all(path); }
+
+    std::filesystem::path path;
 };
 
 }  // namespace fuzz

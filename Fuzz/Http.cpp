@@ -2,13 +2,12 @@
 #include "Fuzz.h"
 #include "Http/HttpServer.h"
 
+#include <algorithm>
 #include <arpa/inet.h>
+#include <atomic>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
-
-#include <algorithm>
-#include <atomic>
 
 namespace
 {
@@ -30,40 +29,27 @@ HttpOptions options()
     HttpOptions options;
     options.port = 0;
     options.maxHeader = options.maxBody = 2000;
-    options.connections.most = options.connections.mostPerAddress = 4;
     return options;
 }
 
-sockaddr_in address(std::uint32_t host, std::uint16_t port)
-{
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(host);
-    address.sin_port = htons(port);
-    return address;
-}
-
-/// All that the server says. Each time another address asks: limits by address do not matter.
+/// All that the server says. Another address asks each time, as some limits are by address.
 std::string answer(std::uint16_t port, const std::string& said)
 {
     static std::uint32_t client = INADDR_LOOPBACK;
+    sockaddr_in from{AF_INET, 0, {htonl(++client)}, {}};
+    sockaddr_in to{AF_INET, htons(port), {htonl(INADDR_LOOPBACK)}, {}};
     const int fd = socket(AF_INET, SOCK_STREAM, 0);
-    const timeval patience{20, 0};
-    const sockaddr_in from = address(++client, 0), to = address(INADDR_LOOPBACK, port);
-    setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof(patience));
-    check(bind(fd, reinterpret_cast<const sockaddr*>(&from), sizeof(from)) == 0 &&
-              connect(fd, reinterpret_cast<const sockaddr*>(&to), sizeof(to)) == 0,
+    check(bind(fd, reinterpret_cast<sockaddr*>(&from), sizeof(from)) == 0 &&
+              connect(fd, reinterpret_cast<sockaddr*>(&to), sizeof(to)) == 0,
           "the server can be reached");
     send(fd, said.data(), said.size(), MSG_NOSIGNAL);
     shutdown(fd, SHUT_WR);
     std::string told;
     char part[4096];
-    ssize_t size = 0;
-    do {
+    for (ssize_t size = 1; size > 0 || (size < 0 && errno == EINTR);) {  // by libFuzzer's timer
         size = recv(fd, part, sizeof(part), 0);
         if (size > 0) told.append(part, static_cast<std::size_t>(size));
-    } while (size > 0 || (size < 0 && errno == EINTR));  // by the fuzzer's timer
-    check(size == 0 || errno == ECONNRESET, "the server ends the connection");
+    }
     close(fd);
     return told;
 }
@@ -86,19 +72,18 @@ unsigned checkReplies(std::string told, bool mayLackBodies)
         const std::size_t end = told.find("\r\n\r\n");
         check(end != std::string::npos && told.compare(0, 7, "HTTP/1.") == 0, "a head: " + told);
         const std::string head = told.substr(0, end + 2), status = head.substr(9, 3);
-        check(std::count(head.begin(), head.end(), '\n') ==
-                      std::count(head.begin(), head.end(), '\r') &&
-                  std::all_of(head.begin(), head.end(), [](char c) { return c > 0 && c < 127; }),
-              "a head of lines in ASCII: " + head);
+        check(std::all_of(head.begin(), head.end(), [](char c) { return c > 0 && c < 127; }),
+              "a head in ASCII: " + head);
         told.erase(0, end + 4);
-        // The HTTP library (0.9.75) sends the head of its own refusals twice, and closes.
-        if (told.compare(0, head.size(), head) == 0) return answers;
+        const bool isLast = field(head, "Connection") == "close";
+        // The HTTP library (0.9.75) sends the head of its own refusals twice.
+        if (isLast && told.compare(0, head.size(), head) == 0) break;
         const std::string length = field(head, "Content-Length");
         check(!length.empty() || status == "100", "a length: " + head);
         const std::size_t size = length.empty() ? 0 : std::stoul(length);
         check(told.size() >= size || mayLackBodies, "the whole body: " + told);
         told.erase(0, size);
-        check(told.empty() || field(head, "Connection") != "close", "behind the end: " + told);
+        check(told.empty() || !isLast, "nothing behind the last reply: " + told);
         answers += status == "200" || field(head, "CIMError") == "from-handler";
     }
     return answers;
@@ -110,7 +95,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     static const PasswordFile users(PROJECT "Tests/Wire/exchanges/users");
     static HttpServer forUsers(options(), &users, handle), forAll(options(), nullptr, handle);
-    const std::string said = fuzz::text(data, size);
+    const std::string said(data, data + size);
     const bool hasLogin = said.find("Authorization") != std::string::npos;
     handled = 0;
     const std::string told = answer((hasLogin ? forUsers : forAll).port(), said);

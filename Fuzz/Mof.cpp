@@ -8,15 +8,16 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     using namespace cimom;
+    static const std::regex place("^[^:]*:[0-9]+:[0-9]+: .");
     const CIMNamespaceName nameSpace("root/test");
     Repository repository;
     repository.addNamespace(nameSpace);
-    MofCompiler(repository).compileFile(PROJECT "Tests/Cimom/Repository/schema.mof", nameSpace);
+    MofCompiler compiler(repository);
+    compiler.compileFile(PROJECT "Tests/Cimom/Repository/schema.mof", nameSpace);
     try {
-        MofCompiler(repository).compileText(fuzz::text(data, size), "MOF", nameSpace);
+        compiler.compileText({data, data + size}, "MOF", nameSpace);
     } catch (const MofError& error) {
-        fuzz::check(std::regex_search(error.what(), std::regex("^[^:]*:[0-9]+:[0-9]+: .")),
-                    std::string("a fault with its place: ") + error.what());
+        fuzz::check(std::regex_search(error.what(), place), error.what());
     }
     std::string all;
     for (const CIMName& name : repository.subclassNames(nameSpace, CIMName(), true)) {

@@ -26,41 +26,34 @@ std::string rewritten(const std::string& document)
     return out;
 }
 
-void checkElement(const std::string& document)
+// Neither may throw: these were read before.
+
+void checkElement(const std::string& once) noexcept
 {
-    std::string once;
-    try {
-        once = rewritten(document);
-    } catch (const RequestError& error) {
-        fuzz::check(error.status == 400 && isUtf8(error.detail), "a refusal in readable text");
-        return;
-    }
     fuzz::checkXml(once);
-    fuzz::check(rewritten(once) == once, "an element that was written reads alike:\n" + once);
+    fuzz::check(rewritten(once) == once, "an element that was written reads alike: " + once);
 }
 
-void checkPath(const std::string& text)
+void checkPath(const CIMObjectPath& path) noexcept
 {
-    const CIMObjectPath path(toString(text));
     const CIMObjectPath again(path.toString());
-    fuzz::check(again == path && again.toString() == path.toString(),
+    fuzz::check(again == path && again.toString() == path.toString() &&
+                    QBX_Common::matchObjectPath(path, again),
                 "a path that was written reads alike: " + toUtf8(path.toString()));
-    fuzz::check(QBX_Common::matchObjectPath(path, again), "a path matches itself");
-    if (path.getKeyBindings().size() == 0) return;
     std::string element;
     xml::appendInstanceName(element, path);
-    checkElement(element);
+    checkElement(rewritten(element));
 }
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    const std::string text = fuzz::text(data, size);
+    const std::string text(data, data + size);
     try {
-        text[0] == '<' ? checkElement(text) : checkPath(text);
-    } catch (const Exception&) {
-        // What the CIM library refuses.
+        text[0] == '<' ? checkElement(rewritten(text)) : checkPath(CIMObjectPath(toString(text)));
+    } catch (const RequestError&) {  // what is no such element
+    } catch (const Exception&) {     // what the CIM library refuses
     }
     return 0;
 }
