@@ -10,9 +10,9 @@ import urllib.parse
 PROJECT = pathlib.Path(__file__).resolve().parents[1]
 TESTS = PROJECT / "Tests"
 sys.path.append(str(TESTS / "Wire"))
-import run  # noqa: E402
-import soak  # noqa: E402
+import run  # noqa: E402, F401
 from arrayfile import Array  # noqa: E402
+from questions import questions  # noqa: E402
 from raw import DATA, recorded  # noqa: E402
 
 SIMULATOR = PROJECT / "StorageApi" / "simulator"
@@ -37,9 +37,9 @@ def service():
     """Recorded requests, and good ones to the module."""
     fields = "User: admin\nCIMMethod: {}\nCIMObject: {}\n\n{}"
     found = {}
-    for each in soak.questions(Array(SIMULATOR / "sample-array.json")):
-        kind = re.sub('(Tag|DeviceID|Name)">.*?</KEYVALUE>|<VALUE>.*?</VALUE>', "", each.body)
-        found.setdefault(kind, fields.format(*each).encode())  # of its kind the first
+    for each in questions(Array(SIMULATOR / "sample-array.json")):
+        kind = re.sub(">[^<]+<", "><", each[2])
+        found.setdefault(kind, fields.format(*each).encode())  # one for each class
     for said in exchanges():
         head, _, body = said.partition(b"\r\n\r\n")
         kept = re.findall(rb"(?m)^CIM(?!Operation).*$", head)
@@ -54,17 +54,14 @@ def texts():
     for path in sorted((TESTS / "Cimom" / "Model" / "vectors").glob("*path*.json")):
         for each in re.findall(r'"(?:text|a|b|toString)":("(?:\\.|[^"])*")', path.read_text()):
             found.add(json.loads(each).encode(errors="replace"))
-    types = "boolean uint8 sint16 uint32 sint64 real32 real64 char16 string datetime".split()
-    for kind, value in zip(types, "TRUE 255 -1 0x1F -9 1.5e9 -.5 x a&#9;b".split() + [20 * "0"]):
-        one = f"<VALUE>{value}</VALUE>"
-        for value in (one, f"<VALUE.ARRAY>{one}{one}</VALUE.ARRAY>"):
-            found.add(f'<PARAMVALUE NAME="P" PARAMTYPE="{kind}">{value}</PARAMVALUE>'.encode())
-    moments = ("20240229123456.654321+060", "00000001020304.000005:000", "20240229******.******+000")
-    for each in moments:
-        found.add(b'<PARAMVALUE NAME="P" PARAMTYPE="datetime"><VALUE>%b</VALUE></PARAMVALUE>' % each.encode())
-    found |= set(files("Tests/Cimom/CimXml/everything.xml"))
+    everything = files("Tests/Cimom/CimXml/everything.xml")[0]
+    found.add(everything)
+    for kind, value in re.findall(rb'TYPE="(\w+)"[^>]*>\s*(<VALUE.*?</VALUE>)', everything):
+        found.add(b'<PARAMVALUE NAME="P" PARAMTYPE="%b">%b</PARAMVALUE>' % (kind, value))
+        value = b"<VALUE.ARRAY>%b%b</VALUE.ARRAY>" % (value, value)
+        found.add(b'<PARAMVALUE NAME="P" PARAMTYPE="%b">%b</PARAMVALUE>' % (kind, value))
     for said in service():
-        found |= set(re.findall(rb"(?s)<INSTANCENAME.*</INSTANCENAME>|<INSTANCE .*</INSTANCE>", said))
+        found |= set(re.findall(rb"(?s)<INSTANCENAME.*</INSTANCENAME>", said))
     return sorted(found)
 
 
