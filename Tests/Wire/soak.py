@@ -8,6 +8,7 @@ import contextlib
 import http.client
 import json
 import os
+import pathlib
 import random
 import re
 import sys
@@ -71,7 +72,7 @@ class Soak:
     def change_array(self):
         """Replaces the array file: other values, fewer records, and for a moment a broken file."""
         draft = self.server.array.with_suffix(".draft")
-        while not self.over.wait(0.2):
+        while not self.over.wait(1):
             contents = json.loads(json.dumps(self.contents))
             for cage in contents["cages"]:
                 cage.update(position=random.randrange(99), location=str(random.random()))
@@ -98,8 +99,8 @@ class Soak:
             flush=True,
         )
 
-    def run(self, seconds, clients):
-        """Returns what is wrong, a line each."""
+    def run(self, seconds, clients, is_sanitized):
+        """Returns what is wrong, a line each. A sanitizer's own memory grows."""
         memory, descriptors = [], self.resources()[1]
         start = time.monotonic()
         with concurrent.futures.ThreadPoolExecutor(clients + 1) as threads:
@@ -120,7 +121,7 @@ class Soak:
         if self.resources()[1] > descriptors + 4:  # the module has some of its own
             wrong.append(f"{self.resources()[1]} descriptors, {descriptors} before the clients")
         third = len(memory) // 3
-        if third and max(memory[-third:]) > 1.2 * max(memory[third:-third]) + 5:
+        if third and not is_sanitized and max(memory[-third:]) > 1.2 * max(memory[third:-third]) + 5:
             wrong.append(f"memory keeps growing: {memory} MB")
         return wrong
 
@@ -134,7 +135,8 @@ def main():
     server = Server(options.build, array=run.ARRAY)
     server.log = None  # only failures, in the server's own output
     server.restart()
-    wrong = Soak(server).run(60 * options.minutes, options.clients)
+    is_sanitized = pathlib.Path(options.build).name != "release"
+    wrong = Soak(server).run(60 * options.minutes, options.clients, is_sanitized)
     try:
         server.close()
     except AssertionError as error:  # a sanitizer's report, or a crash
