@@ -132,8 +132,10 @@ def main():
     parser.add_argument("--minutes", type=float, default=5)
     parser.add_argument("--clients", type=int, default=16)
     options = parser.parse_args()
+    # What the server says at its end is to be the reason, such as a sanitizer's report.
+    os.environ.update(QBX_LOG_LEVEL="0", TSAN_OPTIONS="halt_on_error=1")
     server = Server(options.build, array=run.ARRAY)
-    server.log = None  # only failures, in the server's own output
+    server.log = None
     server.restart()
     is_sanitized = pathlib.Path(options.build).name != "release"
     wrong = Soak(server).run(60 * options.minutes, options.clients, is_sanitized)
