@@ -251,13 +251,19 @@ void appendText(std::string& out, const T& value)
         appendEscaped(out, value);
     } else if constexpr (std::is_same_v<T, Char16>) {
         appendEscaped(out, String(&value, 1));
-    } else if constexpr (std::is_same_v<T, CIMDateTime>) {
+    } else if constexpr (std::is_same_v<T, CIMDateTime> || std::is_same_v<T, CIMObjectPath>) {
         appendEscaped(out, value.toString());
     } else {  // an embedded object
         std::string element;
         appendInstance(element, value.object());
         appendEscaped(out, element);
     }
+}
+
+/// Whether the value is one VALUE element with a text.
+bool isText(const CIMValue& value)
+{
+    return !value.isArray() && value.getType() != CIMTYPE_REFERENCE;
 }
 
 template <class T>
@@ -377,24 +383,36 @@ void InstanceWriter::append(std::string& out, const Instance& instance)
     out += "</INSTANCE>\n";
 }
 
-void InstanceWriter::append(std::string& out, const PropertyPtr& property, Written& before)
+void InstanceWriter::append(std::string& out, const PropertyPtr& property, Written& known)
 {
     // Instances share the properties that they do not set.
-    const bool isKnown = before.property && (before.property == property ||
-                                             haveOneDeclaration(*before.property, *property));
+    const bool isKnown = known.property && (known.property == property ||
+                                            haveOneDeclaration(*known.property, *property));
     if (!isKnown) {
-        before = {property, "", 0};
-        appendHead(before.text, *property);
-        before.head = before.text.size();
-        appendEnd(before.text, *property);
+        known = {property, "", "", ""};
+        appendHead(known.before, *property);
+        appendEnd(known.after, *property);
+        known.empty = known.before + known.after;
+        if (isText(property->value)) {
+            known.before += "<VALUE>";
+            known.after.insert(0, "</VALUE>\n");
+        }
     }
-    if (property->value.isNull()) {
-        out += before.text;
+    const CIMValue& value = property->value;
+    if (value.isNull()) {
+        out += known.empty;
         return;
     }
-    out.append(before.text, 0, before.head);
-    appendValue(out, property->value);
-    out.append(before.text, before.head);
+    out += known.before;
+    if (isText(value)) {
+        visitType(value.getType(), [&](auto item) {
+            value.get(item);
+            appendText(out, item);
+        });
+    } else {
+        appendValue(out, value);
+    }
+    out += known.after;
 }
 
 void appendClass(std::string& out, const Class& cimClass)

@@ -44,8 +44,9 @@ private:
     struct Written
     {
         PropertyPtr property;  ///< the first one that was declared so
-        std::string text;      ///< its element without a value
-        std::size_t head = 0;  ///< how much of it comes before the value
+        std::string empty;     ///< its element without a value
+        std::string before;    ///< what stands before the text of a value
+        std::string after;     ///< and what after it
     };
     static void append(std::string& out, const PropertyPtr&, Written&);
 
