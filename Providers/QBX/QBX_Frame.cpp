@@ -100,9 +100,8 @@ CIMInvalidParameterException parameterNotFound(const String& provider, const cha
 
 Uint32 findMatch(const Array<CIMInstance>& instances, const CIMObjectPath& path)
 {
-    ObjectPathMatcher wanted(path);
     for (Uint32 i = 0; i < instances.size(); ++i) {
-        if (wanted.matches(instances[i].getPath())) return i;
+        if (QBX_Common::matchObjectPath(path, instances[i].getPath())) return i;
     }
     return PEG_NOT_FOUND;
 }
