@@ -112,7 +112,9 @@ def rows(connection):
             request = connection.prepared(operation, parameter("ObjectName", path))
             found[f"{operation} of {name}"] = request
     found["InvokeMethod Locate of a magazine"] = connection.prepared("Locate", "", magazine)
-    found["GetClass QBX_Magazine"] = connection.prepared("GetClass", named_class("QBX_Magazine"))
+    found["GetClass QBX_Magazine"] = connection.prepared(
+        "GetClass", named_class("QBX_Magazine") + everything
+    )
     return found
 
 
