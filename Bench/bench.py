@@ -3,7 +3,6 @@
 import argparse
 import contextlib
 import json
-import os
 import pathlib
 import re
 import subprocess
@@ -17,7 +16,7 @@ import make_array
 sys.path.append(str(pathlib.Path(__file__).resolve().parents[1] / "Demo"))
 from server import ROOT, command, environment, password_file
 
-CALLGRIND = ["valgrind", "-q", "--tool=callgrind", "--instr-atstart=no", "--callgrind-out-file=out"]
+CALLGRIND = ("valgrind", "-q", "--tool=callgrind", "--instr-atstart=no")
 COUNTED = (load.LARGEST, "EnumerateInstances QBX_CageSensor", "EnumerateInstanceNames QBX_Magazine")
 COUNTED += ("EnumerateInstances QBX_MagazineInDriveCage", "Associators of the system")
 COUNTED += ("GetInstance QBX_Magazine, middle", "GetInstance QBX_SystemPackage, static")
@@ -29,21 +28,22 @@ def array_file(records, shape):
     with tempfile.TemporaryDirectory(prefix="qbx-bench-") as folder:
         file = pathlib.Path(folder, "array.json")
         file.write_text(json.dumps(make_array.array(records, shape)))
+        time.sleep(3)  # a file that has just been written is read at every query
         yield file
 
 
 # The embedded server on an array file; yields its URL and its process id.
 @contextlib.contextmanager
-def embedded(build, file, schema, prefix=()):
+def embedded(build, file, schema, *prefix):
     line = [*prefix, *map(str, command(build, password_file(build, file.parent), 0))]
     if schema:
         line[line.index("--schema") + 1] = schema[0]
         line += [option for folder in schema[1:] for option in ("--include", folder)]
     variables = environment(file, file.with_name("state.json"))
-    with subprocess.Popen(
-        line, stdout=subprocess.PIPE, text=True, env=variables, cwd=file.parent
-    ) as process:
+    with subprocess.Popen(line, stdout=subprocess.PIPE, text=True, env=variables) as process:
         ready = re.search(r"http://[^/]+", process.stdout.readline())
+        if not ready:
+            sys.exit("qbx bench: the server did not start")
         try:
             yield ready[0], process.pid
         finally:
@@ -65,7 +65,10 @@ def counted(build, records, schema):
     def control(*step):
         subprocess.run(["callgrind_control", *step, str(pid)], capture_output=True, check=True)
 
-    with array_file(records, "m") as file, embedded(build, file, schema, CALLGRIND) as (url, pid):
+    with contextlib.ExitStack() as stack:
+        file = stack.enter_context(array_file(records, "m"))
+        counting = (*CALLGRIND, f"--callgrind-out-file={file.with_name('out')}")
+        url, pid = stack.enter_context(embedded(build, file, schema, *counting))
         connection = load.Connection(url)
         requests = load.rows(connection)
         for row in COUNTED:
@@ -85,8 +88,9 @@ def module(build, records):
         variables = environment(file, file.with_name("state.json"))
         # Memory comes from where it was given back, whatever was done before.
         variables["GLIBC_TUNABLES"] = "glibc.malloc.tcache_count=60000"
-        line = [*CALLGRIND, f"{build}/bin/module_bench", "--benchmark_min_time=0"]
-        subprocess.run(line, capture_output=True, check=True, env=variables, cwd=file.parent)
+        line = [*CALLGRIND, f"--callgrind-out-file={file.with_name('out')}"]
+        line += [f"{build}/bin/module_bench", "--benchmark_min_time=0"]
+        subprocess.run(line, capture_output=True, check=True, env=variables)
         found = {}
         for name, count in instructions(file.parent).items():
             row, _, side = name.rpartition("/")
@@ -108,8 +112,9 @@ def everything(options):
             figures = load.load(urls, options.rows, options.seconds, options.rounds)
             found["load"][f"{shape}{records}"] = figures
     for records in 10, options.records:
-        found["instructions"][records] = counted(options.build, records, options.schema)
-        for row, count in found["instructions"][records].items():
+        counts = counted(options.build, records, options.schema)
+        found["instructions"][str(records)] = counts
+        for row, count in counts.items():
             print(f"{row:44} of {records:5} records: {count / 1e6:10.3f} million instructions")
     for records in 1, 100, options.records:
         found["module"] |= module(options.build, records)
@@ -119,26 +124,32 @@ def everything(options):
     return found
 
 
+# (path, CPU time or instructions) of each row of results.
+def costs(results, path=()):
+    for key, value in results.items():
+        if isinstance(value, dict):
+            yield from costs(value, (*path, key))
+        elif key in ("cpu_ms", "module") or path[:1] == ("instructions",):
+            yield (*path, key), value
+
+
 # Prints how many times as fast each row is as in earlier results.
 def compare(earlier, found):
-    for array, figures in found["load"].items():
-        for row, by_server in figures["rows"].items():
-            for server, now in by_server.items():
-                with contextlib.suppress(KeyError):
-                    was = earlier["load"][array]["rows"][row][server]["cpu_ms"]
-                    ratio = was / now["cpu_ms"]
-                    print(f"{array:8}{row:46}{server:20}{was:10.3f}{now['cpu_ms']:10.3f}{ratio:7.2f}")
+    before = dict(costs(earlier))
+    for path, now in costs(found):
+        if path in before:
+            print(f"{' '.join(path):90}{before[path]:12}{now:12}{before[path] / now:7.2f}")
 
 
 def main():
     parser = argparse.ArgumentParser(prog="qbx bench", description=__doc__)
     parser.add_argument("--build", default=ROOT / "build/release")
-    parser.add_argument("--compare", nargs="+", metavar="URL", help="measure these servers instead")
+    parser.add_argument("--compare", nargs="+", metavar="URL", help="measure these instead")
     parser.add_argument("--against", type=pathlib.Path, help="compare with these earlier results")
     parser.add_argument("--records", type=int, default=1000, help="of the large arrays")
     parser.add_argument("--quick", action="store_true", help="100 records, short measurements")
     parser.add_argument("--rows", default="", help="only rows that this expression matches")
-    parser.add_argument("--schema", nargs="+", metavar="FILE", help="root/qbx=FILE, include folders")
+    parser.add_argument("--schema", nargs="+", metavar="FILE", help="and include folders")
     options = parser.parse_args()
     if options.quick:
         options.records = 100

@@ -20,7 +20,7 @@ LARGEST = "EnumerateInstances QBX_Magazine"
 
 
 class Connection:
-    """A connection to a server that is kept alive. Raises ValueError for replies that are errors."""
+    """A connection that is kept alive. Raises ValueError for replies that are errors."""
 
     def __init__(self, url):
         parts = urllib.parse.urlsplit(url)
@@ -122,7 +122,8 @@ def rows(connection):
 def processes(url):
     port = f":{urllib.parse.urlsplit(url).port:04X}"
     lines = [line.split() for table in ("tcp", "tcp6") for line in open(f"/proc/net/{table}")]
-    sockets = {f"socket:[{line[9]}]" for line in lines if line[1].endswith(port) and line[3] == "0A"}
+    listening = (line for line in lines if line[1].endswith(port) and line[3] == "0A")
+    sockets = {f"socket:[{line[9]}]" for line in listening}
     parents, serving = {}, set()
     for process in pathlib.Path("/proc").glob("[0-9]*"):
         pid = int(process.name)
@@ -204,11 +205,11 @@ def load(urls, pattern, seconds, rounds):
         size = max(len(connections[server].checked(request[server])) for server in urls)
         for clients, ask in ((1, asked), (CLIENTS, asked_by_many))[: 1 if size >> 20 else 2]:
             by_server = found[f"{row}, {clients}"] = measured(urls, request, seconds, rounds, ask)
-            line = f"{row:44}{clients:2}"
-            for figures in by_server.values():
-                line += "{cpu_ms:10.3f}{p50_ms:10.2f}{p99_ms:10.2f}{per_second:10.1f}".format(**figures)
+            columns = "{cpu_ms:10.3f}{p50_ms:10.2f}{p99_ms:10.2f}{per_second:10.1f}"
+            line = "".join(columns.format(**figures) for figures in by_server.values())
             first, *others = (figures["cpu_ms"] for figures in by_server.values())
-            print(line + "".join(f"{other / first:7.2f}" for other in others), flush=True)
+            ratios = "".join(f"{other / first:7.2f}" for other in others)
+            print(f"{row:44}{clients:2}{line}{ratios}", flush=True)
     resident["after the rows"] = {server: memory(url) for server, url in urls.items()}
     for server, url in urls.items():
         asked(url, requests[server][LARGEST], 0, CLIENTS)
