@@ -153,7 +153,7 @@ def main():
     options = parser.parse_args()
     if options.quick:
         options.records = 100
-    options.seconds, options.rounds = (0.05, 1) if options.quick else (0.3, 5)
+    options.seconds, options.rounds = (0.05, 1) if options.quick else (0.2, 3)
     if options.compare:
         urls = {url: url for url in options.compare}
         figures = load.load(urls, options.rows, options.seconds, options.rounds)

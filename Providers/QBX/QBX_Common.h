@@ -50,7 +50,7 @@ public:
     /// Throws TypeMismatchException when the property is of another type. No other value types than
     /// these compile, and none is converted: a C string would silently become the boolean TRUE.
     template <class Value>
-    static void setPropertyValue(CIMInstance& instance, CIMName name, const Value& value)
+    static void setPropertyValue(CIMInstance& instance, const CIMName& name, const Value& value)
     {
         static_assert(isOneOf<Value, bool, Uint8, Uint16, Uint32, Uint64, Sint16, String,
                               CIMDateTime, CIMObjectPath, CIMInstance, Array<bool>, Array<Uint16>,
