@@ -6,6 +6,7 @@
 // instructions of one run of each row, into a dump that is named after the row.
 #include "Model/ObjectManager.h"
 #include "Mof/MofCompiler.h"
+#include "QBX_Frame.h"
 
 #include <Pegasus/Common/ResponseHandler.h>
 #include <Pegasus/Provider/CIMInstanceProvider.h>
@@ -15,7 +16,6 @@
 #include <qbxapi.h>
 #include <valgrind/callgrind.h>
 
-#include <cstdlib>
 #include <functional>
 #include <string>
 #include <vector>
@@ -97,16 +97,13 @@ Maker makerOf(const CIMValue& value)
     return [one] { return CIMValue(one); };
 }
 
-template <>
-Maker makerOf<String>(const CIMValue& value)
+/// A text is made from bytes.
+Maker makerOfText(const CIMValue& value)
 {
-    Array<String> all;
-    String one;
-    value.isArray() ? value.get(all) : value.get(one);
-    if (value.isArray())
-        return [all] { return CIMValue(Array<String>(all.getData(), all.size())); };
-    return [text = std::string(one.getCString())] {
-        return CIMValue(String(text.data(), static_cast<Uint32>(text.size())));
+    String text;
+    value.get(text);
+    return [bytes = std::string(text.getCString())] {
+        return CIMValue(String(bytes.data(), static_cast<Uint32>(bytes.size())));
     };
 }
 
@@ -120,7 +117,7 @@ Maker makerOf(const CIMValue& value)
         case CIMTYPE_UINT64:
             return makerOf<Uint64>(value);
         default:
-            return makerOf<String>(value);
+            return value.isArray() ? makerOf<String>(value) : makerOfText(value);
     }
 }
 
@@ -215,16 +212,10 @@ struct InstanceParts
 // ---- The rows ----
 
 /// A list query, its records freed.
-template <class List, class Record>
-std::function<void()> query(int (*ask)(int, List*), Record* List::*records)
+template <class List>
+std::function<void()> query(typename List::Query ask)
 {
-    return [=] {
-        List list = {};
-        cim_sem_wait();
-        ask(0, &list);
-        cim_sem_post();
-        std::free(list.*records);
-    };
+    return [=] { List{ask}; };
 }
 
 struct Subject
@@ -240,13 +231,12 @@ struct Subject
 void begin(const OperationContext& context)
 {
     for (int i = 0; i < 4; ++i)
-        log_message(4, "--> QBX_MagazineProvider::enumerateInstances\n");
-    const IdentityContainer user = context.get(IdentityContainer::NAME);
-    api_qbxOpenForCimserver(user.getUserName().getCString());
+        QBX_Frame::trace("--> QBX_MagazineProvider::enumerateInstances\n");
+    QBX_Frame::openApi(context, String());
 }
 
 /// Registers a row: an operation, run once before it is measured.
-void addRow(const std::string& name, Uint32 objects, std::function<void()> operation)
+void addRow(const std::string& name, std::function<void()> operation)
 {
     benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
         operation();
@@ -257,7 +247,6 @@ void addRow(const std::string& name, Uint32 objects, std::function<void()> opera
             CALLGRIND_DUMP_STATS_AT(name.c_str());
         }
         CALLGRIND_STOP_INSTRUMENTATION;
-        state.SetItemsProcessed(state.iterations() * objects);
     });
 }
 
@@ -283,7 +272,6 @@ void addRows(const Subject& subject, const OperationContext& context)
     for (Uint32 i = 0; i < count; ++i)
         parts.emplace_back(found.instances[i], skeleton);
     const CIMObjectPath last = found.instances[count - 1].getPath();
-    const bool isAssociation = !parts[0].references.empty();
     const auto built = [=](const std::function<void()>& list) {
         begin(context);
         list();
@@ -296,8 +284,8 @@ void addRows(const Subject& subject, const OperationContext& context)
 
     const auto add = [&](const std::string& operation, auto module, auto bound) {
         const std::string row = operation + "/" + subject.className + "/" + std::to_string(count);
-        addRow(row + "/module", count, [=] { module(Results()); });
-        addRow(row + "/bound", count, [=] { bound(Results()); });
+        addRow(row + "/module", [=] { module(Results()); });
+        addRow(row + "/bound", [=] { bound(Results()); });
     };
     add(
         "enumerateInstances",
@@ -311,21 +299,16 @@ void addRows(const Subject& subject, const OperationContext& context)
             provider->getInstance(context, last, false, false, CIMPropertyList(), to);
         },
         [=](Results to) { to.deliver(built(subject.list)[0]); });
+    if (!subject.namesList) return;  // an association's names are those of all its instances
     add(
         "enumerateInstanceNames",
         [=](Results to) { provider->enumerateInstanceNames(context, all, to); },
         [=](Results to) {
             Array<CIMObjectPath> paths;
-            if (isAssociation) {
-                const Array<CIMInstance> instances = built(subject.list);
-                for (Uint32 i = 0; i < instances.size(); ++i)
-                    paths.append(instances[i].getPath());
-            } else {
-                begin(context);
-                subject.namesList();
-                for (const InstanceParts& each : parts)
-                    paths.append(each.path.madeAnew());
-            }
+            begin(context);
+            subject.namesList();
+            for (const InstanceParts& each : parts)
+                paths.append(each.path.madeAnew());
             to.deliver(paths);
         });
 }
@@ -338,14 +321,14 @@ int main(int argc, char** argv)
     const Classes classes;
     OperationContext context;
     context.insert(IdentityContainer(String("admin")));
-    const auto cages = query(api_getCages_Cached, &api_CageList_t::cages);
-    const auto cagesNoMfg = query(api_getCagesNoMfg_Cached, &api_CageList_t::cages);
-    const auto cagesPS = query(api_getCagesPS_Cached, &api_CagePSList_t::cages);
+    const auto cages = query<QBX_Records::CageList>(api_getCages_Cached);
+    const auto cagesNoMfg = query<QBX_Records::CageList>(api_getCagesNoMfg_Cached);
+    const auto cagesPS = query<QBX_Records::CagePSList>(api_getCagesPS_Cached);
     const auto sensors = [=] { cages(), cagesPS(); };
-    const auto magazines = query(api_getMagazines_Cached, &api_MagazineList_t::mags);
-    const auto magazinesNoMfg = query(api_getMagazinesNoMfg_Cached, &api_MagazineList_t::mags);
-    const auto cards = query(api_getFCALs_Cached, &api_FCALList_t::fcals);
-    const auto cardsNoMfg = query(api_getFCALsNoMfg_Cached, &api_FCALList_t::fcals);
+    const auto magazines = query<QBX_Records::MagazineList>(api_getMagazines_Cached);
+    const auto magazinesNoMfg = query<QBX_Records::MagazineList>(api_getMagazinesNoMfg_Cached);
+    const auto cards = query<QBX_Records::FCALList>(api_getFCALs_Cached);
+    const auto cardsNoMfg = query<QBX_Records::FCALList>(api_getFCALsNoMfg_Cached);
     const Subject subjects[] = {
         {"QBX_DriveCageProvider", "QBX_DriveCageDC2Family", cages, cagesNoMfg, 2},
         {"QBX_MagazineProvider", "QBX_Magazine", magazines, magazinesNoMfg, 4},

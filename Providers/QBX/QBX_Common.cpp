@@ -6,6 +6,7 @@
 #include <Pegasus/Client/CIMClient.h>
 
 #include <mutex>
+#include <vector>
 
 namespace Pegasus
 {
@@ -73,9 +74,12 @@ String QBX_Common::getStringProperty(const CIMInstance& instance, const String& 
 namespace
 {
 
+/// Reads a parameter after the trace line `entry`, which shows its name.
 template <class Value>
-int readParameter(const Array<CIMParamValue>& parameters, const String& name, Value& out)
+int readParameter(const char* entry, const Array<CIMParamValue>& parameters, const String& name,
+                  Value& out)
 {
+    log_message(QBX_LOG_TRACE, entry, c_str(name.getCString()));
     int result = QBX_PARAMETER_READ;
     for (Uint32 i = 0; i < parameters.size(); ++i) {
         if (!String::equalNoCase(parameters[i].getParameterName(), name)) continue;
@@ -94,18 +98,16 @@ int readParameter(const Array<CIMParamValue>& parameters, const String& name, Va
 int QBX_Common::getParameter(const Array<CIMParamValue>& parameters, const String& name,
                              Uint16& out)
 {
-    log_message(QBX_LOG_TRACE, "-->QBX_Common::getParameter(Uint16), paramName = %s\n",
-                c_str(name.getCString()));
-    const int result = readParameter(parameters, name, out);
+    const int result = readParameter("-->QBX_Common::getParameter(Uint16), paramName = %s\n",
+                                     parameters, name, out);
     log_message(QBX_LOG_TRACE, "<--QBX_Common::getParameter(Uint16), paramValue = %d\n", out);
     return result;
 }
 
 int QBX_Common::getParameter(const Array<CIMParamValue>& parameters, const String& name, bool& out)
 {
-    log_message(QBX_LOG_TRACE, "-->QBX_Common::getParameter(Boolean), paramName = %s\n",
-                c_str(name.getCString()));
-    const int result = readParameter(parameters, name, out);
+    const int result = readParameter("-->QBX_Common::getParameter(Boolean), paramName = %s\n",
+                                     parameters, name, out);
     log_message(QBX_LOG_TRACE, "<--QBX_Common::getParameter(Boolean), paramValue = %d\n", out);
     return result;
 }
@@ -113,9 +115,8 @@ int QBX_Common::getParameter(const Array<CIMParamValue>& parameters, const Strin
 int QBX_Common::getParameter(const Array<CIMParamValue>& parameters, const String& name,
                              Uint32& out)
 {
-    log_message(QBX_LOG_TRACE, "-->QBX_Common::getParameter(Uint32), paramName = %s\n",
-                c_str(name.getCString()));
-    const int result = readParameter(parameters, name, out);
+    const int result = readParameter("-->QBX_Common::getParameter(Uint32), paramName = %s\n",
+                                     parameters, name, out);
     log_message(QBX_LOG_TRACE, "<--QBX_Common::getParameter(Uint32), paramValue = %d\n", out);
     return result;
 }
@@ -123,9 +124,8 @@ int QBX_Common::getParameter(const Array<CIMParamValue>& parameters, const Strin
 int QBX_Common::getParameter(const Array<CIMParamValue>& parameters, const String& name,
                              Uint64& out)
 {
-    log_message(QBX_LOG_TRACE, "-->QBX_Common::getParameter(Uint64), paramName = %s\n",
-                c_str(name.getCString()));
-    const int result = readParameter(parameters, name, out);
+    const int result = readParameter("-->QBX_Common::getParameter(Uint64), paramName = %s\n",
+                                     parameters, name, out);
     log_message(QBX_LOG_TRACE, "<--QBX_Common::getParameter(Uint64), paramValue = %llu\n", out);
     return result;
 }
@@ -133,9 +133,8 @@ int QBX_Common::getParameter(const Array<CIMParamValue>& parameters, const Strin
 int QBX_Common::getParameter(const Array<CIMParamValue>& parameters, const String& name,
                              String& out)
 {
-    log_message(QBX_LOG_TRACE, "-->QBX_Common::getParameter(String), paramName = %s\n",
-                c_str(name.getCString()));
-    const int result = readParameter(parameters, name, out);
+    const int result = readParameter("-->QBX_Common::getParameter(String), paramName = %s\n",
+                                     parameters, name, out);
     log_message(QBX_LOG_TRACE, "<--QBX_Common::getParameter(String), paramValue = %s\n",
                 c_str(out.getCString()));
     return result;
@@ -143,9 +142,8 @@ int QBX_Common::getParameter(const Array<CIMParamValue>& parameters, const Strin
 
 int QBX_Common::getParameter(const Array<CIMParamValue>& parameters, const String& name, Uint8& out)
 {
-    log_message(QBX_LOG_TRACE, "-->QBX_Common::getParameter(Uint8), paramName = %s\n",
-                c_str(name.getCString()));
-    const int result = readParameter(parameters, name, out);
+    const int result = readParameter("-->QBX_Common::getParameter(Uint8), paramName = %s\n",
+                                     parameters, name, out);
     log_message(QBX_LOG_TRACE, "<--QBX_Common::getParameter(Uint8), paramValue = %d\n", out);
     return result;
 }
@@ -153,9 +151,8 @@ int QBX_Common::getParameter(const Array<CIMParamValue>& parameters, const Strin
 int QBX_Common::getParameter(const Array<CIMParamValue>& parameters, const String& name,
                              CIMDateTime& out)
 {
-    log_message(QBX_LOG_TRACE, "-->QBX_Common::getParameter(CIMDateTime), paramName = %s\n",
-                c_str(name.getCString()));
-    const int result = readParameter(parameters, name, out);
+    const int result = readParameter("-->QBX_Common::getParameter(CIMDateTime), paramName = %s\n",
+                                     parameters, name, out);
     log_message(QBX_LOG_TRACE, "<--QBX_Common::getParameter(CIMDateTime), paramValue = %s\n",
                 c_str(out.toString().getCString()));
     return result;
@@ -164,9 +161,8 @@ int QBX_Common::getParameter(const Array<CIMParamValue>& parameters, const Strin
 int QBX_Common::getParameter(const Array<CIMParamValue>& parameters, const String& name,
                              CIMObjectPath& out)
 {
-    log_message(QBX_LOG_TRACE, "-->QBX_Common::getParameter(CIMObjectPath), paramName = %s\n",
-                c_str(name.getCString()));
-    const int result = readParameter(parameters, name, out);
+    const int result = readParameter("-->QBX_Common::getParameter(CIMObjectPath), paramName = %s\n",
+                                     parameters, name, out);
     log_message(QBX_LOG_TRACE, "<--QBX_Common::getParameter(CIMObjectPath), paramValue = %s\n",
                 c_str(out.toString().getCString()));
     return result;
@@ -175,9 +171,8 @@ int QBX_Common::getParameter(const Array<CIMParamValue>& parameters, const Strin
 int QBX_Common::getParameter(const Array<CIMParamValue>& parameters, const String& name,
                              Array<String>& out)
 {
-    log_message(QBX_LOG_TRACE, "-->QBX_Common::getParameter(Array<String>), paramName = %s\n",
-                c_str(name.getCString()));
-    const int result = readParameter(parameters, name, out);
+    const int result = readParameter("-->QBX_Common::getParameter(Array<String>), paramName = %s\n",
+                                     parameters, name, out);
     log_message(QBX_LOG_TRACE, "<--QBX_Common::getParameter(Array<String>)");
     return result;
 }
@@ -185,9 +180,8 @@ int QBX_Common::getParameter(const Array<CIMParamValue>& parameters, const Strin
 int QBX_Common::getParameter(const Array<CIMParamValue>& parameters, const String& name,
                              Array<Uint16>& out)
 {
-    log_message(QBX_LOG_TRACE, "-->QBX_Common::getParameter(Array<Uint16>), paramName = %s\n",
-                c_str(name.getCString()));
-    const int result = readParameter(parameters, name, out);
+    const int result = readParameter("-->QBX_Common::getParameter(Array<Uint16>), paramName = %s\n",
+                                     parameters, name, out);
     log_message(QBX_LOG_TRACE, "<--QBX_Common::getParameter(Array<Uint16>)\n");
     return result;
 }
@@ -385,15 +379,6 @@ CIMKeyBinding withoutHost(const CIMKeyBinding& key)
     }
 }
 
-CIMObjectPath withoutHosts(const CIMObjectPath& path)
-{
-    const Array<CIMKeyBinding> given = path.getKeyBindings();
-    Array<CIMKeyBinding> keys;
-    for (Uint32 i = 0; i < given.size(); ++i)
-        keys.append(withoutHost(given[i]));
-    return CIMObjectPath(String(), path.getNameSpace(), path.getClassName(), keys);
-}
-
 /// False for a text that is certainly no object path, since neither a host nor a namespace nor a
 /// class name stands before its first point. To read it would cost an exception.
 bool mayBePath(const String& text)
@@ -404,8 +389,8 @@ bool mayBePath(const String& text)
            text[0] == Char16('/') || text.find(Char16(0)) != PEG_NOT_FOUND;
 }
 
-/// A reference without its host, when it denotes nothing but what another such text denotes, letter
-/// case aside: all its keys are quoted and none holds an escape. Otherwise empty.
+/// The text of a reference without its host, when all its keys are quoted and none holds an escape:
+/// it denotes what the same text denotes, letter case aside, and nothing else. Empty for others.
 String plainReference(const String& text)
 {
     const Char16* const at = text.getChar16Data();
@@ -417,64 +402,93 @@ String plainReference(const String& text)
     return hasHost ? text.subString(text.find(2, '/') + 1) : text;
 }
 
-/// True for two different texts that cannot be the same reference either. A name by itself reads as
-/// a class.
-bool areOtherTexts(const String& one, const String& other)
+/// A key with all that is to be known of it, so that most others can be told from it unread.
+struct KnownKey
 {
-    if (!mayBePath(one) || !mayBePath(other)) return true;
-    return CIMName::legal(one) && CIMName::legal(other) && !String::equalNoCase(one, other);
+    explicit KnownKey(const CIMKeyBinding& key)
+        : given(key),
+          isName(CIMName::legal(key.getValue())),
+          mayBePath(::Pegasus::mayBePath(key.getValue())),
+          plain(plainReference(key.getValue())),
+          bare(mayBePath ? withoutHost(key) : key)
+    {
+    }
+
+    const CIMKeyBinding given;
+    const bool isName;  // reads as a class
+    const bool mayBePath;
+    const String plain;
+    const CIMKeyBinding bare;
+};
+
+/// True when the keys are the same, hosts aside.
+bool isSameKey(const KnownKey& known, const CIMKeyBinding& other)
+{
+    if (known.given.getName() != other.getName()) return false;
+    if (known.given.getType() == other.getType()) {
+        const String& text = other.getValue();
+        const bool isText = other.getType() == CIMKeyBinding::STRING;
+        if (known.given.getValue() == text) return true;
+        if (isText && !(known.mayBePath && mayBePath(text))) return false;
+        if (isText && known.isName && CIMName::legal(text) &&
+            !String::equalNoCase(known.given.getValue(), text)) {
+            return false;
+        }
+        if (other.getType() == CIMKeyBinding::REFERENCE &&
+            !String::equalNoCase(known.plain, plainReference(text))) {
+            return false;
+        }
+    }
+    return known.bare == withoutHost(other);
 }
 
-/// True for references that differ for certain. To read them would cost much more.
-bool areOtherReferences(const String& one, const String& other)
+/// A path that others are compared with.
+class KnownPath
 {
-    const String plain = plainReference(one);
-    const String plainOther = plainReference(other);
-    return plain.size() != 0 && plainOther.size() != 0 && !String::equalNoCase(plain, plainOther);
-}
+public:
+    explicit KnownPath(const CIMObjectPath& path) : _path(path)
+    {
+        const Array<CIMKeyBinding>& keys = path.getKeyBindings();
+        for (Uint32 i = 0; i < keys.size(); ++i)
+            _keys.emplace_back(keys[i]);
+    }
+
+    bool isSame(const CIMObjectPath& other) const
+    {
+        const Array<CIMKeyBinding>& keys = other.getKeyBindings();
+        if (keys.size() != _keys.size() || other.getNameSpace() != _path.getNameSpace() ||
+            other.getClassName() != _path.getClassName()) {
+            return false;
+        }
+        try {
+            for (Uint32 i = 0; i < keys.size(); ++i) {
+                if (!isSameKey(_keys[i], keys[i])) return false;
+            }
+            return true;
+        } catch (const Exception&) {
+            return false;  // a reference key that is no object path denotes nothing
+        }
+    }
+
+private:
+    const CIMObjectPath _path;
+    std::vector<KnownKey> _keys;
+};
 
 }  // namespace
 
-bool ObjectPathMatcher::matches(const CIMObjectPath& other)
-{
-    const Array<CIMKeyBinding>& keys = _path.getKeyBindings();
-    const Array<CIMKeyBinding>& otherKeys = other.getKeyBindings();
-    if (keys.size() != otherKeys.size() || _path.getNameSpace() != other.getNameSpace() ||
-        _path.getClassName() != other.getClassName()) {
-        return false;
-    }
-    try {
-        for (Uint32 i = 0; i < keys.size(); ++i) {
-            if (!matchesKey(i, keys[i], otherKeys[i])) return false;
-        }
-        return true;
-    } catch (const Exception&) {
-        return false;  // a reference key that is no object path denotes nothing
-    }
-}
-
-bool ObjectPathMatcher::matchesKey(Uint32 position, const CIMKeyBinding& own,
-                                   const CIMKeyBinding& other)
-{
-    if (own.getName() != other.getName()) return false;
-    if (own.getType() == other.getType()) {
-        if (own.getValue() == other.getValue()) return true;
-        if (own.getType() == CIMKeyBinding::STRING &&
-            areOtherTexts(own.getValue(), other.getValue())) {
-            return false;
-        }
-        if (own.getType() == CIMKeyBinding::REFERENCE &&
-            areOtherReferences(own.getValue(), other.getValue())) {
-            return false;
-        }
-    }
-    if (_bareKeys.size() == 0) _bareKeys = withoutHosts(_path).getKeyBindings();
-    return _bareKeys[position] == withoutHost(other);
-}
-
 bool QBX_Common::matchObjectPath(const CIMObjectPath& first, const CIMObjectPath& second)
 {
-    return ObjectPathMatcher(first).matches(second);
+    return KnownPath(first).isSame(second);
+}
+
+Uint32 QBX_Common::findMatch(const Array<CIMInstance>& instances, const CIMObjectPath& path)
+{
+    const KnownPath wanted(path);
+    for (Uint32 i = 0; i < instances.size(); ++i) {
+        if (wanted.isSame(instances[i].getPath())) return i;
+    }
+    return PEG_NOT_FOUND;
 }
 
 namespace

@@ -18,6 +18,8 @@
 
 #include <qbxapi.h>
 
+#include <type_traits>
+
 namespace Pegasus
 {
 
@@ -43,78 +45,19 @@ public:
     /// qualifiers and class origins.
     static CIMInstance buildInstanceSkeleton(CIMClass& cimClass);
 
-    ///@{
-    /// Each form replaces the value of the named property (case ignored). A property that the
-    /// instance lacks is skipped silently, so that one list of properties serves every subclass of
-    /// a family. Throws TypeMismatchException when the property is of another type. The form for a
-    /// C string is deleted, because it would silently become the boolean TRUE: write String("...").
-    static void setPropertyValue(CIMInstance& instance, CIMName name, const CIMInstance& value)
+    /// Replaces the value of the named property (case ignored). A property that the instance lacks
+    /// is skipped silently, so that one list of properties serves every subclass of a family.
+    /// Throws TypeMismatchException when the property is of another type. No other value types than
+    /// these compile, and none is converted: a C string would silently become the boolean TRUE.
+    template <class Value>
+    static void setPropertyValue(CIMInstance& instance, const CIMName& name, const Value& value)
     {
+        static_assert(isOneOf<Value, bool, Uint8, Uint16, Uint32, Uint64, Sint16, String,
+                              CIMDateTime, CIMObjectPath, CIMInstance, Array<bool>, Array<Uint16>,
+                              Array<Uint64>, Array<Sint32>, Array<String>, Array<CIMDateTime>>,
+                      "no value type of a property; a text is a String(...)");
         store(instance, name, value);
     }
-    static void setPropertyValue(CIMInstance& instance, CIMName name, const CIMDateTime& value)
-    {
-        store(instance, name, value);
-    }
-    static void setPropertyValue(CIMInstance& instance, CIMName name, const CIMObjectPath& value)
-    {
-        store(instance, name, value);
-    }
-    static void setPropertyValue(CIMInstance& instance, CIMName name,
-                                 const Array<CIMDateTime>& value)
-    {
-        store(instance, name, value);
-    }
-    static void setPropertyValue(CIMInstance& instance, CIMName name, const Array<bool>& value)
-    {
-        store(instance, name, value);
-    }
-    static void setPropertyValue(CIMInstance& instance, CIMName name, const Array<Uint64>& value)
-    {
-        store(instance, name, value);
-    }
-    static void setPropertyValue(CIMInstance& instance, CIMName name, const Array<Sint32>& value)
-    {
-        store(instance, name, value);
-    }
-    static void setPropertyValue(CIMInstance& instance, CIMName name, const Array<Uint16>& value)
-    {
-        store(instance, name, value);
-    }
-    static void setPropertyValue(CIMInstance& instance, CIMName name, const Array<String>& value)
-    {
-        store(instance, name, value);
-    }
-    static void setPropertyValue(CIMInstance& instance, CIMName name, const Sint16& value)
-    {
-        store(instance, name, value);
-    }
-    static void setPropertyValue(CIMInstance& instance, CIMName name, const Uint64& value)
-    {
-        store(instance, name, value);
-    }
-    static void setPropertyValue(CIMInstance& instance, CIMName name, const Uint32& value)
-    {
-        store(instance, name, value);
-    }
-    static void setPropertyValue(CIMInstance& instance, CIMName name, const Uint16& value)
-    {
-        store(instance, name, value);
-    }
-    static void setPropertyValue(CIMInstance& instance, CIMName name, const Uint8& value)
-    {
-        store(instance, name, value);
-    }
-    static void setPropertyValue(CIMInstance& instance, CIMName name, const bool& value)
-    {
-        store(instance, name, value);
-    }
-    static void setPropertyValue(CIMInstance& instance, CIMName name, const String& value)
-    {
-        store(instance, name, value);
-    }
-    static void setPropertyValue(CIMInstance&, CIMName name, const char* value) = delete;
-    ///@}
 
     /// Sets the named property to the null value of a scalar type; absent properties are skipped.
     static void setPropertyValueToNull(CIMInstance&, CIMName name, CIMType type);
@@ -188,6 +131,10 @@ public:
     /// Never throws for malformed keys.
     static bool matchObjectPath(const CIMObjectPath& first, const CIMObjectPath& second);
 
+    /// The position of the first instance whose path matches, as matchObjectPath() tells;
+    /// PEG_NOT_FOUND for none. The path asked for is read once.
+    static Uint32 findMatch(const Array<CIMInstance>& instances, const CIMObjectPath& path);
+
     /// The path of an association of two objects: two reference keys named by the roles, first
     /// role first. `host` is the host of the association path and of both references.
     static CIMObjectPath buildAssocPath(const CIMName& assocClass, const String& firstRole,
@@ -227,6 +174,9 @@ public:
     ///@}
 
 private:
+    template <class Value, class... Types>
+    static constexpr bool isOneOf = (std::is_same_v<Value, Types> || ...);
+
     /// The value is made only when the instance has the property.
     template <class Value>
     static void store(CIMInstance& instance, const CIMName& name, const Value& value)
@@ -234,24 +184,6 @@ private:
         const Uint32 position = instance.findProperty(name);
         if (position != PEG_NOT_FOUND) instance.getProperty(position).setValue(CIMValue(value));
     }
-};
-
-/// An object path that many others are compared with, as QBX_Common::matchObjectPath() compares
-/// two: what has to be read of it is read once, and when it is needed.
-class ObjectPathMatcher
-{
-public:
-    /// Keeps a copy of the path.
-    explicit ObjectPathMatcher(const CIMObjectPath& path) : _path(path) {}
-
-    /// True when the two paths denote the same object. Never throws for malformed keys.
-    bool matches(const CIMObjectPath& other);
-
-private:
-    bool matchesKey(Uint32 position, const CIMKeyBinding& own, const CIMKeyBinding& other);
-
-    const CIMObjectPath _path;
-    Array<CIMKeyBinding> _bareKeys;  // without hosts, in the order of the path's; empty: not read
 };
 
 }  // namespace Pegasus

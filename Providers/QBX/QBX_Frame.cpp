@@ -98,19 +98,10 @@ CIMInvalidParameterException parameterNotFound(const String& provider, const cha
                                         " parameter not found: " + parameter);
 }
 
-Uint32 findMatch(const Array<CIMInstance>& instances, const CIMObjectPath& path)
-{
-    ObjectPathMatcher wanted(path);
-    for (Uint32 i = 0; i < instances.size(); ++i) {
-        if (wanted.matches(instances[i].getPath())) return i;
-    }
-    return PEG_NOT_FOUND;
-}
-
 void deliverMatch(InstanceResponseHandler& handler, const Array<CIMInstance>& instances,
                   const CIMObjectPath& path, const String& provider, const String& identifier)
 {
-    const Uint32 position = findMatch(instances, path);
+    const Uint32 position = QBX_Common::findMatch(instances, path);
     if (position == PEG_NOT_FOUND) {
         throw CIMObjectNotFoundException(provider + " CIM Object not found." + identifier);
     }

@@ -85,9 +85,6 @@ void deliver(Handler& handler, const Results& results)
     handler.complete();
 }
 
-/// The position of the first instance whose path denotes the same object; PEG_NOT_FOUND for none.
-Uint32 findMatch(const Array<CIMInstance>& instances, const CIMObjectPath& path);
-
 /// Delivers the first instance that `path` denotes. CIMObjectNotFoundException, ending in
 /// `identifier`, when there is none.
 void deliverMatch(InstanceResponseHandler& handler, const Array<CIMInstance>& instances,

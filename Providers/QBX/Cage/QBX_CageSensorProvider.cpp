@@ -105,7 +105,7 @@ void QBX_CageSensorProvider::deleteInstance(const OperationContext&, const CIMOb
 String QBX_CageSensorProvider::makeDeviceID(const String& cageName, unsigned int index)
 {
     static const String infix("-sensor");
-    return cageName + infix + std::to_string(index).c_str();
+    return String(cageName).append(infix).append(std::to_string(index).c_str());
 }
 
 CIMObjectPath QBX_CageSensorProvider::buildObjectPath(const String& host, const String& deviceID,

@@ -200,9 +200,9 @@ namespace
 template <class T, class Source>
 Array<T> values(const Source* source, Uint32 count)
 {
-    Array<T> result;
+    Array<T> result(count);
     for (Uint32 i = 0; i < count; ++i)
-        result.append(static_cast<T>(source[i]));
+        result[i] = static_cast<T>(source[i]);
     return result;
 }
 

@@ -1,0 +1,175 @@
+"""Measures the embedded server and the module, or servers anywhere: what `./qbx bench` calls."""
+
+import argparse
+import contextlib
+import json
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+import time
+
+import load
+import make_array
+
+sys.path.append(str(pathlib.Path(__file__).resolve().parents[1] / "Demo"))
+from server import ROOT, command, environment, password_file
+
+CALLGRIND = ("valgrind", "-q", "--tool=callgrind", "--instr-atstart=no")
+COUNTED = (load.LARGEST, "EnumerateInstances QBX_CageSensor", "EnumerateInstanceNames QBX_Magazine")
+COUNTED += ("EnumerateInstances QBX_MagazineInDriveCage", "Associators of the system")
+COUNTED += ("GetInstance QBX_Magazine, middle", "GetInstance QBX_SystemPackage, static")
+
+
+# An array file of so many records in a folder of its own.
+@contextlib.contextmanager
+def array_file(records, shape):
+    with tempfile.TemporaryDirectory(prefix="qbx-bench-") as folder:
+        file = pathlib.Path(folder, "array.json")
+        file.write_text(json.dumps(make_array.array(records, shape)))
+        time.sleep(3)  # a file that has just been written is read at every query
+        yield file
+
+
+# The embedded server on an array file; yields its URL and its process id.
+@contextlib.contextmanager
+def embedded(build, file, schema, *prefix):
+    line = [*prefix, *map(str, command(build, password_file(build, file.parent), 0))]
+    if schema:
+        line[line.index("--schema") + 1] = schema[0]
+        line += [option for folder in schema[1:] for option in ("--include", folder)]
+    variables = environment(file, file.with_name("state.json"))
+    with subprocess.Popen(line, stdout=subprocess.PIPE, text=True, env=variables) as process:
+        ready = re.search(r"http://[^/]+", process.stdout.readline())
+        if not ready:
+            sys.exit("qbx bench: the server did not start")
+        try:
+            yield ready[0], process.pid
+        finally:
+            process.terminate()
+
+
+# {name of the dump: instructions} of the dumps that callgrind has left in a folder.
+def instructions(folder):
+    found = {}
+    for dump in map(pathlib.Path.read_text, folder.glob("out.*")):
+        name = re.search(r"Trigger: (?:Client Request: |dump )(.*)", dump)
+        if name:
+            found[name[1]] = int(re.search(r"^(?:totals|summary): (\d+)", dump, re.MULTILINE)[1])
+    return found
+
+
+# {row: instructions of a request} of the embedded server.
+def counted(build, records, schema):
+    def control(*step):
+        subprocess.run(["callgrind_control", *step, str(pid)], capture_output=True, check=True)
+
+    with contextlib.ExitStack() as stack:
+        file = stack.enter_context(array_file(records, "m"))
+        counting = (*CALLGRIND, f"--callgrind-out-file={file.with_name('out')}")
+        url, pid = stack.enter_context(embedded(build, file, schema, *counting))
+        connection = load.Connection(url)
+        requests = load.rows(connection)
+        for row in COUNTED:
+            connection.checked(requests[row])
+        control("-i", "on")
+        for number, row in enumerate(COUNTED):
+            control("-z")
+            connection.ask(requests[row])
+            control(f"--dump={number}")
+        found = instructions(file.parent)
+    return {row: found[str(number)] for number, row in enumerate(COUNTED)}
+
+
+# {row: instructions an object} of the module's program, by "module" and "bound".
+def module(build, records):
+    with array_file(records, "c") as file:
+        variables = environment(file, file.with_name("state.json"))
+        # Memory comes from where it was given back, whatever was done before.
+        variables["GLIBC_TUNABLES"] = "glibc.malloc.tcache_count=60000"
+        line = [*CALLGRIND, f"--callgrind-out-file={file.with_name('out')}"]
+        line += [f"{build}/bin/module_bench", "--benchmark_min_time=0"]
+        subprocess.run(line, capture_output=True, check=True, env=variables)
+        found = {}
+        for name, count in instructions(file.parent).items():
+            row, _, side = name.rpartition("/")
+            found.setdefault(row, {})[side] = round(count / records)
+    return dict(sorted(found.items()))
+
+
+# Everything about the embedded server and the module, printed and returned.
+def everything(options):
+    found = {"load": {}, "instructions": {}, "module": {}}
+    for records, shape in (10, "m"), (options.records, "m"), (options.records, "c"):
+        print(f"\n{records} records, shape {shape}")
+        with array_file(records, shape) as file, contextlib.ExitStack() as servers:
+            urls = {}
+            for name, schema in ("own schema", None), ("given schema", options.schema):
+                if schema or name == "own schema":
+                    server = embedded(options.build, file, schema)
+                    urls[name] = servers.enter_context(server)[0]
+            figures = load.load(urls, options.rows, options.seconds, options.rounds)
+            found["load"][f"{shape}{records}"] = figures
+    for records in 10, options.records:
+        counts = counted(options.build, records, options.schema)
+        found["instructions"][str(records)] = counts
+        for row, count in counts.items():
+            print(f"{row:44} of {records:5} records: {count / 1e6:10.3f} million instructions")
+    for records in 1, 100, options.records:
+        found["module"] |= module(options.build, records)
+    for row, sides in found["module"].items():
+        ratio = sides["module"] / sides["bound"]
+        print(f"{row:60} {sides['module']:8} of {sides['bound']:8} instructions: {ratio:.3f}")
+    return found
+
+
+# (path, CPU time or instructions) of each row of results.
+def costs(results, path=()):
+    for key, value in results.items():
+        if isinstance(value, dict):
+            yield from costs(value, (*path, key))
+        elif key in ("cpu_ms", "module") or path[:1] == ("instructions",):
+            yield (*path, key), value
+
+
+# Prints how many times as fast each row is as in earlier results.
+def compare(earlier, found):
+    before = dict(costs(earlier))
+    for path, now in costs(found):
+        if path in before:
+            print(f"{' '.join(path):90}{before[path]:12}{now:12}{before[path] / now:7.2f}")
+
+
+def main():
+    parser = argparse.ArgumentParser(prog="qbx bench", description=__doc__)
+    parser.add_argument("--build", default=ROOT / "build/release")
+    parser.add_argument("--compare", nargs="+", metavar="URL", help="measure these instead")
+    parser.add_argument("--against", type=pathlib.Path, help="compare with these earlier results")
+    parser.add_argument("--records", type=int, default=1000, help="of the large arrays")
+    parser.add_argument("--quick", action="store_true", help="100 records, short measurements")
+    parser.add_argument("--rows", default="", help="only rows that this expression matches")
+    parser.add_argument("--schema", nargs="+", metavar="FILE", help="and include folders")
+    options = parser.parse_args()
+    if options.quick:
+        options.records = 100
+    options.seconds, options.rounds = (0.05, 1) if options.quick else (0.2, 3)
+    if options.compare:
+        urls = {url: url for url in options.compare}
+        figures = load.load(urls, options.rows, options.seconds, options.rounds)
+        found = {"load": {"given": figures}}
+    else:
+        found = everything(options)
+    head = ["git", "-C", ROOT, "rev-parse", "--short", "HEAD"]
+    commit = subprocess.run(head, capture_output=True, text=True, check=False).stdout.strip()
+    date = time.strftime("%Y-%m-%d-%H%M%S")
+    file = ROOT / "build" / "bench" / f"{date}-{commit}.json"
+    file.parent.mkdir(parents=True, exist_ok=True)
+    file.write_text(json.dumps({"date": date, "commit": commit, **found}, indent=1))
+    if options.against:
+        compare(json.loads(options.against.read_text()), found)
+    print(file)
+
+
+if __name__ == "__main__":
+    main()
