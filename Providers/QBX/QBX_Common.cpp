@@ -402,6 +402,15 @@ String plainReference(const String& text)
     return hasHost ? text.subString(text.find(2, '/') + 1) : text;
 }
 
+bool isPath(const String& text)
+{
+    try {
+        return CIMObjectPath(text).toString().size() > 0;
+    } catch (const Exception&) {
+        return false;
+    }
+}
+
 /// A key with all that is to be known of it, so that most others can be told from it unread.
 struct KnownKey
 {
@@ -410,7 +419,8 @@ struct KnownKey
           isName(CIMName::legal(key.getValue())),
           mayBePath(::Pegasus::mayBePath(key.getValue())),
           plain(plainReference(key.getValue())),
-          bare(mayBePath ? withoutHost(key) : key)
+          bare(mayBePath ? withoutHost(key) : key),
+          isMalformed(key.getType() == CIMKeyBinding::REFERENCE && !isPath(key.getValue()))
     {
     }
 
@@ -419,12 +429,13 @@ struct KnownKey
     const bool mayBePath;
     const String plain;
     const CIMKeyBinding bare;
+    const bool isMalformed;  // a reference that is no object path, which denotes nothing
 };
 
 /// True when the keys are the same, hosts aside.
 bool isSameKey(const KnownKey& known, const CIMKeyBinding& other)
 {
-    if (known.given.getName() != other.getName()) return false;
+    if (known.isMalformed || known.given.getName() != other.getName()) return false;
     if (known.given.getType() == other.getType()) {
         const String& text = other.getValue();
         const bool isText = other.getType() == CIMKeyBinding::STRING;
