@@ -129,8 +129,8 @@ const Char16 String::operator[](Uint32 index) const
 
 String& String::append(const Char16* str, Uint32 n)
 {
+    if (n == 0) return *this;  // nothing, wherever it is
     notNull(str);
-    if (n == 0) return *this;
     const Uint32 before = size();
     const detail::Units kept = _units;  // of which the text may be a part
     std::copy(str, str + n, _units.resize(before + n) + before);
