@@ -81,4 +81,21 @@ std::optional<Integer> readInteger(std::string_view text)
     return static_cast<Integer>(isNegative ? 0 - magnitude : magnitude);
 }
 
+/// Reads an integer as readInteger() does, or a decimal number in the range of a real type; types
+/// with a sign may have a plus before it. Nothing when the text is none.
+template <class Number>
+std::optional<Number> readNumber(std::string_view text)
+{
+    if (std::is_signed_v<Number> && text.size() > 1 && text[0] == '+' && text[1] != '-')
+        text.remove_prefix(1);
+    if constexpr (std::is_integral_v<Number>) {
+        return readInteger<Number>(text);
+    } else {
+        Number value = 0;
+        const char* const last = text.data() + text.size();
+        const auto [end, error] = std::from_chars(text.data(), last, value);
+        return error == std::errc() && end == last ? std::optional(value) : std::nullopt;
+    }
+}
+
 }  // namespace cimom
