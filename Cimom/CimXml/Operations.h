@@ -14,6 +14,7 @@ namespace cimom
 struct CallContext
 {
     Broker& broker;
+    const Repository& schema;
     OperationContext user;  ///< with the identity of the caller
     CIMNamespaceName nameSpace;
 };

@@ -7,7 +7,7 @@
 #include <fstream>
 #include <iterator>
 #include <set>
-#include <utility>
+#include <stdexcept>
 
 namespace cimom
 {
@@ -31,9 +31,9 @@ std::string readFile(const fs::path& file)
 class Compilation
 {
 public:
-    Compilation(Repository& repository, const std::vector<fs::path>& searchPath,
-                const CIMNamespaceName& nameSpace)
-        : repository_(repository), searchPath_(searchPath), nameSpace_(nameSpace)
+    Compilation(Repository& repository, const CIMNamespaceName& nameSpace,
+                const std::vector<fs::path>& searchPath)
+        : repository_(repository), nameSpace_(nameSpace), searchPath_(searchPath)
     {
     }
 
@@ -53,8 +53,8 @@ public:
         try {
             parseMof(text, repository_, nameSpace_, include);
         } catch (const MofFault& fault) {
-            throw MofError(name + ":" + std::to_string(fault.at.line) + ":" +
-                           std::to_string(fault.at.column) + ": " + fault.text);
+            throw std::runtime_error(name + ":" + std::to_string(fault.at.line) + ":" +
+                                     std::to_string(fault.at.column) + ": " + fault.text);
         }
     }
 
@@ -73,27 +73,23 @@ private:
     }
 
     Repository& repository_;
-    const std::vector<fs::path>& searchPath_;
     const CIMNamespaceName& nameSpace_;
+    const std::vector<fs::path> searchPath_;
     std::set<fs::path> done_;
 };
 
 }  // namespace
 
-void MofCompiler::setSearchPath(std::vector<fs::path> folders)
+void compileMof(Repository& repository, const CIMNamespaceName& nameSpace, const fs::path& file,
+                const std::vector<fs::path>& searchPath)
 {
-    searchPath_ = std::move(folders);
+    Compilation(repository, nameSpace, searchPath).file(file);
 }
 
-void MofCompiler::compileFile(const fs::path& file, const CIMNamespaceName& nameSpace)
+void compileMofText(Repository& repository, const CIMNamespaceName& nameSpace,
+                    const std::string& text, const std::string& name)
 {
-    Compilation(repository_, searchPath_, nameSpace).file(file);
-}
-
-void MofCompiler::compileText(const std::string& text, const std::string& name,
-                              const CIMNamespaceName& nameSpace)
-{
-    Compilation(repository_, searchPath_, nameSpace).text(text, name, fs::path());
+    Compilation(repository, nameSpace, {}).text(text, name, fs::path());
 }
 
 }  // namespace cimom

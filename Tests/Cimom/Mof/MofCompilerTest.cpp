@@ -19,9 +19,8 @@ TEST(MofFiles, AreIncludedOnceFromBesideOrTheSearchPath)
     std::filesystem::current_path(CIMOM_TESTS "Mof/files");
     TestRepository schema;
     const auto faultOf = [&schema](const char* file) {
-        MofCompiler compiler(schema.repository);
-        compiler.setSearchPath({"search"});
-        return answerOf([&] { return compiler.compileFile(file, schema.ns), "taken"; });
+        return answerOf(
+            [&] { return compileMof(schema.repository, schema.ns, file, {"search"}), "taken"; });
     };
     EXPECT_EQ(faultOf("main.mof"), "taken");
     EXPECT_NE(schema.repository.findClass(schema.ns, "T_Main"), nullptr);
