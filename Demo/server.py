@@ -133,6 +133,9 @@ class Server:
         self.url = match.group(1)
         self.port = int(self.url.rpartition(":")[2])
 
+    def is_running(self):
+        return self.process is not None and self.process.poll() is None
+
     def stop(self):
         """Stops the server and returns its exit status, None when it does not run."""
         if self.process is None:

@@ -208,12 +208,14 @@ Array<CIMInstance> Broker::enumerateInstances(const Ctx& context, const Ns& name
                                         view.includeQualifiers, view.includeClassOrigin,
                                         view.properties, handler);
         };
-        const std::vector<CIMInstance> found =
+        std::vector<CIMInstance> found =
             target == nullptr
                 ? repository_.instancesOf(nameSpace, name)
                 : callProvider<CIMInstanceProvider, InstanceListHandler>(context, *target, ask);
-        for (const CIMInstance& instance : found)
-            results.append(filter.apply(instance, localPath(instance.getPath())));
+        for (CIMInstance& instance : found) {
+            const CIMInstance taken = std::exchange(instance, CIMInstance());
+            results.append(filter.apply(taken, localPath(taken.getPath())));
+        }
     });
     return results;
 }
@@ -358,9 +360,8 @@ auto Broker::traverse(const Ctx& context, const Ns& nameSpace, const Traversal& 
         const auto askThis = [&](auto& provider, const Ctx& ctx, auto& handler) {
             ask(provider, ctx, source, association, handler);
         };
-        for (const auto& found :
-             callProvider<CIMAssociationProvider, Handler>(context, *target, askThis))
-            results.append(show(found));
+        for (auto& found : callProvider<CIMAssociationProvider, Handler>(context, *target, askThis))
+            results.append(show(std::exchange(found, {})));
     });
     return results;
 }

@@ -18,13 +18,13 @@ InstanceFilter::InstanceFilter(const InstanceView& view) : view_(view)
 
 CIMInstance InstanceFilter::apply(const CIMInstance& instance, const CIMObjectPath& path) const
 {
-    const Instance& given = instance.object();
-    auto result = std::make_shared<Instance>();
+    const bool isOwn = instance.shared().use_count() == 1;
+    const auto result = isOwn ? instance.shared() : std::make_shared<Instance>(instance.object());
     result->path = path;
-    if (view_.includeQualifiers) result->qualifiers = given.qualifiers;
-    result->properties = view_.properties.isNull() ? given.properties : listed(given.properties);
+    if (!view_.includeQualifiers) result->qualifiers = Qualifiers();
+    if (!view_.properties.isNull()) result->properties = listed(result->properties);
     for (PropertyPtr& property : result->properties)
-        property = shown(property);
+        hide(property);
     return CIMInstance(result);
 }
 
@@ -42,16 +42,16 @@ std::vector<InstanceFilter::PropertyPtr> InstanceFilter::listed(
     return result;
 }
 
-InstanceFilter::PropertyPtr InstanceFilter::shown(const PropertyPtr& property) const
+/// Replaces a property of which not all is to be shown.
+void InstanceFilter::hide(PropertyPtr& property) const
 {
     const bool hidesOrigin = !view_.includeClassOrigin && !property->classOrigin.isNull();
     const bool hidesQualifiers = !view_.includeQualifiers && !property->qualifiers.empty();
-    if (!hidesOrigin && !hidesQualifiers) return property;
+    if (!hidesOrigin && !hidesQualifiers) return;
 
-    auto copy = std::make_shared<Property>(*property);
-    if (hidesOrigin) copy->classOrigin = CIMName();
-    if (hidesQualifiers) copy->qualifiers = Qualifiers();
-    return copy;
+    property = std::make_shared<Property>(*property);
+    if (hidesOrigin) property->classOrigin = CIMName();
+    if (hidesQualifiers) property->qualifiers = Qualifiers();
 }
 
 }  // namespace cimom

@@ -21,14 +21,14 @@ public:
 
     /// The view as providers are handed it: no name twice in its property list.
     const InstanceView& view() const { return view_; }
-    /// The filtered instance under the given path (of the same class). It shares with the given
-    /// one, which stays as it is, those properties that are shown whole.
+    /// The filtered instance under the given path (of the same class): the given one itself when
+    /// nobody else has it, else another that shares with it the properties that are shown whole.
     CIMInstance apply(const CIMInstance& instance, const CIMObjectPath& path) const;
 
 private:
     using PropertyPtr = std::shared_ptr<Property>;
     std::vector<PropertyPtr> listed(const std::vector<PropertyPtr>& properties) const;
-    PropertyPtr shown(const PropertyPtr& property) const;
+    void hide(PropertyPtr& property) const;
 
     InstanceView view_;
     std::map<CIMName, std::size_t, NoCaseLess> positions_;  // in the property list

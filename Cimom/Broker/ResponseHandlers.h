@@ -52,7 +52,8 @@ public:
         for (Pegasus::Uint32 i = 0; i < items.size(); ++i)
             deliver(items[i]);
     }
-    std::vector<Item> result() const { return completed_ ? items_ : std::vector<Item>(); }
+    /// To be called once.
+    std::vector<Item> result() { return completed_ ? std::move(items_) : std::vector<Item>(); }
 
 private:
     std::vector<Item> items_;

@@ -223,7 +223,7 @@ void appendKeyBinding(std::string& out, const CIMKeyBinding& key)
         out += "<KEYVALUE";
         appendPlain(out, "VALUETYPE", numeric ? "numeric" : boolean ? "boolean" : "string");
         out += ">";
-        appendEscaped(out, toUtf8(key.getValue()));
+        appendEscaped(out, key.getValue());
         out += "</KEYVALUE>\n";
     }
     out += "</KEYBINDING>\n";
@@ -248,16 +248,22 @@ void appendText(std::string& out, const T& value)
     } else if constexpr (std::is_integral_v<T>) {
         appendNumber(out, value);
     } else if constexpr (std::is_same_v<T, String>) {
-        appendEscaped(out, toUtf8(value));
+        appendEscaped(out, value);
     } else if constexpr (std::is_same_v<T, Char16>) {
-        appendEscaped(out, toUtf8(String(&value, 1)));
-    } else if constexpr (std::is_same_v<T, CIMDateTime>) {
-        appendEscaped(out, toUtf8(value.toString()));
+        appendEscaped(out, String(&value, 1));
+    } else if constexpr (std::is_same_v<T, CIMDateTime> || std::is_same_v<T, CIMObjectPath>) {
+        appendEscaped(out, value.toString());
     } else {  // an embedded object
         std::string element;
         appendInstance(element, value.object());
         appendEscaped(out, element);
     }
+}
+
+/// Whether the value is one VALUE element with a text.
+bool isText(const CIMValue& value)
+{
+    return !value.isArray() && value.getType() != CIMTYPE_REFERENCE;
 }
 
 template <class T>
@@ -291,6 +297,18 @@ void appendEscaped(std::string& out, std::string_view text)
     out.append(text, done, std::string_view::npos);
 }
 
+void appendEscaped(std::string& out, const String& text)
+{
+    const std::size_t before = out.size();
+    appendUtf8(out, text);
+    const auto isSpecial = [](unsigned char c) { return c == ' ' || !escapes[c].empty(); };
+    if (std::none_of(out.begin() + static_cast<std::ptrdiff_t>(before), out.end(), isSpecial))
+        return;
+    const std::string plain = out.substr(before);
+    out.resize(before);
+    appendEscaped(out, plain);
+}
+
 void appendClassName(std::string& out, const CIMName& name)
 {
     out += "<CLASSNAME";
@@ -311,11 +329,21 @@ void appendInstanceName(std::string& out, const CIMObjectPath& path)
 
 void appendInstancePath(std::string& out, const CIMObjectPath& path)
 {
-    out += "<INSTANCEPATH>\n<NAMESPACEPATH>\n<HOST>";
-    appendEscaped(out, toUtf8(path.getHost()));
-    out += "</HOST>\n";
-    appendLocalNamespace(out, path.getNameSpace());
-    out += "</NAMESPACEPATH>\n";
+    // Nearly all paths name one host and one namespace.
+    thread_local String host;
+    thread_local String nameSpace;
+    thread_local std::string where;
+    if (where.empty() || path.getHost() != host ||
+        path.getNameSpace().getString() != nameSpace) {  // to the letter
+        host = path.getHost();
+        nameSpace = path.getNameSpace().getString();
+        where = "<INSTANCEPATH>\n<NAMESPACEPATH>\n<HOST>";
+        appendEscaped(where, host);
+        where += "</HOST>\n";
+        appendLocalNamespace(where, path.getNameSpace());
+        where += "</NAMESPACEPATH>\n";
+    }
+    out += where;
     appendInstanceName(out, path);
     out += "</INSTANCEPATH>\n";
 }
@@ -351,25 +379,40 @@ void InstanceWriter::append(std::string& out, const Instance& instance)
     appendQualifiers(out, instance.qualifiers);
     if (written_.size() < instance.properties.size()) written_.resize(instance.properties.size());
     for (std::size_t i = 0; i < instance.properties.size(); ++i)
-        append(out, *instance.properties[i], written_[i]);
+        append(out, instance.properties[i], written_[i]);
     out += "</INSTANCE>\n";
 }
 
-void InstanceWriter::append(std::string& out, const Property& property, Written& before)
+void InstanceWriter::append(std::string& out, const PropertyPtr& property, Written& known)
 {
-    if (before.text.empty() || !haveOneDeclaration(before.declaration, property)) {
-        before = {property, "", 0};
-        appendHead(before.text, property);
-        before.head = before.text.size();
-        appendEnd(before.text, property);
+    // Instances share the properties that they do not set.
+    const bool isKnown = known.property && (known.property == property ||
+                                            haveOneDeclaration(*known.property, *property));
+    if (!isKnown) {
+        known = {property, "", "", ""};
+        appendHead(known.before, *property);
+        appendEnd(known.after, *property);
+        known.empty = known.before + known.after;
+        if (isText(property->value)) {
+            known.before += "<VALUE>";
+            known.after.insert(0, "</VALUE>\n");
+        }
     }
-    if (property.value.isNull()) {
-        out += before.text;
+    const CIMValue& value = property->value;
+    if (value.isNull()) {
+        out += known.empty;
         return;
     }
-    out.append(before.text, 0, before.head);
-    appendValue(out, property.value);
-    out.append(before.text, before.head);
+    out += known.before;
+    if (isText(value)) {
+        visitType(value.getType(), [&](auto item) {
+            value.get(item);
+            appendText(out, item);
+        });
+    } else {
+        appendValue(out, value);
+    }
+    out += known.after;
 }
 
 void appendClass(std::string& out, const Class& cimClass)

@@ -18,6 +18,7 @@ namespace cimom::xml
 /// blank as a reference where a reader would drop it (at either end and behind another blank), and
 /// U+FFFD in place of other control characters, which no reader takes.
 void appendEscaped(std::string& out, std::string_view text);
+void appendEscaped(std::string& out, const Pegasus::String& text);
 
 /// CLASSNAME.
 void appendClassName(std::string& out, const CIMName&);
@@ -39,13 +40,15 @@ public:
     void append(std::string& out, const Instance&);
 
 private:
+    using PropertyPtr = std::shared_ptr<const Property>;
     struct Written
     {
-        Property declaration;  ///< its value counts by its type only
-        std::string text;      ///< the element without a value
-        std::size_t head = 0;  ///< how much of it comes before the value
+        PropertyPtr property;  ///< the first one that was declared so
+        std::string empty;     ///< its element without a value
+        std::string before;    ///< what stands before the text of a value
+        std::string after;     ///< and what after it
     };
-    void append(std::string& out, const Property&, Written&);
+    static void append(std::string& out, const PropertyPtr&, Written&);
 
     std::vector<Written> written_;  // by the position of the property
 };

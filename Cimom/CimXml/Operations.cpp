@@ -5,6 +5,7 @@
 
 #include <map>
 #include <optional>
+#include <utility>
 
 PEGASUS_USING_PEGASUS;
 
@@ -156,24 +157,49 @@ void setProperty(const Call& c, std::string&)
     c.broker.setProperty(c.user, c.nameSpace, path, name, newValue(c, path.getClassName(), name));
 }
 
-void appendPaths(std::string& out, const Array<CIMObjectPath>& paths)
+/// Appends items by `append(out, item)`, and leaves those beyond the first pieces for later. Each
+/// is given up as soon as it is encoded.
+template <class Item, class Append>
+void appendEach(const Call& c, std::string& out, const Array<Item>& items, Append append)
 {
-    for (Uint32 i = 0; i < paths.size(); ++i) {
-        out += "<OBJECTPATH>\n";
-        xml::appendInstancePath(out, paths[i]);
-        out += "</OBJECTPATH>\n";
-    }
+    constexpr std::size_t piece = 64 * 1024;
+    auto rest = [items = Array<Item>(items), append, i = Uint32(0)](std::string& text) mutable {
+        for (; i < items.size() && text.size() < piece; ++i)
+            append(text, std::exchange(items[i], Item()));
+        return i < items.size();
+    };
+    if (rest(out)) c.rest = std::move(rest);
 }
 
-void appendObjects(std::string& out, const Array<CIMInstance>& objects)
+void appendPaths(const Call& c, std::string& out, const Array<CIMObjectPath>& paths)
+{
+    appendEach(c, out, paths, [](std::string& text, const CIMObjectPath& path) {
+        text += "<OBJECTPATH>\n";
+        xml::appendInstancePath(text, path);
+        text += "</OBJECTPATH>\n";
+    });
+}
+
+void appendObjects(const Call& c, std::string& out, const Array<CIMInstance>& objects)
 {
     xml::InstanceWriter writer;
-    for (Uint32 i = 0; i < objects.size(); ++i) {
-        out += "<VALUE.OBJECTWITHPATH>\n";
-        xml::appendInstancePath(out, objects[i].getPath());
-        writer.append(out, objects[i].object());
-        out += "</VALUE.OBJECTWITHPATH>\n";
-    }
+    appendEach(c, out, objects, [writer](std::string& text, const CIMInstance& object) mutable {
+        text += "<VALUE.OBJECTWITHPATH>\n";
+        xml::appendInstancePath(text, object.getPath());
+        writer.append(text, object.object());
+        text += "</VALUE.OBJECTWITHPATH>\n";
+    });
+}
+
+void appendInstances(const Call& c, std::string& out, const Array<CIMInstance>& instances)
+{
+    xml::InstanceWriter writer;
+    appendEach(c, out, instances, [writer](std::string& text, const CIMInstance& found) mutable {
+        text += "<VALUE.NAMEDINSTANCE>\n";
+        xml::appendInstanceName(text, found.getPath());
+        writer.append(text, found.object());
+        text += "</VALUE.NAMEDINSTANCE>\n";
+    });
 }
 
 /// Standard operations on the schema and queries, which this object manager does not offer.
@@ -226,23 +252,18 @@ const Operation operations[] = {
      {"ClassName", "LocalOnly", "DeepInheritance", "IncludeQualifiers", "IncludeClassOrigin",
       "PropertyList"},
      [](const Call& c, std::string& out) {
-         const auto found = c.broker.enumerateInstances(c.user, c.nameSpace, c.requiredClassName(),
-                                                        c.deep(true), c.instanceView());
-         xml::InstanceWriter writer;
-         for (Uint32 i = 0; i < found.size(); ++i) {
-             out += "<VALUE.NAMEDINSTANCE>\n";
-             xml::appendInstanceName(out, found[i].getPath());
-             writer.append(out, found[i].object());
-             out += "</VALUE.NAMEDINSTANCE>\n";
-         }
+         appendInstances(c, out,
+                         c.broker.enumerateInstances(c.user, c.nameSpace, c.requiredClassName(),
+                                                     c.deep(true), c.instanceView()));
      }},
     {"EnumerateInstanceNames",
      {"ClassName"},
      [](const Call& c, std::string& out) {
-         const auto found =
-             c.broker.enumerateInstanceNames(c.user, c.nameSpace, c.requiredClassName());
-         for (Uint32 i = 0; i < found.size(); ++i)
-             xml::appendInstanceName(out, found[i]);
+         appendEach(c, out,
+                    c.broker.enumerateInstanceNames(c.user, c.nameSpace, c.requiredClassName()),
+                    [](std::string& text, const CIMObjectPath& path) {
+                        xml::appendInstanceName(text, path);
+                    });
      }},
     {"CreateInstance",
      {"NewInstance"},
@@ -274,28 +295,28 @@ const Operation operations[] = {
      {"ObjectName", "AssocClass", "ResultClass", "Role", "ResultRole", "IncludeQualifiers",
       "IncludeClassOrigin", "PropertyList"},
      [](const Call& c, std::string& out) {
-         appendObjects(out,
+         appendObjects(c, out,
                        c.broker.associators(c.user, c.nameSpace, c.traversal(), c.instanceView()));
      },
      true},
     {"AssociatorNames",
      {"ObjectName", "AssocClass", "ResultClass", "Role", "ResultRole"},
      [](const Call& c, std::string& out) {
-         appendPaths(out, c.broker.associatorNames(c.user, c.nameSpace, c.traversal()));
+         appendPaths(c, out, c.broker.associatorNames(c.user, c.nameSpace, c.traversal()));
      },
      true},
     {"References",
      {"ObjectName", "ResultClass", "Role", "IncludeQualifiers", "IncludeClassOrigin",
       "PropertyList"},
      [](const Call& c, std::string& out) {
-         appendObjects(out,
+         appendObjects(c, out,
                        c.broker.references(c.user, c.nameSpace, c.traversal(), c.instanceView()));
      },
      true},
     {"ReferenceNames",
      {"ObjectName", "ResultClass", "Role"},
      [](const Call& c, std::string& out) {
-         appendPaths(out, c.broker.referenceNames(c.user, c.nameSpace, c.traversal()));
+         appendPaths(c, out, c.broker.referenceNames(c.user, c.nameSpace, c.traversal()));
      },
      true},
     {"ExecQuery", {"QueryLanguage", "Query"}, notSupported},
@@ -337,6 +358,19 @@ const Operation* findOperation(const std::string& name)
     return nullptr;
 }
 
+void finish(std::string& out, Pieces& rest, const std::string& end)
+{
+    if (!rest) {
+        out += end;
+        return;
+    }
+    rest = [pieces = std::move(rest), end](std::string& text) {
+        const bool goesOn = pieces(text);
+        if (!goesOn) text += end;
+        return goesOn;
+    };
+}
+
 void runOperation(const Operation& operation, const CallContext& context, const XmlElement& call,
                   std::string& out)
 {
@@ -347,7 +381,7 @@ void runOperation(const Operation& operation, const CallContext& context, const 
     if (out.size() == content && !operation.writesNothing) {
         out.resize(start);
     } else {
-        out += "</IRETURNVALUE>\n";
+        finish(out, context.rest, "</IRETURNVALUE>\n");
     }
 }
 

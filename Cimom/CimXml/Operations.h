@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Broker/Broker.h"
+#include "CimXml/Service.h"
 #include "CimXml/XmlTree.h"
 
 #include <string>
@@ -17,7 +18,11 @@ struct CallContext
     const Repository& schema;
     OperationContext user;  ///< with the identity of the caller
     CIMNamespaceName nameSpace;
+    Pieces& rest;  ///< takes what a long result does not append at once
 };
+
+/// The pieces and then that text, which is appended at once when there are none.
+void finish(std::string& out, Pieces& rest, const std::string& end);
 
 class Call;
 

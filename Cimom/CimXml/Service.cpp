@@ -129,7 +129,7 @@ void appendError(std::string& out, const CIMException& error)
 /// The whole response; `write` appends the result and may throw.
 template <class Write>
 std::string response(const std::string& messageId, const std::string& tag, const std::string& name,
-                     Write write)
+                     Pieces& rest, Write write)
 {
     std::string out =
         "<?xml version=\"1.0\" encoding=\"utf-8\" ?>\n<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\">\n"
@@ -143,9 +143,10 @@ std::string response(const std::string& messageId, const std::string& tag, const
         throw;
     } catch (...) {
         out.resize(start);
+        rest = nullptr;
         appendError(out, currentError());
     }
-    out += "</" + tag + ">\n</SIMPLERSP>\n</MESSAGE>\n</CIM>\n";
+    finish(out, rest, "</" + tag + ">\n</SIMPLERSP>\n</MESSAGE>\n</CIM>\n");
     return out;
 }
 
@@ -160,7 +161,7 @@ std::string intrinsicResponse(CallContext context, const CimRequest& request,
     context.nameSpace = xml::decodeNamespace(
         childOf(call, {"LOCALNAMESPACEPATH"}, "expected LOCALNAMESPACEPATH element"));
     checkObjectHeader(request, context.nameSpace.getString(), false);
-    return response(message.id, "IMETHODRESPONSE", name, [&](std::string& out) {
+    return response(message.id, "IMETHODRESPONSE", name, context.rest, [&](std::string& out) {
         if (!operation) {
             throw CIMException(CIM_ERR_NOT_SUPPORTED,
                                toString("Unrecognized intrinsic method: " + name));
@@ -181,15 +182,15 @@ std::string extrinsicResponse(CallContext context, const CimRequest& request,
                                      "Expected LOCALINSTANCEPATH or LOCALCLASSPATH element"));
     context.nameSpace = path.getNameSpace();
     checkObjectHeader(request, path.toString(), true);
-    return response(message.id, "METHODRESPONSE", name,
+    return response(message.id, "METHODRESPONSE", name, context.rest,
                     [&](std::string& out) { runMethod(context, path, method, call, out); });
 }
 
-std::string answer(Broker& broker, const CimRequest& request)
+std::string answer(Broker& broker, const CimRequest& request, Pieces& rest)
 {
     const XmlElement root = parseMessage(request.body);
     const Message message = readMessage(request, root);
-    CallContext context{broker, broker.schema(), {}, {}};
+    CallContext context{broker, broker.schema(), {}, {}, rest};
     context.user.insert(IdentityContainer(toString(request.user)));
     return message.call.name == "IMETHODCALL" ? intrinsicResponse(context, request, message)
                                               : extrinsicResponse(context, request, message);
@@ -200,7 +201,9 @@ std::string answer(Broker& broker, const CimRequest& request)
 CimReply answerCimRequest(Broker& broker, const CimRequest& request)
 {
     try {
-        return {200, "", "", answer(broker, request)};
+        CimReply reply;
+        reply.body = answer(broker, request, reply.rest);
+        return reply;
     } catch (const RequestError& error) {
         return {error.status, error.cimError, error.detail, ""};
     } catch (const Exception& error) {

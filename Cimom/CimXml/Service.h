@@ -1,6 +1,7 @@
 // One CIM-XML request answered by the object manager.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -21,14 +22,18 @@ struct CimRequest
     std::string body;
 };
 
+/// Appends the next piece of a text; false when that was the last.
+using Pieces = std::function<bool(std::string& out)>;
+
 /// What goes back: with status 200 a CIM-XML body, otherwise the CIMError header (may be empty)
-/// and an explanation.
+/// and an explanation. Of a long body the rest is encoded when it is asked for.
 struct CimReply
 {
     int status = 200;
     std::string cimError;
     std::string detail;
     std::string body;
+    Pieces rest = nullptr;
 };
 
 /// Decodes the request, runs its operation and encodes the result or the CIM error. Never throws

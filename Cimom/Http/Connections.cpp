@@ -97,6 +97,12 @@ void Connections::hold(Connection* connection, std::chrono::milliseconds time)
     changed_.wait_for(lock, time, [&] { return stopping_ || connection->stage == Stage::Ended; });
 }
 
+void Connections::extend(Connection* connection, std::size_t size)
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    connection->deadline += std::chrono::seconds(size / limits_.slowestReader);
+}
+
 bool Connections::any(Stage stage) const
 {
     return std::any_of(open_.begin(), open_.end(),

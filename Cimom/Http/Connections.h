@@ -65,6 +65,8 @@ public:
     /// Notes what a connection is at. False when the server stops, or the connection was ended, and
     /// a request would be checked or carried out: that must not be done then.
     bool enter(Connection*, Stage, std::size_t replySize = 0);
+    /// Gives time for more of a reply.
+    void extend(Connection*, std::size_t size);
     /// Waits for that long, or until the connection is ended or the server stops.
     void hold(Connection*, std::chrono::milliseconds);
 

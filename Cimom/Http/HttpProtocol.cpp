@@ -130,6 +130,7 @@ HttpReply httpReply(CimReply&& cim)
     if (cim.status != 200) return cimErrorReply(cim.status, cim.cimError, cim.detail);
     HttpReply reply;
     reply.body = std::move(cim.body);
+    reply.rest = std::move(cim.rest);
     reply.fields = {{"Content-Type", "application/xml; charset=utf-8"},
                     {"CIMOperation", "MethodResponse"}};
     return reply;

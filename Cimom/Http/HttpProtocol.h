@@ -18,7 +18,8 @@ struct HttpReply
     int status = 200;
     std::vector<std::pair<std::string, std::string>> fields;
     std::string body;
-    bool close = false;  ///< end the connection afterwards
+    Pieces rest = nullptr;  ///< of a long body
+    bool close = false;     ///< end the connection afterwards
 };
 
 struct Credentials

@@ -14,6 +14,7 @@
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <malloc.h>
 #include <map>
 #include <microhttpd.h>
 #include <mutex>
@@ -72,12 +73,19 @@ private:
     std::chrono::steady_clock::time_point end_;
 };
 
+constexpr std::size_t pieceSize = 64 * 1024;           // of a long reply, for the HTTP library
+constexpr std::uint64_t largeReply = 8 * 1024 * 1024;  // its memory is given back at once
+
 /// One request and its reply.
 struct Exchange
 {
-    CimRequest request;
-    std::size_t received = 0;        ///< bytes of the body
-    std::optional<HttpReply> reply;  ///< set before the end of a request: it is refused
+    Connections& connections;
+    Connection* const connection;
+    CimRequest request = {};
+    std::size_t received = 0;             ///< bytes of the body
+    std::optional<HttpReply> reply = {};  ///< set before the end of a request: it is refused
+    std::size_t sent = 0;                 ///< bytes of the reply's present body
+    std::uint64_t total = 0;              ///< bytes of a long reply so far
 };
 
 std::string readFile(const std::string& file, const std::string& what)
@@ -221,28 +229,52 @@ struct HttpServer::Impl
     {
         auto& self = *static_cast<Impl*>(cls);
         if (!*context) {
-            auto* exchange = new Exchange;  // onCompleted deletes it
+            // onCompleted deletes it
+            auto* exchange = new Exchange{self.connections, connectionOf(handle)};
             *context = exchange;
             exchange->reply =
                 self.guarded([&] { return self.refuse(handle, verb, exchange->request.user); });
             self.connections.enter(connectionOf(handle), Stage::Receiving);
             // Without a need to close, the reply follows the body, which nobody looks at.
             const bool atOnce = exchange->reply && exchange->reply->close;
-            return atOnce ? self.send(handle, *exchange->reply) : MHD_YES;
+            return atOnce ? self.send(handle, *exchange) : MHD_YES;
         }
         auto& exchange = *static_cast<Exchange*>(*context);
         if (*size != 0) return self.receive(exchange, data, std::exchange(*size, 0));
         if (!exchange.reply)
             exchange.reply = self.guarded([&] { return self.answer(handle, exchange.request); });
-        return self.send(handle, *exchange.reply);
+        return self.send(handle, exchange);
     }
 
     static void onCompleted(void* cls, MHD_Connection* handle, void** context,
                             MHD_RequestTerminationCode)
     {
-        delete static_cast<Exchange*>(*context);
+        const std::unique_ptr<Exchange> exchange(static_cast<Exchange*>(*context));
         *context = nullptr;
+        if (exchange && exchange->total > largeReply) malloc_trim(0);
         static_cast<Impl*>(cls)->connections.enter(connectionOf(handle), Stage::Idle);
+    }
+
+    /// Hands over what fits of a long reply, and has its next piece encoded.
+    static ssize_t onPiece(void* cls, std::uint64_t position, char* buffer, std::size_t size)
+    {
+        auto& exchange = *static_cast<Exchange*>(cls);
+        HttpReply& reply = *exchange.reply;
+        exchange.total = position;
+        if (exchange.sent == reply.body.size()) {
+            if (!reply.rest) return MHD_CONTENT_READER_END_OF_STREAM;
+            exchange.sent = 0;
+            reply.body.clear();
+            try {
+                if (!reply.rest(reply.body)) reply.rest = nullptr;
+            } catch (...) {  // no memory
+                return MHD_CONTENT_READER_END_WITH_ERROR;
+            }
+            exchange.connections.extend(exchange.connection, reply.body.size());
+        }
+        const std::size_t handed = reply.body.copy(buffer, size, exchange.sent);
+        exchange.sent += handed;
+        return static_cast<ssize_t>(handed);
     }
 
     static void onLog(void* cls, const char* format, va_list arguments)
@@ -335,11 +367,15 @@ struct HttpServer::Impl
     }
 
     /// Queues the reply, which has to live until the exchange is completed.
-    MHD_Result send(MHD_Connection* handle, HttpReply& reply)
+    MHD_Result send(MHD_Connection* handle, Exchange& exchange)
     {
+        HttpReply& reply = *exchange.reply;
         connections.enter(connectionOf(handle), Stage::Sending, reply.body.size());
-        MHD_Response* response = MHD_create_response_from_buffer(
-            reply.body.size(), reply.body.data(), MHD_RESPMEM_PERSISTENT);
+        MHD_Response* response =
+            reply.rest ? MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, pieceSize, &onPiece,
+                                                           &exchange, nullptr)
+                       : MHD_create_response_from_buffer(reply.body.size(), reply.body.data(),
+                                                         MHD_RESPMEM_PERSISTENT);
         if (!response) return MHD_NO;
         for (const auto& [name, value] : reply.fields)
             MHD_add_response_header(response, name.c_str(), value.c_str());

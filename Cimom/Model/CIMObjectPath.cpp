@@ -62,10 +62,25 @@ bool nameIsLess(const CIMKeyBinding& x, const CIMKeyBinding& y)
     return String::compareNoCase(x.getName().getString(), y.getName().getString()) < 0;
 }
 
+/// Whether a path's text certainly reads as that path: it names all that a host needs, and has only
+/// keys that are no references, and are not taken for such.
+bool readsAsItself(const CIMObjectPath& path)
+{
+    const Array<CIMKeyBinding>& keys = path.getKeyBindings();
+    const CIMKeyBinding* const first = keys.getData();
+    return !path.getNameSpace().isNull() && !path.getClassName().isNull() &&
+           std::all_of(first, first + keys.size(), [](const CIMKeyBinding& key) {
+               return key.getType() == CIMKeyBinding::STRING &&
+                      key.getValue().find(Char16('=')) == PEG_NOT_FOUND &&
+                      key.getValue().find(Char16(0)) == PEG_NOT_FOUND;
+           });
+}
+
 /// Collects the units of a text.
 class TextWriter
 {
 public:
+    TextWriter() { _units.reserve(256); }
     TextWriter& operator<<(const String& text)
     {
         append(text.getChar16Data(), text.getChar16Data() + text.size());
@@ -109,6 +124,10 @@ CIMKeyBinding::CIMKeyBinding(const CIMName& name, const String& value, Type type
 CIMKeyBinding::CIMKeyBinding(const CIMName& name, const CIMValue& value)
     : _name(name), _value(value.toString()), _type(keyTypeOf(value))
 {
+    if (_type != REFERENCE || value.isNull()) return;
+    CIMObjectPath path;
+    value.get(path);
+    if (readsAsItself(path)) _reference = std::make_shared<const CIMObjectPath>(path);
 }
 
 CIMKeyBinding::CIMKeyBinding(const CIMName& name,

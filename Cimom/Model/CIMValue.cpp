@@ -194,12 +194,12 @@ String CIMValue::toString() const
 template <class T>
 void CIMValue::hold(const T& x)
 {
-    Content content;
-    content.any.emplace<T>(own(x));
-    const size_t position = content.any.index() - 1;
-    content.type = CIMType(position % typeCount);
-    content.isArray = position >= typeCount;
-    _content = std::make_shared<const Content>(std::move(content));
+    const auto content = std::make_shared<Content>();
+    content->any.emplace<T>(own(x));
+    const size_t position = content->any.index() - 1;
+    content->type = CIMType(position % typeCount);
+    content->isArray = position >= typeCount;
+    _content = content;
 }
 
 template <class T>

@@ -9,6 +9,8 @@
 #include <Pegasus/Common/InternalException.h>
 
 #include <algorithm>
+#include <array>
+#include <cstdint>
 #include <string_view>
 
 namespace cimom
@@ -230,7 +232,16 @@ void InstanceHandle::setPath(const CIMObjectPath& path)
 
 Uint32 InstanceHandle::findProperty(const CIMName& name) const
 {
-    return cimom::positionOf(object().properties, name);
+    // The same names are asked for in one instance after the other: look first where a name of that
+    // text was found last.
+    thread_local std::array<Uint32, 256> found{};
+    const auto& properties = object().properties;
+    const auto address = reinterpret_cast<std::uintptr_t>(name.getString().getChar16Data());
+    Uint32& last = found[(address / 16 + properties.size()) % found.size()];
+    if (last < properties.size() && properties[last]->name.equal(name)) return last;
+    const Uint32 position = cimom::positionOf(properties, name);
+    if (position != PEG_NOT_FOUND) last = position;
+    return position;
 }
 
 CIMProperty InstanceHandle::getProperty(Uint32 index)

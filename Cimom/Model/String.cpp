@@ -62,8 +62,8 @@ Boolean equalUnits(const String& s1, const String& s2, Fold fold)
     if (size != s2.size()) return false;
     const Char16* const a = s1.getChar16Data();
     const Char16* const b = s2.getChar16Data();
-    return a == b || std::equal(a, a + size, b,
-                                [&](Uint16 x, Uint16 y) { return x == y || fold(x) == fold(y); });
+    return a == b || std::memcmp(a, b, size * sizeof *a) == 0 ||
+           std::equal(a, a + size, b, [&](Uint16 x, Uint16 y) { return fold(x) == fold(y); });
 }
 
 Uint32 position(const Char16* begin, const Char16* found, const Char16* end)

@@ -54,7 +54,7 @@ struct AssociationScreen
     /// One end of the association.
     struct End
     {
-        const char* role;        ///< name of the reference property
+        String role;             ///< name of the reference property
         Array<CIMName> classes;  ///< of the objects that stand there
     };
     End first;                         ///< one end

@@ -404,44 +404,71 @@ bool mayBePath(const String& text)
            text[0] == Char16('/') || text.find(Char16(0)) != PEG_NOT_FOUND;
 }
 
-}  // namespace
-
-ObjectPathMatcher::ObjectPathMatcher(const CIMObjectPath& path) : _path(path)
+/// A reference without its host, when it denotes nothing but what another such text denotes, letter
+/// case aside: all its keys are quoted and none holds an escape. Otherwise empty.
+String plainReference(const String& text)
 {
-    try {
-        _bareKeys = withoutHosts(path).getKeyBindings();
-    } catch (const Exception&) {
-        _isMalformed = true;  // a reference key that is no object path denotes nothing
+    const Char16* const at = text.getChar16Data();
+    const Uint32 size = text.size();
+    for (Uint32 i = 0; i < size; ++i) {
+        if (at[i] == '\\' || (at[i] == '=' && at[i + 1] != '"')) return String();
     }
+    const bool hasHost = at[0] == '/' && at[1] == '/';
+    return hasHost ? text.subString(text.find(2, '/') + 1) : text;
 }
 
-bool ObjectPathMatcher::matches(const CIMObjectPath& other) const
+/// True for two different texts that cannot be the same reference either. A name by itself reads as
+/// a class.
+bool areOtherTexts(const String& one, const String& other)
 {
-    const Array<CIMKeyBinding> keys = other.getKeyBindings();
-    if (_isMalformed || keys.size() != _bareKeys.size() ||
-        _path.getNameSpace() != other.getNameSpace() ||
+    if (!mayBePath(one) || !mayBePath(other)) return true;
+    return CIMName::legal(one) && CIMName::legal(other) && !String::equalNoCase(one, other);
+}
+
+/// True for references that differ for certain. To read them would cost much more.
+bool areOtherReferences(const String& one, const String& other)
+{
+    const String plain = plainReference(one);
+    const String plainOther = plainReference(other);
+    return plain.size() != 0 && plainOther.size() != 0 && !String::equalNoCase(plain, plainOther);
+}
+
+}  // namespace
+
+bool ObjectPathMatcher::matches(const CIMObjectPath& other)
+{
+    const Array<CIMKeyBinding>& keys = _path.getKeyBindings();
+    const Array<CIMKeyBinding>& otherKeys = other.getKeyBindings();
+    if (keys.size() != otherKeys.size() || _path.getNameSpace() != other.getNameSpace() ||
         _path.getClassName() != other.getClassName()) {
         return false;
     }
     try {
         for (Uint32 i = 0; i < keys.size(); ++i) {
-            if (!matchesKey(i, keys[i])) return false;
+            if (!matchesKey(i, keys[i], otherKeys[i])) return false;
         }
         return true;
     } catch (const Exception&) {
-        return false;
+        return false;  // a reference key that is no object path denotes nothing
     }
 }
 
-bool ObjectPathMatcher::matchesKey(Uint32 position, const CIMKeyBinding& other) const
+bool ObjectPathMatcher::matchesKey(Uint32 position, const CIMKeyBinding& own,
+                                   const CIMKeyBinding& other)
 {
-    const Array<CIMKeyBinding>& keys = _path.getKeyBindings();
-    const CIMKeyBinding& own = keys[position];
     if (own.getName() != other.getName()) return false;
-    if (own.getType() == CIMKeyBinding::STRING && other.getType() == CIMKeyBinding::STRING) {
+    if (own.getType() == other.getType()) {
         if (own.getValue() == other.getValue()) return true;
-        if (!mayBePath(own.getValue()) || !mayBePath(other.getValue())) return false;
+        if (own.getType() == CIMKeyBinding::STRING &&
+            areOtherTexts(own.getValue(), other.getValue())) {
+            return false;
+        }
+        if (own.getType() == CIMKeyBinding::REFERENCE &&
+            areOtherReferences(own.getValue(), other.getValue())) {
+            return false;
+        }
     }
+    if (_bareKeys.size() == 0) _bareKeys = withoutHosts(_path).getKeyBindings();
     return _bareKeys[position] == withoutHost(other);
 }
 
@@ -459,7 +486,7 @@ struct AssocEnd
     AssocEnd(const String& roleName, const CIMObjectPath& object, const String& host)
         : role(roleName), path(object)
     {
-        path.setHost(host);
+        if (path.getHost() != host) path.setHost(host);
     }
     CIMName role;
     CIMObjectPath path;
@@ -471,7 +498,7 @@ CIMObjectPath assocPath(const CIMName& assocClass, const String& host, const Str
 {
     CIMObjectPath path(host, CIMNamespaceName(nameSpace), assocClass);
     Array<CIMKeyBinding> keys;
-    (keys.append(CIMKeyBinding(ends.role, ends.path.toString(), CIMKeyBinding::REFERENCE)), ...);
+    (keys.append(CIMKeyBinding(ends.role, CIMValue(ends.path))), ...);
     path.setKeyBindings(keys);
     return path;
 }

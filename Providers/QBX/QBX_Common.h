@@ -237,22 +237,21 @@ private:
 };
 
 /// An object path that many others are compared with, as QBX_Common::matchObjectPath() compares
-/// two: what has to be read of it is read once.
+/// two: what has to be read of it is read once, and when it is needed.
 class ObjectPathMatcher
 {
 public:
-    /// Never throws for malformed keys; a path that has such keys matches none.
-    explicit ObjectPathMatcher(const CIMObjectPath& path);
+    /// Keeps a copy of the path.
+    explicit ObjectPathMatcher(const CIMObjectPath& path) : _path(path) {}
 
     /// True when the two paths denote the same object. Never throws for malformed keys.
-    bool matches(const CIMObjectPath& other) const;
+    bool matches(const CIMObjectPath& other);
 
 private:
-    bool matchesKey(Uint32 position, const CIMKeyBinding& other) const;
+    bool matchesKey(Uint32 position, const CIMKeyBinding& own, const CIMKeyBinding& other);
 
-    CIMObjectPath _path;
-    Array<CIMKeyBinding> _bareKeys;  // without hosts, in the order of the path's keys
-    bool _isMalformed = false;
+    const CIMObjectPath _path;
+    Array<CIMKeyBinding> _bareKeys;  // without hosts, in the order of the path's; empty: not read
 };
 
 }  // namespace Pegasus

@@ -8,6 +8,12 @@ namespace Pegasus
 namespace QBX_Frame
 {
 
+const CIMNamespaceName& nameSpace()
+{
+    static const CIMNamespaceName name(QBX_NAMESPACE);
+    return name;
+}
+
 Array<CIMName> names(std::initializer_list<const char*> texts)
 {
     Array<CIMName> result;
@@ -94,7 +100,7 @@ CIMInvalidParameterException parameterNotFound(const String& provider, const cha
 
 Uint32 findMatch(const Array<CIMInstance>& instances, const CIMObjectPath& path)
 {
-    const ObjectPathMatcher wanted(path);
+    ObjectPathMatcher wanted(path);
     for (Uint32 i = 0; i < instances.size(); ++i) {
         if (wanted.matches(instances[i].getPath())) return i;
     }
@@ -113,19 +119,19 @@ void deliverMatch(InstanceResponseHandler& handler, const Array<CIMInstance>& in
 
 CIMObjectPath elementPath(const CIMName& className, const String& host, const String& tag)
 {
+    static const CIMName creationClassName(QBX_KEY_CREATION_CLASS_NAME);
+    static const CIMName tagName(QBX_KEY_TAG);
     Array<CIMKeyBinding> keys;
-    keys.append(CIMKeyBinding(CIMName(QBX_KEY_CREATION_CLASS_NAME), className.getString(),
-                              CIMKeyBinding::STRING));
-    keys.append(CIMKeyBinding(CIMName(QBX_KEY_TAG), tag, CIMKeyBinding::STRING));
-    return CIMObjectPath(host, CIMNamespaceName(QBX_NAMESPACE), className, keys);
+    keys.append(CIMKeyBinding(creationClassName, className.getString(), CIMKeyBinding::STRING));
+    keys.append(CIMKeyBinding(tagName, tag, CIMKeyBinding::STRING));
+    return CIMObjectPath(host, nameSpace(), className, keys);
 }
 
 CIMClass elementClass(CIMOMHandle cimom, const CIMName& className, bool includeQualifiers,
                       bool includeClassOrigin, const CIMPropertyList& propertyList)
 {
-    return QBX_Common::getStoredCIMClass(cimom, OperationContext(), CIMNamespaceName(QBX_NAMESPACE),
-                                         className, false, includeQualifiers, includeClassOrigin,
-                                         propertyList);
+    return QBX_Common::getStoredCIMClass(cimom, OperationContext(), nameSpace(), className, false,
+                                         includeQualifiers, includeClassOrigin, propertyList);
 }
 
 }  // namespace QBX_Frame

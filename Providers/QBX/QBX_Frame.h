@@ -41,6 +41,9 @@ inline void trace(const char* line)
     log_message(QBX_LOG_TRACE, line);
 }
 
+/// The namespace of everything the array's modules publish.
+const CIMNamespaceName& nameSpace();
+
 /// An array of names, in the order given.
 Array<CIMName> names(std::initializer_list<const char*> texts);
 

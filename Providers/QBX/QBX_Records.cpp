@@ -16,6 +16,12 @@ bool isBetween(unsigned char byte, unsigned char low, unsigned char high)
     return byte >= low && byte <= high;
 }
 
+/// True for a character of one byte that may stand as it is and needs no second look.
+bool isPlain(char byte)
+{
+    return isBetween(static_cast<unsigned char>(byte), 0x20, 0x7F);
+}
+
 /// Length of the well-formed UTF-8 sequence at `bytes`, of which `left` may be read; 0 for none,
 /// and for a character that no reply can carry.
 std::size_t sequenceLength(const unsigned char* bytes, std::size_t left)
@@ -47,8 +53,10 @@ bool isForbidden(unsigned char code)
 
 String text(const char* bytes, std::size_t size)
 {
+    const std::size_t given = strnlen(bytes, size);
+    if (std::all_of(bytes, bytes + given, isPlain)) return String(bytes, Uint32(given));
     const auto* at = reinterpret_cast<const unsigned char*>(bytes);
-    const auto* const end = at + strnlen(bytes, size);
+    const auto* const end = at + given;
     std::string clean;
     while (at != end) {
         const std::size_t length = sequenceLength(at, static_cast<std::size_t>(end - at));

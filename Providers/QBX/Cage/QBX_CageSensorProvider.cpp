@@ -2,6 +2,7 @@
 
 #include "QBX_Common.h"
 #include "QBX_Frame.h"
+#include "QBX_Properties.h"
 #include "QBX_Records.h"
 
 #include <string>
@@ -17,10 +18,7 @@ static const String ClassName("QBX_CageSensorProvider");
 namespace
 {
 
-Elements elements()
-{
-    return {ClassName, names({QBX_CAGE_SENSOR}), QBX_KEY_DEVICE_ID};
-}
+const Elements ELEMENTS = {ClassName, names({QBX_CAGE_SENSOR}), QBX_KEY_DEVICE_ID};
 
 }  // namespace
 
@@ -56,7 +54,7 @@ void QBX_CageSensorProvider::getInstance(const OperationContext& context, const 
 {
     getElement(
         {"--> QBX_CageSensorProvider::getInstance\n", "<-- QBX_CageSensorProvider::getInstance\n"},
-        elements(), context, ref, handler,
+        ELEMENTS, context, ref, handler,
         [&] { return _build_instances(includeQualifiers, includeClassOrigin, propertyList); });
 }
 
@@ -70,7 +68,7 @@ void QBX_CageSensorProvider::enumerateInstances(const OperationContext& context,
     enumerateElements(
         {"--> QBX_CageSensorProvider::enumerateInstances\n",
          "<-- QBX_CageSensorProvider::enumerateInstances\n"},
-        elements(), context, ref, handler,
+        ELEMENTS, context, ref, handler,
         [&] { return _build_instances(includeQualifiers, includeClassOrigin, propertyList); });
 }
 
@@ -80,7 +78,7 @@ void QBX_CageSensorProvider::enumerateInstanceNames(const OperationContext& cont
 {
     enumerateElements({"--> QBX_CageSensorProvider::enumerateInstanceNames\n",
                        "<-- QBX_CageSensorProvider::enumerateInstanceNames\n"},
-                      elements(), context, ref, handler, [&] { return _build_ref(); });
+                      ELEMENTS, context, ref, handler, [&] { return _build_ref(); });
 }
 
 void QBX_CageSensorProvider::modifyInstance(const OperationContext&, const CIMObjectPath&,
@@ -106,22 +104,25 @@ void QBX_CageSensorProvider::deleteInstance(const OperationContext&, const CIMOb
 
 String QBX_CageSensorProvider::makeDeviceID(const String& cageName, unsigned int index)
 {
-    return cageName + "-sensor" + std::to_string(index).c_str();
+    static const String infix("-sensor");
+    return cageName + infix + std::to_string(index).c_str();
 }
 
 CIMObjectPath QBX_CageSensorProvider::buildObjectPath(const String& host, const String& deviceID,
                                                       const String& systemName)
 {
-    const CIMName className(QBX_CAGE_SENSOR);
+    const CIMName& className = ELEMENTS.classes[0];
+    static const String systemClass(QBX_STORAGE_SYSTEM);
     Array<CIMKeyBinding> keys;
-    const auto add = [&keys](const char* name, const String& value) {
-        keys.append(CIMKeyBinding(CIMName(name), value, CIMKeyBinding::STRING));
+    const auto add = [&keys](const CIMName& name, const String& value) {
+        keys.append(CIMKeyBinding(name, value, CIMKeyBinding::STRING));
     };
-    add("SystemCreationClassName", QBX_STORAGE_SYSTEM);
-    add("SystemName", systemName);
-    add(QBX_KEY_CREATION_CLASS_NAME, className.getString());
-    add(QBX_KEY_DEVICE_ID, deviceID);
-    return CIMObjectPath(host, CIMNamespaceName(QBX_NAMESPACE), className, keys);
+    // In the order in which a path keeps them.
+    add(Property::CreationClassName, className.getString());
+    add(Property::DeviceID, deviceID);
+    add(Property::SystemCreationClassName, systemClass);
+    add(Property::SystemName, systemName);
+    return CIMObjectPath(host, nameSpace(), className, keys);
 }
 
 namespace
@@ -144,23 +145,23 @@ CIMInstance QBX_CageSensorProvider::buildInstance(CIMClass cimClass, const api_s
 {
     log_message(QBX_LOG_TRACE, "-->QBX_CageSensorProvider::buildInstance()\n");
     CIMInstance instance = QBX_Common::buildInstanceSkeleton(cimClass);
-    const auto set = [&instance](const char* name, const auto& value) {
+    const auto set = [&instance](const CIMName& name, const auto& value) {
         QBX_Common::setPropertyValue(instance, name, value);
     };
 
     // The property names the cage's class, the path's key of the same name the system's.
-    set("SystemCreationClassName", String(QBX_DRIVE_CAGE_DC2));
-    set("SystemName", systemName);
-    set("CreationClassName", String(QBX_CAGE_SENSOR));
-    set("DeviceID", deviceID);
-    set("SensorType", Uint16(1));
-    set("OtherSensorTypeDescription", text(sensor.name));
-    set("Position", Uint16(sensor.position));
-    set("BaseUnit", unitText(sensor.type));
-    set("CurrentReading", Uint16(sensor.reading));
-    set("LowLimit", Uint16(sensor.limit_low));
-    set("HighLimit", Uint16(sensor.limit_high));
-    set("State", Uint16(sensor.state));
+    set(Property::SystemCreationClassName, String(QBX_DRIVE_CAGE_DC2));
+    set(Property::SystemName, systemName);
+    set(Property::CreationClassName, String(QBX_CAGE_SENSOR));
+    set(Property::DeviceID, deviceID);
+    set(Property::SensorType, Uint16(1));
+    set(Property::OtherSensorTypeDescription, text(sensor.name));
+    set(Property::Position, Uint16(sensor.position));
+    set(Property::BaseUnit, unitText(sensor.type));
+    set(Property::CurrentReading, Uint16(sensor.reading));
+    set(Property::LowLimit, Uint16(sensor.limit_low));
+    set(Property::HighLimit, Uint16(sensor.limit_high));
+    set(Property::State, Uint16(sensor.state));
     instance.setPath(buildObjectPath(host, deviceID, systemName));
     log_message(QBX_LOG_TRACE, "<--QBX_CageSensorProvider::buildInstance()\n");
     return instance;

@@ -2,6 +2,7 @@
 
 #include "QBX_Common.h"
 #include "QBX_Frame.h"
+#include "QBX_Properties.h"
 #include "QBX_Records.h"
 
 #include <cinttypes>
@@ -19,12 +20,11 @@ static const String ClassName("QBX_DriveCageProvider");
 namespace
 {
 
-Elements elements()
-{
-    return {ClassName,
-            names({QBX_DRIVE_CAGE, QBX_DRIVE_CAGE_DC1, QBX_DRIVE_CAGE_DC3, QBX_DRIVE_CAGE_DC2}),
-            QBX_KEY_TAG};
-}
+const CIMName BASE(QBX_DRIVE_CAGE), DC1(QBX_DRIVE_CAGE_DC1), DC2(QBX_DRIVE_CAGE_DC2),
+    DC3(QBX_DRIVE_CAGE_DC3);
+const Elements ELEMENTS = {
+    ClassName, names({QBX_DRIVE_CAGE, QBX_DRIVE_CAGE_DC1, QBX_DRIVE_CAGE_DC3, QBX_DRIVE_CAGE_DC2}),
+    QBX_KEY_TAG};
 
 /// Makes the handle that of the cage of that name, ready to be acted on. The handle is the array's
 /// and must not move.
@@ -67,7 +67,7 @@ void QBX_DriveCageProvider::getInstance(const OperationContext& context, const C
 {
     getElement(
         {"--> QBX_DriveCageProvider::getInstance\n", "<-- QBX_DriveCageProvider::getInstance\n"},
-        elements(), context, ref, handler, [&] {
+        ELEMENTS, context, ref, handler, [&] {
             return _build_instances(ref.getClassName(), includeQualifiers, includeClassOrigin,
                                     propertyList);
         });
@@ -82,7 +82,7 @@ void QBX_DriveCageProvider::enumerateInstances(const OperationContext& context,
 {
     enumerateElements({"--> QBX_DriveCageProvider::enumerateInstances\n",
                        "<-- QBX_DriveCageProvider::enumerateInstances\n"},
-                      elements(), context, ref, handler, [&] {
+                      ELEMENTS, context, ref, handler, [&] {
                           return _build_instances(ref.getClassName(), includeQualifiers,
                                                   includeClassOrigin, propertyList);
                       });
@@ -94,7 +94,7 @@ void QBX_DriveCageProvider::enumerateInstanceNames(const OperationContext& conte
 {
     enumerateElements({"--> QBX_DriveCageProvider::enumerateInstanceNames\n",
                        "<-- QBX_DriveCageProvider::enumerateInstanceNames\n"},
-                      elements(), context, ref, handler,
+                      ELEMENTS, context, ref, handler,
                       [&] { return _build_ref(ref.getClassName()); });
 }
 
@@ -245,14 +245,14 @@ CIMName QBX_DriveCageProvider::_getCIMName(jb_type_e type)
     switch (type) {
         case JB_JBOD:
         case JB_KBOD:
-            return CIMName(QBX_DRIVE_CAGE_DC1);
+            return DC1;
         case JB_LBOD:
         case JB_MBOD:
-            return CIMName(QBX_DRIVE_CAGE_DC2);
+            return DC2;
         case JB_DC3:
-            return CIMName(QBX_DRIVE_CAGE_DC3);
+            return DC3;
         default:
-            return CIMName(QBX_DRIVE_CAGE);
+            return BASE;
     }
 }
 
@@ -289,48 +289,48 @@ CIMInstance QBX_DriveCageProvider::buildInstance(CIMClass cimClass, const api_Ca
     const CIMName className = _getCIMName(cage.type);
     const String tag = text(cage.deviceID);
     CIMInstance instance = QBX_Common::buildInstanceSkeleton(cimClass);
-    const auto set = [&instance](const char* name, const auto& value) {
+    const auto set = [&instance](const CIMName& name, const auto& value) {
         QBX_Common::setPropertyValue(instance, name, value);
     };
 
-    set("CreationClassName", className.getString());
-    set("Tag", tag);
-    set("Name", worldWideName(cage.wwn));
-    set("ChassisPackageType", Uint16(22));
-    set("ChassisTypeDescription", String("Drive Cage"));
-    set("MultipleSystemSupport", Uint16(2));
-    set("RackMountable", Uint16(2));
-    set("ElementName", text(cage.elementName));
-    set("Location", text(cage.location));
-    set("CageType", publishedCageType(cage.type));
-    set("CageSubType", Uint16(cage.subType));
-    set("Manufacturer", text(cage.mfg.vendor));
-    set("Model", text(cage.mfg.model));
-    set("SerialNumber", text(cage.mfg.serial));
-    set("Position", Uint16(cage.position));
-    set("LoopSplit", bool(cage.loopSplit));
-    set("ChainPositionLoopA", Uint16(cage.chainPosA));
-    set("ChainPositionLoopB", Uint16(cage.chainPosB));
-    set("LocateON", bool(cage.locateON));
+    set(Property::CreationClassName, className.getString());
+    set(Property::Tag, tag);
+    set(Property::Name, worldWideName(cage.wwn));
+    set(Property::ChassisPackageType, Uint16(22));
+    set(Property::ChassisTypeDescription, String("Drive Cage"));
+    set(Property::MultipleSystemSupport, Uint16(2));
+    set(Property::RackMountable, Uint16(2));
+    set(Property::ElementName, text(cage.elementName));
+    set(Property::Location, text(cage.location));
+    set(Property::CageType, publishedCageType(cage.type));
+    set(Property::CageSubType, Uint16(cage.subType));
+    set(Property::Manufacturer, text(cage.mfg.vendor));
+    set(Property::Model, text(cage.mfg.model));
+    set(Property::SerialNumber, text(cage.mfg.serial));
+    set(Property::Position, Uint16(cage.position));
+    set(Property::LoopSplit, bool(cage.loopSplit));
+    set(Property::ChainPositionLoopA, Uint16(cage.chainPosA));
+    set(Property::ChainPositionLoopB, Uint16(cage.chainPosB));
+    set(Property::LocateON, bool(cage.locateON));
     _addOperationalStatus(cage, instance);
 
     switch (cage.type) {
         case JB_LBOD:
         case JB_MBOD:
-            set("FirmwareVersion", text(cage.u.lbod.fwVersion));
-            set("FirmwareStatus", Uint16(cage.u.lbod.fwState.actual));
-            set("CPUState", Uint16(cage.u.lbod.cpuState.actual));
+            set(Property::FirmwareVersion, text(cage.u.lbod.fwVersion));
+            set(Property::FirmwareStatus, Uint16(cage.u.lbod.fwState.actual));
+            set(Property::CPUState, Uint16(cage.u.lbod.cpuState.actual));
             break;
         case JB_DC3:
-            set("TempSensorState", Uint16(cage.u.sbod.tempState.actual));
-            set("TempSensorValue", Uint16(cage.u.sbod.tempValue));
-            set("OperatorPanelState", Uint16(cage.u.sbod.opPanelState.actual));
-            set("AudibleAlarmState", Uint16(cage.u.sbod.audAlarmState.actual));
-            set("EnclosureID", Uint16(cage.u.sbod.enclosureID));
+            set(Property::TempSensorState, Uint16(cage.u.sbod.tempState.actual));
+            set(Property::TempSensorValue, Uint16(cage.u.sbod.tempValue));
+            set(Property::OperatorPanelState, Uint16(cage.u.sbod.opPanelState.actual));
+            set(Property::AudibleAlarmState, Uint16(cage.u.sbod.audAlarmState.actual));
+            set(Property::EnclosureID, Uint16(cage.u.sbod.enclosureID));
             break;
         default:
-            set("IsLeftSide", bool(cage.u.kbod.isLeft));
-            set("IsRightSide", bool(cage.u.kbod.isRight));
+            set(Property::IsLeftSide, bool(cage.u.kbod.isLeft));
+            set(Property::IsRightSide, bool(cage.u.kbod.isRight));
             break;
     }
 
@@ -342,7 +342,7 @@ void QBX_DriveCageProvider::_addOperationalStatus(const api_Cage_t& cage, CIMIns
 {
     // The array's state codes are those of the CIM value map.
     const Array<Uint16> status(1, Uint16(cage.cimState));
-    QBX_Common::setPropertyValue(instance, CIMName("OperationalStatus"), status);
+    QBX_Common::setPropertyValue(instance, Property::OperationalStatus, status);
 }
 
 Array<CIMObjectPath> QBX_DriveCageProvider::_build_ref(CIMName className)

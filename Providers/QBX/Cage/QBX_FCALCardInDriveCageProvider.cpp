@@ -64,8 +64,8 @@ constexpr AssociationTraces TRACES = {
      "<--QBX_FCALCardInDriveCageProvider::_getRelatedInstanceNames\n"},
 };
 
-constexpr char GROUP[] = "GroupComponent";
-constexpr char PART[] = "PartComponent";
+const String GROUP("GroupComponent");
+const String PART("PartComponent");
 
 using CardsInCages = QBX_ElementInCage<QBX_FCALCardProvider, FCALList>;
 
@@ -193,7 +193,7 @@ CIMObjectPath QBX_FCALCardInDriveCageProvider::_buildAssociationName(const CIMOb
                                                                      const CIMObjectPath& cardPath)
 {
     return QBX_Common::buildAssocPath(_assoClassName, GROUP, PART, cagePath, cardPath, _hostAddr,
-                                      QBX_NAMESPACE);
+                                      nameSpace().getString());
 }
 
 CIMInstance QBX_FCALCardInDriveCageProvider::_buildAssociationInstance(
@@ -203,7 +203,7 @@ CIMInstance QBX_FCALCardInDriveCageProvider::_buildAssociationInstance(
     CIMClass cimClass =
         elementClass(_cimom, _assoClassName, includeQualifiers, includeClassOrigin, propertyList);
     return QBX_Common::buildAssocInstance(_assoClassName, GROUP, PART, cagePath, cardPath, cimClass,
-                                          _hostAddr, QBX_NAMESPACE);
+                                          _hostAddr, nameSpace().getString());
 }
 
 template <class Visit>

@@ -2,6 +2,7 @@
 
 #include "QBX_Common.h"
 #include "QBX_Frame.h"
+#include "QBX_Properties.h"
 #include "QBX_Records.h"
 
 #include <cstdio>
@@ -17,13 +18,12 @@ static const String ClassName("QBX_FCALCardProvider");
 namespace
 {
 
-Elements elements()
-{
-    return {ClassName,
-            names({QBX_INTERFACE_CARD, QBX_INTERFACE_CARD_DC1, QBX_INTERFACE_CARD_DC3,
-                   QBX_INTERFACE_CARD_DC2}),
-            QBX_KEY_TAG};
-}
+const CIMName BASE(QBX_INTERFACE_CARD), DC1(QBX_INTERFACE_CARD_DC1), DC2(QBX_INTERFACE_CARD_DC2),
+    DC3(QBX_INTERFACE_CARD_DC3);
+const Elements ELEMENTS = {ClassName,
+                           names({QBX_INTERFACE_CARD, QBX_INTERFACE_CARD_DC1,
+                                  QBX_INTERFACE_CARD_DC3, QBX_INTERFACE_CARD_DC2}),
+                           QBX_KEY_TAG};
 
 }  // namespace
 
@@ -58,7 +58,7 @@ void QBX_FCALCardProvider::getInstance(const OperationContext& context, const CI
 {
     getElement(
         {"--> QBX_FCALCardProvider::getInstance\n", "<-- QBX_FCALCardProvider::getInstance\n"},
-        elements(), context, ref, handler, [&] {
+        ELEMENTS, context, ref, handler, [&] {
             return _build_instances(ref.getClassName(), includeQualifiers, includeClassOrigin,
                                     propertyList);
         });
@@ -73,7 +73,7 @@ void QBX_FCALCardProvider::enumerateInstances(const OperationContext& context,
 {
     enumerateElements({"--> QBX_FCALCardProvider::enumerateInstances\n",
                        "<-- QBX_FCALCardProvider::enumerateInstances\n"},
-                      elements(), context, ref, handler, [&] {
+                      ELEMENTS, context, ref, handler, [&] {
                           return _build_instances(ref.getClassName(), includeQualifiers,
                                                   includeClassOrigin, propertyList);
                       });
@@ -83,7 +83,7 @@ void QBX_FCALCardProvider::enumerateInstanceNames(const OperationContext&, const
                                                   ObjectPathResponseHandler& handler)
 {
     log_message(QBX_LOG_TRACE, "--> QBX_FCALCardProvider::enumerateInstanceNames\n");
-    requireServedClass(ref.getClassName(), elements().classes, ClassName);
+    requireServedClass(ref.getClassName(), ELEMENTS.classes, ClassName);
     deliver(handler, _build_ref(ref.getClassName()));
     log_message(QBX_LOG_TRACE, "<-- QBX_FCALCardProvider::enumerateInstanceNames\n");
 }
@@ -168,14 +168,14 @@ CIMName QBX_FCALCardProvider::_getCIMName(jb_type_e cageType)
     switch (cageType) {
         case JB_JBOD:
         case JB_KBOD:
-            return CIMName(QBX_INTERFACE_CARD_DC1);
+            return DC1;
         case JB_LBOD:
         case JB_MBOD:
-            return CIMName(QBX_INTERFACE_CARD_DC2);
+            return DC2;
         case JB_DC3:
-            return CIMName(QBX_INTERFACE_CARD_DC3);
+            return DC3;
         default:
-            return CIMName(QBX_INTERFACE_CARD);
+            return BASE;
     }
 }
 
@@ -242,66 +242,66 @@ CIMInstance QBX_FCALCardProvider::buildInstance(CIMClass cimClass, const api_FCA
     const String tag = text(card.deviceID);
     const Uint32 ports = card.cageType == JB_DC3 ? 4 : 2;
     CIMInstance instance = QBX_Common::buildInstanceSkeleton(cimClass);
-    const auto set = [&instance](const char* name, const auto& value) {
+    const auto set = [&instance](const CIMName& name, const auto& value) {
         QBX_Common::setPropertyValue(instance, name, value);
     };
 
-    set("CreationClassName", className.getString());
-    set("Tag", tag);
-    set("Position", Uint16(card.position));
-    set("ElementName", text(card.elementName));
-    set("Manufacturer", text(card.mfg.vendor));
-    set("Model", text(card.mfg.model));
-    set("SerialNumber", text(card.mfg.serial));
-    set("CageType", publishedCageType(card.cageType));
-    set("LoopAPortWWNs", values<Uint64>(card.loopA.loopPortWWN, ports));
-    set("LoopBPortWWNs", values<Uint64>(card.loopB.loopPortWWN, ports));
-    set("LoopALinkSpeed", values<Uint16>(card.loopA.linkSpeed, ports));
-    set("LoopBLinkSpeed", values<Uint16>(card.loopB.linkSpeed, ports));
-    set("NodePortsLoopA", values<Uint64>(card.loopA.nodePortWWN, ports));
-    set("NodePortsLoopB", values<Uint64>(card.loopB.nodePortWWN, ports));
-    set("LoopALocateON", values<bool>(card.loopA.locateON, ports));
-    set("LoopBLocateON", values<bool>(card.loopB.locateON, ports));
+    set(Property::CreationClassName, className.getString());
+    set(Property::Tag, tag);
+    set(Property::Position, Uint16(card.position));
+    set(Property::ElementName, text(card.elementName));
+    set(Property::Manufacturer, text(card.mfg.vendor));
+    set(Property::Model, text(card.mfg.model));
+    set(Property::SerialNumber, text(card.mfg.serial));
+    set(Property::CageType, publishedCageType(card.cageType));
+    set(Property::LoopAPortWWNs, values<Uint64>(card.loopA.loopPortWWN, ports));
+    set(Property::LoopBPortWWNs, values<Uint64>(card.loopB.loopPortWWN, ports));
+    set(Property::LoopALinkSpeed, values<Uint16>(card.loopA.linkSpeed, ports));
+    set(Property::LoopBLinkSpeed, values<Uint16>(card.loopB.linkSpeed, ports));
+    set(Property::NodePortsLoopA, values<Uint64>(card.loopA.nodePortWWN, ports));
+    set(Property::NodePortsLoopB, values<Uint64>(card.loopB.nodePortWWN, ports));
+    set(Property::LoopALocateON, values<bool>(card.loopA.locateON, ports));
+    set(Property::LoopBLocateON, values<bool>(card.loopB.locateON, ports));
 
     const auto setLEDs = [&set](const api_FCALLeds_t& leds) {
-        set("SplitLED", Uint16(leds.split));
-        set("SystemLED", Uint16(leds.system));
-        set("HotplugLED", Uint16(leds.hpl));
+        set(Property::SplitLED, Uint16(leds.split));
+        set(Property::SystemLED, Uint16(leds.system));
+        set(Property::HotplugLED, Uint16(leds.hpl));
     };
     switch (card.cageType) {
         case JB_JBOD:
         case JB_KBOD:
-            set("FirmwareVersion", text(card.u.kbod.fwVersion));
-            set("FirmwareStatus", Uint16(card.u.kbod.fwState.actual));
-            set("CPUSelfState", Uint16(card.u.kbod.cpuSelfState.actual));
-            set("CPUPartnerState", Uint16(card.u.kbod.cpuPartnerState.actual));
-            set("LoopALinkLED", values<Uint16>(card.u.kbod.loopALinkLED, 2));
-            set("LoopBLinkLED", values<Uint16>(card.u.kbod.loopBLinkLED, 2));
+            set(Property::FirmwareVersion, text(card.u.kbod.fwVersion));
+            set(Property::FirmwareStatus, Uint16(card.u.kbod.fwState.actual));
+            set(Property::CPUSelfState, Uint16(card.u.kbod.cpuSelfState.actual));
+            set(Property::CPUPartnerState, Uint16(card.u.kbod.cpuPartnerState.actual));
+            set(Property::LoopALinkLED, values<Uint16>(card.u.kbod.loopALinkLED, 2));
+            set(Property::LoopBLinkLED, values<Uint16>(card.u.kbod.loopBLinkLED, 2));
             setLEDs(card.u.kbod.leds);
             break;
         case JB_LBOD:
         case JB_MBOD:
-            set("LoopALinkRX", values<Uint16>(card.u.lbod.loopA.linkRX, 2));
-            set("LoopALinkTX", values<Uint16>(card.u.lbod.loopA.linkTX, 2));
-            set("LoopBLinkRX", values<Uint16>(card.u.lbod.loopB.linkRX, 2));
-            set("LoopBLinkTX", values<Uint16>(card.u.lbod.loopB.linkTX, 2));
+            set(Property::LoopALinkRX, values<Uint16>(card.u.lbod.loopA.linkRX, 2));
+            set(Property::LoopALinkTX, values<Uint16>(card.u.lbod.loopA.linkTX, 2));
+            set(Property::LoopBLinkRX, values<Uint16>(card.u.lbod.loopB.linkRX, 2));
+            set(Property::LoopBLinkTX, values<Uint16>(card.u.lbod.loopB.linkTX, 2));
             setLEDs(card.u.lbod.leds);
             break;
         case JB_DC3:
-            set("IsMaster", bool(card.u.sbod.master));
-            set("LoopState", actualStates(card.u.sbod.loopState, 4));
-            set("FirmwareVersion", text(card.u.sbod.fwVersion));
-            set("FirmwareStatus", Uint16(card.u.sbod.fwState.actual));
-            set("IFCState", Uint16(card.u.sbod.ifcState.actual));
-            set("ESHState", Uint16(card.u.sbod.eshState.actual));
-            set("ExtendedESHState", Uint16(card.u.sbod.extEshState.actual));
+            set(Property::IsMaster, bool(card.u.sbod.master));
+            set(Property::LoopState, actualStates(card.u.sbod.loopState, 4));
+            set(Property::FirmwareVersion, text(card.u.sbod.fwVersion));
+            set(Property::FirmwareStatus, Uint16(card.u.sbod.fwState.actual));
+            set(Property::IFCState, Uint16(card.u.sbod.ifcState.actual));
+            set(Property::ESHState, Uint16(card.u.sbod.eshState.actual));
+            set(Property::ExtendedESHState, Uint16(card.u.sbod.extEshState.actual));
             break;
         default:
             break;
     }
 
-    set("PortsLoopA", nodePortTexts(card.loopA.nodePort, ports));
-    set("PortsLoopB", nodePortTexts(card.loopB.nodePort, ports));
+    set(Property::PortsLoopA, nodePortTexts(card.loopA.nodePort, ports));
+    set(Property::PortsLoopB, nodePortTexts(card.loopB.nodePort, ports));
     _addOperationalStatus(card, instance);
     instance.setPath(buildObjectPath(className, host, tag));
     return instance;
@@ -311,7 +311,7 @@ void QBX_FCALCardProvider::_addOperationalStatus(const api_FCAL_t&, CIMInstance&
 {
     // Always "OK": a card's states reach clients through properties of their own.
     const Array<Uint16> status(1, Uint16(2));
-    QBX_Common::setPropertyValue(instance, CIMName("OperationalStatus"), status);
+    QBX_Common::setPropertyValue(instance, Property::OperationalStatus, status);
 }
 
 Array<CIMObjectPath> QBX_FCALCardProvider::_build_ref(CIMName className)

@@ -64,8 +64,8 @@ constexpr AssociationTraces TRACES = {
      "<--QBX_MagazineInDriveCageProvider::_getRelatedInstanceNames\n"},
 };
 
-constexpr char GROUP[] = "GroupComponent";
-constexpr char PART[] = "PartComponent";
+const String GROUP("GroupComponent");
+const String PART("PartComponent");
 
 using MagazinesInCages = QBX_ElementInCage<QBX_MagazineProvider, MagazineList>;
 
@@ -192,7 +192,7 @@ CIMObjectPath QBX_MagazineInDriveCageProvider::_buildAssociationName(
     const CIMObjectPath& cagePath, const CIMObjectPath& magazinePath)
 {
     return QBX_Common::buildAssocPath(_assoClassName, GROUP, PART, cagePath, magazinePath,
-                                      _hostAddr, QBX_NAMESPACE);
+                                      _hostAddr, nameSpace().getString());
 }
 
 CIMInstance QBX_MagazineInDriveCageProvider::_buildAssociationInstance(
@@ -202,7 +202,7 @@ CIMInstance QBX_MagazineInDriveCageProvider::_buildAssociationInstance(
     CIMClass cimClass =
         elementClass(_cimom, _assoClassName, includeQualifiers, includeClassOrigin, propertyList);
     return QBX_Common::buildAssocInstance(_assoClassName, GROUP, PART, cagePath, magazinePath,
-                                          cimClass, _hostAddr, QBX_NAMESPACE);
+                                          cimClass, _hostAddr, nameSpace().getString());
 }
 
 template <class Visit>

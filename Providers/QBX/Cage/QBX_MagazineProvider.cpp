@@ -2,6 +2,7 @@
 
 #include "QBX_Common.h"
 #include "QBX_Frame.h"
+#include "QBX_Properties.h"
 #include "QBX_Records.h"
 
 #include <cstring>
@@ -17,10 +18,7 @@ static const String ClassName("QBX_MagazineProvider");
 namespace
 {
 
-Elements elements()
-{
-    return {ClassName, names({QBX_MAGAZINE}), QBX_KEY_TAG};
-}
+const Elements ELEMENTS = {ClassName, names({QBX_MAGAZINE}), QBX_KEY_TAG};
 
 }  // namespace
 
@@ -55,7 +53,7 @@ void QBX_MagazineProvider::getInstance(const OperationContext& context, const CI
 {
     getElement(
         {"--> QBX_MagazineProvider::getInstance\n", "<-- QBX_MagazineProvider::getInstance\n"},
-        elements(), context, ref, handler, [&] {
+        ELEMENTS, context, ref, handler, [&] {
             return _build_instances(ref.getClassName(), includeQualifiers, includeClassOrigin,
                                     propertyList);
         });
@@ -70,7 +68,7 @@ void QBX_MagazineProvider::enumerateInstances(const OperationContext& context,
 {
     enumerateElements({"--> QBX_MagazineProvider::enumerateInstances\n",
                        "<-- QBX_MagazineProvider::enumerateInstances\n"},
-                      elements(), context, ref, handler, [&] {
+                      ELEMENTS, context, ref, handler, [&] {
                           return _build_instances(ref.getClassName(), includeQualifiers,
                                                   includeClassOrigin, propertyList);
                       });
@@ -82,7 +80,7 @@ void QBX_MagazineProvider::enumerateInstanceNames(const OperationContext& contex
 {
     enumerateElements({"--> QBX_MagazineProvider::enumerateInstanceNames\n",
                        "<-- QBX_MagazineProvider::enumerateInstanceNames\n"},
-                      elements(), context, ref, handler,
+                      ELEMENTS, context, ref, handler,
                       [&] { return _build_ref(ref.getClassName()); });
 }
 
@@ -188,7 +186,7 @@ void QBX_MagazineProvider::invokeMethod(const OperationContext& context,
 
 CIMName QBX_MagazineProvider::_getCIMName(jb_type_e)
 {
-    return CIMName(QBX_MAGAZINE);
+    return ELEMENTS.classes[0];
 }
 
 CIMClass QBX_MagazineProvider::_getCIMClass(CIMOMHandle cimom, jb_type_e cageType,
@@ -212,27 +210,27 @@ CIMInstance QBX_MagazineProvider::buildInstance(CIMClass cimClass, const api_Mag
     const CIMName className = _getCIMName(magazine.cageType);
     const String tag = text(magazine.deviceID);
     CIMInstance instance = QBX_Common::buildInstanceSkeleton(cimClass);
-    const auto set = [&instance](const char* name, const auto& value) {
+    const auto set = [&instance](const CIMName& name, const auto& value) {
         QBX_Common::setPropertyValue(instance, name, value);
     };
 
-    set("CreationClassName", className.getString());
-    set("Tag", tag);
-    set("Position", Uint16(magazine.position));
-    set("ElementName", text(magazine.elemName));
-    set("CageType", publishedCageType(magazine.cageType));
-    set("Manufacturer", text(magazine.mfg.vendor));
-    set("Model", text(magazine.mfg.model));
-    set("SerialNumber", text(magazine.mfg.serial));
-    set("LocationType", Uint16(3));
-    set("MediaTypesSupported", Array<Uint16>(1, Uint16(29)));
-    set("RemovalConditions", Uint16(4));
-    set("StateOnLoopA", Uint16(magazine.stateLoopA.actual));
-    set("StateOnLoopB", Uint16(magazine.stateLoopB.actual));
-    set("LocateON", bool(magazine.locateON));
+    set(Property::CreationClassName, className.getString());
+    set(Property::Tag, tag);
+    set(Property::Position, Uint16(magazine.position));
+    set(Property::ElementName, text(magazine.elemName));
+    set(Property::CageType, publishedCageType(magazine.cageType));
+    set(Property::Manufacturer, text(magazine.mfg.vendor));
+    set(Property::Model, text(magazine.mfg.model));
+    set(Property::SerialNumber, text(magazine.mfg.serial));
+    set(Property::LocationType, Uint16(3));
+    set(Property::MediaTypesSupported, Array<Uint16>(1, Uint16(29)));
+    set(Property::RemovalConditions, Uint16(4));
+    set(Property::StateOnLoopA, Uint16(magazine.stateLoopA.actual));
+    set(Property::StateOnLoopB, Uint16(magazine.stateLoopB.actual));
+    set(Property::LocateON, bool(magazine.locateON));
     if (magazine.cageType != JB_DC3) {
-        set("SystemLED", Uint16(magazine.u.lbod.systemLED));
-        set("HotplugLED", Uint16(magazine.u.lbod.hplLED));
+        set(Property::SystemLED, Uint16(magazine.u.lbod.systemLED));
+        set(Property::HotplugLED, Uint16(magazine.u.lbod.hplLED));
     }
     _addOperationalStatus(magazine, instance);
     instance.setPath(buildObjectPath(className, host, tag));
@@ -244,7 +242,7 @@ void QBX_MagazineProvider::_addOperationalStatus(const api_Magazine_t&, CIMInsta
 {
     // Always "OK": the loop states reach clients through "StateOnLoopA" and "StateOnLoopB".
     const Array<Uint16> status(1, Uint16(2));
-    QBX_Common::setPropertyValue(instance, CIMName("OperationalStatus"), status);
+    QBX_Common::setPropertyValue(instance, Property::OperationalStatus, status);
 }
 
 Array<CIMObjectPath> QBX_MagazineProvider::_build_ref(CIMName className)

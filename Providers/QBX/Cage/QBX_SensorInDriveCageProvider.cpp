@@ -64,8 +64,8 @@ constexpr AssociationTraces TRACES = {
      "<--QBX_SensorInDriveCageProvider::_getRelatedInstanceName\n"},
 };
 
-constexpr char SENSOR_ROLE[] = "Antecedent";
-constexpr char CAGE_ROLE[] = "Dependent";
+const String SENSOR_ROLE("Antecedent");
+const String CAGE_ROLE("Dependent");
 
 String sensorID(const api_Cage_t& cage, unsigned int index)
 {
@@ -195,7 +195,7 @@ CIMObjectPath QBX_SensorInDriveCageProvider::_buildAssociationName(const CIMObje
                                                                    const CIMObjectPath& sensorPath)
 {
     return QBX_Common::buildAssocPath(_assoClassName, SENSOR_ROLE, CAGE_ROLE, sensorPath, cagePath,
-                                      _hostAddr, QBX_NAMESPACE);
+                                      _hostAddr, nameSpace().getString());
 }
 
 CIMInstance QBX_SensorInDriveCageProvider::_buildAssociationInstance(
@@ -205,7 +205,7 @@ CIMInstance QBX_SensorInDriveCageProvider::_buildAssociationInstance(
     CIMClass cimClass =
         elementClass(_cimom, _assoClassName, includeQualifiers, includeClassOrigin, propertyList);
     return QBX_Common::buildAssocInstance(_assoClassName, SENSOR_ROLE, CAGE_ROLE, sensorPath,
-                                          cagePath, cimClass, _hostAddr, QBX_NAMESPACE);
+                                          cagePath, cimClass, _hostAddr, nameSpace().getString());
 }
 
 template <class Visit>

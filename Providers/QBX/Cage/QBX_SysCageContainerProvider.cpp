@@ -63,8 +63,8 @@ constexpr AssociationTraces TRACES = {
      "<--QBX_SysCageContainerProvider::_getRelatedInstanceNames\n"},
 };
 
-constexpr char GROUP[] = "GroupComponent";
-constexpr char PART[] = "PartComponent";
+const String GROUP("GroupComponent");
+const String PART("PartComponent");
 
 CIMObjectPath pathOf(const api_Cage_t& cage, const String& host)
 {
@@ -196,7 +196,7 @@ void QBX_SysCageContainerProvider::deleteInstance(const OperationContext&, const
 CIMObjectPath QBX_SysCageContainerProvider::_buildAssociationName(const CIMObjectPath& cagePath)
 {
     return QBX_Common::buildAssocPath(_assoClassName, GROUP, PART, _sysPkgObjectPath, cagePath,
-                                      _hostAddr, QBX_NAMESPACE);
+                                      _hostAddr, nameSpace().getString());
 }
 
 CIMInstance QBX_SysCageContainerProvider::_buildAssociationInstance(
@@ -206,7 +206,7 @@ CIMInstance QBX_SysCageContainerProvider::_buildAssociationInstance(
     CIMClass cimClass =
         elementClass(_cimom, _assoClassName, includeQualifiers, includeClassOrigin, propertyList);
     return QBX_Common::buildAssocInstance(_assoClassName, GROUP, PART, _sysPkgObjectPath, cagePath,
-                                          cimClass, _hostAddr, QBX_NAMESPACE);
+                                          cimClass, _hostAddr, nameSpace().getString());
 }
 
 template <class Visit>
@@ -260,9 +260,8 @@ Array<CIMInstance> QBX_SysCageContainerProvider::_getRelatedInstances(
     traceClass(TRACES.getRelatedInstances.entry, objectName);
     Array<CIMInstance> related;
     if (QBX_Common::isPartOfArray(objectName.getClassName(), _cageClassNames)) {
-        related = _cimom.enumerateInstances(context, CIMNamespaceName(QBX_NAMESPACE),
-                                            _sysPkgClassName, false, false, includeQualifiers,
-                                            includeClassOrigin, propertyList);
+        related = _cimom.enumerateInstances(context, nameSpace(), _sysPkgClassName, false, false,
+                                            includeQualifiers, includeClassOrigin, propertyList);
     } else if (objectName.getClassName() == _sysPkgClassName) {
         // The one list of the associations that is read with manufacturing data.
         for (const api_Cage_t& cage : CageList(api_getCages_Cached)) {
@@ -281,8 +280,7 @@ Array<CIMObjectPath> QBX_SysCageContainerProvider::_getRelatedInstanceNames(
     traceClass(TRACES.getRelatedInstanceNames.entry, objectName);
     Array<CIMObjectPath> related;
     if (QBX_Common::isPartOfArray(objectName.getClassName(), _cageClassNames)) {
-        related = _cimom.enumerateInstanceNames(context, CIMNamespaceName(QBX_NAMESPACE),
-                                                _sysPkgClassName);
+        related = _cimom.enumerateInstanceNames(context, nameSpace(), _sysPkgClassName);
     } else if (objectName.getClassName() == _sysPkgClassName) {
         for (const api_Cage_t& cage : CageList(api_getCagesNoMfg_Cached))
             related.append(pathOf(cage, _hostAddr));

@@ -20,10 +20,14 @@ public:
     void clear() { _name.clear(); }
     Boolean equal(const Name& name) const
     {
-        // Most names that are compared differ in length, and most equal ones share their text.
-        return _name.size() == name._name.size() &&
-               (_name.getChar16Data() == name._name.getChar16Data() ||
-                String::equalNoCase(_name, name._name));
+        // Most names that are compared differ in length or at the end, and most equal ones share
+        // their text.
+        const Uint32 size = _name.size();
+        if (size != name._name.size()) return false;
+        const Char16* const a = _name.getChar16Data();
+        const Char16* const b = name._name.getChar16Data();
+        return a == b || ((a[size - 1] | ' ') == (b[size - 1] | ' ') &&
+                          String::equalNoCase(_name, name._name));
     }
 
     friend Boolean operator==(const Name& name1, const Name& name2) { return name1.equal(name2); }

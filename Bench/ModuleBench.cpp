@@ -1,0 +1,362 @@
+// What each operation of each provider costs, beside a lower bound: the same results from nothing
+// but the calls that the array's contract asks for, that is the list query, the class, the
+// skeleton, the trace lines, the properties and the path.
+//
+// Plain, it measures time. Under `valgrind --tool=callgrind --instr-atstart=no` it counts the
+// instructions of one run of each row, into a dump that is named after the row.
+#include "Model/ObjectManager.h"
+#include "Mof/MofCompiler.h"
+
+#include <Pegasus/Common/ResponseHandler.h>
+#include <Pegasus/Provider/CIMInstanceProvider.h>
+#include <Pegasus/Provider/CIMOMHandle.h>
+
+#include <benchmark/benchmark.h>
+#include <qbxapi.h>
+#include <valgrind/callgrind.h>
+
+#include <cstdlib>
+#include <functional>
+#include <string>
+#include <vector>
+
+using namespace Pegasus;
+
+extern "C" CIMProvider* PegasusCreateProvider(const String& name);
+
+namespace
+{
+
+const CIMNamespaceName NAMESPACE("root/qbx");
+
+/// The object manager behind the providers: the schema, and the path of the system's package.
+class Classes : public cimom::ObjectManager
+{
+public:
+    Classes()
+    {
+        _repository.addNamespace(NAMESPACE);
+        cimom::MofCompiler(_repository).compileFile(QBX_SCHEMA_DIR "/qbx.mof", NAMESPACE);
+        setCurrent(this);
+    }
+    ~Classes() override { setCurrent(nullptr); }
+
+    CIMClass getClass(const OperationContext&, const CIMNamespaceName& nameSpace,
+                      const CIMName& className, const cimom::ClassView& view) override
+    {
+        return CIMClass(_repository.getClass(nameSpace, className, view));
+    }
+    CIMInstance getInstance(const OperationContext&, const CIMNamespaceName&, const CIMObjectPath&,
+                            const cimom::InstanceView&) override
+    {
+        return CIMInstance();
+    }
+    Array<CIMInstance> enumerateInstances(const OperationContext&, const CIMNamespaceName&,
+                                          const CIMName&, bool, const cimom::InstanceView&) override
+    {
+        return Array<CIMInstance>();
+    }
+    Array<CIMObjectPath> enumerateInstanceNames(const OperationContext&, const CIMNamespaceName&,
+                                                const CIMName&) override
+    {
+        return Array<CIMObjectPath>(1, CIMObjectPath("QBX_SystemPackage.Tag=\"QBX-1000001\""));
+    }
+
+private:
+    cimom::Repository _repository;
+};
+
+/// Keeps what is delivered.
+struct Results : InstanceResponseHandler, ObjectPathResponseHandler
+{
+    Array<CIMInstance> instances;
+    Array<CIMObjectPath> paths;
+    void processing() override {}
+    void complete() override {}
+    void deliver(const CIMInstance& one) override { instances.append(one); }
+    void deliver(const Array<CIMInstance>& all) override { instances.appendArray(all); }
+    void deliver(const CIMObjectPath& one) override { paths.append(one); }
+    void deliver(const Array<CIMObjectPath>& all) override { paths.appendArray(all); }
+};
+
+// ---- The lower bound ----
+
+using Maker = std::function<CIMValue()>;
+
+/// Makes a value anew, as from a record.
+template <class T>
+Maker makerOf(const CIMValue& value)
+{
+    if (value.isArray()) {
+        Array<T> all;
+        value.get(all);
+        return [all] { return CIMValue(Array<T>(all.getData(), all.size())); };
+    }
+    T one;
+    value.get(one);
+    return [one] { return CIMValue(one); };
+}
+
+template <>
+Maker makerOf<String>(const CIMValue& value)
+{
+    Array<String> all;
+    String one;
+    value.isArray() ? value.get(all) : value.get(one);
+    if (value.isArray())
+        return [all] { return CIMValue(Array<String>(all.getData(), all.size())); };
+    return [text = std::string(one.getCString())] {
+        return CIMValue(String(text.data(), static_cast<Uint32>(text.size())));
+    };
+}
+
+Maker makerOf(const CIMValue& value)
+{
+    switch (value.getType()) {
+        case CIMTYPE_BOOLEAN:
+            return makerOf<bool>(value);
+        case CIMTYPE_UINT16:
+            return makerOf<Uint16>(value);
+        case CIMTYPE_UINT64:
+            return makerOf<Uint64>(value);
+        default:
+            return makerOf<String>(value);
+    }
+}
+
+/// The name in memory of its own, as a provider's constants are.
+CIMName own(const CIMName& name)
+{
+    return CIMName(String(name.getString().getCString()));
+}
+
+void set(CIMInstance& instance, const CIMName& name, const CIMValue& value)
+{
+    instance.getProperty(instance.findProperty(name)).setValue(value);
+}
+
+/// The parts of a path, to make it anew.
+struct PathParts
+{
+    explicit PathParts(const CIMObjectPath& path)
+        : host(path.getHost()), className(path.getClassName()), keys(path.getKeyBindings())
+    {
+        for (Uint32 i = 0; i < keys.size(); ++i) {
+            if (keys[i].getName() == "Tag" || keys[i].getName() == "DeviceID")
+                id = keys[i].getValue();
+        }
+        bytes = id.getCString();
+    }
+    /// With the identifier's text as it was made before.
+    CIMObjectPath made() const { return made(id); }
+    /// With the identifier's text made anew, as from a record.
+    CIMObjectPath madeAnew() const
+    {
+        return made(String(bytes.data(), static_cast<Uint32>(bytes.size())));
+    }
+    CIMObjectPath made(const String& identifier) const
+    {
+        Array<CIMKeyBinding> again;
+        for (Uint32 i = 0; i < keys.size(); ++i) {
+            const bool isId = keys[i].getValue() == id;
+            again.append(CIMKeyBinding(keys[i].getName(), isId ? identifier : keys[i].getValue(),
+                                       keys[i].getType()));
+        }
+        return CIMObjectPath(host, NAMESPACE, className, again);
+    }
+    String host, id;
+    std::string bytes;
+    CIMName className;
+    Array<CIMKeyBinding> keys;
+};
+
+/// The parts of an instance that a provider delivered, to make it anew.
+struct InstanceParts
+{
+    InstanceParts(const CIMInstance& instance, const CIMInstance& skeleton)
+        : path(instance.getPath())
+    {
+        for (Uint32 i = 0; i < instance.getPropertyCount(); ++i) {
+            const auto property = instance.getProperty(i);
+            const CIMValue value = property.getValue();
+            if (value == skeleton.getProperty(i).getValue()) continue;
+            if (value.getType() == CIMTYPE_REFERENCE) {
+                CIMObjectPath reference;
+                value.get(reference);
+                references.emplace_back(own(property.getName()), PathParts(reference));
+            } else {
+                values.emplace_back(own(property.getName()), makerOf(value));
+            }
+        }
+    }
+    CIMInstance made(CIMClass cimClass, int traces) const
+    {
+        for (int i = 0; i < traces; ++i)
+            log_message(4, "-->QBX_Common::_buildInstanceSkeleton()\n");
+        CIMInstance instance = cimClass.buildInstance(true, true, CIMPropertyList());
+        for (const auto& [name, maker] : values)
+            set(instance, name, maker());
+        Array<CIMKeyBinding> keys;
+        for (const auto& [name, parts] : references) {
+            const CIMObjectPath reference = parts.madeAnew();
+            set(instance, name, CIMValue(reference));
+            keys.append(CIMKeyBinding(name, reference.toString(), CIMKeyBinding::REFERENCE));
+        }
+        instance.setPath(references.empty()
+                             ? path.made()
+                             : CIMObjectPath(path.host, NAMESPACE, path.className, keys));
+        return instance;
+    }
+    PathParts path;
+    std::vector<std::pair<CIMName, Maker>> values;
+    std::vector<std::pair<CIMName, PathParts>> references;
+};
+
+// ---- The rows ----
+
+/// A list query, its records freed.
+template <class List, class Record>
+std::function<void()> query(int (*ask)(int, List*), Record* List::*records)
+{
+    return [=] {
+        List list = {};
+        cim_sem_wait();
+        ask(0, &list);
+        cim_sem_post();
+        std::free(list.*records);
+    };
+}
+
+struct Subject
+{
+    const char* provider;
+    const char* className;
+    std::function<void()> list, namesList;
+    int traces;               ///< trace lines of an instance
+    bool isPerRecord = true;  ///< the class is fetched for each record
+};
+
+/// What every request begins with, and the trace lines that it writes.
+void begin(const OperationContext& context)
+{
+    for (int i = 0; i < 4; ++i)
+        log_message(4, "--> QBX_MagazineProvider::enumerateInstances\n");
+    const IdentityContainer user = context.get(IdentityContainer::NAME);
+    api_qbxOpenForCimserver(user.getUserName().getCString());
+}
+
+/// Registers a row: an operation, run once before it is measured.
+void addRow(const std::string& name, Uint32 objects, std::function<void()> operation)
+{
+    benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
+        operation();
+        CALLGRIND_START_INSTRUMENTATION;
+        for (auto _ : state) {
+            CALLGRIND_ZERO_STATS;
+            operation();
+            CALLGRIND_DUMP_STATS_AT(name.c_str());
+        }
+        CALLGRIND_STOP_INSTRUMENTATION;
+        state.SetItemsProcessed(state.iterations() * objects);
+    });
+}
+
+/// The operations of one provider, each beside its bound.
+void addRows(const Subject& subject, const OperationContext& context)
+{
+    CIMProvider* const created = PegasusCreateProvider(subject.provider);
+    CIMOMHandle cimom;
+    created->initialize(cimom);
+    auto* const provider = dynamic_cast<CIMInstanceProvider*>(created);
+    const CIMName name(subject.className);
+    const CIMObjectPath all(String(), NAMESPACE, name);
+    const auto getClass = [=] {
+        return CIMOMHandle(cimom).getClass(OperationContext(), NAMESPACE, name, false, false, false,
+                                           CIMPropertyList());
+    };
+
+    Results found;
+    provider->enumerateInstances(context, all, false, false, CIMPropertyList(), found);
+    const Uint32 count = found.instances.size();
+    const CIMInstance skeleton = getClass().buildInstance(true, true, CIMPropertyList());
+    std::vector<InstanceParts> parts;
+    for (Uint32 i = 0; i < count; ++i)
+        parts.emplace_back(found.instances[i], skeleton);
+    const CIMObjectPath last = found.instances[count - 1].getPath();
+    const bool isAssociation = !parts[0].references.empty();
+    const auto built = [=](const std::function<void()>& list) {
+        begin(context);
+        list();
+        Array<CIMInstance> instances;
+        const CIMClass once = subject.isPerRecord ? CIMClass() : getClass();
+        for (const InstanceParts& each : parts)
+            instances.append(each.made(subject.isPerRecord ? getClass() : once, subject.traces));
+        return instances;
+    };
+
+    const auto add = [&](const std::string& operation, auto module, auto bound) {
+        const std::string row = operation + "/" + subject.className + "/" + std::to_string(count);
+        addRow(row + "/module", count, [=] { module(Results()); });
+        addRow(row + "/bound", count, [=] { bound(Results()); });
+    };
+    add(
+        "enumerateInstances",
+        [=](Results to) {
+            provider->enumerateInstances(context, all, false, false, CIMPropertyList(), to);
+        },
+        [=](Results to) { to.deliver(built(subject.list)); });
+    add(
+        "getInstance",
+        [=](Results to) {
+            provider->getInstance(context, last, false, false, CIMPropertyList(), to);
+        },
+        [=](Results to) { to.deliver(built(subject.list)[0]); });
+    add(
+        "enumerateInstanceNames",
+        [=](Results to) { provider->enumerateInstanceNames(context, all, to); },
+        [=](Results to) {
+            Array<CIMObjectPath> paths;
+            if (isAssociation) {
+                const Array<CIMInstance> instances = built(subject.list);
+                for (Uint32 i = 0; i < instances.size(); ++i)
+                    paths.append(instances[i].getPath());
+            } else {
+                begin(context);
+                subject.namesList();
+                for (const InstanceParts& each : parts)
+                    paths.append(each.path.madeAnew());
+            }
+            to.deliver(paths);
+        });
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    benchmark::Initialize(&argc, argv);
+    const Classes classes;
+    OperationContext context;
+    context.insert(IdentityContainer(String("admin")));
+    const auto cages = query(api_getCages_Cached, &api_CageList_t::cages);
+    const auto cagesNoMfg = query(api_getCagesNoMfg_Cached, &api_CageList_t::cages);
+    const auto cagesPS = query(api_getCagesPS_Cached, &api_CagePSList_t::cages);
+    const auto sensors = [=] { cages(), cagesPS(); };
+    const auto magazines = query(api_getMagazines_Cached, &api_MagazineList_t::mags);
+    const auto magazinesNoMfg = query(api_getMagazinesNoMfg_Cached, &api_MagazineList_t::mags);
+    const auto cards = query(api_getFCALs_Cached, &api_FCALList_t::fcals);
+    const auto cardsNoMfg = query(api_getFCALsNoMfg_Cached, &api_FCALList_t::fcals);
+    const Subject subjects[] = {
+        {"QBX_DriveCageProvider", "QBX_DriveCageDC2Family", cages, cagesNoMfg, 2},
+        {"QBX_MagazineProvider", "QBX_Magazine", magazines, magazinesNoMfg, 4},
+        {"QBX_FCALCardProvider", "QBX_CageInterfaceCardDC2Family", cards, cardsNoMfg, 2},
+        {"QBX_CageSensorProvider", "QBX_CageSensor", sensors, sensors, 4, false},
+        {"QBX_MagazineInDriveCageProvider", "QBX_MagazineInDriveCage", magazinesNoMfg, {}, 2},
+        {"QBX_FCALCardInDriveCageProvider", "QBX_InterfaceCardInDriveCage", cardsNoMfg, {}, 2},
+        {"QBX_SensorInDriveCageProvider", "QBX_SensorInDriveCage", cages, {}, 2},
+        {"QBX_SysCageContainerProvider", "QBX_SysCageContainer", cagesNoMfg, {}, 2},
+    };
+    for (const Subject& subject : subjects)
+        addRows(subject, context);
+    benchmark::RunSpecifiedBenchmarks();
+}

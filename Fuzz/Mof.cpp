@@ -1,0 +1,30 @@
+// The MOF compiler: success or a fault that names the place; what it has taken can be shown.
+#include "CimXml/Encode.h"
+#include "Fuzz.h"
+#include "Mof/MofCompiler.h"
+
+#include <regex>
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    using namespace cimom;
+    static const std::regex place("^[^:]*:[0-9]+:[0-9]+: .");
+    const CIMNamespaceName nameSpace("root/test");
+    Repository repository;
+    repository.addNamespace(nameSpace);
+    MofCompiler compiler(repository);
+    compiler.compileFile(PROJECT "Tests/Cimom/Repository/schema.mof", nameSpace);
+    try {
+        compiler.compileText({data, data + size}, "MOF", nameSpace);
+    } catch (const MofError& error) {
+        fuzz::check(std::regex_search(error.what(), place), error.what());
+    }
+    std::string all;
+    for (const CIMName& name : repository.subclassNames(nameSpace, CIMName(), true)) {
+        xml::appendClass(all, *repository.findClass(nameSpace, name));
+        for (const CIMInstance& instance : repository.instancesOf(nameSpace, name))
+            xml::appendInstance(all, instance.object());
+    }
+    fuzz::checkXml("<ALL>" + all + "</ALL>");
+    return 0;
+}

@@ -1,0 +1,59 @@
+// Object paths, and CIM-XML elements that hold values: what was read and written reads alike.
+#include "CimXml/Decode.h"
+#include "CimXml/Encode.h"
+#include "Fuzz.h"
+
+#include <QBX_Common.h>
+
+PEGASUS_USING_PEGASUS;
+
+namespace
+{
+
+using namespace cimom;
+
+/// The element, as it is written after it was read.
+std::string rewritten(const std::string& document)
+{
+    const XmlElement element = parseXml(document);
+    std::string out;
+    if (element.name == "INSTANCE")
+        xml::appendInstance(out, xml::decodeInstance(element).object());
+    else if (element.name == "INSTANCENAME")
+        xml::appendInstanceName(out, xml::decodeInstanceName(element));
+    else
+        xml::appendParamValue(out, xml::decodeParamValue(element));
+    return out;
+}
+
+// Neither may throw: these were read before.
+
+void checkElement(const std::string& once) noexcept
+{
+    fuzz::checkXml(once);
+    fuzz::check(rewritten(once) == once, "an element that was written reads alike: " + once);
+}
+
+void checkPath(const CIMObjectPath& path) noexcept
+{
+    const CIMObjectPath again(path.toString());
+    fuzz::check(again == path && again.toString() == path.toString() &&
+                    QBX_Common::matchObjectPath(path, again),
+                "a path that was written reads alike: " + toUtf8(path.toString()));
+    std::string element;
+    xml::appendInstanceName(element, path);
+    checkElement(rewritten(element));
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    const std::string text(data, data + size);
+    try {
+        text[0] == '<' ? checkElement(rewritten(text)) : checkPath(CIMObjectPath(toString(text)));
+    } catch (const RequestError&) {  // what is no such element
+    } catch (const Exception&) {     // what the CIM library refuses
+    }
+    return 0;
+}

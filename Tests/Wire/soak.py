@@ -1,0 +1,151 @@
+"""Many clients ask a server for minutes while its array changes: what `./qbx soak` runs."""
+
+import argparse
+import base64
+import collections
+import concurrent.futures
+import contextlib
+import http.client
+import json
+import os
+import pathlib
+import random
+import re
+import sys
+import threading
+import time
+import urllib.parse
+
+import run
+from arrayfile import Array
+from questions import questions
+from server import Server
+
+LOGINS = ("admin", "admin", "operator", "viewer", "guest", "blocked")
+
+
+class Soak:
+    def __init__(self, server):
+        self.server = server
+        self.contents = json.loads(server.array.read_text(encoding="utf-8"))
+        self.questions = list(questions(Array(self.contents)))
+        self.answers, self.unexpected = collections.Counter(), []
+        self.lock, self.over = threading.Lock(), threading.Event()
+
+    def ask(self, connection, user):
+        """Asks something, now and then with a fault in it, and notes the answer."""
+        method, target, body = random.choice(self.questions)
+        is_damaged = random.random() < 0.1
+        if is_damaged:
+            place = random.randrange(len(body))
+            body = body[:place] + random.choice(("", "<", "\x01", "ä" + body[place:]))
+        fields = {
+            "Content-Type": "application/xml",
+            "CIMOperation": "MethodCall",
+            "CIMMethod": method,
+            "CIMObject": urllib.parse.quote(target, safe=""),
+            "Authorization": "Basic " + base64.b64encode(f"{user}:{user}".encode()).decode(),
+        }
+        connection.request("POST", "/cimom", body.encode(), fields)
+        reply = connection.getresponse()
+        told = reply.read().decode()
+        error = re.search(r'<ERROR CODE="(\d+)" DESCRIPTION="([^"]*)"', told)
+        unexpected = reply.status not in ((200, 400, 501) if is_damaged else (200,))
+        if error:  # FAILED, unless an element has gone meanwhile; ACCESS_DENIED
+            unexpected |= error[1] == "1" and "not found" not in error[2]
+            unexpected |= error[1] == "2" and user == "admin"
+        with self.lock:
+            self.answers[f"{reply.status} error {error[1]}" if error else str(reply.status)] += 1
+            if unexpected:
+                self.unexpected.append(f"{user} asked {body}: {reply.status} {told[-600:]}")
+
+    def client(self, user):
+        while not self.over.is_set():
+            with contextlib.closing(http.client.HTTPConnection(self.server.url[7:])) as connection:
+                try:
+                    for _ in range(random.randrange(1, 200)):
+                        self.over.is_set() or self.ask(connection, user)
+                except (http.client.HTTPException, OSError) as error:
+                    self.unexpected.append(f"{user} got no answer: {error!r}")
+                    time.sleep(1)
+
+    def change_array(self):
+        """Replaces the array file: other values, fewer records, and for a moment a broken file."""
+        draft = self.server.array.with_suffix(".draft")
+        while not self.over.wait(1):
+            contents = json.loads(json.dumps(self.contents))
+            for cage in contents["cages"]:
+                cage.update(position=random.randrange(99), location=str(random.random()))
+            for kind in ("cages", "magazines", "fcals"):
+                del contents[kind][random.randrange(1, 99) :]
+            text = json.dumps(contents)
+            draft.write_text(text[: random.choice((len(text), -1))])
+            os.replace(draft, self.server.array)
+
+    def resources(self):
+        """The server's resident memory in MB, and its descriptors."""
+        process = f"/proc/{self.server.process.pid}"
+        with open(f"{process}/statm", encoding="ascii") as numbers:
+            pages = int(numbers.read().split()[1])
+        return pages * os.sysconf("SC_PAGESIZE") // 1000000, len(os.listdir(f"{process}/fd"))
+
+    def report(self, seconds):
+        with self.lock:
+            answers = ", ".join(f"{count} x {each}" for each, count in self.answers.items())
+        memory, descriptors = self.resources()
+        print(
+            f"{seconds:.0f} s: {answers}; {len(self.unexpected)} unexpected; "
+            f"{memory} MB, {descriptors} descriptors",
+            flush=True,
+        )
+
+    def run(self, seconds, clients, is_sanitized):
+        """Returns what is wrong, a line each. A sanitizer's own memory grows."""
+        memory, descriptors = [], self.resources()[1]
+        start = time.monotonic()
+        with concurrent.futures.ThreadPoolExecutor(clients + 1) as threads:
+            running = [threads.submit(self.change_array)]
+            for each in range(clients):
+                running.append(threads.submit(self.client, LOGINS[each % len(LOGINS)]))
+            while (spent := time.monotonic() - start) < seconds and self.server.is_running():
+                memory.append(self.resources()[0])
+                self.report(spent)
+                time.sleep(min(10, seconds - spent))
+            self.over.set()
+        for each in running:
+            each.result()  # raises what ended it
+        wrong = self.unexpected[:10]
+        if not self.server.is_running():
+            return [*wrong, "the server ended by itself"]
+        time.sleep(2)  # it closes what the clients have closed
+        if self.resources()[1] > descriptors + 4:  # the module has some of its own
+            wrong.append(f"{self.resources()[1]} descriptors, {descriptors} before the clients")
+        third = len(memory) // 3
+        if third and not is_sanitized and max(memory[-third:]) > 1.2 * max(memory[third:-third]) + 5:
+            wrong.append(f"memory keeps growing: {memory} MB")
+        return wrong
+
+
+def main():
+    parser = argparse.ArgumentParser(prog="qbx soak")
+    parser.add_argument("--build", required=True)
+    parser.add_argument("--minutes", type=float, default=5)
+    parser.add_argument("--clients", type=int, default=16)
+    options = parser.parse_args()
+    # What the server says at its end is to be the reason, such as a sanitizer's report.
+    os.environ.update(QBX_LOG_LEVEL="0", TSAN_OPTIONS="halt_on_error=1")
+    server = Server(options.build, array=run.ARRAY)
+    server.log = None
+    server.restart()
+    is_sanitized = pathlib.Path(options.build).name != "release"
+    wrong = Soak(server).run(60 * options.minutes, options.clients, is_sanitized)
+    try:
+        server.close()
+    except AssertionError as error:  # a sanitizer's report, or a crash
+        wrong.append(str(error))
+    print("\n".join(wrong) or "nothing unexpected")
+    sys.exit(bool(wrong))
+
+
+if __name__ == "__main__":
+    main()
