@@ -153,15 +153,10 @@ String CIMDateTime::toString() const
         const tm date = dateOf(_usec);
         days = Uint64(10000 * (date.tm_year + 1900) + 100 * (date.tm_mon + 1) + date.tm_mday);
     }
-    const unsigned hours = unsigned(_usec % day / hour);
-    const unsigned minutes = unsigned(_usec % hour / minute);
-    const unsigned seconds = unsigned(_usec % minute / second);
-    const unsigned micros = unsigned(_usec % second);
-    std::snprintf(text.data(), text.size(), "%08llu%02u%02u%02u.%06u%c%03d", days, hours, minutes,
-                  seconds, micros,
-                  _isInterval      ? ':'
-                  : _utcOffset < 0 ? '-'
-                                   : '+',
+    const auto part = [this](Uint64 whole, Uint64 unit) { return unsigned(_usec % whole / unit); };
+    const char sign = _isInterval ? ':' : _utcOffset < 0 ? '-' : '+';
+    std::snprintf(text.data(), text.size(), "%08llu%02u%02u%02u.%06u%c%03d", days, part(day, hour),
+                  part(hour, minute), part(minute, second), part(second, 1), sign,
                   std::abs(_utcOffset));
     Uint32 wild = _wildcards;
     for (size_t i = signAt; wild > 0; --wild) {

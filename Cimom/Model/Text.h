@@ -1,9 +1,10 @@
-// UTF-8, UTF-16, and texts compared and read as numbers.
+// UTF-8, UTF-16, and texts compared, read as numbers and from files.
 #pragma once
 
 #include <Pegasus/Common/String.h>
 
 #include <charconv>
+#include <filesystem>
 #include <limits>
 #include <optional>
 #include <string>
@@ -59,6 +60,9 @@ inline char toLower(char c)
 
 /// Equality without ASCII case.
 bool equalNoCase(std::string_view a, std::string_view b);
+
+/// The bytes of a file. Throws std::runtime_error ("cannot read the WHAT file FILE: why").
+std::string readFile(const std::filesystem::path& file, const std::string& what);
 
 /// Reads a decimal number without leading zeros or a hexadecimal one after 0x; for a signed type
 /// with an optional minus sign before either. Nothing when the text is none or does not fit the

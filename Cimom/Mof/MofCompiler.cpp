@@ -1,11 +1,8 @@
 #include "Mof/MofCompiler.h"
 
+#include "Model/Text.h"
 #include "Mof/MofParser.h"
 
-#include <cerrno>
-#include <cstring>
-#include <fstream>
-#include <iterator>
 #include <set>
 #include <stdexcept>
 
@@ -15,17 +12,6 @@ namespace
 {
 
 namespace fs = std::filesystem;
-
-std::string readFile(const fs::path& file)
-{
-    const auto refuse = [&file](const char* why) {
-        throw std::runtime_error("cannot read MOF file " + file.string() + ": " + why);
-    };
-    if (fs::is_directory(file)) refuse("it is a folder");
-    std::ifstream stream(file, std::ios::binary);
-    if (!stream) refuse(std::strerror(errno));
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
 
 // One run of the compiler: a text and everything it includes.
 class Compilation
@@ -41,7 +27,7 @@ public:
     void file(const fs::path& file)
     {
         if (done_.insert(fs::weakly_canonical(file)).second)
-            text(readFile(file), file.string(), file.parent_path());
+            text(readFile(file, "MOF"), file.string(), file.parent_path());
     }
 
     // `folder` is where includes are looked for first.

@@ -2,12 +2,11 @@
 #include "Broker/Broker.h"
 #include "Broker/Interop.h"
 #include "Http/HttpServer.h"
+#include "Model/Errors.h"
 #include "Model/Text.h"
 #include "Mof/MofCompiler.h"
 #include "Repository/Repository.h"
 #include "Server/ServerOptions.h"
-
-#include <Pegasus/Common/Exception.h>
 
 #include <csignal>
 #include <cstdio>
@@ -171,10 +170,8 @@ int main(int argc, char** argv)
     } catch (const UsageError& error) {
         complain(error.what());
         return 2;
-    } catch (const std::exception& error) {
-        complain(error.what());
-    } catch (const Exception& error) {
-        complain(toUtf8(error.getMessage()));
+    } catch (...) {
+        complain(toUtf8(currentError().getMessage()));
+        return 1;
     }
-    return 1;
 }

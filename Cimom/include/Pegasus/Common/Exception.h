@@ -12,9 +12,7 @@ class Exception
 {
 public:
     Exception(const String& message) : _message(message) {}
-    Exception(const Exception& exception) = default;
     virtual ~Exception();
-    Exception& operator=(const Exception& exception) = default;
     virtual const String& getMessage() const { return _message; }
 
 protected:
