@@ -164,7 +164,8 @@ void appendEach(const Call& c, std::string& out, const Array<Item>& items, Appen
 {
     constexpr std::size_t piece = 64 * 1024;
     auto rest = [items = Array<Item>(items), append, i = Uint32(0)](std::string& text) mutable {
-        for (; i < items.size() && text.size() < piece; ++i)
+        const std::size_t enough = text.size() + piece;
+        for (; i < items.size() && text.size() < enough; ++i)
             append(text, std::exchange(items[i], Item()));
         return i < items.size();
     };

@@ -130,11 +130,12 @@ CIMKeyBinding::CIMKeyBinding(const CIMName& name, const CIMValue& value)
     if (readsAsItself(path)) _reference = std::make_shared<const CIMObjectPath>(path);
 }
 
-CIMKeyBinding::CIMKeyBinding(const CIMName& name,
-                             const std::shared_ptr<const CIMObjectPath>& reference)
-    : CIMKeyBinding(name, reference->toString(), REFERENCE)
+CIMKeyBinding CIMKeyBinding::ofReference(const CIMName& name,
+                                         const std::shared_ptr<const CIMObjectPath>& reference)
 {
-    _reference = reference;
+    CIMKeyBinding key(name, reference->toString(), REFERENCE);
+    key._reference = reference;
+    return key;
 }
 
 Boolean operator==(const CIMKeyBinding& x, const CIMKeyBinding& y)
@@ -169,8 +170,8 @@ void CIMObjectPath::setKeyBindings(const Array<CIMKeyBinding>& keyBindings)
     for (Uint32 i = 0; i < keyBindings.size(); ++i) {
         const CIMKeyBinding& key = keyBindings[i];
         if (key.getType() != CIMKeyBinding::REFERENCE || key.reference()) continue;
-        keys[i] =
-            CIMKeyBinding(key.getName(), std::make_shared<const CIMObjectPath>(key.getValue()));
+        keys[i] = CIMKeyBinding::ofReference(key.getName(),
+                                             std::make_shared<const CIMObjectPath>(key.getValue()));
     }
     _keyBindings = keys;
     sortKeys();

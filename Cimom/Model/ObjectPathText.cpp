@@ -245,7 +245,8 @@ private:
             failKey("next key-value pair has to start with comma");
         }
         _at = std::min(_at + 1, _text.size());
-        if (const auto reference = this->reference(value)) return {name, reference};
+        if (const auto reference = this->reference(value))
+            return CIMKeyBinding::ofReference(name, reference);
         return {name, value, CIMKeyBinding::STRING};
     }
 

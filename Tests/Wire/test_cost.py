@@ -158,18 +158,20 @@ class Cost(unittest.TestCase):
             clock = (~server.process.pid << 3) | 2  # of the process, for clock_gettime()
 
             def cost(said):
-                """CPU seconds, the least of some runs."""
-                spent = []
-                for _ in range(2):
-                    before = time.clock_gettime(clock)
-                    self.assertTrue(answer(server.port, said))
-                    spent.append(time.clock_gettime(clock) - before)
-                return min(spent)
+                """CPU seconds."""
+                before = time.clock_gettime(clock)
+                self.assertTrue(answer(server.port, said))
+                return time.clock_gettime(clock) - before
 
             for shape, (request, size) in SHAPES.items():
                 with self.subTest(shape):
-                    small, large = cost(request(size)), cost(request(RATIO * size))
-                    self.assertLess(large, FACTOR * RATIO * small + NOISE)
+                    small = large = bound = float("inf")
+                    for _ in range(5):  # the least counts: others work on this machine too
+                        small = min(small, cost(request(size)))
+                        large = min(large, cost(request(RATIO * size)))
+                        if large < (bound := FACTOR * RATIO * small + NOISE):
+                            break
+                    self.assertLess(large, bound)
 
 
 if __name__ == "__main__":

@@ -40,7 +40,8 @@ public:
 private:
     friend class CIMObjectPath;
     friend class ObjectPathReader;
-    CIMKeyBinding(const CIMName& name, const std::shared_ptr<const CIMObjectPath>& reference);
+    static CIMKeyBinding ofReference(const CIMName& name,
+                                     const std::shared_ptr<const CIMObjectPath>& reference);
 
     CIMName _name;
     String _value;
