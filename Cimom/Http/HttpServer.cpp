@@ -130,10 +130,6 @@ struct HttpServer::Impl
           lines(options.log),
           connections(options.connections, options.certificateFile.empty())
     {
-    }
-
-    void start()
-    {
         const bool tls = !options.certificateFile.empty();
         std::string certificate;
         std::string key;
@@ -381,7 +377,6 @@ struct HttpServer::Impl
 HttpServer::HttpServer(HttpOptions options, const PasswordFile* users, Handler handler)
     : impl_(std::make_unique<Impl>(std::move(options), users, std::move(handler)))
 {
-    impl_->start();
 }
 
 HttpServer::~HttpServer()

@@ -135,14 +135,10 @@ Uint64 plusMinutes(Uint64 usec, Sint32 minutes)
 
 CIMDateTime::CIMDateTime(Uint64 usec, Boolean isInterval) : _usec(usec), _isInterval(isInterval)
 {
-    if (isInterval && usec >= endOfIntervals) {
-        throw DateTimeOutOfRangeException(
-            String("Cannot create a CIMDateTime interval greater than 100 million days"));
-    }
-    if (!isInterval && usec >= endOfTimeStamps) {
-        throw DateTimeOutOfRangeException(
-            String("Cannot create a CIMDateTime time stamp beyond the year 10,000"));
-    }
+    if (usec < (isInterval ? endOfIntervals : endOfTimeStamps)) return;
+    throw DateTimeOutOfRangeException(
+        isInterval ? "Cannot create a CIMDateTime interval greater than 100 million days"
+                   : "Cannot create a CIMDateTime time stamp beyond the year 10,000");
 }
 
 String CIMDateTime::toString() const

@@ -111,11 +111,7 @@ void serve(ServerOptions options)
     compileSchema(options, repository);
     const String host(options.http.hostName.c_str());
     describeObjectManager(repository, host);
-    BrokerOptions brokerOptions;
-    brokerOptions.hostName = host;
-    brokerOptions.providerFolders = options.providerFolders;
-    brokerOptions.log = log;
-    Broker broker(repository, brokerOptions);
+    Broker broker(repository, {host, options.providerFolders, log});
     ObjectManager::current = &broker;
     options.http.log = log;
     HttpServer server(
