@@ -36,10 +36,10 @@ public:
     Classes()
     {
         _repository.addNamespace(NAMESPACE);
-        cimom::MofCompiler(_repository).compileFile(QBX_SCHEMA_DIR "/qbx.mof", NAMESPACE);
-        setCurrent(this);
+        cimom::compileMof(_repository, NAMESPACE, QBX_SCHEMA_DIR "/qbx.mof");
+        current = this;
     }
-    ~Classes() override { setCurrent(nullptr); }
+    ~Classes() override { current = nullptr; }
 
     CIMClass getClass(const OperationContext&, const CIMNamespaceName& nameSpace,
                       const CIMName& className, const cimom::ClassView& view) override

@@ -32,13 +32,12 @@ struct Server
               {"root/interop", PROJECT "Schema/registration.mof"}}) {
             const CIMNamespaceName nameSpace{Pegasus::String(name)};
             repository.addNamespace(nameSpace);
-            MofCompiler(repository).compileFile(file, nameSpace);
+            compileMof(repository, nameSpace, file);
         }
-        broker = std::make_unique<Broker>(
-            repository, BrokerOptions{"here", {MODULES}, CIMNamespaceName("root/interop")});
-        ObjectManager::setCurrent(broker.get());
+        broker = std::make_unique<Broker>(repository, BrokerOptions{"here", {MODULES}});
+        ObjectManager::current = broker.get();
     }
-    ~Server() { ObjectManager::setCurrent(nullptr); }
+    ~Server() { ObjectManager::current = nullptr; }
 
     const fuzz::Folder folder;
     Repository repository;

@@ -4,6 +4,7 @@
 #include "Mof/MofCompiler.h"
 
 #include <regex>
+#include <stdexcept>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
@@ -12,11 +13,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const CIMNamespaceName nameSpace("root/test");
     Repository repository;
     repository.addNamespace(nameSpace);
-    MofCompiler compiler(repository);
-    compiler.compileFile(PROJECT "Tests/Cimom/Repository/schema.mof", nameSpace);
+    compileMof(repository, nameSpace, PROJECT "Tests/Cimom/Repository/schema.mof");
     try {
-        compiler.compileText({data, data + size}, "MOF", nameSpace);
-    } catch (const MofError& error) {
+        compileMofText(repository, nameSpace, {data, data + size}, "MOF");
+    } catch (const std::runtime_error& error) {
         fuzz::check(std::regex_search(error.what(), place), error.what());
     }
     std::string all;

@@ -3,14 +3,12 @@
 #include "Broker/InstanceFilter.h"
 #include "Broker/ResponseHandlers.h"
 #include "Model/Errors.h"
-#include "Model/Text.h"
 
 #include <Pegasus/Provider/CIMAssociationProvider.h>
 #include <Pegasus/Provider/CIMInstanceProvider.h>
 #include <Pegasus/Provider/CIMMethodProvider.h>
 
 #include <algorithm>
-#include <stdexcept>
 #include <utility>
 
 PEGASUS_USING_PEGASUS;
@@ -111,51 +109,20 @@ Traversal byAssociation(const Traversal& references)
     return {references.source, references.resultClass, CIMName(), references.role, String()};
 }
 
-const String& checkedHost(const String& hostName)
-{
-    try {
-        CIMObjectPath().setHost(hostName);
-        return hostName;
-    } catch (const Exception&) {
-        throw std::runtime_error("The host name \"" + toUtf8(hostName) +
-                                 "\" is malformed; use a DNS name or an IP address.");
-    }
-}
-
 }  // namespace
 
 Broker::Broker(const Repository& repository, const BrokerOptions& options)
-    : repository_(repository),
-      hostName_(checkedHost(options.hostName)),
-      registry_(repository, options)
+    : repository_(repository), hostName_(options.hostName), registry_(repository, options)
 {
     for (const Ns& nameSpace : repository.namespaces()) {
         for (const CIMName& name : repository.subclassNames(nameSpace, CIMName(), true)) {
             const ClassPtr definition = repository.findClass(nameSpace, name);
-            if (definition->isAssociation()) associations_.push_back({nameSpace, definition});
+            if (definition->isAssociation()) associations_.emplace_back(nameSpace, definition);
         }
     }
 }
 
 Broker::~Broker() = default;
-
-void Broker::setModuleFactory(const String& moduleName, Factory factory)
-{
-    ProviderModule* const module = registry_.module(moduleName);
-    if (module == nullptr) {
-        throw std::invalid_argument("No provider module \"" + toUtf8(moduleName) +
-                                    "\" is registered.");
-    }
-    module->setFactory(factory);
-}
-
-ClassPtr Broker::requireClass(const Ns& nameSpace, const CIMName& className,
-                              CIMStatusCode whenUnknown) const
-{
-    const ClassPtr definition = repository_.findClass(nameSpace, className);
-    if (!definition) throw CIMException(whenUnknown, className.getString());
-    return definition;
-}
 
 CIMObjectPath Broker::reference(const Ns& nameSpace, CIMObjectPath path) const
 {
@@ -179,15 +146,6 @@ CIMClass Broker::getClass(const Ctx&, const Ns& nameSpace, const CIMName& classN
     return CIMClass(repository_.getClass(nameSpace, className, view));
 }
 
-std::vector<ClassPtr> Broker::enumerateClasses(const Ns& nameSpace, const CIMName& className,
-                                               bool deep, const ClassView& view) const
-{
-    std::vector<ClassPtr> classes;
-    for (const CIMName& name : enumerateClassNames(nameSpace, className, deep))
-        classes.push_back(repository_.getClass(nameSpace, name, view));
-    return classes;
-}
-
 // ---- Instances ----
 
 ProviderObject* Broker::instanceProvider(const Ns& nameSpace, const CIMName& className) const
@@ -197,7 +155,7 @@ ProviderObject* Broker::instanceProvider(const Ns& nameSpace, const CIMName& cla
 
 ProviderObject& Broker::writingProvider(const Ns& nameSpace, const CIMName& className) const
 {
-    requireClass(nameSpace, className, CIM_ERR_INVALID_CLASS);
+    repository_.requireClass(nameSpace, className, CIM_ERR_INVALID_CLASS);
     if (ProviderObject* const target = instanceProvider(nameSpace, className)) return *target;
     throw CIMException(
         CIM_ERR_NOT_SUPPORTED,
@@ -206,7 +164,7 @@ ProviderObject& Broker::writingProvider(const Ns& nameSpace, const CIMName& clas
 
 std::vector<CIMName> Broker::withSubclasses(const Ns& nameSpace, const CIMName& className) const
 {
-    requireClass(nameSpace, className, CIM_ERR_INVALID_CLASS);
+    repository_.requireClass(nameSpace, className, CIM_ERR_INVALID_CLASS);
     std::vector<CIMName> names = repository_.subclassNames(nameSpace, className, true);
     names.insert(names.begin(), className);
     return names;
@@ -215,7 +173,7 @@ std::vector<CIMName> Broker::withSubclasses(const Ns& nameSpace, const CIMName& 
 CIMInstance Broker::getInstance(const Ctx& context, const Ns& nameSpace, const CIMObjectPath& path,
                                 const InstanceView& wanted)
 {
-    requireClass(nameSpace, path.getClassName(), CIM_ERR_INVALID_CLASS);
+    repository_.requireClass(nameSpace, path.getClassName(), CIM_ERR_INVALID_CLASS);
     const InstanceFilter filter(wanted);
     const InstanceView& view = filter.view();
     ProviderObject* const target = instanceProvider(nameSpace, path.getClassName());
@@ -347,7 +305,7 @@ CIMValue Broker::invokeMethod(const Ctx& context, const Ns& nameSpace, const CIM
                               const CIMName& methodName, const Array<CIMParamValue>& in,
                               Array<CIMParamValue>& out)
 {
-    requireClass(nameSpace, path.getClassName(), CIM_ERR_NOT_FOUND);
+    repository_.requireClass(nameSpace, path.getClassName(), CIM_ERR_NOT_FOUND);
     ProviderObject* const target =
         registry_.find(nameSpace, path.getClassName(), ProviderKind::Method);
     if (target == nullptr) {
@@ -367,11 +325,11 @@ std::vector<CIMName> Broker::associationsOf(const Ns& nameSpace, const Traversal
 {
     const CIMName& wanted = traversal.associationClass;
     const CIMName& source = traversal.source.getClassName();
-    if (!wanted.isNull()) requireClass(nameSpace, wanted, CIM_ERR_INVALID_PARAMETER);
+    if (!wanted.isNull()) repository_.requireClass(nameSpace, wanted, CIM_ERR_INVALID_PARAMETER);
     if (!traversal.resultClass.isNull()) {
-        requireClass(nameSpace, traversal.resultClass, CIM_ERR_INVALID_CLASS);
+        repository_.requireClass(nameSpace, traversal.resultClass, CIM_ERR_INVALID_CLASS);
     }
-    requireClass(nameSpace, source, CIM_ERR_INVALID_PARAMETER);
+    repository_.requireClass(nameSpace, source, CIM_ERR_INVALID_PARAMETER);
 
     const auto fitsSource = [&](const auto& property) {
         return property->value.getType() == CIMTYPE_REFERENCE &&
@@ -383,10 +341,8 @@ std::vector<CIMName> Broker::associationsOf(const Ns& nameSpace, const Traversal
                                : repository_.isSubclassOf(nameSpace, association.name(), wanted);
     };
     std::vector<CIMName> names;
-    for (const Association& association : associations_) {
-        if (association.nameSpace.equal(nameSpace) && isWanted(*association.definition)) {
-            names.push_back(association.definition->name());
-        }
+    for (const auto& [space, definition] : associations_) {
+        if (space.equal(nameSpace) && isWanted(*definition)) names.push_back(definition->name());
     }
     return names;
 }

@@ -11,6 +11,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace cimom
@@ -50,39 +51,21 @@ public:
 
     /// Reads the registration instances and the association classes from the repository, which
     /// must be complete by now and outlive the broker. Throws std::runtime_error, naming the
-    /// instance and the property, for a bad registration, and for a malformed host name.
+    /// instance and the property, for a bad registration.
     Broker(const Repository& repository, const BrokerOptions& options);
     ~Broker() override;
 
-    /// For tests and tools: uses this factory instead of a library for the module of that name.
-    /// Throws std::invalid_argument when no such module is registered. To be called before the
-    /// first request.
-    using Factory = Pegasus::CIMProvider* (*)(const Pegasus::String& providerName);
-    void setModuleFactory(const Pegasus::String& moduleName, Factory factory);
+    /// For tests and tools: uses this factory instead of a library for the module of that name,
+    /// which must be registered. To be called before the first request.
+    void setModuleFactory(const Pegasus::String& moduleName, ProviderModule::Factory factory)
+    {
+        registry_.module(moduleName)->setFactory(factory);
+    }
 
     // ---- Schema ----
 
-    /// The whole class. Throws CIMException with the code given when it is unknown,
-    /// CIM_ERR_INVALID_NAMESPACE when the namespace is; the text is the name.
-    ClassPtr requireClass(const Ns&, const CIMName& className,
-                          Pegasus::CIMStatusCode whenUnknown) const;
+    const Repository& schema() const { return repository_; }
     CIMClass getClass(const Ctx&, const Ns&, const CIMName& className, const ClassView&) override;
-    std::vector<ClassPtr> enumerateClasses(const Ns&, const CIMName& className, bool deep,
-                                           const ClassView&) const;
-    /// A null class name means the root classes.
-    std::vector<CIMName> enumerateClassNames(const Ns& nameSpace, const CIMName& className,
-                                             bool deep) const
-    {
-        return repository_.subclassNames(nameSpace, className, deep);
-    }
-    const QualifierDecl& getQualifier(const Ns& nameSpace, const CIMName& name) const
-    {
-        return repository_.getQualifierDecl(nameSpace, name);
-    }
-    std::vector<const QualifierDecl*> enumerateQualifiers(const Ns& nameSpace) const
-    {
-        return repository_.qualifierDecls(nameSpace);
-    }
 
     // ---- Instances ----
 
@@ -117,13 +100,6 @@ public:
     Array<CIMObjectPath> referenceNames(const Ctx&, const Ns&, const Traversal&);
 
 private:
-    /// An association class of a namespace.
-    struct Association
-    {
-        CIMNamespaceName nameSpace;
-        ClassPtr definition;
-    };
-
     /// The class, in the client's spelling, and all below it in schema order.
     std::vector<CIMName> withSubclasses(const Ns&, const CIMName& className) const;
     /// The association classes that a traversal has to ask, in schema order: with a class given,
@@ -149,7 +125,7 @@ private:
     const Repository& repository_;
     const Pegasus::String hostName_;
     const Registry registry_;
-    std::vector<Association> associations_;
+    std::vector<std::pair<Ns, ClassPtr>> associations_;  ///< classes with their namespaces
 };
 
 }  // namespace cimom

@@ -19,9 +19,9 @@ void set(CIMInstance& instance, const char* property, const Value& value)
 
 }  // namespace
 
-void describeObjectManager(Repository& repository, const CIMNamespaceName& interop,
-                           const String& name, const String& hostName)
+void describeObjectManager(Repository& repository, const String& hostName)
 {
+    const String name("QBXObjectManager");
     CIMInstance manager{CIMName(objectManagerClass)};
     set(manager, "SystemCreationClassName", String(systemClass));
     set(manager, "SystemName", hostName);
@@ -32,7 +32,7 @@ void describeObjectManager(Repository& repository, const CIMNamespaceName& inter
     set(manager, "OperationalStatus", Array<Uint16>(1, 2));
     set(manager, "StatusDescriptions", Array<String>(1, "OK"));
     set(manager, "Started", true);
-    repository.addInstance(interop, manager);
+    repository.addInstance(interopNamespace, manager);
 
     for (const CIMNamespaceName& nameSpace : repository.namespaces()) {
         CIMInstance instance{CIMName(namespaceClass)};
@@ -42,7 +42,7 @@ void describeObjectManager(Repository& repository, const CIMNamespaceName& inter
         set(instance, "ObjectManagerName", name);
         set(instance, "CreationClassName", String(namespaceClass));
         set(instance, "Name", nameSpace.getString());
-        repository.addInstance(interop, instance);
+        repository.addInstance(interopNamespace, instance);
     }
 }
 

@@ -6,11 +6,13 @@
 namespace cimom
 {
 
+/// The namespace of what clients find the object manager by, and of the instances that register
+/// provider modules. It must have the classes of interop.mof.
+constexpr const char* interopNamespace = "root/interop";
+
 /// Stores one CIM_ObjectManager instance and, for every namespace of the repository, one
-/// CIM_Namespace instance in the interop namespace, which must have the classes of interop.mof.
-/// `name` is the object manager's name among those of the host. Throws CIMException as
+/// CIM_Namespace instance in the interop namespace. Throws CIMException as
 /// Repository::addInstance does.
-void describeObjectManager(Repository& repository, const Pegasus::CIMNamespaceName& interop,
-                           const Pegasus::String& name, const Pegasus::String& hostName);
+void describeObjectManager(Repository& repository, const Pegasus::String& hostName);
 
 }  // namespace cimom

@@ -1,5 +1,6 @@
 #include "Broker/Registry.h"
 
+#include "Broker/Interop.h"
 #include "Model/Schema.h"
 #include "Model/Text.h"
 
@@ -58,11 +59,9 @@ void requireOneOf(const CIMInstance& instance, const char* name,
 
 Registry::Registry(const Repository& repository, const BrokerOptions& options)
 {
-    const CIMNamespaceName& interop = options.interopNamespace;
     const auto forEach = [&](const char* className, auto add) {
-        const CIMName name(className);
-        if (!repository.hasNamespace(interop) || !repository.findClass(interop, name)) return;
-        for (const CIMInstance& instance : repository.instancesOf(interop, name))
+        if (!repository.findClass(interopNamespace, className)) return;
+        for (const CIMInstance& instance : repository.instancesOf(interopNamespace, className))
             add(instance);
     };
     forEach("PG_ProviderModule", [&](const CIMInstance& i) { addModule(i, options); });

@@ -24,8 +24,6 @@ struct BrokerOptions
     Pegasus::String hostName;
     /// Folders searched for lib<Location>.so of a registered module, in order.
     std::vector<std::filesystem::path> providerFolders;
-    /// Where the PG_ProviderModule, PG_Provider and PG_ProviderCapabilities instances are.
-    Pegasus::CIMNamespaceName interopNamespace{"root/interop"};
     LogLine log = [](const std::string&) {};
 };
 
@@ -34,7 +32,7 @@ class Registry
 {
 public:
     /// Reads the PG_ProviderModule, PG_Provider and PG_ProviderCapabilities instances of the
-    /// namespace; none when it or these classes do not exist. Throws std::runtime_error, naming
+    /// interop namespace; none when these classes do not exist. Throws std::runtime_error, naming
     /// the instance and the property, when one is incomplete, refers to one that is not there, or
     /// registers a second provider for the same class and type.
     Registry(const Repository& repository, const BrokerOptions& options);

@@ -5,7 +5,6 @@
 #include "Model/Types.h"
 
 #include <algorithm>
-#include <charconv>
 #include <initializer_list>
 #include <optional>
 #include <set>
@@ -82,22 +81,6 @@ bool booleanAttribute(const XmlElement& element, std::string_view attribute)
     const auto flag = readBoolean(value ? *value : "FALSE");
     if (!flag) throw attributeError(element, attribute);
     return *flag;
-}
-
-/// A number; signed ones may have a plus.
-template <class Number>
-std::optional<Number> readNumber(std::string_view text)
-{
-    if (std::is_signed_v<Number> && text.size() > 1 && text[0] == '+' && text[1] != '-')
-        text.remove_prefix(1);
-    if constexpr (std::is_integral_v<Number>) {
-        return readInteger<Number>(text);
-    } else {
-        Number value = 0;
-        const char* const last = text.data() + text.size();
-        const auto [end, error] = std::from_chars(text.data(), last, value);
-        return error == std::errc() && end == last ? std::optional(value) : std::nullopt;
-    }
 }
 
 /// The value of a type that the text of an element stands for. Throws Pegasus::Exception when it is

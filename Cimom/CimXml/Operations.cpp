@@ -102,6 +102,11 @@ public:
         return {flag("IncludeQualifiers", false), flag("IncludeClassOrigin", false),
                 propertyList()};
     }
+    /// The classes that an enumeration of classes is about.
+    std::vector<CIMName> subclassNames() const
+    {
+        return schema.subclassNames(nameSpace, className(), deep(false));
+    }
     Traversal traversal() const
     {
         return {required("ObjectName", xml::decodeObjectName), className("AssocClass"),
@@ -130,7 +135,7 @@ namespace
 /// The new value of SetProperty carries no type: the class declares it.
 CIMValue newValue(const Call& c, const CIMName& className, const CIMName& name)
 {
-    const ClassPtr cimClass = c.broker.requireClass(c.nameSpace, className, CIM_ERR_INVALID_CLASS);
+    const ClassPtr cimClass = c.schema.requireClass(c.nameSpace, className, CIM_ERR_INVALID_CLASS);
     const Property* property = cimClass->property(name);
     if (!property) throw CIMException(CIM_ERR_NO_SUCH_PROPERTY, name.getString());
     const CIMValue null(property->value.getType(), property->value.isArray());
@@ -208,35 +213,32 @@ const Operation operations[] = {
     {"GetClass",
      {"ClassName", "LocalOnly", "IncludeQualifiers", "IncludeClassOrigin", "PropertyList"},
      [](const Call& c, std::string& out) {
-         const CIMClass found =
-             c.broker.getClass(c.user, c.nameSpace, c.requiredClassName(), c.classView());
-         xml::appendClass(out, found.object());
+         const CIMName name = c.requiredClassName();
+         xml::appendClass(out, *c.schema.getClass(c.nameSpace, name, c.classView()));
      }},
     {"EnumerateClasses",
      {"ClassName", "DeepInheritance", "LocalOnly", "IncludeQualifiers", "IncludeClassOrigin"},
      [](const Call& c, std::string& out) {
-         const auto found =
-             c.broker.enumerateClasses(c.nameSpace, c.className(), c.deep(false), c.classView());
-         for (const ClassPtr& item : found)
-             xml::appendClass(out, *item);
+         const ClassView view = c.classView();
+         for (const CIMName& name : c.subclassNames())
+             xml::appendClass(out, *c.schema.getClass(c.nameSpace, name, view));
      }},
     {"EnumerateClassNames",
      {"ClassName", "DeepInheritance"},
      [](const Call& c, std::string& out) {
-         const auto found = c.broker.enumerateClassNames(c.nameSpace, c.className(), c.deep(false));
-         for (const CIMName& name : found)
+         for (const CIMName& name : c.subclassNames())
              xml::appendClassName(out, name);
      }},
     {"GetQualifier",
      {"QualifierName"},
      [](const Call& c, std::string& out) {
          const CIMName name = c.requiredName("QualifierName");
-         xml::appendQualifierDecl(out, c.broker.getQualifier(c.nameSpace, name));
+         xml::appendQualifierDecl(out, c.schema.getQualifierDecl(c.nameSpace, name));
      }},
     {"EnumerateQualifiers",
      {},
      [](const Call& c, std::string& out) {
-         for (const QualifierDecl* declaration : c.broker.enumerateQualifiers(c.nameSpace))
+         for (const QualifierDecl* declaration : c.schema.qualifierDecls(c.nameSpace))
              xml::appendQualifierDecl(out, *declaration);
      }},
     {"GetInstance",
@@ -332,7 +334,7 @@ CIMParamValue decodeParameter(const CallContext& c, const CIMName& className,
 {
     const CIMParamValue sent = xml::reading(xml::decodeParamValue, element);
     if (sent.isTyped()) return sent;
-    const ClassPtr cimClass = c.broker.requireClass(c.nameSpace, className, CIM_ERR_NOT_FOUND);
+    const ClassPtr cimClass = c.schema.requireClass(c.nameSpace, className, CIM_ERR_NOT_FOUND);
     const Method* method = cimClass->method(methodName);
     if (!method) throw CIMException(CIM_ERR_METHOD_NOT_FOUND);
     const String name = sent.getParameterName();

@@ -15,6 +15,7 @@ namespace cimom
 struct CallContext
 {
     Broker& broker;
+    const Repository& schema;
     OperationContext user;  ///< with the identity of the caller
     CIMNamespaceName nameSpace;
     Pieces& rest;  ///< takes what a long result does not append at once

@@ -49,9 +49,10 @@ XmlElement parseMessage(const std::string& body)
     throw notValid("Validation error: on line 1: Expected <?xml ... ?> style declaration");
 }
 
-void checkVersion(const std::string& version, const std::string& what, const std::string& cimError)
+void checkVersion(const std::string& version, const std::string& supported, const std::string& what,
+                  const std::string& cimError)
 {
-    if (version.compare(0, 2, "2.") == 0) return;
+    if (version.compare(0, supported.size(), supported) == 0) return;
     throw RequestError{501, cimError, what + " version \"" + version + "\" is not supported."};
 }
 
@@ -60,17 +61,16 @@ void checkProtocolVersion(const CimRequest& request, const std::string& version)
     const std::string header = request.protocolVersion.value_or("1.0");
     if (header != version)
         throw mismatch("CIMProtocolVersion", header, "protocol version", version);
-    if (version.compare(0, 2, "1.") != 0) {
-        throw RequestError{501, "unsupported-protocol-version",
-                           "CIM protocol version \"" + version + "\" is not supported."};
-    }
+    checkVersion(version, "1.", "CIM protocol", "unsupported-protocol-version");
 }
 
 Message readMessage(const CimRequest& request, const XmlElement& root)
 {
     if (root.name != "CIM") throw xml::validationError(root, "Expected open of CIM element");
-    checkVersion(xml::requiredAttribute(root, "CIMVERSION"), "CIM", "unsupported-cim-version");
-    checkVersion(xml::requiredAttribute(root, "DTDVERSION"), "DTD", "unsupported-dtd-version");
+    checkVersion(xml::requiredAttribute(root, "CIMVERSION"), "2.", "CIM",
+                 "unsupported-cim-version");
+    checkVersion(xml::requiredAttribute(root, "DTDVERSION"), "2.", "DTD",
+                 "unsupported-dtd-version");
     const XmlElement& message = childOf(root, {"MESSAGE"}, "expected MESSAGE element");
     const std::string* id = message.attribute("ID");
     if (!id) throw xml::validationError(message, "Invalid or missing MESSAGE.ID attribute");
@@ -190,7 +190,7 @@ std::string answer(Broker& broker, const CimRequest& request, Pieces& rest)
 {
     const XmlElement root = parseMessage(request.body);
     const Message message = readMessage(request, root);
-    CallContext context{broker, {}, {}, rest};
+    CallContext context{broker, broker.schema(), {}, {}, rest};
     context.user.insert(IdentityContainer(toString(request.user)));
     return message.call.name == "IMETHODCALL" ? intrinsicResponse(context, request, message)
                                               : extrinsicResponse(context, request, message);

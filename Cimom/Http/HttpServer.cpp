@@ -2,18 +2,13 @@
 
 #include "Http/Connections.h"
 #include "Http/HttpProtocol.h"
+#include "Model/Errors.h"
 #include "Model/Text.h"
-
-#include <Pegasus/Common/Exception.h>
 
 #include <array>
 #include <atomic>
-#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
-#include <cstring>
-#include <fstream>
-#include <iterator>
 #include <malloc.h>
 #include <map>
 #include <microhttpd.h>
@@ -88,16 +83,6 @@ struct Exchange
     std::uint64_t total = 0;              ///< bytes of a long reply so far
 };
 
-std::string readFile(const std::string& file, const std::string& what)
-{
-    std::ifstream in(file, std::ios::binary);
-    std::string content(std::istreambuf_iterator<char>(in), {});
-    if (!in)
-        throw std::runtime_error("cannot read the " + what + " file " + file + ": " +
-                                 std::strerror(errno));
-    return content;
-}
-
 std::string cannotListen(const HttpOptions& options)
 {
     return "cannot listen on " + options.address + " port " + std::to_string(options.port) + ": ";
@@ -144,10 +129,6 @@ struct HttpServer::Impl
           handler(std::move(requestHandler)),
           lines(options.log),
           connections(options.connections, options.certificateFile.empty())
-    {
-    }
-
-    void start()
     {
         const bool tls = !options.certificateFile.empty();
         std::string certificate;
@@ -294,17 +275,12 @@ struct HttpServer::Impl
     template <class Step>
     std::optional<HttpReply> guarded(Step step)
     {
-        std::string what = "unknown exception";
         try {
             return step();
-        } catch (const std::exception& error) {
-            what = error.what();
-        } catch (const Pegasus::Exception& error) {
-            what = toUtf8(error.getMessage());
         } catch (...) {
+            lines.add("internal error: " + toUtf8(currentError().getMessage()));
+            return plainReply(500, "Internal error.", true);
         }
-        lines.add("internal error: " + what);
-        return plainReply(500, "Internal error.", true);
     }
 
     /// The reply to a request that is not even to be read; nothing when it may go on.
@@ -401,7 +377,6 @@ struct HttpServer::Impl
 HttpServer::HttpServer(HttpOptions options, const PasswordFile* users, Handler handler)
     : impl_(std::make_unique<Impl>(std::move(options), users, std::move(handler)))
 {
-    impl_->start();
 }
 
 HttpServer::~HttpServer()

@@ -20,6 +20,7 @@ constexpr Uint64 hour = 60 * minute;
 constexpr Uint64 day = 24 * hour;
 constexpr Uint64 endOfIntervals = 100000000 * day;
 constexpr Uint64 endOfTimeStamps = 3652425 * day;  // year 10000
+constexpr Sint64 secondsTo1970 = 62167219200;      // from the beginning of year 0
 
 constexpr const char* decimals = "0123456789";
 constexpr size_t textSize = 25;
@@ -27,50 +28,18 @@ constexpr size_t pointAt = 14;
 constexpr size_t signAt = 21;
 constexpr Uint32 allDigits = 20;  // before the sign, without the point
 
-struct Date
+/// Microseconds since the beginning of year 0.
+Uint64 sinceYear0(time_t seconds)
 {
-    Uint64 year;
-    Uint64 month;
-    Uint64 day;
-};
-
-bool isLeapYear(Uint64 year)
-{
-    return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+    return Uint64(seconds + secondsTo1970) * second;
 }
 
-Uint64 daysOfMonth(Uint64 year, Uint64 month)
+tm dateOf(Uint64 usec)
 {
-    constexpr std::array<Uint64, 12> days{31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-    return month == 2 && isLeapYear(year) ? 29 : days.at(month - 1);
-}
-
-/// Days from the beginning of year 0 (which is a leap year) to that of the year.
-Uint64 daysBeforeYear(Uint64 year)
-{
-    if (year == 0) return 0;
-    const Uint64 past = year - 1;
-    return 365 * year + past / 4 - past / 100 + past / 400 + 1;
-}
-
-Uint64 daysBefore(const Date& date)
-{
-    Uint64 days = daysBeforeYear(date.year) + date.day - 1;
-    for (Uint64 month = 1; month < date.month; ++month)
-        days += daysOfMonth(date.year, month);
-    return days;
-}
-
-Date dateOf(Uint64 days)
-{
-    Uint64 year = days / 366;  // never too late
-    while (daysBeforeYear(year + 1) <= days)
-        ++year;
-    days -= daysBeforeYear(year);
-    Uint64 month = 1;
-    for (; days >= daysOfMonth(year, month); ++month)
-        days -= daysOfMonth(year, month);
-    return {year, month, days + 1};
+    const time_t seconds = time_t(usec / second) - secondsTo1970;
+    tm date{};
+    gmtime_r(&seconds, &date);
+    return date;
 }
 
 Uint64 checked(Uint64 number, Uint64 end, const char* what)
@@ -113,15 +82,21 @@ public:
 
     Uint64 timeStamp() const
     {
-        const Date date{field(0, 4), _wildcards >= 16 ? 1 : field(4, 2),
-                        _wildcards >= 14 ? 1 : field(6, 2)};
-        if (date.month < 1 || date.month > 12) {
+        const int month = _wildcards >= 16 ? 1 : int(field(4, 2));
+        const int dayOfMonth = _wildcards >= 14 ? 1 : int(field(6, 2));
+        if (month < 1 || month > 12) {
             throw DateTimeOutOfRangeException(String("illegal month number"));
         }
-        if (date.day < 1 || date.day > daysOfMonth(date.year, date.month)) {
+        tm date{};
+        date.tm_year = int(field(0, 4)) - 1900;
+        date.tm_mon = month - 1;
+        date.tm_mday = dayOfMonth;
+        // Makes a day that the month does not have one of the next month.
+        const time_t seconds = timegm(&date);
+        if (date.tm_mday != dayOfMonth) {
             throw DateTimeOutOfRangeException(String("illegal day number"));
         }
-        return daysBefore(date) * day + timeOfDay();
+        return sinceYear0(seconds) + timeOfDay();
     }
 
 private:
@@ -138,7 +113,7 @@ private:
     Uint32 _wildcards;
 };
 
-/// What of the time is known when so many digits are not, as a number that grows with time.
+/// What of the time is known when so many digits are not, as a number.
 Uint64 knownPart(Uint64 usec, Uint32 wildcards)
 {
     constexpr std::array<Uint64, 7> units{1, 10, 100, 1000, 10000, 100000, second};
@@ -147,8 +122,8 @@ Uint64 knownPart(Uint64 usec, Uint32 wildcards)
     if (wildcards == 10) return usec / hour;
     if (wildcards == 12) return usec / day;
     if (wildcards == allDigits) return 0;
-    const Date date = dateOf(usec / day);
-    return wildcards == 14 ? 12 * date.year + date.month : date.year;
+    const tm date = dateOf(usec);
+    return Uint64(wildcards == 14 ? 12 * date.tm_year + date.tm_mon : date.tm_year);
 }
 
 Uint64 plusMinutes(Uint64 usec, Sint32 minutes)
@@ -160,31 +135,24 @@ Uint64 plusMinutes(Uint64 usec, Sint32 minutes)
 
 CIMDateTime::CIMDateTime(Uint64 usec, Boolean isInterval) : _usec(usec), _isInterval(isInterval)
 {
-    if (isInterval && usec >= endOfIntervals) {
-        throw DateTimeOutOfRangeException(
-            String("Cannot create a CIMDateTime interval greater than 100 million days"));
-    }
-    if (!isInterval && usec >= endOfTimeStamps) {
-        throw DateTimeOutOfRangeException(
-            String("Cannot create a CIMDateTime time stamp beyond the year 10,000"));
-    }
+    if (usec < (isInterval ? endOfIntervals : endOfTimeStamps)) return;
+    throw DateTimeOutOfRangeException(
+        isInterval ? "Cannot create a CIMDateTime interval greater than 100 million days"
+                   : "Cannot create a CIMDateTime time stamp beyond the year 10,000");
 }
 
 String CIMDateTime::toString() const
 {
     std::array<char, 64> text{};
-    const auto days = _usec / day;
-    const Date date = _isInterval ? Date{} : dateOf(days);
-    const unsigned hours = unsigned(_usec % day / hour);
-    const unsigned minutes = unsigned(_usec % hour / minute);
-    const unsigned seconds = unsigned(_usec % minute / second);
-    const unsigned micros = unsigned(_usec % second);
-    std::snprintf(text.data(), text.size(), "%08llu%02u%02u%02u.%06u%c%03d",
-                  _isInterval ? days : 10000 * date.year + 100 * date.month + date.day, hours,
-                  minutes, seconds, micros,
-                  _isInterval      ? ':'
-                  : _utcOffset < 0 ? '-'
-                                   : '+',
+    Uint64 days = _usec / day;
+    if (!_isInterval) {
+        const tm date = dateOf(_usec);
+        days = Uint64(10000 * (date.tm_year + 1900) + 100 * (date.tm_mon + 1) + date.tm_mday);
+    }
+    const auto part = [this](Uint64 whole, Uint64 unit) { return unsigned(_usec % whole / unit); };
+    const char sign = _isInterval ? ':' : _utcOffset < 0 ? '-' : '+';
+    std::snprintf(text.data(), text.size(), "%08llu%02u%02u%02u.%06u%c%03d", days, part(day, hour),
+                  part(hour, minute), part(minute, second), part(second, 1), sign,
                   std::abs(_utcOffset));
     Uint32 wild = _wildcards;
     for (size_t i = signAt; wild > 0; --wild) {
@@ -221,8 +189,8 @@ CIMDateTime CIMDateTime::getCurrentDateTime()
     CIMDateTime result;
     result._isInterval = false;
     result._utcOffset = Sint32(local.tm_gmtoff / 60);
-    const Uint64 utc = daysBefore({1970, 1, 1}) * day + Uint64(now.tv_sec) * second;
-    result._usec = plusMinutes(utc + Uint64(now.tv_nsec) / 1000, result._utcOffset);
+    result._usec =
+        plusMinutes(sinceYear0(now.tv_sec) + Uint64(now.tv_nsec) / 1000, result._utcOffset);
     return result;
 }
 

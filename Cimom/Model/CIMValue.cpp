@@ -214,40 +214,24 @@ void CIMValue::copyTo(T& x) const
     if (const T* const held = std::get_if<T>(&content.any)) x = own(*held);
 }
 
-#define VALUE_OF(T, ARGUMENT)             \
-    CIMValue::CIMValue(ARGUMENT x)        \
-    {                                     \
-        hold<T>(x);                       \
-    }                                     \
-    CIMValue::CIMValue(const Array<T>& x) \
-    {                                     \
-        hold(x);                          \
-    }                                     \
-    void CIMValue::get(T& x) const        \
-    {                                     \
-        copyTo(x);                        \
-    }                                     \
-    void CIMValue::get(Array<T>& x) const \
-    {                                     \
-        copyTo(x);                        \
+#define VALUE_OF(NAME, TEXT, T)               \
+    CIMValue::CIMValue(detail::Argument<T> x) \
+    {                                         \
+        hold<T>(x);                           \
+    }                                         \
+    CIMValue::CIMValue(const Array<T>& x)     \
+    {                                         \
+        hold(x);                              \
+    }                                         \
+    void CIMValue::get(T& x) const            \
+    {                                         \
+        copyTo(x);                            \
+    }                                         \
+    void CIMValue::get(Array<T>& x) const     \
+    {                                         \
+        copyTo(x);                            \
     }
-VALUE_OF(Boolean, Boolean)
-VALUE_OF(Uint8, Uint8)
-VALUE_OF(Sint8, Sint8)
-VALUE_OF(Uint16, Uint16)
-VALUE_OF(Sint16, Sint16)
-VALUE_OF(Uint32, Uint32)
-VALUE_OF(Sint32, Sint32)
-VALUE_OF(Uint64, Uint64)
-VALUE_OF(Sint64, Sint64)
-VALUE_OF(Real32, Real32)
-VALUE_OF(Real64, Real64)
-VALUE_OF(Char16, const Char16&)
-VALUE_OF(String, const String&)
-VALUE_OF(CIMDateTime, const CIMDateTime&)
-VALUE_OF(CIMObjectPath, const CIMObjectPath&)
-VALUE_OF(CIMObject, const CIMObject&)
-VALUE_OF(CIMInstance, const CIMInstance&)
+PEGASUS_CIM_TYPES(VALUE_OF)
 #undef VALUE_OF
 
 }  // namespace Pegasus

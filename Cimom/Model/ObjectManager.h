@@ -10,6 +10,8 @@
 #include <Pegasus/Common/CIMPropertyList.h>
 #include <Pegasus/Common/OperationContext.h>
 
+#include <atomic>
+
 namespace cimom
 {
 
@@ -52,10 +54,9 @@ public:
     virtual ~ObjectManager() = default;
 
     /// The object manager that handles and local clients of this process reach; null when none.
-    static ObjectManager* current() noexcept;
-    /// Installs (or with null removes) the process's object manager. The caller keeps ownership
-    /// and must remove it before it ends. Not to be changed while operations run.
-    static void setCurrent(ObjectManager* manager) noexcept;
+    /// Whoever sets it keeps ownership and sets it to null before that object manager ends. Not to
+    /// be changed while operations run.
+    static std::atomic<ObjectManager*> current;
 
     virtual CIMClass getClass(const OperationContext&, const CIMNamespaceName&,
                               const CIMName& className, const ClassView&) = 0;

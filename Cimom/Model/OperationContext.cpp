@@ -11,11 +11,6 @@ const OperationContext::Container& OperationContext::get(const String& container
     throw Exception("object not found");
 }
 
-Boolean OperationContext::contains(const String& containerName) const
-{
-    return find(containerName) != nullptr;
-}
-
 void OperationContext::insert(const Container& container)
 {
     if (contains(container.getName())) throw Exception("object already exists.");

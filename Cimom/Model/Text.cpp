@@ -3,7 +3,12 @@
 #include <Pegasus/Common/Exception.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
 
 namespace cimom
 {
@@ -169,6 +174,16 @@ bool equalNoCase(std::string_view a, std::string_view b)
 {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(),
                       [](char x, char y) { return toLower(x) == toLower(y); });
+}
+
+std::string readFile(const std::filesystem::path& file, const std::string& what)
+{
+    std::error_code ignored;
+    const bool isFolder = std::filesystem::is_directory(file, ignored);
+    std::ifstream in(file, std::ios::binary);
+    if (in && !isFolder) return {std::istreambuf_iterator<char>(in), {}};
+    throw std::runtime_error("cannot read the " + what + " file " + file.string() + ": " +
+                             (isFolder ? "it is a folder" : std::strerror(errno)));
 }
 
 }  // namespace cimom

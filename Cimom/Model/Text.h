@@ -1,9 +1,10 @@
-// UTF-8, UTF-16, and texts compared and read as numbers.
+// UTF-8, UTF-16, and texts compared, read as numbers and from files.
 #pragma once
 
 #include <Pegasus/Common/String.h>
 
 #include <charconv>
+#include <filesystem>
 #include <limits>
 #include <optional>
 #include <string>
@@ -60,6 +61,9 @@ inline char toLower(char c)
 /// Equality without ASCII case.
 bool equalNoCase(std::string_view a, std::string_view b);
 
+/// The bytes of a file. Throws std::runtime_error ("cannot read the WHAT file FILE: why").
+std::string readFile(const std::filesystem::path& file, const std::string& what);
+
 /// Reads a decimal number without leading zeros or a hexadecimal one after 0x; for a signed type
 /// with an optional minus sign before either. Nothing when the text is none or does not fit the
 /// type.
@@ -79,6 +83,23 @@ std::optional<Integer> readInteger(std::string_view text)
     constexpr Pegasus::Uint64 greatest = std::numeric_limits<Integer>::max();
     if (magnitude > greatest + (isNegative ? 1 : 0)) return std::nullopt;
     return static_cast<Integer>(isNegative ? 0 - magnitude : magnitude);
+}
+
+/// Reads an integer as readInteger() does, or a decimal number in the range of a real type; types
+/// with a sign may have a plus before it. Nothing when the text is none.
+template <class Number>
+std::optional<Number> readNumber(std::string_view text)
+{
+    if (std::is_signed_v<Number> && text.size() > 1 && text[0] == '+' && text[1] != '-')
+        text.remove_prefix(1);
+    if constexpr (std::is_integral_v<Number>) {
+        return readInteger<Number>(text);
+    } else {
+        Number value = 0;
+        const char* const last = text.data() + text.size();
+        const auto [end, error] = std::from_chars(text.data(), last, value);
+        return error == std::errc() && end == last ? std::optional(value) : std::nullopt;
+    }
 }
 
 }  // namespace cimom

@@ -3,6 +3,7 @@
 
 #include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/CIMObject.h>
+#include <Pegasus/Common/CIMTypeTable.h>
 #include <Pegasus/Common/CIMValue.h>
 
 #include <utility>
@@ -17,26 +18,10 @@ decltype(auto) visitType(Pegasus::CIMType type, Visitor&& visitor)
 {
     using namespace Pegasus;
     switch (type) {
-#define CIMOM_VISIT(CIM_TYPE, T) \
-    case CIM_TYPE:               \
+#define CIMOM_VISIT(NAME, TEXT, T) \
+    case CIMTYPE_##NAME:           \
         return std::forward<Visitor>(visitor)(T());
-        CIMOM_VISIT(CIMTYPE_BOOLEAN, Boolean)
-        CIMOM_VISIT(CIMTYPE_UINT8, Uint8)
-        CIMOM_VISIT(CIMTYPE_SINT8, Sint8)
-        CIMOM_VISIT(CIMTYPE_UINT16, Uint16)
-        CIMOM_VISIT(CIMTYPE_SINT16, Sint16)
-        CIMOM_VISIT(CIMTYPE_UINT32, Uint32)
-        CIMOM_VISIT(CIMTYPE_SINT32, Sint32)
-        CIMOM_VISIT(CIMTYPE_UINT64, Uint64)
-        CIMOM_VISIT(CIMTYPE_SINT64, Sint64)
-        CIMOM_VISIT(CIMTYPE_REAL32, Real32)
-        CIMOM_VISIT(CIMTYPE_REAL64, Real64)
-        CIMOM_VISIT(CIMTYPE_CHAR16, Char16)
-        CIMOM_VISIT(CIMTYPE_STRING, String)
-        CIMOM_VISIT(CIMTYPE_DATETIME, CIMDateTime)
-        CIMOM_VISIT(CIMTYPE_REFERENCE, CIMObjectPath)
-        CIMOM_VISIT(CIMTYPE_OBJECT, CIMObject)
-        CIMOM_VISIT(CIMTYPE_INSTANCE, CIMInstance)
+        PEGASUS_CIM_TYPES(CIMOM_VISIT)
 #undef CIMOM_VISIT
     }
     throw TypeMismatchException();

@@ -5,41 +5,19 @@
 #include <Pegasus/Client/CIMClient.h>
 #include <Pegasus/Provider/CIMOMHandle.h>
 
-#include <atomic>
+using cimom::ObjectManager;
 
-namespace cimom
-{
-
-namespace
-{
-
-std::atomic<ObjectManager*> currentManager{nullptr};
-
-}  // namespace
-
-ObjectManager* ObjectManager::current() noexcept
-{
-    return currentManager;
-}
-
-void ObjectManager::setCurrent(ObjectManager* manager) noexcept
-{
-    currentManager = manager;
-}
-
-}  // namespace cimom
+std::atomic<ObjectManager*> ObjectManager::current{nullptr};
 
 namespace Pegasus
 {
-
-using cimom::ObjectManager;
 
 namespace
 {
 
 ObjectManager& manager()
 {
-    if (ObjectManager* const current = ObjectManager::current()) return *current;
+    if (ObjectManager* const current = ObjectManager::current) return *current;
     throw CIMException(CIM_ERR_FAILED, "No object manager is running in this process.");
 }
 
@@ -87,7 +65,7 @@ void CIMOMHandle::allowProviderUnload() {}
 void CIMClient::connectLocal()
 {
     if (_connected) throw AlreadyConnectedException();
-    if (!ObjectManager::current()) {
+    if (!ObjectManager::current) {
         throw CannotConnectException("Cannot connect to local CIM server. Connection failed.");
     }
     _connected = true;

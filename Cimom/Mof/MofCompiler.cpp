@@ -1,13 +1,10 @@
 #include "Mof/MofCompiler.h"
 
+#include "Model/Text.h"
 #include "Mof/MofParser.h"
 
-#include <cerrno>
-#include <cstring>
-#include <fstream>
-#include <iterator>
 #include <set>
-#include <utility>
+#include <stdexcept>
 
 namespace cimom
 {
@@ -16,24 +13,13 @@ namespace
 
 namespace fs = std::filesystem;
 
-std::string readFile(const fs::path& file)
-{
-    const auto refuse = [&file](const char* why) {
-        throw std::runtime_error("cannot read MOF file " + file.string() + ": " + why);
-    };
-    if (fs::is_directory(file)) refuse("it is a folder");
-    std::ifstream stream(file, std::ios::binary);
-    if (!stream) refuse(std::strerror(errno));
-    return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
-
 // One run of the compiler: a text and everything it includes.
 class Compilation
 {
 public:
-    Compilation(Repository& repository, const std::vector<fs::path>& searchPath,
-                const CIMNamespaceName& nameSpace)
-        : repository_(repository), searchPath_(searchPath), nameSpace_(nameSpace)
+    Compilation(Repository& repository, const CIMNamespaceName& nameSpace,
+                const std::vector<fs::path>& searchPath)
+        : repository_(repository), nameSpace_(nameSpace), searchPath_(searchPath)
     {
     }
 
@@ -41,7 +27,7 @@ public:
     void file(const fs::path& file)
     {
         if (done_.insert(fs::weakly_canonical(file)).second)
-            text(readFile(file), file.string(), file.parent_path());
+            text(readFile(file, "MOF"), file.string(), file.parent_path());
     }
 
     // `folder` is where includes are looked for first.
@@ -53,8 +39,8 @@ public:
         try {
             parseMof(text, repository_, nameSpace_, include);
         } catch (const MofFault& fault) {
-            throw MofError(name + ":" + std::to_string(fault.at.line) + ":" +
-                           std::to_string(fault.at.column) + ": " + fault.text);
+            throw std::runtime_error(name + ":" + std::to_string(fault.at.line) + ":" +
+                                     std::to_string(fault.at.column) + ": " + fault.text);
         }
     }
 
@@ -73,27 +59,23 @@ private:
     }
 
     Repository& repository_;
-    const std::vector<fs::path>& searchPath_;
     const CIMNamespaceName& nameSpace_;
+    const std::vector<fs::path> searchPath_;
     std::set<fs::path> done_;
 };
 
 }  // namespace
 
-void MofCompiler::setSearchPath(std::vector<fs::path> folders)
+void compileMof(Repository& repository, const CIMNamespaceName& nameSpace, const fs::path& file,
+                const std::vector<fs::path>& searchPath)
 {
-    searchPath_ = std::move(folders);
+    Compilation(repository, nameSpace, searchPath).file(file);
 }
 
-void MofCompiler::compileFile(const fs::path& file, const CIMNamespaceName& nameSpace)
+void compileMofText(Repository& repository, const CIMNamespaceName& nameSpace,
+                    const std::string& text, const std::string& name)
 {
-    Compilation(repository_, searchPath_, nameSpace).file(file);
-}
-
-void MofCompiler::compileText(const std::string& text, const std::string& name,
-                              const CIMNamespaceName& nameSpace)
-{
-    Compilation(repository_, searchPath_, nameSpace).text(text, name, fs::path());
+    Compilation(repository, nameSpace, {}).text(text, name, fs::path());
 }
 
 }  // namespace cimom

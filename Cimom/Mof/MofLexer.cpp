@@ -25,12 +25,6 @@ bool isNamePart(char c)
     return isNameStart(c) || isDigit(c);
 }
 
-bool isHexDigit(char c)
-{
-    const char lower = toLower(c);
-    return isDigit(c) || (lower >= 'a' && lower <= 'f');
-}
-
 // One of the characters, none of which is zero.
 bool isOneOf(char c, const char* characters)
 {
@@ -180,14 +174,15 @@ void MofLexer::escape(std::string& content)
         content += meanings[std::strchr(letters, take()) - letters];
         return;
     }
-    if (toLower(peek()) != 'x' || !isHexDigit(peek(1)))
+    static const char hexDigits[] = "0123456789abcdefABCDEF";
+    if (toLower(peek()) != 'x' || !isOneOf(peek(1), hexDigits))
         throw MofFault{start,
                        "unknown escape, expected one of \\b \\t \\n \\f \\r \\\" \\' \\\\ or \\x "
                        "with one to four hexadecimal digits"};
     std::string code(1, '0');
     do
         code += take();
-    while (code.size() < 6 && isHexDigit(peek()));
+    while (code.size() < 6 && isOneOf(peek(), hexDigits));
     const Pegasus::Char16 unit(*readInteger<Pegasus::Uint16>(code));
     content += toUtf8(Pegasus::String(&unit, 1));
 }

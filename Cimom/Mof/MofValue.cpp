@@ -5,7 +5,6 @@
 
 #include <Pegasus/Common/Exception.h>
 
-#include <charconv>
 #include <limits>
 #include <type_traits>
 
@@ -22,36 +21,21 @@ Boolean readBoolean(const MofToken& literal)
     return literal.is("true");
 }
 
-// The text of a number without a plus sign, which the readers of numbers do not know.
-std::string_view unsignedText(const MofToken& literal)
+template <class T>
+T readNumber(const MofToken& literal)
 {
     std::string_view text = literal.text;
-    if (text.size() > 1 && text[0] == '+' && text[1] != '-') text.remove_prefix(1);
-    return text;
-}
-
-template <class T>
-T readWhole(const MofToken& literal)
-{
-    const auto value = readInteger<T>(unsignedText(literal));
+    // In MOF, numbers without a sign may have a plus, too.
+    if (!std::is_signed_v<T> && text.substr(0, 1) == "+") text.remove_prefix(1);
+    const auto value = cimom::readNumber<T>(text);
     if (literal.kind == MofToken::Number && value) return *value;
     using Limits = std::numeric_limits<T>;
-    unexpected(literal, (Limits::is_signed ? "sint" : "uint") + std::to_string(sizeof(T) * 8) +
+    const std::string bits = std::to_string(sizeof(T) * 8);
+    if (std::is_floating_point_v<T>)
+        unexpected(literal, "real" + bits + ", a decimal number in its range such as -1.5e3");
+    unexpected(literal, (Limits::is_signed ? "sint" : "uint") + bits +
                             ", decimal or hexadecimal, " + std::to_string(Limits::min()) + " to " +
                             std::to_string(Limits::max()));
-}
-
-template <class T>
-T readReal(const MofToken& literal)
-{
-    const std::string_view text = unsignedText(literal);
-    T value{};
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (literal.kind == MofToken::Number && error == std::errc() &&
-        end == text.data() + text.size())
-        return value;
-    unexpected(literal, "real" + std::to_string(sizeof(T) * 8) +
-                            ", a decimal number in its range such as -1.5e3");
 }
 
 Char16 readCharacter(const MofToken& literal)
@@ -78,10 +62,8 @@ T read(const MofToken& literal)
 {
     if constexpr (std::is_same_v<T, Boolean>)
         return readBoolean(literal);
-    else if constexpr (std::is_integral_v<T>)
-        return readWhole<T>(literal);
-    else if constexpr (std::is_floating_point_v<T>)
-        return readReal<T>(literal);
+    else if constexpr (std::is_arithmetic_v<T>)
+        return readNumber<T>(literal);
     else if constexpr (std::is_same_v<T, Char16>)
         return readCharacter(literal);
     else if constexpr (std::is_same_v<T, String>)

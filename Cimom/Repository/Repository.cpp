@@ -171,11 +171,6 @@ void Repository::addNamespace(const CIMNamespaceName& name)
     if (impl_->namespaces.try_emplace(name).second) impl_->order.push_back(name);
 }
 
-bool Repository::hasNamespace(const CIMNamespaceName& name) const
-{
-    return impl_->namespaces.count(name) > 0;
-}
-
 std::vector<CIMNamespaceName> Repository::namespaces() const
 {
     return impl_->order;
@@ -235,6 +230,12 @@ ClassPtr Repository::findClass(const CIMNamespaceName& nameSpace, const CIMName&
 {
     const ClassEntry* const entry = find(impl_->get(nameSpace).classes, className);
     return entry == nullptr ? nullptr : entry->resolved;
+}
+
+ClassPtr Repository::requireClass(const CIMNamespaceName& nameSpace, const CIMName& className,
+                                  CIMStatusCode whenUnknown) const
+{
+    return impl_->get(nameSpace).get(className, whenUnknown).resolved;
 }
 
 ClassPtr Repository::getClass(const CIMNamespaceName& nameSpace, const CIMName& className,

@@ -28,7 +28,6 @@ public:
 
     /// Adds an empty namespace; does nothing when it is there.
     void addNamespace(const CIMNamespaceName&);
-    bool hasNamespace(const CIMNamespaceName&) const;
     std::vector<CIMNamespaceName> namespaces() const;
 
     /// CIM_ERR_ALREADY_EXISTS when it is there with another definition.
@@ -43,6 +42,9 @@ public:
     void addClass(const CIMNamespaceName&, const Class&);
     /// The whole class; null when it is unknown.
     ClassPtr findClass(const CIMNamespaceName&, const CIMName&) const;
+    /// The whole class. The code given, with the class name as asked, when it is unknown.
+    ClassPtr requireClass(const CIMNamespaceName&, const CIMName&,
+                          Pegasus::CIMStatusCode whenUnknown) const;
     /// What the view shows of the class. CIM_ERR_NOT_FOUND with the class name as asked when
     /// unknown. Views with a null property list are made once and shared.
     ClassPtr getClass(const CIMNamespaceName&, const CIMName&, const ClassView& = {}) const;

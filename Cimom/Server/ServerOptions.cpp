@@ -97,74 +97,52 @@ std::optional<ServerOptions> parseCommandLine(int argc, char** argv)
     app.set_version_flag("--version", "qbx-cimserver " QBX_VERSION);
     app.get_formatter()->column_width(34);
 
-    const CLI::Validator file = CLI::Validator(CLI::ExistingFile).description("");
-    const CLI::Validator folder = CLI::Validator(CLI::ExistingDirectory).description("");
-    const std::string schemaGroup = "Schema and providers";
-    app.add_option("--schema", schema, "Compile a MOF file into a namespace; may be repeated")
-        ->type_name("NAMESPACE=FILE")
+    const auto add = [&](const char* name, auto& value, const char* type, const char* text) {
+        return app.add_option(name, value, text)->type_name(type);
+    };
+    const auto addFolders = [&](const char* name, auto& folders, const char* text) {
+        add(name, folders, "DIR", text)
+            ->check(CLI::Validator(CLI::ExistingDirectory).description(""))
+            ->allow_extra_args(false);
+    };
+    app.option_defaults()->group("Schema and providers");
+    add("--schema", schema, "NAMESPACE=FILE",
+        "Compile a MOF file into a namespace; may be repeated")
         ->take_all()
-        ->allow_extra_args(false)
-        ->group(schemaGroup);
-    app.add_option("--include", options.includeFolders,
-                   "Look here for included MOF files; may be repeated")
-        ->type_name("DIR")
-        ->check(folder)
-        ->allow_extra_args(false)
-        ->group(schemaGroup);
-    app.add_option("--interop-mof", options.interopMof, "The classes of namespace root/interop")
-        ->type_name("FILE")
-        ->check(file)
-        ->capture_default_str()
-        ->group(schemaGroup);
-    app.add_option("--provider-dir", options.providerFolders,
-                   "Look here for the provider modules registered in root/interop; may be repeated")
-        ->type_name("DIR")
-        ->check(folder)
-        ->allow_extra_args(false)
-        ->group(schemaGroup);
+        ->allow_extra_args(false);
+    addFolders("--include", options.includeFolders,
+               "Look here for included MOF files; may be repeated");
+    add("--interop-mof", options.interopMof, "FILE", "The classes of namespace root/interop")
+        ->check(CLI::Validator(CLI::ExistingFile).description(""))
+        ->capture_default_str();
+    addFolders("--provider-dir", options.providerFolders,
+               "Look here for the provider modules registered in root/interop; may be repeated");
 
-    const std::string accessGroup = "Access";
-    app.add_option("--listen", options.http.address, "Address to listen on")
-        ->type_name("ADDRESS")
-        ->capture_default_str()
-        ->group(accessGroup);
-    app.add_option("--port", options.http.port,
-                   "Port to listen on; 0: any free one, which the ready line tells")
-        ->type_name("N")
-        ->capture_default_str()
-        ->group(accessGroup);
-    auto* users = app.add_option("--users", options.users, "Password file with lines user:hash")
-                      ->type_name("FILE")
-                      ->group(accessGroup);
+    app.option_defaults()->group("Access");
+    add("--listen", options.http.address, "ADDRESS", "Address to listen on")->capture_default_str();
+    add("--port", options.http.port, "N",
+        "Port to listen on; 0: any free one, which the ready line tells")
+        ->capture_default_str();
+    auto* users = add("--users", options.users, "FILE", "Password file with lines user:hash");
     app.add_flag("--no-auth", noAuthentication,
                  "Ask nobody for a password; the user name is empty then")
-        ->excludes(users)
-        ->group(accessGroup);
-    app.add_option("--cert", options.http.certificateFile,
-                   "PEM certificate: serve HTTPS instead of HTTP")
-        ->type_name("FILE")
-        ->group(accessGroup);
-    app.add_option("--key", options.http.keyFile, "PEM key of the certificate")
-        ->type_name("FILE")
-        ->group(accessGroup);
-    app.add_option("--host-name", options.http.hostName,
-                   "Name of this host in object paths and as realm")
-        ->type_name("NAME")
-        ->capture_default_str()
-        ->group(accessGroup);
+        ->excludes(users);
+    add("--cert", options.http.certificateFile, "FILE",
+        "PEM certificate: serve HTTPS instead of HTTP");
+    add("--key", options.http.keyFile, "FILE", "PEM key of the certificate");
+    add("--host-name", options.http.hostName, "NAME",
+        "Name of this host in object paths and as realm")
+        ->capture_default_str();
     app.add_flag(
-           "--hash-password", options.hashPassword,
-           "Only read a password from standard input and print its hash for the password file")
-        ->group(accessGroup);
+        "--hash-password", options.hashPassword,
+        "Only read a password from standard input and print its hash for the password file");
 
-    const std::string limitGroup = "Limits";
+    app.option_defaults()->group("Limits");
     const auto addLimit = [&](const char* name, auto& value, const char* text, long least,
                               long most) {
-        app.add_option(name, value, text)
-            ->type_name("N")
+        add(name, value, "N", text)
             ->check(CLI::Range(least, most).description(""))
-            ->capture_default_str()
-            ->group(limitGroup);
+            ->capture_default_str();
     };
     addLimit("--max-header", options.http.maxHeader, "Bytes of a request's header", 1024,
              100000000);

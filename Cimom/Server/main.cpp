@@ -2,12 +2,11 @@
 #include "Broker/Broker.h"
 #include "Broker/Interop.h"
 #include "Http/HttpServer.h"
+#include "Model/Errors.h"
 #include "Model/Text.h"
 #include "Mof/MofCompiler.h"
 #include "Repository/Repository.h"
 #include "Server/ServerOptions.h"
-
-#include <Pegasus/Common/Exception.h>
 
 #include <csignal>
 #include <cstdio>
@@ -23,18 +22,6 @@ namespace
 {
 
 using namespace cimom;
-
-const CIMNamespaceName interop("root/interop");
-
-/// Makes a manager the one that this process's handles reach, for as long as this object lives.
-class CurrentManager
-{
-public:
-    explicit CurrentManager(ObjectManager& manager) { ObjectManager::setCurrent(&manager); }
-    ~CurrentManager() { ObjectManager::setCurrent(nullptr); }
-    CurrentManager(const CurrentManager&) = delete;
-    CurrentManager& operator=(const CurrentManager&) = delete;
-};
 
 /// One line on standard error, with the time.
 void log(const std::string& text)
@@ -74,15 +61,13 @@ void waitForStop()
 
 void compileSchema(const ServerOptions& options, Repository& repository)
 {
-    MofCompiler compiler(repository);
-    compiler.setSearchPath(options.includeFolders);
-    repository.addNamespace(interop);
-    compiler.compileFile(options.interopMof, interop);
-    for (const SchemaFile& schema : options.schema) {
-        const CIMNamespaceName nameSpace(String(schema.nameSpace.c_str()));
+    const auto compile = [&](const CIMNamespaceName& nameSpace, const std::filesystem::path& file) {
         repository.addNamespace(nameSpace);
-        compiler.compileFile(schema.file, nameSpace);
-    }
+        compileMof(repository, nameSpace, file, options.includeFolders);
+    };
+    compile(interopNamespace, options.interopMof);
+    for (const SchemaFile& schema : options.schema)
+        compile(String(schema.nameSpace.c_str()), schema.file);
 }
 
 /// Where a client finds the server: scheme, address, port and the first namespace.
@@ -91,8 +76,8 @@ std::string url(const ServerOptions& options, std::uint16_t port)
     const bool everywhere = options.http.address == "0.0.0.0" || options.http.address == "::";
     std::string host = everywhere ? options.http.hostName : options.http.address;
     if (host.find(':') != std::string::npos) host = "[" + host + "]";
-    std::string nameSpace = "root/interop";
-    if (!options.schema.empty()) nameSpace = options.schema.front().nameSpace;
+    const std::string nameSpace =
+        options.schema.empty() ? interopNamespace : options.schema.front().nameSpace;
     return (options.http.certificateFile.empty() ? "http://" : "https://") + host + ":" +
            std::to_string(port) + "/" + nameSpace;
 }
@@ -125,14 +110,9 @@ void serve(ServerOptions options)
     Repository repository;
     compileSchema(options, repository);
     const String host(options.http.hostName.c_str());
-    describeObjectManager(repository, interop, "QBXObjectManager", host);
-    BrokerOptions brokerOptions;
-    brokerOptions.hostName = host;
-    brokerOptions.providerFolders = options.providerFolders;
-    brokerOptions.interopNamespace = interop;
-    brokerOptions.log = log;
-    Broker broker(repository, brokerOptions);
-    const CurrentManager current(broker);
+    describeObjectManager(repository, host);
+    Broker broker(repository, {host, options.providerFolders, log});
+    ObjectManager::current = &broker;
     options.http.log = log;
     HttpServer server(
         options.http, users ? &*users : nullptr,
@@ -143,39 +123,26 @@ void serve(ServerOptions options)
     std::cout << "ready: " + url(options, server.port()) + "\n" << std::flush;
     waitForStop();
     server.stop();
+    ObjectManager::current = nullptr;
 }
 
-/// Keeps a terminal from showing what is typed.
-class NoEcho
+/// Reads a line; a terminal does not show what is typed.
+std::string readPassword()
 {
-public:
-    NoEcho() : terminal_(tcgetattr(STDIN_FILENO, &before_) == 0)
-    {
-        if (!terminal_) return;
+    termios shown{};
+    const bool isTerminal = tcgetattr(STDIN_FILENO, &shown) == 0;
+    if (isTerminal) {
         std::cerr << "Password: ";
-        termios silent = before_;
+        termios silent = shown;
         silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
         tcsetattr(STDIN_FILENO, TCSAFLUSH, &silent);
     }
-    ~NoEcho()
-    {
-        if (!terminal_) return;
-        tcsetattr(STDIN_FILENO, TCSAFLUSH, &before_);
-        std::cerr << "\n";
-    }
-    NoEcho(const NoEcho&) = delete;
-    NoEcho& operator=(const NoEcho&) = delete;
-
-private:
-    termios before_{};
-    bool terminal_;
-};
-
-std::string readPassword()
-{
-    const NoEcho noEcho;
     std::string password;
     std::getline(std::cin, password);
+    if (isTerminal) {
+        tcsetattr(STDIN_FILENO, TCSAFLUSH, &shown);
+        std::cerr << "\n";
+    }
     return password;
 }
 
@@ -199,10 +166,8 @@ int main(int argc, char** argv)
     } catch (const UsageError& error) {
         complain(error.what());
         return 2;
-    } catch (const std::exception& error) {
-        complain(error.what());
-    } catch (const Exception& error) {
-        complain(toUtf8(error.getMessage()));
+    } catch (...) {
+        complain(toUtf8(currentError().getMessage()));
+        return 1;
     }
-    return 1;
 }

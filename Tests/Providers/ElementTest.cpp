@@ -88,7 +88,7 @@ TEST_F(ElementTest, SensorsComeFromBothListsAndKeepTheIndexOfTheirPlace)
     enumerated("QBX_CageSensor");
     EXPECT_EQ(cimom.asked.size(), 1u) << "the class is fetched once";
 
-    cimom::ObjectManager::setCurrent(nullptr);
+    cimom::ObjectManager::current = nullptr;
     array.forget();
     EXPECT_NE(thrownBy([&] { enumerated("QBX_CageSensor"); }), "nothing");
     EXPECT_EQ(array.calls(), Texts{OPEN}) << "the class comes before the array";

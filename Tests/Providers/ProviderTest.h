@@ -394,8 +394,8 @@ inline cimom::Repository& schema()
         const CIMNamespaceName nameSpace("root/qbx");
         auto compiled = std::make_unique<cimom::Repository>();
         compiled->addNamespace(nameSpace);
-        cimom::MofCompiler(*compiled).compileFile(QBX_SCHEMA_DIR "/qbx.mof", nameSpace);
-        cimom::MofCompiler(*compiled).compileFile(QBX_TEST_DATA "/sample.mof", nameSpace);
+        cimom::compileMof(*compiled, nameSpace, QBX_SCHEMA_DIR "/qbx.mof");
+        cimom::compileMof(*compiled, nameSpace, QBX_TEST_DATA "/sample.mof");
         return compiled;
     }();
     return *repository;
@@ -418,8 +418,8 @@ inline CIMInstance instanceOf(const CIMName& className)
 class StubObjectManager : public cimom::ObjectManager
 {
 public:
-    StubObjectManager() { setCurrent(this); }
-    ~StubObjectManager() override { setCurrent(nullptr); }
+    StubObjectManager() { current = this; }
+    ~StubObjectManager() override { current = nullptr; }
 
     /// "getClass USER CLASS QUALIFIERS/ORIGIN [list]", "getInstance USER PATH ...", ...
     Texts asked;

@@ -71,15 +71,6 @@ TEST_F(ToolkitTest, SkeletonHasEveryPropertyAtTheClassDefault)
                                      "4: <--QBX_Common::_buildInstanceSkeleton()\n"}));
 }
 
-TEST_F(ToolkitTest, StoredClassIsAskedForWithEveryArgumentAsGiven)
-{
-    CIMOMHandle handle;
-    QBX_Common::getStoredCIMClass(handle, contextOf("ann"), CIMNamespaceName("root/qbx"),
-                                  CIMName("QBX_Magazine"), true, false, true, listOf("Tag"));
-    EXPECT_EQ(cimom.asked, (Texts{"getClass ann QBX_Magazine local FT Tag"}));
-    EXPECT_EQ(array.events(), Texts{});
-}
-
 // ---- Keys and string properties ----
 
 const std::string ASKED = "4: -->QBX_Common::getStringProperty(), propertyName = ";

@@ -55,17 +55,6 @@ class Schema(unittest.TestCase):
         }
         self.assertEqual(registered, expected)
 
-    def test_registrations_name_each_other(self):
-        found = registration()
-        (module,) = found["PG_ProviderModule"]
-        providers = [(each["ProviderModuleName"], each["Name"]) for each in found["PG_Provider"]]
-        self.assertEqual(len(set(providers)), 8)
-        self.assertEqual({name for name, _ in providers}, {module["Name"]})
-        capabilities = found["PG_ProviderCapabilities"]
-        served = {(each["ProviderModuleName"], each["ProviderName"]) for each in capabilities}
-        self.assertEqual(served, set(providers))
-        self.assertTrue(all(each["Namespaces"] == ["root/qbx"] for each in capabilities))
-
 
 if __name__ == "__main__":
     unittest.main()

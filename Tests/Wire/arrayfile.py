@@ -355,33 +355,20 @@ class Array:
                     each.fields.get("sensors", []), each.text("name"), self.system
                 )
 
-        package = (
-            "QBX_SystemPackage",
-            {"CreationClassName": "QBX_SystemPackage", "Tag": self.system},
-        )
+        def of_cages(records, elements):
+            """Pairs of a cage, as the record of the element names it, and the element."""
+            return [
+                (cage_path(record.number("cageType"), record.text("parentDeviceID")), each.path)
+                for record, each in zip(records, elements)
+            ]
+
+        package = element("QBX_SystemPackage", self.system, {}).path
+        contained = ("GroupComponent", "PartComponent")
         # Association class: (role of the first, role of the second, pairs of paths).
         self.associations = {
-            "QBX_SysCageContainer": (
-                "GroupComponent",
-                "PartComponent",
-                [(package, each.path) for each in self.cages],
-            ),
-            "QBX_InterfaceCardInDriveCage": (
-                "GroupComponent",
-                "PartComponent",
-                [
-                    (cage_path(record.number("cageType"), record.text("parentDeviceID")), each.path)
-                    for record, each in zip(cards, self.cards)
-                ],
-            ),
-            "QBX_MagazineInDriveCage": (
-                "GroupComponent",
-                "PartComponent",
-                [
-                    (cage_path(record.number("cageType"), record.text("parentDeviceID")), each.path)
-                    for record, each in zip(magazines, self.magazines)
-                ],
-            ),
+            "QBX_SysCageContainer": (*contained, [(package, each.path) for each in self.cages]),
+            "QBX_InterfaceCardInDriveCage": (*contained, of_cages(cards, self.cards)),
+            "QBX_MagazineInDriveCage": (*contained, of_cages(magazines, self.magazines)),
             "QBX_SensorInDriveCage": (
                 "Antecedent",
                 "Dependent",

@@ -30,25 +30,6 @@ class Types(battery.WireTest):
         for path in paths + links + ends:
             self.assertEqual((path.host, path.namespace), (self.array.host, "root/qbx"))
 
-    def test_methods_are_declared_as_they_answer(self):
-        locate = {"LocateTimer": "uint16"}
-        expected = {
-            "QBX_DriveCageDC3Family": {
-                "Locate": locate,
-                "Upgrade": {"FileName": "string", "IsPortA": "boolean"},
-            },
-            "QBX_Magazine": {
-                "SetLoopState": {"IsOnloop": "boolean", "IsPortA": "boolean"},
-                "Locate": locate,
-            },
-            "QBX_CageInterfaceCard": {"Locate": {**locate, "Port": "uint16"}},
-        }
-        for name, methods in expected.items():
-            declared = self.client.ask("GetClass", name, LocalOnly=False).methods
-            for method, parameters in methods.items():
-                found = {each.name: each.type for each in declared[method].parameters.values()}
-                self.assertEqual((found, declared[method].return_type), (parameters, "sint32"))
-
 
 class Discovery(battery.WireTest):
     """How clients find the object manager, its namespaces and its classes."""

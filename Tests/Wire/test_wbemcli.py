@@ -24,12 +24,6 @@ class Particular(battery.WireTest):
         self.assertRefused("INVALID_PARAMETER", text, self.client.set, cage.path, "Location", sent)
         self.assertShows(cage)
 
-    def test_another_namespace(self):
-        ask = self.client.run
-        self.assertRefused(
-            "INVALID_NAMESPACE", "root/nope", ask, "ein", "QBX_DriveCage", namespace="root/nope"
-        )
-
     def test_many_at_once_get_the_same(self):
         card = self.first("QBX_CageInterfaceCardDC1Family").path
         for asked in (("ei", "CIM_ManagedElement"), ("ai", card)):  # ai: the provider asks further

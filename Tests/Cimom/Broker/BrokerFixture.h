@@ -3,6 +3,7 @@
 
 #include "../Cases.h"
 #include "Broker/Broker.h"
+#include "Broker/Interop.h"
 #include "Mof/MofCompiler.h"
 #include "ScriptedProvider.h"
 
@@ -23,27 +24,26 @@ protected:
     BrokerTest()
     {
         scripted::stage = {};
-        MofCompiler compiler(repository);
         const std::pair<CIMNamespaceName, const char*> files[] = {
             {"root/test", CIMOM_TESTS "Broker/schema.mof"},
             {"root/test", CIMOM_TESTS "CimXml/everything.mof"},
             {"root/schema", CIMOM_TESTS "Repository/schema.mof"},
-            {options.interopNamespace, INTEROP_MOF},
-            {options.interopNamespace, CIMOM_TESTS "Broker/registration.mof"}};
+            {interopNamespace, INTEROP_MOF},
+            {interopNamespace, CIMOM_TESTS "Broker/registration.mof"}};
         for (const auto& [nameSpace, file] : files) {
             repository.addNamespace(nameSpace);
-            compiler.compileFile(file, nameSpace);
+            compileMof(repository, nameSpace, file);
         }
         options.hostName = "here";
         options.log = [](const std::string& line) { scripted::stage.notes.push_back(line); };
         options.providerFolders = {"/nonexistent", PROVIDER_FOLDER, CIMOM_FOLDER};
         broker = std::make_unique<Broker>(repository, options);
         broker->setModuleFactory("Scripted", scripted::create);
-        ObjectManager::setCurrent(broker.get());
+        ObjectManager::current = broker.get();
     }
     ~BrokerTest() override
     {
-        ObjectManager::setCurrent(nullptr);
+        ObjectManager::current = nullptr;
         scripted::stage = {};  // what a test has put there ends before the providers
     }
 

@@ -63,21 +63,6 @@ TEST_F(Providers, AreInitializedOnceAndThenCalledSideBySide)
     EXPECT_EQ(notes(), (Lines{"create Leaf", "initialize Leaf", call, call, call, call}));
 }
 
-TEST_F(Providers, GetPathsWithHostAndNamespaceAndTheirInstancesAreShownWithout)
-{
-    CIMInstance delivered(CIMName("T_Leaf"));
-    delivered.setPath(String("//far/root/other:T_Leaf.Id=1"));
-    scripted::stage.instances["T_Leaf"] = {delivered};
-    const CIMObjectPath path("//client/root/else:T_Leaf.Bogus=TRUE,id=5");
-    CIMOMHandle broker;
-    EXPECT_EQ(Text::of(broker.getInstance({}, "Root/Test", path, false, true, false, {})),
-              "T_Leaf.Id=1{}");
-    EXPECT_EQ(notes().back(), "Leaf GI //here/Root/Test:T_Leaf.Bogus=TRUE,id=5 1 0 all");
-    EXPECT_EQ(Text::of(broker.enumerateInstances({}, "root/test", "T_Leaf", 1, 0, 0, 0, {})),
-              "[T_Leaf.Id=1{}]");
-    EXPECT_EQ(upcall("T_Leaf"), "[T_Leaf.Id=1]");
-}
-
 TEST_F(Providers, ThatCallThemselvesWithoutEndGetAnError)
 {
     std::string deepest;
@@ -104,10 +89,9 @@ TEST_F(Providers, AreRegisteredWithoutMistakes)
 {
     checkCases(CIMOM_TESTS "Broker/registrations.txt", [this](const std::string& mof) {
         Repository other;
-        other.addNamespace(options.interopNamespace);
-        MofCompiler compiler(other);
-        compiler.compileFile(INTEROP_MOF, options.interopNamespace);
-        compiler.compileText(mof, "test", options.interopNamespace);
+        other.addNamespace(interopNamespace);
+        compileMof(other, interopNamespace, INTEROP_MOF);
+        compileMofText(other, interopNamespace, mof, "test");
         return answerOf([&] {
             const Broker started(other, options);
             return "started";

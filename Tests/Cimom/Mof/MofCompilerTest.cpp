@@ -19,9 +19,8 @@ TEST(MofFiles, AreIncludedOnceFromBesideOrTheSearchPath)
     std::filesystem::current_path(CIMOM_TESTS "Mof/files");
     TestRepository schema;
     const auto faultOf = [&schema](const char* file) {
-        MofCompiler compiler(schema.repository);
-        compiler.setSearchPath({"search"});
-        return answerOf([&] { return compiler.compileFile(file, schema.ns), "taken"; });
+        return answerOf(
+            [&] { return compileMof(schema.repository, schema.ns, file, {"search"}), "taken"; });
     };
     EXPECT_EQ(faultOf("main.mof"), "taken");
     EXPECT_NE(schema.repository.findClass(schema.ns, "T_Main"), nullptr);
@@ -31,8 +30,9 @@ TEST(MofFiles, AreIncludedOnceFromBesideOrTheSearchPath)
     EXPECT_NE(schema.repository.findClass(schema.ns, "T_BeforeTheFault"), nullptr);
     EXPECT_EQ(faultOf("missing.mof"),
               "1 missing.mof:2:9: cannot find the file to include, \"none.mof\", in ., search");
-    EXPECT_EQ(faultOf("none.mof"), "1 cannot read MOF file none.mof: No such file or directory");
-    EXPECT_EQ(faultOf("sub"), "1 cannot read MOF file sub: it is a folder");
+    EXPECT_EQ(faultOf("none.mof"),
+              "1 cannot read the MOF file none.mof: No such file or directory");
+    EXPECT_EQ(faultOf("sub"), "1 cannot read the MOF file sub: it is a folder");
 }
 
 // Whatever the text, the compiler ends with success or a fault.

@@ -18,13 +18,6 @@ TEST(RepositoryCases, AreTakenOrRefused)
     checkCases(CIMOM_TESTS "Repository/cases.txt", compiled);
 }
 
-TEST_F(RepositoryTest, NamespacesHaveNoCase)
-{
-    repository.addNamespace("ROOT/Test");
-    EXPECT_TRUE(repository.hasNamespace("Root/TEST"));
-    EXPECT_EQ(repository.namespaces().size(), 1U);
-}
-
 TEST_F(RepositoryTest, WhatIsTheSameIsShared)
 {
     const ClassPtr leaf = repository.getClass(ns, "T_Leaf");

@@ -13,7 +13,7 @@ struct TestRepository
     TestRepository()
     {
         repository.addNamespace(ns);
-        MofCompiler(repository).compileFile(CIMOM_TESTS "Repository/schema.mof", ns);
+        compileMof(repository, ns, CIMOM_TESTS "Repository/schema.mof");
     }
 
     /// The fault in the text, or what it made of class T and of T_Middle's instances.
@@ -21,7 +21,7 @@ struct TestRepository
     {
         return answerOf([&] {
             std::string all;
-            MofCompiler(repository).compileText(mof, "MOF", ns);
+            compileMofText(repository, ns, mof, "MOF");
             if (const ClassPtr made = repository.findClass(ns, "T")) xml::appendClass(all, *made);
             for (const CIMInstance& instance : repository.instancesOf(ns, "T_Middle"))
                 xml::appendInstance(all, instance.object());

@@ -7,12 +7,22 @@
 #include <Pegasus/Common/CIMType.h>
 
 #include <memory>
+#include <type_traits>
 
 namespace Pegasus
 {
 
 class CIMInstance;
 class CIMObject;
+
+namespace detail
+{
+
+/// How a value is passed: numbers by value.
+template <class T>
+using Argument = std::conditional_t<std::is_arithmetic_v<T>, T, const T&>;
+
+}  // namespace detail
 
 /// A typed value, scalar or array, possibly null. Embedded objects and instances are cloned on the
 /// way in and out.
@@ -40,33 +50,17 @@ public:
     /// Array elements are each followed by a blank; null gives the empty string.
     String toString() const;
 
-    // For every type T of the table below, and for arrays of it:
+    // For every type T of values, and for arrays of it:
     //   CIMValue(T)  a value of the matching CIM type; uninitialized objects and instances throw
     //                UninitializedObjectException
     //   get(T&)      leaves the variable as it is when the value is null; throws
     //                TypeMismatchException for any other type, null or not
-#define PEGASUS_CIM_VALUE_OF(T, ARGUMENT) \
-    CIMValue(ARGUMENT x);                 \
-    void get(T& x) const;                 \
-    CIMValue(const Array<T>& x);          \
+#define PEGASUS_CIM_VALUE_OF(NAME, TEXT, T) \
+    CIMValue(detail::Argument<T> x);        \
+    void get(T& x) const;                   \
+    CIMValue(const Array<T>& x);            \
     void get(Array<T>& x) const;
-    PEGASUS_CIM_VALUE_OF(Boolean, Boolean)
-    PEGASUS_CIM_VALUE_OF(Uint8, Uint8)
-    PEGASUS_CIM_VALUE_OF(Sint8, Sint8)
-    PEGASUS_CIM_VALUE_OF(Uint16, Uint16)
-    PEGASUS_CIM_VALUE_OF(Sint16, Sint16)
-    PEGASUS_CIM_VALUE_OF(Uint32, Uint32)
-    PEGASUS_CIM_VALUE_OF(Sint32, Sint32)
-    PEGASUS_CIM_VALUE_OF(Uint64, Uint64)
-    PEGASUS_CIM_VALUE_OF(Sint64, Sint64)
-    PEGASUS_CIM_VALUE_OF(Real32, Real32)
-    PEGASUS_CIM_VALUE_OF(Real64, Real64)
-    PEGASUS_CIM_VALUE_OF(Char16, const Char16&)
-    PEGASUS_CIM_VALUE_OF(String, const String&)
-    PEGASUS_CIM_VALUE_OF(CIMDateTime, const CIMDateTime&)
-    PEGASUS_CIM_VALUE_OF(CIMObjectPath, const CIMObjectPath&)
-    PEGASUS_CIM_VALUE_OF(CIMObject, const CIMObject&)
-    PEGASUS_CIM_VALUE_OF(CIMInstance, const CIMInstance&)
+    PEGASUS_CIM_TYPES(PEGASUS_CIM_VALUE_OF)
 #undef PEGASUS_CIM_VALUE_OF
 
 private:

@@ -12,9 +12,7 @@ class Exception
 {
 public:
     Exception(const String& message) : _message(message) {}
-    Exception(const Exception& exception) = default;
     virtual ~Exception();
-    Exception& operator=(const Exception& exception) = default;
     virtual const String& getMessage() const { return _message; }
 
 protected:
@@ -24,43 +22,34 @@ private:
     String _message;
 };
 
-/// "index out of bounds"
-class IndexOutOfBoundsException : public Exception
-{
-public:
-    IndexOutOfBoundsException() : Exception("index out of bounds") {}
-};
+/// Defines an exception whose message is what its base makes of FIRST and the text given.
+#define PEGASUS_EXCEPTION(NAME, BASE, FIRST)                  \
+    class NAME : public BASE                                  \
+    {                                                         \
+    public:                                                   \
+        NAME(const String& message) : BASE(FIRST, message) {} \
+    };
 
-/// "already exists: MESSAGE"
-class AlreadyExistsException : public Exception
-{
-public:
-    AlreadyExistsException(const String& message) : Exception("already exists: ", message) {}
-};
+/// Defines an exception that has always the same message.
+#define PEGASUS_EXCEPTION_OF_TEXT(NAME, TEXT) \
+    class NAME : public Exception             \
+    {                                         \
+    public:                                   \
+        NAME() : Exception(TEXT) {}           \
+    };
 
-/// "The CIM name is not valid: NAME"
-class InvalidNameException : public Exception
-{
-public:
-    InvalidNameException(const String& name) : Exception("The CIM name is not valid: ", name) {}
-};
+// Of names, paths and objects.
+PEGASUS_EXCEPTION(InvalidNameException, Exception, "The CIM name is not valid: ")
+PEGASUS_EXCEPTION(InvalidNamespaceNameException, Exception, "invalid CIM namespace name: ")
+PEGASUS_EXCEPTION(MalformedObjectNameException, Exception, "malformed object name: ")
+PEGASUS_EXCEPTION(AlreadyExistsException, Exception, "already exists: ")
+PEGASUS_EXCEPTION_OF_TEXT(IndexOutOfBoundsException, "index out of bounds")
+PEGASUS_EXCEPTION_OF_TEXT(UninitializedObjectException, "uninitialized object")
+PEGASUS_EXCEPTION_OF_TEXT(DynamicCastFailedException, "dynamic cast failed")
 
-/// "invalid CIM namespace name: NAME"
-class InvalidNamespaceNameException : public Exception
-{
-public:
-    InvalidNamespaceNameException(const String& name)
-        : Exception("invalid CIM namespace name: ", name)
-    {
-    }
-};
-
-/// "uninitialized object"
-class UninitializedObjectException : public Exception
-{
-public:
-    UninitializedObjectException() : Exception("uninitialized object") {}
-};
+// Of values.
+PEGASUS_EXCEPTION(DateTimeOutOfRangeException, Exception, "DateTime is out of range : ")
+PEGASUS_EXCEPTION_OF_TEXT(InvalidDateTimeFormatException, "invalid datetime format")
 
 /// "type mismatch", with ": MESSAGE" if there is one
 class TypeMismatchException : public Exception
@@ -70,60 +59,10 @@ public:
     TypeMismatchException(const String& message) : Exception("type mismatch: ", message) {}
 };
 
-/// "dynamic cast failed"
-class DynamicCastFailedException : public Exception
-{
-public:
-    DynamicCastFailedException() : Exception("dynamic cast failed") {}
-};
-
-/// "invalid datetime format"
-class InvalidDateTimeFormatException : public Exception
-{
-public:
-    InvalidDateTimeFormatException() : Exception("invalid datetime format") {}
-};
-
-/// "DateTime is out of range : MESSAGE"
-class DateTimeOutOfRangeException : public Exception
-{
-public:
-    DateTimeOutOfRangeException(const String& message)
-        : Exception("DateTime is out of range : ", message)
-    {
-    }
-};
-
-/// "malformed object name: OBJECTNAME"
-class MalformedObjectNameException : public Exception
-{
-public:
-    MalformedObjectNameException(const String& objectName)
-        : Exception("malformed object name: ", objectName)
-    {
-    }
-};
-
-/// The message as it is.
-class CannotConnectException : public Exception
-{
-public:
-    CannotConnectException(const String& message) : Exception(message) {}
-};
-
-/// "already connected"
-class AlreadyConnectedException : public Exception
-{
-public:
-    AlreadyConnectedException() : Exception("already connected") {}
-};
-
-/// "not connected"
-class NotConnectedException : public Exception
-{
-public:
-    NotConnectedException() : Exception("not connected") {}
-};
+// Of clients.
+PEGASUS_EXCEPTION(CannotConnectException, Exception, "")
+PEGASUS_EXCEPTION_OF_TEXT(AlreadyConnectedException, "already connected")
+PEGASUS_EXCEPTION_OF_TEXT(NotConnectedException, "not connected")
 
 /// The failure of a CIM operation. The message does not carry the name of the code.
 class CIMException : public Exception

@@ -6,26 +6,17 @@
 namespace Pegasus
 {
 
-/// "null pointer"
-class NullPointer : public Exception
-{
-public:
-    NullPointer() : Exception("null pointer") {}
-};
-
-/// "no such property: NAME"
-class NoSuchProperty : public Exception
-{
-public:
-    NoSuchProperty(const String& name) : Exception("no such property: ", name) {}
-};
+PEGASUS_EXCEPTION_OF_TEXT(NullPointer, "null pointer")
+PEGASUS_EXCEPTION(NoSuchProperty, Exception, "no such property: ")
 
 /// A CIMException that is thrown with its place. Clients are not told the place, so it is not kept.
 class TraceableCIMException : public CIMException
 {
 public:
-    TraceableCIMException(CIMStatusCode code, const String& message, const String& file,
-                          Uint32 line);
+    TraceableCIMException(CIMStatusCode code, const String& message, const String&, Uint32)
+        : CIMException(code, message)
+    {
+    }
 };
 
 }  // namespace Pegasus

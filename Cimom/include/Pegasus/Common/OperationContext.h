@@ -30,7 +30,7 @@ public:
     /// The container of that name (case counts), owned by the context. Throws Exception "object not
     /// found".
     const Container& get(const String& containerName) const;
-    Boolean contains(const String& containerName) const;
+    Boolean contains(const String& containerName) const { return find(containerName) != nullptr; }
     /// Adds a clone. Throws Exception "object already exists.".
     void insert(const Container& container);
 
@@ -49,9 +49,7 @@ public:
 
     /// Throws DynamicCastFailedException unless the container is an IdentityContainer.
     IdentityContainer(const OperationContext::Container& container);
-    IdentityContainer(const IdentityContainer& container) = default;
     IdentityContainer(const String& userName) : _userName(userName) {}
-    IdentityContainer& operator=(const IdentityContainer& container) = default;
 
     String getName() const override { return NAME; }
     OperationContext::Container* clone() const override { return new IdentityContainer(*this); }

@@ -13,56 +13,22 @@ public:
     CIMOperationFailedException(const String& message) : CIMException(CIM_ERR_FAILED, message) {}
 
 protected:
-    CIMOperationFailedException(CIMStatusCode code, const String& message);
+    CIMOperationFailedException(CIMStatusCode code, const String& message)
+        : CIMException(code, message)
+    {
+    }
 };
 
-/// CIM_ERR_ACCESS_DENIED
-class CIMAccessDeniedException : public CIMOperationFailedException
-{
-public:
-    CIMAccessDeniedException(const String& message);
-};
-
-/// CIM_ERR_INVALID_PARAMETER
-class CIMInvalidParameterException : public CIMOperationFailedException
-{
-public:
-    CIMInvalidParameterException(const String& message);
-};
-
-/// CIM_ERR_NOT_FOUND
-class CIMObjectNotFoundException : public CIMOperationFailedException
-{
-public:
-    CIMObjectNotFoundException(const String& message);
-};
-
-/// CIM_ERR_NOT_SUPPORTED
-class CIMNotSupportedException : public CIMOperationFailedException
-{
-public:
-    CIMNotSupportedException(const String& message);
-};
-
-/// CIM_ERR_ALREADY_EXISTS
-class CIMObjectAlreadyExistsException : public CIMOperationFailedException
-{
-public:
-    CIMObjectAlreadyExistsException(const String& message);
-};
-
-/// CIM_ERR_NO_SUCH_PROPERTY
-class CIMPropertyNotFoundException : public CIMOperationFailedException
-{
-public:
-    CIMPropertyNotFoundException(const String& message);
-};
-
-/// CIM_ERR_METHOD_NOT_FOUND
-class CIMMethodNotFoundException : public CIMOperationFailedException
-{
-public:
-    CIMMethodNotFoundException(const String& message);
-};
+// Failures with a code of their own.
+PEGASUS_EXCEPTION(CIMAccessDeniedException, CIMOperationFailedException, CIM_ERR_ACCESS_DENIED)
+PEGASUS_EXCEPTION(CIMInvalidParameterException, CIMOperationFailedException,
+                  CIM_ERR_INVALID_PARAMETER)
+PEGASUS_EXCEPTION(CIMObjectNotFoundException, CIMOperationFailedException, CIM_ERR_NOT_FOUND)
+PEGASUS_EXCEPTION(CIMNotSupportedException, CIMOperationFailedException, CIM_ERR_NOT_SUPPORTED)
+PEGASUS_EXCEPTION(CIMObjectAlreadyExistsException, CIMOperationFailedException,
+                  CIM_ERR_ALREADY_EXISTS)
+PEGASUS_EXCEPTION(CIMPropertyNotFoundException, CIMOperationFailedException,
+                  CIM_ERR_NO_SUCH_PROPERTY)
+PEGASUS_EXCEPTION(CIMMethodNotFoundException, CIMOperationFailedException, CIM_ERR_METHOD_NOT_FOUND)
 
 }  // namespace Pegasus
