@@ -11,6 +11,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <functional>
 
 namespace Pegasus
 {
@@ -132,7 +133,9 @@ String& String::append(const Char16* str, Uint32 n)
     if (n == 0) return *this;  // nothing, wherever it is
     notNull(str);
     const Uint32 before = size();
-    const detail::Units kept = _units;  // of which the text may be a part
+    const Char16* const data = getChar16Data();
+    const bool isPart = std::less_equal<>()(data, str) && std::less<>()(str, data + before);
+    const detail::Units kept = isPart ? _units : detail::Units();
     std::copy(str, str + n, _units.resize(before + n) + before);
     return *this;
 }
