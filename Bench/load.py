@@ -54,11 +54,11 @@ class Connection:
         fields = dict(line.lower().split(b":", 1) for line in head[1:])
         if b"content-length" in fields:
             return self.file.read(int(fields[b"content-length"]))
-        body = b""
+        chunks = []
         while size := int(self.file.readline(), 16):
-            body += self.file.read(size + 2)[:-2]
+            chunks.append(self.file.read(size + 2)[:-2])
         list(iter(self.file.readline, b"\r\n"))  # trailers
-        return body
+        return b"".join(chunks)
 
     def checked(self, request):
         reply = self.ask(request)

@@ -88,10 +88,15 @@ void askEach(const std::vector<CIMName>& names, bool mayRefuse, Ask ask)
 }
 
 /// The path without host and namespace, as an object is named within its namespace.
-CIMObjectPath localPath(CIMObjectPath path)
+void makeLocal(CIMObjectPath& path)
 {
     path.setHost(String());
     path.setNameSpace(CIMNamespaceName());
+}
+
+CIMObjectPath localPath(CIMObjectPath path)
+{
+    makeLocal(path);
     return path;
 }
 
@@ -208,12 +213,15 @@ Array<CIMInstance> Broker::enumerateInstances(const Ctx& context, const Ns& name
                                         view.includeQualifiers, view.includeClassOrigin,
                                         view.properties, handler);
         };
-        std::vector<CIMInstance> found =
-            target == nullptr
-                ? repository_.instancesOf(nameSpace, name)
-                : callProvider<CIMInstanceProvider, InstanceListHandler>(context, *target, ask);
-        for (CIMInstance& instance : found) {
-            const CIMInstance taken = std::exchange(instance, CIMInstance());
+        Array<CIMInstance> found;
+        if (target != nullptr) {
+            found = callProvider<CIMInstanceProvider, InstanceListHandler>(context, *target, ask);
+        } else {
+            for (const CIMInstance& stored : repository_.instancesOf(nameSpace, name))
+                found.append(stored);
+        }
+        for (Uint32 i = 0; i < found.size(); ++i) {
+            const CIMInstance taken = std::exchange(found[i], CIMInstance());
             results.append(filter.apply(taken, localPath(taken.getPath())));
         }
     });
@@ -236,9 +244,11 @@ Array<CIMObjectPath> Broker::enumerateInstanceNames(const Ctx& context, const Ns
             provider.enumerateInstanceNames(ctx, CIMObjectPath(hostName_, nameSpace, name),
                                             handler);
         };
-        for (const CIMObjectPath& path :
-             callProvider<CIMInstanceProvider, PathListHandler>(context, *target, ask))
-            results.append(localPath(path));
+        Array<CIMObjectPath> found =
+            callProvider<CIMInstanceProvider, PathListHandler>(context, *target, ask);
+        for (Uint32 i = 0; i < found.size(); ++i)
+            makeLocal(found[i]);
+        results.appendArray(found);
     });
     return results;
 }
@@ -352,7 +362,7 @@ auto Broker::traverse(const Ctx& context, const Ns& nameSpace, const Traversal& 
                       Show show) const
 {
     const CIMObjectPath source = reference(nameSpace, traversal.source);
-    Array<decltype(show(std::declval<Handler>().result().front()))> results;
+    Array<decltype(show(std::declval<Handler>().result()[0]))> results;
     askEach(associationsOf(nameSpace, traversal), true, [&](const CIMName& association) {
         ProviderObject* const target =
             registry_.find(nameSpace, association, ProviderKind::Association);
@@ -360,8 +370,9 @@ auto Broker::traverse(const Ctx& context, const Ns& nameSpace, const Traversal& 
         const auto askThis = [&](auto& provider, const Ctx& ctx, auto& handler) {
             ask(provider, ctx, source, association, handler);
         };
-        for (auto& found : callProvider<CIMAssociationProvider, Handler>(context, *target, askThis))
-            results.append(show(std::exchange(found, {})));
+        auto found = callProvider<CIMAssociationProvider, Handler>(context, *target, askThis);
+        for (Uint32 i = 0; i < found.size(); ++i)
+            results.append(show(std::exchange(found[i], {})));
     });
     return results;
 }

@@ -6,8 +6,8 @@
 #include <Pegasus/Common/Exception.h>
 #include <Pegasus/Common/ResponseHandler.h>
 
+#include <algorithm>
 #include <optional>
-#include <vector>
 
 namespace cimom
 {
@@ -17,10 +17,12 @@ bool isInitialized(const Item& item)
 {
     return !item.isUninitialized();
 }
+template <>
 inline bool isInitialized(const Pegasus::CIMObjectPath& path)
 {
     return !path.getClassName().isNull();
 }
+template <>
 inline bool isInitialized(const Pegasus::CIMValue& value)
 {
     return !value.isNull();
@@ -45,18 +47,21 @@ public:
     void deliver(const Item& item) override
     {
         requireInitialized(item);
-        if (!completed_) items_.push_back(item);
+        if (!completed_) items_.append(item);
     }
     void deliver(const Pegasus::Array<Item>& items) override
     {
+        const Item* const first = items.getData();
+        const bool isGood = std::all_of(first, first + items.size(), isInitialized<Item>);
+        if (isGood && !completed_) return items_.appendArray(items);
         for (Pegasus::Uint32 i = 0; i < items.size(); ++i)
             deliver(items[i]);
     }
     /// To be called once.
-    std::vector<Item> result() { return completed_ ? std::move(items_) : std::vector<Item>(); }
+    Pegasus::Array<Item> result() { return completed_ ? items_ : Pegasus::Array<Item>(); }
 
 private:
-    std::vector<Item> items_;
+    Pegasus::Array<Item> items_;
     bool completed_ = false;
 };
 

@@ -5,7 +5,6 @@
 #include <Pegasus/Common/CIMValue.h>
 
 #include <algorithm>
-#include <cstring>
 
 namespace Pegasus
 {
@@ -76,43 +75,18 @@ bool readsAsItself(const CIMObjectPath& path)
            });
 }
 
-/// Collects the units of a text.
-class TextWriter
+/// With a backslash before each quote and each backslash.
+void appendEscaped(String& out, const String& text)
 {
-public:
-    TextWriter() { _units.reserve(256); }
-    TextWriter& operator<<(const String& text)
-    {
-        append(text.getChar16Data(), text.getChar16Data() + text.size());
-        return *this;
+    const auto isSpecial = [](Uint16 unit) { return unit == '"' || unit == '\\'; };
+    const Char16* begin = text.getChar16Data();
+    const Char16* const end = begin + text.size();
+    for (const Char16* at = begin; (at = std::find_if(at, end, isSpecial)) != end; ++at) {
+        out.append(begin, Uint32(at - begin)).append(Char16('\\'));
+        begin = at;
     }
-    TextWriter& operator<<(const char* text)
-    {
-        _units.insert(_units.end(), text, text + std::strlen(text));
-        return *this;
-    }
-    /// With a backslash before each quote and each backslash.
-    void appendEscaped(const String& text)
-    {
-        const auto isSpecial = [](Uint16 unit) { return unit == '"' || unit == '\\'; };
-        const Char16* begin = text.getChar16Data();
-        const Char16* const end = begin + text.size();
-        for (;;) {
-            const Char16* const special = std::find_if(begin, end, isSpecial);
-            append(begin, special);
-            if (special == end) return;
-            _units.emplace_back('\\');
-            _units.push_back(*special);
-            begin = special + 1;
-        }
-    }
-    String string() const { return String(_units.data(), Uint32(_units.size())); }
-
-private:
-    void append(const Char16* begin, const Char16* end) { _units.insert(_units.end(), begin, end); }
-
-    std::vector<Char16> _units;
-};
+    out.append(begin, Uint32(end - begin));
+}
 
 }  // namespace
 
@@ -187,20 +161,20 @@ void CIMObjectPath::sortKeys()
 
 String CIMObjectPath::toString() const
 {
-    TextWriter text;
-    if (_host.size() > 0) text << "//" << _host << "/";
-    if (_host.size() > 0 || !_nameSpace.isNull()) text << _nameSpace.getString() << ":";
-    text << _className.getString();
+    String text;
+    if (_host.size() > 0) text.append("//").append(_host).append("/");
+    if (_host.size() > 0 || !_nameSpace.isNull()) text.append(_nameSpace.getString()).append(":");
+    text.append(_className.getString());
     const CIMKeyBinding* const first = _keyBindings.getData();
     for (const CIMKeyBinding* key = first; key != first + _keyBindings.size(); ++key) {
         const bool isQuoted =
             key->getType() == CIMKeyBinding::STRING || key->getType() == CIMKeyBinding::REFERENCE;
-        text << (key == first ? "." : ",") << key->getName().getString();
-        text << (isQuoted ? "=\"" : "=");
-        text.appendEscaped(key->getValue());
-        if (isQuoted) text << "\"";
+        text.append(key == first ? "." : ",").append(key->getName().getString());
+        text.append(isQuoted ? "=\"" : "=");
+        appendEscaped(text, key->getValue());
+        if (isQuoted) text.append(Char16('"'));
     }
-    return text.string();
+    return text;
 }
 
 Boolean CIMObjectPath::identical(const CIMObjectPath& x) const

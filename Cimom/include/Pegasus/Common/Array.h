@@ -4,6 +4,7 @@
 #include <Pegasus/Common/CopyOnWrite.h>
 #include <Pegasus/Common/String.h>
 
+#include <functional>
 #include <type_traits>
 #include <vector>
 
@@ -54,8 +55,12 @@ public:
     // What is appended may be elements of this array: it is copied before anything changes.
     void append(const T& x)
     {
-        const Item item{x};
-        _items.write().push_back(item);
+        const T* const data = getData();
+        const bool isOwn = std::less_equal<>()(data, &x) && std::less<>()(&x, data + size());
+        if (isOwn) return append(T(x));
+        std::vector<Item>& items = _items.write();
+        if (items.capacity() == 0) items.reserve(4);
+        items.push_back(reinterpret_cast<const Item&>(x));
     }
     void append(const T* x, Uint32 size)
     {
@@ -63,7 +68,11 @@ public:
         const std::vector<Item> items(first, first + size);
         if (size > 0) _items.write().insert(_items.get()->end(), items.begin(), items.end());
     }
-    void appendArray(const Array& x) { append(x.getData(), x.size()); }
+    void appendArray(const Array& x)
+    {
+        if (size() > 0) return append(x.getData(), x.size());
+        *this = x;  // shares the elements
+    }
 
 private:
     // Wrapped, as a vector of bool would pack its elements.
