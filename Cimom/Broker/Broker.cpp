@@ -136,11 +136,10 @@ CIMObjectPath Broker::reference(const Ns& nameSpace, CIMObjectPath path) const
     return path;
 }
 
-CIMObjectPath Broker::located(const Ns& nameSpace, CIMObjectPath path) const
+void Broker::locate(const Ns& nameSpace, CIMObjectPath& path) const
 {
     if (path.getHost().size() == 0) path.setHost(hostName_);
     if (path.getNameSpace().isNull()) path.setNameSpace(nameSpace);
-    return path;
 }
 
 // ---- Schema ----
@@ -357,12 +356,12 @@ std::vector<CIMName> Broker::associationsOf(const Ns& nameSpace, const Traversal
     return names;
 }
 
-template <class Handler, class Ask, class Show>
-auto Broker::traverse(const Ctx& context, const Ns& nameSpace, const Traversal& traversal, Ask ask,
-                      Show show) const
+template <class Handler, class Ask>
+auto Broker::traverse(const Ctx& context, const Ns& nameSpace, const Traversal& traversal,
+                      Ask ask) const
 {
     const CIMObjectPath source = reference(nameSpace, traversal.source);
-    Array<decltype(show(std::declval<Handler>().result()[0]))> results;
+    decltype(std::declval<Handler>().result()) results;
     askEach(associationsOf(nameSpace, traversal), true, [&](const CIMName& association) {
         ProviderObject* const target =
             registry_.find(nameSpace, association, ProviderKind::Association);
@@ -370,10 +369,29 @@ auto Broker::traverse(const Ctx& context, const Ns& nameSpace, const Traversal& 
         const auto askThis = [&](auto& provider, const Ctx& ctx, auto& handler) {
             ask(provider, ctx, source, association, handler);
         };
-        auto found = callProvider<CIMAssociationProvider, Handler>(context, *target, askThis);
-        for (Uint32 i = 0; i < found.size(); ++i)
-            results.append(show(std::exchange(found[i], {})));
+        results.appendArray(
+            callProvider<CIMAssociationProvider, Handler>(context, *target, askThis));
     });
+    return results;
+}
+
+Array<CIMObjectPath> Broker::located(const Ns& nameSpace, Array<CIMObjectPath> paths) const
+{
+    for (Uint32 i = 0; i < paths.size(); ++i)
+        locate(nameSpace, paths[i]);
+    return paths;
+}
+
+Array<CIMInstance> Broker::shown(const InstanceFilter& filter, const Ns& nameSpace,
+                                 Array<CIMObject> objects) const
+{
+    Array<CIMInstance> results;
+    for (Uint32 i = 0; i < objects.size(); ++i) {
+        const CIMInstance taken(std::exchange(objects[i], CIMObject()));
+        CIMObjectPath path = taken.getPath();
+        locate(nameSpace, path);
+        results.append(filter.apply(taken, path));
+    }
     return results;
 }
 
@@ -388,10 +406,8 @@ Array<CIMInstance> Broker::associators(const Ctx& context, const Ns& nameSpace,
                              traversal.resultRole, view.includeQualifiers, view.includeClassOrigin,
                              view.properties, handler);
     };
-    const auto show = [&](const CIMObject& object) {
-        return filter.apply(CIMInstance(object), located(nameSpace, object.getPath()));
-    };
-    return traverse<ObjectListHandler>(context, nameSpace, traversal, ask, show);
+    return shown(filter, nameSpace,
+                 traverse<ObjectListHandler>(context, nameSpace, traversal, ask));
 }
 
 Array<CIMObjectPath> Broker::associatorNames(const Ctx& context, const Ns& nameSpace,
@@ -402,8 +418,7 @@ Array<CIMObjectPath> Broker::associatorNames(const Ctx& context, const Ns& nameS
         provider.associatorNames(ctx, source, association, traversal.resultClass, traversal.role,
                                  traversal.resultRole, handler);
     };
-    const auto show = [&](const CIMObjectPath& path) { return located(nameSpace, path); };
-    return traverse<PathListHandler>(context, nameSpace, traversal, ask, show);
+    return located(nameSpace, traverse<PathListHandler>(context, nameSpace, traversal, ask));
 }
 
 Array<CIMInstance> Broker::references(const Ctx& context, const Ns& nameSpace,
@@ -416,10 +431,8 @@ Array<CIMInstance> Broker::references(const Ctx& context, const Ns& nameSpace,
         provider.references(ctx, source, association, traversal.role, view.includeQualifiers,
                             view.includeClassOrigin, view.properties, handler);
     };
-    const auto show = [&](const CIMObject& object) {
-        return filter.apply(CIMInstance(object), located(nameSpace, object.getPath()));
-    };
-    return traverse<ObjectListHandler>(context, nameSpace, byAssociation(traversal), ask, show);
+    return shown(filter, nameSpace,
+                 traverse<ObjectListHandler>(context, nameSpace, byAssociation(traversal), ask));
 }
 
 Array<CIMObjectPath> Broker::referenceNames(const Ctx& context, const Ns& nameSpace,
@@ -429,8 +442,8 @@ Array<CIMObjectPath> Broker::referenceNames(const Ctx& context, const Ns& nameSp
                          const CIMName& association, auto& handler) {
         provider.referenceNames(ctx, source, association, traversal.role, handler);
     };
-    const auto show = [&](const CIMObjectPath& path) { return located(nameSpace, path); };
-    return traverse<PathListHandler>(context, nameSpace, byAssociation(traversal), ask, show);
+    return located(nameSpace,
+                   traverse<PathListHandler>(context, nameSpace, byAssociation(traversal), ask));
 }
 
 }  // namespace cimom

@@ -17,6 +17,8 @@
 namespace cimom
 {
 
+class InstanceFilter;
+
 /// Where a traversal of associations starts and what it is narrowed down to; null names and empty
 /// roles let everything pass. References use `resultClass` for the association.
 struct Traversal
@@ -109,8 +111,12 @@ private:
 
     /// The path as a provider is to see it: this server's host and the request's namespace.
     CIMObjectPath reference(const Ns&, CIMObjectPath) const;
-    /// The path with this server's host and the namespace where it has none.
-    CIMObjectPath located(const Ns&, CIMObjectPath) const;
+    /// Gives the path this server's host and the namespace where it has none.
+    void locate(const Ns&, CIMObjectPath&) const;
+    Array<CIMObjectPath> located(const Ns&, Array<CIMObjectPath>) const;
+    /// The filtered objects, located.
+    Array<CIMInstance> shown(const InstanceFilter&, const Ns&,
+                             Array<Pegasus::CIMObject> objects) const;
 
     /// The provider of the class's instances; null when the repository serves them.
     ProviderObject* instanceProvider(const Ns&, const CIMName& className) const;
@@ -118,9 +124,9 @@ private:
     ProviderObject& writingProvider(const Ns&, const CIMName& className) const;
     /// Calls `ask(provider, context, source, association, handler)` for the provider of each
     /// association class that the traversal has to ask; those that answer "not supported" count as
-    /// empty. Returns what `show` makes of each result.
-    template <class Handler, class Ask, class Show>
-    auto traverse(const Ctx&, const Ns&, const Traversal&, Ask ask, Show show) const;
+    /// empty. Returns all results.
+    template <class Handler, class Ask>
+    auto traverse(const Ctx&, const Ns&, const Traversal&, Ask ask) const;
 
     const Repository& repository_;
     const Pegasus::String hostName_;

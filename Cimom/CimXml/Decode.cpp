@@ -270,17 +270,13 @@ CIMObjectPath decodeInstanceName(const XmlElement& element)
 {
     expectName(element, "INSTANCENAME");
     Array<CIMKeyBinding> keys;
-    std::size_t length = 0;
-    for (const XmlElement& child : element.children) {
+    for (const XmlElement& child : element.children)
         keys.append(decodeKeyBinding(child));
-        const CIMKeyBinding& key = keys[keys.size() - 1];
-        length += key.getName().getString().size() + key.getValue().size();
-    }
-    if (length > longestObjectPath) {
-        throw semanticError(element, "the keys are longer than " +
-                                         std::to_string(longestObjectPath) + " characters");
-    }
-    return CIMObjectPath(String(), CIMNamespaceName(), nameAttribute(element, "CLASSNAME"), keys);
+    const CIMName className = nameAttribute(element, "CLASSNAME");
+    const CIMObjectPath path(String(), CIMNamespaceName(), className, keys);
+    if (path.toString().size() <= longestObjectPath) return path;
+    throw semanticError(
+        element, "the path is longer than " + std::to_string(longestObjectPath) + " characters");
 }
 
 CIMObjectPath decodeObjectName(const XmlElement& element)

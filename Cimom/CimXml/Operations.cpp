@@ -165,8 +165,10 @@ void appendEach(const Call& c, std::string& out, const Array<Item>& items, Appen
     constexpr std::size_t piece = 64 * 1024;
     auto rest = [items = Array<Item>(items), append, i = Uint32(0)](std::string& text) mutable {
         const std::size_t enough = text.size() + piece;
-        for (; i < items.size() && text.size() < enough; ++i)
-            append(text, std::exchange(items[i], Item()));
+        for (; i < items.size() && text.size() < enough; ++i) {
+            append(text, items[i]);
+            items[i] = Item();
+        }
         return i < items.size();
     };
     if (rest(out)) c.rest = std::move(rest);
@@ -181,26 +183,23 @@ void appendPaths(const Call& c, std::string& out, const Array<CIMObjectPath>& pa
     });
 }
 
-void appendObjects(const Call& c, std::string& out, const Array<CIMInstance>& objects)
+/// Each instance behind its path, in an element of that name.
+void appendInstances(const Call& c, std::string& out, const Array<CIMInstance>& instances,
+                     const std::string& element,
+                     void (*appendPath)(std::string&, const CIMObjectPath&))
 {
     xml::InstanceWriter writer;
-    appendEach(c, out, objects, [writer](std::string& text, const CIMInstance& object) mutable {
-        text += "<VALUE.OBJECTWITHPATH>\n";
-        xml::appendInstancePath(text, object.getPath());
-        writer.append(text, object.object());
-        text += "</VALUE.OBJECTWITHPATH>\n";
+    appendEach(c, out, instances, [=](std::string& text, const CIMInstance& found) mutable {
+        text.append("<").append(element).append(">\n");
+        appendPath(text, found.getPath());
+        writer.append(text, found.object());
+        text.append("</").append(element).append(">\n");
     });
 }
 
-void appendInstances(const Call& c, std::string& out, const Array<CIMInstance>& instances)
+void appendObjects(const Call& c, std::string& out, const Array<CIMInstance>& objects)
 {
-    xml::InstanceWriter writer;
-    appendEach(c, out, instances, [writer](std::string& text, const CIMInstance& found) mutable {
-        text += "<VALUE.NAMEDINSTANCE>\n";
-        xml::appendInstanceName(text, found.getPath());
-        writer.append(text, found.object());
-        text += "</VALUE.NAMEDINSTANCE>\n";
-    });
+    appendInstances(c, out, objects, "VALUE.OBJECTWITHPATH", xml::appendInstancePath);
 }
 
 /// Standard operations on the schema and queries, which this object manager does not offer.
@@ -253,9 +252,9 @@ const Operation operations[] = {
      {"ClassName", "LocalOnly", "DeepInheritance", "IncludeQualifiers", "IncludeClassOrigin",
       "PropertyList"},
      [](const Call& c, std::string& out) {
-         appendInstances(c, out,
-                         c.broker.enumerateInstances(c.user, c.nameSpace, c.requiredClassName(),
-                                                     c.deep(true), c.instanceView()));
+         const auto found = c.broker.enumerateInstances(c.user, c.nameSpace, c.requiredClassName(),
+                                                        c.deep(true), c.instanceView());
+         appendInstances(c, out, found, "VALUE.NAMEDINSTANCE", xml::appendInstanceName);
      }},
     {"EnumerateInstanceNames",
      {"ClassName"},

@@ -69,7 +69,7 @@ private:
 };
 
 constexpr std::size_t pieceSize = 64 * 1024;           // of a long reply, for the HTTP library
-constexpr std::uint64_t largeReply = 8 * 1024 * 1024;  // its memory is given back at once
+constexpr std::uint64_t largeReply = 2 * 1024 * 1024;  // its memory is given back at once
 
 /// One request and its reply.
 struct Exchange

@@ -175,38 +175,25 @@ private:
             if (hasHost) fail("host specified, missing namespace");
             return CIMNamespaceName();
         }
-        try {
-            return take(':');
-        } catch (const InvalidNamespaceNameException&) {
-            fail("invalid namespace name");
-        }
+        const String name = take(':');
+        if (!CIMNamespaceName::legal(name)) fail("invalid namespace name");
+        return name;
     }
 
     CIMName className()
     {
         const String name = take('.');
-        try {
-            return name;
-        } catch (const InvalidNameException&) {
-            fail("class name " + name + " not a legal CIM name");
-        }
+        if (!CIMName::legal(name)) fail("class name " + name + " not a legal CIM name");
+        return name;
     }
 
     /// Goes behind the comma after the key.
     CIMKeyBinding key()
     {
         if (next('=') == PEG_NOT_FOUND) failKey("missing equal sign");
-        const CIMName name = keyName(take('='));
+        const String name = take('=');
+        if (!CIMName::legal(name)) failKey("invalid key name:" + name);
         return isAt('"') ? quoted(name) : unquoted(name);
-    }
-
-    CIMName keyName(const String& text) const
-    {
-        try {
-            return text;
-        } catch (const InvalidNameException&) {
-            failKey("invalid key name:" + text);
-        }
     }
 
     CIMKeyBinding unquoted(const CIMName& name)
