@@ -197,7 +197,7 @@ struct InstanceParts
         for (const auto& [name, parts] : references) {
             const CIMObjectPath reference = parts.madeAnew();
             set(instance, name, CIMValue(reference));
-            keys.append(CIMKeyBinding(name, reference.toString(), CIMKeyBinding::REFERENCE));
+            keys.append(CIMKeyBinding(name, CIMValue(reference)));
         }
         instance.setPath(references.empty()
                              ? path.made()

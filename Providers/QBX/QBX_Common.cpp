@@ -363,20 +363,27 @@ bool QBX_Common::isPartOfArray(const CIMName& name, const Array<CIMName>& names)
 namespace
 {
 
-/// The binding as a reference without a host when its text reads as an object path; otherwise
-/// the binding as it is.
-CIMKeyBinding withoutHost(const CIMKeyBinding& key)
+/// Makes the binding a reference without a host. False when its text reads as no object path: then
+/// it stays as it is.
+bool dropHost(CIMKeyBinding& key)
 {
-    if (key.getType() != CIMKeyBinding::REFERENCE && key.getType() != CIMKeyBinding::STRING)
-        return key;
     try {
         const CIMObjectPath read(key.getValue());
         const CIMObjectPath bare(String(), read.getNameSpace(), read.getClassName(),
                                  read.getKeyBindings());
-        return CIMKeyBinding(key.getName(), bare.toString(), CIMKeyBinding::REFERENCE);
+        key = CIMKeyBinding(key.getName(), bare.toString(), CIMKeyBinding::REFERENCE);
+        return true;
     } catch (...) {
-        return key;
+        return false;
     }
+}
+
+/// The binding as it is compared: text that reads as an object path is a reference without a host.
+CIMKeyBinding withoutHost(CIMKeyBinding key)
+{
+    if (key.getType() == CIMKeyBinding::REFERENCE || key.getType() == CIMKeyBinding::STRING)
+        dropHost(key);
+    return key;
 }
 
 /// False for a text that is certainly no object path, since neither a host nor a namespace nor a
@@ -402,15 +409,6 @@ String plainReference(const String& text)
     return hasHost ? text.subString(text.find(2, '/') + 1) : text;
 }
 
-bool isPath(const String& text)
-{
-    try {
-        return CIMObjectPath(text).toString().size() > 0;
-    } catch (const Exception&) {
-        return false;
-    }
-}
-
 /// A key with all that is to be known of it, so that most others can be told from it unread.
 struct KnownKey
 {
@@ -419,17 +417,19 @@ struct KnownKey
           isName(CIMName::legal(key.getValue())),
           mayBePath(::Pegasus::mayBePath(key.getValue())),
           plain(plainReference(key.getValue())),
-          bare(mayBePath ? withoutHost(key) : key),
-          isMalformed(key.getType() == CIMKeyBinding::REFERENCE && !isPath(key.getValue()))
+          bare(key)
     {
+        const bool isReference = key.getType() == CIMKeyBinding::REFERENCE;
+        if (isReference || (key.getType() == CIMKeyBinding::STRING && mayBePath))
+            isMalformed = !dropHost(bare) && isReference;
     }
 
     const CIMKeyBinding given;
     const bool isName;  // reads as a class
     const bool mayBePath;
     const String plain;
-    const CIMKeyBinding bare;
-    const bool isMalformed;  // a reference that is no object path, which denotes nothing
+    CIMKeyBinding bare;
+    bool isMalformed = false;  // a reference that is no object path, which denotes nothing
 };
 
 /// True when the keys are the same, hosts aside.
