@@ -27,8 +27,9 @@ def question(method, path=None, **parameters):
     kind, call, target = "I", LOCAL, NAMESPACE
     if path:
         kind, call = "", f"<LOCALINSTANCEPATH>{LOCAL}{instance_name(path)}</LOCALINSTANCEPATH>"
-        keys = (f"{key}={json.dumps(value, ensure_ascii=False)}" for key, value in sorted(path[1].items()))
-        target = f"{NAMESPACE}:{path[0]}.{','.join(keys)}"
+        keys = sorted(path[1].items())
+        texts = (f"{key}={json.dumps(value, ensure_ascii=False)}" for key, value in keys)
+        target = f"{NAMESPACE}:{path[0]}.{','.join(texts)}"
     for name, value in parameters.items():
         value = value if value[0] == "<" else f"<VALUE>{escape(value)}</VALUE>"
         call += f'<{kind}PARAMVALUE NAME="{name}">{value}</{kind}PARAMVALUE>'
