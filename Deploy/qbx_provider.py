@@ -41,6 +41,9 @@ SCHEMA_FOLDERS = ("/usr/share/Pegasus/mof", "/opt/tog-pegasus/share/mof")
 SCHEMA_BYTES = 64 << 20  # of the repository, for the DMTF schema
 PREFIX = pathlib.Path(__file__).resolve().parents[1]  # of the installation: lib/ and share/ are there
 
+# The module's class that needs instances from elsewhere, and the class of the most important one.
+CONTAINER, SYSTEM = "QBX_SysCageContainer", "QBX_StorageSystem"
+
 # Exit status codes of cimcli are those of CIM.
 NOT_FOUND_CODES = (3, 6)  # namespace, object
 ACCESS_DENIED = 2
@@ -191,19 +194,22 @@ class Server:
         return (self.home / setting) if self.home else pathlib.Path("/var/lib/Pegasus/repository")
 
     def schema_folder(self, given: str | None) -> pathlib.Path | None:
-        """The folder of the newest complete DMTF schema (holds CIM_Schema.mof); None: not found."""
-        roots = [self.home, os.environ.get("PEGASUS_ROOT")] if self.home else []
-        folders = [given] if given else [*roots, *SCHEMA_FOLDERS]
-        found: list[pathlib.Path] = []
-        for folder in filter(None, folders):
-            for pattern in ("CIM_Schema.mof", "CIM*/CIM_Schema.mof", "[Ss]chemas/CIM*/CIM_Schema.mof"):
-                found += pathlib.Path(folder).glob(pattern)
+        """The folder of a DMTF schema (holds CIM_Schema.mof), of several the newest (CIM241 is
+        version 2.41); None when there is none."""
+        roots = [given] if given else [self.home, os.environ.get("PEGASUS_ROOT"), *SCHEMA_FOLDERS]
+        patterns = ("CIM_Schema.mof", "CIM*/CIM_Schema.mof", "[Ss]chemas/CIM*/CIM_Schema.mof")
+        found = [
+            path.parent
+            for root in filter(None, roots)
+            for pattern in patterns
+            for path in pathlib.Path(root).glob(pattern)
+        ]
 
-        def version(path: pathlib.Path) -> tuple[int, ...]:
-            text = re.search(r"Version (\d+)\.(\d+)", path.read_text(errors="replace"))
-            return tuple(map(int, text.groups())) if text else ()
+        def version(folder: pathlib.Path) -> int:
+            match = re.fullmatch(r"CIM2(\d{1,2})\d*", folder.name)
+            return int(match.group(1)) if match else -1
 
-        return max(found, key=version).parent if found else None
+        return max(found, key=version, default=None)
 
     # -- what is in its repository --
 
@@ -224,6 +230,11 @@ class Server:
         """All classes of the namespace; None when there is no such namespace."""
         listed = self.tool("cimcli", "nc", "-n", NAMESPACE, "-di")
         return None if listed.returncode else set(listed.stdout.split())
+
+    def paths(self, class_name: str) -> list[str]:
+        """The paths of the instances of a class, without host and namespace."""
+        listed = self.tool("cimcli", "ni", "-n", NAMESPACE, class_name)
+        return [] if listed.returncode else listed.stdout.strip().splitlines()
 
     def instances(self, class_name: str) -> list[dict[str, object]]:
         """The instances of a class of the interop namespace."""
@@ -337,8 +348,9 @@ class Payload:
         self.version = "".join(re.findall(r'^\s*Version = "([^"]+)"', text, re.MULTILINE)[:1])
 
     def class_differences(self, server: Server, there: set[str]) -> dict[str, str]:
-        """The classes that the server has otherwise, or not; `there`: those of the namespace."""
-        result = {name: "missing" for name in self.parents if name not in there}
+        """The classes that the server does not have ("") or has otherwise (which of its parts);
+        `there`: the classes of the namespace."""
+        result = {name: "" for name in self.parents if name not in there}
         if not self.bases <= there:
             return result
         for item in server.compiled(NAMESPACE, self.classes_mof).iter("CLASS"):
@@ -346,7 +358,7 @@ class Payload:
             answer = server.ask("gc", NAMESPACE, name) if name in there else None
             if answer is not None and shape(answer[0]) != shape(item):
                 parts = set(shape(answer[0])[3]) ^ set(shape(item)[3])
-                result[name] = "other " + ", ".join(sorted({p[1][0] for p in parts}))
+                result[name] = ", ".join(sorted({p[1][0] for p in parts})) or "superclass"
         return result
 
     def registration(self, server: Server) -> Registration:
@@ -394,10 +406,14 @@ class Record:
         part.write_text(json.dumps(entries, indent=1) + "\n")
         part.replace(self.file)
 
-    def keep(self, payload: Payload, entries: dict[str, object]) -> None:
+    def keep(
+        self, payload: Payload, entries: dict[str, object], instances: pathlib.Path | None
+    ) -> None:
         """The installation is complete."""
         new = self.folder / "new"
         payload.copy(new)
+        if instances:
+            shutil.copy(instances, self.folder / "system-instances.mof")
         shutil.rmtree(self.copies, ignore_errors=True)
         new.rename(self.copies)
         self.write(entries)
@@ -463,7 +479,7 @@ class Client:
         error = tree.find(".//ERROR")
         if error is not None:
             return -1, error.get("DESCRIPTION", f"CIM error {error.get('CODE')}")
-        return len(tree.findall(".//INSTANCENAME")), ""
+        return len(tree.findall(".//IRETURNVALUE/INSTANCENAME")), ""
 
 
 # ---- installing, removing, checking ----
@@ -605,7 +621,7 @@ class Manager:
     def require_own(self, payload: Payload | None) -> None:
         """What stands where the module's things belong must be this program's."""
         known = [self.record.entries.get("digest"), payload and digest(payload.library), ""]
-        if self.record.entries:
+        if "classes" in self.record.entries:
             if digest(self.library) not in known and "version" in self.record.entries:
                 raise Failure(
                     "check the library",
@@ -682,7 +698,7 @@ class Manager:
         if there and not self.record.entries.get("schema"):
             raise Failure(
                 "check the namespace",
-                f"{NAMESPACE} has {len(there)} classes of others, but not {', '.join(missing[:3])}",
+                f"{NAMESPACE} has {len(there)} classes of others, but lacks {', '.join(missing)}",
                 "Load the DMTF schema into it as those others would have it, and run this again.",
             )
         folder = self.server.schema_folder(given)
@@ -692,18 +708,42 @@ class Manager:
                 f"{given or 'the server'} has no CIM_Schema.mof",
                 "Unpack the DMTF's CIM schema (MOF files) and name its folder with --schema.",
             )
+        lacks = [name for name in missing if not next(folder.rglob(f"{name}.mof"), None)]
+        if lacks:
+            raise Failure(
+                "check the DMTF schema",
+                f"that of {folder} lacks {', '.join(lacks)}",
+                "Name the folder of a newer one (2.41 is good) with --schema.",
+            )
         self.require_room(self.server.repository, SCHEMA_BYTES)
         return folder
 
+    def instances_to_load(self, payload: Payload, file: pathlib.Path | None) -> list[str]:
+        """The classes of the instances that the file holds, unless they are there already."""
+        if not file:
+            return []
+        text = file.read_text() if file.is_file() else ""
+        classes = re.findall(r"^instance of (\w+)", text, re.MULTILINE)
+        if not classes or not set(classes) <= set(payload.parents) - set(payload.served):
+            raise Failure(
+                "read the instances",
+                f"{file} is no file of instances of the storage system",
+                "Take the package's system-instances.mof, with the array's own names.",
+            )
+        return [] if any(map(self.server.paths, classes)) else classes
+
     # -- the commands --
 
-    def install(self, payload: Payload, client: Client | None, given: str | None, process: str) -> None:
+    def install(
+        self, payload: Payload, client: Client | None, options: argparse.Namespace
+    ) -> None:
         self.require_rights()
         self.require_own(payload)
         self.require_classes_free(payload)
         self.require_array_library(payload.library)
         self.require_room(self.library.parent, 4 * payload.library.stat().st_size)
-        schema = self.schema_to_load(payload, given)
+        schema = self.schema_to_load(payload, options.schema)
+        instances = self.instances_to_load(payload, options.system_instances)
         if client:
             client.names("CIM_ManagedElement")  # the password is good
 
@@ -721,28 +761,33 @@ class Manager:
         to_define = (differing - foreign) or set(anew)
         to_place = digest(self.library) != digest(payload.library)
         to_register = bool(self.registered.differences(payload.registration(self.server)))
-        group = {"server": "CIMServer", "own": ""}.get(process, self.registered.group)
+        group = {"server": "CIMServer", "own": ""}.get(options.process, self.registered.group)
         entries = {
             "digest": digest(payload.library),
             "classes": [n for n in payload.parents if n in owned or n not in there],
+            "instances": [*before.get("instances", []), *instances],
             "schema": bool(schema) or before.get("schema", False),
         }
 
+        # The module remembers the storage system: it starts anew for its instances too.
+        changes = schema or to_define or instances or to_place or to_register
         steps = self.steps
         with steps.all_or_nothing():
-            if schema or to_define or to_place or to_register:
+            if changes:
                 started = {**entries, **({"version": before["version"]} if old else {})}
                 steps.run(
                     f"write {self.record.file}",
                     lambda: self.record.write(started),
-                    lambda: self.record.write(before),
+                    lambda: self.record.write(
+                        {**before, "schema": True} if steps.notes else before
+                    ),
                 )
             if schema:
                 steps.run(
                     f"load the DMTF schema of {schema} into {NAMESPACE} (half a minute)",
                     lambda: self.load_schema(schema),
                 )
-            if self.registered.module and (to_define or to_place or to_register):
+            if self.registered.module and changes:
                 steps.run("stop the module", lambda: self.provider_tool("-d"), self.start)
             if to_place:
                 steps.run(
@@ -753,9 +798,15 @@ class Manager:
             if to_define:
                 created = [n for n in payload.parents if n in differing and n not in foreign]
                 steps.run(
-                    f"define in {NAMESPACE}: {', '.join(created) or 'nothing more'}",
+                    f"define {len(created)} classes in {NAMESPACE}",
                     lambda: self.define(payload, anew),
                     lambda: self.define(old, created) if old else self.delete(created),
+                )
+            if instances:
+                steps.run(
+                    f"load {options.system_instances} into {NAMESPACE}",
+                    lambda: self.load_instances(options.system_instances),
+                    lambda: self.delete_instances(instances),
                 )
             if to_register:
                 steps.run(
@@ -770,7 +821,7 @@ class Manager:
                         lambda: self.provider_tool("-g", group),
                         lambda: self.provider_tool("-g", self.registered.group),
                     )
-                if to_place or to_define or self.registered.status != "OK":
+                if changes or self.registered.status != "OK":
                     steps.run("start the module", self.start)
             steps.run(
                 f"query every class as {client.user if client else 'the local user'}",
@@ -778,8 +829,23 @@ class Manager:
             )
             final = {"version": payload.version, **entries}
             if final != before:
-                steps.run("keep a copy of the files", lambda: self.record.keep(payload, final))
+                steps.run("keep a copy of the files", lambda: self.record.keep(payload, final, options.system_instances))
         say(f"installed: version {payload.version}" if not steps.dry_run else "nothing was changed")
+
+    def load_instances(self, file: pathlib.Path) -> None:
+        self.server.do(
+            f"load {file}",
+            "Compare it with the package's system-instances.mof.",
+            *("cimmof", "-w", "-n", NAMESPACE, str(file)),
+        )
+
+    def delete_instances(self, classes: list[str]) -> None:
+        for path in [path for name in classes for path in self.server.paths(name)]:
+            self.server.do(
+                f"delete {path}",
+                "Look at the server's log.",
+                *("cimcli", "di", "-n", NAMESPACE, path),
+            )
 
     def load_schema(self, folder: pathlib.Path) -> None:
         self.steps.notes.append(f"the DMTF schema in {NAMESPACE}")
@@ -809,6 +875,10 @@ class Manager:
                 if result.returncode == ACCESS_DENIED and "nsufficient privilege" in error:
                     denied = error
                     continue
+            if count < 0 and name == CONTAINER and not self.server.paths(SYSTEM):
+                say(f"  {name}: there is no {SYSTEM} in {NAMESPACE}: install the array's module that")
+                say("  serves it, or see --system-instances")
+                continue
             if count < 0:
                 raise Failure(
                     f"query {name}", error, "Docs/Troubleshooting.md says what that means."
@@ -833,7 +903,7 @@ class Manager:
                 )
 
     def remove(self) -> None:
-        if not self.record.entries:
+        if "classes" not in self.record.entries:
             self.require_own(None)
             return say("nothing to do: it is not installed")
         self.require_rights()
@@ -846,10 +916,17 @@ class Manager:
                     lambda: self.provider_tool("-r"),
                     lambda: self.restore_registration(old),
                 )
+            if instances := entries.get("instances", []):
+                kept = self.record.folder / "system-instances.mof"
+                steps.run(
+                    f"delete the instances of {', '.join(instances)}",
+                    lambda: self.delete_instances(instances),
+                    lambda: self.load_instances(kept),
+                )
             classes = [name for name in entries["classes"] if name in (self.there or ())]
             if classes:
                 steps.run(
-                    f"delete from {NAMESPACE}: {', '.join(classes)}",
+                    f"delete {len(classes)} classes from {NAMESPACE}",
                     lambda: self.delete(classes),
                     (lambda: self.define(old, [])) if old else None,
                 )
@@ -888,7 +965,10 @@ class Manager:
         good = (found or "not known") + (", a SIMULATED array" if simulated else "")
         line("array's library", "not found by the server's loader" if found == "" else "", good)
         classes = payload.class_differences(server, self.there or set())
-        line("classes", "; ".join(f"{name}: {text}" for name, text in classes.items()))
+        said = [f"{name} has another {what}" for name, what in classes.items() if what]
+        missing = [name for name, what in classes.items() if not what]
+        said += [f"missing: {', '.join(missing)}"] if missing else []
+        line("classes", "; ".join(said) if missing != list(payload.parents) else "all missing")
         differences = self.registered.differences(payload.registration(server))
         line("registration", "; ".join(differences))
         if self.registered.module:
@@ -919,6 +999,12 @@ def arguments() -> argparse.Namespace:
         help="where the module runs: in a process of its own (default), or in the server's, which "
         "is faster, but a crash of the module or the array's library ends the server",
     )
+    parser.add_argument(
+        "--system-instances",
+        type=pathlib.Path,
+        help="also load this file (see system-instances.mof), where no other module serves "
+        "the array's storage system",
+    )
     parser.add_argument("--dry-run", action="store_true", help="print the steps, change nothing")
     parser.add_argument("--module", type=pathlib.Path, help=f"{LIBRARY} (default: the package's)")
     parser.add_argument("--mof", type=pathlib.Path, help="folder of the module's MOF files")
@@ -948,7 +1034,7 @@ def main() -> None:
         if options.user:
             client = Client(server, options.user, password(options), options.url)
         if options.command == "install":
-            manager.install(payload, client, options.schema, options.process)
+            manager.install(payload, client, options)
         elif options.command == "remove":
             manager.remove()
         elif not manager.check(payload, client):
