@@ -892,15 +892,19 @@ class Manager:
         self.require_mapped()
 
     def require_mapped(self) -> None:
-        """No process may still run a file that was replaced."""
+        """The processes that load modules must not run a file that was replaced."""
+        in_server = self.server.registration().group == "CIMServer"
         for folder in pathlib.Path("/proc").glob("[0-9]*"):
-            maps = process_file(int(folder.name), "maps").decode(errors="replace")
-            if f"{self.library} (deleted)" in maps:
-                raise Failure(
-                    "look for the old library",
-                    f"process {folder.name} still runs it",
-                    "Restart the server.",
-                )
+            pid = int(folder.name)
+            agent = process_file(pid, "comm").strip() == b"cimprovagt"
+            maps = process_file(pid, "maps").decode(errors="replace")
+            if f"{self.library} (deleted)" in maps and (pid == self.server.process) == in_server:
+                if in_server or agent:
+                    raise Failure(
+                        "look for the old library",
+                        f"process {pid} still runs it",
+                        "Restart the server.",
+                    )
 
     def remove(self) -> None:
         if "classes" not in self.record.entries:
@@ -1019,26 +1023,28 @@ def password(options: argparse.Namespace) -> str:
     return getpass.getpass(f"password of {options.user}: ")
 
 
+def own_files(options: argparse.Namespace) -> Payload:
+    libraries = [*PREFIX.glob(f"lib*/qbx/{LIBRARY}"), *PREFIX.glob(f"lib/*/qbx/{LIBRARY}")]
+    library = options.module or next(iter(libraries), PREFIX / "lib/qbx" / LIBRARY)
+    return Payload(library.resolve(), (options.mof or PREFIX / "share/qbx/schema").resolve())
+
+
 def main() -> None:
     options = arguments()
     steps = Steps(options.dry_run)
     try:
-        libraries = [*PREFIX.glob(f"lib/*/qbx/{LIBRARY}"), *PREFIX.glob(f"lib*/qbx/{LIBRARY}")]
-        payload = Payload(
-            (options.module or next(iter(libraries), PREFIX / "lib/qbx" / LIBRARY)).resolve(),
-            (options.mof or PREFIX / "share/qbx/schema").resolve(),
-        )
         server = Server(options.home or os.environ.get("PEGASUS_HOME"))
         manager = Manager(server, steps)
         client = None
         if options.user:
             client = Client(server, options.user, password(options), options.url)
+        payload = None if options.command == "remove" else own_files(options)
         if options.command == "install":
             manager.install(payload, client, options)
-        elif options.command == "remove":
+        elif options.command == "check":
+            sys.exit(0 if manager.check(payload, client) else 1)
+        else:
             manager.remove()
-        elif not manager.check(payload, client):
-            sys.exit(1)
     except (Failure, OSError) as error:
         nothing = "" if steps.begun or options.command == "check" else "\n  Nothing was changed."
         sys.exit(f"qbx-provider: {error}{nothing}")
