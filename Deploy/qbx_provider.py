@@ -502,6 +502,13 @@ class Manager:
             )
             self.server.do(f"delete {name}", remedy, "cimcli", "dc", "-n", NAMESPACE, name)
 
+    def restore(self, old: Payload | None, created: list[str]) -> None:
+        """Takes back what define() has done, by half or wholly."""
+        if not old:
+            self.delete(created)
+        elif differences := old.class_differences(self.server, self.server.class_names()):
+            self.define(old, created if any(differences.values()) else [])
+
     def load_instances(self, file: pathlib.Path) -> None:
         self.compile("Compare it with the package's system-instances.mof.", NAMESPACE, file)
 
@@ -577,20 +584,21 @@ class Manager:
         """What stands where the module's things belong must be this program's."""
         entries = self.record.entries
         if "classes" in entries:
-            known = ("", entries["digest"], payload and digest(payload.library))
-            if "version" in entries and digest(self.library) not in known:
+            files = [payload, self.record.installed()]
+            known = ["", entries["digest"], *(digest(file.library) for file in files if file)]
+            if digest(self.library) not in known:
                 reason = f"somebody else has replaced {self.library} since it was installed"
                 raise Failure("check what is there", reason, "Move that file away, run this again.")
             return
         served = payload.served if payload else []
         theirs = [name for name in reversed(served) if name in self.there]
         for wrong, what, remedy in (
-            (self.registered.module, f"{MODULE} is registered", f"cimprovider -r -m {MODULE}"),
-            (self.library.exists(), f"{self.library} is there", f"rm {self.library}"),
-            (theirs, f"{NAMESPACE} has {', '.join(theirs)}", f"cimcli dc -n {NAMESPACE}, in that order"),
+            (self.registered.module, f"registration of {MODULE} is", f"cimprovider -r -m {MODULE}"),
+            (self.library.exists(), f"{self.library} is", f"rm {self.library}"),
+            (theirs, f"{', '.join(theirs)} are", f"cimcli dc -n {NAMESPACE}, in that order"),
         ):
             if wrong:
-                reason = f"{what} already, not by this program"
+                reason = f"{what} there already, not by this program"
                 raise Failure("check what is there", reason, f"Take that away first: {remedy}")
         for name in set(served) & set(self.registered.by_others):
             other = self.registered.by_others[name]
@@ -718,7 +726,7 @@ class Manager:
                 created or anew,
                 f"define {len(created)} classes in {NAMESPACE}",
                 lambda: self.define(payload, anew),
-                lambda: self.define(old, created) if old else self.delete(created),
+                lambda: self.restore(old, created),
             ),
             (
                 instances,
