@@ -115,8 +115,10 @@ class Server:
         for pid in processes("cimserver"):
             try:
                 running = os.readlink(f"/proc/{pid}/exe").removesuffix(" (deleted)")
-            except OSError:
+            except PermissionError:
                 return pid  # another user's: not for us to know
+            except OSError:
+                continue  # it has just ended
             if running == program:
                 return pid
             others.append(running)

@@ -37,8 +37,8 @@ class InstalledToolkit(unittest.TestCase):
         cls.folder = pathlib.Path(tempfile.mkdtemp(prefix="qbx-example-"))
         cls.addClassCleanup(shutil.rmtree, cls.folder, ignore_errors=True)
         cls.bare, cls.prefix = cls.folder / "bare", cls.folder / "prefix"
-        parts = (cls.bare, "toolkit"), (cls.prefix, "toolkit"), (cls.prefix, "standin")
-        for prefix, component in parts:
+        parts = ("toolkit", "standin", "standin_dev")
+        for prefix, component in (cls.bare, "toolkit"), *((cls.prefix, part) for part in parts):
             build = os.environ["QBX_BUILD"]
             cmake("--install", build, "--prefix", prefix, "--component", component)
 
@@ -85,7 +85,7 @@ class InstalledToolkit(unittest.TestCase):
         with self.assertRaisesRegex(AssertionError, "set QBX_STORAGE_API"):
             self.configure(self.folder / "no-api", self.bare)
         library = next(self.prefix.rglob("libqbxapi.so"))
-        with self.assertRaisesRegex(AssertionError, "install the\\s+component 'standin' too"):
+        with self.assertRaisesRegex(AssertionError, "install the\\s+component 'standin_dev' too"):
             self.configure(self.folder / "no-cim", self.bare, f"-DQBX_STORAGE_API={library}")
 
 
