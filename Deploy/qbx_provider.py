@@ -10,6 +10,7 @@ import contextlib
 import fcntl
 import getpass
 import hashlib
+import http.client
 import json
 import os
 import pathlib
@@ -369,10 +370,12 @@ class Client:
             url = f"http{'s' if secure else ''}://localhost:{port}"
         self.user, self.url = user, url
         self.authorization = base64.b64encode(f"{user}:{password}".encode()).decode()
-        self.context = ssl.create_default_context()
+        context = ssl.create_default_context()
         if urllib.parse.urlsplit(url).hostname in ("localhost", "127.0.0.1", "::1"):
-            self.context.check_hostname = False  # the server's certificate has its other name
-            self.context.verify_mode = ssl.CERT_NONE
+            context.check_hostname = False  # the server's certificate has its other name
+            context.verify_mode = ssl.CERT_NONE
+        secure_handler = urllib.request.HTTPSHandler(context=context)
+        self.opener = urllib.request.build_opener(urllib.request.ProxyHandler({}), secure_handler)
 
     def count(self, class_name: str) -> tuple[int, str]:
         """The number of instances and an empty text, or -1 and the error."""
@@ -384,11 +387,11 @@ class Client:
             "Authorization": f"Basic {self.authorization}",
         }
         body = ENUMERATE.format(class_name).encode()
-        request = urllib.request.Request(f"{self.url}/cimom", body, headers)
         try:
-            with urllib.request.urlopen(request, timeout=60, context=self.context) as answer:
+            request = urllib.request.Request(f"{self.url}/cimom", body, headers)
+            with self.opener.open(request, timeout=60) as answer:
                 tree = ET.fromstring(answer.read())
-        except (OSError, ET.ParseError) as error:
+        except (OSError, ValueError, ET.ParseError, http.client.HTTPException) as error:
             if isinstance(error, urllib.error.HTTPError) and error.code == 401:
                 remedy = "Give another user or password."
                 raise Failure("log in", f"the server refuses user {self.user}", remedy) from None
@@ -441,7 +444,7 @@ class Steps:
             signal.signal(number, interrupted)
         try:
             yield
-        except Failure as failure:
+        except Exception as failure:
             for number in self.SIGNALS:
                 signal.signal(number, signal.SIG_IGN)
             if not self.begun:
@@ -450,7 +453,7 @@ class Steps:
             for what, undo in reversed(self.begun):
                 try:
                     undo()
-                except (Failure, OSError) as error:
+                except Exception as error:  # the others are tried all the same
                     self.stays.append(f"'{what}' could not be taken back: {error}")
             stays = "\n  ".join(["What stays:", *self.stays])
             result = stays if self.stays else "The server is as it was."
@@ -587,7 +590,7 @@ class Manager:
         entries = self.record.entries
         if "classes" in entries:
             files = [payload, self.record.installed()]
-            known = ["", entries["digest"], *(digest(file.library) for file in files if file)]
+            known = ["", entries.get("digest"), *(digest(file.library) for file in files if file)]
             if digest(self.library) not in known:
                 reason = f"somebody else has replaced {self.library} since it was installed"
                 raise Failure("check what is there", reason, "Move that file away, run this again.")
@@ -779,7 +782,7 @@ class Manager:
             say("nothing to do: it is not installed")
             return
         self.require_rights()
-        instances = entries["instances"]
+        instances = entries.get("instances", [])
         classes = [name for name in entries["classes"] if name in self.there]
         self.steps.run([
             (
@@ -889,7 +892,10 @@ def password(options: argparse.Namespace) -> str:
         return sys.stdin.readline().rstrip("\n")
     if options.password_file:
         return pathlib.Path(options.password_file).read_text().split("\n")[0]
-    return getpass.getpass(f"password of {options.user}: ")
+    try:
+        return getpass.getpass(f"password of {options.user}: ")
+    except EOFError:
+        raise Failure("ask for the password", "no answer", "Give --password-file.") from None
 
 
 def run(options: argparse.Namespace, steps: Steps) -> int:
@@ -913,7 +919,9 @@ def main() -> None:
     steps = Steps(options.dry_run)
     try:
         sys.exit(run(options, steps))
-    except (Failure, OSError) as error:
+    except KeyboardInterrupt:
+        sys.exit("qbx-provider: interrupted\n  Nothing was changed.")
+    except (Failure, OSError, ET.ParseError) as error:
         nothing = "" if steps.begun or options.command == "check" else "\n  Nothing was changed."
         sys.exit(f"qbx-provider: {error}{nothing}")
 

@@ -17,21 +17,31 @@ CLASSES, REGISTERED = STATE["classes"], STATE["registered"]
 CALL = " ".join([TOOL, *(a for a in ARGUMENTS if not a.startswith("/"))])
 
 
+STATUS = '<PROPERTY.ARRAY NAME="OperationalStatus"><VALUE>{}</VALUE></PROPERTY.ARRAY>'
+CLASS = re.compile(r"^class (\w+)(?: : (\w+))?\s*\{(.*?)^\}", re.MULTILINE | re.DOTALL)
+INSTANCE = re.compile(r"^instance of (\w+)\s*\{(.*?)^\}", re.MULTILINE | re.DOTALL)
+VALUE = re.compile(r'(\w+) = (\{?)([\w+."/, ]+)\}?;')
+
+
+def element(name, array, text):
+    """A property with its values, as XML."""
+    tag = "PROPERTY.ARRAY" if array else "PROPERTY"
+    items = text.replace('"', "").split(",")
+    values = "".join(f"<VALUE>{item.strip()}</VALUE>" for item in items)
+    return f'<{tag} NAME="{name}">{values}</{tag}>'
+
+
 def declared(path):
-    """The classes and instances of a MOF file and of those that it includes, as XML."""
+    """The classes and instances of a MOF file and of those that it includes: name and XML."""
     text = re.sub(r"//.*", "", path.read_text())
     for name in re.findall(r'#pragma include \("(.+?)"\)', text):
         yield from declared(path.parent / name)
-    for name, parent, body in re.findall(r"^class (\w+)(?: : (\w+))?\s*\{(.*?)^\}", text, re.M | re.S):
+    for name, parent, body in CLASS.findall(text):
         parts = "".join(f'<PROPERTY NAME="{word}"/>' for word in re.findall(r"(\w+);", body))
         yield name, f'<CLASS NAME="{name}" SUPERCLASS="{parent}">{parts}</CLASS>'
-    for name, body in re.findall(r"^instance of (\w+)\s*\{(.*?)^\}", text, re.M | re.S):
-        parts = re.findall(r'(\w+) = (\{?)(?:"(.*?)"|([\d, "/\w]+))\}?;', body)
-        tags = {"": "PROPERTY", "{": "PROPERTY.ARRAY"}
-        xml = "".join(f'<{tags[b]} NAME="{n}">' + "".join(
-            f'<VALUE>{v.strip(chr(34) + " ")}</VALUE>' for v in (s or d).split(",")) + f"</{tags[b]}>"
-            for n, b, s, d in parts)
-        yield "", f'<INSTANCE CLASSNAME="{name}">{xml}</INSTANCE>'
+    for name, body in INSTANCE.findall(text):
+        parts = "".join(element(*match) for match in VALUE.findall(body))
+        yield "", f'<INSTANCE CLASSNAME="{name}">{parts}</INSTANCE>'
 
 
 def change():
@@ -47,8 +57,7 @@ def change():
 def compile_mof(path):
     for name, xml in declared(path):
         if "<INSTANCE" in xml:
-            status = '<PROPERTY.ARRAY NAME="OperationalStatus"><VALUE>2</VALUE></PROPERTY.ARRAY>'
-            REGISTERED.append(xml.replace("</INSTANCE>", status + "</INSTANCE>"))
+            REGISTERED.append(xml.replace("</INSTANCE>", STATUS.format(2) + "</INSTANCE>"))
         else:
             CLASSES.setdefault(name, xml)
 
@@ -71,6 +80,10 @@ if TOOL == "cimconfig":
     print("providerDir=lib")
 elif TOOL == "cimprovider":
     change()
+    for number, xml in enumerate(REGISTERED):
+        for option, old, new in ("-d", 2, 10), ("-e", 10, 2):
+            if ARGUMENTS[0] == option:
+                REGISTERED[number] = xml.replace(STATUS.format(old), STATUS.format(new))
     if ARGUMENTS[0] == "-r":
         REGISTERED.clear()
 elif TOOL == "cimcli":
