@@ -26,6 +26,8 @@ install(TARGETS QBX_DriveCageProvider
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/qbx COMPONENT module)
 install(PROGRAMS ${PROJECT_SOURCE_DIR}/Deploy/qbx_provider.py
   DESTINATION ${CMAKE_INSTALL_SBINDIR} RENAME qbx-provider COMPONENT module)
+install(FILES ${PROJECT_SOURCE_DIR}/Docs/qbx-provider.8
+  DESTINATION ${CMAKE_INSTALL_MANDIR}/man8 COMPONENT module)
 # A server that carries the DMTF schema must not load the first four.
 set(standin_schema ${schema_source}/qbx.mof ${schema_source}/qualifiers.mof ${schema_source}/base.mof
   ${schema_source}/system-instances.mof)

@@ -8,7 +8,7 @@ set(packages_of_standin qbx-cimserver)
 set(packages_of_enclosure qbx-enclosure)
 if(QBX_CIM STREQUAL "embedded")
   set(CPACK_COMPONENTS_ALL standin)
-  if(TARGET qbx-enclosure OR EXISTS ${PROJECT_SOURCE_DIR}/Enclosure)
+  if(EXISTS ${PROJECT_SOURCE_DIR}/Enclosure)
     list(APPEND CPACK_COMPONENTS_ALL enclosure)
   endif()
 else()
@@ -52,10 +52,12 @@ set(CPACK_DEBIAN_STANDIN_DESCRIPTION "small CIM server with the drive cage modul
  and for writing clients. It does not manage hardware.")
 
 set(CPACK_DEBIAN_ENCLOSURE_PACKAGE_SECTION admin)
-set(CPACK_DEBIAN_ENCLOSURE_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_ENCLOSURE_DESCRIPTION "array library for the drive cages of this machine
- A libqbxapi.so that serves the enclosures of the machine it runs on to the
- drive cage provider module.")
+set(CPACK_DEBIAN_ENCLOSURE_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_ENCLOSURE_PACKAGE_DEPENDS "python3:any")
+set(CPACK_DEBIAN_ENCLOSURE_DESCRIPTION "shows, checks and operates the drive cages of an array
+ Asks a CIM server that runs the drive cage provider module, on this machine
+ or another: what is there, what is wrong, and the actions that the array
+ offers, for people at a terminal and for monitoring.")
 
 # Documentation that every Debian package has, and the files for its control archive.
 string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC)
@@ -76,14 +78,13 @@ foreach(component ${CPACK_COMPONENTS_ALL})
   execute_process(COMMAND ${GZIP} -9nf ${folder}/changelog)
   install(FILES ${folder}/copyright ${folder}/changelog.gz DESTINATION ${documents} COMPONENT ${component})
   set(sources ${PROJECT_SOURCE_DIR}/Deploy/${package})
-  foreach(page 1 8)
-    file(GLOB pages ${sources}/*.${page})
-    foreach(file ${pages})
-      get_filename_component(name ${file} NAME)
-      execute_process(COMMAND ${GZIP} -9nc ${file} OUTPUT_FILE ${folder}/${name}.gz)
-      install(FILES ${folder}/${name}.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man${page} COMPONENT ${component})
-    endforeach()
-  endforeach()
+  if(EXISTS ${sources}/README.Debian)
+    install(FILES ${sources}/README.Debian DESTINATION ${documents} COMPONENT ${component})
+  endif()
+  install(CODE "file(GLOB pages \${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_MANDIR}/man*/*.[1-8])
+    foreach(page \${pages})
+      execute_process(COMMAND ${GZIP} -9nf \${page})
+    endforeach()" COMPONENT ${component})
   file(WRITE ${folder}/lintian-overrides
     "# The builder says who maintains the packages: -DQBX_PACKAGE_CONTACT=...\n"
     "${package}: bogus-mail-host *\n${package}: bogus-mail-host-in-debian-changelog *\n")
