@@ -53,11 +53,14 @@ set(CPACK_DEBIAN_STANDIN_DESCRIPTION "small CIM server with the drive cage modul
 
 set(CPACK_DEBIAN_ENCLOSURE_PACKAGE_SECTION admin)
 set(CPACK_DEBIAN_ENCLOSURE_PACKAGE_ARCHITECTURE all)
-set(CPACK_DEBIAN_ENCLOSURE_PACKAGE_DEPENDS "python3:any")
+set(CPACK_DEBIAN_ENCLOSURE_PACKAGE_DEPENDS
+  "python3:any, python3-jinja2, python3-prometheus-client, python3-rich")
+set(CPACK_DEBIAN_ENCLOSURE_PACKAGE_RECOMMENDS "python3-pip")
 set(CPACK_DEBIAN_ENCLOSURE_DESCRIPTION "shows, checks and operates the drive cages of an array
  Asks a CIM server that runs the drive cage provider module, on this machine
  or another: what is there, what is wrong, and the actions that the array
- offers, for people at a terminal and for monitoring.")
+ offers, for people at a terminal and for monitoring. It needs pywbem, which
+ Debian does not have: pip installs it.")
 
 # Documentation that every Debian package has, and the files for its control archive.
 string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC)
@@ -66,7 +69,7 @@ foreach(component ${CPACK_COMPONENTS_ALL})
   set(package ${packages_of_${component}})
   string(TOUPPER ${component} upper)
   set(CPACK_DEBIAN_${upper}_PACKAGE_NAME ${package})
-  set(folder ${PROJECT_BINARY_DIR}/package/${package})
+  set(folder ${PROJECT_BINARY_DIR}/debian/${package})
   set(documents ${CMAKE_INSTALL_DATADIR}/doc/${package})
   file(WRITE ${folder}/changelog "${package} (${PROJECT_VERSION}) unstable; urgency=low
 
