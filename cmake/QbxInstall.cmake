@@ -96,6 +96,8 @@ if(QBX_CIM STREQUAL "embedded")
   install(TARGETS qbx-cimserver RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT standin)
   install(FILES ${PROJECT_SOURCE_DIR}/Cimom/Broker/interop.mof
     DESTINATION ${standin_data} COMPONENT standin)
+  install(FILES ${PROJECT_SOURCE_DIR}/Docs/qbx-cimserver.1
+    DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT standin)
   install(FILES ${standin_schema} ${module_schema} DESTINATION ${standin_data}/schema COMPONENT standin)
   if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
     qbx_configure_file(qbx-cimserver.service)
