@@ -38,7 +38,10 @@ PREFIX = pathlib.Path(__file__).resolve().parents[1]  # where this is installed:
 SERVER_VERSION = "2.14"  # the module is built for the binary interface of its library
 INTEROP_NAMESPACES = ("root/PG_InterOp", "root/interop")
 # Where packages of the server put its programs, and the DMTF schema.
-PACKAGES = ("/usr/sbin:/usr/bin", "/opt/tog-pegasus/sbin:/opt/tog-pegasus/bin")
+PACKAGES = {
+    "/usr": "/usr/sbin:/usr/bin",
+    "/opt/tog-pegasus": "/opt/tog-pegasus/sbin:/opt/tog-pegasus/bin",
+}
 SCHEMA_FOLDERS = ("/usr/share/Pegasus/mof", "/opt/tog-pegasus/share/mof")
 SCHEMA_BYTES = 64 << 20  # that the DMTF schema takes in the server's repository, and reserve
 
@@ -81,8 +84,9 @@ class Server:
     """An OpenPegasus CIM server that runs, by its tools: they act on it as the calling user."""
 
     def __init__(self, home: str | None):
-        self.home = pathlib.Path(home).resolve() if home else None
-        places = (f"{self.home}/bin",) if self.home else PACKAGES
+        own = home and home not in PACKAGES  # of an installation that is all in one folder
+        self.home = pathlib.Path(home).resolve() if home and own else None
+        places = [f"{self.home}/bin"] if self.home else list(PACKAGES.values())
         self.path = next((p for p in places if shutil.which("cimserver", path=p)), "")
         if not self.path:
             looked = ", ".join(f"{place.split(':')[0]}/cimserver" for place in places)
