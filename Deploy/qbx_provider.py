@@ -492,8 +492,16 @@ class Manager:
 
     def load_schema(self, folder: pathlib.Path) -> None:
         self.steps.stays.append(f"the DMTF schema in {NAMESPACE}")
-        remedy = "Mend that, and run this again: it goes on where it stopped."
+        remedy = (
+            "Mend that, and run this again: it goes on where it stopped. If the server cannot, "
+            f"because the disk was full: {self.without_schema()}"
+        )
         self.compile(remedy, NAMESPACE, folder / "CIM_Schema.mof", "-aE")
+
+    def without_schema(self) -> str:
+        """The commands that free the server of the namespace."""
+        folder = self.server.repository / NAMESPACE.replace("/", "#")
+        return f"cimserver -s; rm -r '{folder}'; cimserver"
 
     def define(self, payload: Payload, anew: list[str]) -> None:
         """Defines the classes that are not there. Those of `anew` are deleted first."""
@@ -816,10 +824,9 @@ class Manager:
             (True, f"delete {record.folder}", lambda: record.write({}), None),
         ])
         if entries.get("schema"):
-            folder = self.server.repository / NAMESPACE.replace("/", "#")
             say(
                 f"The DMTF schema stays in {NAMESPACE}: the server cannot delete all its classes."
-                f" If nobody else uses it: cimserver -s; rm -r '{folder}'; cimserver"
+                f" If nobody else uses it: {self.without_schema()}"
             )
         self.finish("removed")
 
