@@ -122,7 +122,9 @@ Broker::Broker(const Repository& repository, const BrokerOptions& options)
     for (const Ns& nameSpace : repository.namespaces()) {
         for (const CIMName& name : repository.subclassNames(nameSpace, CIMName(), true)) {
             const ClassPtr definition = repository.findClass(nameSpace, name);
-            if (definition->isAssociation()) associations_.emplace_back(nameSpace, definition);
+            if (!definition->isAssociation()) continue;
+            associations_.push_back(
+                {nameSpace, definition, repository.lineage(nameSpace, name, CIM_ERR_FAILED)});
         }
     }
 }
@@ -338,20 +340,24 @@ std::vector<CIMName> Broker::associationsOf(const Ns& nameSpace, const Traversal
     if (!traversal.resultClass.isNull()) {
         repository_.requireClass(nameSpace, traversal.resultClass, CIM_ERR_INVALID_CLASS);
     }
-    repository_.requireClass(nameSpace, source, CIM_ERR_INVALID_PARAMETER);
+    const std::vector<CIMName> fitting =
+        repository_.lineage(nameSpace, source, CIM_ERR_INVALID_PARAMETER);
 
+    const auto has = [](const std::vector<CIMName>& names, const CIMName& name) {
+        return std::find(names.begin(), names.end(), name) != names.end();
+    };
     const auto fitsSource = [&](const auto& property) {
         return property->value.getType() == CIMTYPE_REFERENCE &&
-               repository_.isSubclassOf(nameSpace, source, property->referenceClassName);
-    };
-    const auto isWanted = [&](const Class& association) {
-        const auto& properties = association.properties;
-        return wanted.isNull() ? std::any_of(properties.begin(), properties.end(), fitsSource)
-                               : repository_.isSubclassOf(nameSpace, association.name(), wanted);
+               has(fitting, property->referenceClassName);
     };
     std::vector<CIMName> names;
-    for (const auto& [space, definition] : associations_) {
-        if (space.equal(nameSpace) && isWanted(*definition)) names.push_back(definition->name());
+    for (const Association& association : associations_) {
+        const auto& properties = association.definition->properties;
+        const bool isWanted =
+            wanted.isNull() ? std::any_of(properties.begin(), properties.end(), fitsSource)
+                            : has(association.lineage, wanted);
+        if (isWanted && association.nameSpace.equal(nameSpace))
+            names.push_back(association.definition->name());
     }
     return names;
 }

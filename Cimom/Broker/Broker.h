@@ -128,10 +128,18 @@ private:
     template <class Handler, class Ask>
     auto traverse(const Ctx&, const Ns&, const Traversal&, Ask ask) const;
 
+    /// An association class, with the names of itself and its superclasses.
+    struct Association
+    {
+        Ns nameSpace;
+        ClassPtr definition;
+        std::vector<CIMName> lineage;
+    };
+
     const Repository& repository_;
     const Pegasus::String hostName_;
     const Registry registry_;
-    std::vector<std::pair<Ns, ClassPtr>> associations_;  ///< classes with their namespaces
+    std::vector<Association> associations_;
 };
 
 }  // namespace cimom

@@ -5,6 +5,7 @@
 #include <Pegasus/Common/CIMValue.h>
 
 #include <algorithm>
+#include <mutex>
 
 namespace Pegasus
 {
@@ -90,26 +91,51 @@ void appendEscaped(String& out, const String& text)
 
 }  // namespace
 
+/// A path with its text, which is made when it is first asked for.
+struct CIMKeyBinding::Reference
+{
+    explicit Reference(const CIMObjectPath& x) : path(x) {}
+    const CIMObjectPath path;
+    mutable std::once_flag isTextMade;
+    mutable String text;
+};
+
 CIMKeyBinding::CIMKeyBinding(const CIMName& name, const String& value, Type type)
     : _name(name), _value(value), _type(type)
 {
 }
 
 CIMKeyBinding::CIMKeyBinding(const CIMName& name, const CIMValue& value)
-    : _name(name), _value(value.toString()), _type(keyTypeOf(value))
+    : _name(name), _type(keyTypeOf(value))
 {
-    if (_type != REFERENCE || value.isNull()) return;
     CIMObjectPath path;
-    value.get(path);
-    if (readsAsItself(path)) _reference = std::make_shared<const CIMObjectPath>(path);
+    if (_type == REFERENCE) value.get(path);
+    if (readsAsItself(path)) {
+        _reference = std::make_shared<const Reference>(path);
+    } else {
+        _value = value.toString();
+    }
 }
 
-CIMKeyBinding CIMKeyBinding::ofReference(const CIMName& name,
-                                         const std::shared_ptr<const CIMObjectPath>& reference)
+CIMKeyBinding CIMKeyBinding::ofReference(const CIMName& name, const CIMObjectPath& reference)
 {
-    CIMKeyBinding key(name, reference->toString(), REFERENCE);
-    key._reference = reference;
+    CIMKeyBinding key(name, String(), REFERENCE);
+    key._reference = std::make_shared<const Reference>(reference);
     return key;
+}
+
+const String& CIMKeyBinding::getValue() const
+{
+    if (!_reference) return _value;
+    const Reference& reference = *_reference;
+    std::call_once(reference.isTextMade,
+                   [&reference] { reference.text = CIMValue(reference.path).toString(); });
+    return reference.text;
+}
+
+const CIMObjectPath* CIMKeyBinding::reference() const
+{
+    return _reference ? &_reference->path : nullptr;
 }
 
 Boolean operator==(const CIMKeyBinding& x, const CIMKeyBinding& y)
@@ -144,8 +170,7 @@ void CIMObjectPath::setKeyBindings(const Array<CIMKeyBinding>& keyBindings)
     for (Uint32 i = 0; i < keyBindings.size(); ++i) {
         const CIMKeyBinding& key = keyBindings[i];
         if (key.getType() != CIMKeyBinding::REFERENCE || key.reference()) continue;
-        keys[i] = CIMKeyBinding::ofReference(key.getName(),
-                                             std::make_shared<const CIMObjectPath>(key.getValue()));
+        keys[i] = CIMKeyBinding::ofReference(key.getName(), CIMObjectPath(key.getValue()));
     }
     _keyBindings = keys;
     sortKeys();

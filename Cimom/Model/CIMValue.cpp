@@ -24,6 +24,18 @@ using Any = AnyOf<Boolean, Uint8, Sint8, Uint16, Sint16, Uint32, Sint32, Uint64,
 constexpr size_t typeCount = CIMTYPE_INSTANCE + 1;
 static_assert(std::variant_size_v<Any> == 1 + 2 * typeCount);
 
+/// The position of a type among the types, and behind them their arrays.
+template <class Wanted, class... T>
+constexpr size_t positionAmong(const std::variant<std::monostate, T...>*)
+{
+    size_t position = 0;
+    static_cast<void>(((std::is_same_v<Wanted, T> || (++position, false)) || ...));
+    return position;
+}
+
+template <class T>
+constexpr size_t position = positionAmong<T>(static_cast<const Any*>(nullptr));
+
 template <class T>
 constexpr bool isObject = std::is_same_v<T, CIMObject> || std::is_same_v<T, CIMInstance>;
 
@@ -194,21 +206,17 @@ String CIMValue::toString() const
 template <class T>
 void CIMValue::hold(const T& x)
 {
-    const auto content = std::make_shared<Content>();
-    content->any.emplace<T>(own(x));
-    const size_t position = content->any.index() - 1;
-    content->type = CIMType(position % typeCount);
-    content->isArray = position >= typeCount;
-    _content = content;
+    _content = std::make_shared<const Content>(Content{CIMType(position<T> % typeCount),
+                                                       position<T> >= typeCount, 0,
+                                                       Any(std::in_place_type<T>, own(x))});
 }
 
 template <class T>
 void CIMValue::copyTo(T& x) const
 {
-    static const size_t position = Any(std::in_place_type<T>).index() - 1;
     const Content& content = Content::of(*this);
-    if (size_t(content.type) != position % typeCount ||
-        content.isArray != (position >= typeCount)) {
+    if (size_t(content.type) != position<T> % typeCount ||
+        content.isArray != (position<T> >= typeCount)) {
         throw TypeMismatchException();
     }
     if (const T* const held = std::get_if<T>(&content.any)) x = own(*held);

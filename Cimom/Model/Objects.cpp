@@ -253,7 +253,7 @@ CIMProperty InstanceHandle::getProperty(Uint32 index)
 
 CIMConstProperty InstanceHandle::getProperty(Uint32 index) const
 {
-    return CIMConstProperty(cimom::at(object().properties, index));
+    return CIMConstProperty(object().keep(cimom::at(object().properties, index)));
 }
 
 Uint32 InstanceHandle::getPropertyCount() const
@@ -386,15 +386,19 @@ CIMInstance CIMClass::buildInstance(Boolean includeQualifiers, Boolean includeCl
 {
     CIMInstance instance(getClassName());
     if (includeQualifiers) instance.object().qualifiers = object().qualifiers;
+    instance.object().definition = shared();
     auto& properties = instance.object().properties;
     properties.reserve(object().properties.size());
     for (const auto& declared : object().properties) {
         if (!propertyList.useThisProperty(declared->name)) continue;
         const bool hidesQualifiers = !includeQualifiers && !declared->qualifiers.empty();
         const bool hidesOrigin = !includeClassOrigin && !declared->classOrigin.isNull();
-        properties.push_back(std::const_pointer_cast<cimom::Property>(declared));
-        if (declared->isOfClass && !hidesQualifiers && !hidesOrigin) continue;
-        properties.back() = cimom::clone(*declared);
+        if (declared->isOfClass && !hidesQualifiers && !hidesOrigin) {
+            auto* const property = const_cast<cimom::Property*>(declared.get());
+            properties.emplace_back(std::shared_ptr<void>(), property);
+            continue;
+        }
+        properties.push_back(cimom::clone(*declared));
         if (hidesQualifiers) properties.back()->qualifiers = cimom::Qualifiers();
         if (hidesOrigin) properties.back()->classOrigin.clear();
     }

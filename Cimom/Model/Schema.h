@@ -150,7 +150,16 @@ struct Instance
 {
     CIMObjectPath path;  ///< its class name is the instance's
     Qualifiers qualifiers;
+    /// Those of the class are not counted: the definition keeps them.
     std::vector<std::shared_ptr<Property>> properties;
+    ClassPtr definition;  ///< what the instance was built from; may be null
+
+    /// A property that lives on without the instance.
+    std::shared_ptr<const Property> keep(const std::shared_ptr<Property>& property) const
+    {
+        if (!property->isOfClass) return property;
+        return std::shared_ptr<const Property>(definition, property.get());
+    }
 
     /// Null when there is none of that name (ignoring case).
     const Property* property(const CIMName& propertyName) const;
