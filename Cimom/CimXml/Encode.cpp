@@ -305,6 +305,12 @@ void appendText(std::string& out, const T& value)
     }
 }
 
+/// Whether the value is one VALUE element with a text.
+bool isText(const CIMValue& value)
+{
+    return !value.isArray() && value.getType() != CIMTYPE_REFERENCE;
+}
+
 template <class T>
 void appendItem(std::string& out, const T& item)
 {
@@ -440,8 +446,9 @@ void InstanceWriter::append(std::string& out, const Instance& instance)
                properties[i] == written_[i].property)
             ++i;
         if (i > first) {
-            const std::size_t end = i < written_.size() ? written_[i].emptyAt : empty_.size();
-            out.append(empty_, written_[first].emptyAt, end - written_[first].emptyAt);
+            const std::size_t begin = written_[first].emptyAt;
+            const Written& last = written_[i - 1];
+            out.append(empty_, begin, last.emptyAt + last.emptySize - begin);
         }
         if (i < properties.size()) append(out, instance, i);
     }
@@ -451,12 +458,25 @@ void InstanceWriter::append(std::string& out, const Instance& instance)
 void InstanceWriter::append(std::string& out, const Instance& instance, std::size_t position)
 {
     const auto& property = instance.properties[position];
-    const bool isKnown = position < written_.size() &&
-                         haveOneDeclaration(*written_[position].property, *property);
+    const bool isKnown =
+        position < written_.size() && haveOneDeclaration(*written_[position].property, *property);
     if (!isKnown) learn(instance.keep(property), position);
-    out += written_[position].before;
-    appendValue(out, property->value);
-    out += written_[position].after;
+    const Written& known = written_[position];
+    const CIMValue& value = property->value;
+    if (value.isNull()) {
+        out.append(empty_, known.emptyAt, known.emptySize);
+        return;
+    }
+    out += known.before;
+    if (isText(value)) {
+        visitType(value.getType(), [&](auto item) {
+            value.get(item);
+            appendText(out, item);
+        });
+    } else {
+        appendValue(out, value);
+    }
+    out += known.after;
 }
 
 void InstanceWriter::learn(const PropertyPtr& property, std::size_t position)
@@ -465,11 +485,18 @@ void InstanceWriter::learn(const PropertyPtr& property, std::size_t position)
         empty_.resize(written_[position].emptyAt);
         written_.resize(position);
     }
-    Written known{property, property->value.isNull(), empty_.size(), "", ""};
-    appendHead(known.before, *property);
-    appendEnd(known.after, *property);
-    empty_.append(known.before).append(known.after);
-    written_.push_back(std::move(known));
+    std::string before;
+    std::string after;
+    appendHead(before, *property);
+    appendEnd(after, *property);
+    const std::size_t emptyAt = empty_.size();
+    empty_.append(before).append(after);
+    if (isText(property->value)) {
+        before += "<VALUE>";
+        after.insert(0, "</VALUE>\n");
+    }
+    written_.push_back(
+        {property, property->value.isNull(), emptyAt, empty_.size() - emptyAt, before, after});
 }
 
 void appendClass(std::string& out, const Class& cimClass)
