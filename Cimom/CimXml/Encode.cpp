@@ -1,7 +1,7 @@
 #include "CimXml/Encode.h"
 
 #include "Model/Text.h"
-#include "Model/Types.h"
+#include "Model/ValueContent.h"
 
 #include <algorithm>
 #include <array>
@@ -305,22 +305,37 @@ void appendText(std::string& out, const T& value)
     }
 }
 
-/// Whether the value is one VALUE element with a text.
-bool isText(const CIMValue& value)
-{
-    return !value.isArray() && value.getType() != CIMTYPE_REFERENCE;
-}
-
 template <class T>
 void appendItem(std::string& out, const T& item)
 {
-    if constexpr (std::is_same_v<T, CIMObjectPath>) {
-        appendReference(out, item);
-    } else {
-        out += "<VALUE>";
-        appendText(out, item);
-        out += "</VALUE>\n";
-    }
+    out += "<VALUE>";
+    appendText(out, item);
+    out += "</VALUE>\n";
+}
+
+void appendItem(std::string& out, const CIMObjectPath& item)
+{
+    appendReference(out, item);
+}
+
+template <class T>
+void appendItem(std::string& out, const Array<T>& items)
+{
+    const std::string_view end = std::is_same_v<T, CIMObjectPath> ? ".REFARRAY" : ".ARRAY";
+    out.append("<VALUE").append(end).append(">\n");
+    for (Uint32 i = 0; i < items.size(); ++i)
+        appendItem(out, items[i]);
+    out.append("</VALUE").append(end).append(">\n");
+}
+
+void appendItem(std::string&, std::monostate) {}
+
+void appendInstanceHead(std::string& out, const Instance& instance)
+{
+    out += "<INSTANCE";
+    appendName(out, "CLASSNAME", instance.path.getClassName());
+    out += " >\n";
+    appendQualifiers(out, instance.qualifiers);
 }
 
 }  // namespace
@@ -411,33 +426,21 @@ void appendInstancePath(std::string& out, const CIMObjectPath& path)
 
 void appendValue(std::string& out, const CIMValue& value)
 {
-    if (value.isNull()) return;
-    visitType(value.getType(), [&](auto item) {
-        if (!value.isArray()) {
-            value.get(item);
-            return appendItem(out, item);
-        }
-        Array<decltype(item)> items;
-        value.get(items);
-        const std::string_view end = suffix(value.getType(), true);
-        out.append("<VALUE").append(end).append(">\n");
-        for (Uint32 i = 0; i < items.size(); ++i)
-            appendItem(out, items[i]);
-        out.append("</VALUE").append(end).append(">\n");
-    });
+    std::visit([&out](const auto& item) { appendItem(out, item); },
+               CIMValue::Content::of(value).any);
 }
 
 void appendInstance(std::string& out, const Instance& instance)
 {
-    InstanceWriter().append(out, instance);
+    appendInstanceHead(out, instance);
+    for (const auto& property : instance.properties)
+        appendProperty(out, *property);
+    out += "</INSTANCE>\n";
 }
 
 void InstanceWriter::append(std::string& out, const Instance& instance)
 {
-    out += "<INSTANCE";
-    appendName(out, "CLASSNAME", instance.path.getClassName());
-    out += " >\n";
-    appendQualifiers(out, instance.qualifiers);
+    appendInstanceHead(out, instance);
     const auto& properties = instance.properties;
     for (std::size_t i = 0; i < properties.size(); ++i) {
         // Instances share the properties that they do not set, most of them without a value.
@@ -446,9 +449,8 @@ void InstanceWriter::append(std::string& out, const Instance& instance)
                properties[i] == written_[i].property)
             ++i;
         if (i > first) {
-            const std::size_t begin = written_[first].emptyAt;
-            const Written& last = written_[i - 1];
-            out.append(empty_, begin, last.emptyAt + last.emptySize - begin);
+            const std::size_t end = i < written_.size() ? written_[i].emptyAt : empty_.size();
+            out.append(empty_, written_[first].emptyAt, end - written_[first].emptyAt);
         }
         if (i < properties.size()) append(out, instance, i);
     }
@@ -462,20 +464,8 @@ void InstanceWriter::append(std::string& out, const Instance& instance, std::siz
         position < written_.size() && haveOneDeclaration(*written_[position].property, *property);
     if (!isKnown) learn(instance.keep(property), position);
     const Written& known = written_[position];
-    const CIMValue& value = property->value;
-    if (value.isNull()) {
-        out.append(empty_, known.emptyAt, known.emptySize);
-        return;
-    }
     out += known.before;
-    if (isText(value)) {
-        visitType(value.getType(), [&](auto item) {
-            value.get(item);
-            appendText(out, item);
-        });
-    } else {
-        appendValue(out, value);
-    }
+    appendValue(out, property->value);
     out += known.after;
 }
 
@@ -485,18 +475,11 @@ void InstanceWriter::learn(const PropertyPtr& property, std::size_t position)
         empty_.resize(written_[position].emptyAt);
         written_.resize(position);
     }
-    std::string before;
-    std::string after;
-    appendHead(before, *property);
-    appendEnd(after, *property);
-    const std::size_t emptyAt = empty_.size();
-    empty_.append(before).append(after);
-    if (isText(property->value)) {
-        before += "<VALUE>";
-        after.insert(0, "</VALUE>\n");
-    }
-    written_.push_back(
-        {property, property->value.isNull(), emptyAt, empty_.size() - emptyAt, before, after});
+    Written known{property, property->value.isNull(), empty_.size(), "", ""};
+    appendHead(known.before, *property);
+    appendEnd(known.after, *property);
+    empty_.append(known.before).append(known.after);
+    written_.push_back(std::move(known));
 }
 
 void appendClass(std::string& out, const Class& cimClass)

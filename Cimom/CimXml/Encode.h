@@ -46,9 +46,8 @@ private:
         PropertyPtr property;  ///< the first one that was declared so
         bool isNull;           ///< whether that one has no value
         std::size_t emptyAt;   ///< where its element without a value begins, in empty_
-        std::size_t emptySize;
-        std::string before;  ///< what stands before a value, or the text of one
-        std::string after;   ///< and what after it
+        std::string before;    ///< what stands before a value
+        std::string after;     ///< and what after it
     };
     void append(std::string& out, const Instance&, std::size_t position);
     void learn(const PropertyPtr&, std::size_t position);

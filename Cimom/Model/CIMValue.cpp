@@ -1,11 +1,7 @@
-#include <Pegasus/Common/CIMValue.h>
-
-#include <Pegasus/Common/CIMInstance.h>
-#include <Pegasus/Common/CIMObject.h>
+#include "Model/ValueContent.h"
 
 #include <cstdio>
 #include <type_traits>
-#include <variant>
 
 namespace Pegasus
 {
@@ -13,13 +9,7 @@ namespace Pegasus
 namespace
 {
 
-/// Nothing (a null value), or one of the types, or an array of it.
-template <class... T>
-using AnyOf = std::variant<std::monostate, T..., Array<T>...>;
-
-// In the order of CIMType.
-using Any = AnyOf<Boolean, Uint8, Sint8, Uint16, Sint16, Uint32, Sint32, Uint64, Sint64, Real32,
-                  Real64, Char16, String, CIMDateTime, CIMObjectPath, CIMObject, CIMInstance>;
+using Any = decltype(CIMValue::Content::any);
 
 constexpr size_t typeCount = CIMTYPE_INSTANCE + 1;
 static_assert(std::variant_size_v<Any> == 1 + 2 * typeCount);
@@ -38,25 +28,6 @@ constexpr size_t position = positionAmong<T>(static_cast<const Any*>(nullptr));
 
 template <class T>
 constexpr bool isObject = std::is_same_v<T, CIMObject> || std::is_same_v<T, CIMInstance>;
-
-}  // namespace
-
-struct CIMValue::Content
-{
-    CIMType type = CIMTYPE_BOOLEAN;
-    bool isArray = false;
-    Uint32 nullArraySize = 0;
-    Any any;
-
-    static const Content& of(const CIMValue& value)
-    {
-        static const Content nullBoolean;
-        return value._content ? *value._content : nullBoolean;
-    }
-};
-
-namespace
-{
 
 /// A copy that shares no object.
 template <class T>
