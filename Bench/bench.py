@@ -94,7 +94,11 @@ def module(build, records):
         found = {}
         for name, count in instructions(file.parent).items():
             row, _, side = name.rpartition("/")
-            found.setdefault(row, {})[side] = round(count / records)
+            if row == "model":
+                found[name] = {"module": count}
+            else:
+                # One answer of a class that has no other objects counts as one.
+                found.setdefault(row, {})[side] = round(count / int(row.rpartition("/")[2]))
     return dict(sorted(found.items()))
 
 
@@ -119,8 +123,10 @@ def everything(options):
     for records in 1, 100, options.records:
         found["module"] |= module(options.build, records)
     for row, sides in found["module"].items():
-        ratio = sides["module"] / sides["bound"]
-        print(f"{row:60} {sides['module']:8} of {sides['bound']:8} instructions: {ratio:.3f}")
+        line = f"{row:60} {sides['module']:8}"
+        if "bound" in sides:
+            line += f" of {sides['bound']:8} instructions: {sides['module'] / sides['bound']:.3f}"
+        print(line)
     return found
 
 
