@@ -482,7 +482,8 @@ int main(int argc, char** argv)
     };
     const auto locateMagazine = [](const char* tag) {
         api_MagazineIDs_t ids = {};
-        return api_findMagazineIDs(tag, &ids) + api_locateMagazine("cage0", ids.magazine, 60);
+        const int found = api_findMagazineIDs(tag, &ids);
+        return found + api_locateMagazine(ids.cageName, ids.magazine, 60);
     };
     const auto locateCard = [](const char* tag) {
         char cage[65] = "";

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <mutex>
+#include <vector>
 
 namespace Pegasus
 {
@@ -76,18 +77,37 @@ bool readsAsItself(const CIMObjectPath& path)
            });
 }
 
-/// With a backslash before each quote and each backslash.
-void appendEscaped(String& out, const String& text)
+/// A text that is put together.
+class Writer
 {
-    const auto isSpecial = [](Uint16 unit) { return unit == '"' || unit == '\\'; };
-    const Char16* begin = text.getChar16Data();
-    const Char16* const end = begin + text.size();
-    for (const Char16* at = begin; (at = std::find_if(at, end, isSpecial)) != end; ++at) {
-        out.append(begin, Uint32(at - begin)).append(Char16('\\'));
-        begin = at;
+public:
+    Writer() { _units.reserve(200); }
+    Writer& operator<<(const char* ascii)
+    {
+        for (; *ascii != 0; ++ascii)
+            _units.push_back(static_cast<Uint16>(*ascii));
+        return *this;
     }
-    out.append(begin, Uint32(end - begin));
-}
+    Writer& operator<<(const String& text)
+    {
+        const Char16* const units = text.getChar16Data();
+        _units.insert(_units.end(), units, units + text.size());
+        return *this;
+    }
+    /// Puts a backslash before each quote and each backslash.
+    void escaped(const String& text)
+    {
+        const Char16* const units = text.getChar16Data();
+        std::for_each(units, units + text.size(), [this](Uint16 unit) {
+            if (unit == '"' || unit == '\\') _units.push_back('\\');
+            _units.push_back(unit);
+        });
+    }
+    String text() const { return String(_units.data(), Uint32(_units.size())); }
+
+private:
+    std::vector<Char16> _units;
+};
 
 }  // namespace
 
@@ -186,20 +206,20 @@ void CIMObjectPath::sortKeys()
 
 String CIMObjectPath::toString() const
 {
-    String text;
-    if (_host.size() > 0) text.append("//").append(_host).append("/");
-    if (_host.size() > 0 || !_nameSpace.isNull()) text.append(_nameSpace.getString()).append(":");
-    text.append(_className.getString());
+    Writer text;
+    if (_host.size() > 0) text << "//" << _host << "/";
+    if (_host.size() > 0 || !_nameSpace.isNull()) text << _nameSpace.getString() << ":";
+    text << _className.getString();
     const CIMKeyBinding* const first = _keyBindings.getData();
     for (const CIMKeyBinding* key = first; key != first + _keyBindings.size(); ++key) {
         const bool isQuoted =
             key->getType() == CIMKeyBinding::STRING || key->getType() == CIMKeyBinding::REFERENCE;
-        text.append(key == first ? "." : ",").append(key->getName().getString());
-        text.append(isQuoted ? "=\"" : "=");
-        appendEscaped(text, key->getValue());
-        if (isQuoted) text.append(Char16('"'));
+        text << (key == first ? "." : ",") << key->getName().getString();
+        text << (isQuoted ? "=\"" : "=");
+        text.escaped(key->getValue());
+        if (isQuoted) text << "\"";
     }
-    return text;
+    return text.text();
 }
 
 Boolean CIMObjectPath::identical(const CIMObjectPath& x) const

@@ -1,5 +1,6 @@
 #include "Model/ValueContent.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <type_traits>
 
@@ -170,6 +171,9 @@ Boolean CIMValue::equal(const CIMValue& x) const
 String CIMValue::toString() const
 {
     const String text = std::visit([](const auto& x) { return textOf(x); }, Content::of(*this).any);
+    const auto isPlain = [](Uint16 unit) { return unit != 0 && unit < 0x80; };
+    const Char16* const units = text.getChar16Data();
+    if (std::all_of(units, units + text.size(), isPlain)) return text;
     // By way of UTF-8: the text ends at a zero, and what is no character is replaced.
     return String(static_cast<const char*>(text.getCString()));
 }
