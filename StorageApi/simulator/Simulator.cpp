@@ -3,10 +3,11 @@
 #include "Log.h"
 #include "qbxapi_sim.h"
 
-#include <unistd.h>
+#include <dlfcn.h>
 
 #include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <system_error>
 #include <utility>
 
@@ -25,9 +26,16 @@ std::string environment(const char* name, const std::string& otherwise)
     return value != nullptr && *value != '\0' ? value : otherwise;
 }
 
+/// The one that was installed with this library, else the one of the source tree.
 std::string sampleArray()
 {
-    return access(QBX_SAMPLE_ARRAY, R_OK) == 0 ? QBX_SAMPLE_ARRAY : QBX_INSTALLED_SAMPLE_ARRAY;
+    Dl_info library = {};
+    dladdr(QBX_SAMPLE_ARRAY, &library);
+    const std::filesystem::path file = library.dli_fname;
+    const auto installed = file.parent_path() / QBX_INSTALLED_SAMPLE_ARRAY;
+    std::error_code error;
+    return std::filesystem::exists(installed, error) ? installed.lexically_normal().string()
+                                                     : QBX_SAMPLE_ARRAY;
 }
 
 bool matches(const std::vector<std::string>& keys, const std::string& key)
