@@ -309,7 +309,7 @@ void Simulator::reloadIfChanged()
         writeLog(isBack ? LogFailure : LogNotice,
                  "simulated array, no hardware: " + file_.path() + " is in service" +
                      (isBack ? again : "") +
-                     (faults == 0 ? "" : ", with " + std::to_string(faults) + " faults on demand"));
+                     (faults == 0 ? "" : ", with faults on demand: " + std::to_string(faults)));
     } catch (const std::runtime_error& error) {
         const char* const consequence = array_ ? "the array read before stays in service"
                                                : "no array is in service until it is mended";

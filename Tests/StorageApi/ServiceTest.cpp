@@ -88,7 +88,7 @@ TEST_F(ServiceTest, FaultsOfTheFileHitTheirCallsFromTheMomentItIsServed)
         qbxsim_failCall("cim_sem_wait", 3, 9);
         EXPECT_EQ(cim_sem_wait(), *address == '1' ? 9 : 5) << "the header's faults come first";
     }
-    EXPECT_NE(said().find("is in service, with 4 faults on demand\n"), std::string::npos);
+    EXPECT_NE(said().find("is in service, with faults on demand: 4\n"), std::string::npos);
 }
 
 TEST_F(ServiceTest, CachedQueriesAnswerFromTheCacheUntilItsTimeIsOver)
