@@ -236,11 +236,6 @@ void JsonValue::fail(const std::string& what) const
     throw FileError(placed(what));
 }
 
-std::string JsonValue::line() const
-{
-    return document_->lineOf(document_->offsets_.at(pointer_));
-}
-
 std::string JsonValue::placed(const std::string& what) const
 {
     const std::string field = pointer_.empty() ? "/" : pointer_;

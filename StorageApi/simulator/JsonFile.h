@@ -99,7 +99,7 @@ public:
     /// The text of a fault, or warning, with the place of this value.
     std::string placed(const std::string& what) const;
     /// The number of the line in which the value stands.
-    std::string line() const;
+    std::string line() const { return document_->lineOf(document_->offsets_.at(pointer_)); }
 
     // Reading: each throws FileError when the value is of another kind or out of the target's
     // range.

@@ -4,6 +4,7 @@
 #include "qbxapi_sim.h"
 
 #include <dlfcn.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -31,11 +32,9 @@ std::string sampleArray()
 {
     Dl_info library = {};
     dladdr(QBX_SAMPLE_ARRAY, &library);
-    const std::filesystem::path file = library.dli_fname;
-    const auto installed = file.parent_path() / QBX_INSTALLED_SAMPLE_ARRAY;
-    std::error_code error;
-    return std::filesystem::exists(installed, error) ? installed.lexically_normal().string()
-                                                     : QBX_SAMPLE_ARRAY;
+    const auto folder = std::filesystem::path(library.dli_fname).parent_path();
+    const auto installed = (folder / QBX_INSTALLED_SAMPLE_ARRAY).lexically_normal().string();
+    return access(installed.c_str(), R_OK) == 0 ? installed : QBX_SAMPLE_ARRAY;
 }
 
 bool matches(const std::vector<std::string>& keys, const std::string& key)

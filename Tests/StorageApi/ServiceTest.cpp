@@ -6,7 +6,6 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
-#include <cstring>
 #include <ctime>
 #include <future>
 #include <regex>
@@ -83,11 +82,10 @@ TEST_F(ServiceTest, FaultsOfTheFileHitTheirCallsFromTheMomentItIsServed)
         EXPECT_EQ(api_locateMagazine("dc2", 1, 0), -7);
         EXPECT_EQ(records(api_getMagazines_Cached, &api_MagazineList_t::mags)[0].locateON, 1);
         EXPECT_EQ(api_locateMagazine("dc2", 1, 0), 0);
-        EXPECT_EQ(cim_sem_wait(), 0);
-        cim_sem_post();
-        qbxsim_failCall("cim_sem_wait", 3, 9);
-        EXPECT_EQ(cim_sem_wait(), *address == '1' ? 9 : 5) << "the header's faults come first";
+        qbxsim_failCall("cim_sem_wait", 2, 9);
+        EXPECT_EQ(cim_sem_wait(), *address == '1' ? 9 : 0) << "the header's faults come first";
     }
+    cim_sem_post();
     EXPECT_NE(said().find("is in service, with faults on demand: 4\n"), std::string::npos);
 }
 
@@ -196,7 +194,7 @@ TEST_F(ServiceTest, TheLogHasOneLineAMessageUpToItsLevel)
     log_message(2, "%s", big.c_str());
     const std::string odd = "2 %s\\x1B[2J \t\\x7F K\xC3\xA4 \xFF\n", number = "3    42|a\\nb |z\n";
     unsetenv("TZ");
-    EXPECT_EQ(read("log").find("+05:30 4 ["), std::strlen("2026-11-21T12:34:56.789"));
+    EXPECT_EQ(read("log").substr(23, 10), "+05:30 4 [");
     EXPECT_EQ(said(), "4 -->4\n" + number + odd + number + odd + odd + "2 " + big + '\n');
 }
 
