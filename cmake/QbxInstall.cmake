@@ -66,6 +66,7 @@ if(QBX_STORAGE_API STREQUAL "simulator")
   set(simulator ${PROJECT_SOURCE_DIR}/StorageApi/simulator)
   install(TARGETS qbxapi LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT standin)
   install(FILES ${simulator}/sample-array.json ${simulator}/sample-firmware.json
+      ${simulator}/array.schema.json
     DESTINATION ${CMAKE_INSTALL_DATADIR}/qbx COMPONENT standin)
 endif()
 
@@ -81,6 +82,7 @@ if(QBX_CIM STREQUAL "embedded")
 
   file(RELATIVE_PATH bin_to_lib /prefix/${CMAKE_INSTALL_BINDIR} /prefix/${CMAKE_INSTALL_LIBDIR})
   set_target_properties(qbx-cimserver PROPERTIES INSTALL_RPATH "$ORIGIN/${bin_to_lib}")
+  set_target_properties(QBX_DriveCageProvider PROPERTIES INSTALL_RPATH "$ORIGIN")
   install(TARGETS qbx-cimserver RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT standin)
   install(FILES ${PROJECT_SOURCE_DIR}/Cimom/Broker/interop.mof
     DESTINATION ${CMAKE_INSTALL_DATADIR}/qbx-cimserver COMPONENT standin)
