@@ -1,40 +1,107 @@
 """Requests for all that clients can ask the module: what the clients of `./qbx soak` ask, and seeds
-for `./qbx fuzz`."""
+for `./qbx fuzz`; and how a request goes to a server as it is, whatever is wrong with it."""
 
+import base64
+import contextlib
+import http.client
 import json
+import socket
+import urllib.parse
 from xml.sax.saxutils import escape
 
 from server import NAMESPACE, SAMPLE_FIRMWARE
 
 OF_CLASSES = ("EnumerateInstances", "EnumerateInstanceNames", "EnumerateClasses", "GetClass")
 OF_OBJECTS = ("Associators", "AssociatorNames", "References", "ReferenceNames")
-LEVELS = "".join(f'<NAMESPACE NAME="{each}"/>' for each in NAMESPACE.split("/"))
-LOCAL = f"<LOCALNAMESPACEPATH>{LEVELS}</LOCALNAMESPACEPATH>"
 MESSAGE = """<?xml version="1.0"?><CIM CIMVERSION="2.0" DTDVERSION="2.0">\
 <MESSAGE ID="1" PROTOCOLVERSION="1.0"><SIMPLEREQ>{}</SIMPLEREQ></MESSAGE></CIM>"""
 
 
+COMPARED = ("CIMError", "CIMOperation", "Content-Type", "WWW-Authenticate", "PGErrorDetail")
+
+
+def local(namespace):
+    levels = "".join(f'<NAMESPACE NAME="{each}"/>' for each in namespace.split("/"))
+    return f"<LOCALNAMESPACEPATH>{levels}</LOCALNAMESPACEPATH>"
+
+
+def local_path(path):
+    return f"<LOCALINSTANCEPATH>{local(NAMESPACE)}{instance_name(path)}</LOCALINSTANCEPATH>"
+
+
+def key_value(value):
+    if isinstance(value, tuple):
+        return f"<VALUE.REFERENCE>{local_path(value)}</VALUE.REFERENCE>"
+    return f"<KEYVALUE>{escape(value)}</KEYVALUE>"
+
+
 def instance_name(path):
+    """A path (class, {key: text or path}) as XML."""
     keys = "".join(
-        f'<KEYBINDING NAME="{key}"><KEYVALUE>{escape(value)}</KEYVALUE></KEYBINDING>'
+        f'<KEYBINDING NAME="{key}">{key_value(value)}</KEYBINDING>'
         for key, value in path[1].items()
     )
     return f'<INSTANCENAME CLASSNAME="{path[0]}">{keys}</INSTANCENAME>'
 
 
-def question(method, path=None, **parameters):
-    """CIMMethod, CIMObject and body of an operation, or of a method at a path."""
-    kind, call, target = "I", LOCAL, NAMESPACE
+def question(method, path=None, namespace=NAMESPACE, **parameters):
+    """CIMMethod, CIMObject and body of an operation in a namespace, or of a method at a path."""
+    kind, call, target = "I", local(namespace), namespace
     if path:
-        kind, call = "", f"<LOCALINSTANCEPATH>{LOCAL}{instance_name(path)}</LOCALINSTANCEPATH>"
+        kind, call = "", local_path(path)
         keys = sorted(path[1].items())
         texts = (f"{key}={json.dumps(value, ensure_ascii=False)}" for key, value in keys)
         target = f"{NAMESPACE}:{path[0]}.{','.join(texts)}"
     for name, value in parameters.items():
-        value = value if value[0] == "<" else f"<VALUE>{escape(value)}</VALUE>"
+        value = value if value[:1] == "<" else f"<VALUE>{escape(value)}</VALUE>"
         call += f'<{kind}PARAMVALUE NAME="{name}">{value}</{kind}PARAMVALUE>'
     call = f'<{kind}METHODCALL NAME="{method}">{call}</{kind}METHODCALL>'
     return method, target, MESSAGE.format(call)
+
+
+def login(user, password):
+    """The header line that says who asks."""
+    return b"Authorization: Basic %b\r\n" % base64.b64encode(f"{user}:{password}".encode())
+
+
+def request(asked, user):
+    """A question of a user, each his own password, as HTTP; the connection ends after the reply."""
+    method, target, body = asked
+    fields = f"CIMMethod: {method}\r\nCIMObject: {urllib.parse.quote(target, safe='')}\r\n"
+    head = "POST /cimom HTTP/1.1\r\nHost: here\r\nConnection: close\r\nCIMOperation: MethodCall\r\n"
+    head += f"Content-Type: application/xml\r\nContent-Length: {len(body.encode())}\r\n{fields}"
+    return head.encode() + login(user, user) + b"\r\n" + body.encode()
+
+
+def chunks(stream):
+    """The parts of a body that has no length; trailers are left."""
+    while size := int(stream.readline(), 16):
+        yield stream.read(size + 2)[:-2]
+
+
+class Reply:
+    """The next reply of a stream: its first line, the header fields that matter, its body."""
+
+    def __init__(self, stream):
+        self.line = stream.readline().decode().strip()
+        fields = http.client.parse_headers(stream)
+        self.fields = {name: fields.get(name, "-") for name in COMPARED}
+        self.body = stream.read(int(fields.get("Content-Length", 0))).decode()
+        if fields.get("Transfer-Encoding") == "chunked":
+            self.body = b"".join(chunks(stream)).decode()
+        if " 100 " in self.line:
+            self.__init__(stream)
+
+
+def ask(url, said, seconds):
+    """The reply to those bytes on a connection of their own. Raises OSError: there is none in time,
+    or none at all."""
+    parts = urllib.parse.urlsplit(url)
+    with contextlib.closing(
+        socket.create_connection((parts.hostname, parts.port), seconds)
+    ) as connection:
+        connection.sendall(said)
+        return Reply(connection.makefile("rb"))
 
 
 def questions(array):

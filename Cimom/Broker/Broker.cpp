@@ -346,8 +346,9 @@ std::vector<CIMName> Broker::associationsOf(const Ns& nameSpace, const Traversal
     };
     const auto isWanted = [&](const Class& association) {
         const auto& properties = association.properties;
-        return wanted.isNull() ? std::any_of(properties.begin(), properties.end(), fitsSource)
-                               : repository_.isSubclassOf(nameSpace, association.name(), wanted);
+        return (wanted.isNull() ||
+                repository_.isSubclassOf(nameSpace, association.name(), wanted)) &&
+               std::any_of(properties.begin(), properties.end(), fitsSource);
     };
     std::vector<CIMName> names;
     for (const auto& [space, definition] : associations_) {
