@@ -98,7 +98,10 @@ class Side:
     def told(self, operation, namespace, **given):
         """The body of the reply to a question of the administrator."""
         asked = question(operation, namespace=namespace, **given)
-        reply = ask(self.url, request(asked, "admin"), SECONDS)
+        try:
+            reply = ask(self.url, request(asked, "admin"), SECONDS)
+        except (OSError, ValueError) as error:
+            sys.exit(f"qbx compare: {self.url} does not answer: {error}")
         if " 200 " not in reply.line:
             sys.exit(f"qbx compare: {self.url} refuses the user admin: {reply.line}")
         return reply.body
@@ -231,8 +234,12 @@ def examples(found, limit):
 def server(named, options):
     """The URL of a server that runs, or of the embedded one, which this starts."""
     if named != "embedded":
+        if not re.fullmatch(r"http://[^/]+/?", named):
+            sys.exit(f"qbx compare: {named!r} is neither http://HOST:PORT nor the word embedded")
         yield named.rstrip("/")
         return
+    if not pathlib.Path(options.array).is_file():
+        sys.exit(f"qbx compare: no such array file: {options.array}")
     with Server(options.build, array=options.array, schema=options.schema) as embedded:
         yield embedded.url
 
@@ -254,8 +261,6 @@ def main():
                 list(pool.map(lambda side: side.run(Suite(paths, side.interop)), sides))
     except StartError as error:
         sys.exit(f"qbx compare: {error}")
-    except OSError as error:
-        sys.exit(f"qbx compare: no server answers there: {error}")
     found = Comparison(sides, known())
     options.out.mkdir(parents=True, exist_ok=True)
     (options.out / "report.md").write_text("\n".join([*found.report(), ""]), encoding="utf-8")

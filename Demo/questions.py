@@ -75,20 +75,27 @@ def request(asked, user):
 
 def chunks(stream):
     """The parts of a body that has no length; trailers are left."""
-    while size := int(stream.readline(), 16):
-        yield stream.read(size + 2)[:-2]
+    while size := int(stream.readline() or b"-1", 16):
+        part = stream.read(size + 2)[:-2] if size > 0 else b""
+        if len(part) != size:
+            raise ConnectionError("the server has ended the connection")
+        yield part
 
 
 class Reply:
-    """The next reply of a stream: its first line, the header fields that matter, its body."""
+    """The next reply of a stream: its first line, the header fields that matter, its body. Raises
+    ConnectionError when that is cut short. When nothing comes the line is empty."""
 
     def __init__(self, stream):
         self.line = stream.readline().decode().strip()
         fields = http.client.parse_headers(stream)
         self.fields = {name: fields.get(name, "-") for name in COMPARED}
-        self.body = stream.read(int(fields.get("Content-Length", 0))).decode()
-        if fields.get("Transfer-Encoding") == "chunked":
-            self.body = b"".join(chunks(stream)).decode()
+        length = int(fields.get("Content-Length", 0))
+        chunked = fields.get("Transfer-Encoding") == "chunked"
+        body = b"".join(chunks(stream)) if chunked else stream.read(length)
+        if len(body) < length:
+            raise ConnectionError("the server has ended the connection")
+        self.body = body.decode()
         if " 100 " in self.line:
             self.__init__(stream)
 
@@ -101,7 +108,10 @@ def ask(url, said, seconds):
         socket.create_connection((parts.hostname, parts.port), seconds)
     ) as connection:
         connection.sendall(said)
-        return Reply(connection.makefile("rb"))
+        reply = Reply(connection.makefile("rb"))
+    if not reply.line:
+        raise ConnectionError("the server has ended the connection")
+    return reply
 
 
 def questions(array):

@@ -90,4 +90,4 @@ class InstalledToolkit(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    run.main(needs_wbemcli=True)
+    run.main()

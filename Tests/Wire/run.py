@@ -1,23 +1,29 @@
-"""Runs the tests of a module, or says why they cannot run (exit status 77: skipped).
+"""Runs the tests of a module, or says why they cannot run (exit status 77: skipped). By itself it runs
+all of them at a server that somebody else runs, such as OpenPegasus: what `./qbx test --server` calls.
 
 Import this before clients and server: it says where they are. The server under test is a new one
-out of QBX_BUILD, or one that somebody else runs, such as OpenPegasus with the module: QBX_WIRE_URL
-is where that listens, QBX_WIRE_ARRAY the array file that it serves, QBX_WIRE_INTEROP its interop
-namespace. It must know the users of Demo/server.py.
+out of QBX_BUILD, or that of QBX_WIRE_URL; then QBX_WIRE_ARRAY is the array file that it serves,
+QBX_WIRE_INTEROP its interop namespace, and QBX_WIRE_CONTROL a command for what happens to it. It must
+know the users of Demo/server.py.
 """
 
 import importlib.util
 import os
 import pathlib
+import shlex
 import shutil
+import subprocess
 import sys
+import tempfile
 import unittest
 
-sys.path.append(str(pathlib.Path(__file__).resolve().parents[2] / "Demo"))
+FOLDER = pathlib.Path(__file__).resolve().parent
+sys.path.append(str(FOLDER.parents[1] / "Demo"))
 from server import Server  # noqa: E402
 
 SKIPPED = 77
-ARRAY = pathlib.Path(__file__).resolve().with_name("array.json")
+ARRAY = FOLDER / "array.json"
+MODULE = "libQBX_DriveCageProvider.so"
 
 
 class ForeignServer:
@@ -25,33 +31,106 @@ class ForeignServer:
 
     def __init__(self):
         self.url = os.environ["QBX_WIRE_URL"]
-        self.array = pathlib.Path(os.environ["QBX_WIRE_ARRAY"])
+        self.array = pathlib.Path(os.environ.get("QBX_WIRE_ARRAY", ARRAY))
         self.interop = os.environ.get("QBX_WIRE_INTEROP", "root/PG_InterOp")
 
-    def restart(self):
-        raise unittest.SkipTest("the server is not ours to restart")
+    def control(self, action):
+        """Has the control command do something to the server."""
+        command = shlex.split(os.environ.get("QBX_WIRE_CONTROL", ""))
+        if not command:
+            raise unittest.SkipTest(f"{action}: the server is not ours, --control would say how")
+        done = subprocess.run([*command, action], stdout=subprocess.DEVNULL, check=False)
+        if done.returncode == SKIPPED:
+            raise unittest.SkipTest(f"{action}: the control command cannot do that")
+        if done.returncode != 0:
+            raise AssertionError(f"{command[0]} {action} ended with {done.returncode}")
+
+    def array_file(self):
+        """The array file, to be changed."""
+        if "QBX_WIRE_ARRAY" not in os.environ:
+            raise unittest.SkipTest("--array would say which file the server serves")
+        return self.array
 
     def close(self):
         pass
 
 
+class OwnServer(Server):
+    """One out of QBX_BUILD, with a copy of the module."""
+
+    def __init__(self, *options):
+        self.home = pathlib.Path(tempfile.mkdtemp(prefix="qbx-module-"))
+        build = pathlib.Path(os.environ["QBX_BUILD"]).resolve()
+        (self.home / "bin").symlink_to(build / "bin")
+        (self.home / "lib").mkdir()
+        shutil.copy(build / "lib" / MODULE, self.home / "lib")
+        super().__init__(self.home, *options, array=ARRAY)
+
+    def control(self, action):
+        if action == "restart":
+            self.restart()
+        elif action == "replace":
+            module = self.home / "lib" / MODULE
+            os.replace(shutil.copy(module, module.with_suffix(".new")), module)
+        else:
+            raise unittest.SkipTest(f"{action}: the embedded server cannot do that")
+
+    def array_file(self):
+        return self.array
+
+    def close(self):
+        shutil.rmtree(self.home)
+        super().close()
+
+
 def open_server(*options):
     """The server to test; `options` are for the program, when it is ours to start."""
-    if "QBX_WIRE_URL" in os.environ:
-        return ForeignServer()
-    return Server(os.environ["QBX_BUILD"], *options, array=ARRAY)
+    return ForeignServer() if "QBX_WIRE_URL" in os.environ else OwnServer(*options)
 
 
-def skip(reason):
-    print(f"SKIPPED: {reason}")
-    sys.exit(SKIPPED)
+class OwnTest(unittest.TestCase):
+    """A test that starts the embedded server its own way."""
+
+    def setUp(self):
+        if "QBX_WIRE_URL" in os.environ:
+            self.skipTest("starts the embedded server with options of its own")
 
 
-def main(needs_wbemcli=False, needs_pywbem=False):
+def missing(module):
+    """Why a module of tests cannot run, or None."""
+    if module in ("test_wbemcli", "test_node") and not shutil.which("wbemcli"):
+        return "wbemcli is not installed (./qbx setup)"
+    if module == "test_pywbem" and not importlib.util.find_spec("pywbem"):
+        return "pywbem is not installed (./qbx setup, where pip can reach it)"
+    return None
+
+
+def main():
     if not {"QBX_BUILD", "QBX_WIRE_URL"} & set(os.environ):
         sys.exit("QBX_BUILD must name the build folder whose server is to be tested")
-    if needs_wbemcli and not shutil.which("wbemcli"):
-        skip("wbemcli is not installed (./qbx setup)")
-    if needs_pywbem and not importlib.util.find_spec("pywbem"):
-        skip("pywbem is not installed (./qbx setup, where pip can reach it)")
+    if reason := missing(pathlib.Path(sys.argv[0]).stem):
+        print(f"SKIPPED: {reason}")
+        sys.exit(SKIPPED)
     unittest.main(verbosity=1)
+
+
+def run_all():
+    """All modules, at the server of QBX_WIRE_URL."""
+    suite, loader = unittest.TestSuite(), unittest.defaultTestLoader
+    left_out = 0
+    for module in sorted(path.stem for path in FOLDER.glob("test_*.py")):
+        if reason := missing(module):
+            print(f"{module} ... skipped: {reason}")
+            left_out += 1
+        else:
+            suite.addTest(loader.loadTestsFromName(module))
+    found = unittest.TextTestRunner(sys.stdout, descriptions=False, verbosity=2).run(suite)
+    wrong = [each for each, _ in found.failures + found.errors]
+    failed = len({getattr(each, "test_case", each) for each in wrong})  # of subtests
+    skipped = len(found.skipped)
+    print(f"{found.testsRun - failed - skipped} passed, {failed} failed, {skipped + left_out} skipped")
+    sys.exit(not found.wasSuccessful())
+
+
+if __name__ == "__main__":
+    run_all()

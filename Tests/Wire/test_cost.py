@@ -4,7 +4,6 @@ at two sizes."""
 import base64
 import os
 import time
-import unittest
 
 import run
 from raw import answer
@@ -152,7 +151,7 @@ SHAPES = {
 }
 
 
-class Cost(unittest.TestCase):
+class Cost(run.OwnTest):
     def test_grows_no_faster_than_the_request(self):
         with Server(os.environ["QBX_BUILD"]) as server:
             clock = (~server.process.pid << 3) | 2  # of the process, for clock_gettime()

@@ -3,7 +3,6 @@ replayed against ours. Ours has to answer alike; where it does not, deviations.j
 
 import io
 import json
-import unittest
 
 import run
 from questions import Reply
@@ -18,7 +17,7 @@ DEVIATIONS = {
 INCOMPLETE = {"partial_then_wait", "clen_long", "garbage_bin"}  # nobody answers until time is up
 
 
-class Exchanges(unittest.TestCase):
+class Exchanges(run.OwnTest):
     maxDiff = None
 
     def compare(self, name, reply, recorded):

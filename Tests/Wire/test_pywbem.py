@@ -66,4 +66,4 @@ def load_tests(loader, _tests, _pattern):
 
 
 if __name__ == "__main__":
-    run.main(needs_pywbem=True)
+    run.main()
