@@ -1,4 +1,4 @@
-"""Asks two servers the same and lists every difference with its reason: what `./qbx compare` calls."""
+"""Asks two servers the same and lists what differs, and why: what `./qbx compare` calls."""
 
 import argparse
 import collections
@@ -115,7 +115,8 @@ class Side:
     def version(self):
         """What the server says that it is."""
         body = self.list("EnumerateInstances", INTEROP_CLASS, self.interop)
-        found = re.findall(r'NAME="(?:Description|Version)".*?<VALUE>(.*?)</VALUE>', body, re.DOTALL)
+        pattern = r'NAME="(?:Description|Version)".*?<VALUE>(.*?)</VALUE>'
+        found = re.findall(pattern, body, re.DOTALL)
         return ", ".join(found) or "a server that does not say what it is"
 
     def paths(self):
@@ -166,7 +167,8 @@ class Comparison:
         self.count = len(one)
         known = [each for each in known if not each.get("schemas") or self.schemas_differ()]
         # Nobody says which server is which: the table fits better one way than the other.
-        orders = [self.explain(known, each) for each in (("embedded", "other"), ("other", "embedded"))]
+        kinds = ("embedded", "other")
+        orders = [self.explain(known, each) for each in (kinds, kinds[::-1])]
         self.reasons, self.unexplained = min(orders, key=lambda found: len(found[1]))
 
     def schemas_differ(self):
@@ -178,8 +180,9 @@ class Comparison:
         for name, pair in self.differences.items():
             for number, (kind, found) in enumerate(zip(kinds, pair)):
                 for line in found:
-                    why = next((each["reason"] for each in known if fits(each, name, kind, line)), "")
-                    where = reasons[why] if why else unexplained
+                    fitting = (each for each in known if fits(each, name, kind, line))
+                    entry = next(fitting, None)
+                    where = reasons[entry["reason"]] if entry else unexplained
                     where.setdefault(name, []).append(f"{number + 1}: {line}")
         return reasons, unexplained
 

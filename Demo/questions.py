@@ -60,17 +60,27 @@ def question(method, path=None, namespace=NAMESPACE, **parameters):
 
 
 def login(user, password):
-    """The header line that says who asks."""
-    return b"Authorization: Basic %b\r\n" % base64.b64encode(f"{user}:{password}".encode())
+    return "Basic " + base64.b64encode(f"{user}:{password}".encode()).decode()
+
+
+def fields(method, target, user):
+    """The header of a question of a user, each his own password."""
+    return {
+        "Content-Type": "application/xml",
+        "CIMOperation": "MethodCall",
+        "CIMMethod": method,
+        "CIMObject": urllib.parse.quote(target, safe=""),
+        "Authorization": login(user, user),
+    }
 
 
 def request(asked, user):
-    """A question of a user, each his own password, as HTTP; the connection ends after the reply."""
-    method, target, body = asked
-    fields = f"CIMMethod: {method}\r\nCIMObject: {urllib.parse.quote(target, safe='')}\r\n"
-    head = "POST /cimom HTTP/1.1\r\nHost: here\r\nConnection: close\r\nCIMOperation: MethodCall\r\n"
-    head += f"Content-Type: application/xml\r\nContent-Length: {len(body.encode())}\r\n{fields}"
-    return head.encode() + login(user, user) + b"\r\n" + body.encode()
+    """A question of a user as HTTP; the connection ends after the reply."""
+    *named, body = asked
+    head = {**fields(*named, user), "Host": "here", "Connection": "close"}
+    head["Content-Length"] = len(body.encode())
+    lines = "".join(f"{name}: {value}\r\n" for name, value in head.items())
+    return f"POST /cimom HTTP/1.1\r\n{lines}\r\n{body}".encode()
 
 
 def chunks(stream):

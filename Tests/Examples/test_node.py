@@ -90,4 +90,4 @@ class InstalledToolkit(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    run.main()
+    run.main(needs="wbemcli")

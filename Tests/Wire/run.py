@@ -1,10 +1,9 @@
-"""Runs the tests of a module, or says why they cannot run (exit status 77: skipped). By itself it runs
-all of them at a server that somebody else runs, such as OpenPegasus: what `./qbx test --server` calls.
+"""Runs the tests of a module, or says why they cannot run (exit status 77: skipped).
 
 Import this before clients and server: it says where they are. The server under test is a new one
-out of QBX_BUILD, or that of QBX_WIRE_URL; then QBX_WIRE_ARRAY is the array file that it serves,
-QBX_WIRE_INTEROP its interop namespace, and QBX_WIRE_CONTROL a command for what happens to it. It must
-know the users of Demo/server.py.
+out of QBX_BUILD, or one that somebody else runs, such as OpenPegasus (./qbx test --server):
+QBX_WIRE_URL is where that listens, QBX_WIRE_ARRAY the array file that it serves, QBX_WIRE_INTEROP
+its interop namespace, QBX_WIRE_CONTROL a command that does something to it.
 """
 
 import importlib.util
@@ -45,12 +44,6 @@ class ForeignServer:
         if done.returncode != 0:
             raise AssertionError(f"{command[0]} {action} ended with {done.returncode}")
 
-    def array_file(self):
-        """The array file, to be changed."""
-        if "QBX_WIRE_ARRAY" not in os.environ:
-            raise unittest.SkipTest("--array would say which file the server serves")
-        return self.array
-
     def close(self):
         pass
 
@@ -75,9 +68,6 @@ class OwnServer(Server):
         else:
             raise unittest.SkipTest(f"{action}: the embedded server cannot do that")
 
-    def array_file(self):
-        return self.array
-
     def close(self):
         shutil.rmtree(self.home)
         super().close()
@@ -96,41 +86,19 @@ class OwnTest(unittest.TestCase):
             self.skipTest("starts the embedded server with options of its own")
 
 
-def missing(module):
-    """Why a module of tests cannot run, or None."""
-    if module in ("test_wbemcli", "test_node") and not shutil.which("wbemcli"):
+def missing(client):
+    """Why a client cannot be asked, or None."""
+    if client == "wbemcli" and not shutil.which("wbemcli"):
         return "wbemcli is not installed (./qbx setup)"
-    if module == "test_pywbem" and not importlib.util.find_spec("pywbem"):
+    if client == "pywbem" and not importlib.util.find_spec("pywbem"):
         return "pywbem is not installed (./qbx setup, where pip can reach it)"
     return None
 
 
-def main():
+def main(needs=None):
     if not {"QBX_BUILD", "QBX_WIRE_URL"} & set(os.environ):
         sys.exit("QBX_BUILD must name the build folder whose server is to be tested")
-    if reason := missing(pathlib.Path(sys.argv[0]).stem):
+    if reason := missing(needs):
         print(f"SKIPPED: {reason}")
         sys.exit(SKIPPED)
     unittest.main(verbosity=1)
-
-
-def run_all():
-    """All modules, at the server of QBX_WIRE_URL."""
-    suite, loader = unittest.TestSuite(), unittest.defaultTestLoader
-    left_out = 0
-    for module in sorted(path.stem for path in FOLDER.glob("test_*.py")):
-        if reason := missing(module):
-            print(f"{module} ... skipped: {reason}")
-            left_out += 1
-        else:
-            suite.addTest(loader.loadTestsFromName(module))
-    found = unittest.TextTestRunner(sys.stdout, descriptions=False, verbosity=2).run(suite)
-    wrong = [each for each, _ in found.failures + found.errors]
-    failed = len({getattr(each, "test_case", each) for each in wrong})  # of subtests
-    skipped = len(found.skipped)
-    print(f"{found.testsRun - failed - skipped} passed, {failed} failed, {skipped + left_out} skipped")
-    sys.exit(not found.wasSuccessful())
-
-
-if __name__ == "__main__":
-    run_all()

@@ -45,8 +45,8 @@ class Disruption(unittest.TestCase):
             self.assertEqual(self.told(key), self.alone[key], key)
 
     def during(self, allowed, *actions):
-        """Clients ask all the time; what they are told is what they were told before, or that. Returns
-        the answers of the second kind."""
+        """Clients ask all the time; what they are told is what they were told before, or that.
+        Returns the answers of the second kind."""
         over, others, count = threading.Event(), [], []
 
         def client():

@@ -28,4 +28,4 @@ def load_tests(loader, _tests, _pattern):
 
 
 if __name__ == "__main__":
-    run.main()
+    run.main(needs="wbemcli")
