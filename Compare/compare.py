@@ -115,8 +115,8 @@ class Side:
     def version(self):
         """What the server says that it is."""
         body = self.list("EnumerateInstances", INTEROP_CLASS, self.interop)
-        pattern = r'NAME="(?:Description|Version)".*?<VALUE>(.*?)</VALUE>'
-        found = re.findall(pattern, body, re.DOTALL)
+        pattern = r'NAME="(?:ElementName|Description|Version)"[^>]*>\s*<VALUE>(.*?)</VALUE>'
+        found = re.findall(pattern, body)
         return ", ".join(found) or "a server that does not say what it is"
 
     def paths(self):
@@ -165,14 +165,18 @@ class Comparison:
         pairs = {name: (one[name] - other[name], other[name] - one[name]) for name in one}
         self.differences = {name: pair for name, pair in pairs.items() if any(pair)}
         self.count = len(one)
-        known = [each for each in known if not each.get("schemas") or self.schemas_differ()]
+        if not self.schemas_differ():
+            known = [each for each in known if not each.get("schemas")]
+        self.known = known
         # Nobody says which server is which: the table fits better one way than the other.
         kinds = ("embedded", "other")
         orders = [self.explain(known, each) for each in (kinds, kinds[::-1])]
         self.reasons, self.unexplained = min(orders, key=lambda found: len(found[1]))
 
     def schemas_differ(self):
-        return "EnumerateClassNames DeepInheritance=True" in self.differences
+        """Whether one has classes of the DMTF that the other lacks."""
+        pair = self.differences.get("EnumerateClassNames DeepInheritance=True", ())
+        return any(line.startswith("CIM_") for found in pair for line in found)
 
     def explain(self, known, kinds):
         """({reason: {question: [lines]}}, {question: [lines]}); a line begins with its server."""
@@ -204,6 +208,9 @@ class Comparison:
         for reason, found in sorted(self.reasons.items(), key=lambda each: -len(each[1])):
             yield f"\n## {reason}\n\n{len(found)} questions.\n"
             yield from examples(found, EXAMPLES)
+        yield "\n## Reasons that nothing needed\n"
+        reasons = (each["reason"] for each in self.known)
+        yield from (f"- {each}" for each in reasons if each not in self.reasons)
 
 
 def known():
@@ -230,6 +237,7 @@ def examples(found, limit):
     for name in itertools.islice(found, limit):
         yield f"- `{name}`"
         for line in found[name][:limit]:
+            line = " ".join(line.split())
             yield f"  - `{line if len(line) < LENGTH else line[:LENGTH] + ' ...'}`"
 
 
