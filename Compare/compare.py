@@ -38,7 +38,7 @@ SHOWN = {
     "KEYVALUE": "{text} ({VALUETYPE} {TYPE})",
     "INSTANCENAME": "{CLASSNAME}.{parts}",
     "CLASSNAME": "{NAME}",
-    "VALUE": "{text}",
+    "VALUE": '"{text}"',
     "VALUE.ARRAY": "[{parts}]",
     "ERROR": "error {CODE}: {DESCRIPTION}",
     "LOCALNAMESPACEPATH": "{path}",
@@ -64,16 +64,16 @@ def lines(element, where=""):
     children = list(element)
     if element.tag in WITH_PATH:
         where += whole(children.pop(0)) + ": "
-    elif element.tag not in ENVELOPE or not children:
+    else:
         values = [each for each in children if VALUE.fullmatch(each.tag)]
         given = dict(element.attrib)
-        where += " ".join([element.tag, given.pop("NAME", given.pop("CLASSNAME", ""))])
+        here = f"{where}{element.tag} {given.pop('NAME', given.pop('CLASSNAME', ''))}"
         text = "".join(f" {name}={value}" for name, value in sorted(given.items()))
         if element.tag.startswith(("PROPERTY", "QUALIFIER", "RETURNVALUE")):
             text += " = " + (" ".join(map(whole, values)) or "null")
             children = [each for each in children if each not in values]
-        yield where + text
-        where += ": "
+        yield here + text
+        where = where if element.tag in ENVELOPE else f"{here}: "
     for each in children:
         yield from lines(each, where)
 
@@ -106,15 +106,15 @@ class Side:
             sys.exit(f"qbx compare: {self.url} refuses the user admin: {reply.line}")
         return reply.body
 
-    def list(self, operation, name, namespace=NAMESPACE):
+    def objects(self, operation, name, namespace=NAMESPACE):
         return self.told(operation, namespace, ClassName=f'<CLASSNAME NAME="{name}"/>')
 
     def has_managers(self, namespace):
-        return "<INSTANCENAME" in self.list("EnumerateInstanceNames", INTEROP_CLASS, namespace)
+        return "<INSTANCENAME" in self.objects("EnumerateInstanceNames", INTEROP_CLASS, namespace)
 
     def version(self):
         """What the server says that it is."""
-        body = self.list("EnumerateInstances", INTEROP_CLASS, self.interop)
+        body = self.objects("EnumerateInstances", INTEROP_CLASS, self.interop)
         pattern = r'NAME="(?:ElementName|Description|Version)"[^>]*>\s*<VALUE>(.*?)</VALUE>'
         found = re.findall(pattern, body)
         return ", ".join(found) or "a server that does not say what it is"
@@ -123,7 +123,7 @@ class Side:
         """{class: [path]} of the module's elements, in order."""
         found = {}
         for name in OWN:
-            root = ElementTree.fromstring(self.list("EnumerateInstanceNames", name))
+            root = ElementTree.fromstring(self.objects("EnumerateInstanceNames", name))
             paths = sorted(map(path, root.findall(".//IRETURNVALUE/INSTANCENAME")), key=str)
             own = [each for each in paths if each[0] == name]
             if not own:
@@ -145,8 +145,8 @@ class Side:
             found += lines(ElementTree.fromstring(reply.body)) if reply.body else ["no body"]
         except ElementTree.ParseError:
             found.append(f"no XML: {reply.body}")
-        port = urllib.parse.urlsplit(self.url).netloc
-        return [each.replace(port, "HOST").replace(self.interop, "INTEROP") for each in found]
+        place = urllib.parse.urlsplit(self.url).netloc
+        return [each.replace(place, "HOST").replace(self.interop, "INTEROP") for each in found]
 
     def run(self, suite):
         start = time.monotonic()
