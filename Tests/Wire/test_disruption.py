@@ -15,6 +15,7 @@ from server import USERS
 SECONDS = 60  # for an answer, and until all is well again
 CLIENTS = 8
 READS = re.compile("Enumerate|Get|Associator|Reference")
+MAY_ACT = ("admin", "operator")  # the others are refused: what is asked changes nothing
 BLOCKED = "provider blocked"
 EMPTY = r"^<\?xml(?!.*(<ERROR|CLASSNAME))"
 
@@ -24,9 +25,13 @@ class Disruption(unittest.TestCase):
     def setUpClass(cls):
         cls.server = run.open_server()
         cls.addClassCleanup(cls.server.close)
-        asked = [each for each in questions(Array(cls.server.array)) if READS.match(each[0])]
-        asked = random.Random(1).sample(asked, 40)  # of all operations
-        cls.keys = [(user, *each) for each in asked for user in USERS]
+        asked = random.Random(1).sample(list(questions(Array(cls.server.array))), 60)
+        cls.keys = [
+            (user, *each)
+            for each in asked
+            for user in USERS
+            if READS.match(each[0]) or user not in MAY_ACT
+        ]
         cls.alone = {key: cls.told(key) for key in cls.keys}
 
     @classmethod
@@ -76,7 +81,7 @@ class Disruption(unittest.TestCase):
 
     def test_users_at_once_get_what_each_gets_alone(self):
         errors = [came for came in self.alone.values() if "<ERROR" in came]
-        self.assertTrue(0 < len(errors) < len(self.alone) / 2, "refused, and not")
+        self.assertTrue(0 < len(errors) < len(self.alone), "refused, and not")
         keys = 2 * self.keys
         with futures.ThreadPoolExecutor(24) as pool:
             for key, came in zip(keys, pool.map(self.told, keys)):
