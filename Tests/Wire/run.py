@@ -52,25 +52,27 @@ class OwnServer(Server):
     """One out of QBX_BUILD, with a copy of the module."""
 
     def __init__(self, *options):
-        self.home = pathlib.Path(tempfile.mkdtemp(prefix="qbx-module-"))
-        build = pathlib.Path(os.environ["QBX_BUILD"]).resolve()
-        (self.home / "bin").symlink_to(build / "bin")
-        (self.home / "lib").mkdir()
-        shutil.copy(build / "lib" / MODULE, self.home / "lib")
-        super().__init__(self.home, *options, array=ARRAY)
+        self.home = tempfile.TemporaryDirectory(prefix="qbx-module-")
+        home, build = pathlib.Path(self.home.name), pathlib.Path(os.environ["QBX_BUILD"]).resolve()
+        (home / "bin").symlink_to(build / "bin")
+        (home / "lib").mkdir()
+        for each in (build / "lib").iterdir():
+            (home / "lib" / each.name).symlink_to(each)
+        self.module = home / "lib" / MODULE
+        self.replace()
+        super().__init__(home, *options, array=ARRAY)
+
+    def replace(self):
+        os.replace(shutil.copy(self.module, self.module.with_suffix(".new")), self.module)
 
     def control(self, action):
-        if action == "restart":
-            self.restart()
-        elif action == "replace":
-            module = self.home / "lib" / MODULE
-            os.replace(shutil.copy(module, module.with_suffix(".new")), module)
-        else:
+        if action not in ("restart", "replace"):
             raise unittest.SkipTest(f"{action}: the embedded server cannot do that")
+        getattr(self, action)()
 
     def close(self):
-        shutil.rmtree(self.home)
         super().close()
+        self.home.cleanup()
 
 
 def open_server(*options):
