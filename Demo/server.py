@@ -156,18 +156,21 @@ class Server:
         process.stdout.close()
         return process.returncode
 
+    def end(self):
+        """Stops the server; it must end well (a sanitizer's findings make it end otherwise)."""
+        if status := self.stop():
+            said = self.output.read_text(errors="replace")[-4000:]
+            raise AssertionError(f"the server ended with status {status}: {said}")
+
     def restart(self):
-        self.stop()
+        self.end()
         self.start()
 
     def close(self):
-        """Stops the server; it must end well (a sanitizer's findings make it end otherwise)."""
-        status, said = self.stop(), ""
-        if status:
-            said = self.output.read_text(errors="replace")[-4000:]
-        shutil.rmtree(self.folder, ignore_errors=True)
-        if status:
-            raise AssertionError(f"the server ended with status {status}: {said}")
+        try:
+            self.end()
+        finally:
+            shutil.rmtree(self.folder, ignore_errors=True)
 
     def __enter__(self):
         return self
