@@ -35,10 +35,7 @@ def array_file(records, shape):
 # The embedded server on an array file; yields its URL and its process id.
 @contextlib.contextmanager
 def embedded(build, file, schema, *prefix):
-    line = [*prefix, *map(str, command(build, password_file(build, file.parent), 0))]
-    if schema:
-        line[line.index("--schema") + 1] = schema[0]
-        line += [option for folder in schema[1:] for option in ("--include", folder)]
+    line = [*prefix, *map(str, command(build, password_file(build, file.parent), 0, schema))]
     variables = environment(file, file.with_name("state.json"))
     with subprocess.Popen(line, stdout=subprocess.PIPE, text=True, env=variables) as process:
         ready = re.search(r"http://[^/]+", process.stdout.readline())

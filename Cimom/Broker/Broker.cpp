@@ -353,9 +353,8 @@ std::vector<CIMName> Broker::associationsOf(const Ns& nameSpace, const Traversal
     std::vector<CIMName> names;
     for (const Association& association : associations_) {
         const auto& properties = association.definition->properties;
-        const bool isWanted = wanted.isNull()
-                                  ? std::any_of(properties.begin(), properties.end(), fitsSource)
-                                  : has(association.lineage, wanted);
+        const bool isWanted = (wanted.isNull() || has(association.lineage, wanted)) &&
+                              std::any_of(properties.begin(), properties.end(), fitsSource);
         if (isWanted && association.nameSpace.equal(nameSpace))
             names.push_back(association.definition->name());
     }

@@ -100,4 +100,4 @@ class InstalledToolkit(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    run.main(needs_wbemcli=True)
+    run.main(needs="wbemcli")

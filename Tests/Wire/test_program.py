@@ -11,14 +11,14 @@ import socket
 import ssl
 import subprocess
 import tempfile
-import unittest
 
 import run
 from raw import DATA, PROBE, answer, connected, recorded, server, started
 
 
-class Program(unittest.TestCase):
+class Program(run.OwnTest):
     def setUp(self):
+        super().setUp()
         self.folder = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
 
     def file(self, name, content):

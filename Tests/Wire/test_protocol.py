@@ -7,7 +7,6 @@ import pathlib
 import re
 import socket
 import time
-import unittest
 
 import run
 from raw import answer, connected, recorded, rest, started
@@ -24,7 +23,7 @@ def request(size=0):
     return HEAD + b"\r\nConnection: close\r\nContent-Length: %d\r\n\r\n%b" % (len(body), body)
 
 
-class Protocol(unittest.TestCase):
+class Protocol(run.OwnTest):
     def test_too_much(self):
         large = b"PGErrorDetail: The%20request%20body%20is%20larger%20than%202000%20bytes."
         chunked = HEAD + b"\r\nTransfer-Encoding: chunked\r\n\r\n"
