@@ -19,7 +19,7 @@ void set(CIMInstance& instance, const char* property, const Value& value)
 
 }  // namespace
 
-void describeObjectManager(Repository& repository, const String& hostName)
+void describeObjectManager(Repository& repository, const String& hostName, const String& version)
 {
     const String name("QBXObjectManager");
     CIMInstance manager{CIMName(objectManagerClass)};
@@ -28,7 +28,8 @@ void describeObjectManager(Repository& repository, const String& hostName)
     set(manager, "CreationClassName", String(objectManagerClass));
     set(manager, "Name", name);
     set(manager, "ElementName", name);
-    set(manager, "Description", name + " on " + hostName);
+    set(manager, "Description", name + " on " + hostName + ", version " + version);
+    set(manager, "Version", version);
     set(manager, "OperationalStatus", Array<Uint16>(1, 2));
     set(manager, "StatusDescriptions", Array<String>(1, "OK"));
     set(manager, "Started", true);

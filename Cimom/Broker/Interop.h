@@ -10,9 +10,10 @@ namespace cimom
 /// provider modules. It must have the classes of interop.mof.
 constexpr const char* interopNamespace = "root/interop";
 
-/// Stores one CIM_ObjectManager instance and, for every namespace of the repository, one
-/// CIM_Namespace instance in the interop namespace. Throws CIMException as
+/// Stores one CIM_ObjectManager instance (of that version) and, for every namespace of the
+/// repository, one CIM_Namespace instance in the interop namespace. Throws CIMException as
 /// Repository::addInstance does.
-void describeObjectManager(Repository& repository, const Pegasus::String& hostName);
+void describeObjectManager(Repository& repository, const Pegasus::String& hostName,
+                           const Pegasus::String& version);
 
 }  // namespace cimom

@@ -9,6 +9,7 @@
 #include <atomic>
 #include <cstdarg>
 #include <cstdio>
+#include <gnutls/abstract.h>
 #include <malloc.h>
 #include <map>
 #include <microhttpd.h>
@@ -113,6 +114,24 @@ std::string numericAddress(const sockaddr* address)
     return status == 0 ? text.data() : "unknown";
 }
 
+using Certificate = std::shared_ptr<gnutls_certificate_credentials_st>;
+
+/// The certificate and key of the options' files; none without TLS. Throws std::runtime_error.
+Certificate readCertificate(const HttpOptions& options)
+{
+    if (options.certificateFile.empty()) return nullptr;
+    readFile(options.certificateFile, "certificate");  // says which one cannot be read
+    readFile(options.keyFile, "key");
+    gnutls_certificate_credentials_t made = nullptr;
+    gnutls_certificate_allocate_credentials(&made);
+    const Certificate result(made, gnutls_certificate_free_credentials);
+    const int status = gnutls_certificate_set_x509_key_file(
+        made, options.certificateFile.c_str(), options.keyFile.c_str(), GNUTLS_X509_FMT_PEM);
+    if (status >= 0) return result;
+    throw std::runtime_error(options.certificateFile + " and " + options.keyFile +
+                             " are no PEM certificate and its key: " + gnutls_strerror(status));
+}
+
 Connection* connectionOf(MHD_Connection* handle)
 {
     const auto* info = MHD_get_connection_info(handle, MHD_CONNECTION_INFO_SOCKET_CONTEXT);
@@ -128,18 +147,15 @@ struct HttpServer::Impl
           users(passwords),
           handler(std::move(requestHandler)),
           lines(options.log),
-          connections(options.connections, options.certificateFile.empty())
+          certificate(readCertificate(options)),
+          connections(options.connections, !certificate)
     {
-        const bool tls = !options.certificateFile.empty();
-        std::string certificate;
-        std::string key;
-        if (tls) {
-            certificate = readFile(options.certificateFile, "certificate");
-            key = readFile(options.keyFile, "key");
-        }
-        const std::array<MHD_OptionItem, 4> tlsOptions = {
-            {{tls ? MHD_OPTION_HTTPS_MEM_CERT : MHD_OPTION_END, 0, certificate.data()},
-             {MHD_OPTION_HTTPS_MEM_KEY, 0, key.data()},
+        const bool tls = certificate != nullptr;
+        // Never asked, as each connection is given its certificate.
+        gnutls_certificate_retrieve_function2* const ask = [](auto...) { return -1; };
+        const std::array<MHD_OptionItem, 3> tlsOptions = {
+            {{tls ? MHD_OPTION_HTTPS_CERT_CALLBACK : MHD_OPTION_END, 0,
+              reinterpret_cast<void*>(ask)},
              {MHD_OPTION_HTTPS_PRIORITIES, 0, const_cast<char*>(tlsPriorities)},
              {MHD_OPTION_END, 0, nullptr}}};
         const auto address = resolve(options);
@@ -160,10 +176,7 @@ struct HttpServer::Impl
         if (!daemon) {
             throw std::runtime_error(
                 cannotListen(options) + lastLibraryMessage +
-                "; choose an address of this machine and a port that is free (0: any)" +
-                (tls ? ", and check that " + options.certificateFile + " and " + options.keyFile +
-                           " are a PEM certificate and its key"
-                     : ""));
+                "; choose an address of this machine and a port that is free (0: any)");
         }
         port = MHD_get_daemon_info(daemon, MHD_DAEMON_INFO_BIND_PORT)->port;
         running = true;
@@ -197,8 +210,14 @@ struct HttpServer::Impl
         }
         const auto* socket = MHD_get_connection_info(handle, MHD_CONNECTION_INFO_CONNECTION_FD);
         const auto* address = MHD_get_connection_info(handle, MHD_CONNECTION_INFO_CLIENT_ADDRESS);
-        Connection* connection =
-            self.connections.open(socket->connect_fd, numericAddress(address->client_addr));
+        const auto* tls = MHD_get_connection_info(handle, MHD_CONNECTION_INFO_GNUTLS_SESSION);
+        const Certificate certificate = std::atomic_load(&self.certificate);
+        if (tls) {
+            gnutls_credentials_set(static_cast<gnutls_session_t>(tls->tls_session),
+                                   GNUTLS_CRD_CERTIFICATE, certificate.get());
+        }
+        Connection* connection = self.connections.open(
+            socket->connect_fd, numericAddress(address->client_addr), certificate);
         *context = connection;
         if (connection->refusal.empty()) return;
         self.lines.add("refused a connection from " + connection->peer + ": " +
@@ -308,7 +327,8 @@ struct HttpServer::Impl
             reply.fields.emplace_back("Retry-After", "1");
             return reply;
         }
-        lines.add("wrong user or password from " + connection->peer);
+        lines.add("wrong password of user " + percentEncoded(user.substr(0, 64)) + " from " +
+                  connection->peer);
         connections.hold(connection, users->delay(connection->peer));
         return unauthorizedReply(options.hostName, "");
     }
@@ -368,6 +388,7 @@ struct HttpServer::Impl
     LimitedLog lines;
     std::mutex mutex;
     std::string lastLibraryMessage;
+    Certificate certificate;  ///< of new connections; used by atomic functions only
     Connections connections;
     std::uint16_t port = 0;
     MHD_Daemon* daemon = nullptr;
@@ -387,6 +408,11 @@ HttpServer::~HttpServer()
 std::uint16_t HttpServer::port() const
 {
     return impl_->port;
+}
+
+void HttpServer::reloadCertificate()
+{
+    std::atomic_store(&impl_->certificate, readCertificate(impl_->options));
 }
 
 void HttpServer::stop()

@@ -44,6 +44,9 @@ public:
     ~HttpServer();
 
     std::uint16_t port() const;
+    /// Reads the files of certificate and key again, for connections that begin from now on. Throws
+    /// std::runtime_error (which files, what is wrong): the earlier ones stay in service then.
+    void reloadCertificate();
     /// Accepts nothing more, lets running operations finish and sends their replies.
     void stop();
 

@@ -12,7 +12,6 @@
 #include <cstdio>
 #include <ctime>
 #include <iostream>
-#include <sstream>
 #include <termios.h>
 #include <unistd.h>
 
@@ -23,16 +22,21 @@ namespace
 
 using namespace cimom;
 
-/// One line on standard error, with the time.
+/// One line on standard error: local time with offset, level (always that of failures), thread,
+/// text; the form of the array's log, so that both can be read as one.
 void log(const std::string& text)
 {
-    char time[32] = "";
-    const std::time_t now = std::time(nullptr);
+    std::timespec now{};
+    std::timespec_get(&now, TIME_UTC);
     std::tm local{};
-    localtime_r(&now, &local);
-    std::strftime(time, sizeof(time), "%Y-%m-%dT%H:%M:%S ", &local);
+    localtime_r(&now.tv_sec, &local);
+    char time[32] = "", offset[8] = "", start[80] = "";
+    std::strftime(time, sizeof(time), "%Y-%m-%dT%H:%M:%S", &local);
+    std::strftime(offset, sizeof(offset), "%z", &local);
+    std::snprintf(start, sizeof(start), "%s.%03ld%.3s:%s 2 [%d] ", time, now.tv_nsec / 1000000,
+                  offset, offset + 3, static_cast<int>(gettid()));
     std::cerr.clear();  // of a disk that was full
-    std::cerr << time + text + "\n";
+    std::cerr << start + text + "\n";
 }
 
 void complain(const std::string& text)
@@ -40,22 +44,47 @@ void complain(const std::string& text)
     std::cerr << "qbx-cimserver: " + text + "\n";
 }
 
-/// SIGTERM and SIGINT, blocked in every thread so that main can wait for them.
-sigset_t stopSignals()
+/// Blocked in every thread so that main can wait for them.
+sigset_t awaitedSignals()
 {
     sigset_t signals;
     sigemptyset(&signals);
-    sigaddset(&signals, SIGTERM);
-    sigaddset(&signals, SIGINT);
+    for (const int number : {SIGTERM, SIGINT, SIGHUP})
+        sigaddset(&signals, number);
     return signals;
 }
 
-/// Waits for a signal to stop; the next one ends the process at once.
-void waitForStop()
+/// Has something read its files again, and logs what came of it.
+template <class Read>
+void readAgain(const std::string& what, Read read)
 {
-    const sigset_t signals = stopSignals();
-    int signal = 0;
-    sigwait(&signals, &signal);
+    try {
+        read();
+        log("read again: " + what);
+    } catch (const std::exception& error) {
+        log(std::string("warning: ") + error.what() + "; what was read before stays in service");
+    }
+}
+
+/// Waits for a signal to stop; the next one ends the process at once. Meanwhile has the password
+/// file read again when it has changed, and this and the certificate at a SIGHUP.
+void waitForStop(const ServerOptions& options, PasswordFile* users, HttpServer& server)
+{
+    const sigset_t signals = awaitedSignals();
+    const timespec second{1, 0};
+    auto usersWritten = timeWritten(options.users);
+    for (int signal = 0; signal != SIGTERM && signal != SIGINT;) {
+        signal = sigtimedwait(&signals, nullptr, &second);
+        const auto written = timeWritten(options.users);
+        if (users && (signal == SIGHUP || written != usersWritten))
+            readAgain(options.users, [&] { users->reload(); });
+        usersWritten = written;
+        if (signal == SIGHUP && !options.http.keyFile.empty()) {
+            readAgain(options.http.certificateFile + " and " + options.http.keyFile,
+                      [&] { server.reloadCertificate(); });
+        }
+    }
+    std::signal(SIGHUP, SIG_IGN);
     pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
 }
 
@@ -105,12 +134,14 @@ void warnOfOpenFile(const std::string& file)
 /// Serves until a signal comes.
 void serve(ServerOptions options)
 {
+    const sigset_t signals = awaitedSignals();
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     std::optional<PasswordFile> users;
     if (!options.users.empty()) users.emplace(options.users);
     Repository repository;
     compileSchema(options, repository);
     const String host(options.http.hostName.c_str());
-    describeObjectManager(repository, host);
+    describeObjectManager(repository, host, QBX_VERSION);
     Broker broker(repository, {host, options.providerFolders, log});
     ObjectManager::current = &broker;
     options.http.log = log;
@@ -121,7 +152,7 @@ void serve(ServerOptions options)
     warnOfOpenFile(options.users);
     warnOfOpenFile(options.http.keyFile);
     std::cout << "ready: " + url(options, server.port()) + "\n" << std::flush;
-    waitForStop();
+    waitForStop(options, users ? &*users : nullptr, server);
     server.stop();
     ObjectManager::current = nullptr;
 }
@@ -150,8 +181,6 @@ std::string readPassword()
 
 int main(int argc, char** argv)
 {
-    const sigset_t signals = stopSignals();
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);  // a log at the limit to the size of files
     try {
