@@ -74,8 +74,6 @@ public:
     }
     /// Terminates the provider, which deletes itself.
     ~ProviderObject();
-    ProviderObject(const ProviderObject&) = delete;
-    ProviderObject& operator=(const ProviderObject&) = delete;
 
     const ProviderModule& module() const { return module_; }
     const Pegasus::String& name() const { return name_; }

@@ -10,12 +10,7 @@
 namespace cimom
 {
 
-namespace
-{
-
-const char* const tooMany = "Too many connections.";
-
-}  // namespace
+static const char* const tooMany = "Too many connections.";
 
 Connections::Connections(const ConnectionLimits& limits, bool plain)
     : limits_(limits), plain_(plain), watcher_([this] { watch(); })

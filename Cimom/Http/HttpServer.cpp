@@ -2,6 +2,7 @@
 
 #include "Http/Connections.h"
 #include "Http/HttpProtocol.h"
+#include "Http/PasswordFile.h"
 #include "Model/Errors.h"
 #include "Model/Text.h"
 
@@ -114,7 +115,13 @@ std::string numericAddress(const sockaddr* address)
     return status == 0 ? text.data() : "unknown";
 }
 
+using Users = std::shared_ptr<const PasswordFile>;
 using Certificate = std::shared_ptr<gnutls_certificate_credentials_st>;
+
+Users readUsers(const HttpOptions& options)
+{
+    return options.users.empty() ? nullptr : std::make_shared<const PasswordFile>(options.users);
+}
 
 /// The certificate and key of the options' files; none without TLS. Throws std::runtime_error.
 Certificate readCertificate(const HttpOptions& options)
@@ -138,15 +145,13 @@ Connection* connectionOf(MHD_Connection* handle)
     return static_cast<Connection*>(info->socket_context);
 }
 
-}  // namespace
-
-struct HttpServer::Impl
+struct Server final : HttpServer
 {
-    Impl(HttpOptions given, const PasswordFile* passwords, Handler requestHandler)
+    Server(HttpOptions given, Handler requestHandler)
         : options(std::move(given)),
-          users(passwords),
           handler(std::move(requestHandler)),
           lines(options.log),
+          users(readUsers(options)),
           certificate(readCertificate(options)),
           connections(options.connections, !certificate)
     {
@@ -178,11 +183,21 @@ struct HttpServer::Impl
                 cannotListen(options) + lastLibraryMessage +
                 "; choose an address of this machine and a port that is free (0: any)");
         }
-        port = MHD_get_daemon_info(daemon, MHD_DAEMON_INFO_BIND_PORT)->port;
+        boundPort = MHD_get_daemon_info(daemon, MHD_DAEMON_INFO_BIND_PORT)->port;
         running = true;
     }
 
-    void stop()
+    ~Server() override { stop(); }
+
+    std::uint16_t port() const override { return boundPort; }
+
+    void reload() override
+    {
+        std::atomic_store(&users, readUsers(options));
+        std::atomic_store(&certificate, readCertificate(options));
+    }
+
+    void stop() override
     {
         if (!daemon) return;
         const int listener = MHD_quiesce_daemon(daemon);
@@ -200,7 +215,7 @@ struct HttpServer::Impl
     static void onConnection(void* cls, MHD_Connection* handle, void** context,
                              MHD_ConnectionNotificationCode code)
     {
-        auto& self = *static_cast<Impl*>(cls);
+        auto& self = *static_cast<Server*>(cls);
         if (code == MHD_CONNECTION_NOTIFY_CLOSED) {
             auto* ended = static_cast<Connection*>(*context);
             const std::string peer = ended->peer;
@@ -227,7 +242,7 @@ struct HttpServer::Impl
     static MHD_Result onRequest(void* cls, MHD_Connection* handle, const char*, const char* verb,
                                 const char*, const char* data, std::size_t* size, void** context)
     {
-        auto& self = *static_cast<Impl*>(cls);
+        auto& self = *static_cast<Server*>(cls);
         if (!*context) {
             // onCompleted deletes it
             auto* exchange = new Exchange{self.connections, connectionOf(handle)};
@@ -252,7 +267,7 @@ struct HttpServer::Impl
         const std::unique_ptr<Exchange> exchange(static_cast<Exchange*>(*context));
         *context = nullptr;
         if (exchange && exchange->total > largeReply) malloc_trim(0);
-        static_cast<Impl*>(cls)->connections.enter(connectionOf(handle), Stage::Idle);
+        static_cast<Server*>(cls)->connections.enter(connectionOf(handle), Stage::Idle);
     }
 
     /// Hands over what fits of a long reply, and has its next piece encoded.
@@ -280,7 +295,7 @@ struct HttpServer::Impl
     static void onLog(void* cls, const char* format, va_list arguments)
         __attribute__((format(printf, 2, 0)))
     {
-        auto& self = *static_cast<Impl*>(cls);
+        auto& self = *static_cast<Server*>(cls);
         std::array<char, 512> line{};
         std::vsnprintf(line.data(), line.size(), format, arguments);
         std::string text = line.data();
@@ -313,23 +328,24 @@ struct HttpServer::Impl
 
     std::optional<HttpReply> authenticate(MHD_Connection* handle, std::string& user)
     {
-        if (!users) return std::nullopt;
+        const Users known = std::atomic_load(&users);
+        if (!known) return std::nullopt;
         const auto credentials = basicCredentials(handle);
         if (!credentials) return unauthorizedReply(options.hostName, "User Unauthorized");
         user = credentials->user;
         if (!isUtf8(user))
             return unauthorizedReply(options.hostName, "The user name is not UTF-8.");
         Connection* connection = connectionOf(handle);
-        const Login login = users->check(connection->peer, user, credentials->password);
+        const Login login = known->check(connection->peer, user, credentials->password);
         if (login == Login::Right) return std::nullopt;
         if (login == Login::Busy) {
             HttpReply reply = plainReply(503, "Too many logins of this address wait. Try again.");
             reply.fields.emplace_back("Retry-After", "1");
             return reply;
         }
-        lines.add("wrong password of user " + percentEncoded(user.substr(0, 64)) + " from " +
+        lines.add("wrong user or password of " + percentEncoded(user.substr(0, 64)) + " from " +
                   connection->peer);
-        connections.hold(connection, users->delay(connection->peer));
+        connections.hold(connection, known->delay(connection->peer));
         return unauthorizedReply(options.hostName, "");
     }
 
@@ -383,41 +399,24 @@ struct HttpServer::Impl
     }
 
     const HttpOptions options;
-    const PasswordFile* const users;
     const Handler handler;
     LimitedLog lines;
     std::mutex mutex;
     std::string lastLibraryMessage;
-    Certificate certificate;  ///< of new connections; used by atomic functions only
+    // Replaced while others use them: by atomic functions only.
+    Users users;
+    Certificate certificate;  ///< of new connections
     Connections connections;
-    std::uint16_t port = 0;
+    std::uint16_t boundPort = 0;
     MHD_Daemon* daemon = nullptr;
     std::atomic<bool> running{false};
 };
 
-HttpServer::HttpServer(HttpOptions options, const PasswordFile* users, Handler handler)
-    : impl_(std::make_unique<Impl>(std::move(options), users, std::move(handler)))
-{
-}
+}  // namespace
 
-HttpServer::~HttpServer()
+std::unique_ptr<HttpServer> startHttpServer(HttpOptions options, HttpServer::Handler handler)
 {
-    stop();
-}
-
-std::uint16_t HttpServer::port() const
-{
-    return impl_->port;
-}
-
-void HttpServer::reloadCertificate()
-{
-    std::atomic_store(&impl_->certificate, readCertificate(impl_->options));
-}
-
-void HttpServer::stop()
-{
-    impl_->stop();
+    return std::make_unique<Server>(std::move(options), std::move(handler));
 }
 
 }  // namespace cimom

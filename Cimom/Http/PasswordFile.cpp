@@ -47,37 +47,30 @@ bool isStrongHash(const char* hash)
 
 }  // namespace
 
-PasswordFile::PasswordFile(const std::filesystem::path& file) : file_(file)
+PasswordFile::PasswordFile(const std::filesystem::path& file)
 {
-    reload();
-    if (gnutls_rnd(GNUTLS_RND_KEY, key_.data(), key_.size()) != 0)
-        throw std::runtime_error("no random numbers");
-}
-
-void PasswordFile::reload()
-{
-    const auto users = std::make_shared<Users>();
-    std::ifstream in(file_);
+    std::ifstream in(file);
     std::string line;
     for (unsigned number = 1; std::getline(in, line); ++number) {
         try {
             if (!line.empty() && line.back() == '\r') line.pop_back();
-            if (!line.empty() && line[0] != '#') addLine(*users, line);
+            if (!line.empty() && line[0] != '#') addLine(line);
         } catch (const std::runtime_error& error) {
-            throw std::runtime_error(file_.string() + ":" + std::to_string(number) + ": " +
+            throw std::runtime_error(file.string() + ":" + std::to_string(number) + ": " +
                                      error.what());
         }
     }
     if (!in.eof())
-        throw std::runtime_error(file_.string() +
+        throw std::runtime_error(file.string() +
                                  ": cannot read the password file: " + std::strerror(errno));
-    if (users->empty())
-        throw std::runtime_error(file_.string() +
+    if (users_.empty())
+        throw std::runtime_error(file.string() +
                                  ":1: no user in the password file; add \"user:hash\"");
-    std::atomic_store(&users_, std::shared_ptr<const Users>(users));
+    if (gnutls_rnd(GNUTLS_RND_KEY, key_.data(), key_.size()) != 0)
+        throw std::runtime_error("no random numbers");
 }
 
-void PasswordFile::addLine(Users& users, const std::string& line)
+void PasswordFile::addLine(const std::string& line)
 {
     const std::size_t colon = line.find(':');
     if (colon == std::string::npos || colon == 0)
@@ -89,7 +82,7 @@ void PasswordFile::addLine(Users& users, const std::string& line)
                                  ": not a password hash of a strong method; make one with "
                                  "qbx-cimserver --hash-password");
     }
-    if (!users.emplace(user, User{hash, std::nullopt}).second)
+    if (!users_.emplace(user, User{hash, std::nullopt}).second)
         throw std::runtime_error("user " + user + " is listed twice");
 }
 
@@ -107,13 +100,12 @@ Login PasswordFile::check(const std::string& address, const std::string& user,
                           const std::string& password) const
 {
     if (password.find('\0') != std::string::npos) return Login::Wrong;
-    const std::shared_ptr<const Users> users = std::atomic_load(&users_);
-    const auto found = users->find(user);
-    const bool known = found != users->end();
+    const auto found = users_.find(user);
+    const bool known = found != users_.end();
     // The methods of the file may differ. Which one a name costs is the same after a restart.
-    const unsigned char choice = digest(users->begin()->second.hash, user)[0];
+    const unsigned char choice = digest(users_.begin()->second.hash, user)[0];
     const User& expected =
-        (known ? found : std::next(users->begin(), choice % users->size()))->second;
+        (known ? found : std::next(users_.begin(), choice % users_.size()))->second;
     const Digest mark = digest(key_, password);
     const auto isRemembered = [&] {
         return known && expected.verified &&

@@ -7,7 +7,6 @@
 #include <filesystem>
 #include <list>
 #include <map>
-#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -24,16 +23,13 @@ enum class Login
 };
 
 /// The users of a password file: one "user:hash" a line, hashes as crypt(3) makes them, blank lines
-/// and lines that start with "#" ignored. Safe for any number of threads.
+/// and lines that start with "#" ignored. Read once. Safe for any number of threads.
 class PasswordFile
 {
 public:
     /// Throws std::runtime_error with "FILE:LINE: what is wrong and what to do".
     explicit PasswordFile(const std::filesystem::path& file);
 
-    /// Reads the file again; logins that are being checked meanwhile are checked against what it
-    /// said before. Throws as the constructor does: nothing has changed then.
-    void reload();
     /// Checks the password of a user that somebody at that address sends. The password that was
     /// right last is remembered (as a digest under a key of this process): only the first check of
     /// it costs a hash and waits. Hashes, which take much time and memory, are computed on half of
@@ -61,15 +57,12 @@ private:
         Time limitedUntil;
     };
 
-    using Users = std::map<std::string, User>;
-
-    static void addLine(Users& users, const std::string& line);
+    void addLine(const std::string& line);
     Address& addressOf(const std::string& address) const;
 
-    const std::filesystem::path file_;
+    std::map<std::string, User> users_;
     Digest key_;
     mutable std::mutex mutex_;
-    std::shared_ptr<const Users> users_;  ///< used by atomic functions only
     mutable std::condition_variable changed_;
     mutable std::list<const Address*> queue_;  ///< of logins; the first ones are being checked
     mutable std::map<std::string, Address> addresses_;

@@ -45,6 +45,19 @@ class Discovery(battery.WireTest):
         self.assertEqual(len(managers), 1)
         self.assertTrue(managers[0]["Name"])
 
+    def test_what_the_object_manager_says_of_itself(self):
+        if not isinstance(self.server, run.Server):
+            self.skipTest("another object manager")
+        import pywbem
+
+        found = pywbem.WBEMServer(self.client.connection)
+        self.assertRegex(found.version, r"^\d+\.\d+\.\d+$")
+        self.assertEqual((found.cimom_inst["Version"], found.profiles), (found.version, []))
+        spaces = self.client.ask("EnumerateInstances", "CIM_Namespace", namespace="root/interop")
+        self.assertEqual([space["ClassType"] for space in spaces], [2, 2])
+        with self.assertRaisesRegex(pywbem.CIMError, "^7 .* change instances of CIM_Namespace"):
+            found.create_namespace("root/new")
+
     def test_class_names(self):
         ask = self.client.ask
         names = ask("EnumerateClassNames", DeepInheritance=True)
