@@ -120,13 +120,14 @@ std::optional<ServerOptions> parseCommandLine(int argc, char** argv)
     add("--port", options.http.port, "N",
         "Port to listen on; 0: any free one, which the ready line tells")
         ->capture_default_str();
-    auto* users = add("--users", options.http.users, "FILE", "Password file with lines user:hash");
+    auto* users = add("--users", options.http.users, "FILE",
+                      "Password file with lines user:hash; read again when it changes");
     app.add_flag("--no-auth", noAuthentication,
                  "Ask nobody for a password; the user name is empty then")
         ->excludes(users);
     add("--cert", options.http.certificateFile, "FILE",
-        "PEM certificate: serve HTTPS instead of HTTP");
-    add("--key", options.http.keyFile, "FILE", "PEM key of the certificate");
+        "PEM certificate: serve HTTPS instead of HTTP; read again at a SIGHUP");
+    add("--key", options.http.keyFile, "FILE", "PEM key of the certificate, read again with it");
     add("--host-name", options.http.hostName, "NAME",
         "Name of this host in object paths and as realm")
         ->capture_default_str();

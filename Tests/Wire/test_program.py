@@ -77,6 +77,13 @@ class Program(unittest.TestCase):
                 self.assertEqual((done.returncode, done.stdout), (status, ""))
                 self.assertRegex(done.stderr, f"^qbx-cimserver: .*{re.escape(text)}.*\n$")
 
+    def test_the_manual_has_every_option(self):
+        told = subprocess.run([server(), "--help"], capture_output=True, text=True, check=True)
+        manual = pathlib.Path(__file__).parents[2] / "Docs" / "qbx-cimserver.1"
+        texts = told.stdout, manual.read_text().replace("\\-", "-")
+        named, described = ({*re.findall(r"(?<!-)--[a-z][a-z-]+", text)} for text in texts)
+        self.assertEqual(named, described)
+
     def test_serves_until_it_is_told(self):
         for stop in (signal.SIGTERM, signal.SIGINT):
             with started("--no-auth", stop=stop) as (ready, port, _):
