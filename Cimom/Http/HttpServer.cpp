@@ -42,12 +42,13 @@ public:
     explicit LimitedLog(const std::function<void(const std::string&)>& write) : write_(write) {}
     ~LimitedLog() { tell(); }
 
-    void add(const std::string& line)
+    /// The detail is written behind the line, and makes it no other one.
+    void add(const std::string& line, const std::string& detail = "")
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         if (std::chrono::steady_clock::now() > end_) tell();
         const unsigned number = ++numbers_[numbers_.size() < 256 ? line : "further events"];
-        if (number <= first && write_) write_(line);
+        if (number <= first && write_) write_(line + detail);
     }
 
 private:
@@ -343,8 +344,8 @@ struct Server final : HttpServer
             reply.fields.emplace_back("Retry-After", "1");
             return reply;
         }
-        lines.add("wrong user or password of " + percentEncoded(user.substr(0, 64)) + " from " +
-                  connection->peer);
+        lines.add("wrong user or password from " + connection->peer,
+                  ": user " + percentEncoded(user.substr(0, 64)));
         connections.hold(connection, known->delay(connection->peer));
         return unauthorizedReply(options.hostName, "");
     }

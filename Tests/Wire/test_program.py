@@ -127,7 +127,7 @@ class Program(unittest.TestCase):
             self.assertIn(b" 401 ", told(b"eva:a:b \xc3\xa4"))
             said = "\n".join(lines())
             self.assertIn(f"warning: {file} can be read or written by others", said)
-            self.assertIn(f"password of e%0Ava%20%C3%A4{57 * 'x'} from 127.0.0.1\n", said)
+            self.assertIn(f"from 127.0.0.1: user e%0Ava%20%C3%A4{57 * 'x'}\n", said)
             stamp = r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}[+-]\d\d:\d\d 2 \[\d+\] \S.*\n"
             self.assertRegex(said, f"^(?:{stamp})+$")
         reader, writer = os.pipe()
