@@ -86,5 +86,7 @@ if(QBX_CIM STREQUAL "embedded")
   install(TARGETS qbx-cimserver RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT standin)
   install(FILES ${PROJECT_SOURCE_DIR}/Cimom/Broker/interop.mof
     DESTINATION ${CMAKE_INSTALL_DATADIR}/qbx-cimserver COMPONENT standin)
+  install(FILES ${PROJECT_SOURCE_DIR}/Docs/qbx-cimserver.1
+    DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT standin)
   install(FILES ${standin_schema} ${module_schema} DESTINATION ${schema_data} COMPONENT standin)
 endif()

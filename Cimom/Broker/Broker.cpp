@@ -23,30 +23,21 @@ thread_local int nestedCalls = 0;
 
 /// Counts the provider calls that stand on this thread, each made from within the one before, so
 /// that a provider which calls itself without end gets an error before the stack is used up.
-class NestedCall
+struct NestedCall
 {
-public:
     NestedCall()
     {
-        if (nestedCalls >= mostNestedCalls) {
+        if (nestedCalls == mostNestedCalls)
             throw CIMException(CIM_ERR_FAILED, "A provider calls itself without end.");
-        }
         ++nestedCalls;
     }
     ~NestedCall() { --nestedCalls; }
-    NestedCall(const NestedCall&) = delete;
-    NestedCall& operator=(const NestedCall&) = delete;
 };
 
-/// What a provider may learn of the request: the caller's identity.
-OperationContext providerContext(const OperationContext& caller)
+/// What a provider learns of the request: at least the caller's identity.
+OperationContext providerContext(OperationContext context)
 {
-    OperationContext context;
-    if (caller.contains(IdentityContainer::NAME)) {
-        context.insert(caller.get(IdentityContainer::NAME));
-    } else {
-        context.insert(IdentityContainer(String()));
-    }
+    if (!context.contains(IdentityContainer::NAME)) context.insert(IdentityContainer(String()));
     return context;
 }
 
@@ -128,8 +119,6 @@ Broker::Broker(const Repository& repository, const BrokerOptions& options)
         }
     }
 }
-
-Broker::~Broker() = default;
 
 CIMObjectPath Broker::reference(const Ns& nameSpace, CIMObjectPath path) const
 {

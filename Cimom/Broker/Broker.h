@@ -55,7 +55,6 @@ public:
     /// must be complete by now and outlive the broker. Throws std::runtime_error, naming the
     /// instance and the property, for a bad registration.
     Broker(const Repository& repository, const BrokerOptions& options);
-    ~Broker() override;
 
     /// For tests and tools: uses this factory instead of a library for the module of that name,
     /// which must be registered. To be called before the first request.

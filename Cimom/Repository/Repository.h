@@ -23,8 +23,6 @@ class Repository
 public:
     Repository();
     ~Repository();
-    Repository(const Repository&) = delete;
-    Repository& operator=(const Repository&) = delete;
 
     /// Adds an empty namespace; does nothing when it is there.
     void addNamespace(const CIMNamespaceName&);

@@ -37,7 +37,7 @@ class Exchanges(run.OwnTest):
             self.assertEqual(reply.body, recorded.body)
 
     def replay(self, names, *options):
-        with started("--host-name=vm", *options) as (_, port):
+        with started("--host-name=vm", *options) as (_, port, _):
             for name in sorted(names):
                 said, told = recorded(name)
                 recording = io.BytesIO(told)

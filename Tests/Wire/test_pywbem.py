@@ -68,6 +68,14 @@ class Discovery(battery.WireTest):
         managers = self.client.ask("EnumerateInstances", "CIM_ObjectManager", namespace=interop)
         self.assertEqual(len(managers), 1)
         self.assertTrue(managers[0]["Name"])
+        if not isinstance(self.server, run.Server):
+            return  # another object manager may tell less, and be changed
+        self.assertRegex(found.version, r"^\d+\.\d+\.\d+$")
+        self.assertEqual((found.cimom_inst["Version"], found.profiles), (found.version, []))
+        spaces = self.client.ask("EnumerateInstances", "CIM_Namespace", namespace="root/interop")
+        self.assertEqual([space["ClassType"] for space in spaces], [2, 2])
+        with self.assertRaisesRegex(pywbem.CIMError, "^7 .* change instances of CIM_Namespace"):
+            found.create_namespace("root/new")
 
     def test_class_names(self):
         ask = self.client.ask
