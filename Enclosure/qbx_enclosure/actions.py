@@ -1,4 +1,5 @@
-"""What can be done to the hardware: each checks, asks where it must, and says what came of it."""
+"""What can be done to the hardware. Each action checks, asks where it must, and returns a line that
+says what was done."""
 
 import argparse
 import contextlib
@@ -7,61 +8,42 @@ import sys
 import pywbem
 from rich.progress import Progress, SpinnerColumn, TextColumn, TimeElapsedColumn
 
-from .connection import Client, Trouble, clean
+from .connection import Client, NotDone, Trouble, clean
 from .model import HOLDING, Element, Words, elements_of, matching, one
 
-DONE, NOT_DONE = 0, 1
 
-
-def find(client: Client, name: str, well: set[int], *kinds: str) -> Element:
+def find(client: Client, name: str, *kinds: str) -> Element:
     """The element of this name, of the first of these kinds that has one."""
-    words = Words({}, well)
     for kind in kinds:
-        elements = elements_of(client, kind, words)
+        elements = elements_of(client, kind, Words({}, set()))  # no words are needed
         if matching(elements, name) or len(kinds) == 1:
             return one(elements, kind, name)
     raise Trouble(f"no {' or '.join(kinds)} {clean(name)}; the command tree lists them")
 
 
-def confirmed(question: str, yes: bool) -> bool:
-    """Whether the user agrees; without a terminal only --yes does."""
+def confirm(question: str, yes: bool) -> None:
+    """Goes on when the user agrees; without a terminal only --yes does."""
     if yes:
-        return True
+        return
     if not sys.stdin.isatty():
-        raise Trouble(f"{question} Nobody can be asked here: say so by --yes")
-    try:
-        return input(f"{question} [y/N] ").strip().lower() in ("y", "yes")
-    except EOFError:
-        return False
+        raise NotDone(f"{question} Nobody can be asked here: say so by --yes")
+    print(f"{question} [y/N] ", end="", flush=True)
+    if sys.stdin.readline().strip().lower() not in ("y", "yes"):
+        raise NotDone("nothing done")
 
 
-def invoke(client: Client, element: Element, method: str, **parameters) -> int:
-    """Calls a method of the element; returns what the array's library answers, 0 for done."""
+def invoke(client: Client, element: Element, method: str, **parameters) -> None:
+    """Calls a method of the element."""
     privilege = f"{element.path.classname}.{method}".lower()
     given = list(parameters.items())
-    return client.ask("InvokeMethod", method, element.path, given, privilege=privilege)[0]
+    code = client.ask("InvokeMethod", method, element.path, given, privilege=privilege)[0]
+    if code != 0:
+        said = f"the array's library answers code {code}; the log of the module says more"
+        raise NotDone(f"{element.name}: {said}")
 
 
-def told(element: Element, code: int, done: str) -> int:
-    """Says what came of an action; returns the exit status."""
-    if code == 0:
-        print(f"{element.name}: {done}")
-        return DONE
-    print(
-        f"qbx-enclosure: {element.name}: not done, the array's library answers code {code}; "
-        "the log of the module says more",
-        file=sys.stderr,
-    )
-    return NOT_DONE
-
-
-def not_done() -> int:
-    print("nothing done")
-    return NOT_DONE
-
-
-def locate(client: Client, given: argparse.Namespace, well: set[int]) -> int:
-    element = find(client, given.name, well, "cage", "magazine", "card")
+def locate(client: Client, given: argparse.Namespace) -> str:
+    element = find(client, given.name, "cage", "magazine", "card")
     parameters = {"LocateTimer": pywbem.Uint16(given.seconds)}
     if element.kind == "card" and given.port is None:
         raise Trouble(f"{element.name} is a card: --port N says which of its ports to light")
@@ -69,34 +51,22 @@ def locate(client: Client, given: argparse.Namespace, well: set[int]) -> int:
         raise Trouble(f"{element.name} is a {element.kind}: it has no --port")
     if given.port is not None:
         parameters["Port"] = pywbem.Uint16(given.port)
-    code = invoke(client, element, "Locate", **parameters)
-    return told(element, code, f"locator on for {given.seconds} s" if given.seconds else "locator off")
+    invoke(client, element, "Locate", **parameters)
+    return f"{element.name}: locator {f'on for {given.seconds} s' if given.seconds else 'off'}"
 
 
-def loop(client: Client, given: argparse.Namespace, well: set[int]) -> int:
-    magazine = find(client, given.magazine, well, "magazine")
+def loop(client: Client, given: argparse.Namespace) -> str:
+    magazine = find(client, given.magazine, "magazine")
     loops = f"loop {given.loop}" if given.loop else "both loops"
     if given.state == "off":
         question = f"Take {magazine.name} off {loops}?"
         others = [each for each in "AB" if given.loop and each != given.loop]
-        if not any(magazine.get(f"StateOnLoop{each}") in well for each in others):
+        if not any(magazine.get(f"StateOnLoop{each}") in given.well for each in others):
             question += " Its drives are then on no loop that works."
-        if not confirmed(question, given.yes):
-            return not_done()
-    parameters = {"IsOnloop": given.state == "on"}
-    if given.loop:
-        parameters["IsPortA"] = given.loop == "A"
-    code = invoke(client, magazine, "SetLoopState", **parameters)
-    return told(magazine, code, f"{given.state} {loops}")
-
-
-def versions(client: Client, cage: Element) -> str:
-    """The firmware of the cage, or where cages have none, of its cards."""
-    found = [client.ask("GetInstance", cage.path, LocalOnly=False)]
-    if not found[0].get("FirmwareVersion"):
-        found = client.ask("Associators", cage.path, AssocClass=HOLDING["card"][0])
-    listed = {clean(each.get("FirmwareVersion")) for each in found if each.get("FirmwareVersion")}
-    return " and ".join(sorted(listed)) or "not reported"
+        confirm(question, given.yes)
+    port = {"IsPortA": given.loop == "A"} if given.loop else {}
+    invoke(client, magazine, "SetLoopState", IsOnloop=given.state == "on", **port)
+    return f"{magazine.name}: {given.state} {loops}"
 
 
 @contextlib.contextmanager
@@ -112,26 +82,32 @@ def running(what: str):
         yield
 
 
-def upgrade(client: Client, given: argparse.Namespace, well: set[int]) -> int:
-    cage = find(client, given.cage, well, "cage")
+def versions(client: Client, cage: Element) -> str:
+    """The firmware of the cage, or where cages have none, of its cards."""
+    found = [client.ask("GetInstance", cage.path, LocalOnly=False)]
+    if not found[0].get("FirmwareVersion"):
+        found = client.ask("Associators", cage.path, AssocClass=HOLDING["card"][0])
+    listed = {clean(each.get("FirmwareVersion")) for each in found if each.get("FirmwareVersion")}
+    return " and ".join(sorted(listed)) or "not reported"
+
+
+def upgrade(client: Client, given: argparse.Namespace) -> str:
+    cage = find(client, given.cage, "cage")
     before = versions(client, cage)
-    file = clean(given.file)
-    if not confirmed(f"Load {file} into {cage.name} (firmware {before})?", given.yes):
-        return not_done()
-    with running(f"{cage.name}: loading {file} through port {given.port}"):
-        port = given.port == "A"
-        code = invoke(client, cage, "Upgrade", FileName=given.file, IsPortA=port)
-    after = versions(client, cage) if code == 0 else before
-    return told(cage, code, f"firmware was {before}, is {after}")
+    confirm(f"Load {clean(given.file)} into {cage.name} (firmware {before})?", given.yes)
+    with running(f"{cage.name}: loading firmware through port {given.port}"):
+        invoke(client, cage, "Upgrade", FileName=given.file, IsPortA=given.port == "A")
+    return f"{cage.name}: firmware was {before}, is {versions(client, cage)}"
 
 
-def relocate(client: Client, given: argparse.Namespace, well: set[int]) -> int:
-    cage = find(client, given.cage, well, "cage")
-    properties = {"Location": given.location}
-    instance = pywbem.CIMInstance(cage.path.classname, properties, path=cage.path)
-    privilege = f"{cage.path.classname}.modifyinstance".lower()
+def relocate(client: Client, given: argparse.Namespace) -> str:
+    cage = find(client, given.cage, "cage")
+    name = cage.path.classname
+    instance = pywbem.CIMInstance(name, {"Location": given.location}, path=cage.path)
+    privilege = f"{name}.modifyinstance".lower()
     client.ask("ModifyInstance", instance, PropertyList=["Location"], privilege=privilege)
-    return told(cage, 0, f"location was {cage.get('Location') or 'empty'}, is {clean(given.location)}")
+    before = cage.get("Location") or "empty"
+    return f"{cage.name}: location was {before}, is {clean(given.location)}"
 
 
 ACTIONS = {"locate": locate, "loop": loop, "upgrade": upgrade, "relocate": relocate}
