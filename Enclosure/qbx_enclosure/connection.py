@@ -70,6 +70,8 @@ class Client:
         warnings.simplefilter("ignore")  # --no-verify is what the user asked for
         options = {"ca_certs": ca, "no_verification": not verify, "timeout": timeout}
         self.connection = pywbem.WBEMConnection(self.url, login, namespace, **options)
+        if ca or not verify:  # else REQUESTS_CA_BUNDLE would count more
+            self.connection.session.trust_env = False
 
     def _password(self, given: str | None) -> str:
         if given is not None:

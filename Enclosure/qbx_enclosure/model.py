@@ -165,7 +165,7 @@ def one(elements: list[Element], kind: str, name: str) -> Element:
     found = matching(elements, name)
     if len(found) == 1:
         return found[0]
-    named = [each.tag for each in found or elements]
+    named = [each.tag for each in sorted(found or elements, key=lambda each: each.order)]
     tags = ", ".join(named[:8]) + (f" and {len(named) - 8} more" if len(named) > 8 else "")
     if found:
         raise Trouble(f"{clean(name)} names several: {tags}; take one of these")
