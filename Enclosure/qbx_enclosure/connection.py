@@ -12,16 +12,13 @@ import pywbem
 
 # What the text of a failed connection holds, and what it means.
 FAILURES = (
-    ("Name or service not known", "unknown host; check the name"),
-    ("resol", "unknown host; check the name"),
+    ("not known|resol", "unknown host; check the name"),
     ("refused", "nobody listens there; check the port, and that the server runs"),
     ("WRONG_VERSION_NUMBER", "no TLS on this port; try http://"),
     ("Failed to establish", "cannot be reached; check the host, the port and firewalls"),
-    ("timed out", "has not answered in time; is it hung? --timeout SECONDS waits longer"),
-    ("within", "has not answered in time; is it hung? --timeout SECONDS waits longer"),
+    ("timed out|within", "has not answered in time; is it hung? --timeout SECONDS waits longer"),
     ("Connection aborted", "ended the connection; is that a CIM server, and http right?"),
 )
-
 STEERING = ("Cc", "Cf", "Cs", "Zl", "Zp")  # categories of characters
 
 
@@ -123,4 +120,4 @@ class Client:
         if untrusted:
             hint = "name its authority by --ca FILE, or give --no-verify"
             return f"certificate not trusted ({one_line(untrusted[1])}); {hint}"
-        return next((meaning for part, meaning in FAILURES if part in text), one_line(text))
+        return next((said for part, said in FAILURES if re.search(part, text)), one_line(text))

@@ -63,7 +63,7 @@ class Element:
     problems: list[str] = dataclasses.field(default_factory=list)
     notes: list[str] = dataclasses.field(default_factory=list)
     cage: "Element | None" = None  # the cage that holds it; a cage's own is itself
-    parts: list["Element"] = dataclasses.field(default_factory=list)
+    parts: list["Element"] = dataclasses.field(default_factory=list)  # by position
 
     def __post_init__(self):
         """Sets tag (what identifies it), label (what people call it), name (both), order."""
@@ -103,8 +103,7 @@ class Element:
 
     def of(self, kind: str) -> list["Element"]:
         """The parts of a kind, by position."""
-        found = [part for part in self.parts if part.kind == kind]
-        return sorted(found, key=lambda part: part.order)
+        return [part for part in self.parts if part.kind == kind]
 
     def everything(self) -> list["Element"]:
         """The cage, and its parts in their order."""
@@ -165,7 +164,7 @@ def one(elements: list[Element], kind: str, name: str) -> Element:
     found = matching(elements, name)
     if len(found) == 1:
         return found[0]
-    named = [each.tag for each in sorted(found or elements, key=lambda each: each.order)]
+    named = [each.tag for each in found or elements]
     tags = ", ".join(named[:8]) + (f" and {len(named) - 8} more" if len(named) > 8 else "")
     if found:
         raise Trouble(f"{clean(name)} names several: {tags}; take one of these")
@@ -188,12 +187,12 @@ def reference(path: pywbem.CIMInstanceName) -> tuple:
 
 
 def elements_of(client: Client, kind: str, words: Words) -> list[Element]:
-    """All elements of a kind."""
+    """All elements of a kind, by position."""
     elements = []
     for each in client.ask("EnumerateInstances", CLASSES[kind], **WHOLE):
         values = {name.lower(): plain(value) for name, value in each.items()}
         elements.append(Element(kind, each.path, values, words))
-    return elements
+    return sorted(elements, key=lambda element: element.order)
 
 
 def read_words(client: Client, well: set[int]) -> Words:
@@ -211,7 +210,7 @@ def read_words(client: Client, well: set[int]) -> Words:
 def read(client: Client, words: Words) -> Enclosure:
     """The whole enclosure: one request a class."""
     found = {kind: elements_of(client, kind, words) for kind in CLASSES}
-    cages = sorted(found["cage"], key=lambda cage: cage.order)
+    cages = found["cage"]
     if not cages:
         why = "the array's library has failed or is busy, or the array has none"
         raise Trouble(f"{client.url} lists no drive cage: {why}; look in the log of the module")
