@@ -11,7 +11,7 @@ from .model import Element, Enclosure
 from .show import GROUPS, summary
 
 LAMPS = "?–GGAABB?"  # the letter of a light by its code; unknown ones come last
-COLUMNS = {"magazine": 8, "card": 4, "sensor": 6}  # of a row of the drawing
+COLUMNS = {"magazine": 8, "card": 4, "sensor": 4}  # of a row of the drawing
 HEIGHTS = {"magazine": 66, "card": 66, "sensor": 44}  # of a box of the drawing
 MOST_PLACES = 64  # that are drawn at their places, with gaps
 
