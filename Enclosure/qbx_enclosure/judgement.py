@@ -110,8 +110,8 @@ def cage_facts(cage: Element) -> list[str]:
         cage.word("OperationalStatus"),
         cage.said("at", "Location") or "no location",
         *(words for name, words in sides.items() if cage.get(name)),
-        f"number {cage.get('ChainPositionLoopA')} on loop A",
-        f"{cage.get('ChainPositionLoopB')} on loop B",
+        f"number {cage.get('ChainPositionLoopA', '?')} on loop A",
+        f"{cage.get('ChainPositionLoopB', '?')} on loop B",
         cage.said("firmware", "FirmwareVersion"),
         "" if temperature is None else f"{temperature} °C",
     ]
@@ -119,7 +119,7 @@ def cage_facts(cage: Element) -> list[str]:
 
 def magazine_facts(magazine: Element) -> list[str]:
     loops = [f"loop {each} {magazine.word(f'StateOnLoop{each}')}" for each in "AB"]
-    return [f"place {magazine.get('Position')}", *loops]
+    return [f"place {magazine.get('Position', '?')}", *loops]
 
 
 def card_facts(card: Element) -> list[str]:
@@ -130,7 +130,7 @@ def card_facts(card: Element) -> list[str]:
         reached = f"from {together(ports)}" if ports else ""
         loops.append(" ".join(filter(None, (f"loop {loop}", together(speeds), reached))))
     said = [card.said("firmware", "FirmwareVersion"), "master" if card.get("IsMaster") else ""]
-    return [f"place {card.get('Position')}", *loops, *said]
+    return [f"place {card.get('Position', '?')}", *loops, *said]
 
 
 def sensor_facts(sensor: Element) -> list[str]:

@@ -33,7 +33,7 @@ def codes(text: str) -> set[int]:
 def parser() -> argparse.ArgumentParser:
     common = argparse.ArgumentParser(add_help=False)
     of_common = common.add_argument
-    of_common("--namespace", default="root/qbx", help="the module's namespace (root/qbx)")
+    of_common("--namespace", default="root/qbx", metavar="NAME", help="the module's (root/qbx)")
     of_common("--timeout", type=number(1, 86400), metavar="SECONDS",
               help=f"how long to wait for an answer ({READ_SECONDS}; upgrade: {UPGRADE_SECONDS})")
     of_common("--ca", metavar="FILE", help="PEM file of who vouches for the server")
@@ -67,8 +67,8 @@ def parser() -> argparse.ArgumentParser:
     option("--cage", metavar="NAME", help="this cage only, with its sensors' readings")
     option("--json", action="store_true", help="for machines")
     option = command("locate", "light the locator of a cage, a magazine or a card's port", "name")
-    option("--seconds", type=number(0, 65535), default=60, help="how long (60); 0: off")
-    option("--port", type=number(0, 65535), help="the port of a card")
+    option("--seconds", type=number(0, 65535), default=60, metavar="N", help="how long (60)")
+    option("--port", type=number(0, 65535), metavar="N", help="the port of a card")
     option = command("loop", "put a magazine on its loops or take it off", "magazine", asks=True)
     option("state", choices=("on", "off"))
     option("--loop", choices=("A", "B"), help="this loop only (both)")
@@ -78,7 +78,7 @@ def parser() -> argparse.ArgumentParser:
     command("relocate", "say where a cage is", "cage", "location")
     option = command("metrics", "serve metrics for Prometheus until it is stopped")
     option("--listen", default="127.0.0.1", metavar="ADDRESS", help="(127.0.0.1)")
-    option("--port", type=number(1, 65535), default=9988, help="(9988)")
+    option("--port", type=number(1, 65535), default=9988, metavar="N", help="(9988)")
     option("--interval", type=number(1, 86400), default=60, metavar="SECONDS",
            help="between two polls of the server (60)")
     option("--once", action="store_true", help="print them and end")
@@ -137,5 +137,5 @@ def main() -> int:
     except BrokenPipeError:  # "| head"
         os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
         return 0
-    except KeyboardInterrupt:
+    except (KeyboardInterrupt, EOFError):  # EOFError: no password was typed
         return 130
