@@ -15,6 +15,7 @@ FAILURES = (
     ("not known|resol", "unknown host; check the name"),
     ("refused", "nobody listens there; check the port, and that the server runs"),
     ("WRONG_VERSION_NUMBER", "no TLS on this port; try http://"),
+    ("NO_CERTIFICATE", "the --ca file holds no certificate in PEM form"),
     ("Failed to establish", "cannot be reached; check the host, the port and firewalls"),
     ("timed out|within", "has not answered in time; is it hung? --timeout SECONDS waits longer"),
     ("Connection aborted", "ended the connection; is that a CIM server, and http right?"),

@@ -8,7 +8,7 @@ from collections.abc import Iterator
 from prometheus_client import CollectorRegistry, generate_latest, start_http_server
 from prometheus_client.core import GaugeMetricFamily
 
-from .connection import Client, Trouble, clean
+from .connection import Client, Trouble
 from .judgement import NAMES, STATES, judge
 from .model import Enclosure, Words, read, read_words
 
@@ -98,8 +98,7 @@ def serve(client: Client, given: argparse.Namespace) -> int:
     try:
         start_http_server(given.port, given.listen, registry)
     except OSError as error:
-        place = f"{clean(given.listen)} port {given.port}"
-        raise Trouble(f"cannot listen on {place}: {error.strerror}") from error
+        raise Trouble(f"cannot listen on {given.listen}:{given.port}: {error.strerror}") from error
     print(f"ready: http://{given.listen}:{given.port}/metrics", flush=True)
     while True:
         time.sleep(given.interval)
