@@ -18,9 +18,6 @@ def judge(enclosure: Enclosure) -> Enclosure:
     """Says of each element what is wrong with it, and what is worth a note."""
     for element in enclosure.everything():
         judge_element(element)
-    for element in enclosure.outside:
-        if element.kind != "sensor":  # the array has sensors of more than the cages
-            element.problems.append("is in no cage that the server lists")
     for cage in enclosure.cages:
         judge_cage(cage)
     judge_versions(enclosure)
@@ -29,6 +26,8 @@ def judge(enclosure: Enclosure) -> Enclosure:
 
 def judge_element(element: Element) -> None:
     """What its own properties say."""
+    if not element.cage and element.kind != "sensor":  # the array has sensors elsewhere too
+        element.problems.append("is in no cage that the server lists")
     for _, value, word in element.entries("OperationalStatus"):
         if value != STATUS_OK:
             element.problems.append(f"status is {word}")

@@ -1,6 +1,7 @@
 """The command line of qbx-enclosure."""
 
 import argparse
+import json
 import os
 import re
 import sys
@@ -10,7 +11,7 @@ from .connection import Client, Trouble
 from .judgement import judge
 from .model import read, read_words
 
-READ_SECONDS, UPGRADE_SECONDS = 30, 1800
+TIMEOUTS = {"upgrade": 1800}  # seconds; 30 for any other command
 COMMANDS = ("tree", "health", "locate", "loop", "upgrade", "relocate", "metrics", "report")
 UNSENDABLE = re.compile("[\0-\x08\x0b\x0c\x0e-\x1f\ud800-\udfff\ufffe\uffff]")  # in XML
 
@@ -35,7 +36,7 @@ def parser() -> argparse.ArgumentParser:
     of_common = common.add_argument
     of_common("--namespace", default="root/qbx", metavar="NAME", help="the module's (root/qbx)")
     of_common("--timeout", type=number(1, 86400), metavar="SECONDS",
-              help=f"how long to wait for an answer ({READ_SECONDS}; upgrade: {UPGRADE_SECONDS})")
+              help="how long to wait for an answer (30; upgrade: 1800)")
     of_common("--ca", metavar="FILE", help="PEM file of who vouches for the server")
     of_common("--no-verify", action="store_true", help="take any certificate")
     of_common("--well", type=codes, default={1}, metavar="CODES",
@@ -100,8 +101,7 @@ def arguments(words: list[str]) -> argparse.Namespace:
         command = "tree"
     given = options.parse_args(([command] if command else []) + rest)
     given.url = url or os.environ.get("QBX_URL", "http://localhost:5988")
-    usual = UPGRADE_SECONDS if given.command == "upgrade" else READ_SECONDS
-    given.timeout = given.timeout or usual
+    given.timeout = given.timeout or TIMEOUTS.get(given.command, 30)
     return given
 
 
@@ -130,9 +130,11 @@ def main() -> int:
     try:
         return run(given)
     except Trouble as error:
+        told = f"qbx-enclosure: {error}"
+        if getattr(given, "json", False):
+            told = json.dumps({"status": "no answer", "reason": str(error)}, ensure_ascii=False)
         # Who runs a check reads its standard output.
-        stream = sys.stdout if given.command == "health" else sys.stderr
-        print(f"qbx-enclosure: {error}", file=stream)
+        print(told, file=sys.stdout if given.command == "health" else sys.stderr)
         return error.status
     except BrokenPipeError:  # "| head"
         os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())

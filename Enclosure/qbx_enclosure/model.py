@@ -73,6 +73,7 @@ class Element:
         self.tag, self.label = (self.get(each, "") for each in names)
         both = f"{self.tag} ({self.label})" if self.label not in ("", self.tag) else self.tag
         self.name = self.label if self.kind == "sensor" and self.label else both
+        self.cage = self if self.kind == "cage" else None
         self.order = (self.get("Position", 0), self.tag)
 
     def get(self, name: str, default=None):
@@ -214,8 +215,6 @@ def read(client: Client, words: Words) -> Enclosure:
     if not cages:
         why = "the array's library has failed or is busy, or the array has none"
         raise Trouble(f"{client.url} lists no drive cage: {why}; look in the log of the module")
-    for cage in cages:
-        cage.cage = cage
     by_path = {reference(cage.path): cage for cage in cages}
     by_tag = {cage.tag: cage for cage in cages}
     outside = []
