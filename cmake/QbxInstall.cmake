@@ -1,7 +1,8 @@
 # What `cmake --install` installs, by component:
-#   module   the provider module, its schema and its registration
-#   toolkit  QBX_Common for other provider modules: library, headers, CMake and pkg-config package
-#   standin  the embedded object manager and the simulated array, with their data
+#   module     the provider module, its schema and its registration
+#   toolkit    QBX_Common for other provider modules: library, headers, CMake and pkg-config package
+#   enclosure  qbx-enclosure, the administrator's program, in Python
+#   standin    the embedded object manager and the simulated array, with their data
 # The toolkit needs a CIM library: of the stand-in, or of OpenPegasus, whichever it was built with.
 include(CMakePackageConfigHelpers)
 
@@ -59,6 +60,23 @@ else()
 endif()
 qbx_configure_file(qbx-common.pc)
 install(FILES ${PROJECT_BINARY_DIR}/package/qbx-common.pc DESTINATION ${toolkit_pkgconfig} COMPONENT toolkit)
+
+# ---- enclosure ----
+
+set(enclosure ${CMAKE_INSTALL_DATADIR}/qbx/enclosure)
+install(PROGRAMS ${PROJECT_SOURCE_DIR}/Enclosure/qbx-enclosure DESTINATION ${enclosure} COMPONENT enclosure)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/Enclosure/qbx_enclosure DESTINATION ${enclosure} COMPONENT enclosure
+  PATTERN __pycache__ EXCLUDE)
+# The program finds its package where the link leads to.
+file(RELATIVE_PATH bin_to_enclosure /prefix/${CMAKE_INSTALL_BINDIR} /prefix/${enclosure})
+file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/package)
+file(CREATE_LINK ${bin_to_enclosure}/qbx-enclosure ${PROJECT_BINARY_DIR}/package/qbx-enclosure SYMBOLIC)
+install(FILES ${PROJECT_BINARY_DIR}/package/qbx-enclosure DESTINATION ${CMAKE_INSTALL_BINDIR}
+  COMPONENT enclosure)
+install(FILES ${PROJECT_SOURCE_DIR}/Enclosure/completion/qbx-enclosure
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT enclosure)
+install(FILES ${PROJECT_SOURCE_DIR}/Docs/qbx-enclosure.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1
+  COMPONENT enclosure)
 
 # ---- standin ----
 
