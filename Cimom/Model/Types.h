@@ -5,7 +5,6 @@
 
 #include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/CIMObject.h>
-#include <Pegasus/Common/CIMTypeTable.h>
 #include <Pegasus/Common/CIMValue.h>
 
 #include <optional>
