@@ -36,11 +36,6 @@ public:
     using MalformedObjectNameException::MalformedObjectNameException;
 };
 
-bool isDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
 bool isIPv4(const std::string& text)
 {
     unsigned parts[4] = {};
@@ -68,8 +63,7 @@ bool isHostName(const std::string& text)
     char before = '.';
     bool isNumber = false;
     for (const char c : text) {
-        const char lower = toLower(c);
-        const bool isWord = isDigit(c) || (lower >= 'a' && lower <= 'z') || c == '_';
+        const bool isWord = isDigit(c) || isLetter(c) || c == '_';
         if (before == '.' ? !isWord : !isWord && c != '-' && c != '.') return false;
         isNumber = (isNumber || before == '.') && (isDigit(c) || c == '.');
         before = c;

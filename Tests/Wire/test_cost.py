@@ -123,7 +123,7 @@ SHAPES = {
         10_000,
     ),
     "control characters": (lambda n: text_value(n * "&#1;"), 100_000),
-    "noncharacters": (lambda n: text_value(n * "\ufdd1"), 100_000),
+    "noncharacters": (lambda n: text_value(n * "\ufdd0"), 100_000),
     "CDATA": (lambda n: text_value(n * "<![CDATA[ ]]>"), 50_000),
     "attributes": (lambda n: get("<X" + listed(' a{}=""', n) + "/>"), 50_000),
     "depth": (lambda n: get(n * "<X>"), 100_000),
