@@ -1,8 +1,10 @@
 # What `cmake --install` installs, by component:
-#   module     the provider module, its schema and its registration
-#   toolkit    QBX_Common for other provider modules: library, headers, CMake and pkg-config package
+#   module   the provider module, its schema and its registration, and qbx-provider to install it
+#   toolkit  QBX_Common for other provider modules: library, headers, CMake and pkg-config package
 #   enclosure  qbx-enclosure, the administrator's program, in Python
-#   standin    the embedded object manager and the simulated array, with their data
+#   standin  the embedded object manager and the simulated array, with the module and its data; its
+#            libraries are where no loader looks by itself, so that nothing else ever takes them
+#   standin_dev  headers of the embedded CIM library, and its CMake and pkg-config packages
 # The toolkit needs a CIM library: of the stand-in, or of OpenPegasus, whichever it was built with.
 include(CMakePackageConfigHelpers)
 
@@ -10,7 +12,8 @@ set(toolkit_include ${CMAKE_INSTALL_INCLUDEDIR}/qbx)
 set(cimom_include ${CMAKE_INSTALL_INCLUDEDIR}/qbx-cimom)
 set(toolkit_cmake ${CMAKE_INSTALL_LIBDIR}/cmake/QBXCommon)
 set(toolkit_pkgconfig ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
-set(schema_data ${CMAKE_INSTALL_DATADIR}/qbx/schema)
+set(standin_lib ${CMAKE_INSTALL_LIBDIR}/qbx-cimserver)
+set(standin_data ${CMAKE_INSTALL_DATADIR}/qbx-cimserver)
 set(schema_source ${PROJECT_SOURCE_DIR}/Schema)
 
 # A template of this folder, as a file of the build folder.
@@ -20,13 +23,19 @@ endfunction()
 
 # ---- module ----
 
-install(TARGETS QBX_DriveCageProvider LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT module)
+install(TARGETS QBX_DriveCageProvider
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/qbx COMPONENT module)
+install(PROGRAMS ${PROJECT_SOURCE_DIR}/Deploy/qbx_provider.py
+  DESTINATION ${CMAKE_INSTALL_SBINDIR} RENAME qbx-provider COMPONENT module)
+install(FILES ${PROJECT_SOURCE_DIR}/Docs/qbx-provider.8
+  DESTINATION ${CMAKE_INSTALL_MANDIR}/man8 COMPONENT module)
 # A server that carries the DMTF schema must not load the first four.
 set(standin_schema ${schema_source}/qbx.mof ${schema_source}/qualifiers.mof ${schema_source}/base.mof
   ${schema_source}/system-instances.mof)
 file(GLOB module_schema CONFIGURE_DEPENDS ${schema_source}/*.mof)
 list(REMOVE_ITEM module_schema ${standin_schema})
-install(FILES ${module_schema} DESTINATION ${schema_data} COMPONENT module)
+install(FILES ${module_schema} ${schema_source}/system-instances.mof
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/qbx/schema COMPONENT module)
 
 # ---- toolkit ----
 
@@ -54,8 +63,9 @@ string(REGEX REPLACE "/$" "" pkgconfig_to_prefix "${pkgconfig_to_prefix}")
 if(QBX_CIM STREQUAL "embedded")
   set(pkgconfig_requires qbx-cimom)
 else()
-  set(pkgconfig_variables "pegasus_root=${PEGASUS_ROOT}\npegasus_home=${PEGASUS_HOME}\n")
-  set(pkgconfig_cim_cflags "-isystem \${pegasus_root}/src -DPEGASUS_PLATFORM_LINUX_X86_64_GNU")
+  qbx_pegasus_headers(pegasus_headers)
+  set(pkgconfig_variables "pegasus_headers=${pegasus_headers}\npegasus_home=${PEGASUS_HOME}\n")
+  set(pkgconfig_cim_cflags "-isystem \${pegasus_headers} -DPEGASUS_PLATFORM_LINUX_X86_64_GNU")
   set(pkgconfig_cim_libs "-L\${pegasus_home}/lib -lpegclient -lpegprovider -lpegcommon")
 endif()
 qbx_configure_file(qbx-common.pc)
@@ -82,7 +92,7 @@ install(FILES ${PROJECT_SOURCE_DIR}/Docs/qbx-enclosure.1 DESTINATION ${CMAKE_INS
 
 if(QBX_STORAGE_API STREQUAL "simulator")
   set(simulator ${PROJECT_SOURCE_DIR}/StorageApi/simulator)
-  install(TARGETS qbxapi LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT standin)
+  install(TARGETS qbxapi LIBRARY DESTINATION ${standin_lib} COMPONENT standin)
   install(FILES ${simulator}/sample-array.json ${simulator}/sample-firmware.json
       ${simulator}/array.schema.json
     DESTINATION ${CMAKE_INSTALL_DATADIR}/qbx COMPONENT standin)
@@ -91,20 +101,28 @@ endif()
 if(QBX_CIM STREQUAL "embedded")
   target_include_directories(cimom INTERFACE $<INSTALL_INTERFACE:${cimom_include}>)
   install(TARGETS cimom EXPORT QBXCimomTargets
-    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT standin)
-  install(DIRECTORY ${PROJECT_SOURCE_DIR}/Cimom/include/ DESTINATION ${cimom_include} COMPONENT standin)
-  install(EXPORT QBXCimomTargets NAMESPACE QBX:: DESTINATION ${toolkit_cmake} COMPONENT standin)
+    LIBRARY DESTINATION ${standin_lib} COMPONENT standin)
+  install(TARGETS QBX_DriveCageProvider LIBRARY DESTINATION ${standin_lib} COMPONENT standin)
+  install(DIRECTORY ${PROJECT_SOURCE_DIR}/Cimom/include/
+    DESTINATION ${cimom_include} COMPONENT standin_dev)
+  install(EXPORT QBXCimomTargets NAMESPACE QBX:: DESTINATION ${toolkit_cmake} COMPONENT standin_dev)
   qbx_configure_file(qbx-cimom.pc)
   install(FILES ${PROJECT_BINARY_DIR}/package/qbx-cimom.pc
-    DESTINATION ${toolkit_pkgconfig} COMPONENT standin)
+    DESTINATION ${toolkit_pkgconfig} COMPONENT standin_dev)
 
-  file(RELATIVE_PATH bin_to_lib /prefix/${CMAKE_INSTALL_BINDIR} /prefix/${CMAKE_INSTALL_LIBDIR})
+  file(RELATIVE_PATH bin_to_lib /prefix/${CMAKE_INSTALL_BINDIR} /prefix/${standin_lib})
   set_target_properties(qbx-cimserver PROPERTIES INSTALL_RPATH "$ORIGIN/${bin_to_lib}")
-  set_target_properties(QBX_DriveCageProvider PROPERTIES INSTALL_RPATH "$ORIGIN")
   install(TARGETS qbx-cimserver RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT standin)
   install(FILES ${PROJECT_SOURCE_DIR}/Cimom/Broker/interop.mof
-    DESTINATION ${CMAKE_INSTALL_DATADIR}/qbx-cimserver COMPONENT standin)
+    DESTINATION ${standin_data} COMPONENT standin)
   install(FILES ${PROJECT_SOURCE_DIR}/Docs/qbx-cimserver.1
     DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT standin)
-  install(FILES ${standin_schema} ${module_schema} DESTINATION ${schema_data} COMPONENT standin)
+  install(FILES ${standin_schema} ${module_schema} DESTINATION ${standin_data}/schema COMPONENT standin)
+  if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+    qbx_configure_file(qbx-cimserver.service)
+    install(FILES ${PROJECT_BINARY_DIR}/package/qbx-cimserver.service
+      DESTINATION lib/systemd/system COMPONENT standin)
+    install(FILES ${PROJECT_SOURCE_DIR}/Deploy/qbx-cimserver/default
+      DESTINATION /etc/default RENAME qbx-cimserver COMPONENT standin)
+  endif()
 endif()

@@ -1,7 +1,9 @@
 #include "QBX_Frame.h"
 
+#ifdef QBX_CIM_INTERNAL
 #include <Pegasus/Common/MessageLoader.h>
 #include <Pegasus/Common/InternalException.h>
+#endif
 
 namespace Pegasus
 {
@@ -28,18 +30,19 @@ String userName(const OperationContext& context)
     return identity.getUserName();
 }
 
-String openApi(const OperationContext& context, const String& source, Uint32 line)
-{
-    const String user = userName(context);
-    if (api_qbxOpenForCimserver(c_str(user.getCString())) != 0) {
-        throw TraceableCIMException(CIM_ERR_ACCESS_DENIED, "Insufficient privilege for the user",
-                                    source, line);
-    }
-    return user;
-}
-
 namespace
 {
+
+// Source and line are for the server's trace only; an SDK has no exception that carries them.
+[[noreturn]] void refuse(CIMStatusCode code, const String& message,
+                         [[maybe_unused]] const String& source, [[maybe_unused]] Uint32 line)
+{
+#ifdef QBX_CIM_INTERNAL
+    throw TraceableCIMException(code, message, source, line);
+#else
+    throw CIMException(code, message);
+#endif
+}
 
 void authorize(const String& user, const String& privilegeKey, const String& source, Uint32 line)
 {
@@ -48,15 +51,21 @@ void authorize(const String& user, const String& privilegeKey, const String& sou
             return;
         case API_CIMUSER_AUTHORIZATION_UNAUTH_USER:
         case API_CIMUSER_AUTHORIZATION_USER_NOTFOUND:
-            throw TraceableCIMException(CIM_ERR_ACCESS_DENIED, "Insufficient generic privilege",
-                                        source, line);
+            refuse(CIM_ERR_ACCESS_DENIED, "Insufficient generic privilege", source, line);
         default:
-            throw TraceableCIMException(CIM_ERR_NOT_SUPPORTED, "Does not support in generic!",
-                                        source, line);
+            refuse(CIM_ERR_NOT_SUPPORTED, "Does not support in generic!", source, line);
     }
 }
 
 }  // namespace
+
+String openApi(const OperationContext& context, const String& source, Uint32 line)
+{
+    const String user = userName(context);
+    if (api_qbxOpenForCimserver(c_str(user.getCString())) != 0)
+        refuse(CIM_ERR_ACCESS_DENIED, "Insufficient privilege for the user", source, line);
+    return user;
+}
 
 void openApiFor(const String& operation, const CIMName& className, const OperationContext& context,
                 const String& source, Uint32 line)

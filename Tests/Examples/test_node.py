@@ -95,7 +95,7 @@ class InstalledToolkit(unittest.TestCase):
         with self.assertRaisesRegex(AssertionError, "set QBX_STORAGE_API"):
             self.configure(self.folder / "no-api", self.bare)
         library = next(self.prefix.rglob("libqbxapi.so"))
-        with self.assertRaisesRegex(AssertionError, "install the\\s+component 'standin' too"):
+        with self.assertRaisesRegex(AssertionError, "install the\\s+component 'standin_dev' too"):
             self.configure(self.folder / "no-cim", self.bare, f"-DQBX_STORAGE_API={library}")
 
 
