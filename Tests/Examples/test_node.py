@@ -53,7 +53,8 @@ class InstalledToolkit(unittest.TestCase):
         cmake("--build", build)
         array = json.loads(SAMPLE_ARRAY.read_text())
         system = array["storageArray"]
-        options = ("--provider-dir", build,
+        module = next(self.prefix.rglob("libqbxapi.so")).parent
+        options = ("--provider-dir", build, "--provider-dir", module,
                    "--schema", f"root/qbx={SOURCES / 'QBX_ExampleNode.mof'}",
                    "--schema", f"root/interop={SOURCES / 'registration.mof'}")
         with Server(self.prefix, *options) as server:
