@@ -1,15 +1,19 @@
 // What each operation of each provider costs, beside a lower bound: the same results from nothing
 // but the calls that the array's contract asks for, that is the list query, the class, the
-// skeleton, the trace lines, the properties and the path.
+// skeleton, the trace lines, the properties and the path. Then what writing the replies costs
+// beside the same lines from prepared strings, and what the model's own steps cost.
 //
 // Plain, it measures time. Under `valgrind --tool=callgrind --instr-atstart=no` it counts the
 // instructions of one run of each row, into a dump that is named after the row.
+#include "CimXml/Encode.h"
 #include "Model/ObjectManager.h"
 #include "Mof/MofCompiler.h"
 #include "QBX_Frame.h"
 
 #include <Pegasus/Common/ResponseHandler.h>
+#include <Pegasus/Provider/CIMAssociationProvider.h>
 #include <Pegasus/Provider/CIMInstanceProvider.h>
+#include <Pegasus/Provider/CIMMethodProvider.h>
 #include <Pegasus/Provider/CIMOMHandle.h>
 
 #include <benchmark/benchmark.h>
@@ -17,6 +21,7 @@
 #include <valgrind/callgrind.h>
 
 #include <functional>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -66,17 +71,26 @@ private:
     cimom::Repository _repository;
 };
 
-/// Keeps what is delivered.
-struct Results : InstanceResponseHandler, ObjectPathResponseHandler
+/// Keeps what is delivered, but a method's results.
+struct Results : InstanceResponseHandler,
+                 ObjectPathResponseHandler,
+                 ObjectResponseHandler,
+                 MethodResultResponseHandler
 {
     Array<CIMInstance> instances;
     Array<CIMObjectPath> paths;
+    Array<CIMObject> objects;
     void processing() override {}
     void complete() override {}
     void deliver(const CIMInstance& one) override { instances.append(one); }
     void deliver(const Array<CIMInstance>& all) override { instances.appendArray(all); }
     void deliver(const CIMObjectPath& one) override { paths.append(one); }
     void deliver(const Array<CIMObjectPath>& all) override { paths.appendArray(all); }
+    void deliver(const CIMObject& one) override { objects.append(one); }
+    void deliver(const Array<CIMObject>& all) override { objects.appendArray(all); }
+    void deliver(const CIMValue&) override {}
+    void deliverParamValue(const CIMParamValue&) override {}
+    void deliverParamValue(const Array<CIMParamValue>&) override {}
 };
 
 // ---- The lower bound ----
@@ -223,8 +237,9 @@ struct Subject
     const char* provider;
     const char* className;
     std::function<void()> list, namesList;
-    int traces;               ///< trace lines of an instance
-    bool isPerRecord = true;  ///< the class is fetched for each record
+    int traces;                                   ///< trace lines of an instance
+    bool isPerRecord = true;                      ///< the class is fetched for each record
+    std::function<int(const char*)> locate = {};  ///< what Locate asks of the array, by tag
 };
 
 /// What every request begins with, and the trace lines that it writes.
@@ -248,6 +263,112 @@ void addRow(const std::string& name, std::function<void()> operation)
         }
         CALLGRIND_STOP_INSTRUMENTATION;
     });
+}
+
+/// Registers an operation that is measured for so many objects of a class, and its bound.
+template <class Module, class Bound>
+void addPair(const std::string& operation, const char* className, Uint32 count, Module module,
+             Bound bound)
+{
+    const std::string row = operation + "/" + className + "/" + std::to_string(count);
+    addRow(row + "/module", [=] { module(Results()); });
+    addRow(row + "/bound", [=] { bound(Results()); });
+}
+
+/// A reply with these instances, and the same lines from prepared strings.
+void addEncoding(const char* className, const Array<CIMInstance>& instances)
+{
+    const auto encode = [=](Results) {
+        std::string text;
+        cimom::xml::InstanceWriter writer;
+        for (Uint32 i = 0; i < instances.size(); ++i) {
+            cimom::xml::appendInstanceName(text, instances[i].getPath());
+            writer.append(text, instances[i].object());
+        }
+        return text;
+    };
+    std::istringstream reply(encode(Results()));
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(reply, line);)
+        lines.push_back(line + "\n");
+    addPair("encoding", className, instances.size(), encode, [=](Results) {
+        std::string text;
+        for (const std::string& line : lines)
+            text += line;
+        return text;
+    });
+}
+
+/// The traversals of an association from its end that is most (the system, or a cage).
+void addTraversals(const Subject& subject, const OperationContext& context, CIMProvider* provider,
+                   const CIMObjectPath& source, const CIMInstance& skeleton)
+{
+    auto* const associations = dynamic_cast<CIMAssociationProvider*>(provider);
+    const CIMName name(subject.className);
+    Results found;
+    associations->references(context, source, name, String(), false, false, CIMPropertyList(),
+                             found);
+    std::vector<InstanceParts> parts;
+    for (Uint32 i = 0; i < found.objects.size(); ++i)
+        parts.emplace_back(CIMInstance(found.objects[i]), skeleton);
+    addPair(
+        "references", subject.className, found.objects.size(),
+        [=](Results to) {
+            associations->references(context, source, name, String(), false, false,
+                                     CIMPropertyList(), to);
+        },
+        [=](Results to) {
+            begin(context);
+            subject.list();
+            for (const InstanceParts& each : parts) {
+                const CIMClass cimClass = CIMOMHandle().getClass(
+                    OperationContext(), NAMESPACE, name, false, false, false, CIMPropertyList());
+                to.deliver(CIMObject(each.made(cimClass, subject.traces)));
+            }
+        });
+    Results named;
+    associations->associatorNames(context, source, name, CIMName(), String(), String(), named);
+    std::vector<PathParts> ends;
+    for (Uint32 i = 0; i < named.paths.size(); ++i)
+        ends.emplace_back(named.paths[i]);
+    addPair(
+        "associatorNames", subject.className, named.paths.size(),
+        [=](Results to) {
+            associations->associatorNames(context, source, name, CIMName(), String(), String(), to);
+        },
+        [=](Results to) {
+            begin(context);
+            subject.list();
+            for (const PathParts& each : ends)
+                to.deliver(each.madeAnew());
+        });
+}
+
+/// Steps of the model, by themselves.
+void addModel(const CIMObjectPath& path, const CIMClass& cimClass)
+{
+    const std::string bytes = "cage12-sensor3";
+    const String text(bytes.c_str());
+    const String pathText = path.toString();
+    const CIMName name("CurrentReading"), same(String("CURRENTREADING"));
+    CIMInstance instance = cimClass.buildInstance(false, false, CIMPropertyList());
+    const CIMValue value(Uint16(7));
+    const auto add = [](const std::string& step, auto once) {
+        addRow("model/" + step, [=]() mutable { benchmark::DoNotOptimize(once()); });
+    };
+    add("string from UTF-8", [=] { return String(bytes.data(), Uint32(bytes.size())); });
+    add("string copied", [=] { return String(text); });
+    add("names compared", [=] { return name.equal(same); });
+    add("value made", [=] { return CIMValue(Uint16(7)); });
+    add("property found", [=] { return instance.findProperty(name); });
+    add("property set", [=]() mutable {
+        instance.getProperty(instance.findProperty(name)).setValue(value);
+        return value;
+    });
+    add("path read", [=] { return CIMObjectPath(pathText); });
+    add("path written", [=] { return path.toString(); });
+    add("paths compared", [=] { return path.identical(CIMObjectPath(path)); });
+    add("instance built", [=] { return cimClass.buildInstance(false, false, CIMPropertyList()); });
 }
 
 /// The operations of one provider, each beside its bound.
@@ -283,10 +404,9 @@ void addRows(const Subject& subject, const OperationContext& context)
     };
 
     const auto add = [&](const std::string& operation, auto module, auto bound) {
-        const std::string row = operation + "/" + subject.className + "/" + std::to_string(count);
-        addRow(row + "/module", [=] { module(Results()); });
-        addRow(row + "/bound", [=] { bound(Results()); });
+        addPair(operation, subject.className, count, module, bound);
     };
+    addEncoding(subject.className, found.instances);
     add(
         "enumerateInstances",
         [=](Results to) {
@@ -299,7 +419,34 @@ void addRows(const Subject& subject, const OperationContext& context)
             provider->getInstance(context, last, false, false, CIMPropertyList(), to);
         },
         [=](Results to) { to.deliver(built(subject.list)[0]); });
-    if (!subject.namesList) return;  // an association's names are those of all its instances
+    if (subject.locate) {
+        auto* const methods = dynamic_cast<CIMMethodProvider*>(created);
+        Array<CIMParamValue> in(1, CIMParamValue("LocateTimer", CIMValue(Uint16(60))));
+        in.append(CIMParamValue("Port", CIMValue(Uint16(1))));
+        addPair(
+            "Locate", subject.className, 1,
+            [=](Results to) { methods->invokeMethod(context, last, CIMName("Locate"), in, to); },
+            [=, tag = std::string(PathParts(last).bytes)](Results) {
+                begin(context);
+                api_authorizeCIMUser("admin", (tag + ".locate").c_str());
+                QBX_Records::underSemaphore([&] { return subject.locate(tag.c_str()); });
+            });
+    }
+    if (!subject.namesList) {  // an association's names are those of all its instances
+        const CIMInstance first = found.instances[0];
+        CIMObjectPath source;
+        for (Uint32 i = 0; i < first.getPropertyCount(); ++i) {
+            CIMObjectPath end;
+            if (first.getProperty(i).getType() != CIMTYPE_REFERENCE) continue;
+            first.getProperty(i).getValue().get(end);
+            const String& ending = end.getClassName().getString();
+            if (source.getClassName().isNull() || ending == "QBX_SystemPackage" ||
+                ending.subString(0, 13) == "QBX_DriveCage")
+                source = end;
+            if (ending == "QBX_SystemPackage") break;
+        }
+        return addTraversals(subject, context, created, source, skeleton);
+    }
     add(
         "enumerateInstanceNames",
         [=](Results to) { provider->enumerateInstanceNames(context, all, to); },
@@ -329,10 +476,25 @@ int main(int argc, char** argv)
     const auto magazinesNoMfg = query<QBX_Records::MagazineList>(api_getMagazinesNoMfg_Cached);
     const auto cards = query<QBX_Records::FCALList>(api_getFCALs_Cached);
     const auto cardsNoMfg = query<QBX_Records::FCALList>(api_getFCALsNoMfg_Cached);
+    const auto locateCage = [](const char* tag) {
+        api_CageHandle_t cage = {};
+        return api_findCageName_Cached(tag, &cage) + api_locateCage(&cage, 60);
+    };
+    const auto locateMagazine = [](const char* tag) {
+        api_MagazineIDs_t ids = {};
+        const int found = api_findMagazineIDs(tag, &ids);
+        return found + api_locateMagazine(ids.cageName, ids.magazine, 60);
+    };
+    const auto locateCard = [](const char* tag) {
+        char cage[65] = "";
+        return api_findCageNameForFCAL(tag, cage) + api_locateFCALPort(cage, 1, 60);
+    };
     const Subject subjects[] = {
-        {"QBX_DriveCageProvider", "QBX_DriveCageDC2Family", cages, cagesNoMfg, 2},
-        {"QBX_MagazineProvider", "QBX_Magazine", magazines, magazinesNoMfg, 4},
-        {"QBX_FCALCardProvider", "QBX_CageInterfaceCardDC2Family", cards, cardsNoMfg, 2},
+        {"QBX_DriveCageProvider", "QBX_DriveCageDC2Family", cages, cagesNoMfg, 2, true, locateCage},
+        {"QBX_MagazineProvider", "QBX_Magazine", magazines, magazinesNoMfg, 4, true,
+         locateMagazine},
+        {"QBX_FCALCardProvider", "QBX_CageInterfaceCardDC2Family", cards, cardsNoMfg, 2, true,
+         locateCard},
         {"QBX_CageSensorProvider", "QBX_CageSensor", sensors, sensors, 4, false},
         {"QBX_MagazineInDriveCageProvider", "QBX_MagazineInDriveCage", magazinesNoMfg, {}, 2},
         {"QBX_FCALCardInDriveCageProvider", "QBX_InterfaceCardInDriveCage", cardsNoMfg, {}, 2},
@@ -341,5 +503,8 @@ int main(int argc, char** argv)
     };
     for (const Subject& subject : subjects)
         addRows(subject, context);
+    const CIMName sensor("QBX_CageSensor");
+    addModel(CIMObjectPath("//host/root/qbx:QBX_CageSensor.DeviceID=\"a\",SystemName=\"b\""),
+             CIMOMHandle().getClass(context, NAMESPACE, sensor, false, false, false, {}));
     benchmark::RunSpecifiedBenchmarks();
 }

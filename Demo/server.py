@@ -51,12 +51,16 @@ def password_file(build, folder):
     return path
 
 
-def command(build, users, port):
-    """The server's command line; `users` None: no authentication."""
+def command(build, users, port, schema=None):
+    """The server's command line; `users` None: no authentication; `schema`: another one than the
+    project's own, as root/qbx=FILE, and the folders of the files that it includes."""
+    given, *folders = schema or [f"{NAMESPACE}={SCHEMA / 'qbx.mof'}"]
+    namespace, _, file = given.partition("=")
     return [
         program(build),
         "--schema",
-        f"{NAMESPACE}={SCHEMA / 'qbx.mof'}",
+        f"{namespace}={pathlib.Path(file).resolve()}",
+        *(word for each in folders for word in ("--include", pathlib.Path(each).resolve())),
         "--schema",
         f"root/interop={SCHEMA / 'registration.mof'}",
         "--provider-dir",
@@ -82,8 +86,9 @@ class Server:
     interop = "root/interop"
     port = 0  # any free one; kept through restarts
 
-    def __init__(self, build, *options, array=SAMPLE_ARRAY):
+    def __init__(self, build, *options, array=SAMPLE_ARRAY, schema=None):
         self.build = build
+        self.schema = schema  # see command()
         self.options = options  # further options of the server program
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="qbx-wire-"))
         self.array = self.folder / "array.json"
@@ -103,7 +108,7 @@ class Server:
         """Starts the server (again: with the state that it left)."""
         with open(self.output, "ab") as log:
             self.process = subprocess.Popen(
-                [*command(self.build, self.users, self.port), *self.options],
+                [*command(self.build, self.users, self.port, self.schema), *self.options],
                 stdin=subprocess.DEVNULL,
                 stdout=subprocess.PIPE,
                 stderr=log,
@@ -151,18 +156,21 @@ class Server:
         process.stdout.close()
         return process.returncode
 
+    def end(self):
+        """Stops the server; it must end well (a sanitizer's findings make it end otherwise)."""
+        if status := self.stop():
+            said = self.output.read_text(errors="replace")[-4000:]
+            raise AssertionError(f"the server ended with status {status}: {said}")
+
     def restart(self):
-        self.stop()
+        self.end()
         self.start()
 
     def close(self):
-        """Stops the server; it must end well (a sanitizer's findings make it end otherwise)."""
-        status, said = self.stop(), ""
-        if status:
-            said = self.output.read_text(errors="replace")[-4000:]
-        shutil.rmtree(self.folder, ignore_errors=True)
-        if status:
-            raise AssertionError(f"the server ended with status {status}: {said}")
+        try:
+            self.end()
+        finally:
+            shutil.rmtree(self.folder, ignore_errors=True)
 
     def __enter__(self):
         return self

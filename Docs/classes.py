@@ -70,7 +70,8 @@ def values(element):
     numbers, words = qualifier(element, "ValueMap"), qualifier(element, "Values")
     if not numbers:
         return ""
-    return " Values: " + ", ".join(f"{n} {w}" for n, w in zip(numbers, words)) + "."
+    shown = ("any other" if number == ".." else number for number in numbers)
+    return " Values: " + ", ".join(f"{n} {w}" for n, w in zip(shown, words)) + "."
 
 
 def type_name(element):

@@ -24,12 +24,13 @@ CimReply handle(const CimRequest& request)
                                 : CimReply{200, "", "", request.body};
 }
 
-HttpOptions options()
+std::unique_ptr<HttpServer> started(const char* users)
 {
     HttpOptions options;
     options.port = 0;
+    options.users = users;
     options.maxHeader = options.maxBody = 2000;
-    return options;
+    return startHttpServer(options, handle);
 }
 
 /// All that the server says. Another address asks each time, as some limits are by address.
@@ -93,12 +94,12 @@ unsigned checkReplies(std::string told, bool mayLackBodies)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    static const PasswordFile users(PROJECT "Tests/Wire/exchanges/users");
-    static HttpServer forUsers(options(), &users, handle), forAll(options(), nullptr, handle);
+    static const auto forUsers = started(PROJECT "Tests/Wire/exchanges/users"),
+                      forAll = started("");
     const std::string said(data, data + size);
     const bool hasLogin = said.find("Authorization") != std::string::npos;
     handled = 0;
-    const std::string told = answer((hasLogin ? forUsers : forAll).port(), said);
+    const std::string told = answer((hasLogin ? forUsers : forAll)->port(), said);
     const unsigned answers = checkReplies(told, said.find("HEAD ") != std::string::npos);
     check(answers == handled, "each operation is answered: " + told);
     return 0;

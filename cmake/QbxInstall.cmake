@@ -1,6 +1,7 @@
 # What `cmake --install` installs, by component:
 #   module   the provider module, its schema and its registration, and qbx-provider to install it
 #   toolkit  QBX_Common for other provider modules: library, headers, CMake and pkg-config package
+#   enclosure  qbx-enclosure, the administrator's program, in Python
 #   standin  the embedded object manager and the simulated array, with the module and its data; its
 #            libraries are where no loader looks by itself, so that nothing else ever takes them
 #   standin_dev  headers of the embedded CIM library, and its CMake and pkg-config packages
@@ -70,12 +71,30 @@ endif()
 qbx_configure_file(qbx-common.pc)
 install(FILES ${PROJECT_BINARY_DIR}/package/qbx-common.pc DESTINATION ${toolkit_pkgconfig} COMPONENT toolkit)
 
+# ---- enclosure ----
+
+set(enclosure ${CMAKE_INSTALL_DATADIR}/qbx/enclosure)
+install(PROGRAMS ${PROJECT_SOURCE_DIR}/Enclosure/qbx-enclosure DESTINATION ${enclosure} COMPONENT enclosure)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/Enclosure/qbx_enclosure DESTINATION ${enclosure} COMPONENT enclosure
+  PATTERN __pycache__ EXCLUDE)
+# The program finds its package where the link leads to.
+file(RELATIVE_PATH bin_to_enclosure /prefix/${CMAKE_INSTALL_BINDIR} /prefix/${enclosure})
+file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/package)
+file(CREATE_LINK ${bin_to_enclosure}/qbx-enclosure ${PROJECT_BINARY_DIR}/package/qbx-enclosure SYMBOLIC)
+install(FILES ${PROJECT_BINARY_DIR}/package/qbx-enclosure DESTINATION ${CMAKE_INSTALL_BINDIR}
+  COMPONENT enclosure)
+install(FILES ${PROJECT_SOURCE_DIR}/Enclosure/completion/qbx-enclosure
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT enclosure)
+install(FILES ${PROJECT_SOURCE_DIR}/Docs/qbx-enclosure.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1
+  COMPONENT enclosure)
+
 # ---- standin ----
 
 if(QBX_STORAGE_API STREQUAL "simulator")
   set(simulator ${PROJECT_SOURCE_DIR}/StorageApi/simulator)
   install(TARGETS qbxapi LIBRARY DESTINATION ${standin_lib} COMPONENT standin)
   install(FILES ${simulator}/sample-array.json ${simulator}/sample-firmware.json
+      ${simulator}/array.schema.json
     DESTINATION ${CMAKE_INSTALL_DATADIR}/qbx COMPONENT standin)
 endif()
 

@@ -23,30 +23,21 @@ thread_local int nestedCalls = 0;
 
 /// Counts the provider calls that stand on this thread, each made from within the one before, so
 /// that a provider which calls itself without end gets an error before the stack is used up.
-class NestedCall
+struct NestedCall
 {
-public:
     NestedCall()
     {
-        if (nestedCalls >= mostNestedCalls) {
+        if (nestedCalls == mostNestedCalls)
             throw CIMException(CIM_ERR_FAILED, "A provider calls itself without end.");
-        }
         ++nestedCalls;
     }
     ~NestedCall() { --nestedCalls; }
-    NestedCall(const NestedCall&) = delete;
-    NestedCall& operator=(const NestedCall&) = delete;
 };
 
-/// What a provider may learn of the request: the caller's identity.
-OperationContext providerContext(const OperationContext& caller)
+/// What a provider learns of the request: at least the caller's identity.
+OperationContext providerContext(OperationContext context)
 {
-    OperationContext context;
-    if (caller.contains(IdentityContainer::NAME)) {
-        context.insert(caller.get(IdentityContainer::NAME));
-    } else {
-        context.insert(IdentityContainer(String()));
-    }
+    if (!context.contains(IdentityContainer::NAME)) context.insert(IdentityContainer(String()));
     return context;
 }
 
@@ -122,12 +113,12 @@ Broker::Broker(const Repository& repository, const BrokerOptions& options)
     for (const Ns& nameSpace : repository.namespaces()) {
         for (const CIMName& name : repository.subclassNames(nameSpace, CIMName(), true)) {
             const ClassPtr definition = repository.findClass(nameSpace, name);
-            if (definition->isAssociation()) associations_.emplace_back(nameSpace, definition);
+            if (!definition->isAssociation()) continue;
+            associations_.push_back(
+                {nameSpace, definition, repository.lineage(nameSpace, name, CIM_ERR_FAILED)});
         }
     }
 }
-
-Broker::~Broker() = default;
 
 CIMObjectPath Broker::reference(const Ns& nameSpace, CIMObjectPath path) const
 {
@@ -338,20 +329,23 @@ std::vector<CIMName> Broker::associationsOf(const Ns& nameSpace, const Traversal
     if (!traversal.resultClass.isNull()) {
         repository_.requireClass(nameSpace, traversal.resultClass, CIM_ERR_INVALID_CLASS);
     }
-    repository_.requireClass(nameSpace, source, CIM_ERR_INVALID_PARAMETER);
+    const std::vector<CIMName> fitting =
+        repository_.lineage(nameSpace, source, CIM_ERR_INVALID_PARAMETER);
 
+    const auto has = [](const std::vector<CIMName>& names, const CIMName& name) {
+        return std::find(names.begin(), names.end(), name) != names.end();
+    };
     const auto fitsSource = [&](const auto& property) {
         return property->value.getType() == CIMTYPE_REFERENCE &&
-               repository_.isSubclassOf(nameSpace, source, property->referenceClassName);
-    };
-    const auto isWanted = [&](const Class& association) {
-        const auto& properties = association.properties;
-        return wanted.isNull() ? std::any_of(properties.begin(), properties.end(), fitsSource)
-                               : repository_.isSubclassOf(nameSpace, association.name(), wanted);
+               has(fitting, property->referenceClassName);
     };
     std::vector<CIMName> names;
-    for (const auto& [space, definition] : associations_) {
-        if (space.equal(nameSpace) && isWanted(*definition)) names.push_back(definition->name());
+    for (const Association& association : associations_) {
+        const auto& properties = association.definition->properties;
+        const bool isWanted = (wanted.isNull() || has(association.lineage, wanted)) &&
+                              std::any_of(properties.begin(), properties.end(), fitsSource);
+        if (isWanted && association.nameSpace.equal(nameSpace))
+            names.push_back(association.definition->name());
     }
     return names;
 }

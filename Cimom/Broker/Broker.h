@@ -55,7 +55,6 @@ public:
     /// must be complete by now and outlive the broker. Throws std::runtime_error, naming the
     /// instance and the property, for a bad registration.
     Broker(const Repository& repository, const BrokerOptions& options);
-    ~Broker() override;
 
     /// For tests and tools: uses this factory instead of a library for the module of that name,
     /// which must be registered. To be called before the first request.
@@ -128,10 +127,18 @@ private:
     template <class Handler, class Ask>
     auto traverse(const Ctx&, const Ns&, const Traversal&, Ask ask) const;
 
+    /// An association class, with the names of itself and its superclasses.
+    struct Association
+    {
+        Ns nameSpace;
+        ClassPtr definition;
+        std::vector<CIMName> lineage;
+    };
+
     const Repository& repository_;
     const Pegasus::String hostName_;
     const Registry registry_;
-    std::vector<std::pair<Ns, ClassPtr>> associations_;  ///< classes with their namespaces
+    std::vector<Association> associations_;
 };
 
 }  // namespace cimom

@@ -1,5 +1,7 @@
 #include "Broker/InstanceFilter.h"
 
+#include <algorithm>
+
 PEGASUS_USING_PEGASUS;
 
 namespace cimom
@@ -11,7 +13,7 @@ InstanceFilter::InstanceFilter(const InstanceView& view) : view_(view)
     Array<CIMName> names;
     for (Uint32 i = 0; i < view.properties.size(); ++i) {
         const CIMName& name = view.properties[i];
-        if (positions_.emplace(name, i).second) names.append(name);
+        if (positions_.emplace(name, names.size()).second) names.append(name);
     }
     view_.properties = CIMPropertyList(names);
 }
@@ -31,14 +33,12 @@ CIMInstance InstanceFilter::apply(const CIMInstance& instance, const CIMObjectPa
 std::vector<InstanceFilter::PropertyPtr> InstanceFilter::listed(
     const std::vector<PropertyPtr>& properties) const
 {
-    std::map<std::size_t, PropertyPtr> inListOrder;
+    std::vector<PropertyPtr> result(positions_.size());
     for (const PropertyPtr& property : properties) {
         const auto position = positions_.find(property->name);
-        if (position != positions_.end()) inListOrder.emplace(position->second, property);
+        if (position != positions_.end()) result[position->second] = property;
     }
-    std::vector<PropertyPtr> result;
-    for (const auto& [position, property] : inListOrder)
-        result.push_back(property);
+    result.erase(std::remove(result.begin(), result.end(), nullptr), result.end());
     return result;
 }
 

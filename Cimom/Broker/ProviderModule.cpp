@@ -22,13 +22,6 @@ CIMException failed(const std::string& text)
     return CIMException(CIM_ERR_FAILED, printable(text));
 }
 
-/// In the file system's clock; the same time for every file that is not there.
-std::int64_t timeWritten(const std::filesystem::path& file)
-{
-    std::error_code ignored;
-    return std::filesystem::last_write_time(file, ignored).time_since_epoch().count();
-}
-
 void terminateQuietly(CIMProvider& provider) noexcept
 {
     try {
@@ -39,6 +32,12 @@ void terminateQuietly(CIMProvider& provider) noexcept
 }
 
 }  // namespace
+
+std::int64_t timeWritten(const std::filesystem::path& file)
+{
+    std::error_code ignored;
+    return std::filesystem::last_write_time(file, ignored).time_since_epoch().count();
+}
 
 ProviderModule::ProviderModule(const String& name, const String& location,
                                const std::vector<std::filesystem::path>& folders,

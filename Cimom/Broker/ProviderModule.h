@@ -18,6 +18,10 @@ namespace cimom
 /// Takes lines for a log, from any thread.
 using LogLine = std::function<void(const std::string& line)>;
 
+/// When the file was written, in the file system's clock; the same for every file that is not
+/// there.
+std::int64_t timeWritten(const std::filesystem::path& file);
+
 /// A shared library that makes provider objects.
 ///
 /// A library stays mapped once it has been loaded, also after its providers were terminated: its
@@ -70,8 +74,6 @@ public:
     }
     /// Terminates the provider, which deletes itself.
     ~ProviderObject();
-    ProviderObject(const ProviderObject&) = delete;
-    ProviderObject& operator=(const ProviderObject&) = delete;
 
     const ProviderModule& module() const { return module_; }
     const Pegasus::String& name() const { return name_; }

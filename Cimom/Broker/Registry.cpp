@@ -1,6 +1,5 @@
 #include "Broker/Registry.h"
 
-#include "Broker/Interop.h"
 #include "Model/Schema.h"
 #include "Model/Text.h"
 

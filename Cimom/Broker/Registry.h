@@ -10,6 +10,10 @@
 namespace cimom
 {
 
+/// The namespace of what clients find the object manager by, and of the instances that register
+/// provider modules. It must have the classes of interop.mof.
+constexpr const char* interopNamespace = "root/interop";
+
 /// The provider types of PG_ProviderCapabilities that this object manager calls.
 enum class ProviderKind
 {
@@ -38,8 +42,6 @@ public:
     Registry(const Repository& repository, const BrokerOptions& options);
     /// Terminates the providers, last registered first.
     ~Registry();
-    Registry(const Registry&) = delete;
-    Registry& operator=(const Registry&) = delete;
 
     /// The provider registered for exactly this class; null when there is none.
     ProviderObject* find(const CIMNamespaceName& nameSpace, const CIMName& className,

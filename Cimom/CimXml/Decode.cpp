@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <initializer_list>
-#include <optional>
 #include <set>
 #include <type_traits>
 #include <vector>
@@ -68,42 +67,26 @@ CIMType typeAttribute(const XmlElement& element, std::string_view attribute)
     throw attributeError(element, "EmbeddedObject");
 }
 
-std::optional<bool> readBoolean(std::string_view text)
-{
-    const bool isTrue = equalNoCase(text, "TRUE");
-    return isTrue || equalNoCase(text, "FALSE") ? std::optional(isTrue) : std::nullopt;
-}
-
 /// False when the attribute is not there.
 bool booleanAttribute(const XmlElement& element, std::string_view attribute)
 {
     const std::string* value = element.attribute(attribute);
-    const auto flag = readBoolean(value ? *value : "FALSE");
+    const auto flag = readValue<bool>(value ? *value : "FALSE");
     if (!flag) throw attributeError(element, attribute);
     return *flag;
 }
 
-/// The value of a type that the text of an element stands for. Throws Pegasus::Exception when it is
-/// none.
+/// The value of a type that the text of an element stands for. Throws TypeMismatchException when it
+/// is none.
 template <class T>
 T parse(const XmlElement& element)
 {
-    const std::string& text = element.text;
-    std::optional<T> value;
     if constexpr (std::is_same_v<T, CIMInstance> || std::is_same_v<T, CIMObject>) {
-        value = decodeInstance(parseXml(text, element.depth + depthOfDocument));
-    } else if constexpr (std::is_same_v<T, Boolean>) {
-        value = readBoolean(text);
-    } else if constexpr (std::is_same_v<T, Char16>) {
-        const String characters = toString(text);
-        if (characters.size() == 1) value = characters[0];
-    } else if constexpr (std::is_arithmetic_v<T>) {
-        value = readNumber<T>(text);
+        return decodeInstance(parseXml(element.text, element.depth + depthOfDocument));
     } else {
-        value = T(toString(text));
+        if (const auto value = readValue<T>(element.text)) return *value;
+        throw TypeMismatchException();
     }
-    if (!value) throw TypeMismatchException();
-    return *value;
 }
 
 /// The values of these VALUE elements; exactly one unless an array is asked for.
@@ -244,7 +227,7 @@ String decodeText(const XmlElement& element)
 bool decodeBoolean(const XmlElement& element)
 {
     expectName(element, "VALUE");
-    if (const auto flag = readBoolean(element.text)) return *flag;
+    if (const auto flag = readValue<bool>(element.text)) return *flag;
     throw semanticError(element, "Invalid value for VALUE element: must be \"TRUE\" or \"FALSE\"");
 }
 

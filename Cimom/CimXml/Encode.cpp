@@ -1,11 +1,13 @@
 #include "CimXml/Encode.h"
 
 #include "Model/Text.h"
-#include "Model/Types.h"
+#include "Model/ValueContent.h"
 
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cstdint>
+#include <memory>
 
 PEGASUS_USING_PEGASUS;
 
@@ -29,6 +31,15 @@ const std::array<std::string_view, 256> escapes = [] {
     texts['\r'] = "&#13;";
     texts['\x7F'] = "&#127;";
     return texts;
+}();
+
+/// The characters that do not always stand for themselves; a blank sometimes does.
+const std::array<bool, 256> isSpecial = [] {
+    std::array<bool, 256> special;
+    std::transform(escapes.begin(), escapes.end(), special.begin(),
+                   [](std::string_view text) { return !text.empty(); });
+    special[' '] = true;
+    return special;
 }();
 
 /// An attribute whose value needs no escapes.
@@ -55,6 +66,12 @@ void appendName(std::string& out, std::string_view name, const CIMName& value)
 void appendOptional(std::string& out, std::string_view name, const CIMName& value)
 {
     if (!value.isNull()) appendName(out, name, value);
+}
+
+/// Whether two names have one text in common.
+bool isShared(const CIMName& a, const CIMName& b)
+{
+    return a.getString().getChar16Data() == b.getString().getChar16Data();
 }
 
 /// The attributes that give a value's type: an embedded object travels as a string.
@@ -138,12 +155,6 @@ void appendProperty(std::string& out, const Property& property)
     appendEnd(out, property);
 }
 
-/// Whether two names have one text in common.
-bool isShared(const CIMName& a, const CIMName& b)
-{
-    return a.getString().getChar16Data() == b.getString().getChar16Data();
-}
-
 /// Whether two properties surely come from one declaration.
 bool haveOneDeclaration(const Property& a, const Property& b)
 {
@@ -210,24 +221,58 @@ void appendReference(std::string& out, const CIMObjectPath& path)
     out += "</VALUE.REFERENCE>\n";
 }
 
-void appendKeyBinding(std::string& out, const CIMKeyBinding& key)
+/// All of an instance's name but the values of its keys. Names of one class have it in common.
+struct NameForm
 {
-    out += "<KEYBINDING";
-    appendName(out, "NAME", key.getName());
-    out += ">\n";
-    if (key.getType() == CIMKeyBinding::REFERENCE) {
-        appendReference(out, key.reference() ? *key.reference() : CIMObjectPath(key.getValue()));
-    } else {
-        const bool numeric = key.getType() == CIMKeyBinding::NUMERIC;
-        const bool boolean = key.getType() == CIMKeyBinding::BOOLEAN;
-        out += "<KEYVALUE";
-        appendPlain(out, "VALUETYPE", numeric ? "numeric" : boolean ? "boolean" : "string");
-        out += ">";
-        appendEscaped(out, key.getValue());
-        out += "</KEYVALUE>\n";
+    struct Key
+    {
+        CIMName name;
+        CIMKeyBinding::Type type;
+        std::string before;  ///< what stands before its value
+    };
+    CIMName className;
+    std::vector<Key> keys;
+    std::string end;
+
+    explicit NameForm(const CIMObjectPath& path) : className(path.getClassName())
+    {
+        end = "<INSTANCENAME";
+        appendName(end, "CLASSNAME", className);
+        end += ">\n";
+        for (Uint32 i = 0; i < path.getKeyBindings().size(); ++i)
+            add(path.getKeyBindings()[i]);
+        end += "</INSTANCENAME>\n";
     }
-    out += "</KEYBINDING>\n";
-}
+
+    bool fits(const CIMObjectPath& path) const
+    {
+        const CIMKeyBinding* key = path.getKeyBindings().getData();
+        return isShared(className, path.getClassName()) &&
+               path.getKeyBindings().size() == keys.size() &&
+               std::all_of(keys.begin(), keys.end(), [&key](const Key& mine) {
+                   const CIMKeyBinding& given = *key++;
+                   return isShared(mine.name, given.getName()) && mine.type == given.getType();
+               });
+    }
+
+private:
+    void add(const CIMKeyBinding& key)
+    {
+        end += "<KEYBINDING";
+        appendName(end, "NAME", key.getName());
+        end += ">\n";
+        const bool isReference = key.getType() == CIMKeyBinding::REFERENCE;
+        if (!isReference) {
+            const bool numeric = key.getType() == CIMKeyBinding::NUMERIC;
+            const bool boolean = key.getType() == CIMKeyBinding::BOOLEAN;
+            end += "<KEYVALUE";
+            appendPlain(end, "VALUETYPE", numeric ? "numeric" : boolean ? "boolean" : "string");
+            end += '>';
+        }
+        keys.push_back({key.getName(), key.getType(), std::move(end)});
+        end = isReference ? "</KEYBINDING>\n" : "</KEYVALUE>\n</KEYBINDING>\n";
+    }
+};
 
 /// A number's text, independent of the process's locale.
 template <class Number, class... Format>
@@ -260,22 +305,37 @@ void appendText(std::string& out, const T& value)
     }
 }
 
-/// Whether the value is one VALUE element with a text.
-bool isText(const CIMValue& value)
-{
-    return !value.isArray() && value.getType() != CIMTYPE_REFERENCE;
-}
-
 template <class T>
 void appendItem(std::string& out, const T& item)
 {
-    if constexpr (std::is_same_v<T, CIMObjectPath>) {
-        appendReference(out, item);
-    } else {
-        out += "<VALUE>";
-        appendText(out, item);
-        out += "</VALUE>\n";
-    }
+    out += "<VALUE>";
+    appendText(out, item);
+    out += "</VALUE>\n";
+}
+
+void appendItem(std::string& out, const CIMObjectPath& item)
+{
+    appendReference(out, item);
+}
+
+template <class T>
+void appendItem(std::string& out, const Array<T>& items)
+{
+    const std::string_view end = std::is_same_v<T, CIMObjectPath> ? ".REFARRAY" : ".ARRAY";
+    out.append("<VALUE").append(end).append(">\n");
+    for (Uint32 i = 0; i < items.size(); ++i)
+        appendItem(out, items[i]);
+    out.append("</VALUE").append(end).append(">\n");
+}
+
+void appendItem(std::string&, std::monostate) {}
+
+void appendInstanceHead(std::string& out, const Instance& instance)
+{
+    out += "<INSTANCE";
+    appendName(out, "CLASSNAME", instance.path.getClassName());
+    out += " >\n";
+    appendQualifiers(out, instance.qualifiers);
 }
 
 }  // namespace
@@ -285,13 +345,11 @@ void appendEscaped(std::string& out, std::string_view text)
     std::size_t done = 0;  // what is before stands in `out`
     bool afterBlank = true;
     for (std::size_t i = 0; i < text.size(); ++i) {
-        const bool isBlank = text[i] == ' ';
-        const bool mayStay = isBlank && !afterBlank && i + 1 < text.size();
-        const std::string_view escaped =
-            isBlank ? (mayStay ? "" : "&#32;") : escapes[static_cast<unsigned char>(text[i])];
+        const auto c = static_cast<unsigned char>(text[i]);
+        const bool mayStay = c == ' ' && !afterBlank && i + 1 < text.size();
         afterBlank = mayStay;
-        if (escaped.empty()) continue;
-        out.append(text, done, i - done).append(escaped);
+        if (!isSpecial[c] || mayStay) continue;
+        out.append(text, done, i - done).append(c == ' ' ? "&#32;" : escapes[c]);
         done = i + 1;
     }
     out.append(text, done, std::string_view::npos);
@@ -299,14 +357,19 @@ void appendEscaped(std::string& out, std::string_view text)
 
 void appendEscaped(std::string& out, const String& text)
 {
-    const std::size_t before = out.size();
-    appendUtf8(out, text);
-    const auto isSpecial = [](unsigned char c) { return c == ' ' || !escapes[c].empty(); };
-    if (std::none_of(out.begin() + static_cast<std::ptrdiff_t>(before), out.end(), isSpecial))
-        return;
-    const std::string plain = out.substr(before);
-    out.resize(before);
-    appendEscaped(out, plain);
+    // Most texts are short, and have nothing to escape.
+    char plain[64];
+    bool isPlain = text.size() <= sizeof(plain);
+    for (Uint32 i = 0; isPlain && i < text.size(); ++i) {
+        const Uint16 unit = text.getChar16Data()[i];
+        plain[i] = static_cast<char>(unit);
+        isPlain = unit < 0x80 && !isSpecial[unit];
+    }
+    if (isPlain) {
+        out.append(plain, text.size());
+    } else {
+        appendEscaped(out, toUtf8(text));
+    }
 }
 
 void appendClassName(std::string& out, const CIMName& name)
@@ -318,13 +381,26 @@ void appendClassName(std::string& out, const CIMName& name)
 
 void appendInstanceName(std::string& out, const CIMObjectPath& path)
 {
-    out += "<INSTANCENAME";
-    appendName(out, "CLASSNAME", path.getClassName());
-    out += ">\n";
-    const Array<CIMKeyBinding>& keys = path.getKeyBindings();
-    for (Uint32 i = 0; i < keys.size(); ++i)
-        appendKeyBinding(out, keys[i]);
-    out += "</INSTANCENAME>\n";
+    // Names of one class come in a row, or in turn with those of the ends of an association.
+    thread_local std::array<std::shared_ptr<const NameForm>, 16> forms;
+    const auto address =
+        reinterpret_cast<std::uintptr_t>(path.getClassName().getString().getChar16Data());
+    auto& known = forms[address / 16 % forms.size()];
+    if (!known || !known->fits(path)) known = std::make_shared<const NameForm>(path);
+    const auto form = known;  // a name within this one may replace it
+    const CIMKeyBinding* key = path.getKeyBindings().getData();
+    for (const NameForm::Key& formKey : form->keys) {
+        out += formKey.before;
+        if (key->getType() != CIMKeyBinding::REFERENCE) {
+            appendEscaped(out, key->getValue());
+        } else if (key->reference()) {
+            appendReference(out, *key->reference());
+        } else {
+            appendReference(out, CIMObjectPath(key->getValue()));
+        }
+        ++key;
+    }
+    out += form->end;
 }
 
 void appendInstancePath(std::string& out, const CIMObjectPath& path)
@@ -350,69 +426,60 @@ void appendInstancePath(std::string& out, const CIMObjectPath& path)
 
 void appendValue(std::string& out, const CIMValue& value)
 {
-    if (value.isNull()) return;
-    visitType(value.getType(), [&](auto item) {
-        if (!value.isArray()) {
-            value.get(item);
-            return appendItem(out, item);
-        }
-        Array<decltype(item)> items;
-        value.get(items);
-        const std::string_view end = suffix(value.getType(), true);
-        out.append("<VALUE").append(end).append(">\n");
-        for (Uint32 i = 0; i < items.size(); ++i)
-            appendItem(out, items[i]);
-        out.append("</VALUE").append(end).append(">\n");
-    });
+    std::visit([&out](const auto& item) { appendItem(out, item); },
+               CIMValue::Content::of(value).any);
 }
 
 void appendInstance(std::string& out, const Instance& instance)
 {
-    InstanceWriter().append(out, instance);
+    appendInstanceHead(out, instance);
+    for (const auto& property : instance.properties)
+        appendProperty(out, *property);
+    out += "</INSTANCE>\n";
 }
 
 void InstanceWriter::append(std::string& out, const Instance& instance)
 {
-    out += "<INSTANCE";
-    appendName(out, "CLASSNAME", instance.path.getClassName());
-    out += " >\n";
-    appendQualifiers(out, instance.qualifiers);
-    if (written_.size() < instance.properties.size()) written_.resize(instance.properties.size());
-    for (std::size_t i = 0; i < instance.properties.size(); ++i)
-        append(out, instance.properties[i], written_[i]);
+    appendInstanceHead(out, instance);
+    const auto& properties = instance.properties;
+    for (std::size_t i = 0; i < properties.size(); ++i) {
+        // Instances share the properties that they do not set, most of them without a value.
+        const std::size_t first = i;
+        while (i < std::min(properties.size(), written_.size()) && written_[i].isNull &&
+               properties[i] == written_[i].property)
+            ++i;
+        if (i > first) {
+            const std::size_t end = i < written_.size() ? written_[i].emptyAt : empty_.size();
+            out.append(empty_, written_[first].emptyAt, end - written_[first].emptyAt);
+        }
+        if (i < properties.size()) append(out, instance, i);
+    }
     out += "</INSTANCE>\n";
 }
 
-void InstanceWriter::append(std::string& out, const PropertyPtr& property, Written& known)
+void InstanceWriter::append(std::string& out, const Instance& instance, std::size_t position)
 {
-    // Instances share the properties that they do not set.
-    const bool isKnown = known.property && (known.property == property ||
-                                            haveOneDeclaration(*known.property, *property));
-    if (!isKnown) {
-        known = {property, "", "", ""};
-        appendHead(known.before, *property);
-        appendEnd(known.after, *property);
-        known.empty = known.before + known.after;
-        if (isText(property->value)) {
-            known.before += "<VALUE>";
-            known.after.insert(0, "</VALUE>\n");
-        }
-    }
-    const CIMValue& value = property->value;
-    if (value.isNull()) {
-        out += known.empty;
-        return;
-    }
+    const auto& property = instance.properties[position];
+    const bool isKnown =
+        position < written_.size() && haveOneDeclaration(*written_[position].property, *property);
+    if (!isKnown) learn(instance.keep(property), position);
+    const Written& known = written_[position];
     out += known.before;
-    if (isText(value)) {
-        visitType(value.getType(), [&](auto item) {
-            value.get(item);
-            appendText(out, item);
-        });
-    } else {
-        appendValue(out, value);
-    }
+    appendValue(out, property->value);
     out += known.after;
+}
+
+void InstanceWriter::learn(const PropertyPtr& property, std::size_t position)
+{
+    if (position < written_.size()) {
+        empty_.resize(written_[position].emptyAt);
+        written_.resize(position);
+    }
+    Written known{property, property->value.isNull(), empty_.size(), "", ""};
+    appendHead(known.before, *property);
+    appendEnd(known.after, *property);
+    empty_.append(known.before).append(known.after);
+    written_.push_back(std::move(known));
 }
 
 void appendClass(std::string& out, const Class& cimClass)

@@ -44,13 +44,16 @@ private:
     struct Written
     {
         PropertyPtr property;  ///< the first one that was declared so
-        std::string empty;     ///< its element without a value
-        std::string before;    ///< what stands before the text of a value
+        bool isNull;           ///< whether that one has no value
+        std::size_t emptyAt;   ///< where its element without a value begins, in empty_
+        std::string before;    ///< what stands before a value
         std::string after;     ///< and what after it
     };
-    static void append(std::string& out, const PropertyPtr&, Written&);
+    void append(std::string& out, const Instance&, std::size_t position);
+    void learn(const PropertyPtr&, std::size_t position);
 
     std::vector<Written> written_;  // by the position of the property
+    std::string empty_;             // the elements without values, one after the other
 };
 
 /// CLASS with all it carries.

@@ -288,8 +288,7 @@ const Operation operations[] = {
      [](const Call& c, std::string& out) {
          xml::appendValue(out, c.broker.getProperty(c.user, c.nameSpace, c.instanceName(),
                                                     c.requiredName("PropertyName")));
-     },
-     true},
+     }},
     {"SetProperty", {"InstanceName", "PropertyName", "NewValue"}, setProperty},
     {"Associators",
      {"ObjectName", "AssocClass", "ResultClass", "Role", "ResultRole", "IncludeQualifiers",

@@ -17,75 +17,42 @@ constexpr std::size_t maxDepth = 64;
 constexpr std::size_t maxElements = 100000;
 constexpr std::string_view blanks = " \t\r\n";
 
-// References to the characters 1 to 32 are parsed under the Unicode noncharacters U+FDD0 to
-// U+FDEF: expat refuses control characters, and blanks that are references must be told from
-// literal ones. Where a document itself has one of these noncharacters, U+10FFFE goes before it.
-constexpr std::string_view standInLead = "\xEF\xB7";
-constexpr unsigned standInBase = 0x8F;
-constexpr std::string_view escape = "\xF4\x8F\xBF\xBE";
-constexpr std::string_view specialLeads = "\xEF\xF4";
+// References to the characters 1 to 32 are parsed under a mark, the noncharacter U+FDD0, and the
+// character 64 places on (A for 1): expat refuses control characters, and blanks that are
+// references must be told from literal ones. '@' follows where a document itself has U+FDD0.
+constexpr std::string_view mark = "\xEF\xB7\x90";
+constexpr unsigned markCode = 0xFDD0;
 
 std::string standIn(unsigned character)
 {
-    return std::string(standInLead) + static_cast<char>(standInBase + character);
+    return std::string(mark) + static_cast<char>('@' + character);
 }
 
-/// The length of the stand-in or escape at the start of the text; 0 when there is none.
-std::size_t specialLength(std::string_view text)
-{
-    if (text.substr(0, escape.size()) == escape) return escape.size();
-    if (text.size() < 3 || text.substr(0, 2) != standInLead) return 0;
-    const unsigned last = static_cast<unsigned char>(text[2]);
-    return last > standInBase && last <= standInBase + ' ' ? 3 : 0;
-}
-
-/// Turns the stand-ins back into the characters.
-std::string restored(const std::string& text)
-{
-    const std::string_view rest(text);
-    std::string result;
-    for (std::size_t at = 0; at < text.size();) {
-        const std::size_t length = specialLength(rest.substr(at));
-        if (length == 0) {
-            const std::size_t next = text.find_first_of(specialLeads, at + 1);
-            result.append(rest.substr(at, next - at));
-            at = std::min(next, text.size());
-        } else if (length == escape.size()) {
-            at += escape.size();
-            const std::size_t escaped = specialLength(rest.substr(at));
-            result.append(rest.substr(at, escaped));
-            at += escaped;
-        } else {
-            result += static_cast<char>(static_cast<unsigned char>(text[at + 2]) - standInBase);
-            at += length;
-        }
-    }
-    return result;
-}
-
-/// The document with an escape before each character that means something here.
+/// The document with '@' behind each mark that is its own.
 std::string withEscapes(const std::string& document)
 {
-    const std::string_view rest(document);
     std::string result;
     std::size_t done = 0;
-    for (std::size_t at = 0; (at = document.find_first_of(specialLeads, at)) != std::string::npos;
-         ++at) {
-        if (specialLength(rest.substr(at)) == 0) continue;
-        result.append(document, done, at - done).append(escape);
+    for (std::size_t at; (at = document.find(mark, done)) != std::string::npos;) {
+        at += mark.size();
+        result.append(document, done, at - done).append(1, '@');
         done = at;
     }
     return result.append(document, done);
 }
 
-/// What is parsed in place of a reference to that character; empty when the reference may stay.
-std::string inPlaceOf(unsigned character)
+/// Turns the stand-ins back into the characters, and drops the escapes.
+std::string restored(const std::string& text)
 {
-    constexpr unsigned firstStandIn = 0xFDD0;
-    if (character >= 1 && character <= ' ') return standIn(character);
-    if (character >= firstStandIn && character < firstStandIn + ' ')
-        return std::string(escape) + standIn(character - firstStandIn + 1);
-    return character == 0x10FFFE ? std::string(escape).append(escape) : "";
+    std::string result;
+    std::size_t done = 0;
+    for (std::size_t at; (at = text.find(mark, done)) != std::string::npos;) {
+        result.append(text, done, at - done);
+        at += mark.size();
+        text[at] == '@' ? result.append(mark) : result.append(1, static_cast<char>(text[at] - '@'));
+        done = at + 1;
+    }
+    return result.append(text, done);
 }
 
 /// The document with stand-ins in place of such references. CDATA, where a reference is plain
@@ -105,9 +72,10 @@ std::string withStandIns(const std::string& document)
         unsigned number = 0;
         const auto [end, error] =
             std::from_chars(digits, document.data() + document.size(), number, hex ? 16 : 10);
-        const std::string parsed = error == std::errc() && *end == ';' ? inPlaceOf(number) : "";
-        if (parsed.empty()) continue;
-        result.append(document, done, at - done).append(parsed);
+        const bool isMark = number == markCode;
+        const bool isOne = isMark || (number >= 1 && number <= ' ');
+        if (error != std::errc() || *end != ';' || !isOne) continue;
+        result.append(document, done, at - done).append(standIn(isMark ? 0 : number));
         done = static_cast<std::size_t>(end + 1 - document.data());
     }
     return result.append(document, done);

@@ -10,12 +10,7 @@
 namespace cimom
 {
 
-namespace
-{
-
-const char* const tooMany = "Too many connections.";
-
-}  // namespace
+static const char* const tooMany = "Too many connections.";
 
 Connections::Connections(const ConnectionLimits& limits, bool plain)
     : limits_(limits), plain_(plain), watcher_([this] { watch(); })
@@ -28,14 +23,16 @@ Connections::~Connections()
     watcher_.join();
 }
 
-Connection* Connections::open(int socket, const std::string& peer)
+Connection* Connections::open(int socket, const std::string& peer,
+                              std::shared_ptr<const void> keeps)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
     const bool room = makeRoom(&peer, limits_.mostPerAddress) && makeRoom(nullptr, limits_.most);
     const std::string refusal = stopping_ ? "The server is shutting down." : room ? "" : tooMany;
     const auto deadline = std::chrono::steady_clock::now() + limits_.timeout;
     Connection& connection =
-        open_.emplace(socket, Connection{socket, peer, refusal, deadline}).first->second;
+        open_.emplace(socket, Connection{socket, peer, refusal, deadline, std::move(keeps)})
+            .first->second;
     if (refusal.empty()) return &connection;
     end(connection, 503, refusal);
     // Nobody may work on what has come already, and unread bytes would take the reply from the

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -41,6 +42,7 @@ struct Connection
     std::string peer;     ///< numeric address
     std::string refusal;  ///< why it was ended at once; empty: it was not
     std::chrono::steady_clock::time_point deadline;  ///< of the stage
+    std::shared_ptr<const void> keeps;               ///< what has to live as long as it does
     Stage stage = Stage::New;
     bool accepted = false;  ///< an operation has been begun: the peer may use the server
 };
@@ -57,8 +59,8 @@ public:
 
     /// Registers a new connection. At a limit, it displaces a connection that was never accepted,
     /// of its address or of the one that has most of these. Without such one it has its refusal
-    /// set, is told so and ended at once; it is closed like any other.
-    Connection* open(int socket, const std::string& peer);
+    /// set, is told so and ended at once; it is closed like any other. `keeps` lives until then.
+    Connection* open(int socket, const std::string& peer, std::shared_ptr<const void> keeps);
     /// Forgets a connection and returns what it was at; to be called before its socket is closed.
     Stage close(Connection*);
 

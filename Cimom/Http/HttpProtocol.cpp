@@ -62,23 +62,6 @@ std::optional<std::string> decodeBase64(std::string text)
     return std::string(decoded.data, decoded.data + decoded.size);
 }
 
-std::string percentEncoded(std::string_view text)
-{
-    static const char* const digits = "0123456789ABCDEF";
-    static const std::string_view kept =
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_.~";
-    std::string result;
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (kept.find(c) != std::string_view::npos) {
-            result += c;
-        } else {
-            result += {'%', digits[byte >> 4], digits[byte & 15]};
-        }
-    }
-    return result;
-}
-
 HttpReply cimErrorReply(int status, const std::string& cimError, const std::string& detail)
 {
     HttpReply reply;
@@ -104,6 +87,23 @@ MHD_Result countFraming(void* count, MHD_ValueKind, const char* name, const char
 }
 
 }  // namespace
+
+std::string percentEncoded(std::string_view text)
+{
+    static const char* const digits = "0123456789ABCDEF";
+    static const std::string_view kept =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_.~";
+    std::string result;
+    for (const char c : text) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (kept.find(c) != std::string_view::npos) {
+            result += c;
+        } else {
+            result += {'%', digits[byte >> 4], digits[byte & 15]};
+        }
+    }
+    return result;
+}
 
 HttpReply plainReply(int status, const std::string& detail, bool close)
 {

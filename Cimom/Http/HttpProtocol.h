@@ -28,6 +28,8 @@ struct Credentials
     std::string password;
 };
 
+/// The text with all but ASCII letters, digits and -_.~ as %XX.
+std::string percentEncoded(std::string_view text);
 /// A reply without body that names its reason in the PGErrorDetail field (empty: no field).
 HttpReply plainReply(int status, const std::string& detail, bool close = false);
 /// The reply to a body that is larger than so many bytes.

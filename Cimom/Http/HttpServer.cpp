@@ -2,6 +2,7 @@
 
 #include "Http/Connections.h"
 #include "Http/HttpProtocol.h"
+#include "Http/PasswordFile.h"
 #include "Model/Errors.h"
 #include "Model/Text.h"
 
@@ -9,6 +10,7 @@
 #include <atomic>
 #include <cstdarg>
 #include <cstdio>
+#include <gnutls/abstract.h>
 #include <malloc.h>
 #include <map>
 #include <microhttpd.h>
@@ -40,12 +42,13 @@ public:
     explicit LimitedLog(const std::function<void(const std::string&)>& write) : write_(write) {}
     ~LimitedLog() { tell(); }
 
-    void add(const std::string& line)
+    /// The detail is written behind the line, and makes it no other one.
+    void add(const std::string& line, const std::string& detail = "")
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         if (std::chrono::steady_clock::now() > end_) tell();
         const unsigned number = ++numbers_[numbers_.size() < 256 ? line : "further events"];
-        if (number <= first && write_) write_(line);
+        if (number <= first && write_) write_(line + detail);
     }
 
 private:
@@ -113,33 +116,52 @@ std::string numericAddress(const sockaddr* address)
     return status == 0 ? text.data() : "unknown";
 }
 
+using Users = std::shared_ptr<const PasswordFile>;
+using Certificate = std::shared_ptr<gnutls_certificate_credentials_st>;
+
+Users readUsers(const HttpOptions& options)
+{
+    return options.users.empty() ? nullptr : std::make_shared<const PasswordFile>(options.users);
+}
+
+/// The certificate and key of the options' files; none without TLS. Throws std::runtime_error.
+Certificate readCertificate(const HttpOptions& options)
+{
+    if (options.certificateFile.empty()) return nullptr;
+    readFile(options.certificateFile, "certificate");  // says which one cannot be read
+    readFile(options.keyFile, "key");
+    gnutls_certificate_credentials_t made = nullptr;
+    gnutls_certificate_allocate_credentials(&made);
+    const Certificate result(made, gnutls_certificate_free_credentials);
+    const int status = gnutls_certificate_set_x509_key_file(
+        made, options.certificateFile.c_str(), options.keyFile.c_str(), GNUTLS_X509_FMT_PEM);
+    if (status >= 0) return result;
+    throw std::runtime_error(options.certificateFile + " and " + options.keyFile +
+                             " are no PEM certificate and its key: " + gnutls_strerror(status));
+}
+
 Connection* connectionOf(MHD_Connection* handle)
 {
     const auto* info = MHD_get_connection_info(handle, MHD_CONNECTION_INFO_SOCKET_CONTEXT);
     return static_cast<Connection*>(info->socket_context);
 }
 
-}  // namespace
-
-struct HttpServer::Impl
+struct Server final : HttpServer
 {
-    Impl(HttpOptions given, const PasswordFile* passwords, Handler requestHandler)
+    Server(HttpOptions given, Handler requestHandler)
         : options(std::move(given)),
-          users(passwords),
           handler(std::move(requestHandler)),
           lines(options.log),
-          connections(options.connections, options.certificateFile.empty())
+          users(readUsers(options)),
+          certificate(readCertificate(options)),
+          connections(options.connections, !certificate)
     {
-        const bool tls = !options.certificateFile.empty();
-        std::string certificate;
-        std::string key;
-        if (tls) {
-            certificate = readFile(options.certificateFile, "certificate");
-            key = readFile(options.keyFile, "key");
-        }
-        const std::array<MHD_OptionItem, 4> tlsOptions = {
-            {{tls ? MHD_OPTION_HTTPS_MEM_CERT : MHD_OPTION_END, 0, certificate.data()},
-             {MHD_OPTION_HTTPS_MEM_KEY, 0, key.data()},
+        const bool tls = certificate != nullptr;
+        // Never asked, as each connection is given its certificate.
+        gnutls_certificate_retrieve_function2* const ask = [](auto...) { return -1; };
+        const std::array<MHD_OptionItem, 3> tlsOptions = {
+            {{tls ? MHD_OPTION_HTTPS_CERT_CALLBACK : MHD_OPTION_END, 0,
+              reinterpret_cast<void*>(ask)},
              {MHD_OPTION_HTTPS_PRIORITIES, 0, const_cast<char*>(tlsPriorities)},
              {MHD_OPTION_END, 0, nullptr}}};
         const auto address = resolve(options);
@@ -160,16 +182,23 @@ struct HttpServer::Impl
         if (!daemon) {
             throw std::runtime_error(
                 cannotListen(options) + lastLibraryMessage +
-                "; choose an address of this machine and a port that is free (0: any)" +
-                (tls ? ", and check that " + options.certificateFile + " and " + options.keyFile +
-                           " are a PEM certificate and its key"
-                     : ""));
+                "; choose an address of this machine and a port that is free (0: any)");
         }
-        port = MHD_get_daemon_info(daemon, MHD_DAEMON_INFO_BIND_PORT)->port;
+        boundPort = MHD_get_daemon_info(daemon, MHD_DAEMON_INFO_BIND_PORT)->port;
         running = true;
     }
 
-    void stop()
+    ~Server() override { stop(); }
+
+    std::uint16_t port() const override { return boundPort; }
+
+    void reload() override
+    {
+        std::atomic_store(&users, readUsers(options));
+        std::atomic_store(&certificate, readCertificate(options));
+    }
+
+    void stop() override
     {
         if (!daemon) return;
         const int listener = MHD_quiesce_daemon(daemon);
@@ -187,7 +216,7 @@ struct HttpServer::Impl
     static void onConnection(void* cls, MHD_Connection* handle, void** context,
                              MHD_ConnectionNotificationCode code)
     {
-        auto& self = *static_cast<Impl*>(cls);
+        auto& self = *static_cast<Server*>(cls);
         if (code == MHD_CONNECTION_NOTIFY_CLOSED) {
             auto* ended = static_cast<Connection*>(*context);
             const std::string peer = ended->peer;
@@ -197,8 +226,14 @@ struct HttpServer::Impl
         }
         const auto* socket = MHD_get_connection_info(handle, MHD_CONNECTION_INFO_CONNECTION_FD);
         const auto* address = MHD_get_connection_info(handle, MHD_CONNECTION_INFO_CLIENT_ADDRESS);
-        Connection* connection =
-            self.connections.open(socket->connect_fd, numericAddress(address->client_addr));
+        const auto* tls = MHD_get_connection_info(handle, MHD_CONNECTION_INFO_GNUTLS_SESSION);
+        const Certificate certificate = std::atomic_load(&self.certificate);
+        if (tls) {
+            gnutls_credentials_set(static_cast<gnutls_session_t>(tls->tls_session),
+                                   GNUTLS_CRD_CERTIFICATE, certificate.get());
+        }
+        Connection* connection = self.connections.open(
+            socket->connect_fd, numericAddress(address->client_addr), certificate);
         *context = connection;
         if (connection->refusal.empty()) return;
         self.lines.add("refused a connection from " + connection->peer + ": " +
@@ -208,7 +243,7 @@ struct HttpServer::Impl
     static MHD_Result onRequest(void* cls, MHD_Connection* handle, const char*, const char* verb,
                                 const char*, const char* data, std::size_t* size, void** context)
     {
-        auto& self = *static_cast<Impl*>(cls);
+        auto& self = *static_cast<Server*>(cls);
         if (!*context) {
             // onCompleted deletes it
             auto* exchange = new Exchange{self.connections, connectionOf(handle)};
@@ -233,7 +268,7 @@ struct HttpServer::Impl
         const std::unique_ptr<Exchange> exchange(static_cast<Exchange*>(*context));
         *context = nullptr;
         if (exchange && exchange->total > largeReply) malloc_trim(0);
-        static_cast<Impl*>(cls)->connections.enter(connectionOf(handle), Stage::Idle);
+        static_cast<Server*>(cls)->connections.enter(connectionOf(handle), Stage::Idle);
     }
 
     /// Hands over what fits of a long reply, and has its next piece encoded.
@@ -261,7 +296,7 @@ struct HttpServer::Impl
     static void onLog(void* cls, const char* format, va_list arguments)
         __attribute__((format(printf, 2, 0)))
     {
-        auto& self = *static_cast<Impl*>(cls);
+        auto& self = *static_cast<Server*>(cls);
         std::array<char, 512> line{};
         std::vsnprintf(line.data(), line.size(), format, arguments);
         std::string text = line.data();
@@ -294,22 +329,24 @@ struct HttpServer::Impl
 
     std::optional<HttpReply> authenticate(MHD_Connection* handle, std::string& user)
     {
-        if (!users) return std::nullopt;
+        const Users known = std::atomic_load(&users);
+        if (!known) return std::nullopt;
         const auto credentials = basicCredentials(handle);
         if (!credentials) return unauthorizedReply(options.hostName, "User Unauthorized");
         user = credentials->user;
         if (!isUtf8(user))
             return unauthorizedReply(options.hostName, "The user name is not UTF-8.");
         Connection* connection = connectionOf(handle);
-        const Login login = users->check(connection->peer, user, credentials->password);
+        const Login login = known->check(connection->peer, user, credentials->password);
         if (login == Login::Right) return std::nullopt;
         if (login == Login::Busy) {
             HttpReply reply = plainReply(503, "Too many logins of this address wait. Try again.");
             reply.fields.emplace_back("Retry-After", "1");
             return reply;
         }
-        lines.add("wrong user or password from " + connection->peer);
-        connections.hold(connection, users->delay(connection->peer));
+        lines.add("wrong user or password from " + connection->peer,
+                  ": user " + percentEncoded(user.substr(0, 64)));
+        connections.hold(connection, known->delay(connection->peer));
         return unauthorizedReply(options.hostName, "");
     }
 
@@ -363,35 +400,24 @@ struct HttpServer::Impl
     }
 
     const HttpOptions options;
-    const PasswordFile* const users;
     const Handler handler;
     LimitedLog lines;
     std::mutex mutex;
     std::string lastLibraryMessage;
+    // Replaced while others use them: by atomic functions only.
+    Users users;
+    Certificate certificate;  ///< of new connections
     Connections connections;
-    std::uint16_t port = 0;
+    std::uint16_t boundPort = 0;
     MHD_Daemon* daemon = nullptr;
     std::atomic<bool> running{false};
 };
 
-HttpServer::HttpServer(HttpOptions options, const PasswordFile* users, Handler handler)
-    : impl_(std::make_unique<Impl>(std::move(options), users, std::move(handler)))
-{
-}
+}  // namespace
 
-HttpServer::~HttpServer()
+std::unique_ptr<HttpServer> startHttpServer(HttpOptions options, HttpServer::Handler handler)
 {
-    stop();
-}
-
-std::uint16_t HttpServer::port() const
-{
-    return impl_->port;
-}
-
-void HttpServer::stop()
-{
-    impl_->stop();
+    return std::make_unique<Server>(std::move(options), std::move(handler));
 }
 
 }  // namespace cimom

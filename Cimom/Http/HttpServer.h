@@ -3,9 +3,9 @@
 
 #include "CimXml/Service.h"
 #include "Http/Connections.h"
-#include "Http/PasswordFile.h"
 
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <string>
@@ -17,6 +17,7 @@ struct HttpOptions
 {
     std::string address = "127.0.0.1";   ///< name or number of the interface to listen on
     std::uint16_t port = 5988;           ///< 0: any free port
+    std::filesystem::path users;         ///< password file; empty: no authentication
     std::string hostName = "localhost";  ///< realm of the authentication
     std::string certificateFile;         ///< PEM; with a key file: HTTPS only
     std::string keyFile;
@@ -33,23 +34,23 @@ struct HttpOptions
 class HttpServer
 {
 public:
-    /// Called from several threads at once.
+    /// Called from several threads at once, with the user "" when there is no authentication.
     using Handler = std::function<CimReply(const CimRequest&)>;
 
-    /// Listens and serves at once. `users` null: no authentication, every request has the user "".
-    /// Throws std::runtime_error (what, where, what to do) when it cannot listen or TLS cannot be
-    /// set up. `users` must outlive the server.
-    HttpServer(HttpOptions options, const PasswordFile* users, Handler handler);
     /// Like stop().
-    ~HttpServer();
+    virtual ~HttpServer() = default;
 
-    std::uint16_t port() const;
+    virtual std::uint16_t port() const = 0;
+    /// Reads the password file again, then, for connections that begin from now on, the certificate
+    /// and its key. Throws std::runtime_error (which file, what is wrong) at the first that cannot
+    /// be used: what was read of it before stays in service.
+    virtual void reload() = 0;
     /// Accepts nothing more, lets running operations finish and sends their replies.
-    void stop();
-
-private:
-    struct Impl;
-    std::unique_ptr<Impl> impl_;
+    virtual void stop() = 0;
 };
+
+/// Listens and serves at once. Throws std::runtime_error (what, where, what to do) when it cannot
+/// listen, read the password file or set up TLS.
+std::unique_ptr<HttpServer> startHttpServer(HttpOptions options, HttpServer::Handler handler);
 
 }  // namespace cimom

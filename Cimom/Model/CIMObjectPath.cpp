@@ -5,6 +5,8 @@
 #include <Pegasus/Common/CIMValue.h>
 
 #include <algorithm>
+#include <mutex>
+#include <vector>
 
 namespace Pegasus
 {
@@ -75,20 +77,48 @@ bool readsAsItself(const CIMObjectPath& path)
            });
 }
 
-/// With a backslash before each quote and each backslash.
-void appendEscaped(String& out, const String& text)
+/// A text that is put together.
+class Writer
 {
-    const auto isSpecial = [](Uint16 unit) { return unit == '"' || unit == '\\'; };
-    const Char16* begin = text.getChar16Data();
-    const Char16* const end = begin + text.size();
-    for (const Char16* at = begin; (at = std::find_if(at, end, isSpecial)) != end; ++at) {
-        out.append(begin, Uint32(at - begin)).append(Char16('\\'));
-        begin = at;
+public:
+    Writer() { _units.reserve(200); }
+    Writer& operator<<(const char* ascii)
+    {
+        for (; *ascii != 0; ++ascii)
+            _units.push_back(static_cast<Uint16>(*ascii));
+        return *this;
     }
-    out.append(begin, Uint32(end - begin));
-}
+    Writer& operator<<(const String& text)
+    {
+        const Char16* const units = text.getChar16Data();
+        _units.insert(_units.end(), units, units + text.size());
+        return *this;
+    }
+    /// Puts a backslash before each quote and each backslash.
+    void escaped(const String& text)
+    {
+        const Char16* const units = text.getChar16Data();
+        std::for_each(units, units + text.size(), [this](Uint16 unit) {
+            if (unit == '"' || unit == '\\') _units.push_back('\\');
+            _units.push_back(unit);
+        });
+    }
+    String text() const { return String(_units.data(), Uint32(_units.size())); }
+
+private:
+    std::vector<Char16> _units;
+};
 
 }  // namespace
+
+/// A path with its text, which is made when it is first asked for.
+struct CIMKeyBinding::Reference
+{
+    explicit Reference(const CIMObjectPath& x) : path(x) {}
+    const CIMObjectPath path;
+    mutable std::once_flag isTextMade;
+    mutable String text;
+};
 
 CIMKeyBinding::CIMKeyBinding(const CIMName& name, const String& value, Type type)
     : _name(name), _value(value), _type(type)
@@ -96,20 +126,36 @@ CIMKeyBinding::CIMKeyBinding(const CIMName& name, const String& value, Type type
 }
 
 CIMKeyBinding::CIMKeyBinding(const CIMName& name, const CIMValue& value)
-    : _name(name), _value(value.toString()), _type(keyTypeOf(value))
+    : _name(name), _type(keyTypeOf(value))
 {
-    if (_type != REFERENCE || value.isNull()) return;
     CIMObjectPath path;
-    value.get(path);
-    if (readsAsItself(path)) _reference = std::make_shared<const CIMObjectPath>(path);
+    if (_type == REFERENCE) value.get(path);
+    if (readsAsItself(path)) {
+        _reference = std::make_shared<const Reference>(path);
+    } else {
+        _value = value.toString();
+    }
 }
 
-CIMKeyBinding CIMKeyBinding::ofReference(const CIMName& name,
-                                         const std::shared_ptr<const CIMObjectPath>& reference)
+CIMKeyBinding CIMKeyBinding::ofReference(const CIMName& name, const CIMObjectPath& reference)
 {
-    CIMKeyBinding key(name, reference->toString(), REFERENCE);
-    key._reference = reference;
+    CIMKeyBinding key(name, String(), REFERENCE);
+    key._reference = std::make_shared<const Reference>(reference);
     return key;
+}
+
+const String& CIMKeyBinding::getValue() const
+{
+    if (!_reference) return _value;
+    const Reference& reference = *_reference;
+    std::call_once(reference.isTextMade,
+                   [&reference] { reference.text = CIMValue(reference.path).toString(); });
+    return reference.text;
+}
+
+const CIMObjectPath* CIMKeyBinding::reference() const
+{
+    return _reference ? &_reference->path : nullptr;
 }
 
 Boolean operator==(const CIMKeyBinding& x, const CIMKeyBinding& y)
@@ -144,8 +190,7 @@ void CIMObjectPath::setKeyBindings(const Array<CIMKeyBinding>& keyBindings)
     for (Uint32 i = 0; i < keyBindings.size(); ++i) {
         const CIMKeyBinding& key = keyBindings[i];
         if (key.getType() != CIMKeyBinding::REFERENCE || key.reference()) continue;
-        keys[i] = CIMKeyBinding::ofReference(key.getName(),
-                                             std::make_shared<const CIMObjectPath>(key.getValue()));
+        keys[i] = CIMKeyBinding::ofReference(key.getName(), CIMObjectPath(key.getValue()));
     }
     _keyBindings = keys;
     sortKeys();
@@ -161,20 +206,20 @@ void CIMObjectPath::sortKeys()
 
 String CIMObjectPath::toString() const
 {
-    String text;
-    if (_host.size() > 0) text.append("//").append(_host).append("/");
-    if (_host.size() > 0 || !_nameSpace.isNull()) text.append(_nameSpace.getString()).append(":");
-    text.append(_className.getString());
+    Writer text;
+    if (_host.size() > 0) text << "//" << _host << "/";
+    if (_host.size() > 0 || !_nameSpace.isNull()) text << _nameSpace.getString() << ":";
+    text << _className.getString();
     const CIMKeyBinding* const first = _keyBindings.getData();
     for (const CIMKeyBinding* key = first; key != first + _keyBindings.size(); ++key) {
         const bool isQuoted =
             key->getType() == CIMKeyBinding::STRING || key->getType() == CIMKeyBinding::REFERENCE;
-        text.append(key == first ? "." : ",").append(key->getName().getString());
-        text.append(isQuoted ? "=\"" : "=");
-        appendEscaped(text, key->getValue());
-        if (isQuoted) text.append(Char16('"'));
+        text << (key == first ? "." : ",") << key->getName().getString();
+        text << (isQuoted ? "=\"" : "=");
+        text.escaped(key->getValue());
+        if (isQuoted) text << "\"";
     }
-    return text;
+    return text.text();
 }
 
 Boolean CIMObjectPath::identical(const CIMObjectPath& x) const

@@ -1,11 +1,8 @@
-#include <Pegasus/Common/CIMValue.h>
+#include "Model/ValueContent.h"
 
-#include <Pegasus/Common/CIMInstance.h>
-#include <Pegasus/Common/CIMObject.h>
-
+#include <algorithm>
 #include <cstdio>
 #include <type_traits>
-#include <variant>
 
 namespace Pegasus
 {
@@ -13,38 +10,25 @@ namespace Pegasus
 namespace
 {
 
-/// Nothing (a null value), or one of the types, or an array of it.
-template <class... T>
-using AnyOf = std::variant<std::monostate, T..., Array<T>...>;
-
-// In the order of CIMType.
-using Any = AnyOf<Boolean, Uint8, Sint8, Uint16, Sint16, Uint32, Sint32, Uint64, Sint64, Real32,
-                  Real64, Char16, String, CIMDateTime, CIMObjectPath, CIMObject, CIMInstance>;
+using Any = decltype(CIMValue::Content::any);
 
 constexpr size_t typeCount = CIMTYPE_INSTANCE + 1;
 static_assert(std::variant_size_v<Any> == 1 + 2 * typeCount);
 
+/// The position of a type among the types, and behind them their arrays.
+template <class Wanted, class... T>
+constexpr size_t positionAmong(const std::variant<std::monostate, T...>*)
+{
+    size_t position = 0;
+    static_cast<void>(((std::is_same_v<Wanted, T> || (++position, false)) || ...));
+    return position;
+}
+
+template <class T>
+constexpr size_t position = positionAmong<T>(static_cast<const Any*>(nullptr));
+
 template <class T>
 constexpr bool isObject = std::is_same_v<T, CIMObject> || std::is_same_v<T, CIMInstance>;
-
-}  // namespace
-
-struct CIMValue::Content
-{
-    CIMType type = CIMTYPE_BOOLEAN;
-    bool isArray = false;
-    Uint32 nullArraySize = 0;
-    Any any;
-
-    static const Content& of(const CIMValue& value)
-    {
-        static const Content nullBoolean;
-        return value._content ? *value._content : nullBoolean;
-    }
-};
-
-namespace
-{
 
 /// A copy that shares no object.
 template <class T>
@@ -187,6 +171,9 @@ Boolean CIMValue::equal(const CIMValue& x) const
 String CIMValue::toString() const
 {
     const String text = std::visit([](const auto& x) { return textOf(x); }, Content::of(*this).any);
+    const auto isPlain = [](Uint16 unit) { return unit != 0 && unit < 0x80; };
+    const Char16* const units = text.getChar16Data();
+    if (std::all_of(units, units + text.size(), isPlain)) return text;
     // By way of UTF-8: the text ends at a zero, and what is no character is replaced.
     return String(static_cast<const char*>(text.getCString()));
 }
@@ -194,21 +181,17 @@ String CIMValue::toString() const
 template <class T>
 void CIMValue::hold(const T& x)
 {
-    const auto content = std::make_shared<Content>();
-    content->any.emplace<T>(own(x));
-    const size_t position = content->any.index() - 1;
-    content->type = CIMType(position % typeCount);
-    content->isArray = position >= typeCount;
-    _content = content;
+    _content = std::make_shared<const Content>(Content{CIMType(position<T> % typeCount),
+                                                       position<T> >= typeCount, 0,
+                                                       Any(std::in_place_type<T>, own(x))});
 }
 
 template <class T>
 void CIMValue::copyTo(T& x) const
 {
-    static const size_t position = Any(std::in_place_type<T>).index() - 1;
     const Content& content = Content::of(*this);
-    if (size_t(content.type) != position % typeCount ||
-        content.isArray != (position >= typeCount)) {
+    if (size_t(content.type) != position<T> % typeCount ||
+        content.isArray != (position<T> >= typeCount)) {
         throw TypeMismatchException();
     }
     if (const T* const held = std::get_if<T>(&content.any)) x = own(*held);

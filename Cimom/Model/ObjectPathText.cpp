@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <optional>
 
 namespace Pegasus
 {
@@ -35,11 +36,6 @@ public:
     using MalformedObjectNameException::MalformedObjectNameException;
 };
 
-bool isDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
 bool isIPv4(const std::string& text)
 {
     unsigned parts[4] = {};
@@ -67,8 +63,7 @@ bool isHostName(const std::string& text)
     char before = '.';
     bool isNumber = false;
     for (const char c : text) {
-        const char lower = toLower(c);
-        const bool isWord = isDigit(c) || (lower >= 'a' && lower <= 'z') || c == '_';
+        const bool isWord = isDigit(c) || isLetter(c) || c == '_';
         if (before == '.' ? !isWord : !isWord && c != '-' && c != '.') return false;
         isNumber = (isNumber || before == '.') && (isDigit(c) || c == '.');
         before = c;
@@ -233,24 +228,23 @@ private:
         }
         _at = std::min(_at + 1, _text.size());
         if (const auto reference = this->reference(value))
-            return CIMKeyBinding::ofReference(name, reference);
+            return CIMKeyBinding::ofReference(name, *reference);
         return {name, value, CIMKeyBinding::STRING};
     }
 
     /// Text in quotes may be a string or a reference; a reference it is if it reads as one that
-    /// has keys. Null for a string.
-    std::shared_ptr<const CIMObjectPath> reference(const String& value) const
+    /// has keys. Nothing for a string.
+    std::optional<CIMObjectPath> reference(const String& value) const
     {
-        if (value.find(Char16('=')) == PEG_NOT_FOUND) return nullptr;
+        if (value.find(Char16('=')) == PEG_NOT_FOUND) return std::nullopt;
         try {
-            const auto path =
-                std::make_shared<const CIMObjectPath>(ObjectPathReader(value, _level + 1).path());
-            if (path->getKeyBindings().size() == 0) return nullptr;
+            const CIMObjectPath path = ObjectPathReader(value, _level + 1).path();
+            if (path.getKeyBindings().size() == 0) return std::nullopt;
             if (_level < mostReferenceLevels) return path;
         } catch (const NestedTooDeeply&) {
             throw;
         } catch (const MalformedObjectNameException&) {
-            return nullptr;
+            return std::nullopt;
         }
         throw NestedTooDeeply(
             malformed(_whole.subString(0, 100) + "...",

@@ -36,6 +36,21 @@ bool identical(const Qualifiers& a, const Qualifiers& b)
                       [](const Qualifier& x, const Qualifier& y) { return identical(x, y); });
 }
 
+/// A fixed size needs an array of that size (also for a null), none accepts any value.
+bool fitsArraySize(const CIMValue& value, Uint32 arraySize)
+{
+    return arraySize == 0 || (value.isArray() && value.getArraySize() == arraySize);
+}
+
+template <class T>
+const std::shared_ptr<T>& at(const std::vector<std::shared_ptr<T>>& elements, Uint32 index)
+{
+    if (index >= elements.size()) detail::throwOutOfBounds();
+    return elements[index];
+}
+
+}  // namespace
+
 bool identical(const Property& a, const Property& b)
 {
     return a.name.equal(b.name) && a.value.equal(b.value) &&
@@ -51,7 +66,6 @@ bool identical(const Instance& a, const Instance& b)
                       [](const auto& x, const auto& y) { return identical(*x, *y); });
 }
 
-/// A copy that belongs to no class.
 std::shared_ptr<Property> clone(const Property& property)
 {
     auto copy = std::make_shared<Property>(property);
@@ -59,7 +73,6 @@ std::shared_ptr<Property> clone(const Property& property)
     return copy;
 }
 
-/// A copy that shares no property.
 std::shared_ptr<Instance> clone(const Instance& instance)
 {
     auto copy = std::make_shared<Instance>(instance);
@@ -67,28 +80,6 @@ std::shared_ptr<Instance> clone(const Instance& instance)
         property = clone(*property);
     return copy;
 }
-
-/// A fixed size needs an array of that size (also for a null), none accepts any value.
-bool fitsArraySize(const CIMValue& value, Uint32 arraySize)
-{
-    return arraySize == 0 || (value.isArray() && value.getArraySize() == arraySize);
-}
-
-template <class T>
-const std::shared_ptr<T>& at(const std::vector<std::shared_ptr<T>>& elements, Uint32 index)
-{
-    if (index >= elements.size()) detail::throwOutOfBounds();
-    return elements[index];
-}
-
-template <class Element>
-const Element* find(const std::vector<std::shared_ptr<Element>>& elements, const CIMName& name)
-{
-    const Uint32 index = positionOf(elements, name);
-    return index == PEG_NOT_FOUND ? nullptr : elements[index].get();
-}
-
-}  // namespace
 
 Qualifiers::Qualifiers(std::vector<Qualifier> qualifiers)
 {
@@ -116,21 +107,6 @@ bool Qualifiers::isTrue(const char* name) const
     });
 }
 
-const Property* Class::property(const CIMName& propertyName) const
-{
-    return find(properties, propertyName);
-}
-
-const Method* Class::method(const CIMName& methodName) const
-{
-    return find(methods, methodName);
-}
-
-const Property* Instance::property(const CIMName& propertyName) const
-{
-    return find(properties, propertyName);
-}
-
 }  // namespace cimom
 
 namespace Pegasus
@@ -147,79 +123,6 @@ void throwUninitialized()
 void throwOutOfBounds()
 {
     throw IndexOutOfBoundsException();
-}
-
-template <class Property>
-const CIMName& PropertyHandle<Property>::getName() const
-{
-    return this->object().name;
-}
-
-template <class Property>
-const CIMValue& PropertyHandle<Property>::getValue() const
-{
-    return this->object().value;
-}
-
-template <class Property>
-CIMType PropertyHandle<Property>::getType() const
-{
-    return this->object().value.getType();
-}
-
-template <class Property>
-Boolean PropertyHandle<Property>::isArray() const
-{
-    return this->object().value.isArray();
-}
-
-template <class Property>
-Uint32 PropertyHandle<Property>::getArraySize() const
-{
-    return this->object().arraySize;
-}
-
-template <class Property>
-const CIMName& PropertyHandle<Property>::getReferenceClassName() const
-{
-    return this->object().referenceClassName;
-}
-
-template <class Property>
-const CIMName& PropertyHandle<Property>::getClassOrigin() const
-{
-    return this->object().classOrigin;
-}
-
-template <class Property>
-Boolean PropertyHandle<Property>::getPropagated() const
-{
-    return this->object().propagated;
-}
-
-template <class Property>
-Boolean PropertyHandle<Property>::identical(const CIMConstProperty& x) const
-{
-    return cimom::identical(this->object(), x.object());
-}
-
-template <class Property>
-CIMProperty PropertyHandle<Property>::clone() const
-{
-    return CIMProperty(cimom::clone(this->object()));
-}
-
-template class PropertyHandle<cimom::Property>;
-template class PropertyHandle<const cimom::Property>;
-
-const CIMName& InstanceHandle::getClassName() const
-{
-    return object().path.getClassName();
-}
-
-const CIMObjectPath& InstanceHandle::getPath() const
-{
-    return object().path;
 }
 
 void InstanceHandle::setPath(const CIMObjectPath& path)
@@ -253,12 +156,7 @@ CIMProperty InstanceHandle::getProperty(Uint32 index)
 
 CIMConstProperty InstanceHandle::getProperty(Uint32 index) const
 {
-    return CIMConstProperty(cimom::at(object().properties, index));
-}
-
-Uint32 InstanceHandle::getPropertyCount() const
-{
-    return Uint32(object().properties.size());
+    return CIMConstProperty(object().keep(cimom::at(object().properties, index)));
 }
 
 }  // namespace detail
@@ -318,46 +216,6 @@ CIMObjectPath CIMInstance::buildPath(const CIMClass& cimClass) const
     return CIMObjectPath(String(), CIMNamespaceName(), getClassName(), keys);
 }
 
-Boolean CIMInstance::identical(const CIMInstance& x) const
-{
-    return cimom::identical(object(), x.object());
-}
-
-CIMInstance CIMInstance::clone() const
-{
-    return CIMInstance(cimom::clone(object()));
-}
-
-CIMObject CIMObject::clone() const
-{
-    return CIMObject(cimom::clone(object()));
-}
-
-const CIMName& CIMClass::getClassName() const
-{
-    return object().name();
-}
-
-const CIMObjectPath& CIMClass::getPath() const
-{
-    return object().path;
-}
-
-const CIMName& CIMClass::getSuperClassName() const
-{
-    return object().superClassName;
-}
-
-Boolean CIMClass::isAssociation() const
-{
-    return object().isAssociation();
-}
-
-Boolean CIMClass::isAbstract() const
-{
-    return object().isAbstract();
-}
-
 void CIMClass::getKeyNames(Array<CIMName>& keyNames) const
 {
     keyNames.clear();
@@ -366,19 +224,9 @@ void CIMClass::getKeyNames(Array<CIMName>& keyNames) const
     }
 }
 
-Uint32 CIMClass::findProperty(const CIMName& name) const
-{
-    return cimom::positionOf(object().properties, name);
-}
-
 CIMConstProperty CIMClass::getProperty(Uint32 index) const
 {
     return CIMConstProperty(cimom::at(object().properties, index));
-}
-
-Uint32 CIMClass::getPropertyCount() const
-{
-    return Uint32(object().properties.size());
 }
 
 CIMInstance CIMClass::buildInstance(Boolean includeQualifiers, Boolean includeClassOrigin,
@@ -386,15 +234,19 @@ CIMInstance CIMClass::buildInstance(Boolean includeQualifiers, Boolean includeCl
 {
     CIMInstance instance(getClassName());
     if (includeQualifiers) instance.object().qualifiers = object().qualifiers;
+    instance.object().definition = shared();
     auto& properties = instance.object().properties;
     properties.reserve(object().properties.size());
     for (const auto& declared : object().properties) {
         if (!propertyList.useThisProperty(declared->name)) continue;
         const bool hidesQualifiers = !includeQualifiers && !declared->qualifiers.empty();
         const bool hidesOrigin = !includeClassOrigin && !declared->classOrigin.isNull();
-        properties.push_back(std::const_pointer_cast<cimom::Property>(declared));
-        if (declared->isOfClass && !hidesQualifiers && !hidesOrigin) continue;
-        properties.back() = cimom::clone(*declared);
+        if (declared->isOfClass && !hidesQualifiers && !hidesOrigin) {
+            auto* const property = const_cast<cimom::Property*>(declared.get());
+            properties.emplace_back(std::shared_ptr<void>(), property);
+            continue;
+        }
+        properties.push_back(cimom::clone(*declared));
         if (hidesQualifiers) properties.back()->qualifiers = cimom::Qualifiers();
         if (hidesOrigin) properties.back()->classOrigin.clear();
     }

@@ -76,23 +76,23 @@ Uint32 position(const Char16* begin, const Char16* found, const Char16* end)
 
 Char16* detail::Units::resize(Uint32 size)
 {
-    const bool isOwn = _node && _node->references.load(std::memory_order_acquire) == 1;
     if (size == 0) {
         reset();
         return nullptr;
     }
-    if (!isOwn || _node->capacity < size) {
+    const Uint32 before = this->size();
+    if (!_node.isOnly() || _node->capacity < size) {
         // One that grows will grow further.
-        const Uint32 capacity = _node && size > _node->size ? size + size / 2 : size;
+        const Uint32 capacity = before > 0 && size > before ? size + size / 2 : size;
         void* const memory = ::operator new(sizeof(Node) + (capacity + 1) * sizeof(Char16));
         Node* const node = new (memory) Node{{1}, size, capacity};
-        std::copy(data(), data() + std::min(this->size(), size), unitsOf(node));
-        reset();
-        _node = node;
+        std::copy(data(), data() + std::min(before, size), unitsOf(node));
+        _node.reset(node);
     }
     _node->size = size;
-    unitsOf(_node)[size] = Char16();
-    return unitsOf(_node);
+    Char16* const units = unitsOf(_node.get());
+    units[size] = Char16();
+    return units;
 }
 
 const String String::EMPTY;

@@ -125,17 +125,20 @@ void appendUtf8(std::string& out, const String& string, LoneSurrogate lone)
 {
     const Char16* const units = string.getChar16Data();
     const Uint32 size = string.size();
+    Uint32 done = 0;
     // Nearly all texts are ASCII alone: those are copied unit by unit.
-    const std::size_t before = out.size();
-    out.resize(before + size);
-    unsigned all = 0;
-    for (Uint32 i = 0; i < size; ++i) {
-        all |= units[i];
-        out[before + i] = static_cast<char>(units[i]);
+    for (char block[256]; done < size;) {
+        const Uint32 count = std::min<Uint32>(size - done, sizeof(block));
+        unsigned all = 0;
+        for (Uint32 i = 0; i < count; ++i) {
+            all |= units[done + i];
+            block[i] = static_cast<char>(units[done + i]);
+        }
+        if (all >= 0x80) break;
+        out.append(block, count);
+        done += count;
     }
-    if (all < 0x80) return;
-    out.resize(before);
-    for (Uint32 i = 0; i < size; ++i) {
+    for (Uint32 i = done; i < size; ++i) {
         char32_t code = units[i];
         if (code >= 0xD800 && code < 0xDC00 && units[i + 1] >= 0xDC00 && units[i + 1] <= 0xDFFF) {
             code = 0x10000 + ((code & 0x3FF) << 10) + (units[++i] & 0x3FF);

@@ -58,6 +58,17 @@ inline char toLower(char c)
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
 }
 
+inline bool isDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+inline bool isLetter(char c)
+{
+    const char lower = toLower(c);
+    return lower >= 'a' && lower <= 'z';
+}
+
 /// Equality without ASCII case.
 bool equalNoCase(std::string_view a, std::string_view b);
 

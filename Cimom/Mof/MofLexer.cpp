@@ -9,15 +9,9 @@ namespace cimom
 namespace
 {
 
-bool isDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
 bool isNameStart(char c)
 {
-    const char lower = toLower(c);
-    return (lower >= 'a' && lower <= 'z') || c == '_' || static_cast<unsigned char>(c) >= 0x80;
+    return isLetter(c) || c == '_' || static_cast<unsigned char>(c) >= 0x80;
 }
 
 bool isNamePart(char c)

@@ -61,13 +61,6 @@ Qualifiers inheritQualifiers(const Qualifiers& own, const Qualifiers& inherited)
     return Qualifiers(std::move(all));
 }
 
-template <class Element>
-const Element* find(const Elements<Element>& elements, const CIMName& name)
-{
-    const Uint32 at = positionOf(elements, name);
-    return at == PEG_NOT_FOUND ? nullptr : elements[at].get();
-}
-
 bool isSameType(const Property& a, const Property& b)
 {
     return a.value.typeCompatible(b.value);

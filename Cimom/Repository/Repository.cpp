@@ -256,15 +256,14 @@ std::vector<CIMName> Repository::subclassNames(const CIMNamespaceName& nameSpace
     return names;
 }
 
-bool Repository::isSubclassOf(const CIMNamespaceName& nameSpace, const CIMName& className,
-                              const CIMName& ancestor) const
+std::vector<CIMName> Repository::lineage(const CIMNamespaceName& nameSpace,
+                                         const CIMName& className, CIMStatusCode whenUnknown) const
 {
-    Impl::Namespace& space = impl_->get(nameSpace);
-    const ClassEntry* const wanted = find(space.classes, ancestor);
-    const ClassEntry* entry = find(space.classes, className);
-    while (entry != nullptr && entry != wanted)
-        entry = entry->superclass;
-    return entry != nullptr;
+    std::vector<CIMName> names;
+    for (const ClassEntry* entry = &impl_->get(nameSpace).get(className, whenUnknown);
+         entry != nullptr; entry = entry->superclass)
+        names.push_back(entry->resolved->name());
+    return names;
 }
 
 void Repository::addInstance(const CIMNamespaceName& nameSpace, const CIMInstance& given)

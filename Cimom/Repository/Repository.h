@@ -23,8 +23,6 @@ class Repository
 public:
     Repository();
     ~Repository();
-    Repository(const Repository&) = delete;
-    Repository& operator=(const Repository&) = delete;
 
     /// Adds an empty namespace; does nothing when it is there.
     void addNamespace(const CIMNamespaceName&);
@@ -52,9 +50,10 @@ public:
     /// class followed by its own subclasses); a null name means the root classes.
     /// CIM_ERR_INVALID_CLASS when the class is unknown.
     std::vector<CIMName> subclassNames(const CIMNamespaceName&, const CIMName&, bool deep) const;
-    /// True when `className` is `ancestor` or derives from it. False when either is unknown.
-    bool isSubclassOf(const CIMNamespaceName&, const CIMName& className,
-                      const CIMName& ancestor) const;
+    /// The class's name and those of its superclasses, the nearest first. The code given, with the
+    /// class name as asked, when it is unknown.
+    std::vector<CIMName> lineage(const CIMNamespaceName&, const CIMName&,
+                                 Pegasus::CIMStatusCode whenUnknown) const;
 
     /// Stores a static instance: properties the instance lacks are taken from the class with
     /// their defaults, its path is built from its keys (no host, no namespace).

@@ -58,16 +58,13 @@ SchemaFile parseSchema(const std::string& text)
         throw UsageError("--schema " + text + ": \"" + schema.nameSpace +
                          "\" is no namespace name");
     }
-    std::error_code error;
-    if (!fs::is_regular_file(schema.file, error))
-        throw UsageError("--schema " + text + ": no such file");
     return schema;
 }
 
 void check(const ServerOptions& options, bool noAuthentication)
 {
     if (options.hashPassword) return;
-    if (options.users.empty() && !noAuthentication) {
+    if (options.http.users.empty() && !noAuthentication) {
         throw UsageError(
             "who may use the server? Give --users FILE (lines user:hash, see --hash-password) or "
             "--no-auth");
@@ -123,13 +120,14 @@ std::optional<ServerOptions> parseCommandLine(int argc, char** argv)
     add("--port", options.http.port, "N",
         "Port to listen on; 0: any free one, which the ready line tells")
         ->capture_default_str();
-    auto* users = add("--users", options.users, "FILE", "Password file with lines user:hash");
+    auto* users = add("--users", options.http.users, "FILE",
+                      "Password file with lines user:hash; read again when it changes");
     app.add_flag("--no-auth", noAuthentication,
                  "Ask nobody for a password; the user name is empty then")
         ->excludes(users);
     add("--cert", options.http.certificateFile, "FILE",
-        "PEM certificate: serve HTTPS instead of HTTP");
-    add("--key", options.http.keyFile, "FILE", "PEM key of the certificate");
+        "PEM certificate: serve HTTPS instead of HTTP; read again at a SIGHUP");
+    add("--key", options.http.keyFile, "FILE", "PEM key of the certificate, read again with it");
     add("--host-name", options.http.hostName, "NAME",
         "Name of this host in object paths and as realm")
         ->capture_default_str();

@@ -26,7 +26,6 @@ struct ServerOptions
     std::vector<std::filesystem::path> includeFolders;
     std::filesystem::path interopMof;
     std::vector<std::filesystem::path> providerFolders;
-    std::filesystem::path users;  ///< empty: no authentication
     HttpOptions http;
     bool hashPassword = false;  ///< only hash a password
 };

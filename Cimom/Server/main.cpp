@@ -1,7 +1,7 @@
 // qbx-cimserver: the embedded object manager as a program.
 #include "Broker/Broker.h"
-#include "Broker/Interop.h"
 #include "Http/HttpServer.h"
+#include "Http/PasswordFile.h"
 #include "Model/Errors.h"
 #include "Model/Text.h"
 #include "Mof/MofCompiler.h"
@@ -12,9 +12,9 @@
 #include <cstdio>
 #include <ctime>
 #include <iostream>
-#include <sstream>
 #include <termios.h>
 #include <unistd.h>
+#include <utility>
 
 PEGASUS_USING_PEGASUS;
 
@@ -23,40 +23,76 @@ namespace
 
 using namespace cimom;
 
-/// One line on standard error, with the time.
+/// One line on standard error: local time with offset, level (always that of failures), thread,
+/// text; the form of the array's log, so that both can be read as one.
 void log(const std::string& text)
 {
-    char time[32] = "";
-    const std::time_t now = std::time(nullptr);
+    std::timespec now{};
+    std::timespec_get(&now, TIME_UTC);
     std::tm local{};
-    localtime_r(&now, &local);
-    std::strftime(time, sizeof(time), "%Y-%m-%dT%H:%M:%S ", &local);
+    localtime_r(&now.tv_sec, &local);
+    char time[32] = "", start[80] = "";
+    std::strftime(time, sizeof(time), "%Y-%m-%dT%H:%M:%S%z", &local);
+    std::snprintf(start, sizeof(start), "%.19s.%03ld%.3s:%s 2 [%d] ", time, now.tv_nsec / 1000000,
+                  time + 19, time + 22, static_cast<int>(gettid()));
     std::cerr.clear();  // of a disk that was full
-    std::cerr << time + text + "\n";
+    std::cerr << start + text + "\n";
 }
 
-void complain(const std::string& text)
-{
-    std::cerr << "qbx-cimserver: " + text + "\n";
-}
-
-/// SIGTERM and SIGINT, blocked in every thread so that main can wait for them.
-sigset_t stopSignals()
+/// Blocked in every thread so that main can wait for them.
+sigset_t awaitedSignals()
 {
     sigset_t signals;
     sigemptyset(&signals);
-    sigaddset(&signals, SIGTERM);
-    sigaddset(&signals, SIGINT);
+    for (const int number : {SIGTERM, SIGINT, SIGHUP})
+        sigaddset(&signals, number);
     return signals;
 }
 
-/// Waits for a signal to stop; the next one ends the process at once.
-void waitForStop()
+/// Waits for a signal to stop; the next one ends the process at once. Meanwhile has the server read
+/// its files again at a SIGHUP, and when the password file has changed.
+void waitForStop(HttpServer& server, const std::filesystem::path& users)
 {
-    const sigset_t signals = stopSignals();
-    int signal = 0;
-    sigwait(&signals, &signal);
+    const sigset_t signals = awaitedSignals();
+    const timespec second{1, 0};
+    auto known = timeWritten(users);
+    for (int signal = 0; signal != SIGTERM && signal != SIGINT;) {
+        signal = sigtimedwait(&signals, nullptr, &second);
+        const auto now = timeWritten(users);
+        if (now == std::exchange(known, now) && signal != SIGHUP) continue;
+        try {
+            server.reload();
+            log("users, certificate and key have been read again");
+        } catch (const std::exception& error) {
+            log(std::string("warning: ") + error.what() +
+                "; what was read before stays in service");
+        }
+    }
+    std::signal(SIGHUP, SIG_IGN);
     pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+}
+
+/// What clients find the object manager and its namespaces by, in MOF.
+std::string describeObjectManager(const Repository& repository, const std::string& host)
+{
+    const auto text = [](const char* property, const std::string& value) {
+        return std::string(property) + " = \"" + value + "\"; ";
+    };
+    const std::string name = "QBXObjectManager", managerClass = "CIM_ObjectManager";
+    const std::string system =
+        text("SystemCreationClassName", "CIM_ComputerSystem") + text("SystemName", host);
+    std::string mof = "instance of CIM_ObjectManager { " + system +
+                      text("CreationClassName", managerClass) + text("Name", name) +
+                      text("ElementName", name) + text("Version", QBX_VERSION) +
+                      text("Description", name + " on " + host + ", version " QBX_VERSION) +
+                      "Started = TRUE; OperationalStatus = {2}; StatusDescriptions = {\"OK\"}; };";
+    for (const CIMNamespaceName& nameSpace : repository.namespaces()) {
+        mof += "instance of CIM_Namespace { " + system +
+               text("ObjectManagerCreationClassName", managerClass) +
+               text("ObjectManagerName", name) + text("CreationClassName", "CIM_Namespace") +
+               text("Name", toUtf8(nameSpace.getString())) + "};";
+    }
+    return mof;
 }
 
 void compileSchema(const ServerOptions& options, Repository& repository)
@@ -68,6 +104,8 @@ void compileSchema(const ServerOptions& options, Repository& repository)
     compile(interopNamespace, options.interopMof);
     for (const SchemaFile& schema : options.schema)
         compile(String(schema.nameSpace.c_str()), schema.file);
+    compileMofText(repository, interopNamespace,
+                   describeObjectManager(repository, options.http.hostName), "object manager");
 }
 
 /// Where a client finds the server: scheme, address, port and the first namespace.
@@ -86,7 +124,7 @@ void warnOfExposure(const ServerOptions& options)
 {
     const std::string& address = options.http.address;
     if (address == "localhost" || address == "::1" || address.compare(0, 4, "127.") == 0) return;
-    if (options.users.empty())
+    if (options.http.users.empty())
         log("warning: --no-auth with --listen " + address + ": every host may use the server");
     if (options.http.certificateFile.empty()) {
         log("warning: --listen " + address +
@@ -105,24 +143,22 @@ void warnOfOpenFile(const std::string& file)
 /// Serves until a signal comes.
 void serve(ServerOptions options)
 {
-    std::optional<PasswordFile> users;
-    if (!options.users.empty()) users.emplace(options.users);
+    const sigset_t signals = awaitedSignals();
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     Repository repository;
     compileSchema(options, repository);
-    const String host(options.http.hostName.c_str());
-    describeObjectManager(repository, host);
-    Broker broker(repository, {host, options.providerFolders, log});
+    Broker broker(repository, {options.http.hostName.c_str(), options.providerFolders, log});
     ObjectManager::current = &broker;
     options.http.log = log;
-    HttpServer server(
-        options.http, users ? &*users : nullptr,
-        [&broker](const CimRequest& request) { return answerCimRequest(broker, request); });
+    const auto server = startHttpServer(options.http, [&broker](const CimRequest& request) {
+        return answerCimRequest(broker, request);
+    });
     warnOfExposure(options);
-    warnOfOpenFile(options.users);
+    warnOfOpenFile(options.http.users);
     warnOfOpenFile(options.http.keyFile);
-    std::cout << "ready: " + url(options, server.port()) + "\n" << std::flush;
-    waitForStop();
-    server.stop();
+    std::cout << "ready: " + url(options, server->port()) + "\n" << std::flush;
+    waitForStop(*server, options.http.users);
+    server->stop();
     ObjectManager::current = nullptr;
 }
 
@@ -150,8 +186,6 @@ std::string readPassword()
 
 int main(int argc, char** argv)
 {
-    const sigset_t signals = stopSignals();
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);  // a log at the limit to the size of files
     try {
@@ -164,10 +198,10 @@ int main(int argc, char** argv)
         }
         return 0;
     } catch (const UsageError& error) {
-        complain(error.what());
+        std::cerr << std::string("qbx-cimserver: ") + error.what() + "\n";
         return 2;
     } catch (...) {
-        complain(toUtf8(currentError().getMessage()));
+        std::cerr << "qbx-cimserver: " + toUtf8(currentError().getMessage()) + "\n";
         return 1;
     }
 }

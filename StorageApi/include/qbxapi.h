@@ -150,7 +150,8 @@ typedef struct api_sensor_t
     uint16_t position;   /* place in the cage */
     char name[32];       /* what is measured, e.g. "Inlet temperature" */
     uint8_t state;       /* raw state code */
-    uint8_t type;        /* unit of the reading, one letter: 'C' degrees Celsius, 'V' volts */
+    uint8_t type;        /* unit of the reading, one letter: 'C' degrees Celsius, 'V' volts,
+                          * 'A' amperes, 'W' watts, 'R' revolutions per minute */
     uint16_t reading;    /* present value, in that unit */
     uint16_t limit_low;  /* lowest value that is still normal */
     uint16_t limit_high; /* highest value that is still normal */

@@ -240,6 +240,45 @@ static void readUsers(const JsonValue& list, std::vector<User>& users)
     }
 }
 
+static void readFaults(const JsonValue& list, FaultPlan& plan)
+{
+    for (const JsonValue& value : list.elements()) {
+        JsonObject entry(value);
+        std::string operation;
+        unsigned call = 0, delay = 0;
+        int code = 0;
+        entry.need("operation", operation);
+        if (!canFail(operation))
+            entry.find("operation")
+                ->fail("'" + operation + "' is no function of qbxapi.h that can fail");
+        entry.read("call", call, "delay", delay, "code", code);
+        Fault fault{std::nullopt, true, std::chrono::milliseconds(delay)};
+        if (entry.find("code")) fault = {code, false, fault.delay};
+        if (fault.doesWork && delay == 0) value.fail("neither 'code' nor 'delay' is given");
+        entry.done();
+        if (!plan.set(operation, call, fault)) value.fail("these calls have a fault already");
+    }
+}
+
+/// Warns of elements that have the same name: who looks for it finds the first one only.
+static void warnOfTwins(const std::optional<JsonValue>& list, const char* field,
+                        std::vector<std::string>& warnings)
+{
+    if (!list) return;
+    std::map<std::string, JsonValue> seen;
+    for (const JsonValue& value : list->elements()) {
+        JsonObject element(value);
+        const std::optional<JsonValue> name = element.find(field);
+        if (!name || element.flag("isAbsent")) continue;
+        std::string text;
+        name->read(text);
+        const auto [first, isNew] = seen.emplace(text, *name);
+        if (!isNew)
+            warnings.push_back(name->placed("'" + text + "' is given twice, first in line " +
+                                            first->second.line()));
+    }
+}
+
 static void decode(JsonObject& file, Array& array)
 {
     std::string schema;  // for editors only
@@ -257,6 +296,10 @@ static void decode(JsonObject& file, Array& array)
     if (const auto users = file.find("users")) readUsers(*users, array.users);
     if (const auto keys = file.find("privilegeKeys"))
         readKeys(*keys, array.privilegeKeys.emplace());
+    if (const auto faults = file.find("faults")) readFaults(*faults, array.faults);
+    for (const char* const list : {"cages", "magazines", "fcals"})
+        warnOfTwins(file.find(list), "deviceID", array.warnings);
+    warnOfTwins(file.find("cagesPS"), "name", array.warnings);
 }
 
 static void decode(JsonObject& file, Firmware& firmware)

@@ -1,6 +1,8 @@
 // The file that describes an array, as records of the Storage-system API.
 #pragma once
 
+#include "CallMonitor.h"
+
 #include <qbxapi.h>
 
 #include <chrono>
@@ -39,6 +41,8 @@ struct Array
     std::vector<User> users;
     /// Every key that a user can hold. Absent: any key is one.
     std::optional<std::vector<std::string>> privilegeKeys;
+    FaultPlan faults;
+    std::vector<std::string> warnings;  // of what is likely a mistake, each with its place
 };
 
 /// A firmware file: a version, and the cage types that it is for.

@@ -1,15 +1,29 @@
 #include "CallMonitor.h"
 
+#include <dlfcn.h>
+
 namespace qbxsim
 {
 
-std::optional<Fault> CallMonitor::begin(const std::string& operation)
+std::optional<Fault> FaultPlan::next(const std::string& operation)
 {
-    const std::lock_guard lock(mutex_);
     auto fault = faults_.find({operation, ++counts_[operation]});
     if (fault == faults_.end()) fault = faults_.find({operation, 0});
     if (fault == faults_.end()) return std::nullopt;
     return fault->second;
+}
+
+bool canFail(const std::string& operation)
+{
+    static void* const api = dlopen("libqbxapi.so", RTLD_NOW | RTLD_NOLOAD);
+    const bool hasResult = operation == "cim_sem_wait" || operation.rfind("api_", 0) == 0;
+    return hasResult && dlsym(api, operation.c_str()) != nullptr;
+}
+
+std::optional<Fault> CallMonitor::begin(const std::string& operation)
+{
+    const std::lock_guard lock(mutex_);
+    return plan_.next(operation);
 }
 
 void CallMonitor::end(const std::string& text)
@@ -27,7 +41,7 @@ bool CallMonitor::isRecording() const
 void CallMonitor::setFault(const std::string& operation, unsigned call, const Fault& fault)
 {
     const std::lock_guard lock(mutex_);
-    faults_[{operation, call}] = fault;
+    plan_.set(operation, call, fault);
 }
 
 void CallMonitor::record(bool on)
@@ -47,8 +61,7 @@ void CallMonitor::reset()
 {
     record(false);
     const std::lock_guard lock(mutex_);
-    counts_.clear();
-    faults_.clear();
+    plan_ = {};
 }
 
 }  // namespace qbxsim

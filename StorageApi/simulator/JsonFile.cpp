@@ -203,7 +203,11 @@ JsonValue::Document::Document(std::string file, std::string text)
     const auto follow = [&](int depth, Json::parse_event_t event, const Json& parsed) {
         if (depth > 64) fail(outline.offset(), "nested too deep");
         const bool isNew = outline.follow(event, parsed, offsets_);
-        if (!isNew) fail(outline.offset(), outline.here() + ": given twice");
+        if (!isNew) {
+            const std::string key = outline.here();
+            fail(outline.offset(),
+                 key + ": given twice, first in line " + lineOf(offsets_.at(key)));
+        }
         return true;
     };
     try {
@@ -218,15 +222,24 @@ JsonValue::Document::Document(std::string file, std::string text)
 
 void JsonValue::Document::fail(std::size_t offset, const std::string& what) const
 {
+    throw FileError(file_ + ':' + lineOf(offset) + ": " + what);
+}
+
+std::string JsonValue::Document::lineOf(std::size_t offset) const
+{
     const auto end = text_.begin() + static_cast<std::ptrdiff_t>(offset);
-    const auto line = 1 + std::count(text_.begin(), end, '\n');
-    throw FileError(file_ + ':' + std::to_string(line) + ": " + what);
+    return std::to_string(1 + std::count(text_.begin(), end, '\n'));
 }
 
 void JsonValue::fail(const std::string& what) const
 {
+    throw FileError(placed(what));
+}
+
+std::string JsonValue::placed(const std::string& what) const
+{
     const std::string field = pointer_.empty() ? "/" : pointer_;
-    document_->fail(document_->offsets_.at(pointer_), field + ": " + what);
+    return document_->file_ + ':' + line() + ": " + field + ": " + what;
 }
 
 void JsonValue::read(bool& target) const
@@ -282,7 +295,7 @@ std::int32_t JsonValue::code(const std::type_info& type) const
         if (*json_ == code.name) return code.value;
         known.push_back(code.name);
     }
-    fail("expected a number or one of " + joined(known));
+    fail("expected a number" + (known.empty() ? "" : " or one of " + joined(known)));
 }
 
 std::vector<JsonValue> JsonValue::elements(std::size_t max) const

@@ -46,6 +46,8 @@ public:
     /// that cannot be read is tried again each time; the reason is thrown once, as
     /// std::system_error.
     std::optional<std::string> readIfChanged();
+    /// True when the last call found that the file cannot be read.
+    bool isUnreadable() const { return static_cast<bool>(failure_); }
 
 private:
     using Stamp =
@@ -84,6 +86,7 @@ public:
     private:
         friend class JsonValue;
         [[noreturn]] void fail(std::size_t offset, const std::string& what) const;
+        std::string lineOf(std::size_t offset) const;
 
         std::string file_;
         std::string text_;
@@ -93,6 +96,10 @@ public:
 
     /// Throws FileError for this value.
     [[noreturn]] void fail(const std::string& what) const;
+    /// The text of a fault, or warning, with the place of this value.
+    std::string placed(const std::string& what) const;
+    /// The number of the line in which the value stands.
+    std::string line() const { return document_->lineOf(document_->offsets_.at(pointer_)); }
 
     // Reading: each throws FileError when the value is of another kind or out of the target's
     // range.
@@ -100,6 +107,7 @@ public:
     void read(bool& target) const;
     void read(double& target) const;
     void read(std::string& target) const;
+    void read(std::int32_t& target) const { target = code(typeid(target)); }
 
     /// Text as the field of a record: NUL-padded, without terminator when it fills the field.
     template <std::size_t N>

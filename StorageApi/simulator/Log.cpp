@@ -57,13 +57,15 @@ std::string prefix(int level)
 {
     timespec now = {};
     clock_gettime(CLOCK_REALTIME, &now);
-    tm utc = {};
-    gmtime_r(&now.tv_sec, &utc);
+    tm local = {};
+    localtime_r(&now.tv_sec, &local);
     char time[32] = {};
-    std::strftime(time, sizeof time, "%Y-%m-%dT%H:%M:%S", &utc);
+    std::strftime(time, sizeof time, "%Y-%m-%dT%H:%M:%S", &local);
+    char zone[8] = {};
+    std::strftime(zone, sizeof zone, "%z", &local);  // +0100
     char text[80] = {};
-    std::snprintf(text, sizeof text, "%s.%06ldZ %d [%d] ", time, now.tv_nsec / 1000, level,
-                  static_cast<int>(gettid()));
+    std::snprintf(text, sizeof text, "%s.%03ld%.3s:%s %d [%d] ", time, now.tv_nsec / 1000000, zone,
+                  zone + 3, level, static_cast<int>(gettid()));
     return text;
 }
 

@@ -10,11 +10,11 @@ namespace qbxsim
 enum LogLevel
 {
     LogFailure = 2,
-    LogRejected = 3,
-    LogTrace = 4
+    LogNotice = 3,
+    LogRejected = 3
 };
 
-/// Writes one line with time (UTC), level, thread and the message to the file QBX_LOG_FILE, or to
+/// Writes one line with local time, level, thread and the message to the file QBX_LOG_FILE, or to
 /// standard error. Messages above QBX_LOG_LEVEL (default 3) are left out. Trailing newlines of the
 /// message end the line; newlines and control characters inside are written as escapes, so that one
 /// message is always one line.

@@ -3,10 +3,12 @@
 #include "Log.h"
 #include "qbxapi_sim.h"
 
+#include <dlfcn.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdlib>
+#include <filesystem>
 #include <system_error>
 #include <utility>
 
@@ -25,9 +27,14 @@ std::string environment(const char* name, const std::string& otherwise)
     return value != nullptr && *value != '\0' ? value : otherwise;
 }
 
+/// The one that was installed with this library, else the one of the source tree.
 std::string sampleArray()
 {
-    return access(QBX_SAMPLE_ARRAY, R_OK) == 0 ? QBX_SAMPLE_ARRAY : QBX_INSTALLED_SAMPLE_ARRAY;
+    Dl_info library = {};
+    dladdr(QBX_SAMPLE_ARRAY, &library);
+    const auto folder = std::filesystem::path(library.dli_fname).parent_path();
+    const auto installed = (folder / QBX_INSTALLED_SAMPLE_ARRAY).lexically_normal().string();
+    return access(installed.c_str(), R_OK) == 0 ? installed : QBX_SAMPLE_ARRAY;
 }
 
 bool matches(const std::vector<std::string>& keys, const std::string& key)
@@ -113,6 +120,7 @@ void Simulator::use(const std::string& path)
 {
     file_ = WatchedFile(path);
     statePath_ = environment("QBX_ARRAY_STATE", path + ".state");
+    isBad_ = false;
     array_.reset();
     snapshot_.reset();
     lights_.clear();
@@ -121,12 +129,19 @@ void Simulator::use(const std::string& path)
 void Simulator::load(const std::string& path)
 {
     use(path);
+    reloadIfChanged();
     current();
 }
 
 void Simulator::reset()
 {
     use(environment("QBX_ARRAY_FILE", sampleArray()));
+}
+
+std::optional<Fault> Simulator::begin(const std::string& operation)
+{
+    reloadIfChanged();
+    return array_ ? array_->faults.next(operation) : std::nullopt;
 }
 
 bool Simulator::mayOpen(const std::string& user)
@@ -273,14 +288,27 @@ void Simulator::setCageLocation(const std::string& name, const std::string& loca
 
 void Simulator::reloadIfChanged()
 {
+    const bool wasLost = isBad_ || file_.isUnreadable();
+    const char* const again = array_ ? " again" : " now";
     try {
         const std::optional<std::string> text = file_.readIfChanged();
-        if (!text) return;
-        auto array = parse<Array>(file_.path(), *text);
-        restoreLocations(array);
-        lights_.clear();
-        array_ = std::move(array);
-        writeLog(LogTrace, "simulated array: serving " + file_.path());
+        if (text) {
+            isBad_ = true;  // until all of it is understood
+            auto array = parse<Array>(file_.path(), *text);
+            for (const std::string& warning : array.warnings)
+                writeLog(LogNotice, "simulated array: warning: " + warning);
+            restoreLocations(array);
+            lights_.clear();
+            array_ = std::move(array);
+            isBad_ = false;
+        }
+        const bool isBack = wasLost && !isBad_ && !file_.isUnreadable();
+        if (!text && !isBack) return;
+        const std::size_t faults = array_->faults.size();
+        writeLog(isBack ? LogFailure : LogNotice,
+                 "simulated array, no hardware: " + file_.path() + " is in service" +
+                     (isBack ? again : "") +
+                     (faults == 0 ? "" : ", with faults on demand: " + std::to_string(faults)));
     } catch (const std::runtime_error& error) {
         const char* const consequence = array_ ? "the array read before stays in service"
                                                : "no array is in service until it is mended";
@@ -291,7 +319,6 @@ void Simulator::reloadIfChanged()
 
 Array& Simulator::current()
 {
-    reloadIfChanged();
     if (!array_) throw Refusal(QBXSIM_NO_ARRAY, "no array file is in service");
     for (const auto& [name, light] : lights_)
         if (light.until <= Clock::now()) light.turn(false);

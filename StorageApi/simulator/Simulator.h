@@ -28,10 +28,9 @@ struct Refusal : std::runtime_error
 /// The firmware in a file of at most 64 KiB. Throws Refusal for a file that is none.
 Firmware readFirmware(const std::string& fileName);
 
-/// For one thread at a time. Every operation looks first whether the array file has changed, and
-/// throws Refusal when no usable file has been read yet. A changed file replaces everything that
-/// actions have changed, except locations: those hold until the file gives the cage another
-/// location.
+/// For one thread at a time. Every operation throws Refusal when no usable file has been read yet.
+/// A changed file replaces everything that actions have changed, except locations: those hold until
+/// the file gives the cage another location.
 class Simulator
 {
 public:
@@ -42,6 +41,10 @@ public:
     void load(const std::string& path);
     /// Starts anew, as after construction.
     void reset();
+
+    /// Begins an operation: looks whether the array file has changed, and tells what that wants to
+    /// happen to this call.
+    std::optional<Fault> begin(const std::string& operation);
 
     bool mayOpen(const std::string& user);
     api_cimuser_authorization_e authorize(const std::string& user, const std::string& key);
@@ -87,6 +90,7 @@ private:
     State readState() const;
 
     WatchedFile file_{""};
+    bool isBad_ = false;  // what the file says cannot be served
     std::string statePath_;
     std::optional<Array> array_;
     std::map<std::string, Light> lights_;  // those that go off, or have gone

@@ -7,8 +7,6 @@
 #include "Simulator.h"
 #include "qbxapi_sim.h"
 
-#include <dlfcn.h>
-
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
@@ -131,7 +129,16 @@ int resultOf(const char* operation, const Work& work)
     }
 }
 
-/// One call of the API: counted, failed as a test wants it, and put on record with the arguments,
+/// What a test, or else the array file, wants to happen to a call.
+std::optional<Fault> beginCall(const char* operation)
+{
+    const std::optional<Fault> wanted = monitor().begin(operation);
+    std::optional<Fault> given;
+    resultOf(operation, [&] { given = simulator()->begin(operation); });
+    return wanted ? wanted : given;
+}
+
+/// One call of the API: counted, failed as somebody wants it, and put on record with the arguments,
 /// of which none may be null.
 template <class Work, class... Arguments>
 int call(const char* operation, const Work& work, const Arguments&... arguments) noexcept
@@ -140,10 +147,11 @@ int call(const char* operation, const Work& work, const Arguments&... arguments)
         (refuseNull(arguments), ...);
         return work();
     };
-    const std::optional<Fault> fault = monitor().begin(operation);
+    const std::optional<Fault> fault = beginCall(operation);
+    if (fault) std::this_thread::sleep_for(fault->delay);
     int result = 0;
-    if (!fault || fault->afterWork) result = resultOf(operation, checkedWork);
-    if (fault) result = fault->code;
+    if (!fault || fault->doesWork) result = resultOf(operation, checkedWork);
+    if (fault) result = fault->code.value_or(result);
     if (monitor().isRecording())
         monitor().end(callText(operation, arguments...) + " = " + std::to_string(result));
     return result;
@@ -186,11 +194,10 @@ std::string formatted(const char* format, va_list arguments)
     return {text, static_cast<std::size_t>(length)};
 }
 
-/// Refuses what this library has no function of.
+/// Refuses what is no function of this library, or none that can fail.
 int setFault(const char* operation, unsigned number, const Fault& fault)
 {
-    static void* const api = dlopen("libqbxapi.so", RTLD_NOW | RTLD_NOLOAD);
-    if (operation == nullptr || dlsym(api, operation) == nullptr) return QBXSIM_BAD_ARGUMENT;
+    if (operation == nullptr || !canFail(operation)) return QBXSIM_BAD_ARGUMENT;
     monitor().setFault(operation, number, fault);
     return 0;
 }
@@ -384,12 +391,12 @@ int api_locateFCALPort(const char* cageName, uint16_t port, uint16_t seconds)
 
 int qbxsim_failCall(const char* operation, unsigned number, int code)
 {
-    return setFault(operation, number, {code, false});
+    return setFault(operation, number, {code, false, {}});
 }
 
 int qbxsim_failAfterCall(const char* operation, unsigned number, int code)
 {
-    return setFault(operation, number, {code, true});
+    return setFault(operation, number, {code, true, {}});
 }
 
 void qbxsim_recordCalls(int on)

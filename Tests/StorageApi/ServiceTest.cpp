@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <ctime>
 #include <future>
 #include <regex>
 #include <thread>
@@ -20,6 +21,15 @@ protected:
     {
         array_["cages"] = {{{"deviceID", name}, {"type", 0}}};
         serve();
+    }
+
+    /// The log, without time, thread, file name and who says it.
+    std::string said() const
+    {
+        const std::regex head(
+            R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}[+-]\d\d:\d\d (\d) \[\d+\] )"),
+            frame("simulated array[:,] |" + path("array.json") + ":? ?");
+        return std::regex_replace(std::regex_replace(read("log"), head, "$1 "), frame, "");
     }
 
     static std::string firstCage() { return cages().at(0).deviceID; }
@@ -48,9 +58,35 @@ TEST_F(ServiceTest, AChangedFileShowsAtTheNextQueryAndABadOneIsToldOnce)
     serveCage("d");
     withLimit(RLIMIT_NOFILE, 0, [] { EXPECT_EQ(firstCage() + firstCage(), "bb"); });
     EXPECT_EQ(firstCage(), "d") << "the file is as it was when it could not be read";
-    const std::string log = read("log");
-    EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 4) << log;
-    EXPECT_NE(log.find("(the array read before stays in service)"), std::string::npos) << log;
+    const std::string good = "3 no hardware: is in service\n",
+                      again = "2 no hardware: is in service ",
+                      stays = " (the array read before stays in service)\n";
+    EXPECT_EQ(said(), "2 No such file or directory (no array is in service until it is mended)\n" +
+                          again + "now\n" + good + "2 No such file or directory" + stays +
+                          "2 1: /: field 'storageArray' is missing" + stays + again + "again\n" +
+                          good + "2 Too many open files" + stays + again + "again\n");
+}
+
+TEST_F(ServiceTest, FaultsOfTheFileHitTheirCallsFromTheMomentItIsServed)
+{
+    array_["faults"] = Json::parse(R"([{"operation": "api_locateMagazine", "call": 2, "code": -7},
+        {"operation": "cim_sem_wait", "code": 5}, {"operation": "cim_sem_wait", "call": 2, "delay": 1},
+        {"operation": "api_locateMagazine", "call": 1, "delay": 300}])");
+    for (const char* const address : {"1", "2"}) {
+        array_["nodeIPaddress"] = address;
+        serve();
+        const auto start = std::chrono::steady_clock::now();
+        EXPECT_EQ(cim_sem_wait(), 5);
+        EXPECT_EQ(api_locateMagazine("dc2", 1, 60), 0);
+        EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(300));
+        EXPECT_EQ(api_locateMagazine("dc2", 1, 0), -7);
+        EXPECT_EQ(records(api_getMagazines_Cached, &api_MagazineList_t::mags)[0].locateON, 1);
+        EXPECT_EQ(api_locateMagazine("dc2", 1, 0), 0);
+        qbxsim_failCall("cim_sem_wait", 2, 9);
+        EXPECT_EQ(cim_sem_wait(), *address == '1' ? 9 : 0) << "the header's faults come first";
+    }
+    cim_sem_post();
+    EXPECT_NE(said().find("is in service, with faults on demand: 4\n"), std::string::npos);
 }
 
 TEST_F(ServiceTest, CachedQueriesAnswerFromTheCacheUntilItsTimeIsOver)
@@ -146,6 +182,8 @@ TEST_F(ServiceTest, TheLogHasOneLineAMessageUpToItsLevel)
     const std::string big(100000, 'x');
     for (const char* const level : {"4", "much", "2"}) {
         setenv("QBX_LOG_LEVEL", level, 1);
+        setenv("TZ", "IST-5:30", 1);
+        tzset();
         qbxsim_reset();
         log_message(4, "-->%s\n", level);
         log_message(3, "%5d|%-4s|%c\n\n", 42, "a\nb", 'z');
@@ -154,10 +192,10 @@ TEST_F(ServiceTest, TheLogHasOneLineAMessageUpToItsLevel)
     std::signal(SIGXFSZ, SIG_IGN);
     withLimit(RLIMIT_FSIZE, 0, [] { log_message(2, "no room"); });
     log_message(2, "%s", big.c_str());
-    const std::regex head(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{6}Z (\d) \[\d+\] )");
     const std::string odd = "2 %s\\x1B[2J \t\\x7F K\xC3\xA4 \xFF\n", number = "3    42|a\\nb |z\n";
-    EXPECT_EQ(std::regex_replace(read("log"), head, "$1 "),
-              "4 -->4\n" + number + odd + number + odd + odd + "2 " + big + '\n');
+    unsetenv("TZ");
+    EXPECT_EQ(read("log").substr(23, 10), "+05:30 4 [");
+    EXPECT_EQ(said(), "4 -->4\n" + number + odd + number + odd + odd + "2 " + big + '\n');
 }
 
 }  // namespace

@@ -27,12 +27,12 @@ def server():
 
 @contextlib.contextmanager
 def started(*options, stop=signal.SIGTERM, log=None):
-    """The program while it serves; yields its ready line and its port. It must end well."""
+    """The program while it serves; yields its ready line, port and process. It must end well."""
     command = [server(), "--port", "0", PROBE, *options]
     with subprocess.Popen(command, stdout=subprocess.PIPE, stderr=log, text=True) as process:
         try:
             ready = process.stdout.readline()
-            yield ready, int(re.search(r":(\d+)/", ready)[1])
+            yield ready, int(re.search(r":(\d+)/", ready)[1]), process
         finally:
             process.send_signal(stop)
     if process.returncode:

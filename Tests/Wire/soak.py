@@ -1,7 +1,6 @@
 """Many clients ask a server for minutes while its array changes: what `./qbx soak` runs."""
 
 import argparse
-import base64
 import collections
 import concurrent.futures
 import contextlib
@@ -14,11 +13,10 @@ import re
 import sys
 import threading
 import time
-import urllib.parse
 
 import run
 from arrayfile import Array
-from questions import questions
+from questions import fields, questions
 from server import Server
 
 LOGINS = ("admin", "admin", "operator", "viewer", "guest", "blocked")
@@ -39,14 +37,7 @@ class Soak:
         if is_damaged:
             place = random.randrange(len(body))
             body = body[:place] + random.choice(("", "<", "\x01", "ä" + body[place:]))
-        fields = {
-            "Content-Type": "application/xml",
-            "CIMOperation": "MethodCall",
-            "CIMMethod": method,
-            "CIMObject": urllib.parse.quote(target, safe=""),
-            "Authorization": "Basic " + base64.b64encode(f"{user}:{user}".encode()).decode(),
-        }
-        connection.request("POST", "/cimom", body.encode(), fields)
+        connection.request("POST", "/cimom", body.encode(), fields(method, target, user))
         reply = connection.getresponse()
         told = reply.read().decode()
         error = re.search(r'<ERROR CODE="(\d+)" DESCRIPTION="([^"]*)"', told)

@@ -1,12 +1,11 @@
 """Exchanges recorded at a CIM server of the field, most with one fault or oddity in the request,
 replayed against ours. Ours has to answer alike; where it does not, deviations.json says why."""
 
-import http.client
 import io
 import json
-import unittest
 
 import run
+from questions import Reply
 from raw import DATA, connected, recorded, started
 
 # By exchange: status, CIMError, PGErrorDetail (null: any), something in the body.
@@ -15,23 +14,10 @@ DEVIATIONS = {
     for group in json.loads((DATA / "deviations.json").read_text())
     for name, ours in group["ours"].items()
 }
-COMPARED = ("CIMError", "CIMOperation", "Content-Type", "WWW-Authenticate", "PGErrorDetail")
 INCOMPLETE = {"partial_then_wait", "clen_long", "garbage_bin"}  # nobody answers until time is up
 
 
-class Reply:
-    """The next reply of a stream."""
-
-    def __init__(self, stream):
-        self.line = stream.readline().decode().strip()
-        fields = http.client.parse_headers(stream)
-        self.fields = {name: fields.get(name, "-") for name in COMPARED}
-        self.body = stream.read(int(fields.get("Content-Length", 0))).decode()
-        if " 100 " in self.line:
-            self.__init__(stream)
-
-
-class Exchanges(unittest.TestCase):
+class Exchanges(run.OwnTest):
     maxDiff = None
 
     def compare(self, name, reply, recorded):
@@ -51,7 +37,7 @@ class Exchanges(unittest.TestCase):
             self.assertEqual(reply.body, recorded.body)
 
     def replay(self, names, *options):
-        with started("--host-name=vm", *options) as (_, port):
+        with started("--host-name=vm", *options) as (_, port, _):
             for name in sorted(names):
                 said, told = recorded(name)
                 recording = io.BytesIO(told)

@@ -10,20 +10,28 @@ import signal
 import socket
 import ssl
 import subprocess
+import sys
 import tempfile
-import unittest
+import time
 
 import run
 from raw import DATA, PROBE, answer, connected, recorded, server, started
 
 
-class Program(unittest.TestCase):
+class Program(run.OwnTest):
     def setUp(self):
+        super().setUp()
         self.folder = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
 
     def file(self, name, content):
         (self.folder / name).write_text(content)
         return self.folder / name
+
+    def wait_for(self, condition):
+        end = time.monotonic() + 30
+        while not condition():
+            self.assertLess(time.monotonic(), end)
+            time.sleep(0.1)
 
     def users(self, *lines):
         """The option for a password file with these lines."""
@@ -45,11 +53,11 @@ class Program(unittest.TestCase):
             (f"{serve} --users x", 2, "--users excludes --no-auth"),
             (f"{serve} --cert x", 2, "--cert and --key go together"),
             (f"{serve} --cert /none --key /none", 1, "cannot read the certificate file /none: No"),
-            (f"{serve} --cert {bad} --key {bad}", 1, f"check that {bad} and {bad} are a PEM cert"),
+            (f"{serve} --cert {bad} --key {bad}", 1, f"{bad} and {bad} are no PEM certificate"),
             (f"{serve} --host-name a_b?", 2, '--host-name "a_b?" is no host name'),
             (f"{serve} --schema root/t", 2, "--schema root/t: expected NAMESPACE=FILE"),
             (f"{serve} --schema a+b=x", 2, '"a+b" is no namespace name'),
-            (f"{serve} --schema r/t=/none.mof", 2, "--schema r/t=/none.mof: no such file"),
+            (f"{serve} --schema r/t=/none.mof", 1, "cannot read the MOF file /none.mof: No such"),
             (f"{serve} --schema root/u={bad}", 1, "bad.mof:1:"),
             (f"{serve} --interop-mof /none", 2, "--interop-mof: File does not exist: /none"),
             (f"{serve} --provider-dir /none", 2, "--provider-dir: Directory does not exist: /none"),
@@ -70,9 +78,16 @@ class Program(unittest.TestCase):
                 self.assertEqual((done.returncode, done.stdout), (status, ""))
                 self.assertRegex(done.stderr, f"^qbx-cimserver: .*{re.escape(text)}.*\n$")
 
+    def test_the_manual_has_every_option(self):
+        told = subprocess.run([server(), "--help"], capture_output=True, text=True, check=True)
+        manual = pathlib.Path(__file__).parents[2] / "Docs" / "qbx-cimserver.1"
+        texts = told.stdout, manual.read_text().replace("\\-", "-")
+        named, described = ({*re.findall(r"(?<!-)--[a-z][a-z-]+", text)} for text in texts)
+        self.assertEqual(named, described)
+
     def test_serves_until_it_is_told(self):
         for stop in (signal.SIGTERM, signal.SIGINT):
-            with started("--no-auth", stop=stop) as (ready, port):
+            with started("--no-auth", stop=stop) as (ready, port, _):
                 self.assertEqual(ready, f"ready: http://127.0.0.1:{port}/root/qbx\n")
 
     def test_users(self):
@@ -83,7 +98,7 @@ class Program(unittest.TestCase):
         log = self.enterContext((self.folder / "log").open("w+"))
         empty, chunked = b"Content-Length: 0\r\n\r\n", b"Transfer-Encoding: chunked\r\n\r\n"
         much = 3 * (b"fff\r\n%b\r\n" % (4095 * b"x"))
-        with started(*users.split(), "--max-body", "20000", log=log) as (_, port):
+        with started(*users.split(), "--max-body", "20000", log=log) as (_, port, _):
 
             def told(login, body=empty, source="127.0.0.1"):
                 said = b"POST / HTTP/1.1\r\nConnection: close\r\nAuthorization: Basic %b\r\n%b"
@@ -100,23 +115,62 @@ class Program(unittest.TestCase):
             self.assertIn(b"PGErrorDetail: The%20user%20name%20is%20not%20UTF-8.", told(b"\xff:a"))
             self.assertIn(b" 401 ", told(b"eva:a", chunked + much + b"0\r\n\r\n"))
             self.assertEqual(told(b"eva:a", chunked + much + much + b"0\r\n\r\n"), b"")  # cut off
-        log.seek(0)
-        self.assertRegex(log.read(), f"warning: {users.split()[1]} can be read or written by others")
+            self.assertIn(b" 401 ", told(b"e\nva \xc3\xa4" + 80 * b"x" + b":a"))
+            file = pathlib.Path(users.split()[1])
+            good, text = file.read_text(), pathlib.Path(log.name).read_text
+            for change, known, said in (
+                (good + "bad", b"eva", f'warning: {file}:5: expected "user:hash"; what was read'),
+                (good.replace("eva", "bob"), b"bob", "users, certificate and key have been read"),
+            ):
+                file.write_text(change)
+                self.wait_for(lambda: said in text())
+                self.assertIn(b" 400 ", told(known + b":a:b \xc3\xa4"))
+            self.assertIn(b" 401 ", told(b"eva:a:b \xc3\xa4"))
+            said = text()
+            self.assertIn(f"warning: {file} can be read or written by others", said)
+            self.assertIn(f"from 127.0.0.1: user e%0Ava%20%C3%A4{57 * 'x'}\n", said)
+            stamp = r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}[+-]\d\d:\d\d 2 \[\d+\] \S.*\n"
+            self.assertRegex(said, f"^(?:{stamp})+$")
         reader, writer = os.pipe()
         os.set_blocking(writer, False)
         os.write(writer, bytes(1 << 20))  # as much as there is room for
         said = b"POST / HTTP/1.1\r\nConnection: close\r\nAuthorization: Basic ZXZhOmE=\r\n" + empty
-        with started(*users.split(), log=writer) as (_, port):
+        with started(*users.split(), log=writer) as (_, port, _):
             self.assertIn(b" 401 ", answer(port, said))
             self.assertEqual(os.read(reader, 1 << 20).count(b"wrong"), 0)
             self.assertIn(b" 401 ", answer(port, said))
         os.close(writer)
         self.assertEqual(os.read(reader, 1 << 20).count(b"wrong user"), 1)
 
+    def test_serve(self):
+        """What ./qbx serve runs hands on its options, and what it is told."""
+        serve = pathlib.Path(__file__).parents[2] / "Demo" / "serve.py"
+        serve = [sys.executable, serve, "--build", os.environ["QBX_BUILD"], "--port=0"]
+        serve += [f"--state={self.folder}"]
+        for options, text in (
+            ("--listen=0.0.0.0", "everybody knows the sample's passwords: give --users FILE"),
+            ("--users=x --no-auth", "error: argument --no-auth: not allowed with argument --users"),
+            ("--users=x --cert=x", "qbx-cimserver: --cert and --key go together"),
+        ):
+            command = [*serve, *options.split()]
+            done = subprocess.run(command, capture_output=True, text=True, timeout=60)
+            if re.search("Sanitizer|ASan|TLS block", done.stderr):
+                self.skipTest("Python cannot load a library that is built with a sanitizer")
+            self.assertIn(text, done.stderr)
+        with subprocess.Popen([*serve, "--no-auth"], stdout=-1, stderr=-2, text=True) as process:
+            said = (line for line in process.stdout if "simulated array" not in line)
+            ready = next(said, "")
+            process.send_signal(signal.SIGHUP)
+            told = next(said, "")
+            process.terminate()
+        self.assertRegex(ready, "^ready: wbemcli ein 'http://127.0.0.1:[0-9]+/root/qbx:QBX_Drive")
+        self.assertIn("have been read again", told)
+        self.assertEqual(process.returncode, 0)
+
     def test_stops_while_bytes_wait_that_are_no_request(self):
         """The HTTP library must not meet them in its stop: it crashed."""
         for _ in range(20):
-            with contextlib.ExitStack() as clients, started("--no-auth") as (_, port):
+            with contextlib.ExitStack() as clients, started("--no-auth") as (_, port, _):
                 for _ in range(8):
                     clients.enter_context(connected(port, recorded("clen_zero")[0]))
 
@@ -128,7 +182,7 @@ class Program(unittest.TestCase):
         trust = ssl.create_default_context(cafile=certificate)
         options = ("--no-auth", "--timeout", "1", "--cert", certificate, "--key", key)
         log = self.enterContext((self.folder / "log").open("w+"))
-        with started(*options, log=log) as (ready, port):
+        with started(*options, log=log) as (ready, port, process):
             self.assertEqual(ready, f"ready: https://127.0.0.1:{port}/root/qbx\n")
             with connected(port) as plain:
                 with trust.wrap_socket(plain, server_hostname="localhost") as client:
@@ -145,6 +199,14 @@ class Program(unittest.TestCase):
                     client = f"openssl s_client -connect 127.0.0.1:{port} {offer}".split()
                     done = subprocess.run(client, stdin=-3, stdout=-3, stderr=-3)
                     self.assertEqual(done.returncode, status, offer)
+            self.enterContext(connected(port))  # that began before
+            # Both files are new; then the key alone is, which is no use.
+            for making, said in ((make, "have been read again"), (make[:-2], "are no PEM")):
+                subprocess.run(making, check=True, capture_output=True)
+                process.send_signal(signal.SIGHUP)
+                self.wait_for(lambda: said in pathlib.Path(log.name).read_text())
+                renewed = ssl.get_server_certificate(("127.0.0.1", port))
+                self.assertEqual(renewed, certificate.read_text())
         log.seek(0)
         self.assertIn("TLS from 127.0.0.1 ended in its handshake", log.read())
 

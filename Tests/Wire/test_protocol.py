@@ -7,7 +7,6 @@ import pathlib
 import re
 import socket
 import time
-import unittest
 
 import run
 from raw import answer, connected, recorded, rest, started
@@ -24,11 +23,11 @@ def request(size=0):
     return HEAD + b"\r\nConnection: close\r\nContent-Length: %d\r\n\r\n%b" % (len(body), body)
 
 
-class Protocol(unittest.TestCase):
+class Protocol(run.OwnTest):
     def test_too_much(self):
         large = b"PGErrorDetail: The%20request%20body%20is%20larger%20than%202000%20bytes."
         chunked = HEAD + b"\r\nTransfer-Encoding: chunked\r\n\r\n"
-        with started("--no-auth", "--max-header", "8192", "--max-body", "2000") as (_, port):
+        with started("--no-auth", "--max-header", "8192", "--max-body", "2000") as (_, port, _):
             for said, status, told in (
                 (request(2000), b"200", b"<INSTANCENAME"),
                 (request(2001), b"413", large),
@@ -47,7 +46,7 @@ class Protocol(unittest.TestCase):
         """What could be read in two ways is refused, and what follows it is no request."""
         line, kept = HEAD.split(b"\r\n", 1)
         values = {"n": len(BODY), "size": f"{len(BODY):x}", "body": BODY.decode("latin-1")}
-        with started("--no-auth") as (_, port):
+        with started("--no-auth") as (_, port, _):
             for status, text, fields, body in json.loads(ROWS.read_text()):
                 with self.subTest(fields=fields, body=body):
                     fields = "\r\n".join(["", *fields, "Connection: close", ""]).format(**values)
@@ -63,7 +62,7 @@ class Protocol(unittest.TestCase):
             ("--max-connections", "122", (1, 0, 2)),
             ("--max-connections-per-address", "111", (0, 1, 2)),
         ):
-            with self.subTest(limit), started("--no-auth", limit, "3") as (_, port):
+            with self.subTest(limit), started("--no-auth", limit, "3") as (_, port, _):
                 with contextlib.ExitStack() as clients:
                     begin = lambda *said: clients.enter_context(connected(port, *said))
                     quiet = [begin(b"", f"127.0.0.{source}") for source in sources]
@@ -79,7 +78,7 @@ class Protocol(unittest.TestCase):
 
     def test_clients_that_dawdle_are_ended(self):
         """Those that say nothing or not all, and those that send a byte now and then."""
-        with contextlib.ExitStack() as clients, started("--no-auth", "--timeout", "1") as (_, port):
+        with contextlib.ExitStack() as clients, started("--no-auth", "--timeout", "1") as (_, port, _):
             quiet = [
                 clients.enter_context(connected(port, said))
                 for said in [b"", HEAD, request()[:-1]] * 20
@@ -97,7 +96,7 @@ class Protocol(unittest.TestCase):
 
     def test_who_ends_sending(self):
         """Gets the reply to a whole request, and the end of the connection to a part."""
-        with started("--no-auth") as (_, port):
+        with started("--no-auth") as (_, port, _):
             for said, told in ((request(), b"200"), (HEAD, b""), (request()[:-1], b"")):
                 with self.subTest(said), connected(port, said) as connection:
                     connection.shutdown(socket.SHUT_WR)

@@ -1,7 +1,5 @@
 """The module through wbemcli."""
 
-from concurrent import futures
-
 import battery
 import run
 from clients import Wbemcli
@@ -24,18 +22,10 @@ class Particular(battery.WireTest):
         self.assertRefused("INVALID_PARAMETER", text, self.client.set, cage.path, "Location", sent)
         self.assertShows(cage)
 
-    def test_many_at_once_get_the_same(self):
-        card = self.first("QBX_CageInterfaceCardDC1Family").path
-        for asked in (("ei", "CIM_ManagedElement"), ("ai", card)):  # ai: the provider asks further
-            with self.subTest(asked), futures.ThreadPoolExecutor(24) as pool:
-                answers = list(pool.map(lambda _: self.client.run(*asked), range(48)))
-                self.assertTrue(answers[0])
-                self.assertEqual(answers, 48 * answers[:1])
-
 
 def load_tests(loader, _tests, _pattern):
     return battery.suite(loader, Wbemcli, Particular)
 
 
 if __name__ == "__main__":
-    run.main(needs_wbemcli=True)
+    run.main(needs="wbemcli")

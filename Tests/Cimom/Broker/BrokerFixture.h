@@ -3,7 +3,6 @@
 
 #include "../Cases.h"
 #include "Broker/Broker.h"
-#include "Broker/Interop.h"
 #include "Mof/MofCompiler.h"
 #include "ScriptedProvider.h"
 

@@ -55,7 +55,7 @@ TEST(HttpServer, OperationsRunSideBySideForAsLongAsTheyWantAndStopLetsThemFinish
     HttpOptions options;
     options.port = 0;
     options.connections.timeout = 1s;
-    HttpServer server(options, nullptr, [&](const CimRequest&) {
+    const auto server = startHttpServer(options, [&](const CimRequest&) {
         const unsigned number = ++arrived;
         if (number == clients) all.set_value();
         EXPECT_EQ(met.wait_for(20s), std::future_status::ready);
@@ -65,10 +65,10 @@ TEST(HttpServer, OperationsRunSideBySideForAsLongAsTheyWantAndStopLetsThemFinish
     std::vector<std::future<std::string>> answers;
     for (unsigned i = 0; i < clients; ++i)
         answers.push_back(
-            std::async(std::launch::async, answer, server.port(), request + request, 0ms));
+            std::async(std::launch::async, answer, server->port(), request + request, 0ms));
     met.wait();
     std::this_thread::sleep_for(1500ms);  // more than the time for a request
-    server.stop();
+    server->stop();
     unsigned refused = 0;
     for (auto& each : answers) {
         const std::string both = each.get(), down = "PGErrorDetail: The%20server%20is%20shutting";
@@ -76,9 +76,9 @@ TEST(HttpServer, OperationsRunSideBySideForAsLongAsTheyWantAndStopLetsThemFinish
         refused += both.find(down) != std::string::npos;
     }
     EXPECT_GE(refused, clients - 1);  // the last reply may be the last thing that the server does
-    EXPECT_EQ(answer(server.port(), request), "");
+    EXPECT_EQ(answer(server->port(), request), "");
     EXPECT_EQ(arrived, clients);
-    server.stop();
+    server->stop();
 }
 
 TEST(HttpServer, ReadersMustTakeTheirReplyInTime)
@@ -87,11 +87,11 @@ TEST(HttpServer, ReadersMustTakeTheirReplyInTime)
     options.port = 0;
     options.connections.timeout = 1s;
     options.connections.slowestReader = 16 << 20;  // bytes a second, and the size of the reply
-    HttpServer server(options, nullptr, [](const CimRequest&) {
+    const auto server = startHttpServer(options, [](const CimRequest&) {
         return CimReply{200, "", "", std::string(16 << 20, 'x')};
     });
-    EXPECT_GT(answer(server.port(), request).size(), 16U << 20);
-    EXPECT_LT(answer(server.port(), request, 10ms).size(), 16U << 20);  // in 5 s or more
+    EXPECT_GT(answer(server->port(), request).size(), 16U << 20);
+    EXPECT_LT(answer(server->port(), request, 10ms).size(), 16U << 20);  // in 5 s or more
 }
 
 TEST(HttpServer, LogsWhatFailedAndHowOften)
@@ -100,11 +100,10 @@ TEST(HttpServer, LogsWhatFailedAndHowOften)
     HttpOptions options;
     options.port = 0;
     options.log = [&](const std::string& line) { log += line + "\n"; };
-    auto server =
-        std::make_unique<HttpServer>(options, nullptr, [&](const CimRequest&) -> CimReply {
-            if (log.empty()) throw Pegasus::Exception("no \xC3\xA4");
-            throw std::runtime_error("no disk");
-        });
+    auto server = startHttpServer(options, [&](const CimRequest&) -> CimReply {
+        if (log.empty()) throw Pegasus::Exception("no \xC3\xA4");
+        throw std::runtime_error("no disk");
+    });
     for (unsigned i = 0; i < 8; ++i)
         EXPECT_EQ(answer(server->port(), request).substr(0, 13), "HTTP/1.1 500 ");
     server.reset();

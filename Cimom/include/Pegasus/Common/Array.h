@@ -1,7 +1,7 @@
 // Arrays of the library's types.
 #pragma once
 
-#include <Pegasus/Common/CopyOnWrite.h>
+#include <Pegasus/Common/Counted.h>
 #include <Pegasus/Common/String.h>
 
 #include <functional>
@@ -30,26 +30,26 @@ public:
     Array(Uint32 size) : Array(size, T()) {}
     Array(Uint32 size, const T& x)
     {
-        if (size > 0) _items.write().assign(size, Item{x});
+        if (size > 0) write().assign(size, Item{x});
     }
     Array(const T* items, Uint32 size) { append(items, size); }
 
-    void clear() { _items.reset(); }
-    Uint32 size() const { return _items.get() ? Uint32(_items.get()->size()) : 0; }
+    void clear() { _node.reset(); }
+    Uint32 size() const { return _node.get() ? Uint32(_node->items.size()) : 0; }
     /// Valid until the array changes.
     const T* getData() const
     {
-        return _items.get() ? reinterpret_cast<const T*>(_items.get()->data()) : nullptr;
+        return _node.get() ? reinterpret_cast<const T*>(_node->items.data()) : nullptr;
     }
     T& operator[](Uint32 index)
     {
         if (index >= size()) detail::throwOutOfBounds();
-        return _items.write()[index].value;
+        return write()[index].value;
     }
     const T& operator[](Uint32 index) const
     {
         if (index >= size()) detail::throwOutOfBounds();
-        return (*_items.get())[index].value;
+        return _node->items[index].value;
     }
 
     // What is appended may be elements of this array: it is copied before anything changes.
@@ -58,7 +58,7 @@ public:
         const T* const data = getData();
         const bool isOwn = std::less_equal<>()(data, &x) && std::less<>()(&x, data + size());
         if (isOwn) return append(T(x));
-        std::vector<Item>& items = _items.write();
+        std::vector<Item>& items = write();
         if (items.capacity() == 0) items.reserve(4);
         items.push_back(reinterpret_cast<const Item&>(x));
     }
@@ -66,7 +66,7 @@ public:
     {
         const auto* const first = reinterpret_cast<const Item*>(x);
         const std::vector<Item> items(first, first + size);
-        if (size > 0) _items.write().insert(_items.get()->end(), items.begin(), items.end());
+        if (size > 0) write().insert(_node->items.end(), items.begin(), items.end());
     }
     void appendArray(const Array& x)
     {
@@ -80,7 +80,20 @@ private:
     {
         T value;
     };
-    detail::CopyOnWrite<std::vector<Item>> _items;
+    struct Node
+    {
+        std::vector<Item> items;
+        std::atomic<unsigned> references{1};
+    };
+
+    /// The items for writing, which copies do not share any more.
+    std::vector<Item>& write()
+    {
+        if (!_node.isOnly()) _node.reset(_node.get() ? new Node{_node->items} : new Node());
+        return _node->items;
+    }
+
+    detail::Counted<Node> _node;  // null when it is empty
 };
 
 }  // namespace Pegasus

@@ -32,21 +32,21 @@ public:
     CIMKeyBinding(const CIMName& name, const CIMValue& value);
 
     const CIMName& getName() const { return _name; }
-    const String& getValue() const { return _value; }
+    const String& getValue() const;
     Type getType() const { return _type; }
     /// Of a reference that is a key of a path: what its value reads as. Null otherwise.
-    const CIMObjectPath* reference() const { return _reference.get(); }
+    const CIMObjectPath* reference() const;
 
 private:
     friend class CIMObjectPath;
     friend class ObjectPathReader;
-    static CIMKeyBinding ofReference(const CIMName& name,
-                                     const std::shared_ptr<const CIMObjectPath>& reference);
+    struct Reference;
+    static CIMKeyBinding ofReference(const CIMName& name, const CIMObjectPath& reference);
 
     CIMName _name;
     String _value;
     Type _type = STRING;
-    std::shared_ptr<const CIMObjectPath> _reference;
+    std::shared_ptr<const Reference> _reference;  // then the value is its text
 };
 
 /// Same name without case, same kind, same value: numbers by value, booleans without case,

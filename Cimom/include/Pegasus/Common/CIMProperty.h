@@ -2,13 +2,7 @@
 #pragma once
 
 #include <Pegasus/Common/CIMHandle.h>
-#include <Pegasus/Common/CIMName.h>
-#include <Pegasus/Common/CIMValue.h>
-
-namespace cimom
-{
-struct Property;
-}
+#include <Pegasus/Common/Elements.h>
 
 namespace Pegasus
 {
@@ -26,15 +20,15 @@ class PropertyHandle : public Handle<Property>
 public:
     using Handle<Property>::Handle;
 
-    const CIMName& getName() const;
-    const CIMValue& getValue() const;
-    CIMType getType() const;
-    Boolean isArray() const;
+    const CIMName& getName() const { return this->object().name; }
+    const CIMValue& getValue() const { return this->object().value; }
+    CIMType getType() const { return getValue().getType(); }
+    Boolean isArray() const { return getValue().isArray(); }
     /// The declared size of a fixed-size array, else 0.
-    Uint32 getArraySize() const;
-    const CIMName& getReferenceClassName() const;
-    const CIMName& getClassOrigin() const;
-    Boolean getPropagated() const;
+    Uint32 getArraySize() const { return this->object().arraySize; }
+    const CIMName& getReferenceClassName() const { return this->object().referenceClassName; }
+    const CIMName& getClassOrigin() const { return this->object().classOrigin; }
+    Boolean getPropagated() const { return this->object().propagated; }
     /// Same name, value, reference class, origin, propagation and qualifiers; the array size does
     /// not count.
     Boolean identical(const CIMConstProperty& x) const;
@@ -69,5 +63,17 @@ public:
     CIMConstProperty() = default;
     CIMConstProperty(const CIMProperty& x) : PropertyHandle(x.shared()) {}
 };
+
+template <class Property>
+Boolean detail::PropertyHandle<Property>::identical(const CIMConstProperty& x) const
+{
+    return cimom::identical(this->object(), x.object());
+}
+
+template <class Property>
+CIMProperty detail::PropertyHandle<Property>::clone() const
+{
+    return CIMProperty(cimom::clone(this->object()));
+}
 
 }  // namespace Pegasus

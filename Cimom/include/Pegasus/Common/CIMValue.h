@@ -63,8 +63,9 @@ public:
     PEGASUS_CIM_TYPES(PEGASUS_CIM_VALUE_OF)
 #undef PEGASUS_CIM_VALUE_OF
 
-private:
     struct Content;
+
+private:
     template <class T>
     void hold(const T& x);
     template <class T>

@@ -1,0 +1,143 @@
+"""The command line of qbx-enclosure."""
+
+import argparse
+import json
+import os
+import re
+import sys
+
+from . import actions, metrics, report, show
+from .connection import Client, Trouble
+from .judgement import judge
+from .model import read, read_words
+
+TIMEOUTS = {"upgrade": 1800}  # seconds; 30 for any other command
+COMMANDS = ("tree", "health", "locate", "loop", "upgrade", "relocate", "metrics", "report")
+UNSENDABLE = re.compile("[\0-\x08\x0b\x0c\x0e-\x1f\ud800-\udfff\ufffe\uffff]")  # in XML
+
+
+def number(low: int, high: int):
+    """A type for options: a whole number from `low` to `high`."""
+
+    def whole(text: str) -> int:
+        if not re.fullmatch("[0-9]{1,9}", text) or not low <= int(text) <= high:
+            raise argparse.ArgumentTypeError(f"{text!r} is no whole number from {low} to {high}")
+        return int(text)
+
+    return whole
+
+
+def codes(text: str) -> set[int]:
+    return {number(0, 65535)(each) for each in text.split(",")}
+
+
+def parser() -> argparse.ArgumentParser:
+    common = argparse.ArgumentParser(add_help=False)
+    of_common = common.add_argument
+    of_common("--namespace", default="root/qbx", metavar="NAME", help="the module's (root/qbx)")
+    of_common("--timeout", type=number(1, 86400), metavar="SECONDS",
+              help="how long to wait for an answer (30; upgrade: 1800)")
+    of_common("--ca", metavar="FILE", help="PEM file of who vouches for the server")
+    of_common("--no-verify", action="store_true", help="take any certificate")
+    of_common("--well", type=codes, default={1}, metavar="CODES",
+              help="the array's state codes that mean well, such as 1,7 (1)")
+    top = argparse.ArgumentParser(
+        prog="qbx-enclosure",
+        usage="qbx-enclosure [URL] [COMMAND] [OPTION...]",
+        description="Shows and operates the drive cages of an array through the CIM server at URL: "
+        "http(s)://[USER[:PASSWORD]@]HOST[:PORT], or what QBX_URL says, or this machine. "
+        "QBX_PASSWORD can hold the password; else it is asked for. Without COMMAND: tree.",
+        epilog="qbx-enclosure COMMAND --help tells the options. "
+        "Exit status: 0 well or done, 1 needs attention or not done, 2 no answer.",
+    )
+    commands = top.add_subparsers(dest="command", metavar="COMMAND", prog="qbx-enclosure [URL]")
+
+    def command(name: str, text: str, *arguments: str, asks: bool = False, chooses: bool = False):
+        added = commands.add_parser(name, help=text, description=text, parents=[common])
+        for each in arguments:
+            added.add_argument(each, metavar=each.upper())
+        if asks:
+            added.add_argument("--yes", action="store_true", help="do not ask before it is done")
+        if chooses:
+            added.add_argument("--cage", metavar="NAME", help="this cage only")
+            added.add_argument("--problems", action="store_true", help="only what needs attention")
+        return added.add_argument
+
+    command("tree", "show everything, and what needs attention", chooses=True)
+    option = command("health", "check: one line a problem, exit status 0 when there is none")
+    option("--cage", metavar="NAME", help="this cage only, with its sensors' readings")
+    option("--json", action="store_true", help="for machines")
+    option = command("locate", "light the locator of a cage, a magazine or a card's port", "name")
+    option("--seconds", type=number(0, 65535), default=60, metavar="N", help="how long (60)")
+    option("--port", type=number(0, 65535), metavar="N", help="the port of a card")
+    option = command("loop", "put a magazine on its loops or take it off", "magazine", asks=True)
+    option("state", choices=("on", "off"))
+    option("--loop", choices=("A", "B"), help="this loop only (both)")
+    option = command("upgrade", "load a firmware file, which the array reads, into a cage", "cage",
+                     "file", asks=True)
+    option("--port", choices=("A", "B"), default="A", help="through this port (A)")
+    command("relocate", "say where a cage is", "cage", "location")
+    option = command("metrics", "serve metrics for Prometheus until it is stopped")
+    option("--listen", default="127.0.0.1", metavar="ADDRESS", help="(127.0.0.1)")
+    option("--port", type=number(1, 65535), default=9988, metavar="N", help="(9988)")
+    option("--interval", type=number(1, 86400), default=60, metavar="SECONDS",
+           help="between two polls of the server (60)")
+    option("--once", action="store_true", help="print them and end")
+    command("report", "write a page for a browser", "file", chooses=True)
+    return top
+
+
+def arguments(words: list[str]) -> argparse.Namespace:
+    """The command line. The URL can stand anywhere in it, options also before the command."""
+    options = parser()
+    for unsendable in filter(None, map(UNSENDABLE.search, words)):
+        options.error(f"{ascii(unsendable.string)}: U+{ord(unsendable[0]):04X} cannot be sent")
+    url = next((each for each in words if re.match("[A-Za-z]+://", each)), None)
+    rest = [each for each in words if each != url]
+    command = next((each for each in rest if each in COMMANDS), None)
+    if command:
+        rest.remove(command)
+    elif not {"-h", "--help"} & set(rest):
+        command = "tree"
+    given = options.parse_args(([command] if command else []) + rest)
+    given.url = url or os.environ.get("QBX_URL", "http://localhost:5988")
+    given.timeout = given.timeout or TIMEOUTS.get(given.command, 30)
+    return given
+
+
+def run(given: argparse.Namespace) -> int:
+    """Does what the command line says; returns the exit status."""
+    client = Client(given.url, given.namespace, given.timeout, given.ca, not given.no_verify)
+    if given.command in actions.ACTIONS:
+        print(actions.ACTIONS[given.command](client, given))
+        return 0
+    if given.command == "metrics":
+        return metrics.serve(client, given)
+    enclosure = judge(read(client, read_words(client, given.well)))
+    if given.command == "health":
+        return show.health(enclosure.narrowed(given.cage, False), bool(given.cage), given.json)
+    shown = enclosure.narrowed(given.cage, given.problems)
+    if given.command == "report":
+        return report.write(given.file, client.url, enclosure, shown)
+    return show.tree(enclosure, shown, given.problems)
+
+
+def main() -> int:
+    """Runs the command line; returns the exit status."""
+    for stream in (sys.stdout, sys.stderr):
+        stream.reconfigure(errors="backslashreplace")
+    given = arguments(sys.argv[1:])
+    try:
+        return run(given)
+    except Trouble as error:
+        told = f"qbx-enclosure: {error}"
+        if getattr(given, "json", False):
+            told = json.dumps({"status": "no answer", "reason": str(error)}, ensure_ascii=False)
+        # Who runs a check reads its standard output.
+        print(told, file=sys.stdout if given.command == "health" else sys.stderr)
+        return error.status
+    except BrokenPipeError:  # "| head"
+        os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
+        return 0
+    except (KeyboardInterrupt, EOFError):  # EOFError: no password was typed
+        return 130

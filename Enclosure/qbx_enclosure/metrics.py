@@ -1,0 +1,105 @@
+"""Metrics for Prometheus. One poll of the server serves all scrapes until the next."""
+
+import argparse
+import sys
+import time
+from collections.abc import Iterator
+
+from prometheus_client import CollectorRegistry, generate_latest, start_http_server
+from prometheus_client.core import GaugeMetricFamily
+
+from .connection import Client, Trouble
+from .judgement import NAMES, STATES, judge
+from .model import Enclosure, Words, read, read_words
+
+METRICS = NAMES["metrics"]  # name: [text, labels]
+
+
+def samples(enclosure: Enclosure) -> Iterator[tuple]:
+    """(name, value, labels...) of all that an enclosure's metrics say; None: no such value."""
+    for kind, count in enclosure.counts().items():
+        yield "qbx_elements", count, kind
+    yield "qbx_problems", sum(bool(each.problems) for each in enclosure.outside), ""
+    for cage in enclosure.cages:
+        known = (cage.label, cage.get("Location", ""), cage.word("CageType"))
+        yield "qbx_cage_info", 1, cage.tag, *known, cage.get("FirmwareVersion", "")
+        yield "qbx_problems", sum(bool(each.problems) for each in cage.everything()), cage.tag
+        for status in cage.get("OperationalStatus", [])[:1]:
+            yield "qbx_cage_operational_status", status, cage.tag
+        yield "qbx_cage_loop_split", cage.get("LoopSplit"), cage.tag
+        yield "qbx_cage_temperature_celsius", cage.get("TempSensorValue"), cage.tag
+    for each in enclosure.everything():
+        holder = each.cage.tag if each.cage else ""
+        for name, words in STATES[each.kind].items():
+            for which, value, _ in each.entries(name):
+                yield "qbx_state_code", value, holder, each.kind, each.tag, f"{words}{which}"
+        if each.kind == "sensor":
+            labels = (holder, each.label, each.tag, each.get("BaseUnit", ""))
+            yield "qbx_sensor_reading", each.get("CurrentReading"), *labels
+            for name, limit in zip(("low", "high"), each.limits() or ()):
+                yield f"qbx_sensor_{name}_limit", limit, *labels
+        else:
+            yield "qbx_locator_on", each.is_located(), holder, each.kind, each.tag
+
+
+class Collector:
+    """Holds what the last successful poll found, and gives it to every scrape."""
+
+    def __init__(self, client: Client, well: set[int]):
+        self.client = client
+        self.well = well
+        self.words: Words | None = None
+        self.found: tuple[float, Enclosure] | None = None  # when, what
+        self.problem = ""
+
+    def poll(self) -> None:
+        """Asks the server. A failure is told once, and leaves what was found before."""
+        said = self.problem
+        try:
+            self.words = self.words or read_words(self.client, self.well)
+            enclosure = judge(read(self.client, self.words))
+            self.found, self.problem = (time.monotonic(), enclosure), ""
+        except Trouble as error:
+            self.problem = str(error)
+        if self.problem not in ("", said):
+            print(f"qbx-enclosure: {self.problem}", file=sys.stderr, flush=True)
+
+    def samples(self) -> Iterator[tuple]:
+        yield "qbx_up", not self.problem
+        if self.found:
+            when, enclosure = self.found
+            yield "qbx_poll_age_seconds", time.monotonic() - when
+            yield from samples(enclosure)
+
+    def collect(self) -> list[GaugeMetricFamily]:
+        """What prometheus_client asks for at each scrape. Two sensors can have all labels in
+        common: then the first counts."""
+        families = {
+            name: GaugeMetricFamily(name, text, labels=labels)
+            for name, (text, labels) in METRICS.items()
+        }
+        seen = set()
+        for name, value, *labels in self.samples():
+            if value is not None and (name, *labels) not in seen:
+                seen.add((name, *labels))
+                families[name].add_metric(labels, value)
+        return [family for family in families.values() if family.samples]
+
+
+def serve(client: Client, given: argparse.Namespace) -> int:
+    """Serves the metrics until the program is stopped, or prints them once."""
+    collector = Collector(client, given.well)
+    registry = CollectorRegistry()
+    registry.register(collector)
+    collector.poll()
+    if given.once:
+        print(generate_latest(registry).decode(), end="")
+        return 2 if collector.problem else 0
+    try:
+        start_http_server(given.port, given.listen, registry)
+    except OSError as error:
+        raise Trouble(f"cannot listen on {given.listen}:{given.port}: {error.strerror}") from error
+    print(f"ready: http://{given.listen}:{given.port}/metrics", flush=True)
+    while True:
+        time.sleep(given.interval)
+        collector.poll()

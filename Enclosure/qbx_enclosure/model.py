@@ -1,0 +1,239 @@
+"""What an array's enclosure consists of, read from the CIM server with one request a class."""
+
+import dataclasses
+import functools
+import re
+
+import pywbem
+
+from .connection import Client, Trouble, clean
+
+CLASSES = {
+    "cage": "QBX_DriveCage",
+    "magazine": "QBX_Magazine",
+    "card": "QBX_CageInterfaceCard",
+    "sensor": "QBX_CageSensor",
+}
+# What is in a cage, by kind: association, role of the cage, role of the part.
+HOLDING = {
+    "magazine": ("QBX_MagazineInDriveCage", "GroupComponent", "PartComponent"),
+    "card": ("QBX_InterfaceCardInDriveCage", "GroupComponent", "PartComponent"),
+    "sensor": ("QBX_SensorInDriveCage", "Dependent", "Antecedent"),
+}
+LIGHT = re.compile(r"LED$|Link[RT]X$")
+UNITS = {"C": "°C", "R": "rpm"}  # other letters are the unit's own
+WHOLE = {"DeepInheritance": True, "LocalOnly": False}
+
+
+class Words:
+    """The words that the server's schema has for the values of properties."""
+
+    def __init__(self, classes: dict[str, list[pywbem.CIMClass]], well: set[int]):
+        self.well = well  # codes by which the array says that something is as it should be
+        self.maps: dict[tuple[str, str], list[tuple[str, str]]] = {}
+        for kind, found in classes.items():
+            for name, declared in [item for each in found for item in each.properties.items()]:
+                numbers, words = map(declared.qualifiers.get, ("ValueMap", "Values"))
+                if numbers and words:
+                    self.maps[kind, name] = list(zip(numbers.value, words.value))
+
+    def of(self, kind: str, name: str, value: int) -> str:
+        """The word for a value; "unknown (N)" or "state N" when the schema has none."""
+        entries = self.maps.get((kind, "SystemLED" if LIGHT.search(name) else name))
+        if entries is None:
+            return "well" if value in self.well else f"state {value}"
+        for number, word in entries:
+            if number == str(value):
+                return clean(word)
+        for number, word in entries:  # ranges: "N..M", and ".." for all the rest
+            low, dots, high = number.partition("..")
+            if dots and (int(low or "0", 0) <= value <= int(high or "65535", 0)):
+                return f"{clean(word)} ({value})"
+        return f"unknown ({value})"
+
+
+@dataclasses.dataclass(eq=False)
+class Element:
+    """A cage, magazine, card or sensor: its properties, and what is to be said about it."""
+
+    kind: str
+    path: pywbem.CIMInstanceName
+    values: dict
+    words: Words
+    problems: list[str] = dataclasses.field(default_factory=list)
+    notes: list[str] = dataclasses.field(default_factory=list)
+    cage: "Element | None" = None  # the cage that holds it; a cage's own is itself
+    parts: list["Element"] = dataclasses.field(default_factory=list)  # by position
+
+    def __post_init__(self):
+        """Sets tag (what identifies it), label (what people call it), name (both), order."""
+        names = ("Tag", "ElementName")
+        if self.kind == "sensor":
+            names = ("DeviceID", "OtherSensorTypeDescription")
+        self.tag, self.label = (self.get(each, "") for each in names)
+        both = f"{self.tag} ({self.label})" if self.label not in ("", self.tag) else self.tag
+        self.name = self.label if self.kind == "sensor" and self.label else both
+        self.cage = self if self.kind == "cage" else None
+        self.order = (self.get("Position", 0), self.tag)
+
+    def get(self, name: str, default=None):
+        """The value of a property, as Python's own; `default` when it is null or missing."""
+        value = self.values.get(name.lower())
+        return default if value is None else value
+
+    def entries(self, name: str) -> list[tuple[str, int, str]]:
+        """(" index", value, word) of a property's values; the index only of those of an array."""
+        value = self.get(name, [])
+        listed = enumerate(value) if isinstance(value, list) else [("", value)]
+        word = functools.partial(self.words.of, self.kind, name)
+        return [(f" {at}".rstrip(), each, word(each)) for at, each in listed]
+
+    def word(self, name: str) -> str:
+        """The word for the value, or for an array's first; empty when there is none."""
+        return next((word for _, _, word in self.entries(name)), "")
+
+    def said(self, words: str, name: str) -> str:
+        """A property's value behind these words; empty when there is none."""
+        return f"{words} {self.get(name)}" if self.get(name) else ""
+
+    @property
+    def where(self) -> str:
+        """The cage and its location, for whoever has to go there."""
+        cage = self.cage
+        return f"{cage.name} {cage.said('at', 'Location')}".strip() if cage else "in no cage"
+
+    def of(self, kind: str) -> list["Element"]:
+        """The parts of a kind, by position."""
+        return [part for part in self.parts if part.kind == kind]
+
+    def everything(self) -> list["Element"]:
+        """The cage, and its parts in their order."""
+        return [self, *(part for kind in HOLDING for part in self.of(kind))]
+
+    def loops(self) -> str:
+        """The loops that a card serves: those on which it has ports."""
+        return "".join(each for each in "AB" if any(self.get(f"Loop{each}PortWWNs", [])))
+
+    def is_located(self) -> bool:
+        """True while a locator of it is on."""
+        ports = self.get("LoopALocateON", []) + self.get("LoopBLocateON", [])
+        return any([self.get("LocateON"), *ports])
+
+    def limits(self) -> tuple[int, int] | None:
+        """The lowest and highest good reading; None when the array sets no limits."""
+        low, high = self.get("LowLimit", 0), self.get("HighLimit", 0)
+        return (low, high) if low <= high and high else None
+
+    def with_unit(self, name: str) -> str:
+        """A number of a sensor with its unit."""
+        letter = self.get("BaseUnit", "")
+        return f"{self.get(name, '?')} {UNITS.get(letter, letter)}".strip()
+
+
+@dataclasses.dataclass
+class Enclosure:
+    """All that a server tells of one array."""
+
+    name: str
+    cages: list[Element]
+    outside: list[Element]  # what belongs to no cage that is listed
+
+    def everything(self) -> list[Element]:
+        return [each for cage in self.cages for each in cage.everything()] + self.outside
+
+    def counts(self) -> dict[str, int]:
+        """How many elements of each kind there are."""
+        kinds = [each.kind for each in self.everything()]
+        return {kind: kinds.count(kind) for kind in CLASSES}
+
+    def narrowed(self, name: str | None, problems: bool) -> "Enclosure":
+        """The same with one cage only, or only with the cages that have problems."""
+        cages = [one(self.cages, "cage", name)] if name is not None else self.cages
+        if problems:
+            cages = [cage for cage in cages if any(each.problems for each in cage.everything())]
+        return Enclosure(self.name, cages, self.outside if name is None else [])
+
+
+def matching(elements: list[Element], name: str) -> list[Element]:
+    """The elements with this Tag, or else those with this name."""
+    by_tag = [each for each in elements if each.tag == clean(name)]
+    return by_tag or [each for each in elements if each.label == clean(name)]
+
+
+def one(elements: list[Element], kind: str, name: str) -> Element:
+    """The one of these elements that has this name."""
+    found = matching(elements, name)
+    if len(found) == 1:
+        return found[0]
+    named = [each.tag for each in found or elements]
+    tags = ", ".join(named[:8]) + (f" and {len(named) - 8} more" if len(named) > 8 else "")
+    if found:
+        raise Trouble(f"{clean(name)} names several: {tags}; take one of these")
+    raise Trouble(f"no {kind} {clean(name)}; there is {tags or 'none'}")
+
+
+def plain(value: object) -> object:
+    """A value of a property as Python's own, texts without control characters."""
+    if isinstance(value, list):
+        return [plain(each) for each in value]
+    if isinstance(value, str):
+        return clean(value)
+    return int(value) if isinstance(value, pywbem.CIMInt) else value
+
+
+def reference(path: pywbem.CIMInstanceName) -> tuple:
+    """A path in a form to compare: hosts and the case of names do not count."""
+    keys = sorted((name.lower(), str(value)) for name, value in path.keybindings.items())
+    return (path.classname.lower(), *keys)
+
+
+def elements_of(client: Client, kind: str, words: Words) -> list[Element]:
+    """All elements of a kind, by position."""
+    elements = []
+    for each in client.ask("EnumerateInstances", CLASSES[kind], **WHOLE):
+        values = {name.lower(): plain(value) for name, value in each.items()}
+        elements.append(Element(kind, each.path, values, words))
+    return sorted(elements, key=lambda element: element.order)
+
+
+def read_words(client: Client, well: set[int]) -> Words:
+    """The words of the classes: one request a kind."""
+    classes = {}
+    for kind, name in CLASSES.items():
+        if kind in ("cage", "card"):  # the families have their own properties, and all inherited
+            asked = {"ClassName": name, "IncludeQualifiers": True, **WHOLE}
+            classes[kind] = client.ask("EnumerateClasses", **asked)
+        else:
+            classes[kind] = [client.ask("GetClass", name, LocalOnly=False, IncludeQualifiers=True)]
+    return Words(classes, well)
+
+
+def read(client: Client, words: Words) -> Enclosure:
+    """The whole enclosure: one request a class."""
+    found = {kind: elements_of(client, kind, words) for kind in CLASSES}
+    cages = found["cage"]
+    if not cages:
+        why = "the array's library has failed or is busy, or the array has none"
+        raise Trouble(f"{client.url} lists no drive cage: {why}; look in the log of the module")
+    by_path = {reference(cage.path): cage for cage in cages}
+    by_tag = {cage.tag: cage for cage in cages}
+    outside = []
+    for kind, (association, whole, part) in HOLDING.items():
+        ends = [path.keybindings for path in client.ask("EnumerateInstanceNames", association)]
+        holders = {reference(each[part]): by_path.get(reference(each[whole])) for each in ends}
+        for each in found[kind]:
+            each.cage = holders.get(reference(each.path))
+            if kind == "sensor" and not each.cage:  # of a power supply: in no association
+                each.cage = by_tag.get(each.tag.rpartition("-sensor")[0])
+            (each.cage.parts if each.cage else outside).append(each)
+    return Enclosure(package_name(client), cages, outside)
+
+
+def package_name(client: Client) -> str:
+    """The system package, as people name it."""
+    packages = client.ask("EnumerateInstances", "QBX_SystemPackage", **WHOLE)
+    if not packages:
+        return "system package not listed"
+    named = [packages[0].get(each) for each in ("ElementName", "Tag", "Model", "SerialNumber")]
+    name, tag, model, serial = map(clean, (each or "" for each in named))
+    return ", ".join(filter(None, (name or tag, model, serial and f"serial {serial}")))
