@@ -46,6 +46,7 @@ serve_and_ask() {
     command=$(sed -n '/^ExecStart=/,/[^\\]$/{s/^ExecStart=//;s/\\$//;p}' \
         "$root/usr/lib/systemd/system/qbx-cimserver.service" | tr -d '\n')
     inside install -d -o qbx-cimserver /var/lib/qbx-cimserver
+    : >"$top/said"
     inside setpriv --reuid qbx-cimserver --regid qbx-cimserver --clear-groups --no-new-privs \
         env QBX_ARRAY_STATE=/var/lib/qbx-cimserver/state.json \
         sh -c "exec ${command/\$OPTIONS/--port 0}" >"$top/said" 2>&1 &
