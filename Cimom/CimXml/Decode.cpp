@@ -2,7 +2,7 @@
 
 #include "Model/Names.h"
 #include "Model/Schema.h"
-#include "Model/Types.h"
+#include "Model/ValueText.h"
 
 #include <algorithm>
 #include <initializer_list>

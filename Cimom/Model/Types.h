@@ -1,15 +1,11 @@
-// The C++ types behind the CIM types, and their values read from text.
+// The C++ types behind the CIM types.
 #pragma once
-
-#include "Model/Text.h"
 
 #include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/CIMObject.h>
+#include <Pegasus/Common/CIMTypeTable.h>
 #include <Pegasus/Common/CIMValue.h>
 
-#include <optional>
-#include <string>
-#include <type_traits>
 #include <utility>
 
 namespace cimom
@@ -29,31 +25,6 @@ decltype(auto) visitType(Pegasus::CIMType type, Visitor&& visitor)
 #undef CIMOM_VISIT
     }
     throw TypeMismatchException();
-}
-
-/// The value of type T that the UTF-8 text stands for: TRUE or FALSE in any case, a number as of
-/// readNumber(), one character of 16 bits, or what the type itself reads. Nothing when the text is
-/// none, and for objects and instances.
-template <class T>
-std::optional<T> readValue(const std::string& text)
-{
-    using namespace Pegasus;
-    if constexpr (std::is_same_v<T, Boolean>) {
-        const bool isTrue = equalNoCase(text, "TRUE");
-        if (isTrue || equalNoCase(text, "FALSE")) return isTrue;
-    } else if constexpr (std::is_arithmetic_v<T>) {
-        return readNumber<T>(text);
-    } else if constexpr (std::is_same_v<T, Char16>) {
-        const String characters = toString(text);
-        if (characters.size() == 1) return characters[0];
-    } else if constexpr (!std::is_base_of_v<detail::InstanceHandle, T>) {
-        try {
-            return T(toString(text));
-        } catch (const Exception&) {
-            // Nothing, then.
-        }
-    }
-    return std::nullopt;
 }
 
 }  // namespace cimom

@@ -1,6 +1,6 @@
 #include "Mof/MofValue.h"
 
-#include "Model/Types.h"
+#include "Model/ValueText.h"
 
 #include <limits>
 #include <type_traits>
