@@ -107,8 +107,8 @@ Traversal byAssociation(const Traversal& references)
 
 }  // namespace
 
-Broker::Broker(const Repository& repository, const BrokerOptions& options)
-    : repository_(repository), hostName_(options.hostName), registry_(repository, options)
+Broker::Broker(Repository& repository, const BrokerOptions& options)
+    : repository_(repository), options_(options), registry_(repository, options)
 {
     for (const Ns& nameSpace : repository.namespaces()) {
         for (const CIMName& name : repository.subclassNames(nameSpace, CIMName(), true)) {
@@ -122,14 +122,14 @@ Broker::Broker(const Repository& repository, const BrokerOptions& options)
 
 CIMObjectPath Broker::reference(const Ns& nameSpace, CIMObjectPath path) const
 {
-    path.setHost(hostName_);
+    path.setHost(options_.hostName);
     path.setNameSpace(nameSpace);
     return path;
 }
 
 void Broker::locate(const Ns& nameSpace, CIMObjectPath& path) const
 {
-    if (path.getHost().size() == 0) path.setHost(hostName_);
+    if (path.getHost().size() == 0) path.setHost(options_.hostName);
     if (path.getNameSpace().isNull()) path.setNameSpace(nameSpace);
 }
 
@@ -148,10 +148,12 @@ ProviderObject* Broker::instanceProvider(const Ns& nameSpace, const CIMName& cla
     return registry_.find(nameSpace, className, ProviderKind::Instance);
 }
 
-ProviderObject& Broker::writingProvider(const Ns& nameSpace, const CIMName& className) const
+ProviderObject* Broker::writingProvider(const Ns& nameSpace, const CIMName& className) const
 {
     repository_.requireClass(nameSpace, className, CIM_ERR_INVALID_CLASS);
-    if (ProviderObject* const target = instanceProvider(nameSpace, className)) return *target;
+    ProviderObject* const target = instanceProvider(nameSpace, className);
+    const bool isWritable = options_.writableInstances && !nameSpace.equal(interopNamespace);
+    if (target != nullptr || isWritable) return target;
     throw CIMException(
         CIM_ERR_NOT_SUPPORTED,
         "No provider is registered that could change instances of " + className.getString() + ".");
@@ -199,7 +201,7 @@ Array<CIMInstance> Broker::enumerateInstances(const Ctx& context, const Ns& name
     askEach(names, names.size() > 1, [&](const CIMName& name) {
         ProviderObject* const target = instanceProvider(nameSpace, name);
         const auto ask = [&](auto& provider, const Ctx& ctx, auto& handler) {
-            provider.enumerateInstances(ctx, CIMObjectPath(hostName_, nameSpace, name),
+            provider.enumerateInstances(ctx, CIMObjectPath(options_.hostName, nameSpace, name),
                                         view.includeQualifiers, view.includeClassOrigin,
                                         view.properties, handler);
         };
@@ -231,7 +233,7 @@ Array<CIMObjectPath> Broker::enumerateInstanceNames(const Ctx& context, const Ns
             return;
         }
         const auto ask = [&](auto& provider, const Ctx& ctx, auto& handler) {
-            provider.enumerateInstanceNames(ctx, CIMObjectPath(hostName_, nameSpace, name),
+            provider.enumerateInstanceNames(ctx, CIMObjectPath(options_.hostName, nameSpace, name),
                                             handler);
         };
         Array<CIMObjectPath> found =
@@ -246,32 +248,35 @@ Array<CIMObjectPath> Broker::enumerateInstanceNames(const Ctx& context, const Ns
 CIMObjectPath Broker::createInstance(const Ctx& context, const Ns& nameSpace,
                                      const CIMInstance& instance)
 {
-    ProviderObject& target = writingProvider(nameSpace, instance.getClassName());
+    ProviderObject* const target = writingProvider(nameSpace, instance.getClassName());
+    if (target == nullptr) return repository_.addInstance(nameSpace, instance);
     const auto ask = [&](auto& provider, const Ctx& ctx, auto& handler) {
         provider.createInstance(ctx, reference(nameSpace, instance.getPath()), instance, handler);
     };
-    return localPath(callProvider<CIMInstanceProvider, SinglePathHandler>(context, target, ask));
+    return localPath(callProvider<CIMInstanceProvider, SinglePathHandler>(context, *target, ask));
 }
 
 void Broker::modifyInstance(const Ctx& context, const Ns& nameSpace, const CIMInstance& instance,
                             bool includeQualifiers, const CIMPropertyList& properties)
 {
-    ProviderObject& target = writingProvider(nameSpace, instance.getClassName());
+    ProviderObject* const target = writingProvider(nameSpace, instance.getClassName());
+    if (target == nullptr) return repository_.modifyInstance(nameSpace, instance, properties);
     const InstanceFilter filter({includeQualifiers, false, properties});
     const auto ask = [&](auto& provider, const Ctx& ctx, auto& handler) {
         provider.modifyInstance(ctx, reference(nameSpace, instance.getPath()), instance,
                                 includeQualifiers, filter.view().properties, handler);
     };
-    callProvider<CIMInstanceProvider, EmptyHandler>(context, target, ask);
+    callProvider<CIMInstanceProvider, EmptyHandler>(context, *target, ask);
 }
 
 void Broker::deleteInstance(const Ctx& context, const Ns& nameSpace, const CIMObjectPath& path)
 {
-    ProviderObject& target = writingProvider(nameSpace, path.getClassName());
+    ProviderObject* const target = writingProvider(nameSpace, path.getClassName());
+    if (target == nullptr) return repository_.deleteInstance(nameSpace, path);
     const auto ask = [&](auto& provider, const Ctx& ctx, auto& handler) {
         provider.deleteInstance(ctx, reference(nameSpace, path), handler);
     };
-    callProvider<CIMInstanceProvider, EmptyHandler>(context, target, ask);
+    callProvider<CIMInstanceProvider, EmptyHandler>(context, *target, ask);
 }
 
 CIMValue Broker::getProperty(const Ctx& context, const Ns& nameSpace, const CIMObjectPath& path,

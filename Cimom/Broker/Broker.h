@@ -36,8 +36,9 @@ struct Traversal
 ///
 /// A registration holds for exactly one class. A base class is enumerated with one provider call
 /// for each registered class below it, one after the other in schema order; classes without an
-/// instance provider are served from the repository, which is not changed: writing to one of their
-/// instances is CIM_ERR_NOT_SUPPORTED. Associations are traversed by providers only.
+/// instance provider are served from the repository, and changed in it where the options allow
+/// that; else writing to them is CIM_ERR_NOT_SUPPORTED. Associations are traversed by providers
+/// only.
 ///
 /// What a provider delivers counts once it has called complete(). A provider that returns without
 /// doing so has answered with nothing: an uninitialized instance, an empty path, no results.
@@ -54,7 +55,7 @@ public:
     /// Reads the registration instances and the association classes from the repository, which
     /// must be complete by now and outlive the broker. Throws std::runtime_error, naming the
     /// instance and the property, for a bad registration.
-    Broker(const Repository& repository, const BrokerOptions& options);
+    Broker(Repository& repository, const BrokerOptions& options);
 
     /// For tests and tools: uses this factory instead of a library for the module of that name,
     /// which must be registered. To be called before the first request.
@@ -119,8 +120,8 @@ private:
 
     /// The provider of the class's instances; null when the repository serves them.
     ProviderObject* instanceProvider(const Ns&, const CIMName& className) const;
-    /// The same for operations that the repository does not serve: CIM_ERR_NOT_SUPPORTED.
-    ProviderObject& writingProvider(const Ns&, const CIMName& className) const;
+    /// The same for operations that write: CIM_ERR_NOT_SUPPORTED where the repository may not.
+    ProviderObject* writingProvider(const Ns&, const CIMName& className) const;
     /// Calls `ask(provider, context, source, association, handler)` for the provider of each
     /// association class that the traversal has to ask; those that answer "not supported" count as
     /// empty. Returns all results.
@@ -135,8 +136,8 @@ private:
         std::vector<CIMName> lineage;
     };
 
-    const Repository& repository_;
-    const Pegasus::String hostName_;
+    Repository& repository_;
+    const BrokerOptions options_;
     const Registry registry_;
     std::vector<Association> associations_;
 };

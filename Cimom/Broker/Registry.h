@@ -29,6 +29,8 @@ struct BrokerOptions
     /// Folders searched for lib<Location>.so of a registered module, in order.
     std::vector<std::filesystem::path> providerFolders;
     LogLine log = [](const std::string&) {};
+    /// Whether clients may change static instances, those of the interop namespace excepted.
+    bool writableInstances = false;
 };
 
 /// The registered modules and providers and their routes. Immutable once built.

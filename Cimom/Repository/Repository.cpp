@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <array>
 #include <mutex>
+#include <set>
+#include <shared_mutex>
 #include <tuple>
 #include <unordered_map>
 
@@ -42,11 +44,20 @@ struct ClassEntry
     std::vector<const ClassEntry*> subclasses;
     std::vector<CIMInstance> instances;
 
-    const CIMInstance* find(const CIMObjectPath& path) const
+    auto find(const CIMObjectPath& path)
     {
         const auto same = [&path](const CIMInstance& i) { return i.getPath().identical(path); };
-        const auto found = std::find_if(instances.begin(), instances.end(), same);
-        return found == instances.end() ? nullptr : &*found;
+        return std::find_if(instances.begin(), instances.end(), same);
+    }
+
+    // The stored instance that the path, whatever its host and namespace, names.
+    auto require(const CIMObjectPath& given)
+    {
+        const CIMObjectPath path(String(), CIMNamespaceName(), given.getClassName(),
+                                 given.getKeyBindings());
+        const auto found = find(path);
+        if (found == instances.end()) fail(CIM_ERR_NOT_FOUND, path.toString());
+        return found;
     }
 
     // The view without property list, made at the first request for it.
@@ -81,12 +92,6 @@ bool sameDecl(const QualifierDecl& a, const QualifierDecl& b)
     return all(a) == all(b);
 }
 
-// The path as this repository keys and reports it: no host, no namespace.
-CIMObjectPath bare(const CIMObjectPath& path)
-{
-    return CIMObjectPath(String(), CIMNamespaceName(), path.getClassName(), path.getKeyBindings());
-}
-
 std::shared_ptr<Property> makeProperty(const Property& declared, const CIMValue& value,
                                        const Qualifiers& qualifiers, bool fromClass)
 {
@@ -97,29 +102,8 @@ std::shared_ptr<Property> makeProperty(const Property& declared, const CIMValue&
     return result;
 }
 
-// The instance as it is stored: what it lacks comes first, in the order of the class, then what it
-// has, in its own order; names in the spelling of the class.
-CIMInstance completeInstance(const Instance& given, const Class& definition)
-{
-    const auto result = std::make_shared<Instance>();
-    result->path = definition.path;
-    result->qualifiers = given.qualifiers;
-    for (const auto& declared : definition.properties)
-        if (given.property(declared->name) == nullptr)
-            result->properties.push_back(makeProperty(*declared, declared->value, {}, true));
-    for (const auto& property : given.properties) {
-        const Property* const declared = definition.property(property->name);
-        if (declared == nullptr || !property->value.typeCompatible(declared->value))
-            fail(CIM_ERR_INVALID_PARAMETER, "class " + definition.name().getString() +
-                                                " has no property " + property->name.getString() +
-                                                " of this type");
-        result->properties.push_back(
-            makeProperty(*declared, property->value, property->qualifiers, false));
-    }
-    return CIMInstance(result);
-}
-
-void setPathFromKeys(CIMInstance& instance, const ClassPtr& definition)
+// The instance under the path that its keys make.
+CIMInstance withPath(CIMInstance instance, const ClassPtr& definition)
 {
     Array<CIMName> keys;
     CIMClass(definition).getKeyNames(keys);
@@ -130,6 +114,29 @@ void setPathFromKeys(CIMInstance& instance, const ClassPtr& definition)
             fail(CIM_ERR_INVALID_PARAMETER,
                  "key property without a value: " + className + "." + keys[i].getString());
     instance.setPath(instance.buildPath(CIMClass(definition)));
+    return instance;
+}
+
+// The instance as it is stored: what it lacks comes first, in the order of the class, then what it
+// has, in its own order; names in the spelling of the class; the path made of its keys.
+CIMInstance completeInstance(const Instance& given, const ClassPtr& definition)
+{
+    const auto result = std::make_shared<Instance>();
+    result->path = definition->path;
+    result->qualifiers = given.qualifiers;
+    for (const auto& declared : definition->properties)
+        if (given.property(declared->name) == nullptr)
+            result->properties.push_back(makeProperty(*declared, declared->value, {}, true));
+    for (const auto& property : given.properties) {
+        const Property* const declared = definition->property(property->name);
+        if (declared == nullptr || !property->value.typeCompatible(declared->value))
+            fail(CIM_ERR_INVALID_PARAMETER, "class " + definition->name().getString() +
+                                                " has no property " + property->name.getString() +
+                                                " of this type");
+        result->properties.push_back(
+            makeProperty(*declared, property->value, property->qualifiers, false));
+    }
+    return withPath(CIMInstance(result), definition);
 }
 
 }  // namespace
@@ -160,6 +167,7 @@ struct Repository::Impl
 
     NameMap<CIMNamespaceName, Namespace> namespaces;
     std::vector<CIMNamespaceName> order;
+    std::shared_mutex instances;  // guards those of all classes
 };
 
 Repository::Repository() : impl_(std::make_unique<Impl>()) {}
@@ -266,36 +274,69 @@ std::vector<CIMName> Repository::lineage(const CIMNamespaceName& nameSpace,
     return names;
 }
 
-void Repository::addInstance(const CIMNamespaceName& nameSpace, const CIMInstance& given)
+CIMObjectPath Repository::addInstance(const CIMNamespaceName& nameSpace, const CIMInstance& given)
 {
     ClassEntry& entry = impl_->get(nameSpace).get(given.getClassName(), CIM_ERR_INVALID_CLASS);
-    const Class& definition = *entry.resolved;
-    if (definition.isAbstract())
+    if (entry.resolved->isAbstract())
         fail(CIM_ERR_FAILED,
-             "attempted to instantiate an abstract class " + definition.name().getString());
-    CIMInstance instance = completeInstance(given.object(), definition);
-    setPathFromKeys(instance, entry.resolved);
-    if (entry.find(instance.getPath()) != nullptr)
+             "attempted to instantiate an abstract class " + entry.resolved->name().getString());
+    const CIMInstance instance = completeInstance(given.object(), entry.resolved);
+    const std::unique_lock lock(impl_->instances);
+    if (entry.find(instance.getPath()) != entry.instances.end())
         fail(CIM_ERR_ALREADY_EXISTS, instance.getPath().toString());
     entry.instances.push_back(instance);
+    return instance.getPath();
+}
+
+void Repository::modifyInstance(const CIMNamespaceName& nameSpace, const CIMInstance& given,
+                                const CIMPropertyList& list)
+{
+    ClassEntry& entry = impl_->get(nameSpace).get(given.getClassName(), CIM_ERR_INVALID_CLASS);
+    std::set<CIMName, NoCaseLess> listed;
+    for (Uint32 i = 0; i < list.size(); ++i)
+        listed.insert(list[i]);
+    for (const auto& property : given.object().properties)
+        if (list.isNull()) listed.insert(property->name);
+    for (const CIMName& name : listed)
+        if (entry.resolved->property(name) == nullptr)
+            fail(CIM_ERR_NO_SUCH_PROPERTY, name.getString());
+    const std::unique_lock lock(impl_->instances);
+    CIMInstance& stored = *entry.require(given.getPath());
+    Instance changed;
+    changed.qualifiers = stored.object().qualifiers;
+    for (const auto& property : stored.object().properties)
+        if (!property->propagated && listed.count(property->name) == 0)
+            changed.properties.push_back(property);
+    for (const auto& property : given.object().properties)
+        if (listed.count(property->name) > 0) changed.properties.push_back(property);
+    const CIMInstance result = completeInstance(changed, entry.resolved);
+    if (!result.getPath().identical(stored.getPath()))
+        fail(CIM_ERR_FAILED, "attempted to modify a key of " + stored.getPath().toString());
+    stored = result;
+}
+
+void Repository::deleteInstance(const CIMNamespaceName& nameSpace, const CIMObjectPath& path)
+{
+    ClassEntry& entry = impl_->get(nameSpace).get(path.getClassName(), CIM_ERR_INVALID_CLASS);
+    const std::unique_lock lock(impl_->instances);
+    entry.instances.erase(entry.require(path));
 }
 
 CIMInstance Repository::getInstance(const CIMNamespaceName& nameSpace,
                                     const CIMObjectPath& path) const
 {
-    const CIMObjectPath wanted = bare(path);
-    const CIMInstance* const found =
-        impl_->get(nameSpace).get(wanted.getClassName(), CIM_ERR_INVALID_CLASS).find(wanted);
-    if (found == nullptr) fail(CIM_ERR_NOT_FOUND, wanted.toString());
-    return found->clone();
+    ClassEntry& entry = impl_->get(nameSpace).get(path.getClassName(), CIM_ERR_INVALID_CLASS);
+    const std::shared_lock lock(impl_->instances);
+    return entry.require(path)->clone();
 }
 
 std::vector<CIMInstance> Repository::instancesOf(const CIMNamespaceName& nameSpace,
                                                  const CIMName& className) const
 {
+    const ClassEntry& entry = impl_->get(nameSpace).get(className, CIM_ERR_INVALID_CLASS);
     std::vector<CIMInstance> copies;
-    for (const CIMInstance& instance :
-         impl_->get(nameSpace).get(className, CIM_ERR_INVALID_CLASS).instances)
+    const std::shared_lock lock(impl_->instances);
+    for (const CIMInstance& instance : entry.instances)
         copies.push_back(instance.clone());
     return copies;
 }

@@ -10,8 +10,9 @@
 namespace cimom
 {
 
-/// The schema and the static instances of every namespace. Filled at start (by the MOF compiler),
-/// only read afterwards, by any number of threads at once. All names compare without case.
+/// The schema and the static instances of every namespace. Filled at start (by the MOF compiler).
+/// Afterwards any number of threads may read all of it and change instances, each change whole or
+/// not at all. All names compare without case.
 ///
 /// Classes are stored with inheritance resolved: each holds every inherited property, method and
 /// (by flavor) qualifier, with class origin and propagated set. They are shared and immutable.
@@ -57,8 +58,16 @@ public:
 
     /// Stores a static instance: properties the instance lacks are taken from the class with
     /// their defaults, its path is built from its keys (no host, no namespace).
-    /// CIM_ERR_INVALID_CLASS, CIM_ERR_ALREADY_EXISTS (path as text), CIM_ERR_INVALID_PARAMETER.
-    void addInstance(const CIMNamespaceName&, const CIMInstance&);
+    /// Returns that path. CIM_ERR_INVALID_CLASS, CIM_ERR_ALREADY_EXISTS (path as text),
+    /// CIM_ERR_INVALID_PARAMETER.
+    CIMObjectPath addInstance(const CIMNamespaceName&, const CIMInstance&);
+    /// Gives the properties listed (null: those given) of the instance that the path names the
+    /// values that they have in the instance given; those that it lacks, the default of the class.
+    /// CIM_ERR_INVALID_CLASS, CIM_ERR_NOT_FOUND (path as text), CIM_ERR_NO_SUCH_PROPERTY,
+    /// CIM_ERR_INVALID_PARAMETER, CIM_ERR_FAILED when it would have other keys.
+    void modifyInstance(const CIMNamespaceName&, const CIMInstance&, const CIMPropertyList&);
+    /// CIM_ERR_INVALID_CLASS, CIM_ERR_NOT_FOUND (path as text).
+    void deleteInstance(const CIMNamespaceName&, const CIMObjectPath&);
     /// A copy of the instance with exactly this class and these keys (host ignored).
     /// CIM_ERR_INVALID_CLASS, CIM_ERR_NOT_FOUND (path without host and namespace as text).
     CIMInstance getInstance(const CIMNamespaceName&, const CIMObjectPath&) const;

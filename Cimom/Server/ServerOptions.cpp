@@ -125,6 +125,8 @@ std::optional<ServerOptions> parseCommandLine(int argc, char** argv)
     app.add_flag("--no-auth", noAuthentication,
                  "Ask nobody for a password; the user name is empty then")
         ->excludes(users);
+    app.add_flag("--writable-instances", options.writableInstances,
+                 "Any user may change static instances outside root/interop; kept in memory only");
     add("--cert", options.http.certificateFile, "FILE",
         "PEM certificate: serve HTTPS instead of HTTP; read again at a SIGHUP");
     add("--key", options.http.keyFile, "FILE", "PEM key of the certificate, read again with it");

@@ -27,6 +27,7 @@ struct ServerOptions
     std::filesystem::path interopMof;
     std::vector<std::filesystem::path> providerFolders;
     HttpOptions http;
+    bool writableInstances = false;
     bool hashPassword = false;  ///< only hash a password
 };
 

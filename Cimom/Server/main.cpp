@@ -147,7 +147,8 @@ void serve(ServerOptions options)
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     Repository repository;
     compileSchema(options, repository);
-    Broker broker(repository, {options.http.hostName.c_str(), options.providerFolders, log});
+    Broker broker(repository, {options.http.hostName.c_str(), options.providerFolders, log,
+                               options.writableInstances});
     ObjectManager::current = &broker;
     options.http.log = log;
     const auto server = startHttpServer(options.http, [&broker](const CimRequest& request) {

@@ -1,6 +1,9 @@
 """The module through pywbem."""
 
+import concurrent.futures
+
 import battery
+import raw
 import run
 from clients import Pywbem
 from server import SAMPLE_ARRAY
@@ -74,8 +77,10 @@ class Discovery(battery.WireTest):
         self.assertEqual((found.cimom_inst["Version"], found.profiles), (found.version, []))
         spaces = self.client.ask("EnumerateInstances", "CIM_Namespace", namespace="root/interop")
         self.assertEqual([space["ClassType"] for space in spaces], [2, 2])
-        with self.assertRaisesRegex(pywbem.CIMError, "^7 .* change instances of CIM_Namespace"):
-            found.create_namespace("root/new")
+        system = self.client.ask("EnumerateInstanceNames", "QBX_StorageSystem")[0]
+        for act, on in ((found.create_namespace, "root/new"), (found.conn.DeleteInstance, system)):
+            with self.assertRaisesRegex(pywbem.CIMError, "^7 .* could change instances of "):
+                act(on)
 
     def test_class_names(self):
         ask = self.client.ask
@@ -85,8 +90,31 @@ class Discovery(battery.WireTest):
             self.assertEqual(sorted(ask("EnumerateClassNames", ClassName=base)), below)
 
 
+class Changes(run.OwnTest):
+    def test_static_instances_that_may_be_changed(self):
+        import pywbem
+
+        def change(tag):
+            server = pywbem.WBEMConnection(f"http://127.0.0.1:{port}", None, "root/qbx")
+            cage = pywbem.CIMInstance("Probe_CageM", {"Tag": tag, "CreationClassName": "x"})
+            cage = server.GetInstance(server.CreateInstance(cage))
+            cage["Bays"] = pywbem.Uint32(4)
+            server.ModifyInstance(cage)
+            found = server.EnumerateInstances("Probe_CageM")
+            self.assertEqual([each["Bays"] for each in found if each.path == cage.path], [4])
+            server.DeleteInstance(cage.path)
+            space = server.EnumerateInstanceNames("CIM_Namespace", "root/interop")[0]
+            for path, code in ((cage.path, 6), (space, 7)):
+                with self.assertRaisesRegex(pywbem.CIMError, f"^{code} "):
+                    server.DeleteInstance(path)
+
+        with raw.started("--no-auth", "--writable-instances") as (_, port, _):
+            with concurrent.futures.ThreadPoolExecutor(4) as pool:
+                list(pool.map(change, "abcd"))
+
+
 def load_tests(loader, _tests, _pattern):
-    return battery.suite(loader, Pywbem, Types, Discovery)
+    return battery.suite(loader, Pywbem, Types, Discovery, Changes)
 
 
 if __name__ == "__main__":

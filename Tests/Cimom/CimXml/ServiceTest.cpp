@@ -182,6 +182,13 @@ TEST_F(Service, Operations)
                               "terminate Side", "terminate Leaf", "terminate Base"}));
 }
 
+TEST_F(Service, WritableInstances)
+{
+    options.writableInstances = true;
+    broker = std::make_unique<Broker>(repository, options);
+    play(CIMOM_TESTS "Broker/writable.txt");
+}
+
 TEST_F(Service, Requests)
 {
     play(CIMOM_TESTS "CimXml/requests.txt");
