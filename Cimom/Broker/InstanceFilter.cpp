@@ -49,7 +49,7 @@ void InstanceFilter::hide(PropertyPtr& property) const
     const bool hidesQualifiers = !view_.includeQualifiers && !property->qualifiers.empty();
     if (!hidesOrigin && !hidesQualifiers) return;
 
-    property = std::make_shared<Property>(*property);
+    property = clone(*property);
     if (hidesOrigin) property->classOrigin = CIMName();
     if (hidesQualifiers) property->qualifiers = Qualifiers();
 }

@@ -95,7 +95,7 @@ bool sameDecl(const QualifierDecl& a, const QualifierDecl& b)
 std::shared_ptr<Property> makeProperty(const Property& declared, const CIMValue& value,
                                        const Qualifiers& qualifiers, bool fromClass)
 {
-    const auto result = std::make_shared<Property>(declared);
+    const auto result = clone(declared);
     result->value = value;
     result->qualifiers = qualifiers;
     result->propagated = fromClass;

@@ -1,3 +1,4 @@
+#include "Broker/InstanceFilter.h"
 #include "TestRepository.h"
 
 #include <thread>
@@ -43,6 +44,20 @@ TEST_F(RepositoryTest, InstancesAreFoundByTheirKeysAndHandedOutAsCopies)
     CIMInstance mine = repository.instancesOf(ns, "T_Middle").at(0);
     mine.getProperty(mine.findProperty("Own")).setValue(CIMValue(Uint16(6)));
     EXPECT_TRUE(stored.identical(repository.instancesOf(ns, "T_Middle").at(0)));
+}
+
+TEST_F(RepositoryTest, PropertiesThatAFilterHasReplacedLiveOnWithoutTheirInstance)
+{
+    // With all that the class has, as a provider may build it; the filter hides the qualifiers.
+    CIMInstance built = CIMClass(repository.getClass(ns, "T_Leaf", {false, true, true, {}}))
+                            .buildInstance(true, true, CIMPropertyList());
+    const CIMName name = std::as_const(built).getProperty(0).getName();
+    built = InstanceFilter(InstanceView{}).apply(built, built.getPath());
+    const std::weak_ptr<const Property> shown = built.object().properties[0];
+    const CIMConstProperty kept = std::as_const(built).getProperty(0);
+    built = CIMInstance();
+    ASSERT_FALSE(shown.expired());
+    EXPECT_EQ(kept.getName(), name);
 }
 
 }  // namespace
