@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Runs the README's two commands in a clone of the project on a bare Debian system that debootstrap makes.
 #   bare_system.sh SUITE [COMMAND...]
-# COMMAND: what to run in the clone; default: ./qbx demo, then ./qbx test. CXX and CI are passed on.
+# COMMAND: what to run in the clone; default: ./qbx demo, then ./qbx test. CXX, CI and pip's variables
+# (mirror, proxy, certificates of this machine) are passed on.
 # QBX_ROOTS: folder that keeps bare systems between runs (default build/roots).
 set -euo pipefail
 project=$(cd "$(dirname "$0")/../.." && pwd)
@@ -36,6 +37,9 @@ cleanup() {
 trap cleanup EXIT
 tar -C "$system" -xf "$bare"
 cp /etc/resolv.conf "$system/etc/"
+[[ ! -e /etc/pip.conf ]] || cp /etc/pip.conf "$system/etc/"
+[[ -z ${PIP_CERT-} ]] || install -D -m 644 "$PIP_CERT" "$system$PIP_CERT"
+mapfile -t passed_on < <(env | grep -E '^(PIP_[A-Z_]*|CXX|CC|CI)=')
 mount -t proc proc "$system/proc"
 mount --rbind --make-rslave /dev "$system/dev"
 git clone -q --no-hardlinks "file://$project" "$system/project"
@@ -43,7 +47,7 @@ git clone -q --no-hardlinks "file://$project" "$system/project"
 run() {
     echo "$suite: $*"
     chroot "$system" /usr/bin/env -i HOME=/root PATH=/usr/sbin:/usr/bin:/sbin:/bin LANG=C.UTF-8 \
-        ${CXX:+CXX="$CXX"} ${CI:+CI="$CI"} sh -c 'cd /project && exec "$@"' sh "$@"
+        "${passed_on[@]}" sh -c 'cd /project && exec "$@"' sh "$@"
 }
 
 if [[ $# -gt 0 ]]; then
