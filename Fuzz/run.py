@@ -64,7 +64,7 @@ def run(target, build, minutes):
 
 def main():
     options = parse_arguments()
-    subprocess.run([sys.executable, FOLDER / "seeds.py", options.build / "seeds"], check=True)
+    subprocess.run([sys.executable, "-m", "Fuzz.seeds", options.build / "seeds"], check=True)
     results = []
     for target in options.targets or TARGETS:
         print(f"fuzz: {target}, {options.minutes} minutes", flush=True)
