@@ -143,6 +143,7 @@ make_venv() {
 install_python() {
     local list=$1 requirements=$root/Scripts/python/$1.txt installed=$venv/installed-$1.txt why=$venv/missing-$1.txt
     make_venv
+    make_folder "$logs"
     ! cmp -s "$requirements" "$installed" || return 0
     echo "setup: installing $(sed 's/[=<>].*//' "$requirements" | xargs) into ${venv#"$root"/}"
     if "$venv/bin/pip" install -q --disable-pip-version-check --timeout 20 --retries 1 \
