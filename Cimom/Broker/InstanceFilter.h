@@ -26,9 +26,8 @@ public:
     CIMInstance apply(const CIMInstance& instance, const CIMObjectPath& path) const;
 
 private:
-    using PropertyPtr = std::shared_ptr<Property>;
-    std::vector<PropertyPtr> listed(const std::vector<PropertyPtr>& properties) const;
-    void hide(PropertyPtr& property) const;
+    InstanceProperties listed(const InstanceProperties& properties) const;
+    void hide(InstanceProperties& properties, std::size_t position) const;
 
     InstanceView view_;
     std::map<CIMName, std::size_t, NoCaseLess> positions_;  // in the property list

@@ -446,7 +446,7 @@ void InstanceWriter::append(std::string& out, const Instance& instance)
         // Instances share the properties that they do not set, most of them without a value.
         const std::size_t first = i;
         while (i < std::min(properties.size(), written_.size()) && written_[i].isNull &&
-               properties[i] == written_[i].property)
+               properties[i] == written_[i].property.get())
             ++i;
         if (i > first) {
             const std::size_t end = i < written_.size() ? written_[i].emptyAt : empty_.size();
@@ -459,10 +459,10 @@ void InstanceWriter::append(std::string& out, const Instance& instance)
 
 void InstanceWriter::append(std::string& out, const Instance& instance, std::size_t position)
 {
-    const auto& property = instance.properties[position];
+    const Property* const property = instance.properties[position];
     const bool isKnown =
         position < written_.size() && haveOneDeclaration(*written_[position].property, *property);
-    if (!isKnown) learn(instance.keep(property), position);
+    if (!isKnown) learn(instance.properties.shared(position), position);
     const Written& known = written_[position];
     out += known.before;
     appendValue(out, property->value);

@@ -57,6 +57,8 @@ public:
     /// Whoever sets it keeps ownership and sets it to null before that object manager ends. Not to
     /// be changed while operations run.
     static std::atomic<ObjectManager*> current;
+    /// That object manager. Throws CIMException with CIM_ERR_FAILED when there is none.
+    static ObjectManager& running();
 
     virtual CIMClass getClass(const OperationContext&, const CIMNamespaceName&,
                               const CIMName& className, const ClassView&) = 0;

@@ -1,7 +1,7 @@
 // The schema as plain values: classes and instances, and the declarations of qualifiers.
 #pragma once
 
-#include <Pegasus/Common/Elements.h>
+#include "Model/Elements.h"
 
 namespace cimom
 {

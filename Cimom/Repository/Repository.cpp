@@ -95,7 +95,7 @@ bool sameDecl(const QualifierDecl& a, const QualifierDecl& b)
 std::shared_ptr<Property> makeProperty(const Property& declared, const CIMValue& value,
                                        const Qualifiers& qualifiers, bool fromClass)
 {
-    const auto result = clone(declared);
+    auto result = std::make_shared<Property>(declared);
     result->value = value;
     result->qualifiers = qualifiers;
     result->propagated = fromClass;
@@ -306,9 +306,10 @@ void Repository::modifyInstance(const CIMNamespaceName& nameSpace, const CIMInst
     changed.qualifiers = stored.object().qualifiers;
     for (const auto& property : stored.object().properties)
         if (!property->propagated && listed.count(property->name) == 0)
-            changed.properties.push_back(property);
+            changed.properties.push_back(std::make_shared<Property>(*property));
     for (const auto& property : given.object().properties)
-        if (listed.count(property->name) > 0) changed.properties.push_back(property);
+        if (listed.count(property->name) > 0)
+            changed.properties.push_back(std::make_shared<Property>(*property));
     const CIMInstance result = completeInstance(changed, entry.resolved);
     if (!result.getPath().identical(stored.getPath()))
         fail(CIM_ERR_FAILED, "attempted to modify a key of " + stored.getPath().toString());

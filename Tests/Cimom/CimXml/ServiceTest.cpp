@@ -121,7 +121,7 @@ CIMInstance instance(const CIMObjectPath& path)
     instance.addProperty(CIMProperty("L", String("l"), 0, CIMName(), "T_Leaf"));
     instance.addProperty(CIMProperty("Level", CIMValue(Uint8(2))));
     instance.addProperty(CIMProperty("Id", CIMValue(Uint32(1))));
-    instance.object().qualifiers = instance.object().properties[1]->qualifiers = notes;
+    instance.object().qualifiers = instance.getProperty(1).object().qualifiers = notes;
     return instance;
 }
 

@@ -53,7 +53,7 @@ TEST_F(RepositoryTest, PropertiesThatAFilterHasReplacedLiveOnWithoutTheirInstanc
                             .buildInstance(true, true, CIMPropertyList());
     const CIMName name = std::as_const(built).getProperty(0).getName();
     built = InstanceFilter(InstanceView{}).apply(built, built.getPath());
-    const std::weak_ptr<const Property> shown = built.object().properties[0];
+    const std::weak_ptr<const Property> shown = built.object().properties.shared(0);
     const CIMConstProperty kept = std::as_const(built).getProperty(0);
     built = CIMInstance();
     ASSERT_FALSE(shown.expired());

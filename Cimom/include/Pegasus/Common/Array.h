@@ -2,7 +2,7 @@
 #pragma once
 
 #include <Pegasus/Common/Counted.h>
-#include <Pegasus/Common/String.h>
+#include <Pegasus/Common/Exception.h>
 
 #include <functional>
 #include <type_traits>
@@ -10,14 +10,6 @@
 
 namespace Pegasus
 {
-
-namespace detail
-{
-
-/// Throws IndexOutOfBoundsException.
-[[noreturn]] void throwOutOfBounds();
-
-}  // namespace detail
 
 /// An array with value semantics; but elements that are handles stand for the same objects in all
 /// copies. Positions out of range throw IndexOutOfBoundsException.

@@ -1,16 +1,13 @@
 // What all handle classes of the library share.
 #pragma once
 
-#include <Pegasus/Common/Config.h>
+#include <Pegasus/Common/Exception.h>
 
 #include <memory>
 #include <utility>
 
 namespace Pegasus::detail
 {
-
-/// Throws UninitializedObjectException.
-[[noreturn]] void throwUninitialized();
 
 /// A counted reference to an object. Copies of a handle stand for the same object: a change made
 /// through one shows through all. Every call on an uninitialized handle, isUninitialized() apart,

@@ -51,6 +51,16 @@ PEGASUS_EXCEPTION_OF_TEXT(DynamicCastFailedException, "dynamic cast failed")
 PEGASUS_EXCEPTION(DateTimeOutOfRangeException, Exception, "DateTime is out of range : ")
 PEGASUS_EXCEPTION_OF_TEXT(InvalidDateTimeFormatException, "invalid datetime format")
 
+namespace detail
+{
+
+/// Throws UninitializedObjectException.
+[[noreturn]] void throwUninitialized();
+/// Throws IndexOutOfBoundsException.
+[[noreturn]] void throwOutOfBounds();
+
+}  // namespace detail
+
 /// "type mismatch", with ": MESSAGE" if there is one
 class TypeMismatchException : public Exception
 {
