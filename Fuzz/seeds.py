@@ -49,7 +49,7 @@ def service():
 def texts():
     """Paths and values: those of the recorded uses, and the elements of a request."""
     found = {b"//h/root/a:T.A=1,B=\"x\\\"\",C=TRUE,R=\"root/a:U.K=\\\"v\\\"\""}
-    for path in sorted((TESTS / "Cimom" / "Model" / "vectors").glob("*path*.json")):
+    for path in sorted((TESTS / "Cimom" / "Model" / "vectors").glob("*Path*.jsonl")):
         for each in re.findall(r'"(?:text|a|b|toString)":("(?:\\.|[^"])*")', path.read_text()):
             found.add(json.loads(each).encode(errors="replace"))
     everything = files("Tests/Cimom/CimXml/everything.xml")[0]
