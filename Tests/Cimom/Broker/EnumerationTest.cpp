@@ -112,8 +112,8 @@ TEST_F(Enumeration, ReturnsPathsWithoutHostAndNamespace)
 TEST_F(Enumeration, WithoutDeepInheritanceListsThePropertiesOfTheClass)
 {
     scripted::provider("Leaf").onEnumerateInstances = [&](InstanceResponseHandler& handler) {
-        const CIMClass leaf = broker->getClass(me, test, "T_Leaf", {});
-        handler.deliver(leaf.buildInstance(false, false, CIMPropertyList()));
+        const CIMClass schemaClass = broker->getClass(me, test, "T_Leaf", {});
+        handler.deliver(schemaClass.buildInstance(false, false, CIMPropertyList()));
         handler.complete();
     };
     EXPECT_EQ(instances("T_Mid", false),

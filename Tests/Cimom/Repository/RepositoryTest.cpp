@@ -70,7 +70,8 @@ uint8 Sizes[2] of T_Base
 sint8 More of T
 uint16 own = 6 of T_Middle
 )");
-    EXPECT_EQ(text(*made->methods.back()), "uint32 OWN(T_Later REF Later) of T_Middle");
+    EXPECT_EQ(text(*made->methods[made->methods.size() - 1]),
+              "uint32 OWN(T_Later REF Later) of T_Middle");
 }
 
 TEST_F(Inheritance, OfAnAssociationLetsAReferenceBeOverridden)
