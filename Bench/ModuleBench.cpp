@@ -280,10 +280,10 @@ void addEncoding(const char* className, const Array<CIMInstance>& instances)
 {
     const auto encode = [=](Results) {
         std::string text;
-        cimom::xml::InstanceWriter writer;
+        cimom::xml::Encoder encoder(text);
         for (Uint32 i = 0; i < instances.size(); ++i) {
-            cimom::xml::appendInstanceName(text, instances[i].getPath());
-            writer.append(text, instances[i].object());
+            encoder.writeInstanceName(instances[i].getPath());
+            encoder.writeListedInstance(instances[i].object());
         }
         return text;
     };

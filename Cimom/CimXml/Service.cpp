@@ -1,9 +1,7 @@
 #include "CimXml/Service.h"
 
 #include "CimXml/Decode.h"
-#include "CimXml/Encode.h"
 #include "CimXml/Operations.h"
-#include "Model/Errors.h"
 
 PEGASUS_USING_PEGASUS;
 
@@ -117,41 +115,8 @@ void checkObjectHeader(const CimRequest& request, const String& expected, bool i
     throw mismatch("CIMObject", value, "object", object);
 }
 
-/// The operation's error as a client sees it; code 0 when a provider "failed" with success.
-void appendError(std::string& out, const CIMException& error)
-{
-    if (error.getCode() == CIM_ERR_SUCCESS) return;
-    out += "<ERROR CODE=\"" + std::to_string(error.getCode()) + "\" DESCRIPTION=\"";
-    xml::appendEscaped(out, toUtf8(describe(error)));
-    out += "\"/>";
-}
-
-/// The whole response; `write` appends the result and may throw.
-template <class Write>
-std::string response(const std::string& messageId, const std::string& tag, const std::string& name,
-                     Pieces& rest, Write write)
-{
-    std::string out =
-        "<?xml version=\"1.0\" encoding=\"utf-8\" ?>\n<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\">\n"
-        "<MESSAGE ID=\"";
-    xml::appendEscaped(out, messageId);
-    out += "\" PROTOCOLVERSION=\"1.0\">\n<SIMPLERSP>\n<" + tag + " NAME=\"" + name + "\">\n";
-    const std::size_t start = out.size();
-    try {
-        write(out);
-    } catch (const RequestError&) {
-        throw;
-    } catch (...) {
-        out.resize(start);
-        rest = nullptr;
-        appendError(out, currentError());
-    }
-    finish(out, rest, "</" + tag + ">\n</SIMPLERSP>\n</MESSAGE>\n</CIM>\n");
-    return out;
-}
-
-std::string intrinsicResponse(CallContext context, const CimRequest& request,
-                              const Message& message)
+void runIntrinsic(CallContext context, const CimRequest& request, const Message& message,
+                  ReplyWriter& reply)
 {
     const XmlElement& call = message.call;
     const std::string typed = toUtf8(xml::nameAttribute(call, "NAME").getString());
@@ -161,17 +126,17 @@ std::string intrinsicResponse(CallContext context, const CimRequest& request,
     context.nameSpace = xml::decodeNamespace(
         childOf(call, {"LOCALNAMESPACEPATH"}, "expected LOCALNAMESPACEPATH element"));
     checkObjectHeader(request, context.nameSpace.getString(), false);
-    return response(message.id, "IMETHODRESPONSE", name, context.rest, [&](std::string& out) {
+    reply.writeResponse(message.id, "IMETHODRESPONSE", name, [&] {
         if (!operation) {
             throw CIMException(CIM_ERR_NOT_SUPPORTED,
                                toString("Unrecognized intrinsic method: " + name));
         }
-        runOperation(*operation, context, call, out);
+        runOperation(*operation, context, call, reply);
     });
 }
 
-std::string extrinsicResponse(CallContext context, const CimRequest& request,
-                              const Message& message)
+void runExtrinsic(CallContext context, const CimRequest& request, const Message& message,
+                  ReplyWriter& reply)
 {
     const XmlElement& call = message.call;
     const CIMName method = xml::nameAttribute(call, "NAME");
@@ -182,18 +147,20 @@ std::string extrinsicResponse(CallContext context, const CimRequest& request,
                                      "Expected LOCALINSTANCEPATH or LOCALCLASSPATH element"));
     context.nameSpace = path.getNameSpace();
     checkObjectHeader(request, path.toString(), true);
-    return response(message.id, "METHODRESPONSE", name, context.rest,
-                    [&](std::string& out) { runMethod(context, path, method, call, out); });
+    reply.writeResponse(message.id, "METHODRESPONSE", name,
+                        [&] { runMethod(context, path, method, call, reply); });
 }
 
-std::string answer(Broker& broker, const CimRequest& request, Pieces& rest)
+CimReply run(Broker& broker, const CimRequest& request)
 {
     const XmlElement root = parseMessage(request.body);
     const Message message = readMessage(request, root);
-    CallContext context{broker, broker.schema(), {}, {}, rest};
-    context.user.insert(IdentityContainer(toString(request.user)));
-    return message.call.name == "IMETHODCALL" ? intrinsicResponse(context, request, message)
-                                              : extrinsicResponse(context, request, message);
+    CallContext context{broker, broker.schema(), {}, {}};
+    context.identity.insert(IdentityContainer(toString(request.user)));
+    const auto reply = std::make_shared<ReplyWriter>();
+    const auto run = message.call.name == "IMETHODCALL" ? runIntrinsic : runExtrinsic;
+    run(context, request, message, *reply);
+    return ReplyWriter::reply(reply);
 }
 
 }  // namespace
@@ -201,9 +168,7 @@ std::string answer(Broker& broker, const CimRequest& request, Pieces& rest)
 CimReply answerCimRequest(Broker& broker, const CimRequest& request)
 {
     try {
-        CimReply reply;
-        reply.body = answer(broker, request, reply.rest);
-        return reply;
+        return run(broker, request);
     } catch (const RequestError& error) {
         return {error.status, error.cimError, error.detail, ""};
     } catch (const Exception& error) {

@@ -155,7 +155,8 @@ private:
         const std::size_t size = name.getString().size();
         if (size == 0) return 0;
         const auto lower = [text](std::size_t at) { return std::size_t(text[at] | 0x20U); };
-        const std::size_t hash = size + 3 * lower(0) + 7 * lower(size / 2) + 11 * lower(size - 1);
+        const std::size_t hash =
+            size + 3 * lower(size / 3) + 7 * lower(2 * size / 3) + 11 * lower(size - 1);
         return hash & (slots_.size() - 1);
     }
     std::size_t next(std::size_t slot) const { return (slot + 1) & (slots_.size() - 1); }

@@ -6,7 +6,6 @@
 #include <arpa/inet.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <optional>
 
 namespace Pegasus
@@ -36,15 +35,19 @@ public:
     using MalformedObjectNameException::MalformedObjectNameException;
 };
 
+/// Four numbers up to 255, of at most three digits each, separated by points.
 bool isIPv4(const std::string& text)
 {
-    unsigned parts[4] = {};
-    int length = 0;
-    return text.find_first_not_of("0123456789.") == std::string::npos &&
-           std::sscanf(text.c_str(), "%3u.%3u.%3u.%3u%n", &parts[0], &parts[1], &parts[2],
-                       &parts[3], &length) == 4 &&
-           size_t(length) == text.size() &&
-           std::all_of(parts, parts + 4, [](unsigned part) { return part <= 255; });
+    size_t begin = 0;
+    for (int part = 1; part <= 4; ++part) {
+        const size_t end = part < 4 ? text.find('.', begin) : text.size();
+        const std::string digits = text.substr(begin, end - begin);
+        if (end == std::string::npos || digits.empty() || digits.size() > 3 ||
+            !std::all_of(digits.begin(), digits.end(), isDigit) || std::stoi(digits) > 255)
+            return false;
+        begin = end + 1;
+    }
+    return true;
 }
 
 /// Link-local addresses have a zone, others none.
@@ -57,18 +60,24 @@ bool isIPv6(const std::string& text)
     return IN6_IS_ADDR_LINKLOCAL(&address) ? hasZone : percent == std::string::npos;
 }
 
-/// Labels separated by points, of which the last must not look like a number.
-bool isHostName(const std::string& text)
+bool isLabelUnit(Uint16 unit)
 {
-    char before = '.';
-    bool isNumber = false;
-    for (const char c : text) {
-        const bool isWord = isDigit(c) || isLetter(c) || c == '_';
-        if (before == '.' ? !isWord : !isWord && c != '-' && c != '.') return false;
-        isNumber = (isNumber || before == '.') && (isDigit(c) || c == '.');
-        before = c;
+    const char c = static_cast<char>(unit);
+    return unit < 0x80 && (isLetter(c) || isDigit(c) || c == '_' || c == '-');
+}
+
+/// Labels separated by points, none of which starts with a hyphen; the last is not a number.
+bool isHostName(const Char16* begin, const Char16* end)
+{
+    for (const Char16* label = begin;;) {
+        const Char16* const labelEnd = std::find_if_not(label, end, isLabelUnit);
+        if (labelEnd == label || *label == '-') return false;
+        if (labelEnd == end) {
+            return !std::all_of(label, end, [](Uint16 unit) { return isDigit(char(unit)); });
+        }
+        if (*labelEnd != '.') return false;
+        label = labelEnd + 1;
     }
-    return before != '.' && !isNumber;
 }
 
 /// The number may have any length and counts modulo 2^32, or be missing.
@@ -85,20 +94,20 @@ bool isPort(const std::string& text)
 /// A host name, an IPv4 address or an IPv6 address in brackets, each with an optional port.
 bool isHost(const String& locator)
 {
-    thread_local String last;  // nearly all paths name one host
-    if (locator == last) return true;
+    // Nearly all hosts are names without a port, which need no copy.
+    const Char16* const units = locator.getChar16Data();
+    if (isHostName(units, units + locator.size())) return true;
     const std::string text = toUtf8(locator);
+    if (!isAscii(text)) return false;
     const bool isBracketed = text[0] == '[';
     const size_t hostEnd = std::min(isBracketed ? text.find(']') + 1 : text.find(':'), text.size());
     const std::string host = text.substr(0, hostEnd);
     const std::string rest = text.substr(hostEnd);
     if (isBracketed ? hostEnd < 2 || !isIPv6(host.substr(1, hostEnd - 2))
-                    : !isIPv4(host) && !isHostName(host)) {
+                    : !isIPv4(host) && !isHostName(units, units + hostEnd)) {
         return false;
     }
-    if (!rest.empty() && (rest[0] != ':' || !isPort(rest.substr(1)))) return false;
-    last = locator;
-    return true;
+    return rest.empty() || (rest[0] == ':' && isPort(rest.substr(1)));
 }
 
 }  // namespace
