@@ -23,11 +23,14 @@ def recorded_requests():
     return [exchanges.recorded(name)[0] for name in exchanges.names()]
 
 
-def cases(folder):
-    """What is asked in a table of cases."""
-    lines = (TESTS / "Cimom" / folder / "cases.txt").read_text().splitlines()
-    asked = "\n".join(line for line in lines if not re.match("[=#>] ", line))
-    return [each.encode() for each in re.split("\n\n+", asked) if each]
+def mof(folder):
+    """The MOF in the tests of a folder: raw strings, and others that end like a declaration."""
+    text = "".join(path.read_text() for path in sorted((TESTS / "Cimom" / folder).glob("*.cpp")))
+    found = re.findall(r'R"\((.*?)\)"', text, re.DOTALL)
+    for each in re.findall(r'"((?:[^"\\\n]|\\["n\\])*[;}])"', text):
+        found.append(json.loads(f'"{each}"'))
+    whole = re.compile("class |instance of |Qualifier |#")
+    return [(each if whole.search(each) else f"class T {{ {each} }};").encode() for each in found]
 
 
 def service():
@@ -50,7 +53,7 @@ def texts():
     """Paths and values: those of the recorded uses, and the elements of a request."""
     found = {b"//h/root/a:T.A=1,B=\"x\\\"\",C=TRUE,R=\"root/a:U.K=\\\"v\\\"\""}
     for path in sorted((TESTS / "Cimom" / "Model" / "vectors").glob("*Path*.jsonl")):
-        for each in re.findall(r'"(?:text|a|b|toString)":("(?:\\.|[^"])*")', path.read_text()):
+        for each in re.findall(r'"(?:in|a|b|toString)":("(?:\\.|[^"])*")', path.read_text()):
             found.add(json.loads(each).encode(errors="replace"))
     everything = files("Tests/Cimom/CimXml/everything.xml")[0]
     found.add(everything)
@@ -91,7 +94,7 @@ def main():
         "array": array_files(),
         "cimxml": service(),
         "http": recorded_requests(),
-        "mof": cases("Mof") + cases("Repository") + files("Schema/*.mof", "Tests/Cimom/**/*.mof"),
+        "mof": mof("Mof") + mof("Repository") + files("Schema/*.mof", "Tests/Cimom/**/*.mof"),
         "text": texts(),
     }
     for target, seeds in targets.items():

@@ -11,7 +11,9 @@
 #include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/CIMObject.h>
 #include <Pegasus/Common/CIMPropertyList.h>
-#if !EMBEDDED_LIBRARY
+#if EMBEDDED_LIBRARY
+#include "Model/Schema.h"
+#else
 #include <Pegasus/Common/CIMQualifier.h>
 #endif
 

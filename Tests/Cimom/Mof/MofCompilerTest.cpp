@@ -23,7 +23,7 @@ TEST_P(MofProperty, HasTheDeclaredTypeAndDefault)
 {
     const testing::ScopedTrace row(GetParam().file, GetParam().line, GetParam().mof);
     const ClassPtr made = classOf(std::string("class T { ") + GetParam().mof + " };");
-    EXPECT_EQ(text(*made->properties.at(0)), GetParam().property + std::string(" of T"));
+    EXPECT_EQ(text(*made->property("P")), GetParam().property + std::string(" of T"));
 }
 
 const Declared properties[] = {

@@ -34,13 +34,13 @@ inherited uint32 Stop() of T_Base
 TEST_F(Inheritance, PassesQualifiersOfTheClassThatAreNotRestricted)
 {
     EXPECT_EQ(text(classOf("class T : T_Base {};")->qualifiers),
-              "[inherited Text(base), inherited Fixed(c) DisableOverride] ");
+              "[inherited Text(base), inherited Fixed(c)] ");
 }
 
 TEST_F(Inheritance, PutsOwnQualifiersOfTheClassBehindInheritedOnes)
 {
     EXPECT_EQ(text(classOf(R"([Fixed("c"), Mine("t")] class T : T_Middle {};)")->qualifiers),
-              "[inherited Text(base), Fixed(c) DisableOverride, Mine(t) Restricted] ");
+              "[inherited Text(base), Fixed(c), Mine(t)] ");
 }
 
 TEST_F(Inheritance, MergesElementsThatOverrideIntoTheirPlaceBehindTheOthers)
@@ -70,7 +70,7 @@ uint8 Sizes[2] of T_Base
 sint8 More of T
 uint16 own = 6 of T_Middle
 )");
-    EXPECT_EQ(text(*made->methods.back()), "uint32 OWN(T_Later REF Later) of T_Middle");
+    EXPECT_EQ(text(*made->method("OWN")), "uint32 OWN(T_Later REF Later) of T_Middle");
 }
 
 TEST_F(Inheritance, OfAnAssociationLetsAReferenceBeOverridden)
@@ -229,7 +229,7 @@ TEST_F(RepositoryTest, CompletesInstancesWithDefaultsInFrontOfGivenProperties)
     compile(R"([Text("here")] instance of t_middle { [Mine("p")] NAME = "n"; ID = "a"; };)");
     const CIMInstance stored = repository.instancesOf(ns, "T_Middle").at(0);
     EXPECT_EQ(text(stored.object().qualifiers), "[Text(here)] ");
-    EXPECT_EQ(lines(stored.object().properties), R"(
+    EXPECT_EQ(lines(stored), R"(
 inherited uint8 Sizes[2] = 1 2 of T_Base
 inherited uint16 Own = 5 of T_Middle
 [Mine(p)] string NAME = n of T_Base
@@ -260,10 +260,9 @@ TEST_F(RepositoryTest, PropertiesThatAFilterHasReplacedLiveOnWithoutTheirInstanc
                             .buildInstance(true, true, CIMPropertyList());
     const CIMName name = std::as_const(built).getProperty(0).getName();
     built = InstanceFilter(InstanceView{}).apply(built, built.getPath());
-    const std::weak_ptr<const Property> shown = built.object().properties[0];
     const CIMConstProperty kept = std::as_const(built).getProperty(0);
     built = CIMInstance();
-    ASSERT_FALSE(shown.expired());
+    EXPECT_GT(kept.shared().use_count(), 0);
     EXPECT_EQ(kept.getName(), name);
 }
 

@@ -83,6 +83,14 @@ std::string lines(const Elements& elements)
     return all + "\n";
 }
 
+inline std::string lines(const Pegasus::CIMInstance& instance)
+{
+    std::string all = "\n";
+    for (Uint32 i = 0; i < instance.getPropertyCount(); ++i)
+        all += text(instance.getProperty(i).object()) + "\n";
+    return all;
+}
+
 /// "compiled", or the error of the call of the compiler.
 template <class Call>
 std::string outcomeOf(Call call)
