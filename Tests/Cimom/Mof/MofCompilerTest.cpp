@@ -23,7 +23,7 @@ TEST_P(MofProperty, HasTheDeclaredTypeAndDefault)
 {
     const testing::ScopedTrace row(GetParam().file, GetParam().line, GetParam().mof);
     const ClassPtr made = classOf(std::string("class T { ") + GetParam().mof + " };");
-    EXPECT_EQ(text(*made->properties[0]), GetParam().property + std::string(" of T"));
+    EXPECT_EQ(text(*made->property("P")), GetParam().property + std::string(" of T"));
 }
 
 const Declared properties[] = {
@@ -134,39 +134,36 @@ TEST_F(Mof, KeepsWhatWasCompiledBeforeTheFault)
 
 TEST_F(Mof, EndsWithSuccessOrFaultForEveryPrefixAndChangedByte)
 {
-    const auto check = [this](const std::string& mof) {
-        Repository fresh;
-        fresh.addNamespace(ns);
-        const std::string outcome = outcomeOf([&] { compileMofText(fresh, ns, mof, "MOF"); });
-        EXPECT_TRUE(outcome == "compiled" || outcome.substr(0, 4) == "MOF:") << mof << outcome;
-        return outcome;
-    };
     const std::string good =
         "#pragma locale(\"en\")\nQualifier Key : boolean, Scope(property);\n"
         "Qualifier Q : uint8[] = {1}, Scope(any), Flavor(Restricted);\n"
         "[Q{2}: ToSubclass] class T { [Key] string Id; real32 R[2] = {1.5e1, -2};"
         " uint32 M([Q] T REF P[]); };\n instance of T { Id = \"\\x41\" \"b\"; };";
-    EXPECT_EQ(check(good), "compiled");
     for (std::size_t i = 0; i < good.size(); ++i) {
-        check(good.substr(0, i));
         std::string changed = good;
         changed[i] = "\"{\xC3"[i % 4];  // each fourth time a zero
-        check(changed);
+        for (const std::string& mof : {good.substr(0, i), changed}) {
+            Repository fresh;
+            fresh.addNamespace(ns);
+            const std::string outcome = outcomeOf([&] { compileMofText(fresh, ns, mof, "MOF"); });
+            EXPECT_TRUE(outcome == "compiled" || outcome.substr(0, 4) == "MOF:") << mof << outcome;
+        }
     }
 }
 
 // ---- Faults
 
-class MofFaultTest : public FaultTest
+class MofCompilerFault : public FaultTest
 {
 };
 
-TEST_P(MofFaultTest, IsReportedWithItsPlace)
+TEST_P(MofCompilerFault, IsReportedWithItsPlace)
 {
     check("MOF:");
 }
 
-const Fault wordFaults[] = {
+const Fault mofFaults[] = {
+    // Words
     {"UnknownKeyword", "klass T {};",
      "1:1: expected 'class', 'instance of', 'qualifier' or '#pragma', found 'klass'"},
     {"QualifiersBeforeQualifierType", "[Abstract] Qualifier Q : string, Scope(any);",
@@ -182,10 +179,7 @@ const Fault wordFaults[] = {
     {"UnexpectedCharacter", "class T { string @; };", "1:18: unexpected '@'"},
     {"ControlCharacter", "class T\x01", "1:8: unexpected control character 1"},
     {"BytesThatAreNotUtf8", "class T { string \xFF; };", "1:18: expected a text in UTF-8"},
-};
-INSTANTIATE_TEST_SUITE_P(InWords, MofFaultTest, testing::ValuesIn(wordFaults), NameOfRow());
-
-const Fault structureFaults[] = {
+    // Structure
     {"EndBehindClassName", "class T\n",
      "2:1: expected '{' or ':' after the class name, found the end of the text"},
     {"MissingSemicolon", "class T {\n\tstring A\n\tstring B; };",
@@ -206,11 +200,7 @@ const Fault structureFaults[] = {
     {"RepeatedMethod", "class T { uint32 M(); uint32 m(); };", "1:30: 'm' is there already"},
     {"RepeatedQualifier", "class T { [MaxLen(1), maxlen(2)] string A; };",
      "1:23: 'maxlen' is there already"},
-};
-INSTANTIATE_TEST_SUITE_P(InStructure, MofFaultTest, testing::ValuesIn(structureFaults),
-                         NameOfRow());
-
-const Fault qualifierFaults[] = {
+    // Qualifiers
     {"UndeclaredQualifier", "class T { [Foo] string A; };",
      "1:12: qualifier Foo is not declared in namespace root/test"},
     {"ListForSingleValue", "class T { [MaxLen{3}] string A; };",
@@ -225,11 +215,7 @@ const Fault qualifierFaults[] = {
      "any, found 'klass'"},
     {"QualifierOfReferenceType", "Qualifier Q : T_Base REF, Scope(any);",
      "1:15: a qualifier cannot be a reference"},
-};
-INSTANTIATE_TEST_SUITE_P(InQualifiers, MofFaultTest, testing::ValuesIn(qualifierFaults),
-                         NameOfRow());
-
-const Fault valueFaults[] = {
+    // Values
     {"BeyondUint8", "class T { uint8 A = 256; };",
      "1:21: expected uint8, decimal or hexadecimal, 0 to 255, found '256'"},
     {"BelowSint8", "class T { sint8 A = -129; };",
@@ -257,17 +243,14 @@ const Fault valueFaults[] = {
      "1:27: expected uint8, decimal or hexadecimal, 0 to 255, found 'NULL'"},
     {"TooManyForFixedSize", "class T { uint8 A[2] = {1, 2, 3}; };",
      "1:24: expected 2 values for the fixed size of the array, found 3"},
-};
-INSTANTIATE_TEST_SUITE_P(InValues, MofFaultTest, testing::ValuesIn(valueFaults), NameOfRow());
-
-const Fault instanceFaults[] = {
-    {"UnknownClass", "instance of T_None {};",
+    // Instances
+    {"InstanceOfUnknownClass", "instance of T_None {};",
      "1:13: class T_None does not exist in namespace root/test"},
     {"UnknownProperty", "instance of T_Middle {\n  Id = \"a\";\n  Colour = 1; };",
      "3:3: class T_Middle has no property Colour"},
     {"ValueOfOtherType", R"(instance of T_Middle { Id = "a"; Own = "x"; };)",
      "1:40: expected uint16, decimal or hexadecimal, 0 to 65535, found string \"x\""},
-    {"RepeatedProperty", R"(instance of T_Middle { Id = "a"; ID = "b"; };)",
+    {"RepeatedValue", R"(instance of T_Middle { Id = "a"; ID = "b"; };)",
      "1:34: 'ID' is there already"},
     {"MissingEqualSign", "instance of T_Middle { Id \"a\"; };",
      "1:27: expected '=' and a value after the property's name, found string \"a\""},
@@ -276,7 +259,7 @@ const Fault instanceFaults[] = {
      "1:72: expected an object path in double quotes, Class.Key=\"value\", found string \"no "
      "path\""},
 };
-INSTANTIATE_TEST_SUITE_P(InInstances, MofFaultTest, testing::ValuesIn(instanceFaults), NameOfRow());
+INSTANTIATE_TEST_SUITE_P(Of, MofCompilerFault, testing::ValuesIn(mofFaults), NameOfRow());
 
 // ---- Files
 
