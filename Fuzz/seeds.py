@@ -13,6 +13,17 @@ from qbx_support.server import ROOT, SAMPLE_ARRAY
 
 TESTS = ROOT / "Tests"
 SIMULATOR = SAMPLE_ARRAY.parent
+VALUES = {  # of each type
+    b"boolean": b"TRUE",
+    b"uint8": b"0xff",
+    b"sint64": b"-9223372036854775808",
+    b"real32": b"1.0000000e-01",
+    b"real64": b"-inf",
+    b"char16": b"&#32;",
+    b"datetime": b"20260102030405.678901+060",
+    b"string": b"&#32; a &#32; &lt;&gt;&amp;&quot;&apos;]]&gt;&#127;&#9;&#13;&#10;\xc3\xa4",
+    b'string" EmbeddedObject="instance': b"&lt;INSTANCE CLASSNAME=&quot;I&quot; &gt;&lt;/INSTANCE&gt;",
+}
 
 
 def files(*patterns):
@@ -55,12 +66,14 @@ def texts():
     for path in sorted((TESTS / "Cimom" / "Model" / "vectors").glob("*Path*.jsonl")):
         for each in re.findall(r'"(?:in|a|b|toString)":("(?:\\.|[^"])*")', path.read_text()):
             found.add(json.loads(each).encode(errors="replace"))
-    everything = files("Tests/Cimom/CimXml/everything.xml")[0]
-    found.add(everything)
-    for kind, value in re.findall(rb'TYPE="(\w+)"[^>]*>\s*(<VALUE.*?</VALUE>)', everything):
-        found.add(b'<PARAMVALUE NAME="P" PARAMTYPE="%b">%b</PARAMVALUE>' % (kind, value))
-        value = b"<VALUE.ARRAY>%b%b</VALUE.ARRAY>" % (value, value)
-        found.add(b'<PARAMVALUE NAME="P" PARAMTYPE="%b">%b</PARAMVALUE>' % (kind, value))
+    for kind, content in VALUES.items():
+        value = b"<VALUE>%b</VALUE>" % content
+        array = b"<VALUE.ARRAY>%b%b</VALUE.ARRAY>" % (value, value)
+        for each in (value, array):
+            found.add(b'<PARAMVALUE NAME="P" PARAMTYPE="%b">%b</PARAMVALUE>' % (kind, each))
+            tag = b"PROPERTY" if each is value else b"PROPERTY.ARRAY"
+            properties = b'<%b NAME="P" TYPE="%b">%b</%b>' % (tag, kind, each, tag)
+            found.add(b'<INSTANCE CLASSNAME="C">%b</INSTANCE>' % properties)
     for said in service():
         found |= set(re.findall(rb"(?s)<INSTANCENAME.*</INSTANCENAME>", said))
     return sorted(found)

@@ -1,4 +1,5 @@
-// Traversals of associations: which providers are called, and where results are said to be.
+// Traversals of associations: which providers are called, and where results are said to be. What
+// the ends of an association bring, and the filters, the tests over the wire show.
 #include "BrokerFixture.h"
 
 #include <Pegasus/Provider/ProviderException.h>
@@ -10,31 +11,19 @@ namespace cimom
 namespace
 {
 
-Lines pathsOf(const Array<CIMInstance>& instances)
+Traversal from(const char* path, const CIMName& association = {}, const CIMName& resultClass = {})
 {
-    Lines paths;
-    for (Uint32 i = 0; i < instances.size(); ++i)
-        paths.push_back(text(instances[i].getPath()));
-    return paths;
-}
-
-/// A traversal from that path; the association class is the result class of references.
-Traversal from(const char* path, const char* association = nullptr)
-{
-    Traversal traversal;
-    traversal.source = CIMObjectPath(path);
-    if (association) traversal.associationClass = traversal.resultClass = CIMName(association);
-    return traversal;
+    return {CIMObjectPath(path), association, resultClass, {}, {}};
 }
 
 using Associations = BrokerTest;
 
-TEST_F(Associations, AsksTheProviderOfEachAssociationClassThatCanReferToTheSource)
+TEST_F(Associations, AskTheProviderOfEachAssociationClassThatCanReferToTheSource)
 {
     EXPECT_EQ(texts(broker->associatorNames(me, "Root/test", from("t_LEAF.Id=1"))),
               (Lines{"//here/Root/test:T_Link.Id=1", "//here/Root/test:T_LinkSub.Id=1"}));
     EXPECT_EQ(
-        scripted::takeCalls(),
+        scripted::calls,
         (Lines{"Link associatorNames //here/Root/test:t_LEAF.Id=1 AssocClass=T_Link by me",
                "LinkSub associatorNames //here/Root/test:t_LEAF.Id=1 AssocClass=T_LinkSub by me"}));
 }
@@ -45,59 +34,6 @@ TEST_F(Associations, AreFoundFromEitherEnd)
     EXPECT_EQ(broker->referenceNames(me, test, from("T_StaticSub.Id=1,Number=1")).size(), 2U);
 }
 
-TEST_F(Associations, AreFoundForAClassToo)
-{
-    broker->referenceNames(me, test, from("T_Leaf", "T_LinkSub"));
-    EXPECT_EQ(scripted::takeCalls(),
-              Lines{"LinkSub referenceNames //here/root/test:T_Leaf ResultClass=T_LinkSub by me"});
-}
-
-TEST_F(Associations, GiveNothingForAClassThatNoneRefersTo)
-{
-    EXPECT_EQ(broker->references(me, test, from("T_Machine.Id=1"), {}).size(), 0U);
-    EXPECT_EQ(scripted::takeCalls(), Lines{});
-}
-
-TEST_F(Associations, GiveNothingForAnAssociationWithoutProviderOrForNoAssociation)
-{
-    EXPECT_EQ(broker->referenceNames(me, test, from("T_Leaf.Id=1", "T_Unserved")).size(), 0U);
-    EXPECT_EQ(broker->referenceNames(me, test, from("T_Leaf.Id=1", "T_Machine")).size(), 0U);
-    EXPECT_EQ(scripted::takeCalls(), Lines{});
-}
-
-TEST_F(Associations, HandsOverTheFiltersOfAssociatorsAsTyped)
-{
-    const Traversal traversal{CIMObjectPath("T_Leaf.Id=1"), "t_linkSUB", "t_static", "uPPer", "Any"};
-    const InstanceView view{true, true, CIMPropertyList(Array<CIMName>(1, CIMName("A")))};
-    broker->associators(me, test, traversal, view);
-    broker->associatorNames(me, test, traversal);
-    const std::string filters =
-        "//here/root/test:T_Leaf.Id=1 AssocClass=T_LinkSub ResultClass=t_static Role=uPPer "
-        "ResultRole=Any";
-    EXPECT_EQ(scripted::takeCalls(),
-              (Lines{"LinkSub associators " + filters +
-                         " IncludeQualifiers IncludeClassOrigin PropertyList=[A] by me",
-                     "LinkSub associatorNames " + filters + " by me"}));
-}
-
-TEST_F(Associations, HandsOverTheFiltersOfReferencesToTheResultClassAndAllBelowIt)
-{
-    Traversal traversal = from("T_Leaf.Id=1", "T_LINK");
-    traversal.associationClass = CIMName();
-    traversal.role = "uPPer";
-    const InstanceView view{true, true, CIMPropertyList(Array<CIMName>(1, CIMName("A")))};
-    broker->references(me, test, traversal, view);
-    broker->referenceNames(me, test, traversal);
-    const std::string path = "//here/root/test:T_Leaf.Id=1 ";
-    const std::string shown = " IncludeQualifiers IncludeClassOrigin PropertyList=[A] by me";
-    EXPECT_EQ(
-        scripted::takeCalls(),
-        (Lines{"Link references " + path + "ResultClass=T_Link Role=uPPer" + shown,
-               "LinkSub references " + path + "ResultClass=T_LinkSub Role=uPPer" + shown,
-               "Link referenceNames " + path + "ResultClass=T_Link Role=uPPer by me",
-               "LinkSub referenceNames " + path + "ResultClass=T_LinkSub Role=uPPer by me"}));
-}
-
 TEST_F(Associations, OfOtherNamespacesAreNotAsked)
 {
     repository.addNamespace("root/other");
@@ -106,79 +42,81 @@ TEST_F(Associations, OfOtherNamespacesAreNotAsked)
     EXPECT_EQ(broker->associatorNames(me, test, from("T_Leaf.Id=1")).size(), 2U);
 }
 
-// ---- Classes that do not exist ----
-
-/// A traversal with an unknown class, and the error that it ends in.
-struct UnknownClass : Row
+TEST_F(Associations, GiveNothingWhereNoProviderCanAnswer)
 {
-    Traversal traversal;
-    bool ofReferences;
-    std::string error;
-};
-
-class AssociationsOfUnknownClasses : public BrokerTableTest<UnknownClass>
-{
-};
-
-TEST_P(AssociationsOfUnknownClasses, AreRejected)
-{
-    const Traversal& traversal = GetParam().traversal;
-    const std::string error = errorOf([&] {
-        GetParam().ofReferences ? broker->referenceNames(me, test, traversal)
-                                : broker->associatorNames(me, test, traversal);
-    });
-    EXPECT_EQ(error, GetParam().error);
+    EXPECT_EQ(broker->references(me, test, from("T_Machine.Id=1"), {}).size(), 0U)
+        << "no association class refers to it";
+    EXPECT_EQ(broker->associatorNames(me, test, from("T_Leaf.Id=1", "T_Unserved")).size(), 0U);
+    EXPECT_EQ(broker->associatorNames(me, test, from("T_Leaf.Id=1", "T_Machine")).size(), 0U)
+        << "it is no association class";
+    EXPECT_EQ(scripted::calls, Lines{});
 }
 
-const CIMObjectPath leaf("T_Leaf.Id=1");
-const CIMName nothing("T_Nothing");
-INSTANTIATE_TEST_SUITE_P(
-    All, AssociationsOfUnknownClasses,
-    ::testing::ValuesIn(std::vector<UnknownClass>{
-        {"AssociationClass", {leaf, nothing, {}, {}, {}}, false,
-         "CIM_ERR_INVALID_PARAMETER: T_Nothing"},
-        {"ResultClass", {leaf, {}, nothing, {}, {}}, false, "CIM_ERR_INVALID_CLASS: T_Nothing"},
-        {"ResultClassOfReferences", {leaf, {}, nothing, {}, {}}, true,
-         "CIM_ERR_INVALID_PARAMETER: T_Nothing"},
-        {"Source", {String("T_Nothing.Id=1"), {}, {}, {}, {}}, false,
-         "CIM_ERR_INVALID_PARAMETER: T_Nothing"},
-        {"SourceOfReferences", {String("T_Nothing.Id=1"), {}, {}, {}, {}}, true,
-         "CIM_ERR_INVALID_PARAMETER: T_Nothing"},
-    }),
-    NameOfRow());
-
-TEST_F(Associations, RejectsUnknownNamespace)
+TEST_F(Associations, HandOverTheFiltersOfAssociatorsAsTyped)
 {
-    EXPECT_EQ(errorOf([&] { broker->referenceNames(me, "root/nope", from("T_Leaf.Id=1")); }),
-              "CIM_ERR_INVALID_NAMESPACE: root/nope");
+    const Traversal traversal{String("T_Leaf.Id=1"), "t_linkSUB", "t_static", "uPPer", "Any"};
+    broker->associators(me, test, traversal, {true, true, listOf({"A"})});
+    broker->associatorNames(me, test, traversal);
+    const std::string filters =
+        "//here/root/test:T_Leaf.Id=1 AssocClass=T_LinkSub ResultClass=t_static Role=uPPer "
+        "ResultRole=Any";
+    EXPECT_EQ(scripted::calls,
+              (Lines{"LinkSub associators " + filters +
+                         " IncludeQualifiers IncludeClassOrigin PropertyList=[A] by me",
+                     "LinkSub associatorNames " + filters + " by me"}));
+}
+
+TEST_F(Associations, HandOverTheFiltersOfReferencesForTheResultClassAndAllBelowIt)
+{
+    const Traversal traversal{String("T_Leaf.Id=1"), {}, "T_LINK", "uPPer", {}};
+    broker->references(me, test, traversal, {true, true, listOf({"A"})});
+    broker->referenceNames(me, test, traversal);
+    const std::string view = " IncludeQualifiers IncludeClassOrigin PropertyList=[A] by me";
+    const std::string source = "//here/root/test:T_Leaf.Id=1 ";
+    EXPECT_EQ(
+        scripted::calls,
+        (Lines{"Link references " + source + "ResultClass=T_Link Role=uPPer" + view,
+               "LinkSub references " + source + "ResultClass=T_LinkSub Role=uPPer" + view,
+               "Link referenceNames " + source + "ResultClass=T_Link Role=uPPer by me",
+               "LinkSub referenceNames " + source + "ResultClass=T_LinkSub Role=uPPer by me"}));
+}
+
+TEST_F(Associations, RejectUnknownClassesAndNamespaces)
+{
+    const auto associators = [&](const Traversal& traversal) {
+        return errorOf([&] { broker->associatorNames(me, test, traversal); });
+    };
+    EXPECT_EQ(associators(from("T_None.Id=1")), "CIM_ERR_INVALID_PARAMETER: T_None");
+    EXPECT_EQ(associators(from("T_Leaf", "T_None")), "CIM_ERR_INVALID_PARAMETER: T_None");
+    EXPECT_EQ(associators(from("T_Leaf", {}, "T_None")), "CIM_ERR_INVALID_CLASS: T_None");
+    EXPECT_EQ(errorOf([&] { broker->referenceNames(me, test, from("T_Leaf", {}, "T_None")); }),
+              "CIM_ERR_INVALID_PARAMETER: T_None");
+    EXPECT_EQ(errorOf([&] { broker->referenceNames(me, "root/none", from("T_Leaf")); }),
+              "CIM_ERR_INVALID_NAMESPACE: root/none");
 }
 
 // ---- What the four operations have in common ----
 
-struct TraversingOperation : Row
+struct Operation : Row
 {
-    Lines (*paths)(Broker&, const OperationContext&, const CIMNamespaceName&, const Traversal&);
+    /// The paths that T_Leaf.Id=1 leads to.
+    Lines (*paths)(Broker&, const OperationContext&);
 };
 
-/// Runs with behaviors for the providers of T_Link and T_LinkSub.
-class EachTraversal : public BrokerTableTest<TraversingOperation>
+class EachTraversal : public BrokerTableTest<Operation>
 {
 protected:
-    Lines paths(const Traversal& traversal)
-    {
-        return GetParam().paths(*broker, me, test, traversal);
-    }
+    Lines paths() { return GetParam().paths(*broker, me); }
     template <class Behavior>
-    static void setBehavior(const char* providerName, Behavior behavior)
+    static void setBehavior(const char* provider, Behavior behavior)
     {
-        scripted::Behavior& provider = scripted::provider(providerName);
-        provider.onAssociators = provider.onReferences = behavior;
-        provider.onAssociatorNames = provider.onReferenceNames = behavior;
+        scripted::provider(provider).onPaths = behavior;
+        scripted::provider(provider).onObjects = behavior;
     }
 };
 
-/// Delivers objects of these paths to either kind of handler.
-struct Deliver
+/// Delivers either kind of result.
+struct DeliverPaths
 {
     std::vector<const char*> paths;
     void operator()(ObjectPathResponseHandler& handler) const
@@ -189,55 +127,56 @@ struct Deliver
     }
     void operator()(ObjectResponseHandler& handler) const
     {
-        for (const char* path : paths) {
-            CIMInstance instance(CIMName("T_Static"));
-            instance.setPath(String(path));
-            handler.deliver(CIMObject(instance));
-        }
+        for (const char* path : paths)
+            handler.deliver(CIMObject(instanceOf(path)));
         handler.complete();
     }
 };
 
 TEST_P(EachTraversal, GivesPathsTheHostAndNamespaceThatTheyLack)
 {
-    setBehavior("LinkSub", Deliver{{"T_Static.Id=1", "other/place:T_Static.Id=2",
-                                    "//far/x:T_Static.Id=3"}});
-    EXPECT_EQ(paths(from("T_Leaf.Id=1", "T_LinkSub")),
-              (Lines{"//here/root/test:T_Static.Id=1", "//here/other/place:T_Static.Id=2",
-                     "//far/x:T_Static.Id=3"}));
+    setBehavior("Link",
+                DeliverPaths{{"T_Static.Id=1", "a/b:T_Static.Id=2", "//h/x:T_Static.Id=3"}});
+    setBehavior("LinkSub", DeliverPaths{{}});
+    EXPECT_EQ(paths(), (Lines{"//here/root/test:T_Static.Id=1", "//here/a/b:T_Static.Id=2",
+                              "//h/x:T_Static.Id=3"}));
 }
 
 TEST_P(EachTraversal, OmitsAssociationsWhoseProviderDoesNotSupportIt)
 {
     setBehavior("Link", [](auto&) { throw CIMNotSupportedException("not here"); });
-    EXPECT_EQ(paths(from("T_Leaf.Id=1")), Lines{"//here/root/test:T_LinkSub.Id=1"});
+    EXPECT_EQ(paths(), Lines{"//here/root/test:T_LinkSub.Id=1"});
     setBehavior("LinkSub", [](auto&) { throw CIMNotSupportedException("not here"); });
-    EXPECT_EQ(paths(from("T_Leaf.Id=1")), Lines{});
+    EXPECT_EQ(paths(), Lines{});
 }
 
 TEST_P(EachTraversal, ReturnsOtherErrorsOfOneProvider)
 {
     setBehavior("Link", [](auto&) { throw CIMAccessDeniedException("no"); });
-    EXPECT_EQ(errorOf([&] { paths(from("T_Leaf.Id=1")); }), "CIM_ERR_ACCESS_DENIED: no");
+    EXPECT_EQ(errorOf([&] { paths(); }), "CIM_ERR_ACCESS_DENIED: no");
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Of, EachTraversal,
-    ::testing::ValuesIn(std::vector<TraversingOperation>{
-        {"Associators", [](auto& broker, auto& context, auto& nameSpace, auto& traversal) {
-             return pathsOf(broker.associators(context, nameSpace, traversal, {}));
-         }},
-        {"AssociatorNames", [](auto& broker, auto& context, auto& nameSpace, auto& traversal) {
-             return texts(broker.associatorNames(context, nameSpace, traversal));
-         }},
-        {"References", [](auto& broker, auto& context, auto& nameSpace, auto& traversal) {
-             return pathsOf(broker.references(context, nameSpace, traversal, {}));
-         }},
-        {"ReferenceNames", [](auto& broker, auto& context, auto& nameSpace, auto& traversal) {
-             return texts(broker.referenceNames(context, nameSpace, traversal));
-         }},
-    }),
-    NameOfRow());
+Lines pathsOf(const Array<CIMInstance>& instances)
+{
+    Lines paths;
+    for (Uint32 i = 0; i < instances.size(); ++i)
+        paths.push_back(text(instances[i].getPath()));
+    return paths;
+}
+
+const CIMNamespaceName root("root/test");
+const Traversal ofLeaf = from("T_Leaf.Id=1");
+const Operation traversals[] = {
+    {"Associators",
+     [](auto& broker, auto& me) { return pathsOf(broker.associators(me, root, ofLeaf, {})); }},
+    {"AssociatorNames",
+     [](auto& broker, auto& me) { return texts(broker.associatorNames(me, root, ofLeaf)); }},
+    {"References",
+     [](auto& broker, auto& me) { return pathsOf(broker.references(me, root, ofLeaf, {})); }},
+    {"ReferenceNames",
+     [](auto& broker, auto& me) { return texts(broker.referenceNames(me, root, ofLeaf)); }},
+};
+INSTANTIATE_TEST_SUITE_P(Of, EachTraversal, ::testing::ValuesIn(traversals), NameOfRow());
 
 }  // namespace
 }  // namespace cimom

@@ -1,47 +1,20 @@
 // A broker over a small schema, with scripted providers.
 #pragma once
 
+#include "../Row.h"
 #include "Broker/Broker.h"
 #include "Model/Errors.h"
+#include "Model/Text.h"
 #include "Mof/MofCompiler.h"
 #include "ScriptedProvider.h"
 
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <ostream>
 #include <string>
 
 namespace cimom
 {
-
-/// The name of a row of a table, and where it stands. To be the base of the row's type.
-struct Row
-{
-    Row(const char* nameOfRow, const char* fileOfRow = __builtin_FILE(),
-        int lineOfRow = __builtin_LINE())
-        : name(nameOfRow), file(fileOfRow), line(lineOfRow)
-    {
-    }
-    const char* name;
-    const char* file;
-    int line;
-};
-
-inline std::ostream& operator<<(std::ostream& out, const Row& row)
-{
-    return out << row.file << ":" << row.line;
-}
-
-/// For INSTANTIATE_TEST_SUITE_P: tests are called after their rows.
-struct NameOfRow
-{
-    template <class Info>
-    std::string operator()(const Info& info) const
-    {
-        return info.param.name;
-    }
-};
 
 /// What `call` returns, or the error as a client sees it.
 template <class Call>
@@ -54,13 +27,13 @@ std::string outcomeOf(Call call)
     }
 }
 
-/// The error of a call, as a client sees it.
+/// "done", or the error of the call as a client sees it.
 template <class Call>
 std::string errorOf(Call call)
 {
     return outcomeOf([&]() -> std::string {
         call();
-        return "no error";
+        return "done";
     });
 }
 
@@ -77,11 +50,19 @@ inline std::string moduleMof(const std::string& name, const std::string& locatio
 inline std::string providerMof(const std::string& module, const std::string& provider,
                                const std::string& className, const std::string& types)
 {
-    const std::string names = "ProviderModuleName=\"" + module + "\"; ";
-    return "instance of PG_Provider { " + names + "Name=\"" + provider +
-           "\"; };\ninstance of PG_ProviderCapabilities { " + names + "ProviderName=\"" + provider +
+    const std::string owner = "ProviderModuleName=\"" + module + "\"; ";
+    return "instance of PG_Provider { " + owner + "Name=\"" + provider +
+           "\"; };\ninstance of PG_ProviderCapabilities { " + owner + "ProviderName=\"" + provider +
            "\"; CapabilityID=\"" + className + "\"; ClassName=\"" + className +
            "\"; Namespaces={\"Root/Test\"}; ProviderType={" + types + "}; };\n";
+}
+
+inline CIMPropertyList listOf(std::initializer_list<const char*> names)
+{
+    Array<CIMName> list;
+    for (const char* name : names)
+        list.append(CIMName(name));
+    return CIMPropertyList(list);
 }
 
 /// Fixture: schema.mof in root/test, served by scripted providers called Base, Leaf, Side, Machine,
@@ -97,8 +78,8 @@ protected:
         repository.addNamespace(interopNamespace);
         compileMof(repository, interopNamespace, INTEROP_MOF);
         registerMof(moduleMof("Scripted", "Nowhere"));
-        for (const char* name : {"Base", "Leaf", "Side"})
-            registerMof(providerMof("Scripted", name, std::string("T_") + name, "2"));
+        for (const std::string name : {"Base", "Leaf", "Side"})
+            registerMof(providerMof("Scripted", name, "T_" + name, "2"));
         registerMof(providerMof("Scripted", "Machine", "T_Machine", "3, 5"));
         registerMof(providerMof("Scripted", "Link", "T_Link", "2, 3"));
         registerMof(providerMof("Scripted", "LinkSub", "T_LinkSub", "2, 3"));
@@ -125,6 +106,22 @@ protected:
         ObjectManager::current = broker.get();
     }
 
+    // Results as text; errors are thrown.
+    Lines names(const char* className)
+    {
+        return texts(broker->enumerateInstanceNames(me, test, CIMName(className)));
+    }
+    Lines instances(const char* className, bool deep = true, const InstanceView& view = {})
+    {
+        return texts(broker->enumerateInstances(me, test, CIMName(className), deep, view));
+    }
+    /// The instance or the error.
+    std::string get(const char* path, const InstanceView& view = {})
+    {
+        const CIMObjectPath name(path);
+        return outcomeOf([&] { return text(broker->getInstance(me, test, name, view)); });
+    }
+
     const CIMNamespaceName test = CIMNamespaceName("root/test");
     OperationContext me;  ///< of the user "me"
     Repository repository;
@@ -132,12 +129,12 @@ protected:
     std::unique_ptr<Broker> broker;
 };
 
-/// The same for a table: traces of failures name the row.
+/// The same for a table: failures name the row.
 template <class RowType>
 class BrokerTableTest : public BrokerTest, public ::testing::WithParamInterface<RowType>
 {
-    const ::testing::ScopedTrace trace_{this->GetParam().file, this->GetParam().line,
-                                        this->GetParam().name};
+    const ::testing::ScopedTrace row_{this->GetParam().file, this->GetParam().line,
+                                      this->GetParam().name};
 };
 
 }  // namespace cimom

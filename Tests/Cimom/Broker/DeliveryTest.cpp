@@ -9,91 +9,76 @@ namespace cimom
 namespace
 {
 
-CIMInstance leafOf(int id)
+enum Step
 {
-    CIMInstance instance(CIMName("T_Leaf"));
-    instance.setPath(toString("T_Leaf.Id=" + std::to_string(id)));
-    return instance;
-}
+    Deliver,
+    DeliverArrayOfTwo,
+    DeliverUninitialized,
+    DeliverParameter,
+    DeliverUninitializedParameter,
+    Complete,
+    CompleteAndCatch
+};
 
-/// How instances are delivered, and what getInstance and enumerateInstances make of it.
-struct InstanceDelivery : Row
+/// Takes these steps; instances, return values and parameters are numbered from 1.
+struct Steps
 {
-    void (*deliver)(InstanceResponseHandler&);
-    std::string one;
-    Lines list;
+    std::vector<Step> steps;
+
+    void operator()(InstanceResponseHandler& handler) const
+    {
+        int id = 0;
+        const auto next = [&] { return instanceOf("T_Leaf.Id=" + std::to_string(++id)); };
+        for (const Step step : steps) {
+            if (step == Deliver) handler.deliver(next());
+            if (step == DeliverUninitialized) handler.deliver(CIMInstance());
+            if (step == DeliverArrayOfTwo) {
+                Array<CIMInstance> two(1, next());
+                two.append(next());
+                handler.deliver(two);
+            }
+            complete(handler, step);
+        }
+    }
+    void operator()(MethodResultResponseHandler& handler) const
+    {
+        Uint32 number = 0;
+        for (const Step step : steps) {
+            ++number;
+            if (step == Deliver) handler.deliver(CIMValue(number));
+            if (step == DeliverUninitialized) handler.deliver(CIMValue(CIMTYPE_UINT32, false));
+            const CIMParamValue parameter("Out", CIMValue(number));
+            if (step == DeliverParameter) handler.deliverParamValue(parameter);
+            if (step == DeliverArrayOfTwo)
+                handler.deliverParamValue(Array<CIMParamValue>(2, parameter));
+            if (step == DeliverUninitializedParameter) handler.deliverParamValue(CIMParamValue());
+            complete(handler, step);
+        }
+    }
+
+private:
+    static void complete(ResponseHandler& handler, Step step)
+    {
+        if (step == Complete) handler.complete();
+        if (step != CompleteAndCatch) return;
+        try {
+            handler.complete();
+        } catch (const CIMException&) {
+            // The provider takes no notice.
+        }
+    }
 };
 
 const std::string tooFew = "CIM_ERR_FAILED: Too few objects delivered.";
 const std::string tooMany = "CIM_ERR_FAILED: Too many objects delivered.";
 const std::string notInitialized = "CIM_ERR_FAILED: The object is not initialized.";
 
-const InstanceDelivery instanceDeliveries[] = {
-    {"OneThenComplete",
-     [](auto& handler) {
-         handler.processing();
-         handler.deliver(leafOf(1));
-         handler.complete();
-     },
-     "T_Leaf.Id=1{}",
-     {"T_Leaf.Id=1{}"}},
-    {"ArrayOfOne",
-     [](auto& handler) {
-         handler.deliver(Array<CIMInstance>(1, leafOf(1)));
-         handler.complete();
-     },
-     "T_Leaf.Id=1{}",
-     {"T_Leaf.Id=1{}"}},
-    {"OneMoreAfterComplete",
-     [](auto& handler) {
-         handler.deliver(leafOf(1));
-         handler.complete();
-         handler.deliver(leafOf(2));
-         handler.deliver(Array<CIMInstance>(1, leafOf(3)));
-     },
-     "T_Leaf.Id=1{}",
-     {"T_Leaf.Id=1{}"}},
-    {"WithoutComplete", [](auto& handler) { handler.deliver(leafOf(1)); }, "", {}},
-    {"Nothing", [](auto&) {}, "", {}},
-    {"CompleteOnly", [](auto& handler) { handler.complete(); }, tooFew, {}},
-    {"CompleteTwice",
-     [](auto& handler) {
-         handler.deliver(leafOf(1));
-         handler.complete();
-         handler.complete();
-     },
-     tooFew,
-     {"T_Leaf.Id=1{}"}},
-    {"TwoAndAnArrayOfTwo",
-     [](auto& handler) {
-         Array<CIMInstance> more(1, leafOf(3));
-         more.append(leafOf(4));
-         handler.deliver(leafOf(1));
-         handler.deliver(leafOf(2));
-         handler.deliver(more);
-         handler.complete();
-     },
-     tooMany,
-     {"T_Leaf.Id=1{}", "T_Leaf.Id=2{}", "T_Leaf.Id=3{}", "T_Leaf.Id=4{}"}},
-    {"Uninitialized", [](auto& handler) { handler.deliver(CIMInstance()); }, notInitialized,
-     {notInitialized}},
-    {"UninitializedAmongOthers",
-     [](auto& handler) {
-         Array<CIMInstance> list(1, leafOf(1));
-         list.append(CIMInstance());
-         handler.deliver(list);
-     },
-     notInitialized,
-     {notInitialized}},
-    {"CompleteOnlyAndCaught",
-     [](auto& handler) {
-         try {
-             handler.complete();
-         } catch (const CIMException&) {
-         }
-     },
-     "CIM_ERR_NOT_FOUND",
-     {}},
+/// How instances are delivered, and what getInstance and enumerateInstances make of it.
+struct InstanceDelivery : Row
+{
+    Steps steps;
+    std::string one;
+    Lines list;
 };
 
 class DeliveryOfInstances : public BrokerTableTest<InstanceDelivery>
@@ -102,24 +87,31 @@ class DeliveryOfInstances : public BrokerTableTest<InstanceDelivery>
 
 TEST_P(DeliveryOfInstances, ToGetInstance)
 {
-    scripted::provider("Leaf").onGetInstance = GetParam().deliver;
-    const std::string outcome = outcomeOf(
-        [&] { return text(broker->getInstance(me, test, CIMObjectPath("T_Leaf.Id=1"), {})); });
-    EXPECT_EQ(outcome, GetParam().one);
+    scripted::provider("Leaf").onInstances = GetParam().steps;
+    EXPECT_EQ(get("T_Leaf.Id=1"), GetParam().one);
 }
 
 TEST_P(DeliveryOfInstances, ToEnumerateInstances)
 {
-    scripted::provider("Leaf").onEnumerateInstances = GetParam().deliver;
+    scripted::provider("Leaf").onInstances = GetParam().steps;
     Lines outcome;
-    try {
-        outcome = texts(broker->enumerateInstances(me, test, "T_Leaf", true, {}));
-    } catch (const CIMException& error) {
-        outcome = {toUtf8(describe(error))};
-    }
-    EXPECT_EQ(outcome, GetParam().list);
+    const std::string error = errorOf([&] { outcome = instances("T_Leaf"); });
+    EXPECT_EQ(error == "done" ? outcome : Lines{error}, GetParam().list);
 }
 
+const std::string one = "T_Leaf.Id=1{}", two = "T_Leaf.Id=2{}", three = "T_Leaf.Id=3{}";
+const InstanceDelivery instanceDeliveries[] = {
+    {"OneThenComplete", {{Deliver, Complete}}, one, {one}},
+    {"OneMoreAfterComplete", {{Deliver, Complete, Deliver, DeliverArrayOfTwo}}, one, {one}},
+    {"OneAndAnArray", {{Deliver, DeliverArrayOfTwo, Complete}}, tooMany, {one, two, three}},
+    {"ArrayOnly", {{DeliverArrayOfTwo, Complete}}, tooMany, {one, two}},
+    {"WithoutComplete", {{Deliver}}, "", {}},
+    {"Nothing", {{}}, "", {}},
+    {"CompleteOnly", {{Complete}}, tooFew, {}},
+    {"CompleteOnlyAndCatch", {{CompleteAndCatch}}, "CIM_ERR_NOT_FOUND", {}},
+    {"CompleteTwice", {{Deliver, Complete, Complete}}, tooFew, {one}},
+    {"Uninitialized", {{DeliverUninitialized, Complete}}, notInitialized, {notInitialized}},
+};
 INSTANTIATE_TEST_SUITE_P(Of, DeliveryOfInstances, ::testing::ValuesIn(instanceDeliveries),
                          NameOfRow());
 
@@ -127,85 +119,24 @@ class DeliveryOfPaths : public BrokerTest
 {
 };
 
-TEST_F(DeliveryOfPaths, TakesAllUntilComplete)
+TEST_F(DeliveryOfPaths, MustHaveAClass)
 {
-    scripted::provider("Leaf").onEnumerateInstanceNames = [](ObjectPathResponseHandler& handler) {
-        handler.deliver(CIMObjectPath("T_Leaf.Id=1"));
-        handler.deliver(Array<CIMObjectPath>(2, CIMObjectPath("T_Leaf.Id=2")));
-        handler.complete();
-        handler.deliver(CIMObjectPath("T_Leaf.Id=3"));
-    };
-    EXPECT_EQ(texts(broker->enumerateInstanceNames(me, test, "T_Leaf")),
-              (Lines{"T_Leaf.Id=1", "T_Leaf.Id=2", "T_Leaf.Id=2"}));
+    scripted::provider("Leaf").onPaths = scripted::delivering<CIMObjectPath>({CIMObjectPath()});
+    EXPECT_EQ(errorOf([&] { names("T_Leaf"); }), notInitialized);
 }
 
-TEST_F(DeliveryOfPaths, RejectsAPathWithoutClass)
+TEST_F(DeliveryOfPaths, MustBeOneForACreatedInstance)
 {
-    scripted::provider("Leaf").onEnumerateInstanceNames = [](ObjectPathResponseHandler& handler) {
-        handler.deliver(CIMObjectPath());
-    };
-    EXPECT_EQ(errorOf([&] { broker->enumerateInstanceNames(me, test, "T_Leaf"); }), notInitialized);
+    const CIMObjectPath path("T_Leaf.Id=1");
+    scripted::provider("Leaf").onPaths = scripted::delivering<CIMObjectPath>({path, path});
+    EXPECT_EQ(errorOf([&] { broker->createInstance(me, test, instanceOf("T_Leaf")); }), tooMany);
 }
 
-TEST_F(DeliveryOfPaths, RejectsTwoForOneCreatedInstance)
-{
-    scripted::provider("Leaf").onCreateInstance = [](ObjectPathResponseHandler& handler) {
-        handler.deliver(CIMObjectPath("T_Leaf.Id=1"));
-        handler.deliver(CIMObjectPath("T_Leaf.Id=2"));
-        handler.complete();
-    };
-    EXPECT_EQ(errorOf([&] { broker->createInstance(me, test, leafOf(1)); }), tooMany);
-}
-
-/// How a method's results are delivered, and what the client gets: the return value, then the
-/// output parameters.
+/// How a method's results are delivered, and the outcome: return value, then output parameters.
 struct MethodDelivery : Row
 {
-    void (*deliver)(MethodResultResponseHandler&);
-    Lines results;
-};
-
-CIMParamValue output(Uint32 value)
-{
-    return CIMParamValue("Out", CIMValue(value));
-}
-
-const MethodDelivery methodDeliveries[] = {
-    {"ReturnValueOnly",
-     [](auto& handler) {
-         handler.deliver(CIMValue(Uint32(1)));
-         handler.complete();
-     },
-     {"uint32=1"}},
-    {"LastReturnValueAndAllParameters",
-     [](auto& handler) {
-         handler.processing();
-         handler.deliver(CIMValue(Uint32(1)));
-         handler.deliverParamValue(output(2));
-         handler.deliver(CIMValue(Uint32(3)));
-         handler.deliverParamValue(Array<CIMParamValue>(2, output(4)));
-         handler.complete();
-     },
-     {"uint32=3", "Out uint32=2", "Out uint32=4", "Out uint32=4"}},
-    {"CompleteOnly", [](auto& handler) { handler.complete(); }, {"boolean=null"}},
-    {"WithoutComplete",
-     [](auto& handler) {
-         handler.deliver(CIMValue(Uint32(1)));
-         handler.deliverParamValue(output(2));
-     },
-     {"boolean=null"}},
-    {"MoreAfterComplete",
-     [](auto& handler) {
-         handler.deliver(CIMValue(Uint32(1)));
-         handler.complete();
-         handler.deliver(CIMValue(Uint32(2)));
-         handler.deliverParamValue(output(3));
-     },
-     {"uint32=1"}},
-    {"NullReturnValue", [](auto& handler) { handler.deliver(CIMValue(CIMTYPE_UINT32, false)); },
-     {notInitialized}},
-    {"UninitializedParameter", [](auto& handler) { handler.deliverParamValue(CIMParamValue()); },
-     {notInitialized}},
+    Steps steps;
+    Lines outcome;
 };
 
 class DeliveryOfMethodResults : public BrokerTableTest<MethodDelivery>
@@ -214,19 +145,26 @@ class DeliveryOfMethodResults : public BrokerTableTest<MethodDelivery>
 
 TEST_P(DeliveryOfMethodResults, ToInvokeMethod)
 {
-    scripted::provider("Machine").onInvokeMethod = GetParam().deliver;
-    Array<CIMParamValue> parameters;
-    Lines results{outcomeOf([&] {
-        return text(broker->invokeMethod(me, test, CIMObjectPath("T_Machine.Id=1"), "Run",
-                                         Array<CIMParamValue>(), parameters));
+    scripted::provider("Machine").onMethod = GetParam().steps;
+    Array<CIMParamValue> out;
+    Lines outcome{outcomeOf([&] {
+        return text(broker->invokeMethod(me, test, CIMObjectPath("T_Machine"), "Run", {}, out));
     })};
-    for (Uint32 i = 0; i < parameters.size(); ++i) {
-        results.push_back(toUtf8(parameters[i].getParameterName()) + " " +
-                          text(parameters[i].getValue()));
-    }
-    EXPECT_EQ(results, GetParam().results);
+    for (Uint32 i = 0; i < out.size(); ++i)
+        outcome.push_back(text(out[i].getValue()));
+    EXPECT_EQ(outcome, GetParam().outcome);
 }
 
+const MethodDelivery methodDeliveries[] = {
+    {"LastReturnValueAndAllParameters",
+     {{Deliver, DeliverParameter, Deliver, DeliverArrayOfTwo, Complete}},
+     {"uint32=3", "uint32=2", "uint32=4", "uint32=4"}},
+    {"CompleteOnly", {{Complete}}, {"boolean=null"}},
+    {"WithoutComplete", {{Deliver, DeliverParameter}}, {"boolean=null"}},
+    {"MoreAfterComplete", {{Deliver, Complete, Deliver, DeliverParameter}}, {"uint32=1"}},
+    {"NullReturnValue", {{DeliverUninitialized, Complete}}, {notInitialized}},
+    {"UninitializedParameter", {{DeliverUninitializedParameter, Complete}}, {notInitialized}},
+};
 INSTANTIATE_TEST_SUITE_P(Of, DeliveryOfMethodResults, ::testing::ValuesIn(methodDeliveries),
                          NameOfRow());
 

@@ -1,12 +1,13 @@
 #include "ScriptedProvider.h"
 
+#include "Model/Text.h"
+
 #include <Pegasus/Provider/CIMAssociationProvider.h>
 #include <Pegasus/Provider/CIMInstanceProvider.h>
 #include <Pegasus/Provider/CIMMethodProvider.h>
 
 #include <map>
 #include <mutex>
-#include <utility>
 
 PEGASUS_USING_PEGASUS;
 
@@ -33,24 +34,36 @@ std::string text(const CIMValue& value)
 std::string text(const CIMInstance& instance)
 {
     if (instance.isUninitialized()) return "";
-    std::string line = text(instance.getPath()) + "{";
+    std::string line;
     for (Uint32 i = 0; i < instance.getPropertyCount(); ++i) {
         const CIMConstProperty property = instance.getProperty(i);
         line += (i == 0 ? "" : ", ") + toUtf8(property.getName().getString()) + ":" +
                 text(property.getValue());
     }
-    return line + "}";
+    return text(instance.getPath()) + "{" + line + "}";
+}
+
+CIMInstance instanceOf(const std::string& path, std::initializer_list<CIMProperty> properties)
+{
+    const CIMObjectPath name(toString(path));
+    CIMInstance instance(name.getClassName());
+    instance.setPath(name);
+    for (const CIMProperty& property : properties)
+        instance.addProperty(property);
+    return instance;
 }
 
 namespace scripted
 {
+
+Lines calls;
+Lines lifecycle;
+
 namespace
 {
 
-std::mutex mutex;  // guards what follows
+std::mutex mutex;  // guards what is recorded and set
 std::map<std::string, Behavior> behaviors;
-Lines calls;
-Lines lifecycle;
 
 void record(Lines& lines, const std::string& line)
 {
@@ -58,72 +71,55 @@ void record(Lines& lines, const std::string& line)
     lines.push_back(line);
 }
 
-Lines take(Lines& lines)
+// The words of a call behind the operation: nothing for what is not given.
+std::string word(const std::string& name, const String& value)
 {
-    const std::lock_guard<std::mutex> lock(mutex);
-    return std::exchange(lines, {});
+    return value.size() == 0 ? "" : " " + name + "=" + toUtf8(value);
 }
-
-std::string word(const char* name, bool flag)
+std::string word(const std::string& name, const CIMName& value)
 {
-    return flag ? std::string(" ") + name : "";
+    return word(name, value.getString());
 }
-
-std::string word(const char* name, const String& value)
-{
-    return value.size() == 0 ? "" : std::string(" ") + name + "=" + toUtf8(value);
-}
-
 std::string word(const CIMPropertyList& list)
 {
-    if (list.isNull()) return "";
     std::string names;
     for (Uint32 i = 0; i < list.size(); ++i)
         names += (i == 0 ? "" : " ") + toUtf8(list[i].getString());
-    return " PropertyList=[" + names + "]";
+    return list.isNull() ? "" : " PropertyList=[" + names + "]";
 }
-
-std::string words(bool qualifiers, bool classOrigin, const CIMPropertyList& list)
+std::string view(bool qualifiers, bool classOrigin, const CIMPropertyList& list)
 {
-    return word("IncludeQualifiers", qualifiers) + word("IncludeClassOrigin", classOrigin) +
-           word(list);
+    return std::string(qualifiers ? " IncludeQualifiers" : "") +
+           (classOrigin ? " IncludeClassOrigin" : "") + word(list);
 }
-
-std::string arguments(const Array<CIMParamValue>& in)
+std::string word(const CIMName& method, const Array<CIMParamValue>& in)
 {
     std::string list;
     for (Uint32 i = 0; i < in.size(); ++i) {
         list += (i == 0 ? "" : ", ") + toUtf8(in[i].getParameterName()) +
                 (in[i].isTyped() ? ":" : ":untyped ") + text(in[i].getValue());
     }
-    return "(" + list + ")";
+    return " " + toUtf8(method.getString()) + "(" + list + ")";
 }
 
-CIMInstance instanceOf(const CIMName& className)
+// What is delivered where nothing is set.
+void deliver(InstanceResponseHandler& handler, const std::string& path)
 {
-    CIMInstance instance(className);
-    instance.setPath(CIMObjectPath(className.getString() + ".Id=1"));
-    return instance;
+    handler.deliver(instanceOf(path));
 }
-
-// What an operation delivers for which nothing is set.
-void deliver(InstanceResponseHandler& handler, const CIMName& name)
+void deliver(ObjectResponseHandler& handler, const std::string& path)
 {
-    handler.deliver(instanceOf(name));
+    handler.deliver(CIMObject(instanceOf(path)));
 }
-void deliver(ObjectResponseHandler& handler, const CIMName& name)
+void deliver(ObjectPathResponseHandler& handler, const std::string& path)
 {
-    handler.deliver(CIMObject(instanceOf(name)));
+    handler.deliver(CIMObjectPath(toString(path)));
 }
-void deliver(ObjectPathResponseHandler& handler, const CIMName& name)
-{
-    handler.deliver(instanceOf(name).getPath());
-}
-void deliver(MethodResultResponseHandler& handler, const CIMName&)
+void deliver(MethodResultResponseHandler& handler, const std::string&)
 {
     handler.deliver(CIMValue(Uint32(0)));
 }
-void deliver(ResponseHandler&, const CIMName&) {}
+void deliver(ResponseHandler&, const std::string&) {}
 
 class Bare : public CIMProvider
 {
@@ -134,114 +130,103 @@ class Bare : public CIMProvider
 using Ctx = const OperationContext&;
 using Path = const CIMObjectPath&;
 using Name = const CIMName&;
-using Role = const String&;
+using Text = const String&;
 using List = const CIMPropertyList&;
 
 class Scripted : public CIMInstanceProvider, public CIMMethodProvider, public CIMAssociationProvider
 {
 public:
-    explicit Scripted(const std::string& name) : name_(name), behavior_(provider(name)) {}
+    explicit Scripted(const std::string& name) : name_(name), does_(provider(name)) {}
 
     void initialize(CIMOMHandle&) override
     {
         record(lifecycle, "initialize " + name_);
-        if (behavior_.onInitialize) behavior_.onInitialize();
+        if (does_.onInitialize) does_.onInitialize();
     }
     void terminate() override
     {
         record(lifecycle, "terminate " + name_);
         delete this;
     }
-
     void getInstance(Ctx c, Path p, bool q, bool o, List l, InstanceResponseHandler& h) override
     {
-        const std::string line = "getInstance " + text(p) + words(q, o, l);
-        run(c, line, behavior_.onGetInstance, h, p.getClassName());
+        run(c, p.getClassName(), does_.onInstances, h, "getInstance " + text(p) + view(q, o, l));
     }
     void enumerateInstances(Ctx c, Path p, bool q, bool o, List l,
                             InstanceResponseHandler& h) override
     {
-        const std::string line = "enumerateInstances " + text(p) + words(q, o, l);
-        run(c, line, behavior_.onEnumerateInstances, h, p.getClassName());
+        const std::string call = "enumerateInstances " + text(p) + view(q, o, l);
+        run(c, p.getClassName(), does_.onInstances, h, call);
     }
     void enumerateInstanceNames(Ctx c, Path p, ObjectPathResponseHandler& h) override
     {
-        const std::string line = "enumerateInstanceNames " + text(p);
-        run(c, line, behavior_.onEnumerateInstanceNames, h, p.getClassName());
+        run(c, p.getClassName(), does_.onPaths, h, "enumerateInstanceNames " + text(p));
     }
     void modifyInstance(Ctx c, Path p, const CIMInstance& i, bool q, List l,
                         ResponseHandler& h) override
     {
-        const std::string line = "modifyInstance " + text(p) + " " + text(i) + words(q, false, l);
-        run(c, line, behavior_.onModifyInstance, h, p.getClassName());
+        const std::string call = "modifyInstance " + text(p) + " " + text(i) + view(q, false, l);
+        run(c, p.getClassName(), does_.onChange, h, call);
     }
     void createInstance(Ctx c, Path p, const CIMInstance& i, ObjectPathResponseHandler& h) override
     {
-        const std::string line = "createInstance " + text(p) + " " + text(i);
-        run(c, line, behavior_.onCreateInstance, h, p.getClassName());
+        run(c, p.getClassName(), does_.onPaths, h, "createInstance " + text(p) + " " + text(i));
     }
     void deleteInstance(Ctx c, Path p, ResponseHandler& h) override
     {
-        run(c, "deleteInstance " + text(p), behavior_.onDeleteInstance, h, p.getClassName());
+        run(c, p.getClassName(), does_.onChange, h, "deleteInstance " + text(p));
     }
     void invokeMethod(Ctx c, Path p, Name method, const Array<CIMParamValue>& in,
                       MethodResultResponseHandler& h) override
     {
-        const std::string called = toUtf8(method.getString()) + arguments(in);
-        run(c, "invokeMethod " + text(p) + " " + called, behavior_.onInvokeMethod, h, method);
+        run(c, method, does_.onMethod, h, "invokeMethod " + text(p) + word(method, in));
     }
-    void associators(Ctx c, Path p, Name association, Name resultClass, Role role, Role resultRole,
+    void associators(Ctx c, Path p, Name association, Name resultClass, Text role, Text resultRole,
                      bool q, bool o, List l, ObjectResponseHandler& h) override
     {
-        const std::string line = "associators " + text(p) +
-                                 filters(association, resultClass, role, resultRole) +
-                                 words(q, o, l);
-        run(c, line, behavior_.onAssociators, h, association);
+        const std::string filters = narrowed(association, resultClass, role, resultRole);
+        run(c, association, does_.onObjects, h, "associators " + text(p) + filters + view(q, o, l));
     }
-    void associatorNames(Ctx c, Path p, Name association, Name resultClass, Role role,
-                         Role resultRole, ObjectPathResponseHandler& h) override
+    void associatorNames(Ctx c, Path p, Name association, Name resultClass, Text role,
+                         Text resultRole, ObjectPathResponseHandler& h) override
     {
-        const std::string line =
-            "associatorNames " + text(p) + filters(association, resultClass, role, resultRole);
-        run(c, line, behavior_.onAssociatorNames, h, association);
+        const std::string filters = narrowed(association, resultClass, role, resultRole);
+        run(c, association, does_.onPaths, h, "associatorNames " + text(p) + filters);
     }
-    void references(Ctx c, Path p, Name association, Role role, bool q, bool o, List l,
+    void references(Ctx c, Path p, Name association, Text role, bool q, bool o, List l,
                     ObjectResponseHandler& h) override
     {
-        const std::string line = "references " + text(p) +
-                                 filters(CIMName(), association, role, String()) + words(q, o, l);
-        run(c, line, behavior_.onReferences, h, association);
+        const std::string filters = word("ResultClass", association) + word("Role", role);
+        run(c, association, does_.onObjects, h, "references " + text(p) + filters + view(q, o, l));
     }
-    void referenceNames(Ctx c, Path p, Name association, Role role,
+    void referenceNames(Ctx c, Path p, Name association, Text role,
                         ObjectPathResponseHandler& h) override
     {
-        const std::string line =
-            "referenceNames " + text(p) + filters(CIMName(), association, role, String());
-        run(c, line, behavior_.onReferenceNames, h, association);
+        const std::string filters = word("ResultClass", association) + word("Role", role);
+        run(c, association, does_.onPaths, h, "referenceNames " + text(p) + filters);
     }
 
 private:
-    static std::string filters(Name association, Name resultClass, Role role, Role resultRole)
+    static std::string narrowed(Name association, Name resultClass, Text role, Text resultRole)
     {
-        return word("AssocClass", association.getString()) +
-               word("ResultClass", resultClass.getString()) + word("Role", role) +
-               word("ResultRole", resultRole);
+        return word("AssocClass", association) + word("ResultClass", resultClass) +
+               word("Role", role) + word("ResultRole", resultRole);
     }
 
     template <class Handler>
-    void run(Ctx context, const std::string& line, const std::function<void(Handler&)>& behavior,
-             Handler& handler, Name served) const
+    void run(Ctx context, Name served, const std::function<void(Handler&)>& behavior,
+             Handler& handler, const std::string& call) const
     {
         const String user = IdentityContainer(context.get(IdentityContainer::NAME)).getUserName();
-        record(calls, name_ + " " + line + (user.size() == 0 ? "" : " by " + toUtf8(user)));
+        record(calls, name_ + " " + call + (user.size() == 0 ? "" : " by " + toUtf8(user)));
         if (behavior) return behavior(handler);
         handler.processing();
-        deliver(handler, served);
+        deliver(handler, toUtf8(served.getString()) + ".Id=1");
         handler.complete();
     }
 
     const std::string name_;
-    const Behavior& behavior_;
+    const Behavior& does_;
 };
 
 }  // namespace
@@ -250,16 +235,6 @@ Behavior& provider(const std::string& name)
 {
     const std::lock_guard<std::mutex> lock(mutex);
     return behaviors[name];
-}
-
-Lines takeCalls()
-{
-    return take(calls);
-}
-
-Lines takeLifecycle()
-{
-    return take(lifecycle);
 }
 
 void reset()

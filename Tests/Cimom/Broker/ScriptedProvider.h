@@ -1,14 +1,12 @@
 // A provider for tests: it records every call and does what the test has set for it.
 #pragma once
 
-#include "Model/Text.h"
-
 #include <Pegasus/Common/CIMInstance.h>
-#include <Pegasus/Common/CIMParamValue.h>
 #include <Pegasus/Common/ResponseHandler.h>
 #include <Pegasus/Provider/CIMProvider.h>
 
 #include <functional>
+#include <initializer_list>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -23,7 +21,7 @@ struct Lines : std::vector<std::string>
 };
 void PrintTo(const Lines& lines, std::ostream* out);
 
-// How calls, results and expectations show what they hold.
+// How calls and results show what they hold.
 std::string text(const Pegasus::CIMObjectPath&);
 /// "type=value"
 std::string text(const Pegasus::CIMValue&);
@@ -39,31 +37,45 @@ Lines texts(const Pegasus::Array<Item>& items)
     return lines;
 }
 
+Pegasus::CIMInstance instanceOf(const std::string& path,
+                                std::initializer_list<Pegasus::CIMProperty> properties = {});
+
 namespace scripted
 {
 
-/// What a provider does. An operation that is not set delivers CLASS.Id=1 of the class that it is
-/// asked for (a traversal: of the association class, a method: the number 0) and completes.
+/// What a provider does, by the kind of result. An operation for which nothing is set delivers
+/// CLASS.Id=1 of the class that it is asked for (a traversal: of the association class, a method:
+/// the number 0) and completes.
 struct Behavior
 {
     std::function<void()> onInitialize;
-    std::function<void(Pegasus::InstanceResponseHandler&)> onGetInstance, onEnumerateInstances;
-    std::function<void(Pegasus::ObjectPathResponseHandler&)> onEnumerateInstanceNames,
-        onCreateInstance, onAssociatorNames, onReferenceNames;
-    std::function<void(Pegasus::ObjectResponseHandler&)> onAssociators, onReferences;
-    std::function<void(Pegasus::ResponseHandler&)> onModifyInstance, onDeleteInstance;
-    std::function<void(Pegasus::MethodResultResponseHandler&)> onInvokeMethod;
+    std::function<void(Pegasus::InstanceResponseHandler&)> onInstances;
+    std::function<void(Pegasus::ObjectPathResponseHandler&)> onPaths;
+    std::function<void(Pegasus::ObjectResponseHandler&)> onObjects;
+    std::function<void(Pegasus::ResponseHandler&)> onChange;
+    std::function<void(Pegasus::MethodResultResponseHandler&)> onMethod;
 };
 
 /// The behavior of the provider of that name.
 Behavior& provider(const std::string& name);
 
-/// The operations that providers were called for since the last time, as in
-/// "Leaf getInstance //here/root/test:T_Leaf.Id=1 IncludeQualifiers PropertyList=[A B] by USER".
-/// What is false, null or empty is left out.
-Lines takeCalls();
-/// The same for "create NAME", "initialize NAME", "terminate NAME".
-Lines takeLifecycle();
+/// Delivers these to whatever handler takes them, and completes.
+template <class Item>
+auto delivering(std::vector<Item> items)
+{
+    return [items](auto& handler) {
+        for (const Item& item : items)
+            handler.deliver(item);
+        handler.complete();
+    };
+}
+
+/// The calls of providers, as in "Leaf getInstance //here/root/test:T_Leaf.Id=1 IncludeQualifiers
+/// PropertyList=[A B] by USER"; what is false, null or empty is left out.
+extern Lines calls;
+/// "create NAME", "initialize NAME", "terminate NAME".
+extern Lines lifecycle;
+
 /// Forgets what was set and recorded.
 void reset();
 

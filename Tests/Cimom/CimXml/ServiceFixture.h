@@ -19,60 +19,53 @@ inline std::string element(const std::string& start, const std::string& content 
 {
     return "<" + start + ">" + content + "</" + start.substr(0, start.find(' ')) + ">";
 }
-
-inline std::string named(const std::string& tag, const std::string& name,
-                         const std::string& content = "")
+inline std::string value(const std::string& content)
 {
-    return element(tag + " NAME=\"" + name + "\"", content);
+    return element("VALUE", content);
 }
 
-/// INSTANCENAME of a path such as T_Leaf.Id=1, with numeric and string keys.
-inline std::string instanceNameElement(const char* path)
+/// INSTANCENAME of a path such as T_Leaf.Id=1, with numeric keys.
+inline std::string instanceNameElement(const std::string& path)
 {
-    const CIMObjectPath name(path);
+    const CIMObjectPath name(toString(path));
     std::string keys;
     for (Pegasus::Uint32 i = 0; i < name.getKeyBindings().size(); ++i) {
         const Pegasus::CIMKeyBinding& key = name.getKeyBindings()[i];
-        const bool isNumber = key.getType() == Pegasus::CIMKeyBinding::NUMERIC;
-        keys += named("KEYBINDING", toUtf8(key.getName().getString()),
-                      element(isNumber ? "KEYVALUE VALUETYPE='numeric'" : "KEYVALUE",
-                              toUtf8(key.getValue())));
+        keys += element("KEYBINDING NAME='" + toUtf8(key.getName().getString()) + "'",
+                        element("KEYVALUE VALUETYPE='numeric'", toUtf8(key.getValue())));
     }
     const std::string className = toUtf8(name.getClassName().getString());
-    return element("INSTANCENAME CLASSNAME=\"" + className + "\"", keys);
+    return element("INSTANCENAME CLASSNAME='" + className + "'", keys);
 }
 
+/// LOCALNAMESPACEPATH of a namespace with two parts.
 inline std::string localNamespacePath(const std::string& nameSpace)
 {
     const std::size_t slash = nameSpace.find('/');
-    return element("LOCALNAMESPACEPATH", named("NAMESPACE", nameSpace.substr(0, slash)) +
-                                             named("NAMESPACE", nameSpace.substr(slash + 1)));
+    return element("LOCALNAMESPACEPATH",
+                   element("NAMESPACE NAME='" + nameSpace.substr(0, slash) + "'") +
+                       element("NAMESPACE NAME='" + nameSpace.substr(slash + 1) + "'"));
 }
 
 // ---- Parameters of intrinsic operations ----
 
 inline std::string parameter(const std::string& name, const std::string& content = "")
 {
-    return named("IPARAMVALUE", name, content);
+    return element("IPARAMVALUE NAME='" + name + "'", content);
 }
-inline std::string flag(const std::string& name, const std::string& value = "TRUE")
+inline std::string flag(const std::string& name, const std::string& text = "TRUE")
 {
-    return parameter(name, element("VALUE", value));
+    return parameter(name, value(text));
 }
-inline std::string textParameter(const std::string& name, const std::string& value)
+inline std::string className(const std::string& text, const std::string& name = "ClassName")
 {
-    return parameter(name, element("VALUE", value));
+    return parameter(name, element("CLASSNAME NAME='" + text + "'"));
 }
-inline std::string classNameParameter(const std::string& value,
-                                      const std::string& name = "ClassName")
-{
-    return parameter(name, named("CLASSNAME", value));
-}
-inline std::string instanceName(const char* path)
+inline std::string instanceName(const std::string& path)
 {
     return parameter("InstanceName", instanceNameElement(path));
 }
-inline std::string objectName(const char* path)
+inline std::string objectName(const std::string& path)
 {
     return parameter("ObjectName", instanceNameElement(path));
 }
@@ -80,7 +73,7 @@ inline std::string propertyList(const std::vector<std::string>& names)
 {
     std::string values;
     for (const std::string& name : names)
-        values += element("VALUE", name);
+        values += value(name);
     return parameter("PropertyList", element("VALUE.ARRAY", values));
 }
 
@@ -104,19 +97,19 @@ inline CimRequest requestOf(const std::string& method, const std::string& object
 inline CimRequest intrinsic(const std::string& operation, const std::string& parameters = "",
                             const std::string& nameSpace = "root/test")
 {
-    return requestOf(
-        operation, nameSpace,
-        named("IMETHODCALL", operation, localNamespacePath(nameSpace) + parameters));
+    return requestOf(operation, nameSpace,
+                     element("IMETHODCALL NAME='" + operation + "'",
+                             localNamespacePath(nameSpace) + parameters));
 }
 
-/// The call of the method Run, or another one, of T_Machine.Id=1 with these PARAMVALUE elements.
-inline CimRequest extrinsic(const std::string& parameters, const std::string& method = "Run")
+/// The call of a method of T_Machine.Id=1, or another object, with these PARAMVALUE elements.
+inline CimRequest extrinsic(const std::string& parameters, const std::string& method = "Run",
+                            const std::string& path = "T_Machine.Id=1")
 {
-    const std::string path =
-        element("LOCALINSTANCEPATH",
-                localNamespacePath("root/test") + instanceNameElement("T_Machine.Id=1"));
-    return requestOf(method, "root/test:T_Machine.Id=1",
-                     named("METHODCALL", method, path + parameters));
+    const std::string object =
+        element("LOCALINSTANCEPATH", localNamespacePath("root/test") + instanceNameElement(path));
+    return requestOf(method, "root/test:" + path,
+                     element("METHODCALL NAME='" + method + "'", object + parameters));
 }
 
 // ---- Replies ----
@@ -124,11 +117,11 @@ inline CimRequest extrinsic(const std::string& parameters, const std::string& me
 /// The attribute's value, nothing when the element does not have it.
 inline std::string attribute(const XmlElement& element, const char* name)
 {
-    const std::string* const value = element.attribute(name);
-    return value ? *value : "";
+    const std::string* const found = element.attribute(name);
+    return found ? *found : "";
 }
 
-/// All elements of that name below this one, in order.
+/// All elements of that name below this one, in order. They live as long as this one.
 inline std::vector<const XmlElement*> all(const XmlElement& parent, const std::string& tag)
 {
     std::vector<const XmlElement*> found;
@@ -139,8 +132,9 @@ inline std::vector<const XmlElement*> all(const XmlElement& parent, const std::s
     }
     return found;
 }
+std::vector<const XmlElement*> all(XmlElement&& parent, const std::string& tag) = delete;
 
-/// The names that elements have in their attribute NAME.
+/// The attribute NAME of all elements of that name below.
 inline Lines namesOf(const XmlElement& parent, const std::string& tag)
 {
     Lines names;
@@ -166,16 +160,16 @@ struct Reply
     std::string body;
     XmlElement response;  ///< IMETHODRESPONSE or METHODRESPONSE
 
-    /// The operation's error, as in "6 CIM_ERR_NOT_FOUND: text".
+    /// As in "6 CIM_ERR_NOT_FOUND: text".
     std::string error() const
     {
         const XmlElement* const error = response.child("ERROR");
-        return error ? attribute(*error, "CODE") + " " + attribute(*error, "DESCRIPTION")
-                     : "no error";
+        if (!error) return refusal.empty() ? "no error" : refusal;
+        return attribute(*error, "CODE") + " " + attribute(*error, "DESCRIPTION");
     }
 };
 
-/// Sends requests to the broker.
+/// A broker's test that sends requests.
 template <class Base>
 class ServiceBase : public Base
 {
@@ -183,22 +177,15 @@ protected:
     Reply send(const CimRequest& request)
     {
         const CimReply sent = answerCimRequest(*this->broker, request);
-        Reply reply;
-        if (sent.status != 200) {
-            reply.refusal = std::to_string(sent.status) + " " + sent.cimError + ": " + sent.detail;
-            return reply;
-        }
-        reply.body = sent.body;
+        if (sent.status != 200)
+            return {std::to_string(sent.status) + " " + sent.cimError + ": " + sent.detail, "", {}};
+        Reply reply{"", sent.body, {}};
         while (sent.rest && sent.rest(reply.body)) {
+            // Each adds a piece.
         }
         const XmlElement root = parseXml(reply.body);
         reply.response = the(root, "SIMPLERSP").children.at(0);
         return reply;
-    }
-    std::string refusalOf(const CimRequest& request)
-    {
-        const Reply reply = send(request);
-        return reply.refusal.empty() ? "not refused: " + reply.body : reply.refusal;
     }
 };
 

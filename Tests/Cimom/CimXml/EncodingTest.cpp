@@ -1,0 +1,271 @@
+// How values, properties and paths are written in replies, and that they are read as written.
+#include "ServiceFixture.h"
+
+#include <limits>
+
+PEGASUS_USING_PEGASUS;
+
+namespace cimom
+{
+namespace
+{
+
+/// The property's element and type, and its values in brackets.
+std::string typeAndValues(const XmlElement& property)
+{
+    std::string line = property.name.substr(8) + " " + attribute(property, "TYPE");
+    for (const XmlElement* each : all(property, "VALUE"))
+        line += " [" + each->text + "]";
+    return line;
+}
+
+/// Runs with a provider that delivers instances of T_Leaf.
+template <class Base>
+class EncodingBase : public Base
+{
+protected:
+    /// The reply with these instances.
+    Reply written(const std::vector<CIMInstance>& instances)
+    {
+        scripted::provider("Leaf").onInstances = scripted::delivering<CIMInstance>(instances);
+        const std::string origins = flag("IncludeClassOrigin");
+        return this->send(intrinsic("EnumerateInstances", className("T_Leaf") + origins));
+    }
+    Reply written(const CIMValue& value)
+    {
+        return written(std::vector<CIMInstance>{instanceOf("T_Leaf.Id=1", {{"P", value}})});
+    }
+};
+
+// ---- Values ----
+
+/// A value, and the element, type and texts of the property that has it.
+struct WrittenValue : Row
+{
+    CIMValue value;
+    std::string written;
+};
+
+class PropertyValue : public EncodingBase<ServiceTableTest<WrittenValue>>
+{
+};
+
+TEST_P(PropertyValue, IsWrittenWithItsType)
+{
+    const Reply reply = written(GetParam().value);
+    EXPECT_EQ(typeAndValues(the(reply.response, "INSTANCE").children.at(0)), GetParam().written);
+}
+
+TEST_P(PropertyValue, IsReadAsWritten)
+{
+    const std::string body = written(GetParam().value).body;
+    const std::size_t start = body.find("<INSTANCE ");
+    const std::string instance = body.substr(start, body.find("</VALUE.NAMEDINSTANCE>") - start);
+    scripted::calls.clear();
+    EXPECT_EQ(send(intrinsic("CreateInstance", parameter("NewInstance", instance))).error(),
+              "no error");
+    EXPECT_EQ(scripted::calls, Lines{"Leaf createInstance //here/root/test:T_Leaf T_Leaf{P:" +
+                                     text(GetParam().value) + "} by me"});
+}
+
+template <class T>
+CIMValue two(const T& first, const T& second)
+{
+    Array<T> items(1, first);
+    items.append(second);
+    return CIMValue(items);
+}
+
+CIMValue pathValue(const char* text)
+{
+    return CIMValue(CIMObjectPath(text));
+}
+
+const char markup[] = "<>&\"']]>\x7F\t\r\n\xC3\xA4\xF0\x9F\x98\x80";
+const CIMInstance inner = instanceOf("Inner", {{"S", String("a <b> \"\n")}});
+const std::string innerText =
+    "<INSTANCE CLASSNAME=\"Inner\" >\n<PROPERTY NAME=\"S\"  TYPE=\"string\">\n"
+    "<VALUE>a &lt;b&gt; &quot;&#10;</VALUE>\n</PROPERTY>\n</INSTANCE>\n";
+template <class T>
+using limits = std::numeric_limits<T>;
+
+const WrittenValue writtenValues[] = {
+    {"Boolean", CIMValue(true), " boolean [TRUE]"},
+    {"Uint8", CIMValue(Uint8(255)), " uint8 [255]"},
+    {"Sint8", CIMValue(Sint8(-128)), " sint8 [-128]"},
+    {"Uint16", CIMValue(Uint16(65535)), " uint16 [65535]"},
+    {"Sint16", CIMValue(Sint16(-32768)), " sint16 [-32768]"},
+    {"Uint32", CIMValue(Uint32(4294967295U)), " uint32 [4294967295]"},
+    {"Sint32", CIMValue(Sint32(-7)), " sint32 [-7]"},
+    {"Uint64", CIMValue(limits<Uint64>::max()), " uint64 [18446744073709551615]"},
+    {"Sint64", CIMValue(limits<Sint64>::min()), " sint64 [-9223372036854775808]"},
+    {"Real32", CIMValue(Real32(0.1F)), " real32 [1.0000000e-01]"},
+    {"Real64", CIMValue(Real64(1.0 / 3)), " real64 [3.3333333333333331e-01]"},
+    {"Real64Least", CIMValue(limits<Real64>::denorm_min()), " real64 [4.9406564584124654e-324]"},
+    {"Real64Infinite", CIMValue(-limits<Real64>::infinity()), " real64 [-inf]"},
+    {"Char16", CIMValue(Char16(' ')), " char16 [ ]"},
+    {"Datetime", CIMValue(CIMDateTime(String("20260102030405.678901+060"))),
+     " datetime [20260102030405.678901+060]"},
+    {"StringEmpty", CIMValue(String()), " string []"},
+    {"StringWithBlanks", CIMValue(String("  a  b c  ")), " string [  a  b c  ]"},
+    {"StringWithMarkup", CIMValue(toString(markup)), " string [" + std::string(markup) + "]"},
+    {"StringLong", CIMValue(toString(std::string(65, 'x') + "<")),
+     " string [" + std::string(65, 'x') + "<]"},
+    {"Null", CIMValue(CIMTYPE_STRING, false), " string"},
+    {"Strings", two(String("x"), String(" y ")), ".ARRAY string [x] [ y ]"},
+    {"Numbers", two(Sint16(-32768), Sint16(0)), ".ARRAY sint16 [-32768] [0]"},
+    {"ArrayWithoutElements", CIMValue(Array<Boolean>()), ".ARRAY boolean"},
+    {"NullArray", CIMValue(CIMTYPE_SINT8, true), ".ARRAY sint8"},
+    {"NullReference", CIMValue(CIMTYPE_REFERENCE, false), ".REFERENCE "},
+    {"Reference", pathValue("C.b=TRUE,k=\"v  <\\\"\",n=-1"), ".REFERENCE "},
+    {"ReferenceInANamespace", pathValue("root/x:C.k=\"a\""), ".REFERENCE "},
+    {"ReferenceAtAHost", pathValue("//h:5989/root:A.r=\"root:C.k=\\\"v\\\"\""), ".REFERENCE "},
+    {"EmbeddedInstance", CIMValue(inner), " string [" + innerText + "]"},
+    {"EmbeddedObjects", CIMValue(Array<CIMObject>(1, CIMObject(inner))),
+     ".ARRAY string [" + innerText + "]"},
+};
+INSTANTIATE_TEST_SUITE_P(Of, PropertyValue, ::testing::ValuesIn(writtenValues), NameOfRow());
+
+class Encoding : public EncodingBase<ServiceTest>
+{
+protected:
+    /// The element of a property with that value.
+    XmlElement property(const CIMValue& value)
+    {
+        return the(written(value).response, "INSTANCE").children.at(0);
+    }
+};
+
+TEST_F(Encoding, EscapesWhatReadersDoNotTakeAsItIs)
+{
+    const std::string body = written(CIMValue(toString({" a  <>&\"'\x7F\t\r\n\x01 ", 15}))).body;
+    const std::size_t start = body.find("<VALUE>") + 7;
+    EXPECT_EQ(body.substr(start, body.find("</VALUE>") - start),
+              "&#32;a &#32;&lt;&gt;&amp;&quot;&apos;&#127;&#9;&#13;&#10;\xEF\xBF\xBD&#32;");
+}
+
+TEST_F(Encoding, MarksEmbeddedObjectsForOldAndNewClients)
+{
+    const XmlElement one = property(CIMValue(inner));
+    EXPECT_EQ(attribute(one, "EmbeddedObject") + attribute(one, "EMBEDDEDOBJECT"),
+              "instanceinstance");
+    const XmlElement list = property(CIMValue(Array<CIMObject>(1, CIMObject(inner))));
+    EXPECT_EQ(attribute(list, "EmbeddedObject") + attribute(list, "EMBEDDEDOBJECT"),
+              "objectobject");
+}
+
+TEST_F(Encoding, WritesReferencesWithAsMuchOfThePathAsTheyHave)
+{
+    const auto pathIn = [this](const char* text) {
+        return the(property(pathValue(text)), "VALUE.REFERENCE").children.at(0);
+    };
+    EXPECT_EQ(pathIn("C.k=1").name, "INSTANCENAME");
+    const XmlElement local = pathIn("root/x:C.k=1");
+    EXPECT_EQ(local.name, "LOCALINSTANCEPATH");
+    EXPECT_EQ(namesOf(local, "NAMESPACE"), (Lines{"root", "x"}));
+    const XmlElement whole = pathIn("//h:5989/root/x/y:C.k=1");
+    EXPECT_EQ(whole.name, "INSTANCEPATH");
+    EXPECT_EQ(the(whole, "HOST").text, "h:5989");
+    EXPECT_EQ(namesOf(whole, "NAMESPACE"), (Lines{"root", "x", "y"}));
+}
+
+TEST_F(Encoding, WritesKeysWithTheirType)
+{
+    Lines keys;
+    const XmlElement reference = property(pathValue("C.b=TRUE,n=-1,s=\"v  <\",t=\"root:D.k=1\""));
+    for (const XmlElement* key : all(reference, "KEYVALUE"))
+        keys.push_back(attribute(*key, "VALUETYPE") + " " + key->text);
+    EXPECT_EQ(keys, (Lines{"boolean TRUE", "numeric -1", "string v  <", "numeric 1"}));
+    EXPECT_EQ(the(reference, "KEYBINDING", "t").children.at(0).name, "VALUE.REFERENCE");
+}
+
+// ---- Many in one reply: what they have in common must not hide where they differ ----
+
+TEST_F(Encoding, KeepsDeclarationsOfPropertiesApart)
+{
+    const CIMValue one(Uint16(1));
+    const CIMName mid("T_Mid"), base("T_Base");
+    std::vector<CIMInstance> instances;
+    for (const CIMProperty& property :
+         {CIMProperty("P", CIMValue(Uint8(1))), CIMProperty("P", CIMValue(Uint8(2))),
+          CIMProperty("P", one), CIMProperty("P", one, 0, {}, mid),
+          CIMProperty("P", one, 0, {}, mid, true), CIMProperty("Q", one, 0, {}, mid, true),
+          CIMProperty("Q", pathValue("C.k=1")), CIMProperty("Q", pathValue("C.k=2"), 0, base)}) {
+        instances.push_back(instanceOf("T_Leaf.Id=1", {property}));
+    }
+    const Reply reply = written(instances);
+    Lines properties;
+    for (const XmlElement* each : all(reply.response, "INSTANCE")) {
+        const XmlElement& property = each->children.at(0);
+        properties.push_back(attribute(property, "NAME") + typeAndValues(property) +
+                             attribute(property, "CLASSORIGIN") +
+                             attribute(property, "PROPAGATED") +
+                             attribute(property, "REFERENCECLASS"));
+    }
+    EXPECT_EQ(properties, (Lines{"P uint8 [1]", "P uint8 [2]", "P uint16 [1]", "P uint16 [1]T_Mid",
+                                 "P uint16 [1]T_Midtrue", "Q uint16 [1]T_Midtrue", "Q.REFERENCE ",
+                                 "Q.REFERENCE T_Base"}));
+}
+
+TEST_F(Encoding, WritesPropertiesThatInstancesShareWithTheirClassInEach)
+{
+    const CIMClass leaf = broker->getClass(me, test, "T_Leaf", {});
+    std::vector<CIMInstance> instances;
+    for (const Uint32 changed : {4U, 2U, 2U}) {  // L, then Level
+        instances.push_back(leaf.buildInstance(false, false, CIMPropertyList()));
+        const CIMValue value = changed == 4 ? CIMValue(String("x")) : CIMValue(Uint16(9));
+        instances.back().getProperty(changed).setValue(value);
+    }
+    const Reply reply = written(instances);
+    Lines properties;
+    for (const XmlElement* instance : all(reply.response, "INSTANCE")) {
+        properties.emplace_back();
+        for (const XmlElement& property : instance->children)
+            properties.back() += attribute(property, "NAME") + typeAndValues(property) + "; ";
+    }
+    const std::string nineAndDefault =
+        "Id uint32; A string; Level uint16 [9]; M string; L string [l]; ";
+    EXPECT_EQ(properties, (Lines{"Id uint32; A string; Level uint16; M string; L string [x]; ",
+                                 nineAndDefault, nineAndDefault}));
+}
+
+TEST_F(Encoding, KeepsNamesWithOtherKeysApart)
+{
+    std::vector<CIMInstance> instances;
+    for (const char* each : {"T_Leaf.Id=1", "T_Leaf.Id=2", "T_Leaf.Id=\"3\"", "T_Leaf.Key=4",
+                             "T_Leaf.Id=5,Key=6", "T_Leaf"})
+        instances.push_back(instanceOf(each));
+    const Reply reply = written(instances);
+    Lines names;
+    for (const XmlElement* name : all(reply.response, "INSTANCENAME")) {
+        names.emplace_back();
+        for (const XmlElement* key : all(*name, "KEYBINDING")) {
+            const XmlElement& text = key->children.at(0);
+            names.back() += attribute(*key, "NAME") + " " + attribute(text, "VALUETYPE") + " " +
+                            text.text + "; ";
+        }
+    }
+    EXPECT_EQ(names, (Lines{"Id numeric 1; ", "Id numeric 2; ", "Id string 3; ", "Key numeric 4; ",
+                            "Id numeric 5; Key numeric 6; ", ""}));
+}
+
+TEST_F(Encoding, KeepsHostsAndNamespacesOfPathsApart)
+{
+    std::vector<CIMObjectPath> paths;
+    for (const char* each : {"C.Id=1", "root/Test:C.Id=2", "//far/x:C.Id=3", "//here/x:C.Id=4"})
+        paths.emplace_back(each);
+    scripted::provider("LinkSub").onPaths = scripted::delivering<CIMObjectPath>(paths);
+    const std::string parameters = objectName("T_Leaf.Id=1") + className("T_LinkSub", "AssocClass");
+    const Reply reply = send(intrinsic("AssociatorNames", parameters));
+    Lines found;
+    for (const XmlElement* each : all(reply.response, "INSTANCEPATH")) {
+        found.push_back(the(*each, "HOST").text);
+        for (const std::string& name : namesOf(*each, "NAMESPACE"))
+            found.back() += "/" + name;
+        found.back() += " " + the(*each, "KEYVALUE").text;
+    }
+    EXPECT_EQ(found, (Lines{"here/root/test 1", "here/root/Test 2", "far/x 3", "here/x 4"}));
+}
+
+}  // namespace
+}  // namespace cimom
