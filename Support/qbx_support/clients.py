@@ -1,11 +1,13 @@
 """Two WBEM clients behind one interface, so that the same tests run through both.
 
 A path is (class, {key: value}); a value in it may be such a path. Host and namespace are left out.
-Every operation raises ErrorResponse for a response that is an error.
+Every operation raises ErrorResponse for a response that is an error. `last` is the last request, as
+the client's user would give it.
 """
 
 import os
 import re
+import shlex
 import subprocess
 
 from qbx_support.server import NAMESPACE, USERS
@@ -64,18 +66,14 @@ class Wbemcli:
     def run(self, operation, path, *arguments, options=(), namespace=NAMESPACE):
         """The lines that wbemcli prints. `path` is a path or a text."""
         target = path if isinstance(path, str) else self.path_text(path)
+        url = f"{self.base}/{namespace}:{target}"
+        command = ["wbemcli", operation, "-nl", *options, url, *arguments]
+        self.last = shlex.join(command)
         done = subprocess.run(
-            [
-                "wbemcli",
-                operation,
-                "-nl",
-                *options,
-                f"{self.base}/{namespace}:{target}",
-                *arguments,
-            ],
+            command,
             stdin=subprocess.DEVNULL,
             capture_output=True,
-            timeout=300,
+            timeout=600,
             check=False,
             env=dict(os.environ, LC_ALL="C.UTF-8"),
         )
@@ -161,7 +159,7 @@ class Pywbem:
         self.pywbem = pywbem
         password = USERS.get(user, "") if password is None else password
         self.connection = pywbem.WBEMConnection(
-            server.url, (user, password), NAMESPACE, timeout=300
+            server.url, (user, password), NAMESPACE, timeout=600
         )
 
     # -- what it gives ------------------------------------------------------------------------
@@ -212,6 +210,8 @@ class Pywbem:
 
     def call(self, operation, *arguments, **named):
         """Calls an operation of the connection."""
+        given = [*map(str, arguments), *(f"{name}={value}" for name, value in named.items())]
+        self.last = f"{operation}({', '.join(given)})"
         try:
             return getattr(self.connection, operation)(*arguments, **named)
         except self.pywbem.CIMError as error:

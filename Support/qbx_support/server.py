@@ -1,5 +1,7 @@
 """Starts and stops the embedded server, with the module, on a copy of an array file."""
 
+import functools
+import json
 import os
 import pathlib
 import re
@@ -31,12 +33,13 @@ def program(build):
     return path
 
 
-def password_file(build, folder):
-    """Writes a password file for USERS and returns its path."""
+@functools.cache
+def password_lines(path):
+    """The content of a password file for USERS, made by the server program of that path."""
     lines = []
     for user, password in USERS.items():
         hashed = subprocess.run(
-            [program(build), "--hash-password"],
+            [path, "--hash-password"],
             input=password + "\n",
             text=True,
             capture_output=True,
@@ -45,9 +48,14 @@ def password_file(build, folder):
         if hashed.returncode != 0:
             raise StartError(f"--hash-password: {hashed.stderr.strip()}")
         lines.append(f"{user}:{hashed.stdout.strip()}\n")
+    return "".join(lines)
+
+
+def password_file(build, folder):
+    """Writes a password file for USERS and returns its path."""
     path = folder / "users"
     path.touch(mode=0o600)
-    path.write_text("".join(lines))
+    path.write_text(password_lines(program(build).resolve()))
     return path
 
 
@@ -82,7 +90,8 @@ def environment(array, state, log=None):
 class Server:
     """A running server in a folder of its own; `with` closes it.
 
-    url: http://127.0.0.1:PORT; array: the array file it serves; folder: its files.
+    url: http://127.0.0.1:PORT; array: the array file it serves, which is a copy of the given one, or
+    has the given contents; folder: its files.
     """
 
     interop = "root/interop"
@@ -94,7 +103,10 @@ class Server:
         self.options = options  # further options of the server program
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="qbx-wire-"))
         self.array = self.folder / "array.json"
-        shutil.copy(array, self.array)
+        if isinstance(array, dict):
+            self.array.write_text(json.dumps(array), encoding="utf-8")
+        else:
+            shutil.copy(array, self.array)
         self.log = self.folder / "module.log"
         self.output = self.folder / "server.log"
         self.process = None

@@ -2,9 +2,11 @@
 
 That server is a new one out of QBX_BUILD, or one that runs already, such as OpenPegasus
 (./qbx test --server): QBX_WIRE_URL is where that listens, QBX_WIRE_ARRAY the array file that it
-serves, QBX_WIRE_INTEROP its interop namespace, QBX_WIRE_CONTROL a command that controls it.
+serves, QBX_WIRE_INTEROP its interop namespace, QBX_WIRE_CONTROL a command that controls it. Both
+serve the array of odd_array.
 """
 
+import collections
 import contextlib
 import importlib.util
 import os
@@ -18,11 +20,13 @@ import sys
 import tempfile
 import unittest
 
+from qbx_support import odd_array
 from qbx_support.exchanges import PROBE_SCHEMA
-from qbx_support.server import ROOT, Server, program
+from qbx_support.server import Server, program
+
+__unittest = True  # tracebacks of failures leave out what is here
 
 SKIPPED = 77  # exit status of a test file that cannot run, and of a control command that cannot
-ARRAY = ROOT / "Tests" / "Wire" / "array.json"
 MODULE = "libQBX_DriveCageProvider.so"
 
 
@@ -31,7 +35,8 @@ class ExternalServer:
 
     def __init__(self):
         self.url = os.environ["QBX_WIRE_URL"]
-        self.array = pathlib.Path(os.environ.get("QBX_WIRE_ARRAY", ARRAY))
+        array = os.environ.get("QBX_WIRE_ARRAY")
+        self.array = pathlib.Path(array) if array else None
         self.interop = os.environ.get("QBX_WIRE_INTEROP", "root/PG_InterOp")
 
     def control(self, action):
@@ -62,7 +67,7 @@ class EmbeddedServer(Server):
             (home / "lib" / each.name).symlink_to(each)
         self.module = home / "lib" / MODULE
         self.replace()
-        super().__init__(home, *options, array=ARRAY)
+        super().__init__(home, *options, array=odd_array.contents())
 
     def replace(self):
         """Replaces the module's file by an equal one."""
@@ -87,16 +92,24 @@ def open_server(*options):
 @contextlib.contextmanager
 def started(*options, stop=signal.SIGTERM, log=None):
     """The server program by itself, with the schema of the recorded exchanges; yields its ready
-    line, its port and the process. Raises AssertionError when it does not end well."""
+    line, its port and the process. Its log goes to `log`, a file. Raises AssertionError when it does
+    not start, or ends with another exit status than 0."""
     command = [program(os.environ["QBX_BUILD"]), "--port", "0", PROBE_SCHEMA, *options]
-    with subprocess.Popen(command, stdout=subprocess.PIPE, stderr=log, text=True) as process:
+    with contextlib.ExitStack() as stack:
+        own = stack.enter_context(tempfile.TemporaryFile("w+")) if log is None else None
+        process = stack.enter_context(
+            subprocess.Popen(command, stdout=subprocess.PIPE, stderr=own or log, text=True)
+        )
         try:
             ready = process.stdout.readline()
-            yield ready, int(re.search(r":(\d+)/", ready)[1]), process
+            if listening := re.search(r":(\d+)/", ready):
+                yield ready, int(listening[1]), process
         finally:
             process.send_signal(stop)
-    if process.returncode:
-        raise AssertionError(f"the server ended with status {process.returncode}")
+            process.wait()
+        if process.returncode or not listening:
+            text = own.seek(0) or own.read()[-4000:] if own else ""
+            raise AssertionError(f"the server ended with status {process.returncode}: {text}")
 
 
 class Case:
@@ -132,10 +145,28 @@ def test_of(method, row):
     return test
 
 
+def differences(actual, expected):
+    """What differs, a line each: the entries of dictionaries and lists, else both as they are."""
+    if isinstance(actual, dict) and isinstance(expected, dict):
+        for name in sorted({*actual, *expected}):
+            if actual.get(name) != expected.get(name):
+                yield f"{name}: expected {expected.get(name)!r}, actual {actual.get(name)!r}"
+    elif isinstance(actual, list) and isinstance(expected, list):
+        for number, entries in enumerate((expected, actual)):
+            counts = collections.Counter(map(repr, entries))
+            counts.subtract(map(repr, (actual, expected)[number]))
+            what = ("expected, and missing", "actual, and not expected")[number]
+            yield from (f"{what}: {entry}" for entry in counts.elements())
+    else:
+        yield f"expected: {expected!r}"
+        yield f"  actual: {actual!r}"
+
+
 class Test(unittest.TestCase):
     """A test case whose methods may have rows, see cases()."""
 
     maxDiff = None
+    longest = 20  # lines of what differs
 
     def __init_subclass__(cls, **options):
         super().__init_subclass__(**options)
@@ -147,13 +178,25 @@ class Test(unittest.TestCase):
             if hasattr(method, "rows"):
                 delattr(cls, name)
 
+    def assertResponse(self, actual, expected, request):
+        """That a response holds what it should. Lists hold the same in any order. What is printed
+        is the request, and only what differs."""
+        if isinstance(actual, list) and sorted(map(repr, actual)) == sorted(map(repr, expected)):
+            return
+        if actual == expected:
+            return
+        lines = list(differences(actual, expected))
+        more = [f"... {len(lines) - self.longest} more"] if len(lines) > self.longest else []
+        self.fail("\n".join([f"request: {request}", *lines[: self.longest], *more]))
+
 
 class EmbeddedServerTest(Test):
     """A test that starts the embedded server with options of its own: skipped for any other."""
 
-    def setUp(self):
+    @classmethod
+    def setUpClass(cls):
         if "QBX_WIRE_URL" in os.environ:
-            self.skipTest("starts the embedded server with options of its own")
+            raise unittest.SkipTest("starts the embedded server with options of its own")
 
 
 def missing(client):
