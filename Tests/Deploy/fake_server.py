@@ -27,29 +27,22 @@ CLASSES, REGISTERED, INSTANCES = STATE["classes"], STATE["registered"], STATE["i
 def load(path):
     text = path.read_text()
     instances = re.findall(r"^instance of (\w+)", text, re.MULTILINE)
-    empty = {"classes": {}, "registered": [], "instances": instances}
-    return {**empty, **(json.loads(text) if not instances else {})}
-
-
-def save():
-    (HOME / "state.json").write_text(json.dumps(STATE))
+    return {"classes": {}, "registered": [], "instances": instances} if instances else json.loads(text)
 
 
 def change(do):
     """Lists the command, does it, and then what the event is."""
     call = " ".join([PROGRAM, *(each for each in ARGUMENTS if not each.startswith("/"))])
     STATE["calls"].append(call)
-    command, kind = STATE.get("event", ["none", ""])
-    if call != command:
-        do()
-        return save()
-    del STATE["event"]
+    command, kind = STATE.get("event", ["", ""])
+    kind = STATE.pop("event")[1] if call == command else ""
     if kind != "fail":
         do()
-    save()
+    (HOME / "state.json").write_text(json.dumps(STATE))
     if kind == "fail":
         sys.exit("CIM_ERR_FAILED: the test wants it")
-    os.kill(os.getppid(), signal.SIGKILL if kind == "kill" else signal.SIGTERM)
+    if kind:
+        os.kill(os.getppid(), signal.SIGKILL if kind == "kill" else signal.SIGTERM)
     while kind == "interrupt":
         signal.pause()  # the caller ends this
 
@@ -71,10 +64,17 @@ def instance_xml(name, properties):
 def cimmof(mof):
     if "--xml" in ARGUMENTS:
         CLASSES.update(mof["classes"])
-        parts = [*map(class_xml, mof["classes"]), *(instance_xml(*each) for each in mof["registered"])]
-        return print("<CIM>", *parts, "</CIM>")
-    change(lambda: (CLASSES.update({**mof["classes"], **CLASSES}), set_status("2", mof["registered"]),
-                    REGISTERED.extend(mof["registered"]), INSTANCES.extend(mof["instances"])))
+        instances = (instance_xml(*each) for each in mof["registered"])
+        print("<CIM>", *map(class_xml, mof["classes"]), *instances, "</CIM>")
+    else:
+        change(lambda: add(mof))
+
+
+def add(mof):
+    CLASSES.update({**mof["classes"], **CLASSES})
+    set_status("2", mof["registered"])
+    REGISTERED.extend(mof["registered"])
+    INSTANCES.extend(mof["instances"])
 
 
 def set_status(code, instances=REGISTERED):
