@@ -24,25 +24,24 @@ def recorded_requests():
 
 
 def cases(folder):
-    """What is asked in a table of cases."""
+    """The inputs in a table of cases, without what is expected of them."""
     lines = (TESTS / "Cimom" / folder / "cases.txt").read_text().splitlines()
-    asked = "\n".join(line for line in lines if not re.match("[=#>] ", line))
-    return [each.encode() for each in re.split("\n\n+", asked) if each]
+    inputs = "\n".join(line for line in lines if not re.match("[=#>] ", line))
+    return [each.encode() for each in re.split("\n\n+", inputs) if each]
 
 
 def service():
     """Recorded requests, and good ones to the module."""
     fields = "User: admin\nCIMMethod: {}\nCIMObject: {}\n\n{}"
-    found = {}
+    found: dict[str | bytes, bytes] = {}
     paths = list(arrays.element_paths(json.loads(SAMPLE_ARRAY.read_text(encoding="utf-8"))))
     for each in all_requests(paths, arrays.ASSOCIATIONS):
         kind = re.sub(">[^<]+<", "><", each.body)
         found.setdefault(kind, fields.format(*each).encode())  # one for each class
-    for said in recorded_requests():
-        head, _, body = said.partition(b"\r\n\r\n")
-        kept = re.findall(rb"(?m)^CIM(?!Operation).*$", head)
-        kept = urllib.parse.unquote_to_bytes(b"\n".join(each.strip() for each in kept))
-        found[body] = b"User: root\n" + kept + b"\n\n" + body
+    for recorded in recorded_requests():
+        head, _, body = recorded.partition(b"\r\n\r\n")
+        lines = (each.strip() for each in re.findall(rb"(?m)^CIM(?!Operation).*$", head))
+        found[body] = b"User: root\n" + urllib.parse.unquote_to_bytes(b"\n".join(lines)) + b"\n\n" + body
     return list(found.values())
 
 
@@ -58,8 +57,8 @@ def texts():
         found.add(b'<PARAMVALUE NAME="P" PARAMTYPE="%b">%b</PARAMVALUE>' % (kind, value))
         value = b"<VALUE.ARRAY>%b%b</VALUE.ARRAY>" % (value, value)
         found.add(b'<PARAMVALUE NAME="P" PARAMTYPE="%b">%b</PARAMVALUE>' % (kind, value))
-    for said in service():
-        found |= set(re.findall(rb"(?s)<INSTANCENAME.*</INSTANCENAME>", said))
+    for seed in service():
+        found |= set(re.findall(rb"(?s)<INSTANCENAME.*</INSTANCENAME>", seed))
     return sorted(found)
 
 

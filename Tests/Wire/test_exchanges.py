@@ -19,7 +19,8 @@ def rows(names):
 class Replay(testing.EmbeddedServerTest):
     """A server for all exchanges of the class, each on a connection of its own."""
 
-    options = ()
+    options: tuple = ()
+    port: int
 
     @classmethod
     def setUpClass(cls):
