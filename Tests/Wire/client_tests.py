@@ -90,7 +90,8 @@ class ClientTest(Test):
         """That the properties of an instance are those of an element."""
         if not of.complete:
             actual = {name: value for name, value in actual.items() if name in of.values}
-        self.assertExpected(actual, self.values(of.values))
+        request = f"{self.client.last}\ninstance: {self.client.shown_path(of.path)}"
+        self.assertResponse(actual, self.values(of.values), request)
 
     def assertShows(self, *elements):
         for each in elements:
