@@ -15,11 +15,12 @@ import time
 import urllib.parse
 import xml.etree.ElementTree as ElementTree
 
-from Compare.suite import NAMESPACE, OWN, ROOT, Suite
 from qbx_support import exchanges, odd_array
 from qbx_support.cimxml import http_request, request
 from qbx_support.raw import send
-from qbx_support.server import Server, StartError
+from qbx_support.server import ROOT, Server, StartError
+
+from Compare.suite import NAMESPACE, OWN, Suite
 
 SECONDS = 20  # for a response: some servers never send some
 INTEROP = ("root/PG_InterOp", "root/interop", "interop")
@@ -193,9 +194,10 @@ class Comparison:
     def explain(self, known, kinds):
         """The reasons and what is unexplained, if the sides are of those kinds; a line begins with the
         number of its server."""
-        reasons, unexplained = collections.defaultdict(dict), {}
+        reasons: dict[str, dict] = collections.defaultdict(dict)
+        unexplained: dict[str, list] = {}
         for name, pair in self.differences.items():
-            for number, (kind, found) in enumerate(zip(kinds, pair)):
+            for number, (kind, found) in enumerate(zip(kinds, pair, strict=True)):
                 for line in found:
                     fitting = (each for each in known if self.fits(each, name, kind, line))
                     entry = next(fitting, None)

@@ -5,7 +5,7 @@ import re
 
 from qbx_support import exchanges
 from qbx_support.cimxml import authorization, http_request, instance_name, request
-from qbx_support.server import NAMESPACE, ROOT, SAMPLE_FIRMWARE, USERS
+from qbx_support.server import NAMESPACE, SAMPLE_FIRMWARE, USERS
 
 CAGE, MAGAZINE, CARD = "QBX_DriveCage", "QBX_Magazine", "QBX_CageInterfaceCard"
 FAMILIES = ["", "DC1Family", "DC2Family", "DC3Family"]
@@ -20,7 +20,7 @@ BASES = ["CIM_" + each for each in [*BASES, "PackageInChassis", "PackageDependen
 TRAVERSALS = ("AssociatorNames", "Associators", "ReferenceNames", "References")
 FLAGS = ("LocalOnly", "IncludeQualifiers", "IncludeClassOrigin")
 ORIGINS = {"IncludeQualifiers": True, "IncludeClassOrigin": True}
-LISTS = (["tag", "ElementName", "Nope", "CAPTION", "Tag"], ["Nope"], [])
+LISTS: tuple[list[str], ...] = (["tag", "ElementName", "Nope", "CAPTION", "Tag"], ["Nope"], [])
 FULL = {"LocalOnly": False, **ORIGINS}
 
 # What clients ask to find their way: namespaces, the object manager, profiles, registrations.
@@ -130,7 +130,7 @@ class Suite:
             self.send("GetClass", ClassName=name)
         for flags in itertools.product((False, True), repeat=3):
             for name in (CAGES[2], LINKS[2]):
-                self.send("GetClass", ClassName=name, **dict(zip(FLAGS, flags)))
+                self.send("GetClass", ClassName=name, **dict(zip(FLAGS, flags, strict=True)))
         for each in LISTS:
             self.send("GetClass", ClassName=CARD.upper(), PropertyList=each)
         self.send("EnumerateQualifiers")

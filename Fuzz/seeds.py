@@ -47,16 +47,15 @@ def mof(folder):
 def service():
     """Recorded requests, and good ones to the module."""
     fields = "User: admin\nCIMMethod: {}\nCIMObject: {}\n\n{}"
-    found = {}
+    found: dict[str | bytes, bytes] = {}
     paths = list(arrays.element_paths(json.loads(SAMPLE_ARRAY.read_text(encoding="utf-8"))))
     for each in all_requests(paths, arrays.ASSOCIATIONS):
         kind = re.sub(">[^<]+<", "><", each.body)
         found.setdefault(kind, fields.format(*each).encode())  # one for each class
-    for said in recorded_requests():
-        head, _, body = said.partition(b"\r\n\r\n")
-        kept = re.findall(rb"(?m)^CIM(?!Operation).*$", head)
-        kept = urllib.parse.unquote_to_bytes(b"\n".join(each.strip() for each in kept))
-        found[body] = b"User: root\n" + kept + b"\n\n" + body
+    for recorded in recorded_requests():
+        head, _, body = recorded.partition(b"\r\n\r\n")
+        lines = (each.strip() for each in re.findall(rb"(?m)^CIM(?!Operation).*$", head))
+        found[body] = b"User: root\n" + urllib.parse.unquote_to_bytes(b"\n".join(lines)) + b"\n\n" + body
     return list(found.values())
 
 
@@ -74,16 +73,15 @@ def texts():
             tag = b"PROPERTY" if each is value else b"PROPERTY.ARRAY"
             properties = b'<%b NAME="P" TYPE="%b">%b</%b>' % (tag, kind, each, tag)
             found.add(b'<INSTANCE CLASSNAME="C">%b</INSTANCE>' % properties)
-    for said in service():
-        found |= set(re.findall(rb"(?s)<INSTANCENAME.*</INSTANCENAME>", said))
+    for seed in service():
+        found |= set(re.findall(rb"(?s)<INSTANCENAME.*</INSTANCENAME>", seed))
     return sorted(found)
 
 
 def array_files():
     """Small files, also bad ones: an array with one record of each kind and type; others."""
     found = files("Tests/StorageApi/array.json", "StorageApi/simulator/sample-firmware.json")
-    faults = json.loads((TESTS / "StorageApi" / "faults.json").read_text())
-    found += [text.encode() for text, _ in faults["files"]]
+    found += [b"", b"[]", b"{", b'{"storageArray": 1}', b'{"cages": [{"type": "x"}]}']
     found.append(b'{"locations": [{"cage": "good", "from": "l", "to": "hex:E4"}]}')
     sample = json.loads(SAMPLE_ARRAY.read_text())
     records = {

@@ -1,7 +1,7 @@
 """Two WBEM clients behind one interface, so that the same tests run through both.
 
 A path is (class, {key: value}); a value in it may be such a path. Host and namespace are left out.
-Every operation raises ErrorResponse for a response that is an error. `last` is the last request, as
+Every operation raises ResponseError for a response that is an error. `last` is the last request, as
 the client's user would give it.
 """
 
@@ -13,7 +13,7 @@ import subprocess
 from qbx_support.server import NAMESPACE, USERS
 
 
-class ErrorResponse(Exception):
+class ResponseError(Exception):
     """The server responded with an error: code (a CIM status, or the HTTP status), text."""
 
     def __init__(self, code, text):
@@ -83,11 +83,11 @@ class Wbemcli:
             if not match:
                 raise AssertionError(f"wbemcli ended with {done.returncode}: {output}{error}")
             code = int(match.group(1)) if match.group(1) else 401 if "sername" in error else None
-            raise ErrorResponse(code, match.group(2).replace("&#32;", " "))  # which it does not decode
+            raise ResponseError(code, match.group(2).replace("&#32;", " "))  # which it does not decode
         return [line for line in output.splitlines() if line.strip()]
 
     def _instances(self, lines):
-        found = []
+        found: list = []
         for line in lines:
             if line.startswith("-"):
                 name, _, value = line[1:].partition("=")
@@ -136,7 +136,7 @@ class Wbemcli:
         """The method's return value."""
         listed = ",".join(f"{name}={self.shown(value)}" for name, value in parameters)
         lines = self.run("cm", path, f"{method}.{listed}" if listed else method)
-        return int(re.search(rf"{method}: (-?\d+)", lines[0]).group(1))
+        return int(lines[0].rpartition(f"{method}: ")[2].split()[0])
 
     def set(self, path, name, value):
         """Changes one property, and no other."""
@@ -215,9 +215,9 @@ class Pywbem:
         try:
             return getattr(self.connection, operation)(*arguments, **named)
         except self.pywbem.CIMError as error:
-            raise ErrorResponse(error.status_code, error.status_description) from error
+            raise ResponseError(error.status_code, error.status_description) from error
         except self.pywbem.AuthError as error:
-            raise ErrorResponse(401, str(error)) from error
+            raise ResponseError(401, str(error)) from error
 
     # -- operations ---------------------------------------------------------------------------
 

@@ -1,13 +1,10 @@
 """An array file of odd cases: every type of cage, magazine and card, types that nobody knows, texts
 that no reply could carry as they are, numbers beyond 16 bits, names that fill their fields.
-
-  python -m qbx_support.odd_array FILE     writes it, for a server that is to be tested
+`./qbx test --write-array FILE` writes it.
 """
 
 import itertools
 import json
-import pathlib
-import sys
 
 from qbx_support.server import SAMPLE_ARRAY
 
@@ -15,10 +12,10 @@ LONGEST_ID = "cage-with-a-name-that-takes-all-sixty-four-characters-of-its-id-"
 UNTERMINATED_ID = "cage-with-a-name-that-fills-its-id-field-and-leaves-no-terminator"
 UNTERMINATED_MAGAZINE = "magazine-with-a-name-that-fills-the-sixty-five-bytes-of-its-field"
 HOSTILE_ID = "hex:68 01 C0 80 EF BF BE"  # control characters, bytes that are no UTF-8, U+FFFE
-LEDS = ("UNKNOWN", "OFF", "GREEN", "GREEN_BLINKING", "AMBER", "AMBER_BLINKING", "BLUE")
-LEDS = [f"LED_STATE_{name}" for name in (*LEDS, "BLUE_BLINKING")]
-SPEEDS = ("NA", "1G", "2G", "AUTO", "4G", "8G", "10G", "10M", "100M")
-SPEEDS = [*(f"PORT_DATA_RATE_{name}" for name in SPEEDS), 77]
+COLOURS = ("UNKNOWN", "OFF", "GREEN", "GREEN_BLINKING", "AMBER", "AMBER_BLINKING", "BLUE", "BLUE_BLINKING")
+LEDS = [f"LED_STATE_{name}" for name in COLOURS]
+RATES = ("NA", "1G", "2G", "AUTO", "4G", "8G", "10G", "10M", "100M")
+SPEEDS: list[str | int] = [*(f"PORT_DATA_RATE_{name}" for name in RATES), 77]
 NODE_PORTS = ["0x019A", 0, "0xFFFC", "0x0009", "0x03FF", 1, "0x0080", "0xFFFF"]
 
 
@@ -122,8 +119,8 @@ def cages():
 
 
 def power_supplies():
-    """Of cages whose own sensors have the same ids, of a type without, and of a cage that is in no
-    list."""
+    """Sensors of the power supplies of cages whose own sensors have the same ids, of a type without,
+    and of a cage that is in no list."""
     hostile = {"name": "hex:06 EF BF BF", "type": "hex:02", "reading": 1, "limit_high": 2}
     yield "hex:70 0F FE", "JB_LBOD", [hostile]
     yield "cage0", "JB_LBOD", [
@@ -142,7 +139,7 @@ def power_supplies():
 
 
 def magazines(of_cages):
-    """Each belongs to the cage of that place in the list. Their lights go through all states: the next one is those of the one before, moved on."""
+    """Each belongs to the cage of that place in the list. Their lights go through all states."""
     lights, serials = itertools.count(), itertools.count(5000100)
 
     def magazine(cage_number, position, loops=(1, 1), **more):
@@ -195,7 +192,7 @@ def cards(of_cages):
             "loopPortWWN": [f"0x{0x2FF70002AC002000 + place:016X}" for place in places],
             "nodePortWWN": [
                 0 if port in (0, "0xFFFC") else f"0x{0x2FF70002AC003000 + place:016X}"
-                for place, port in zip(places, node_ports)
+                for place, port in zip(places, node_ports, strict=True)
             ],
             "nodePort": node_ports,
             "linkSpeed": [SPEEDS[place % len(SPEEDS)] for place in places],
@@ -277,5 +274,6 @@ def contents():
     }
 
 
-if __name__ == "__main__":
-    pathlib.Path(sys.argv[1]).write_text(json.dumps(contents(), indent=1), encoding="utf-8")
+def write(file):
+    """Writes the array file."""
+    file.write_text(json.dumps(contents(), indent=1), encoding="utf-8")

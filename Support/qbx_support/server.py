@@ -107,9 +107,9 @@ class Server:
             self.array.write_text(json.dumps(array), encoding="utf-8")
         else:
             shutil.copy(array, self.array)
-        self.log = self.folder / "module.log"
+        self.log: pathlib.Path | None = self.folder / "module.log"
         self.output = self.folder / "server.log"
-        self.process = None
+        self.process: subprocess.Popen | None = None
         try:
             self.users = password_file(build, self.folder)
             self.start()
@@ -130,11 +130,13 @@ class Server:
                 cwd=self.folder,
                 env=environment(self.array, self.folder / "state.json", self.log),
             )
+        output = self.process.stdout
+        assert output
         # A thread reads, so that a server that prints nothing can be given up on.
         ready, lines = threading.Event(), []
 
         def read():
-            for line in self.process.stdout:
+            for line in output:
                 lines.append(line)
                 if line.startswith("ready:"):
                     ready.set()
@@ -167,7 +169,8 @@ class Server:
             process.kill()
             process.wait()
         self.reader.join()
-        process.stdout.close()
+        if process.stdout:
+            process.stdout.close()
         return process.returncode
 
     def end(self):

@@ -101,6 +101,7 @@ def started(*options, stop=signal.SIGTERM, log=None):
             subprocess.Popen(command, stdout=subprocess.PIPE, stderr=own or log, text=True)
         )
         try:
+            assert process.stdout
             ready = process.stdout.readline()
             if listening := re.search(r":(\d+)/", ready):
                 yield ready, int(listening[1]), process

@@ -6,17 +6,38 @@ import tempfile
 import time
 import unittest
 
-from expected import ABSENT, ASSOCIATIONS, CAGES, CARD, CARDS, DC1, DC2, ELEMENTS, MAGAZINE
-from expected import MAGAZINES, SENSOR, SENSORS, SYSTEM, element, path
-from qbx_support.clients import ErrorResponse
+from expected import (
+    ABSENT,
+    ASSOCIATIONS,
+    CAGES,
+    CARD,
+    CARDS,
+    DC1,
+    DC2,
+    ELEMENTS,
+    MAGAZINE,
+    MAGAZINES,
+    SENSOR,
+    SENSORS,
+    SYSTEM,
+    element,
+    path,
+)
+from qbx_support.clients import Pywbem, ResponseError, Wbemcli
 from qbx_support.server import SAMPLE_FIRMWARE
-from qbx_support.testing import Case, Test, cases, missing, open_server
+from qbx_support.testing import Case, EmbeddedServer, ExternalServer, Test, cases, missing, open_server
 
 CAGE_CLASSES = ["QBX_DriveCage"] + [f"QBX_DriveCageDC{family}Family" for family in (1, 2, 3)]
 CARD_CLASSES = [name.replace("DriveCage", "CageInterfaceCard") for name in CAGE_CLASSES]
 ELEMENT_CLASSES = [*CAGE_CLASSES, *CARD_CLASSES, "QBX_Magazine", "QBX_CageSensor"]
-STATUS = ("", "FAILED", "ACCESS_DENIED", "INVALID_NAMESPACE", "INVALID_PARAMETER", "INVALID_CLASS")
-STATUS += ("NOT_FOUND", "NOT_SUPPORTED")
+STATUS = {
+    "FAILED": 1,
+    "ACCESS_DENIED": 2,
+    "INVALID_PARAMETER": 4,
+    "INVALID_CLASS": 5,
+    "NOT_FOUND": 6,
+    "NOT_SUPPORTED": 7,
+}
 FIRMWARE_MISSING, FIRMWARE_MISMATCH = 20, 23  # results of the simulated array
 ON_LOOP, OFF_LOOP = 1, 2  # its states
 SECONDS = 300  # until a change shows
@@ -39,7 +60,9 @@ def served(name):
 class ClientTest(Test):
     """A server, and a client of it."""
 
-    client_class = None  # set by the test modules
+    client_class: type[Wbemcli] | type[Pywbem]  # set by the test modules
+    client: Wbemcli | Pywbem
+    server: EmbeddedServer | ExternalServer
 
     @classmethod
     def setUpClass(cls):
@@ -67,7 +90,8 @@ class ClientTest(Test):
         """That the properties of an instance are those of an element."""
         if not of.complete:
             actual = {name: value for name, value in actual.items() if name in of.values}
-        self.assertExpected(actual, self.values(of.values))
+        request = f"{self.client.last}\ninstance: {self.client.shown_path(of.path)}"
+        self.assertResponse(actual, self.values(of.values), request)
 
     def assertShows(self, *elements):
         for each in elements:
@@ -78,10 +102,10 @@ class ClientTest(Test):
         client = operation.__self__
         try:
             result = operation(*arguments, **named)
-        except ErrorResponse as error:
+        except ResponseError as error:
             actual = (error.code, error.text)
             text = error.text if text is None else f"CIM_ERR_{status}: {text}"
-            self.assertResponse(actual, (STATUS.index(status), text), client.last)
+            self.assertResponse(actual, (STATUS[status], text), client.last)
         else:
             self.fail(f"request: {client.last}\nexpected: error {status}\n  actual: {result!r}")
 
@@ -108,7 +132,7 @@ class Reading(ClientTest):
 
     @cases(*BY_CLASS)
     def test_gets_each_instance_as_it_is_listed(self, name):
-        listed = {}  # of two sensors with the same id the first is found
+        listed: dict = {}  # of two sensors with the same id the first is found
         for shown, values in self.client.instances(name):
             listed.setdefault(str(shown), values)
         for each in served(name):
@@ -215,7 +239,7 @@ class Access(ClientTest):
     )
     def test_rejects(self, user, password):
         client = self.as_user(user, password)
-        with self.assertRaises(ErrorResponse) as caught:
+        with self.assertRaises(ResponseError) as caught:
             client.names("QBX_DriveCage")
         self.assertEqual(caught.exception.code, 401)
 
@@ -257,7 +281,7 @@ class Topology(ClientTest):
     def ends(self, *associations):
         """Every element at an end of an association: (association, role here, path here, role
         there, [paths there])."""
-        found = {}
+        found: dict = {}
         for name in associations or ASSOCIATIONS:
             first, second, pairs = ASSOCIATIONS[name]
             for one, other in pairs:
@@ -321,7 +345,7 @@ class Topology(ClientTest):
         self.assertExpected(self.client.get(links[0]), self.values(links[0][1]))
 
     def test_associator_names_without_filters(self):
-        everything = {}
+        everything: dict = {}
         for _, _, start, _, others in self.ends():
             everything.setdefault(str(start), (start, []))[1].extend(others)
         for start, expected in everything.values():

@@ -179,7 +179,7 @@ CARDS = [
 
 def magazine(tag, cage, kind, position, loops=(1, 1), leds=None, complete=False, **more):
     """Those of DC3 cages have no lights."""
-    lights = dict(zip(("SystemLED", "HotplugLED"), leds or ()))
+    lights = dict(zip(("SystemLED", "HotplugLED"), leds, strict=True)) if leds else {}
     return physical(
         "QBX_Magazine", tag, cage, complete, CageType=kind, Position=position,
         StateOnLoopA=loops[0], StateOnLoopB=loops[1], **lights, **more,

@@ -17,6 +17,7 @@ import time
 from qbx_support import odd_array
 from qbx_support.cimxml import all_requests, http_fields
 from qbx_support.server import ROOT, Server
+
 from Tests.Wire.expected import ASSOCIATIONS, ELEMENTS
 
 SECONDS = 300  # until the server has closed all connections
@@ -34,7 +35,8 @@ class Soak:
         self.server = server
         self.contents = json.loads(server.array.read_text(encoding="utf-8"))
         self.requests = list(all_requests([each.path for each in ELEMENTS], ASSOCIATIONS))
-        self.responses, self.unexpected = collections.Counter(), []
+        self.responses: collections.Counter = collections.Counter()
+        self.unexpected: list[str] = []
         self.lock, self.over = threading.Lock(), threading.Event()
 
     def send(self, connection, user):
@@ -103,8 +105,8 @@ class Soak:
         start = time.monotonic()
         with concurrent.futures.ThreadPoolExecutor(clients + 1) as threads:
             running = [threads.submit(self.change_array)]
-            for each in range(clients):
-                running.append(threads.submit(self.client, LOGINS[each % len(LOGINS)]))
+            for number in range(clients):
+                running.append(threads.submit(self.client, LOGINS[number % len(LOGINS)]))
             while (spent := time.monotonic() - start) < seconds and self.server.is_running():
                 memory.append(self.resources()[0])
                 self.report(spent)

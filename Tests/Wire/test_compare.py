@@ -5,11 +5,12 @@ import xml.etree.ElementTree as ElementTree
 from collections import Counter
 from types import SimpleNamespace
 
-from Compare.compare import Comparison, Side, known, lines
-from Compare.suite import Suite
 from qbx_support import exchanges, testing
 from qbx_support.raw import SECONDS
 from qbx_support.testing import Case, cases
+
+from Compare.compare import Comparison, Side, known, lines
+from Compare.suite import Suite
 
 A, B = (f'<KEYBINDING NAME="{each}"><KEYVALUE>1</KEYVALUE></KEYBINDING>' for each in "AB")
 P, Q = (f'<PROPERTY NAME="{each}"><VALUE>1</VALUE></PROPERTY>' for each in "PQ")

@@ -117,6 +117,8 @@ def property_list_of_a_list(count):
 class Cost(testing.EmbeddedServerTest):
     """A row: a shape's request for a size, and the small size."""
 
+    server: Server
+
     @classmethod
     def setUpClass(cls):
         super().setUpClass()
@@ -124,6 +126,7 @@ class Cost(testing.EmbeddedServerTest):
 
     def cost(self, sent):
         """CPU seconds of the server for a request."""
+        assert self.server.process
         clock = (~self.server.process.pid << 3) | 2  # of the process, for clock_gettime()
         before = time.clock_gettime(clock)
         self.assertTrue(exchange(self.server.port, sent))

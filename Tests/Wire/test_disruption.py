@@ -23,7 +23,8 @@ class Traffic:
     what each request alone got."""
 
     def __init__(self, test):
-        self.test, self.others, self.count = test, [], 0
+        self.test, self.count = test, 0
+        self.others: list[str] = []
         self.changed, self.over = threading.Condition(), False
 
     def client(self):
@@ -56,6 +57,10 @@ class Traffic:
 
 
 class Disruption(testing.Test):
+    server: testing.EmbeddedServer | testing.ExternalServer
+    keys: list  # requests: (user, method, object, body)
+    alone: dict  # what each gets alone
+
     @classmethod
     def setUpClass(cls):
         cls.server = testing.open_server()
@@ -99,7 +104,7 @@ class Disruption(testing.Test):
         self.assertTrue(0 < len(denied) < len(self.alone), "some are denied, and others not")
         keys = 2 * self.keys
         with futures.ThreadPoolExecutor(24) as pool:
-            for key, response in zip(keys, pool.map(self.response, keys)):
+            for key, response in zip(keys, pool.map(self.response, keys), strict=True):
                 self.assertResponse(response, self.alone[key], key)
 
     def test_restart(self):

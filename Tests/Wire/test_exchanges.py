@@ -13,13 +13,18 @@ NAMES = exchanges.names()
 
 
 def rows(names):
-    return [Case(name, name) for name in names]
+    """A case for each exchange; its place is the file."""
+    for name in names:
+        row = Case(name, name)
+        row.place = str(exchanges.FOLDER / f"{name}.txt")
+        yield row
 
 
 class Replay(testing.EmbeddedServerTest):
     """A server for all exchanges of the class, each on a connection of its own."""
 
-    options = ()
+    options: tuple = ()
+    port: int
 
     @classmethod
     def setUpClass(cls):

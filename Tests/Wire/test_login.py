@@ -5,7 +5,6 @@ import contextlib
 import functools
 import os
 import pathlib
-import re
 import subprocess
 import tempfile
 import time

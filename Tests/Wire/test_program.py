@@ -143,6 +143,7 @@ class Serve(FolderTest):
     def test_prints_a_query_and_passes_signals_on(self):
         command = [*self.command, "--no-auth"]
         with subprocess.Popen(command, stdout=-1, stderr=-2, text=True) as process:
+            assert process.stdout
             lines = (line for line in process.stdout if "simulated array" not in line)
             ready = next(lines, "")
             process.send_signal(signal.SIGHUP)

@@ -24,6 +24,8 @@ def request(size=0):
 
 
 class TooMuch(testing.EmbeddedServerTest):
+    port: int
+
     @classmethod
     def setUpClass(cls):
         super().setUpClass()
@@ -63,6 +65,8 @@ class Framing(testing.EmbeddedServerTest):
     A row: header fields, how the body is sent, status, a part of the response. {body} is the body,
     {n} its length and {size} that in hexadecimal.
     """
+
+    port: int
 
     @classmethod
     def setUpClass(cls):
@@ -153,9 +157,8 @@ class Connections(testing.EmbeddedServerTest):
 
     @cases(Case("nothing", b""), Case("a_header", HEAD), Case("a_part", request()[:-1]))
     def test_ends_client_that_sends_only(self, sent):
-        with started("--no-auth", "--timeout", "1") as (_, port, _):
-            with connected(port, sent) as client:
-                self.assertIn(b" 408 ", receive_all(client))
+        with started("--no-auth", "--timeout", "1") as (_, port, _), connected(port, sent) as client:
+            self.assertIn(b" 408 ", receive_all(client))
 
     def test_ends_idle_connection_without_a_word(self):
         with started("--no-auth", "--timeout", "1") as (_, port, _), connected(port, KEPT) as idle:

@@ -11,7 +11,7 @@ from qbx_support import testing
 from qbx_support.raw import SECONDS, connected, receive_all
 from qbx_support.testing import Case, cases, started
 
-MAKE_CERTIFICATE = "openssl req -x509 -newkey rsa:2048 -nodes -days 2 -subj /CN=localhost".split()
+MAKE_CERTIFICATE = ["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=localhost"]
 
 
 class Tls(testing.EmbeddedServerTest):
@@ -42,10 +42,10 @@ class Tls(testing.EmbeddedServerTest):
 
     def test_serves_client_that_trusts_the_certificate(self):
         trust = ssl.create_default_context(cafile=self.certificate)
-        with connected(self.port) as plain:
-            with trust.wrap_socket(plain, server_hostname="localhost") as client:
-                client.sendall(b"GET / HTTP/1.1\r\nHost: x\r\n\r\n")
-                self.assertRegex(client.recv(1000), b"(?s)^HTTP/1.1 405 .*\r\nAllow: POST\r\n")
+        plain = self.enterContext(connected(self.port))
+        client = self.enterContext(trust.wrap_socket(plain, server_hostname="localhost"))
+        client.sendall(b"GET / HTTP/1.1\r\nHost: x\r\n\r\n")
+        self.assertRegex(client.recv(1000), b"(?s)^HTTP/1.1 405 .*\r\nAllow: POST\r\n")
 
     def test_sends_nothing_plain(self):
         with connected(self.port) as silent:
