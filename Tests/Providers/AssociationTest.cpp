@@ -547,8 +547,7 @@ using SingleAssociationTest = ProviderTest;
 
 TEST_F(SingleAssociationTest, WithoutTagNothingIsLookedFor)
 {
-    for (const char* provider : {"FCALCardInDriveCage", "MagazineInDriveCage"}) {
-        const std::string name = "QBX_" + std::string(provider) + "Provider";
+    for (const std::string& name : {CARD_IN_CAGE.provider, MAGAZINE_IN_CAGE.provider}) {
         start(name);
         for (const std::string& operation : TRAVERSALS) {
             EXPECT_EQ(read(operation, pathOf("QBX_DriveCage")),

@@ -17,8 +17,8 @@ TEST_P(EveryProviderTest, IsCreatedByItsNameInAnyCaseWithoutACall)
     const ProviderPtr exact = create(row.name);
     EXPECT_NE(std::string(typeid(*exact).name()).find(row.name), std::string::npos);
     for (const std::string& name : {cased(row.name, std::tolower), cased(row.name, std::toupper)}) {
-        const ProviderPtr provider = create(name);
-        EXPECT_EQ(typeid(*provider), typeid(*exact));
+        const ProviderPtr other = create(name);
+        EXPECT_EQ(typeid(*other), typeid(*exact));
     }
     EXPECT_LIST(array.events(), Texts());
 }

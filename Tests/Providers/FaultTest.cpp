@@ -60,7 +60,8 @@ protected:
         const Texts before = asEver.first(position);
         array.mend();
         if (way.isWait)
-            array.fail("cim_sem_wait", way.status, before.startingWith("cim_sem_wait").size());
+            array.fail("cim_sem_wait", way.status,
+                       unsigned(before.startingWith("cim_sem_wait").size()));
         else
             array.fail(name, way.status, 0, way.doesWork);
     }
