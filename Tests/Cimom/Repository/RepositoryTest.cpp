@@ -155,13 +155,16 @@ const Fault inheritanceRules[] = {
     {"QualifierSuitsClass", "[Key] class T {};",
      "class T: qualifier Key: it may stand in scope REFERENCE PROPERTY only, not CLASS"},
     {"QualifierSuitsReference", "[Association] class T { [Values] T_Base REF A; };",
-     "class T, property A: qualifier Values: it may stand in scope PROPERTY PARAMETER only, not REFERENCE"},
+     "class T, property A: qualifier Values: it may stand in scope "
+     "PROPERTY PARAMETER only, not REFERENCE"},
     {"QualifierSuitsParameter", "class T { uint8 M([Key] string P); };",
-     "class T, method M, parameter P: qualifier Key: it may stand in scope REFERENCE PROPERTY only, not PARAMETER"},
+     "class T, method M, parameter P: qualifier Key: it may stand in scope "
+     "REFERENCE PROPERTY only, not PARAMETER"},
     {"FixedQualifierOfClassKeepsItsValue", "[Fixed(\"other\")] class T : T_Base {};",
      "class T: qualifier Fixed is DisableOverride and has another value in the superclass"},
     {"FixedQualifierOfMethodKeepsItsValue", "class T : T_Leaf { [Fixed(null)] uint32 Run(); };",
-     "class T, method Run: qualifier Fixed is DisableOverride and has another value in the superclass"},
+     "class T, method Run: qualifier Fixed is DisableOverride and has another value "
+     "in the superclass"},
     {"OverridingPropertyStaysScalar", "class T : T_Base { string Name[]; };",
      "class T, property Name: its type differs from that in T_Base"},
     {"OverridingPropertyKeepsItsType", "class T : T_Base { uint8 Name; };",
