@@ -97,7 +97,8 @@ struct Reader
     static void read(const Json& in, CIMType& out)
     {
         for (int type = CIMTYPE_BOOLEAN; type <= CIMTYPE_INSTANCE; ++type)
-            if (in == cimTypeToString(CIMType(type))) out = CIMType(type);
+            if (in == cimTypeToString(CIMType(type))) return void(out = CIMType(type));
+        throw std::runtime_error("unknown type " + in.dump());
     }
 
     static void read(const Json& in, CIMDateTime& out)

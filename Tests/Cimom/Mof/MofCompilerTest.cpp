@@ -102,7 +102,7 @@ TEST_F(Mof, DeclaresQualifierTypes)
     compile(
         "Qualifier Q : sint8[2] = {1, -1}, scope(Class, METHOD), "
         "flavor(restricted, disableOverride, toInstance, Translatable);");
-    const QualifierDecl& declared = repository.getQualifierDecl(ns, CIMName("q"));
+    const QualifierDecl& declared = repository.getQualifierDecl(nameSpace, CIMName("q"));
     EXPECT_EQ(text(declared.value), "1 -1");
     EXPECT_EQ(declared.value.getType(), CIMTYPE_SINT8);
     EXPECT_EQ(declared.arraySize, 2U);
@@ -129,7 +129,7 @@ TEST_F(Mof, PassesOverPragmasWithoutMeaning)
 TEST_F(Mof, KeepsWhatWasCompiledBeforeTheFault)
 {
     EXPECT_THROW(compile("class T {}; klass"), std::runtime_error);
-    EXPECT_NE(repository.findClass(ns, CIMName("T")), nullptr);
+    EXPECT_NE(repository.findClass(nameSpace, CIMName("T")), nullptr);
 }
 
 TEST_F(Mof, EndsWithSuccessOrFaultForEveryPrefixAndChangedByte)
@@ -144,8 +144,9 @@ TEST_F(Mof, EndsWithSuccessOrFaultForEveryPrefixAndChangedByte)
         changed[i] = "\"{\xC3"[i % 4];  // each fourth time a zero
         for (const std::string& mof : {good.substr(0, i), changed}) {
             Repository fresh;
-            fresh.addNamespace(ns);
-            const std::string outcome = outcomeOf([&] { compileMofText(fresh, ns, mof, "MOF"); });
+            fresh.addNamespace(nameSpace);
+            const std::string outcome =
+                outcomeOf([&] { compileMofText(fresh, nameSpace, mof, "MOF"); });
             EXPECT_TRUE(outcome == "compiled" || outcome.substr(0, 4) == "MOF:") << mof << outcome;
         }
     }
@@ -270,14 +271,14 @@ protected:
 
     std::string compileFile(const char* file)
     {
-        return outcomeOf([&] { compileMof(repository, ns, file, {"search"}); });
+        return outcomeOf([&] { compileMof(repository, nameSpace, file, {"search"}); });
     }
 };
 
 TEST_F(MofFiles, AreIncludedOnceFromBesideOrTheSearchPath)
 {
     EXPECT_EQ(compileFile("main.mof"), "compiled");
-    EXPECT_NE(repository.findClass(ns, CIMName("T_Main")), nullptr);
+    EXPECT_NE(repository.findClass(nameSpace, CIMName("T_Main")), nullptr);
 }
 
 TEST_F(MofFiles, ReportFaultsWithTheNameOfTheIncludedFile)

@@ -155,13 +155,16 @@ const Fault inheritanceRules[] = {
     {"QualifierSuitsClass", "[Key] class T {};",
      "class T: qualifier Key: it may stand in scope REFERENCE PROPERTY only, not CLASS"},
     {"QualifierSuitsReference", "[Association] class T { [Values] T_Base REF A; };",
-     "class T, property A: qualifier Values: it may stand in scope PROPERTY PARAMETER only, not REFERENCE"},
+     "class T, property A: qualifier Values: it may stand in scope "
+     "PROPERTY PARAMETER only, not REFERENCE"},
     {"QualifierSuitsParameter", "class T { uint8 M([Key] string P); };",
-     "class T, method M, parameter P: qualifier Key: it may stand in scope REFERENCE PROPERTY only, not PARAMETER"},
+     "class T, method M, parameter P: qualifier Key: it may stand in scope "
+     "REFERENCE PROPERTY only, not PARAMETER"},
     {"FixedQualifierOfClassKeepsItsValue", "[Fixed(\"other\")] class T : T_Base {};",
      "class T: qualifier Fixed is DisableOverride and has another value in the superclass"},
     {"FixedQualifierOfMethodKeepsItsValue", "class T : T_Leaf { [Fixed(null)] uint32 Run(); };",
-     "class T, method Run: qualifier Fixed is DisableOverride and has another value in the superclass"},
+     "class T, method Run: qualifier Fixed is DisableOverride and has another value "
+     "in the superclass"},
     {"OverridingPropertyStaysScalar", "class T : T_Base { string Name[]; };",
      "class T, property Name: its type differs from that in T_Base"},
     {"OverridingPropertyKeepsItsType", "class T : T_Base { uint8 Name; };",
@@ -195,14 +198,14 @@ class RepositoryTest : public TestRepository
 
 TEST_F(RepositoryTest, FindsClassesInAnyCase)
 {
-    EXPECT_NE(repository.findClass(ns, CIMName("t_leaf")), nullptr);
-    EXPECT_EQ(repository.findClass(ns, CIMName("T_None")), nullptr);
+    EXPECT_NE(repository.findClass(nameSpace, CIMName("t_leaf")), nullptr);
+    EXPECT_EQ(repository.findClass(nameSpace, CIMName("T_None")), nullptr);
 }
 
 TEST_F(RepositoryTest, SharesInheritedElementsFromTheSecondGenerationOn)
 {
-    const ClassPtr leaf = repository.getClass(ns, "T_Leaf");
-    const ClassPtr middle = repository.getClass(ns, "T_Middle");
+    const ClassPtr leaf = repository.getClass(nameSpace, "T_Leaf");
+    const ClassPtr middle = repository.getClass(nameSpace, "T_Middle");
     EXPECT_EQ(leaf->property("Id"), middle->property("Id"));
     EXPECT_EQ(leaf->method("Stop"), middle->method("Stop"));
 }
@@ -213,16 +216,16 @@ TEST_F(RepositoryTest, MakesAViewOfAClassOnceForAllThreads)
     std::vector<ClassPtr> seen(4);
     std::vector<std::thread> threads;
     for (ClassPtr& local : seen)
-        threads.emplace_back([&] { local = repository.getClass(ns, "T_Leaf", view); });
+        threads.emplace_back([&] { local = repository.getClass(nameSpace, "T_Leaf", view); });
     for (std::thread& thread : threads)
         thread.join();
-    EXPECT_EQ(seen, std::vector<ClassPtr>(4, repository.getClass(ns, "T_Leaf", view)));
+    EXPECT_EQ(seen, std::vector<ClassPtr>(4, repository.getClass(nameSpace, "T_Leaf", view)));
 }
 
 TEST_F(RepositoryTest, CompletesInstancesWithDefaultsInFrontOfGivenProperties)
 {
     compile(R"([Text("here")] instance of t_middle { [Mine("p")] NAME = "n"; ID = "a"; };)");
-    const CIMInstance stored = repository.instancesOf(ns, "T_Middle").at(0);
+    const CIMInstance stored = repository.instancesOf(nameSpace, "T_Middle").at(0);
     EXPECT_EQ(text(stored.object().qualifiers), "[Text(here)] ");
     EXPECT_EQ(lines(stored), R"(
 inherited uint8 Sizes[2] = 1 2 of T_Base
@@ -235,23 +238,23 @@ string Id = a of T_Base
 TEST_F(RepositoryTest, FindsInstancesByClassAndKeysAlone)
 {
     compile("instance of t_middle { ID = \"a\"; }; instance of T_Leaf { Id = \"a\"; };");
-    const CIMInstance stored = repository.getInstance(ns, String("//h/x:T_MIDDLE.ID=\"a\""));
+    const CIMInstance stored = repository.getInstance(nameSpace, String("//h/x:T_MIDDLE.ID=\"a\""));
     EXPECT_EQ(stored.getPath().toString(), "T_Middle.Id=\"a\"");
 }
 
 TEST_F(RepositoryTest, HandsOutCopiesOfInstances)
 {
     compile("instance of T_Middle { Id = \"a\"; };");
-    const CIMInstance stored = repository.getInstance(ns, String("T_Middle.Id=\"a\""));
-    CIMInstance mine = repository.instancesOf(ns, "T_Middle").at(0);
+    const CIMInstance stored = repository.getInstance(nameSpace, String("T_Middle.Id=\"a\""));
+    CIMInstance mine = repository.instancesOf(nameSpace, "T_Middle").at(0);
     mine.getProperty(mine.findProperty("Own")).setValue(CIMValue(Uint16(6)));
-    EXPECT_TRUE(stored.identical(repository.instancesOf(ns, "T_Middle").at(0)));
+    EXPECT_TRUE(stored.identical(repository.instancesOf(nameSpace, "T_Middle").at(0)));
 }
 
 TEST_F(RepositoryTest, PropertiesThatAFilterHasReplacedLiveOnWithoutTheirInstance)
 {
     // With all that the class has, as a provider may build it; the filter hides the qualifiers.
-    CIMInstance built = CIMClass(repository.getClass(ns, "T_Leaf", {false, true, true, {}}))
+    CIMInstance built = CIMClass(repository.getClass(nameSpace, "T_Leaf", {false, true, true, {}}))
                             .buildInstance(true, true, CIMPropertyList());
     const CIMName name = std::as_const(built).getProperty(0).getName();
     built = InstanceFilter(InstanceView{}).apply(built, built.getPath());

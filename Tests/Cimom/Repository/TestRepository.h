@@ -109,21 +109,22 @@ class TestRepository : public testing::Test
 protected:
     TestRepository()
     {
-        repository.addNamespace(ns);
-        compileMof(repository, ns, CIMOM_TESTS "Repository/schema.mof");
+        repository.addNamespace(nameSpace);
+        compileMof(repository, nameSpace, CIMOM_TESTS "Repository/schema.mof");
     }
 
     /// Throws the compiler's error.
-    void compile(const std::string& mof) { compileMofText(repository, ns, mof, "MOF"); }
+    void compile(const std::string& mof) { compileMofText(repository, nameSpace, mof, "MOF"); }
 
     /// Class T that the text declares.
     ClassPtr classOf(const std::string& mof)
     {
         compile(mof);
-        return repository.requireClass(ns, Pegasus::CIMName("T"), Pegasus::CIM_ERR_NOT_FOUND);
+        return repository.requireClass(nameSpace, Pegasus::CIMName("T"),
+                                       Pegasus::CIM_ERR_NOT_FOUND);
     }
 
-    const Pegasus::CIMNamespaceName ns{"root/test"};
+    const Pegasus::CIMNamespaceName nameSpace{"root/test"};
     Repository repository;
 };
 
