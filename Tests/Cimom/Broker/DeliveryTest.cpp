@@ -81,9 +81,7 @@ struct InstanceDelivery : Row
     Lines list;
 };
 
-class DeliveryOfInstances : public BrokerTableTest<InstanceDelivery>
-{
-};
+using DeliveryOfInstances = BrokerTableTest<InstanceDelivery>;
 
 TEST_P(DeliveryOfInstances, ToGetInstance)
 {
@@ -115,9 +113,7 @@ const InstanceDelivery instanceDeliveries[] = {
 INSTANTIATE_TEST_SUITE_P(Of, DeliveryOfInstances, ::testing::ValuesIn(instanceDeliveries),
                          NameOfRow());
 
-class DeliveryOfPaths : public BrokerTest
-{
-};
+using DeliveryOfPaths = BrokerTest;
 
 TEST_F(DeliveryOfPaths, MustHaveAClass)
 {
@@ -139,9 +135,7 @@ struct MethodDelivery : Row
     Lines outcome;
 };
 
-class DeliveryOfMethodResults : public BrokerTableTest<MethodDelivery>
-{
-};
+using DeliveryOfMethodResults = BrokerTableTest<MethodDelivery>;
 
 TEST_P(DeliveryOfMethodResults, ToInvokeMethod)
 {

@@ -66,13 +66,9 @@ TEST_P(ViewOfInstances, ShowsListedPropertiesOnceInTheOrderOfTheList)
 {
     const XmlElement instance = shown(propertyList({"l", "Nope", "ID", "L"}));
     EXPECT_EQ(namesOf(instance, "PROPERTY"), (Lines{"L", "Id"}));
+    EXPECT_EQ(shown(propertyList({})).children.size(), 0U);
     EXPECT_NE(scripted::calls.at(0).find(" PropertyList=[l Nope ID] "), std::string::npos)
         << "the provider gets the list without repetitions";
-}
-
-TEST_P(ViewOfInstances, ShowsNoPropertyForAnEmptyList)
-{
-    EXPECT_EQ(shown(propertyList({})).children.size(), 0U);
 }
 
 TEST_P(ViewOfInstances, LeavesTheInstanceOfTheProviderAsItIs)

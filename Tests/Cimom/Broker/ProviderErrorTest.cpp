@@ -19,9 +19,7 @@ struct Thrown : Row
     std::string error;
 };
 
-class ErrorOfProvider : public BrokerTableTest<Thrown>
-{
-};
+using ErrorOfProvider = BrokerTableTest<Thrown>;
 
 TEST_P(ErrorOfProvider, EndsAnEnumeration)
 {

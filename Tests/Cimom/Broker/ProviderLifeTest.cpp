@@ -4,11 +4,11 @@
 
 #include <Pegasus/Provider/CIMOMHandle.h>
 
+#include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <filesystem>
 #include <future>
-#include <mutex>
+#include <thread>
 #include <unistd.h>
 
 PEGASUS_USING_PEGASUS;
@@ -51,42 +51,31 @@ TEST_F(ProviderLife, BeginsAnewAfterInitializationFailed)
                                           "create Leaf", "initialize Leaf"}));
 }
 
-/// Where threads wait for one another.
-class Meeting
+/// Waits for others to arrive; false when they do not.
+bool meet(std::atomic<int>& missing)
 {
-public:
-    explicit Meeting(int threads) : missing_(threads) {}
-    /// False when the others do not come.
-    bool arrive()
-    {
-        std::unique_lock<std::mutex> lock(mutex_);
-        if (--missing_ == 0) all_.notify_all();
-        return all_.wait_for(lock, std::chrono::minutes(2), [this] { return missing_ <= 0; });
-    }
-
-private:
-    std::mutex mutex_;
-    std::condition_variable all_;
-    int missing_;
-};
+    const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(2);
+    --missing;
+    while (missing > 0 && std::chrono::steady_clock::now() < end)
+        std::this_thread::yield();
+    return missing <= 0;
+}
 
 TEST_F(ProviderLife, HasOneInitializationAndCallsFromSeveralThreadsAtOnce)
 {
-    constexpr int threads = 4;
-    Meeting before(threads), inside(threads);
+    std::atomic<int> outside{4}, inside{4};
     scripted::provider("Leaf").onPaths = [&](ObjectPathResponseHandler& handler) {
-        if (inside.arrive()) handler.deliver(CIMObjectPath("T_Leaf.Id=1"));
+        if (meet(inside)) handler.deliver(CIMObjectPath("T_Leaf.Id=1"));
         handler.complete();
     };
+    const auto call = [&] {
+        return meet(outside) ? upcall("T_Leaf") : "the threads did not start";
+    };
     std::vector<std::future<std::string>> calls;
-    for (int i = 0; i < threads; ++i) {
-        calls.push_back(std::async(std::launch::async, [&before] {
-            before.arrive();
-            return upcall("T_Leaf");
-        }));
-    }
-    for (auto& call : calls)
-        EXPECT_EQ(call.get(), "T_Leaf.Id=1") << "a call had to wait for another one";
+    for (int i = 0; i < 4; ++i)
+        calls.push_back(std::async(std::launch::async, call));
+    for (auto& each : calls)
+        EXPECT_EQ(each.get(), "T_Leaf.Id=1") << "none: a call had to wait for another one";
     EXPECT_EQ(scripted::lifecycle, (Lines{"create Leaf", "initialize Leaf"}));
 }
 
@@ -100,9 +89,7 @@ struct MissingProvider : Row
     std::string error;
 };
 
-class ProviderThatCannotBeLoaded : public BrokerTableTest<MissingProvider>
-{
-};
+using ProviderThatCannotBeLoaded = BrokerTableTest<MissingProvider>;
 
 TEST_P(ProviderThatCannotBeLoaded, IsAnErrorOfEachRequest)
 {

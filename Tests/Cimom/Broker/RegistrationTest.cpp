@@ -45,12 +45,10 @@ const std::string capabilities =
 
 const Registration registrations[] = {
     {"AllTypes", "ProviderType={2}", "ProviderType={2, 3, 4, 5, 6, 7}", "accepted"},
-    {"OldestInterface", "2.6.0", "2.1.0", "accepted"},
     {"UserOfTheServer", "Vendor=", "UserContext=5; Vendor=", "accepted"},
     {"AnotherUser", "Vendor=", "UserContext=2; Vendor=",
      module + "UserContext \"2\": not supported; leave it out."},
     {"NoVendor", "Vendor=\"v\";", "", module + "Vendor \"\": a value is required."},
-    {"NoVersion", "Version=\"1\";", "", module + "Version \"\": a value is required."},
     {"InterfaceTypeInOtherCase", "C++Default", "c++default",
      module + "InterfaceType \"c++default\": supported: C++Default."},
     {"UnknownInterface", "2.6.0", "2.7.0",

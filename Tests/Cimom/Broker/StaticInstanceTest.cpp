@@ -1,5 +1,4 @@
-// Instances of the repository: read like those of providers, and changed where the options allow
-// it.
+// Instances of the repository: listed, and changed where the options allow it.
 #include "BrokerFixture.h"
 
 PEGASUS_USING_PEGASUS;
@@ -31,24 +30,6 @@ protected:
 const char* const first = "T_Static.Id=1,Number=1";
 const std::string unsupported =
     "CIM_ERR_NOT_SUPPORTED: No provider is registered that could change instances of ";
-
-// ---- Reading ----
-
-TEST_F(StaticInstances, AreFoundByClassAndKeysInAnyCaseAndOrder)
-{
-    EXPECT_EQ(get("t_static.number=2,ID=2"),
-              "T_Static.Id=2,Number=2{Id:uint32=2, Number:uint32=2, Text:string=second}");
-    EXPECT_EQ(get("T_NAMEDSUB.NAME=\"a\"", {false, false, listOf({"Name"})}),
-              "T_NamedSub.Name=\"a\"{Name:string=a}");
-}
-
-TEST_F(StaticInstances, AreNotFoundByOtherKeysOrAnotherClass)
-{
-    for (const char* path : {"T_Static.Id=3,Number=3", "T_NamedSub.Name=\"A\"",
-                             "T_NamedSub.Name=\"a\",Text=5", "T_Named.Name=\"a\""}) {
-        EXPECT_EQ(get(path), std::string("CIM_ERR_NOT_FOUND: ") + path);
-    }
-}
 
 TEST_F(StaticInstances, AreEnumeratedWithThoseOfSubclasses)
 {

@@ -19,7 +19,8 @@ std::string parameterOf(const std::string& name, const std::string& type,
 const std::string calledWith = "Machine invokeMethod //here/root/test:T_Machine.Id=1 ";
 
 /// A type, the content of a VALUE element, and the value that a provider gets; no value when the
-/// content is none of the type.
+/// content is none of the type. What replies are written with is read back in the tests of
+/// encoding.
 struct TypedText : Row
 {
     std::string type;
@@ -27,9 +28,7 @@ struct TypedText : Row
     std::string expected;
 };
 
-class ArgumentValue : public ServiceTableTest<TypedText>
-{
-};
+using ArgumentValue = ServiceTableTest<TypedText>;
 
 TEST_P(ArgumentValue, IsReadByItsType)
 {
@@ -46,7 +45,6 @@ TEST_P(ArgumentValue, IsReadByItsType)
 const TypedText typedTexts[] = {
     {"Uint8Hexadecimal", "uint8", "0xff", "255"},
     {"Uint8HexadecimalInCapitals", "uint8", "0XFF", "255"},
-    {"Uint8Zero", "uint8", "0", "0"},
     {"Uint8AmongBlanks", "uint8", " 7 ", "7"},
     {"Uint8TooGreat", "uint8", "256", "invalid"},
     {"Uint8TooGreatHexadecimal", "uint8", "0x100", "invalid"},
@@ -56,7 +54,6 @@ const TypedText typedTexts[] = {
     {"Uint8WithLetter", "uint8", "5x", "invalid"},
     {"Uint8WithoutDigits", "uint8", "0x", "invalid"},
     {"Uint8WithExponent", "uint8", "1e1", "invalid"},
-    {"Uint8Empty", "uint8", "", "invalid"},
     {"Sint8WithPlus", "sint8", "+7", "7"},
     {"Sint8SmallestHexadecimal", "sint8", "-0x80", "-128"},
     {"Sint8TooSmall", "sint8", "-129", "invalid"},
@@ -64,13 +61,7 @@ const TypedText typedTexts[] = {
     {"Sint8WithTwoMinus", "sint8", "--1", "invalid"},
     {"Sint8WithPlusAndMinus", "sint8", "+-1", "invalid"},
     {"Sint8WithoutDigits", "sint8", "-", "invalid"},
-    {"Uint16Greatest", "uint16", "65535", "65535"},
-    {"Sint16Smallest", "sint16", "-32768", "-32768"},
-    {"Uint32Greatest", "uint32", "4294967295", "4294967295"},
-    {"Sint32Smallest", "sint32", "-2147483648", "-2147483648"},
-    {"Uint64Greatest", "uint64", "18446744073709551615", "18446744073709551615"},
     {"Uint64TooGreat", "uint64", "18446744073709551616", "invalid"},
-    {"Sint64Smallest", "sint64", "-9223372036854775808", "-9223372036854775808"},
     {"Sint64TooGreat", "sint64", "9223372036854775808", "invalid"},
     {"Real32Infinite", "real32", "INF", "inf"},
     {"Real32TooGreat", "real32", "1e39", "invalid"},
@@ -84,13 +75,10 @@ const TypedText typedTexts[] = {
     {"Real64WithPlusAndMinus", "real64", "+-1", "invalid"},
     {"Real64WithTwoPoints", "real64", "1.5.2", "invalid"},
     {"BooleanTrue", "boolean", "true", "TRUE"},
-    {"BooleanFalse", "boolean", "FALSE", "FALSE"},
     {"BooleanAsNumber", "boolean", "1", "invalid"},
-    {"Datetime", "datetime", "20260102030405.678901+060", "20260102030405.678901+060"},
     {"DatetimeOfMonth13", "datetime", "20261302030405.678901+060", "invalid"},
     {"Char16AsReference", "char16", "&#32;", " "},
     {"Char16OfTwo", "char16", "ab", "invalid"},
-    {"StringEmpty", "string", "", ""},
     {"StringAmongBlanks", "string", " a  b ", "a  b"},
     {"StringWithBlanksAsReferences", "string", "&#32;a&#32;", " a "},
     {"StringWithComment", "string", "a<!-- c -->b", "ab"},
@@ -103,9 +91,7 @@ INSTANTIATE_TEST_SUITE_P(Of, ArgumentValue, ::testing::ValuesIn(typedTexts), Nam
 // ---- Arrays, references and null ----
 
 /// A type, the content of the parameter, and what a provider gets.
-class ArgumentElement : public ServiceTableTest<TypedText>
-{
-};
+using ArgumentElement = ServiceTableTest<TypedText>;
 
 TEST_P(ArgumentElement, BecomesAValueOfItsShape)
 {
@@ -123,16 +109,9 @@ const std::string leafElement = instanceNameElement("T_Leaf.Id=1");
 const std::string inX = localNamespacePath("root/x");
 const std::string atHost = element("NAMESPACEPATH", element("HOST", "h:5989") + inX);
 const TypedText contents[] = {
-    {"Null", "string", "", "string=null"},
-    {"Array", "string", element("VALUE.ARRAY", value("x") + value("")), "string[]=x  "},
     {"ArrayWithoutElements", "uint8", "<VALUE.ARRAY/>", "uint8[]="},
-    {"Reference", "reference", referenceTo(leafElement), "reference=T_Leaf.Id=1"},
     {"ReferenceWithoutType", "", referenceTo(leafElement), "reference=T_Leaf.Id=1"},
     {"ReferenceToAClass", "", referenceTo("<CLASSNAME NAME='T_Leaf'/>"), "reference=T_Leaf"},
-    {"ReferenceInANamespace", "", referenceTo(element("LOCALINSTANCEPATH", inX + leafElement)),
-     "reference=root/x:T_Leaf.Id=1"},
-    {"ReferenceAtAHost", "", referenceTo(element("INSTANCEPATH", atHost + leafElement)),
-     "reference=//h:5989/root/x:T_Leaf.Id=1"},
     {"ReferenceToAClassAtAHost", "",
      referenceTo(element("CLASSPATH", atHost + "<CLASSNAME NAME='T_Leaf'/>")),
      "reference=//h:5989/root/x:T_Leaf"},
@@ -150,6 +129,21 @@ const TypedText contents[] = {
      "reference=C.b=TRUE,n=-1,r=\"T_Leaf.Id=1\",s=\"w\",t=\"v  \""},
 };
 INSTANTIATE_TEST_SUITE_P(Of, ArgumentElement, ::testing::ValuesIn(contents), NameOfRow());
+
+using MethodCall = ServiceTest;
+
+TEST_F(MethodCall, IsRefusedWhenTheTypeOfAParameterIsUnknownOrDoesNotFit)
+{
+    const std::string wrong = "400 request-not-valid: Semantic error: on line 1: ";
+    EXPECT_EQ(send(extrinsic(parameterOf("P", "int", value("5")))).refusal,
+              wrong + "Illegal value for PARAMVALUE.PARAMTYPE attribute");
+    EXPECT_EQ(send(extrinsic(parameterOf("P", "reference", value("x")))).refusal,
+              wrong + "PARAMVALUE.PARAMTYPE does not fit the value");
+    EXPECT_EQ(
+        send(extrinsic(parameterOf("P", "", "<VALUE.REFARRAY><VALUE/></VALUE.REFARRAY>"))).refusal,
+        "400 request-not-valid: Validation error: on line 1: Unexpected VALUE element in "
+        "VALUE.REFARRAY element");
+}
 
 // ---- Untyped values get the type that the method declares ----
 
@@ -185,8 +179,6 @@ TEST_F(UntypedArgument, NeedsADeclaredMethod)
 }
 
 // ---- The call and its response ----
-
-using MethodCall = ServiceTest;
 
 TEST_F(MethodCall, ReturnsTheReturnValueAndTheOutputParameters)
 {

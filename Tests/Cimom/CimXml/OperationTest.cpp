@@ -30,9 +30,7 @@ struct OperationCall : Row
     std::string response;
 };
 
-class IntrinsicOperation : public ServiceTableTest<OperationCall>
-{
-};
+using IntrinsicOperation = ServiceTableTest<OperationCall>;
 
 TEST_P(IntrinsicOperation, CallsTheProviderAndReturnsItsResult)
 {
@@ -55,11 +53,11 @@ const std::string id =
 const std::string instanceOfLeaf = element("INSTANCE CLASSNAME='T_Leaf'", id);
 const std::string modified = parameter(
     "ModifiedInstance", element("VALUE.NAMEDINSTANCE", instanceNameElement(leaf) + instanceOfLeaf));
-const std::string association = className("T_LinkSub", "AssocClass");
-const std::string filters = className("T_Static", "ResultClass") + parameter("Role", value("x")) +
+const std::string association = className("t_linkSUB", "AssocClass");
+const std::string filters = className("t_static", "ResultClass") + parameter("Role", value("x")) +
                             parameter("ResultRole", value("y"));
-const std::string filtered = " AssocClass=T_LinkSub ResultClass=T_Static Role=x ResultRole=y";
-const std::string links = className("T_LinkSub", "ResultClass") + parameter("Role", value("x"));
+const std::string filtered = " AssocClass=T_LinkSub ResultClass=t_static Role=x ResultRole=y";
+const std::string links = className("t_linkSUB", "ResultClass") + parameter("Role", value("x"));
 const std::string linked = " ResultClass=T_LinkSub Role=x";
 const std::string named = "IRETURNVALUE(VALUE.NAMEDINSTANCE(INSTANCENAME, INSTANCE))";
 const std::string withPath = "IRETURNVALUE(VALUE.OBJECTWITHPATH(INSTANCEPATH, INSTANCE))";
@@ -91,8 +89,8 @@ const OperationCall operationCalls[] = {
     {"ModifyInstance", "ModifyInstance", modified,
      "Leaf modifyInstance" + path + " T_Leaf.Id=1{Id:uint32=1} IncludeQualifiers", ""},
     {"ModifyInstanceWithAll", "ModifyInstance",
-     modified + flag("IncludeQualifiers", "FALSE") + propertyList({"Id"}),
-     "Leaf modifyInstance" + path + " T_Leaf.Id=1{Id:uint32=1} PropertyList=[Id]", ""},
+     modified + flag("IncludeQualifiers", "FALSE") + propertyList({"Id", "a", "ID"}),
+     "Leaf modifyInstance" + path + " T_Leaf.Id=1{Id:uint32=1} PropertyList=[Id a]", ""},
     {"DeleteInstance", "DeleteInstance", instanceName(leaf), "Leaf deleteInstance" + path, ""},
     {"GetPropertyOfNull", "GetProperty",
      instanceName(leaf) + parameter("PropertyName", value("Level")),
@@ -190,9 +188,7 @@ struct WrongParameters : Row
     std::string error;
 };
 
-class OperationWithWrongParameters : public ServiceTableTest<WrongParameters>
-{
-};
+using OperationWithWrongParameters = ServiceTableTest<WrongParameters>;
 
 TEST_P(OperationWithWrongParameters, ReturnsAnErrorAndCallsNoProvider)
 {
@@ -202,6 +198,7 @@ TEST_P(OperationWithWrongParameters, ReturnsAnErrorAndCallsNoProvider)
 }
 
 const std::string ofLevel = instanceName(leaf) + flag("PropertyName", "Level");
+const std::string notValid = "400 request-not-valid: Validation error: on line 1: ";
 const WrongParameters wrongParameters[] = {
     {"Missing", "GetInstance", "", "4 CIM_ERR_INVALID_PARAMETER"},
     {"MissingClass", "EnumerateInstances", parameter("ClassName"),
@@ -228,6 +225,15 @@ const WrongParameters wrongParameters[] = {
      "12 CIM_ERR_NO_SUCH_PROPERTY: Nope"},
     {"NewValueInUnknownClass", "SetProperty",
      instanceName("T_None.Id=1") + flag("PropertyName", "Nope"), "5 CIM_ERR_INVALID_CLASS: T_None"},
+    {"UnknownElement", "GetInstance", "<FOO/>", notValid + "Expected IPARAMVALUE element"},
+    {"NotAnInstance", "CreateInstance", parameter("NewInstance", "<CLASS NAME='C'/>"),
+     notValid + "Expected INSTANCE element"},
+    {"NotAnInstanceName", "GetInstance", className("T_Leaf", "InstanceName"),
+     notValid + "Expected INSTANCENAME element"},
+    {"NotAList", "GetInstance", instanceName(leaf) + flag("PropertyList", "L"),
+     notValid + "Expected VALUE.ARRAY element"},
+    {"NotAText", "GetQualifier", flag("QualifierName", "<B/>"),
+     notValid + "Unexpected B element in VALUE element"},
 };
 INSTANTIATE_TEST_SUITE_P(Of, OperationWithWrongParameters, ::testing::ValuesIn(wrongParameters),
                          NameOfRow());
