@@ -41,7 +41,7 @@ InstanceProperties InstanceFilter::listed(const InstanceProperties& properties) 
     return properties.selected(found);
 }
 
-/// Replaces a property of which not all is to be shown.
+/// Replaces a property that carries an origin or qualifiers which the request does not select.
 void InstanceFilter::hide(InstanceProperties& properties, std::size_t position) const
 {
     const Property& property = *properties[position];

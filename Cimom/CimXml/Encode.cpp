@@ -325,8 +325,8 @@ void Encoder::writeListedInstance(const Instance& instance)
     out_ += "</INSTANCE>\n";
 }
 
-/// How far properties without a value reach that the instance shares with the one before. Instances
-/// share the properties that they do not set, most of them without a value.
+/// The end of a run of properties without a value which the instance shares with the one before it.
+/// Instances share the properties that they do not set, and most of these have no value.
 std::size_t Encoder::endOfEmptyRun(const InstanceProperties& properties, std::size_t begin) const
 {
     const std::size_t most = std::min(properties.size(), propertyFrames_.size());
@@ -337,7 +337,8 @@ std::size_t Encoder::endOfEmptyRun(const InstanceProperties& properties, std::si
     return end;
 }
 
-/// The frame at the position, which is made anew, as are those behind it, when it does not fit.
+/// The frame for the property at this position. If the known one does not fit, it is replaced and
+/// those behind it are dropped.
 const Encoder::PropertyFrame& Encoder::propertyFrame(const InstanceProperties& properties,
                                                      std::size_t position)
 {

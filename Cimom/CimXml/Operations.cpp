@@ -11,8 +11,8 @@ PEGASUS_USING_PEGASUS;
 namespace cimom
 {
 
-/// An intrinsic call. Its parameters are decoded when they are asked for; one that is there
-/// without a value counts as absent.
+/// An intrinsic call. The operation decodes the parameters that it needs. A parameter without a
+/// value counts as absent.
 class Call : public CallContext
 {
 public:
@@ -37,10 +37,10 @@ public:
         return found == given_.end() ? nullptr : found->second;
     }
 
-    bool flag(std::string_view name, bool otherwise) const
+    bool flag(std::string_view name, bool defaultValue) const
     {
         const XmlElement* found = find(name);
-        if (!found) return otherwise;
+        if (!found) return defaultValue;
         if (found->children.empty()) throw xml::validationError(*found, "Expected VALUE element");
         return xml::decodeBoolean(xml::onlyChild(*found));
     }
@@ -85,7 +85,7 @@ public:
         throw CIMException(CIM_ERR_INVALID_PARAMETER, "The CIM name is not valid: " + value);
     }
     CIMObjectPath instanceName() const { return required("InstanceName", xml::decodeInstanceName); }
-    bool deep(bool otherwise) const { return flag("DeepInheritance", otherwise); }
+    bool deep(bool defaultValue) const { return flag("DeepInheritance", defaultValue); }
     CIMPropertyList propertyList() const
     {
         return read("PropertyList", xml::decodePropertyList).value_or(CIMPropertyList());
@@ -101,7 +101,7 @@ public:
         return {flag("IncludeQualifiers", false), flag("IncludeClassOrigin", false),
                 propertyList()};
     }
-    /// The classes that an enumeration of classes is about.
+    /// The classes that an operation on classes enumerates.
     std::vector<CIMName> subclassNames() const
     {
         return schema.subclassNames(nameSpace, className(), deep(false));
@@ -113,7 +113,7 @@ public:
     }
 
 private:
-    /// The parameter's name as the operation knows it.
+    /// The name in the spelling of the operation's table.
     static std::string_view known(const Operation& operation, const XmlElement& parameter)
     {
         const std::string& given = xml::requiredAttribute(parameter, "NAME");
@@ -131,7 +131,7 @@ private:
 namespace
 {
 
-/// The new value of SetProperty carries no type: the class declares it.
+/// The new value of SetProperty. It carries no type: the declaration in the class gives it.
 CIMValue newValue(const Call& c, const CIMName& className, const CIMName& name)
 {
     const ClassPtr cimClass = c.schema.requireClass(c.nameSpace, className, CIM_ERR_INVALID_CLASS);
@@ -144,7 +144,7 @@ CIMValue newValue(const Call& c, const CIMName& className, const CIMName& name)
         const CIMValue value = xml::decodeValue(*given, null.getType(), null.isArray());
         if (value.typeCompatible(null)) return value;
     } catch (const RequestError&) {
-        // No value of the type, either.
+        // Not a value of the type, either.
     }
     throw CIMException(CIM_ERR_TYPE_MISMATCH, name.getString());
 }

@@ -15,13 +15,13 @@ namespace cimom
 {
 
 /// Writes the body of one response: the elements around the result, and the result or the error in
-/// its place. A long result is written in pieces, when the transport asks for them.
+/// its place. A long result is written in pieces, as the transport sends them.
 class ReplyWriter
 {
 public:
     /// Writes the response element `tag` for the request of that message ID and the operation or
     /// method of that name. What `writeResult()` throws becomes the ERROR element in place of the
-    /// result, but for RequestError, which passes.
+    /// result, except for RequestError, which passes.
     void writeResponse(const std::string& messageId, const std::string& tag,
                        const std::string& name, const std::function<void()>& writeResult);
     /// Writes IRETURNVALUE around what `writeContent()` writes; without content only if `isAlways`.
@@ -30,8 +30,9 @@ public:
     /// For the elements of the result.
     xml::Encoder& encoder() { return encoder_; }
     void write(const std::string& text) { text_ += text; }
-    /// Writes each item by `writeItem(item)`: those of the first piece now, the rest later. Each is
-    /// given up as soon as it is written. These have to be the last elements of the result.
+    /// Writes each item by `writeItem(item)`: those of the first piece now, the rest later.
+    /// Releases each as soon as it is written. The items have to be the last elements of the
+    /// result.
     template <class Item, class WriteItem>
     void writeEach(Pegasus::Array<Item> items, WriteItem writeItem)
     {

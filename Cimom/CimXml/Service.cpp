@@ -16,7 +16,7 @@ RequestError mismatch(const std::string& detail)
     return {400, "header-mismatch", detail};
 }
 
-/// A header that says something else than the request.
+/// The error for a header that differs from the body of the request.
 RequestError mismatch(const std::string& header, const std::string& value, const std::string& what,
                       const std::string& inRequest)
 {
@@ -24,7 +24,7 @@ RequestError mismatch(const std::string& header, const std::string& value, const
                     inRequest + "\".");
 }
 
-/// The parts of a message that come before its call.
+/// A message: its ID and the operation or method that it calls.
 struct Message
 {
     std::string id;
@@ -33,12 +33,12 @@ struct Message
 
 /// The first child, which must have one of these names.
 const XmlElement& childOf(const XmlElement& parent, std::initializer_list<const char*> names,
-                          const std::string& otherwise)
+                          const std::string& error)
 {
     for (const char* name : names) {
         if (!parent.children.empty() && parent.children[0].name == name) return parent.children[0];
     }
-    throw xml::validationError(parent, otherwise);
+    throw xml::validationError(parent, error);
 }
 
 XmlElement parseMessage(const std::string& body)
@@ -96,7 +96,7 @@ void checkMethodHeader(const CimRequest& request, const std::string& method, boo
     throw mismatch("CIMMethod", value, "method", method);
 }
 
-/// The text of a path as the library writes it, with sorted keys; the text itself when it is none.
+/// The text of a path in the library's form, with sorted keys; other text as it is.
 std::string canonicalPath(const std::string& text)
 {
     try {
@@ -172,7 +172,7 @@ CimReply answerCimRequest(Broker& broker, const CimRequest& request)
     } catch (const RequestError& error) {
         return {error.status, error.cimError, error.detail, ""};
     } catch (const Exception& error) {
-        // What the library refuses in the request, before its operation starts.
+        // The library has refused a name or path in the request; no operation has started.
         return {400, "request-not-valid", toUtf8(error.getMessage()), ""};
     }
 }

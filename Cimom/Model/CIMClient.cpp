@@ -10,17 +10,17 @@ namespace Pegasus
 
 void CIMClient::connectLocal()
 {
-    if (_connected) throw AlreadyConnectedException();
+    if (connected_) throw AlreadyConnectedException();
     if (!ObjectManager::current) {
         throw CannotConnectException("Cannot connect to local CIM server. Connection failed.");
     }
-    _connected = true;
+    connected_ = true;
 }
 
 Array<CIMObjectPath> CIMClient::enumerateInstanceNames(const CIMNamespaceName& nameSpace,
                                                        const CIMName& className)
 {
-    if (!_connected) throw NotConnectedException();
+    if (!connected_) throw NotConnectedException();
     try {
         return ObjectManager::running().enumerateInstanceNames(OperationContext(), nameSpace,
                                                                className);

@@ -27,7 +27,7 @@ bool isName(const Char16* begin, const Char16* end)
 CIMName::CIMName(const String& name)
 {
     if (!legal(name)) throw InvalidNameException(name);
-    _name = name;
+    name_ = name;
 }
 
 Boolean CIMName::legal(const String& name)
@@ -43,9 +43,9 @@ CIMNamespaceName::CIMNamespaceName(const String& name)
 
 CIMNamespaceName& CIMNamespaceName::operator=(const String& name)
 {
-    _name = name;
+    name_ = name;
     if (!legal(name)) throw InvalidNamespaceNameException(name);
-    if (name[0] == '/') _name.remove(0, 1);
+    if (name[0] == '/') name_.remove(0, 1);
     return *this;
 }
 

@@ -1,4 +1,4 @@
-// Reading object paths and their hosts.
+// Reads the text of object paths, and checks their hosts.
 #include "Model/Text.h"
 
 #include <Pegasus/Common/CIMObjectPath.h>
@@ -16,7 +16,7 @@ using namespace cimom;
 namespace
 {
 
-constexpr unsigned mostReferenceLevels = 8;  // each doubles the escapes of the one inside
+constexpr unsigned mostReferenceLevels = 8;  // each level doubles the escapes of the one inside
 
 String malformed(const String& text, const String& reason)
 {
@@ -28,7 +28,8 @@ String malformed(const String& text, const String& reason)
     throw MalformedObjectNameException(malformed(text, reason));
 }
 
-/// Unlike other faults of a text in quotes, this one does not make it a string.
+/// Thrown for references nested too deeply. Other errors in a text in quotes only mean that it is a
+/// string; this one refuses the whole path.
 class NestedTooDeeply : public MalformedObjectNameException
 {
 public:
@@ -112,62 +113,62 @@ bool isHost(const String& locator)
 
 }  // namespace
 
-/// Reads one text.
+/// Reads the text of one object path.
 class ObjectPathReader
 {
 public:
-    /// `level`: how many references this text stands in.
+    /// `level`: the number of references that contain this text.
     explicit ObjectPathReader(const String& text, unsigned level = 0)
-        : _whole(text), _text(text.getChar16Data()), _level(level)
+        : whole_(text), text_(text.getChar16Data()), level_(level)
     {
-        if (_text.size() <= longestObjectPath) return;
+        if (text_.size() <= longestObjectPath) return;
         throwMalformed(
-            _text.subString(0, 100) + "...",
+            text_.subString(0, 100) + "...",
             toString("longer than " + std::to_string(longestObjectPath) + " characters"));
     }
 
     CIMObjectPath path()
     {
         CIMObjectPath path;
-        path._host = host();
-        path._nameSpace = nameSpace(path._host.size() > 0);
-        path._className = className();
-        while (_at < _text.size())
-            path._keyBindings.append(key());
+        path.host_ = host();
+        path.nameSpace_ = nameSpace(path.host_.size() > 0);
+        path.className_ = className();
+        while (at_ < text_.size())
+            path.keyBindings_.append(key());
         path.sortKeys();
         return path;
     }
 
 private:
-    [[noreturn]] void fail(const String& reason) const { throwMalformed(_whole, reason); }
+    [[noreturn]] void fail(const String& reason) const { throwMalformed(whole_, reason); }
     [[noreturn]] void failKey(const String& reason) const
     {
         fail("invalid key-value pair, " + reason);
     }
 
-    bool isAt(char c) const { return _text[_at] == c; }
+    bool isAt(char c) const { return text_[at_] == c; }
 
     /// Where the character comes next, or PEG_NOT_FOUND.
-    Uint32 next(char c) const { return _text.find(_at, Char16(c)); }
+    Uint32 next(char c) const { return text_.find(at_, Char16(c)); }
 
     /// The text up to the character, or all that is left; goes behind the character.
     String take(char end)
     {
-        const Uint32 stop = std::min(next(end), _text.size());
-        String part = _text.subString(_at, stop - _at);
-        _at = std::min(stop + 1, _text.size());
+        const Uint32 stop = std::min(next(end), text_.size());
+        String part = text_.subString(at_, stop - at_);
+        at_ = std::min(stop + 1, text_.size());
         return part;
     }
 
     /// Stays at the slash after the host, which begins the namespace.
     String host()
     {
-        if (_text[0] != '/' || _text[1] != '/') return String();
-        _at = 2;
+        if (text_[0] != '/' || text_[1] != '/') return String();
+        at_ = 2;
         if (next('/') == PEG_NOT_FOUND) fail("missing slash after hostname");
         String host = take('/');
         if (!isHost(host)) fail("invalid hostname");
-        --_at;
+        --at_;
         return host;
     }
 
@@ -221,50 +222,50 @@ private:
     CIMKeyBinding quoted(const CIMName& name)
     {
         std::vector<Char16> units;
-        const Char16* const text = _text.getChar16Data();  // ends with a zero
-        for (++_at; text[_at] != '"'; ++_at) {
-            if (_at == _text.size()) failKey("missing quote in key value");
-            if (text[_at] == '\\') {
-                ++_at;
-                if (text[_at] != '\\' && text[_at] != '"') failKey("malformed value");
+        const Char16* const text = text_.getChar16Data();  // ends with a zero
+        for (++at_; text[at_] != '"'; ++at_) {
+            if (at_ == text_.size()) failKey("missing quote in key value");
+            if (text[at_] == '\\') {
+                ++at_;
+                if (text[at_] != '\\' && text[at_] != '"') failKey("malformed value");
             }
-            units.push_back(text[_at]);
+            units.push_back(text[at_]);
         }
         const String value(units.data(), Uint32(units.size()));
-        ++_at;
-        if (_at < _text.size() && !isAt(',')) {
+        ++at_;
+        if (at_ < text_.size() && !isAt(',')) {
             failKey("next key-value pair has to start with comma");
         }
-        _at = std::min(_at + 1, _text.size());
+        at_ = std::min(at_ + 1, text_.size());
         if (const auto reference = this->reference(value))
             return CIMKeyBinding::ofReference(name, *reference);
         return {name, value, CIMKeyBinding::STRING};
     }
 
-    /// Text in quotes may be a string or a reference; a reference it is if it reads as one that
-    /// has keys. Nothing for a string.
+    /// The reference, if the text in quotes reads as a path with keys; nothing for any other text,
+    /// which is a string.
     std::optional<CIMObjectPath> reference(const String& value) const
     {
         if (value.find(Char16('=')) == PEG_NOT_FOUND) return std::nullopt;
         try {
-            const CIMObjectPath path = ObjectPathReader(value, _level + 1).path();
+            const CIMObjectPath path = ObjectPathReader(value, level_ + 1).path();
             if (path.getKeyBindings().size() == 0) return std::nullopt;
-            if (_level < mostReferenceLevels) return path;
+            if (level_ < mostReferenceLevels) return path;
         } catch (const NestedTooDeeply&) {
             throw;
         } catch (const MalformedObjectNameException&) {
             return std::nullopt;
         }
         throw NestedTooDeeply(
-            malformed(_whole.subString(0, 100) + "...",
+            malformed(whole_.subString(0, 100) + "...",
                       toString("more than " + std::to_string(mostReferenceLevels) +
                                " references inside one another")));
     }
 
-    const String _whole;
-    const String _text;  // up to the first zero unit
-    const unsigned _level;
-    Uint32 _at = 0;
+    const String whole_;
+    const String text_;  // up to the first zero unit
+    const unsigned level_;
+    Uint32 at_ = 0;
 };
 
 CIMObjectPath::CIMObjectPath(const String& objectName)
@@ -275,7 +276,7 @@ CIMObjectPath::CIMObjectPath(const String& objectName)
 void CIMObjectPath::setHost(const String& host)
 {
     if (host.size() > 0 && !isHost(host)) throwMalformed(host, "invalid hostname");
-    _host = host;
+    host_ = host;
 }
 
 }  // namespace Pegasus

@@ -11,13 +11,13 @@ namespace cimom
 namespace
 {
 
-// Throws a complaint that lacks its subject; see inContext().
+// Throws an error without the name of the element that it is about; see inContext().
 [[noreturn]] void refuse(const String& what)
 {
     throw CIMException(CIM_ERR_INVALID_PARAMETER, ": " + what);
 }
 
-// Does the work; a complaint gets what was worked on in front.
+// Runs the work; an error gets the name of the element in front.
 template <class Work>
 auto inContext(const char* kind, const CIMName& name, Work work)
 {

@@ -50,7 +50,7 @@ struct ClassEntry
         return std::find_if(instances.begin(), instances.end(), same);
     }
 
-    // The stored instance that the path, whatever its host and namespace, names.
+    // The stored instance that the path names, whatever its host and namespace.
     auto require(const CIMObjectPath& given)
     {
         const CIMObjectPath path(String(), CIMNamespaceName(), given.getClassName(),
@@ -60,13 +60,13 @@ struct ClassEntry
         return found;
     }
 
-    // The view without property list, made at the first request for it.
-    ClassPtr view(const ClassView& wanted) const
+    // A view without property list, made at the first request for it.
+    ClassPtr view(const ClassView& selected) const
     {
         auto& [made, content] =
-            views_[(wanted.localOnly ? 4U : 0U) + (wanted.includeQualifiers ? 2U : 0U) +
-                   (wanted.includeClassOrigin ? 1U : 0U)];
-        std::call_once(made, [&, &shown = content] { shown = viewClass(resolved, wanted); });
+            views_[(selected.localOnly ? 4U : 0U) + (selected.includeQualifiers ? 2U : 0U) +
+                   (selected.includeClassOrigin ? 1U : 0U)];
+        std::call_once(made, [&, &shown = content] { shown = viewClass(resolved, selected); });
         return content;
     }
 
@@ -102,7 +102,7 @@ std::shared_ptr<Property> makeProperty(const Property& declared, const CIMValue&
     return result;
 }
 
-// The instance under the path that its keys make.
+// The instance with the path that its keys give.
 CIMInstance withPath(CIMInstance instance, const ClassPtr& definition)
 {
     Array<CIMName> keys;
@@ -117,8 +117,8 @@ CIMInstance withPath(CIMInstance instance, const ClassPtr& definition)
     return instance;
 }
 
-// The instance as it is stored: what it lacks comes first, in the order of the class, then what it
-// has, in its own order; names in the spelling of the class; the path made of its keys.
+// The instance as it is stored. The properties that it lacks come first, in the order of the class,
+// then its own in their order. Names have the spelling of the class, and the path has its keys.
 CIMInstance completeInstance(const Instance& given, const ClassPtr& definition)
 {
     const auto result = std::make_shared<Instance>();

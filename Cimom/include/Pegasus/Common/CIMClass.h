@@ -38,7 +38,7 @@ public:
 
     /// A new instance with the listed properties (null list: all) in the order of the class, with
     /// their default values. Qualifiers of the class and its properties, and class origins, only
-    /// when asked for. Its path is the bare class name. Abstract classes are accepted.
+    /// if requested. Its path is the bare class name. Abstract classes are accepted.
     CIMInstance buildInstance(Boolean includeQualifiers, Boolean includeClassOrigin,
                               const CIMPropertyList& propertyList) const;
 };
