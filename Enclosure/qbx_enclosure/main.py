@@ -10,6 +10,7 @@ from . import actions, metrics, report, show
 from .connection import Client, Trouble
 from .judgement import judge
 from .model import read, read_words
+from .version import VERSION
 
 TIMEOUTS = {"upgrade": 1800}  # seconds; 30 for any other command
 COMMANDS = ("tree", "health", "locate", "loop", "upgrade", "relocate", "metrics", "report")
@@ -50,6 +51,7 @@ def parser() -> argparse.ArgumentParser:
         epilog="qbx-enclosure COMMAND --help tells the options. "
         "Exit status: 0 well or done, 1 needs attention or not done, 2 no answer.",
     )
+    top.add_argument("--version", action="version", version=f"qbx-enclosure {VERSION}")
     commands = top.add_subparsers(dest="command", metavar="COMMAND", prog="qbx-enclosure [URL]")
 
     def command(name: str, text: str, *arguments: str, asks: bool = False, chooses: bool = False):
@@ -97,7 +99,7 @@ def arguments(words: list[str]) -> argparse.Namespace:
     command = next((each for each in rest if each in COMMANDS), None)
     if command:
         rest.remove(command)
-    elif not {"-h", "--help"} & set(rest):
+    elif not {"-h", "--help", "--version"} & set(rest):
         command = "tree"
     given = options.parse_args(([command] if command else []) + rest)
     given.url = url or os.environ.get("QBX_URL", "http://localhost:5988")

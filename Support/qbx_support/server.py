@@ -9,7 +9,6 @@ import tempfile
 import threading
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-SCHEMA = ROOT / "Schema"
 SAMPLE_ARRAY = ROOT / "StorageApi" / "simulator" / "sample-array.json"
 SAMPLE_FIRMWARE = SAMPLE_ARRAY.with_name("sample-firmware.json")
 NAMESPACE = "root/qbx"
@@ -30,6 +29,12 @@ def program(build):
     if not path.exists():
         raise StartError(f"{path} is missing: build the project first")
     return path
+
+
+def schema_folder(build):
+    """The folder of MOF files with the version in them, of a build or an installation."""
+    own = pathlib.Path(build).resolve() / "Schema"
+    return own if own.exists() else own.parent / "share" / "qbx-cimserver" / "schema"
 
 
 def password_file(build, folder):
@@ -55,7 +60,8 @@ def password_file(build, folder):
 def command(build, users, port, schema=None):
     """The server's command line. `users`: its password file, None for no authentication; `schema`:
     another one than the project's own, as root/qbx=FILE, and the folders of what that includes."""
-    given, *folders = schema or [f"{NAMESPACE}={SCHEMA / 'qbx.mof'}"]
+    own = schema_folder(build)
+    given, *folders = schema or [f"{NAMESPACE}={own / 'qbx.mof'}"]
     namespace, _, file = given.partition("=")
     return [
         program(build),
@@ -63,7 +69,7 @@ def command(build, users, port, schema=None):
         f"{namespace}={pathlib.Path(file).resolve()}",
         *(word for each in folders for word in ("--include", pathlib.Path(each).resolve())),
         "--schema",
-        f"root/interop={SCHEMA / 'registration.mof'}",
+        f"root/interop={own / 'registration.mof'}",
         "--provider-dir",
         pathlib.Path(build).resolve() / "lib",
         "--port",

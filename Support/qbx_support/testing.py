@@ -55,7 +55,8 @@ class EmbeddedServer(Server):
     def __init__(self, *options):
         self.home = tempfile.TemporaryDirectory(prefix="qbx-module-")
         home, build = pathlib.Path(self.home.name), pathlib.Path(os.environ["QBX_BUILD"]).resolve()
-        (home / "bin").symlink_to(build / "bin")
+        for each in ("bin", "Schema"):
+            (home / each).symlink_to(build / each)
         (home / "lib").mkdir()
         for each in (build / "lib").iterdir():
             (home / "lib" / each.name).symlink_to(each)
@@ -98,7 +99,56 @@ def started(*options, stop=signal.SIGTERM, log=None):
         raise AssertionError(f"the server ended with status {process.returncode}")
 
 
-class EmbeddedServerTest(unittest.TestCase):
+class Case:
+    """A row of a table of tests: its name, its arguments, and its line in the file."""
+
+    def __init__(self, name, *arguments):
+        self.name, self.arguments = name, arguments
+        caller = sys._getframe(1)
+        self.place = f"{caller.f_code.co_filename}:{caller.f_lineno}"
+
+
+def cases(*rows):
+    """Makes a test method one test for each Case: test_x and the case y become test_x_y. What a
+    failing one prints ends with the file and line of its row."""
+
+    def keep(method):
+        method.rows = rows
+        return method
+
+    return keep
+
+
+def test_of(method, row):
+    """The test method for a Case."""
+
+    def test(self):
+        try:
+            method(self, *row.arguments)
+        except AssertionError as error:
+            error.add_note(f"row: {row.place}")
+            raise
+
+    return test
+
+
+class Test(unittest.TestCase):
+    """A test case whose methods may have rows, see cases()."""
+
+    maxDiff = None
+
+    def __init_subclass__(cls, **options):
+        super().__init_subclass__(**options)
+        for name, method in list(vars(cls).items()):
+            for row in getattr(method, "rows", ()):
+                test = f"{name}_{row.name}"
+                assert not hasattr(cls, test), f"two rows are named {row.name}"
+                setattr(cls, test, test_of(method, row))
+            if hasattr(method, "rows"):
+                delattr(cls, name)
+
+
+class EmbeddedServerTest(Test):
     """A test that starts the embedded server with options of its own: skipped for any other."""
 
     def setUp(self):
