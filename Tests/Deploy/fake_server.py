@@ -27,29 +27,22 @@ CLASSES, REGISTERED, INSTANCES = STATE["classes"], STATE["registered"], STATE["i
 def load(path):
     text = path.read_text()
     instances = re.findall(r"^instance of (\w+)", text, re.MULTILINE)
-    empty = {"classes": {}, "registered": [], "instances": instances}
-    return {**empty, **(json.loads(text) if not instances else {})}
-
-
-def save():
-    (HOME / "state.json").write_text(json.dumps(STATE))
+    return {"classes": {}, "registered": [], "instances": instances} if instances else json.loads(text)
 
 
 def change(do):
     """Lists the command, does it, and then what the event is."""
     call = " ".join([PROGRAM, *(each for each in ARGUMENTS if not each.startswith("/"))])
     STATE["calls"].append(call)
-    command, kind = STATE.get("event", ["none", ""])
-    if call != command:
-        do()
-        return save()
-    del STATE["event"]
+    command, kind = STATE.get("event", ["", ""])
+    kind = STATE.pop("event")[1] if call == command else ""
     if kind != "fail":
         do()
-    save()
+    (HOME / "state.json").write_text(json.dumps(STATE))
     if kind == "fail":
         sys.exit("CIM_ERR_FAILED: the test wants it")
-    os.kill(os.getppid(), signal.SIGKILL if kind == "kill" else signal.SIGTERM)
+    if kind:
+        os.kill(os.getppid(), signal.SIGKILL if kind == "kill" else signal.SIGTERM)
     while kind == "interrupt":
         signal.pause()  # the caller ends this
 

@@ -22,21 +22,15 @@ CIMSERVER = """#include <stdio.h>
 int main(int n, char** a) { if (n == 1) pause(); else if (strcmp(a[1], "-v") == 0) puts(VERSION); }
 """
 # The schema of these tests: the module serves a cage and its one family, and looks up the system.
-MANIFEST = {
-    "classes": {
-        "QBX_StorageSystem": "CIM_A",
-        "QBX_DriveCage": "CIM_B",
-        "QBX_DriveCageDC1Family": "QBX_DriveCage",
-    },
-    "looked_up": ["QBX_StorageSystem"],
-}
+SUPERCLASSES = {"QBX_StorageSystem": "CIM_A", "QBX_DriveCage": "CIM_B", "QBX_DriveCageDC1Family": "QBX_DriveCage"}
+MANIFEST = {"classes": SUPERCLASSES, "looked_up": ["QBX_StorageSystem"]}
 DMTF = {"CIM_A": ["", []], "CIM_B": ["", []]}
 EMPTY = {"classes": {}, "registered": [], "instances": []}
 
 LOAD = "cimmof -w -aE -n root/qbx -I"
 DEFINE, REGISTER = "cimmof -w -aEV -n root/qbx -I", "cimmof -w -n root/PG_InterOp -I"
 START, STOP, UNREGISTER = (f"cimprovider {each} -m {MODULE}" for each in ("-e", "-d", "-r"))
-DELETE_ALL = [f"cimcli dc -n root/qbx {each}" for each in reversed(MANIFEST["classes"])]
+DELETE_ALL = [f"cimcli dc -n root/qbx {each}" for each in reversed(SUPERCLASSES)]
 DELETE_BOTH, DELETE_CAGE = DELETE_ALL[:2], DELETE_ALL[1]  # the cage and its family
 UPGRADE = [STOP, *DELETE_BOTH, DEFINE, UNREGISTER, REGISTER]
 
@@ -79,7 +73,7 @@ class Provider(Test):
             folder = self.home / version
             folder.mkdir()
             (folder / "manifest.json").write_text(json.dumps({"version": version, **MANIFEST}))
-            classes = {name: [base, properties] for name, base in MANIFEST["classes"].items()}
+            classes = {name: [base, properties] for name, base in SUPERCLASSES.items()}
             classes["QBX_StorageSystem"] = ["CIM_A", ["Name"]]
             self.write_mof(f"{version}/qbx_classes.mof", classes=classes)
             self.write_mof(f"{version}/registration.mof", registered=registration(MODULE, version))
@@ -157,9 +151,8 @@ class Commands(Provider):
 
     def test_check_names_what_differs(self):
         self.run_program("install")
-        self.check_fails(
-            "QBX_DriveCage differs in Extra; QBX_DriveCageDC1Family differs in Extra",
-            "registration:     Version is 1.0.0, expected 1.0.1", version="1.0.1")  # fmt: skip
+        classes = "QBX_DriveCage differs in Extra; QBX_DriveCageDC1Family differs in Extra"
+        self.check_fails(classes, "registration:     Version is 1.0.0, expected 1.0.1", version="1.0.1")
 
     def test_upgrade_replaces_what_differs(self):
         self.run_program("install")
@@ -258,9 +251,8 @@ class Interruptions(Provider):
             self.run_program("install")
         self.assertEqual(self.run_program(command, version=version, event=(event, "kill"))[0], -9)
         what = f"{command} {version}" if command == "install" else command
-        self.check_fails(
-            f"installed:        begun, not finished: {what}; run qbx-provider {command} again",
-            version=version)  # fmt: skip
+        line = f"installed:        begun, not finished: {what}; run qbx-provider {command} again"
+        self.check_fails(line, version=version)
         self.succeeds(command, version=version, calls=rest)
         if command == "install":
             self.succeeds("check", version=version)
@@ -272,10 +264,8 @@ class Refusals(Provider):
              {"classes": DMTF, "registered": registration(MODULE, "1.0.0")}),
         Case("a_provider_of_its_classes", "is served by module Other",
              {"classes": DMTF, "registered": registration("Other", "1.0.0")}),
-        Case("a_class", "QBX_DriveCage are there already",
-             {"classes": {**DMTF, "QBX_DriveCage": ["CIM_B", []]}}),
-        Case("half_a_dmtf_schema", "others use root/qbx, and it lacks CIM_B",
-             {"classes": {"CIM_A": ["", []]}}),
+        Case("a_class", "QBX_DriveCage are there already", {"classes": {**DMTF, "QBX_DriveCage": ["CIM_B", []]}}),
+        Case("half_a_dmtf_schema", "others use root/qbx, and it lacks CIM_B", {"classes": {"CIM_A": ["", []]}}),
     )  # fmt: skip
     def test_others_have(self, reason, state):
         self.write_state(**state)
