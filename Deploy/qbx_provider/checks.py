@@ -1,4 +1,4 @@
-"""What must hold before anything is changed. Each check raises Failure, with the remedy."""
+"""What must hold before anything is changed. Each check raises CommandError, with the remedy."""
 
 from __future__ import annotations
 
@@ -8,7 +8,7 @@ import pathlib
 import re
 import shutil
 
-from .common import ARRAY_LIBRARY, MODULE, NAMESPACE, Failure, digest
+from .common import ARRAY_LIBRARY, MODULE, NAMESPACE, CommandError, digest
 from .payload import Payload
 from .record import Record
 from .registration import Registration
@@ -18,18 +18,17 @@ from .steps import Target
 SCHEMA_BYTES = 64 << 20  # that the DMTF schema takes in the server's repository, and reserve
 
 
-def lock(target: Target) -> int:
+def lock(target: Target) -> None:
     """Requires the rights to change the server, and that no other qbx-provider changes it until
-    this process ends. Returns the descriptor of the lock."""
+    this process ends."""
     for folder in (target.library.parent, target.record.folder.parent):
         if not os.access(folder, os.W_OK):
-            raise Failure("check the rights", f"{folder} cannot be written", "Run this as root.")
+            raise CommandError("check the rights", f"{folder} cannot be written", "Run this as root.")
     descriptor = os.open(target.library.parent, os.O_RDONLY)
     try:
         fcntl.flock(descriptor, fcntl.LOCK_EX | fcntl.LOCK_NB)
     except OSError:
-        raise Failure("begin", "another qbx-provider is at work", "Wait for it.") from None
-    return descriptor
+        raise CommandError("begin", "another qbx-provider is at work", "Wait for it.") from None
 
 
 def require_own_library(record: Record, library: pathlib.Path, payload: Payload | None) -> None:
@@ -38,7 +37,7 @@ def require_own_library(record: Record, library: pathlib.Path, payload: Payload 
     known = ["", record.entries.get("digest"), *(digest(each.library) for each in files if each)]
     if digest(library) not in known:
         reason = f"somebody else has replaced {library} since it was installed"
-        raise Failure("check what is there", reason, "Move that file away, run this again.")
+        raise CommandError("check what is there", reason, "Move that file away, run this again.")
 
 
 def require_free_names(
@@ -54,17 +53,17 @@ def require_free_names(
     ):
         if wrong:
             reason = f"{what} there already, not by this program"
-            raise Failure("check what is there", reason, f"Remove that first: {remedy}")
+            raise CommandError("check what is there", reason, f"Remove that first: {remedy}")
     for name in set(served) & set(registration.by_others):
         other = registration.by_others[name]
         remedy = f"Remove that registration first: cimprovider -r -m {other}"
-        raise Failure("check what is there", f"{name} is served by module {other}", remedy)
+        raise CommandError("check what is there", f"{name} is served by module {other}", remedy)
 
 
 def require_room(folder: pathlib.Path, size: int) -> None:
     if folder.is_dir() and shutil.disk_usage(folder).free < size:
         reason = f"{folder} has less than {(size >> 20) + 1} MiB left"
-        raise Failure("check the disk", reason, "Make room.")
+        raise CommandError("check the disk", reason, "Make room.")
 
 
 def require_array_library(server: Server, library: pathlib.Path) -> None:
@@ -74,7 +73,7 @@ def require_array_library(server: Server, library: pathlib.Path) -> None:
             "Name its folder in /etc/ld.so.conf.d and run ldconfig, or in LD_LIBRARY_PATH "
             "where cimserver is started, and restart the server."
         )
-        raise Failure("check the array's library", reason, remedy)
+        raise CommandError("check the array's library", reason, remedy)
 
 
 def schema_to_load(
@@ -87,13 +86,13 @@ def schema_to_load(
     if classes and not target.record.entries.get("schema"):
         reason = f"others use {NAMESPACE}, and it lacks {', '.join(missing)}"
         remedy = "Load the DMTF schema as those others would have it, and run this again."
-        raise Failure("check the namespace", reason, remedy)
+        raise CommandError("check the namespace", reason, remedy)
     folder = target.server.schema_folder(given)
     lacks = [name for name in missing if not (folder and any(folder.rglob(f"{name}.mof")))]
     if lacks or not folder:
         reason = f"{folder or given or 'the server'} has no {', '.join(lacks)}"
         remedy = "Unpack the DMTF's CIM schema 2.41 (MOF) and name its folder with --schema."
-        raise Failure("find the DMTF schema", reason, remedy)
+        raise CommandError("find the DMTF schema", reason, remedy)
     require_room(target.server.repository, SCHEMA_BYTES)
     return folder
 
@@ -107,5 +106,5 @@ def instances_to_load(server: Server, payload: Payload, file: pathlib.Path | Non
     classes = re.findall(r"^instance of (\w+)", text, re.MULTILINE)
     if not classes or not set(classes) <= set(payload.looked_up):
         remedy = "Take the package's system-instances.mof, with the array's own names."
-        raise Failure("read the instances", f"none of the storage system in {file}", remedy)
+        raise CommandError("read the instances", f"none of the storage system in {file}", remedy)
     return [] if any(map(server.instance_names, classes)) else classes

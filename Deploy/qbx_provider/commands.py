@@ -109,7 +109,7 @@ def install(
     target: Target, payload: Payload, options: Options, client: Client, dry_run: bool
 ) -> None:
     """Makes the server have this version of the module: what differs is changed, or nothing."""
-    lock = checks.lock(target)  # noqa: F841: held until the end
+    checks.lock(target)
     plan = make_plan(target, payload, options)
     client.check_login()
     if plan.foreign:
@@ -122,8 +122,8 @@ def install(
         "instances": [*before.get("instances", []), *plan.instances],
         "schema": bool(plan.schema) or before.get("schema", False),
     }
-    begun = {name: before[name] for name in ("version", "files") if name in before}
-    begun |= {**entries, "begun": f"install {payload.version}"}
+    old_entries = {name: before[name] for name in ("version", "files") if name in before}
+    begun: Entries = {**old_entries, **entries, "begun": f"install {payload.version}"}
     done = {"version": payload.version, **entries}
     was_group, file = plan.registered.group, options.system_instances
     stoppable = bool(plan.registered.module) and plan.registered.status != "stopped"
@@ -171,7 +171,7 @@ def remove(target: Target, dry_run: bool) -> None:
         say("nothing to do: it is not installed")
         return
     checks.require_own_library(record, target.library, None)
-    lock = checks.lock(target)  # noqa: F841: held until the end
+    checks.lock(target)
     old = record.installed()
     classes = [name for name in entries["classes"] if name in there]
     instances = entries.get("instances", [])

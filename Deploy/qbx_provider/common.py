@@ -10,7 +10,7 @@ ARRAY_LIBRARY = "libqbxapi.so"
 SYSTEM_INSTANCES = "system-instances.mof"  # in the package, and in the record's copies
 
 
-class Failure(Exception):
+class CommandError(Exception):
     """Why a command ends: the step that failed, the reason, and the remedy in a line of its own."""
 
     def __init__(self, step: str, reason: str, remedy: str):

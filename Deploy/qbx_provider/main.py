@@ -10,11 +10,11 @@ import sys
 import xml.etree.ElementTree as ET
 
 from . import commands, package
-from .common import LIBRARY, Failure
+from .common import LIBRARY, CommandError
 from .payload import Payload
 from .queries import Client, LocalClient, WireClient
 from .server import Server
-from .steps import NotDone
+from .steps import UndoneError
 
 
 def arguments() -> argparse.Namespace:
@@ -59,7 +59,7 @@ def password(options: argparse.Namespace) -> str:
         return getpass.getpass(f"password of {options.user}: ")
     except EOFError:
         reason = "nothing was entered"
-        raise Failure("ask for the password", reason, "Give --password-file.") from None
+        raise CommandError("ask for the password", reason, "Give --password-file.") from None
 
 
 def chosen_payload(options: argparse.Namespace) -> Payload:
@@ -69,7 +69,7 @@ def chosen_payload(options: argparse.Namespace) -> Payload:
     if not library or not schema:
         reason = "the source tree has no build of its own"
         remedy = "Give --module and --mof, as ./qbx install-provider does."
-        raise Failure("find the module's files", reason, remedy)
+        raise CommandError("find the module's files", reason, remedy)
     return Payload(library.resolve(), schema.resolve())
 
 
@@ -99,7 +99,7 @@ def main() -> None:
         sys.exit(run(options))
     except KeyboardInterrupt:
         sys.exit("qbx-provider: interrupted\n  Nothing was changed.")
-    except NotDone as error:
+    except UndoneError as error:
         sys.exit(f"qbx-provider: {error}")
-    except (Failure, OSError, ET.ParseError) as error:
+    except (CommandError, OSError, ET.ParseError) as error:
         sys.exit(f"qbx-provider: {error}{unchanged}")

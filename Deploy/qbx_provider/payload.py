@@ -7,7 +7,7 @@ import json
 import pathlib
 from typing import Any
 
-from .common import NAMESPACE, Failure
+from .common import NAMESPACE, CommandError
 from .registration import Registration, property_values, shape
 from .server import Server
 
@@ -27,7 +27,7 @@ class Payload:
         manifest_file = schema / "manifest.json"
         for path in (library, self.classes_mof, self.registration_mof, manifest_file):
             if not path.is_file():
-                raise Failure("find the module's files", f"no {path}", "Install the package again.")
+                raise CommandError("find the module's files", f"no {path}", "Install the package again.")
         manifest = json.loads(manifest_file.read_text())
         self.version: str = manifest["version"]
         self.superclasses: dict[str, str] = manifest["classes"]

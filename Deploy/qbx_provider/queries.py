@@ -11,7 +11,7 @@ import urllib.parse
 import urllib.request
 import xml.etree.ElementTree as ET
 
-from .common import NAMESPACE, Failure, say
+from .common import NAMESPACE, CommandError, say
 from .payload import Payload
 from .server import Server
 
@@ -30,7 +30,7 @@ class QueryError(Exception):
     """The CIM error that a query returns."""
 
 
-class AccessDenied(QueryError):
+class AccessDeniedError(QueryError):
     """The array does not know the local user, or not with the privileges that this takes."""
 
 
@@ -53,12 +53,12 @@ class WireClient:
         self.opener = urllib.request.build_opener(urllib.request.ProxyHandler({}), secure_handler)
 
     def check_login(self) -> None:
-        """Raises Failure when the server refuses the user or cannot be reached."""
+        """Raises CommandError when the server refuses the user or cannot be reached."""
         with contextlib.suppress(QueryError):
             self.count("CIM_ManagedElement")
 
     def count(self, class_name: str) -> int:
-        """The number of instances. Raises QueryError, and Failure when there is no CIM response."""
+        """The number of instances. Raises QueryError, and CommandError when there is no CIM response."""
         headers = {
             "Content-Type": 'application/xml; charset="utf-8"',
             "CIMOperation": "MethodCall",
@@ -74,9 +74,9 @@ class WireClient:
         except (OSError, ValueError, ET.ParseError, http.client.HTTPException) as error:
             if isinstance(error, urllib.error.HTTPError) and error.code == 401:
                 remedy = "Give another user or password."
-                raise Failure("log in", f"the server refuses user {self.user}", remedy) from None
+                raise CommandError("log in", f"the server refuses user {self.user}", remedy) from None
             remedy = "Look at the server's ports (cimconfig -l -c), or give --url."
-            raise Failure("query over the wire", f"{self.url}: {error}", remedy) from None
+            raise CommandError("query over the wire", f"{self.url}: {error}", remedy) from None
         failed = tree.find(".//ERROR")
         if failed is not None:
             raise QueryError(failed.get("DESCRIPTION", f"CIM error {failed.get('CODE')}"))
@@ -100,7 +100,7 @@ class LocalClient:
         if result.returncode:
             denied = result.returncode == CIM_ERR_ACCESS_DENIED
             error = result.stderr.strip().rpartition("\n")[2]
-            raise (AccessDenied if denied else QueryError)(error)
+            raise (AccessDeniedError if denied else QueryError)(error)
         return len(result.stdout.strip().splitlines())
 
 
@@ -109,18 +109,18 @@ Client = WireClient | LocalClient
 
 def query_classes(server: Server, payload: Payload, client: Client) -> None:
     """Queries every class that the module serves, and prints how many instances each has. Raises
-    Failure when one cannot be queried. That the array does not know the local user is no failure,
+    CommandError when one cannot be queried. That the array does not know the local user is no failure,
     nor that there is no storage system yet."""
     counts, denied = [], ""
     for name in payload.served:
         try:
             counts.append(f"{name} {client.count(name)}")
-        except AccessDenied as error:
+        except AccessDeniedError as error:
             denied = str(error)
         except QueryError as error:
             if name != CONTAINER or server.instance_names(SYSTEM):
                 remedy = "Troubleshooting.md says what that means."
-                raise Failure(f"query {name}", str(error), remedy) from None
+                raise CommandError(f"query {name}", str(error), remedy) from None
             say(f"  {name}: no {SYSTEM} in {NAMESPACE}: install the array's module that serves")
             say("  it and start this one anew (cimprovider -d, -e), or see --system-instances")
     if denied:

@@ -7,7 +7,7 @@ import pathlib
 import shutil
 from typing import Any
 
-from .common import LIBRARY, SYSTEM_INSTANCES, Failure
+from .common import LIBRARY, SYSTEM_INSTANCES, CommandError
 from .payload import Payload
 
 Entries = dict[str, Any]
@@ -32,7 +32,7 @@ class Record:
         try:
             self.entries: Entries = json.loads(self.file.read_text()) if self.file.is_file() else {}
         except ValueError as error:
-            raise Failure("read the record", f"{self.file}: {error}", "Restore the file.") from None
+            raise CommandError("read the record", f"{self.file}: {error}", "Restore the file.") from None
 
     @property
     def copies(self) -> pathlib.Path:

@@ -10,7 +10,7 @@ import subprocess
 import xml.etree.ElementTree as ET
 from typing import Any
 
-from .common import ARRAY_LIBRARY, MODULE, NAMESPACE, Failure
+from .common import ARRAY_LIBRARY, MODULE, NAMESPACE, CommandError
 from .registration import Registration, property_values
 
 SERVER_VERSION = "2.14"  # the module is built for the binary interface of its library
@@ -42,7 +42,7 @@ class Server:
     """A running server. Its programs act on it as the calling user.
 
     home: its folder, None when it is a package; version; process; settings: as cimconfig lists
-    them; interop: the namespace of the registrations. Raises Failure when one cannot be had.
+    them; interop: the namespace of the registrations. Raises CommandError when one cannot be had.
     """
 
     def __init__(self, home: str | None):
@@ -56,10 +56,10 @@ class Server:
         self.version = self.run("cimserver", "-v").stdout.strip()
         if not self.version.startswith(SERVER_VERSION + "."):
             reason = f"it is version {self.version or '?'}, this module is for {SERVER_VERSION}"
-            raise Failure("check the server", reason, "Build the module for that version.")
+            raise CommandError("check the server", reason, "Build the module for that version.")
         if self.run("cimserver", "--status").returncode:
             reason = "it does not run, or not for this user"
-            raise Failure("check the server", reason, "Start it: cimserver. Run this as root.")
+            raise CommandError("check the server", reason, "Start it: cimserver. Run this as root.")
         self.process = self._find_process()
         listed = self.check("query the server", "Run this as root.", "cimconfig", "-l", "-c")
         self.settings = dict(line.split("=", 1) for line in listed.splitlines() if "=" in line)
@@ -72,7 +72,7 @@ class Server:
                 return place
         tried = ", ".join(f"{place.split(':')[0]}/cimserver" for place in places)
         remedy = "Set PEGASUS_HOME, or give --home, to the folder that holds the server's bin/."
-        raise Failure("find the server", f"there is no {tried}", remedy)
+        raise CommandError("find the server", f"there is no {tried}", remedy)
 
     def _find_process(self) -> int:
         program = os.path.realpath(shutil.which("cimserver", path=self.path) or "")
@@ -88,14 +88,14 @@ class Server:
                 return pid
             others.append(running)
         reason = f"the running server is {', '.join(others) or 'not visible'}, not {program}"
-        raise Failure("check the server", reason, "Give the folder of the one that runs: --home.")
+        raise CommandError("check the server", reason, "Give the folder of the one that runs: --home.")
 
     def _interop_namespace(self) -> str:
         for namespace in INTEROP_NAMESPACES:
             if not self.run("cimcli", "gc", "-n", namespace, "PG_ProviderModule").returncode:
                 return namespace
         reason = f"PG_ProviderModule is in none of {', '.join(INTEROP_NAMESPACES)}"
-        raise Failure("check the server", reason, "Its repository is broken: install it again.")
+        raise CommandError("check the server", reason, "Its repository is broken: install it again.")
 
     # -- its programs --
 
@@ -105,7 +105,7 @@ class Server:
         """Runs a program of the server, whatever its exit status."""
         program = shutil.which(name, path=self.path)
         if not program:
-            raise Failure("find the server", f"it lacks {name}", "Install the rest of the server.")
+            raise CommandError("find the server", f"it lacks {name}", "Install the rest of the server.")
         try:
             return subprocess.run(
                 [program, *arguments], env=self.environment, stdin=subprocess.DEVNULL, text=True,
@@ -113,14 +113,14 @@ class Server:
             )  # fmt: skip
         except subprocess.TimeoutExpired:
             remedy = "Look at the server's log; restart it."
-            raise Failure(name, f"no response in {seconds} s", remedy) from None
+            raise CommandError(name, f"no response in {seconds} s", remedy) from None
 
     def check(self, step: str, remedy: str, name: str, *arguments: str, seconds: int = 120) -> str:
         """Runs a program of the server whose exit status must be 0; returns its output."""
         result = self.run(name, *arguments, seconds=seconds)
         if result.returncode:
             output = (result.stderr.strip() or result.stdout.strip()).splitlines()
-            raise Failure(step, f"{name}: {' '.join(output[-2:])}", remedy)
+            raise CommandError(step, f"{name}: {' '.join(output[-2:])}", remedy)
         return result.stdout
 
     def compile(self, remedy: str, namespace: str, mof: pathlib.Path, *options: str) -> None:
@@ -186,7 +186,7 @@ class Server:
         """The classes of the namespace; none when there is no such namespace."""
         listed = self.run("cimcli", "nc", "-n", NAMESPACE, "-di")
         if listed.returncode not in (0, CIM_ERR_INVALID_NAMESPACE):
-            raise Failure("query the server", listed.stderr, "Run this as root.")
+            raise CommandError("query the server", listed.stderr, "Run this as root.")
         return set() if listed.returncode else set(listed.stdout.split())
 
     def get_class(self, name: str) -> ET.Element:

@@ -10,7 +10,7 @@ import signal
 from collections.abc import Iterator
 from typing import ClassVar, NoReturn
 
-from .common import MODULE, NAMESPACE, Failure, say
+from .common import MODULE, NAMESPACE, CommandError, say
 from .payload import Payload
 from .queries import Client, query_classes
 from .record import Entries, Record
@@ -40,7 +40,7 @@ class Step:
         raise NotImplementedError
 
     def do(self) -> None:
-        """Raises Failure or OSError when it cannot be done."""
+        """Raises CommandError or OSError when it cannot be done."""
         raise NotImplementedError
 
     def undo(self) -> str | None:
@@ -48,7 +48,7 @@ class Step:
         raise NotImplementedError
 
 
-class NotDone(Failure):
+class UndoneError(CommandError):
     """A command has failed after its first change; the text says whether all was undone."""
 
     def __init__(self, stays: list[str]):
@@ -58,7 +58,7 @@ class NotDone(Failure):
 
 def run_steps(steps: list[Step], dry_run: bool) -> None:
     """Does the steps that are needed. When one fails or a signal comes, undoes those that were
-    begun, the last one first, and raises NotDone; Failure, when none was begun that has an undo."""
+    begun, the last one first, and raises UndoneError; CommandError, when none was begun that has an undo."""
     begun: list[Step] = []
     with _undoing(begun):
         for step in steps:
@@ -72,13 +72,13 @@ def run_steps(steps: list[Step], dry_run: bool) -> None:
             try:
                 step.do()
             except OSError as error:
-                raise Failure(step.text, str(error), "Mend that, and run this again.") from error
+                raise CommandError(step.text, str(error), "Mend that, and run this again.") from error
 
 
 @contextlib.contextmanager
 def _undoing(begun: list[Step]) -> Iterator[None]:
     def interrupted(number: int, _: object) -> NoReturn:
-        raise Failure("interrupted", signal.Signals(number).name, "Run this again.")
+        raise CommandError("interrupted", signal.Signals(number).name, "Run this again.")
 
     signals = (signal.SIGINT, signal.SIGTERM, signal.SIGHUP)
     for number in signals:
@@ -98,7 +98,7 @@ def _undoing(begun: list[Step]) -> Iterator[None]:
                     stays.append(rest)
             except Exception as error:  # the others are tried all the same
                 stays.append(f"'{step.text}' could not be undone: {error}")
-        raise NotDone(stays) from failure
+        raise UndoneError(stays) from failure
 
 
 # ---- the record ----
@@ -414,7 +414,7 @@ def require_present_library(target: Target) -> None:
     for pid in [target.server.process] if in_server else processes("cimprovagt"):
         if f"{target.library} (deleted)" in process_file(pid, "maps"):
             reason = f"process {pid} still runs the one that was replaced"
-            raise Failure("look which library runs", reason, "Restart the server.")
+            raise CommandError("look which library runs", reason, "Restart the server.")
 
 
 @dataclasses.dataclass

@@ -64,10 +64,17 @@ def instance_xml(name, properties):
 def cimmof(mof):
     if "--xml" in ARGUMENTS:
         CLASSES.update(mof["classes"])
-        parts = [*map(class_xml, mof["classes"]), *(instance_xml(*each) for each in mof["registered"])]
-        return print("<CIM>", *parts, "</CIM>")
-    change(lambda: (CLASSES.update({**mof["classes"], **CLASSES}), set_status("2", mof["registered"]),
-                    REGISTERED.extend(mof["registered"]), INSTANCES.extend(mof["instances"])))
+        instances = (instance_xml(*each) for each in mof["registered"])
+        print("<CIM>", *map(class_xml, mof["classes"]), *instances, "</CIM>")
+    else:
+        change(lambda: add(mof))
+
+
+def add(mof):
+    CLASSES.update({**mof["classes"], **CLASSES})
+    set_status("2", mof["registered"])
+    REGISTERED.extend(mof["registered"])
+    INSTANCES.extend(mof["instances"])
 
 
 def set_status(code, instances=REGISTERED):

@@ -25,7 +25,7 @@ int main(int n, char** a) { if (n == 1) pause(); else if (strcmp(a[1], "-v") == 
 SUPERCLASSES = {"QBX_StorageSystem": "CIM_A", "QBX_DriveCage": "CIM_B", "QBX_DriveCageDC1Family": "QBX_DriveCage"}
 MANIFEST = {"classes": SUPERCLASSES, "looked_up": ["QBX_StorageSystem"]}
 DMTF = {"CIM_A": ["", []], "CIM_B": ["", []]}
-EMPTY = {"classes": {}, "registered": [], "instances": []}
+EMPTY: dict = {"classes": {}, "registered": [], "instances": []}
 
 LOAD = "cimmof -w -aE -n root/qbx -I"
 DEFINE, REGISTER = "cimmof -w -aEV -n root/qbx -I", "cimmof -w -n root/PG_InterOp -I"
@@ -52,7 +52,7 @@ def compiled_server(version):
     folder = tempfile.TemporaryDirectory(prefix="qbx-deploy-")
     unittest.addModuleCleanup(folder.cleanup)
     program = pathlib.Path(folder.name) / "cimserver"
-    command = [os.environ["QBX_CXX"], "-xc++", "-", f'-DVERSION="{version}"', "-o", program]
+    command = [os.environ["QBX_CXX"], "-xc++", "-", f'-DVERSION="{version}"', "-o", str(program)]
     subprocess.run(command, input=CIMSERVER, text=True, check=True)
     return program
 
@@ -64,8 +64,8 @@ class Provider(Test):
         """A server with an empty namespace root/qbx, and two versions of the module: in 1.0.1 a
         cage has one property more."""
         self.home = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory(prefix="qbx-deploy-")))
-        for folder in ("bin", "lib", "CIM241"):
-            (self.home / folder).mkdir()
+        for name in ("bin", "lib", "CIM241"):
+            (self.home / name).mkdir()
         for name in DMTF:
             (self.home / "CIM241" / f"{name}.mof").touch()
         self.write_mof("CIM241/CIM_Schema.mof", classes=DMTF)

@@ -45,7 +45,7 @@ class Schema(unittest.TestCase):
         schema = classes.compile_schema()
         expected = {}
         for name in set(classes.class_order()) - LOOKED_UP_ONLY:
-            line = [name] + classes.ancestors(schema, name)
+            line = [name, *classes.ancestors(schema, name)]
             expected[name] = [INSTANCES]
             if schema[name].qualifiers.get("Association"):
                 expected[name].append(ASSOCIATIONS)
