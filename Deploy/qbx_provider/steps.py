@@ -121,9 +121,8 @@ class WriteRecord(Step):
         self.target.record.write(self.entries)
 
     def undo(self) -> None:
-        record = self.target.record
-        loaded = {"schema": True} if record.entries.get("schema") else {}  # it cannot be undone
-        record.write({**self.before, **loaded})
+        loaded = {"schema": True} if self.entries.get("schema") else {}  # it stays in any case
+        self.target.record.write({**self.before, **loaded})
 
 
 @dataclasses.dataclass
@@ -226,8 +225,7 @@ class LoadSchema(Step):
 
     def do(self) -> None:
         assert self.folder
-        record, server = self.target.record, self.target.server
-        record.write({**record.entries, "schema": True})
+        server = self.target.server
         remedy = (
             "Mend that, and run this again: it goes on where it stopped. If the server cannot, "
             f"because the disk was full: {server.without_namespace()}"

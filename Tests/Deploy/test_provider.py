@@ -73,8 +73,8 @@ class Provider(Test):
             folder = self.home / version
             folder.mkdir()
             (folder / "manifest.json").write_text(json.dumps({"version": version, **MANIFEST}))
-            classes = {name: [base, properties] for name, base in SUPERCLASSES.items()}
-            classes["QBX_StorageSystem"] = ["CIM_A", ["Name"]]
+            classes = {name: [base, []] for name, base in SUPERCLASSES.items()}
+            classes["QBX_DriveCage"][1] = properties
             self.write_mof(f"{version}/qbx_classes.mof", classes=classes)
             self.write_mof(f"{version}/registration.mof", registered=registration(MODULE, version))
             (folder / LIBRARY).write_bytes((LIBRARIES / LIBRARY).read_bytes() + version.encode())
@@ -151,8 +151,8 @@ class Commands(Provider):
 
     def test_check_names_what_differs(self):
         self.run_program("install")
-        classes = "QBX_DriveCage differs in Extra; QBX_DriveCageDC1Family differs in Extra"
-        self.check_fails(classes, "registration:     Version is 1.0.0, expected 1.0.1", version="1.0.1")
+        registered = "registration:     Version is 1.0.0, expected 1.0.1"
+        self.check_fails("classes:          QBX_DriveCage differs in Extra\n", registered, version="1.0.1")
 
     def test_upgrade_replaces_what_differs(self):
         self.run_program("install")
@@ -239,6 +239,7 @@ class Interruptions(Provider):
         output, calls = self.stop("1.0.0", LOAD, "fail")
         self.assertIn("What stays:\n  the DMTF schema in root/qbx", output)
         self.assertEqual(calls, [])
+        self.write_state(classes={"CIM_A": ["", []]})  # half of it, by this program
         self.succeeds("install", calls=[LOAD, DEFINE, REGISTER])
 
     @cases(
