@@ -70,11 +70,27 @@ class Plan:
     group: str  # the process that the module is to run in
 
     @property
-    def restart(self) -> bool:
-        """Whether the module must be stopped and started. It remembers the storage system, so that
-        its instances too want that."""
-        changes = (self.schema, self.created, self.replaced, self.instances)
-        return bool(any(changes) or self.place or self.register)
+    def define(self) -> bool:
+        return bool(self.created or self.replaced)
+
+    @property
+    def change(self) -> bool:
+        """Whether the module must start anew. It remembers the storage system, so that this holds
+        for instances of that, too."""
+        return bool(self.schema or self.define or self.instances or self.place or self.register)
+
+    @property
+    def stop(self) -> bool:
+        return self.change and bool(self.registered.module) and self.registered.status != "stopped"
+
+    @property
+    def move(self) -> bool:
+        """Into another process; where it is registered anew, that is part of it."""
+        return self.group != self.registered.group and not self.register
+
+    @property
+    def start(self) -> bool:
+        return not self.register and (self.change or self.registered.status != "OK")
 
 
 def make_plan(target: Target, payload: Payload, options: Options) -> Plan:
@@ -122,36 +138,26 @@ def install(
         "instances": [*before.get("instances", []), *plan.instances],
         "schema": bool(plan.schema) or before.get("schema", False),
     }
-    old_entries = {name: before[name] for name in ("version", "files") if name in before}
+    old_entries: Entries = {name: before[name] for name in ("version", "files") if name in before}
     begun: Entries = {**old_entries, **entries, "begun": f"install {payload.version}"}
     done = {"version": payload.version, **entries}
     was_group, file = plan.registered.group, options.system_instances
-    stoppable = bool(plan.registered.module) and plan.registered.status != "stopped"
     run_steps(
         [
-            WriteRecord(target, begun, needed=plan.restart),
-            LoadSchema(target, plan.schema, needed=plan.schema is not None),
-            StopModule(target, needed=stoppable and plan.restart),
+            WriteRecord(target, begun, needed=plan.change),
+            LoadSchema(target, plan.schema, needed=bool(plan.schema)),
+            StopModule(target, needed=plan.stop),
             PlaceLibrary(target, payload, old, needed=plan.place),
-            DefineClasses(
-                target, payload, old, plan.created, plan.replaced,
-                needed=bool(plan.created or plan.replaced),
-            ),
+            DefineClasses(target, payload, old, plan.created, plan.replaced, needed=plan.define),
             LoadInstances(target, file, plan.instances, needed=bool(plan.instances)),
             RegisterModule(target, payload, plan.group, old, was_group, needed=plan.register),
-            SetProcess(
-                target, plan.group, was_group,
-                needed=plan.group != was_group and not plan.register,
-            ),
-            StartModule(
-                target,
-                needed=not plan.register and (plan.restart or plan.registered.status != "OK"),
-            ),
+            SetProcess(target, plan.group, was_group, needed=plan.move),
+            StartModule(target, needed=plan.start),
             QueryClasses(target, payload, client),
             KeepFiles(target, payload, file, done, needed=done != without_files(before)),
         ],
         dry_run,
-    )  # fmt: skip
+    )
     say("nothing was changed" if dry_run else f"installed: version {payload.version}")
 
 
