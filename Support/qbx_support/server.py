@@ -33,6 +33,12 @@ def program(build):
     return path
 
 
+def schema_folder(build):
+    """The folder of MOF files with the version in them, of a build or an installation."""
+    own = pathlib.Path(build).resolve() / "Schema"
+    return own if own.exists() else own.parent / "share" / "qbx-cimserver" / "schema"
+
+
 @functools.cache
 def password_lines(path):
     """The content of a password file for USERS, made by the server program of that path."""
@@ -62,7 +68,7 @@ def password_file(build, folder):
 def command(build, users, port, schema=None):
     """The server's command line. `users`: its password file, None for no authentication; `schema`:
     another one than the project's own, as root/qbx=FILE, and the folders of what that includes."""
-    own = pathlib.Path(build).resolve() / "Schema"
+    own = schema_folder(build)
     given, *folders = schema or [f"{NAMESPACE}={own / 'qbx.mof'}"]
     namespace, _, file = given.partition("=")
     return [

@@ -51,7 +51,6 @@ class InstalledToolkit(unittest.TestCase):
         build = os.environ["QBX_BUILD"]
         cmake("--install", build, "--prefix", cls.bare, "--component", "toolkit")
         cmake("--install", build, "--prefix", cls.prefix)
-        (cls.prefix / "Schema").symlink_to(cls.prefix / "share" / "qbx-cimserver" / "schema")
 
     def configure(self, build, prefix, *options):
         return cmake("-G", "Ninja", "-S", SOURCES, "-B", build, f"-DCMAKE_PREFIX_PATH={prefix}",
