@@ -1,7 +1,7 @@
 // A provider for tests: it notes every call and does what the test's script says.
 #pragma once
 
-#include "Model/Schema.h"
+#include "Model/Elements.h"
 #include "Model/Text.h"
 
 #include <Pegasus/Common/CIMObject.h>

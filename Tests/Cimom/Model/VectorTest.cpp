@@ -2,11 +2,11 @@
 // cases {"id", "in": {"op", ...}, "out" or "throws"}. Text with lone surrogates is written
 // {"utf16": [units]}, bytes in hexadecimal, numbers of 64 bits and reals as strings; a null name or
 // path is null.
-#include "Model/Types.h"
+#include "Model/VisitType.h"
 
 #include <Pegasus/Common/CIMClass.h>
 #if EMBEDDED_LIBRARY
-#include "Model/Schema.h"
+#include "Model/Elements.h"
 #else
 #include <Pegasus/Common/CIMQualifier.h>
 #endif
