@@ -1,9 +1,9 @@
 // The parts of instances that a request selects.
 #pragma once
 
+#include "Model/Elements.h"
+#include "Model/NoCase.h"
 #include "Model/ObjectManager.h"
-#include "Model/Schema.h"
-#include "Model/Names.h"
 
 #include <cstddef>
 #include <map>

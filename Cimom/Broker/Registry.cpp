@@ -1,6 +1,6 @@
 #include "Broker/Registry.h"
 
-#include "Model/Schema.h"
+#include "Model/Elements.h"
 #include "Model/Text.h"
 
 #include <initializer_list>

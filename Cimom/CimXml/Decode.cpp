@@ -1,7 +1,7 @@
 #include "CimXml/Decode.h"
 
-#include "Model/Names.h"
-#include "Model/Schema.h"
+#include "Model/Elements.h"
+#include "Model/NoCase.h"
 #include "Model/ValueText.h"
 
 #include <algorithm>

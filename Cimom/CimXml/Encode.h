@@ -2,7 +2,7 @@
 #pragma once
 
 #include "CimXml/XmlText.h"
-#include "Model/Schema.h"
+#include "Model/QualifierDecl.h"
 
 #include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/CIMParamValue.h>

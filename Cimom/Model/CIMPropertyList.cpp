@@ -1,6 +1,6 @@
 #include <Pegasus/Common/CIMPropertyList.h>
 
-#include "Model/Names.h"
+#include "Model/NoCase.h"
 
 #include <algorithm>
 

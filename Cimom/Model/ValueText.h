@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Model/Text.h"
-#include "Model/Types.h"
+#include "Model/VisitType.h"
 
 #include <optional>
 #include <string>

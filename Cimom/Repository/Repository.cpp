@@ -1,7 +1,7 @@
 #include "Repository/Repository.h"
 
 #include "Repository/ClassResolution.h"
-#include "Model/Names.h"
+#include "Model/NoCase.h"
 
 #include <Pegasus/Common/Exception.h>
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Model/ObjectManager.h"
-#include "Model/Schema.h"
+#include "Model/QualifierDecl.h"
 
 #include <memory>
 #include <vector>

@@ -12,7 +12,7 @@
 #include <Pegasus/Common/CIMObject.h>
 #include <Pegasus/Common/CIMPropertyList.h>
 #if EMBEDDED_LIBRARY
-#include "Model/Schema.h"
+#include "Model/Elements.h"
 #else
 #include <Pegasus/Common/CIMQualifier.h>
 #endif

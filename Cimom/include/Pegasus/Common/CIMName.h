@@ -48,6 +48,7 @@ public:
     CIMName() = default;
     CIMName(const String& name);
     CIMName(const char* name) : CIMName(String(name)) {}
+    CIMName(const CIMName& name) = default;
     CIMName& operator=(const CIMName& name) = default;
     CIMName& operator=(const String& name) { return *this = CIMName(name); }
 
@@ -63,6 +64,7 @@ public:
     CIMNamespaceName() = default;
     CIMNamespaceName(const String& name);
     CIMNamespaceName(const char* name) : CIMNamespaceName(String(name)) {}
+    CIMNamespaceName(const CIMNamespaceName& name) = default;
     CIMNamespaceName& operator=(const CIMNamespaceName& name) = default;
     CIMNamespaceName& operator=(const String& name);
 

@@ -1,4 +1,4 @@
-// CIM names as keys of maps.
+// Hash, equality and order of CIM names without case, for containers.
 #pragma once
 
 #include <Pegasus/Common/CIMName.h>

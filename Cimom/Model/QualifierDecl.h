@@ -1,4 +1,4 @@
-// The schema as plain values: classes and instances, and the declarations of qualifiers.
+// Declarations of qualifiers, and the kinds of elements that they allow.
 #pragma once
 
 #include "Model/Elements.h"

@@ -1,4 +1,4 @@
-// The C++ types behind the CIM types.
+// visitType(): from a CIM type to the C++ type of its values.
 #pragma once
 
 #include <Pegasus/Common/CIMInstance.h>
