@@ -2,6 +2,7 @@
 
 #include "Http/Connections.h"
 #include "Http/HttpProtocol.h"
+#include "Http/LoginQueue.h"
 #include "Http/PasswordFile.h"
 #include "Model/Errors.h"
 #include "Model/Text.h"
@@ -337,7 +338,7 @@ struct Server final : HttpServer
         if (!isUtf8(user))
             return unauthorizedReply(options.hostName, "The user name is not UTF-8.");
         Connection* connection = connectionOf(handle);
-        const Login login = known->check(connection->peer, user, credentials->password);
+        const Login login = logins.check(*known, connection->peer, user, credentials->password);
         if (login == Login::Right) return std::nullopt;
         if (login == Login::Busy) {
             HttpReply reply = plainReply(503, "Too many logins of this address wait. Try again.");
@@ -346,7 +347,7 @@ struct Server final : HttpServer
         }
         lines.add("wrong user or password from " + connection->peer,
                   ": user " + percentEncoded(user.substr(0, 64)));
-        connections.hold(connection, known->delay(connection->peer));
+        connections.hold(connection, logins.delay(connection->peer));
         return unauthorizedReply(options.hostName, "");
     }
 
@@ -402,6 +403,7 @@ struct Server final : HttpServer
     const HttpOptions options;
     const Handler handler;
     LimitedLog lines;
+    LoginQueue logins;
     std::mutex mutex;
     std::string lastLibraryMessage;
     // Replaced while others use them: by atomic functions only.

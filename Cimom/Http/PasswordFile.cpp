@@ -1,23 +1,17 @@
 #include "Http/PasswordFile.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <crypt.h>
 #include <cstring>
 #include <fstream>
 #include <gnutls/crypto.h>
 #include <stdexcept>
-#include <thread>
 
 namespace cimom
 {
 
 namespace
 {
-
-const long mostRunning = std::max(1U, std::thread::hardware_concurrency() / 2);
-constexpr unsigned mostPending = 4;          // of an address that has sent a wrong password
-constexpr std::size_t mostAddresses = 4096;  // any further ones count as one
 
 /// Whether the password has that hash, compared in a time that depends on the length only.
 bool hasHash(const std::string& password, const std::string& hash) noexcept
@@ -82,67 +76,40 @@ void PasswordFile::addLine(const std::string& line)
                                  ": not a password hash of a strong method; make one with "
                                  "qbx-cimserver --hash-password");
     }
-    if (!users_.emplace(user, User{hash, std::nullopt}).second)
+    if (!users_.emplace(user, User{hash, {}}).second)
         throw std::runtime_error("user " + user + " is listed twice");
 }
 
-PasswordFile::Address& PasswordFile::addressOf(const std::string& address) const
+/// The user whose hash is computed for a name that is not in the file: the methods of the file may
+/// differ, and which one a name costs is the same after a restart.
+PasswordFile::Users::const_iterator PasswordFile::standInFor(const std::string& unknown) const
 {
-    const Time now = std::chrono::steady_clock::now();
-    for (auto entry = addresses_.begin(); entry != addresses_.end();) {
-        const bool over = entry->second.pending == 0 && entry->second.limitedUntil < now;
-        entry = over ? addresses_.erase(entry) : std::next(entry);
-    }
-    return addresses_[addresses_.size() < mostAddresses ? address : ""];
+    const unsigned char choice = digest(users_.begin()->second.hash, unknown)[0];
+    return std::next(users_.begin(), static_cast<long>(choice % users_.size()));
 }
 
-Login PasswordFile::check(const std::string& address, const std::string& user,
-                          const std::string& password) const
+bool PasswordFile::isRemembered(const std::string& user, const std::string& password) const
 {
-    if (password.find('\0') != std::string::npos) return Login::Wrong;
-    const auto found = users_.find(user);
-    const bool known = found != users_.end();
-    // The methods of the file may differ. Which one a name costs is the same after a restart.
-    const unsigned char choice = digest(users_.begin()->second.hash, user)[0];
-    const User& expected =
-        (known ? found : std::next(users_.begin(), choice % users_.size()))->second;
     const Digest mark = digest(key_, password);
-    const auto isRemembered = [&] {
-        return known && expected.verified &&
-               gnutls_memcmp(expected.verified->data(), mark.data(), mark.size()) == 0;
-    };
-    std::unique_lock<std::mutex> lock(mutex_);
-    if (isRemembered()) return Login::Right;
-    Address& from = addressOf(address);
-    const auto isBusy = [&] {
-        return from.pending > mostPending && from.limitedUntil > std::chrono::steady_clock::now();
-    };
-    const auto turn = queue_.insert(queue_.end(), &from);
-    ++from.pending;
-    changed_.wait(lock, [&] {
-        return isRemembered() || isBusy() || std::distance(queue_.begin(), turn) < mostRunning;
-    });
-    Login login = isRemembered() ? Login::Right : Login::Busy;
-    if (login == Login::Busy && !isBusy()) {
-        lock.unlock();
-        login = hasHash(password, expected.hash) && known ? Login::Right : Login::Wrong;
-        lock.lock();
-        if (login == Login::Right) expected.verified = mark;
-        if (login == Login::Wrong) {
-            ++from.wrong;
-            from.limitedUntil = std::chrono::steady_clock::now() + std::chrono::minutes(1);
-        }
-    }
-    --from.pending;
-    queue_.erase(turn);
-    changed_.notify_all();
-    return login;
+    const auto found = users_.find(user);
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return found != users_.end() && found->second.remembered &&
+           gnutls_memcmp(found->second.remembered->data(), mark.data(), mark.size()) == 0;
 }
 
-std::chrono::milliseconds PasswordFile::delay(const std::string& address) const
+bool PasswordFile::check(const std::string& user, const std::string& password) const
 {
+    // crypt(3) would compare what is before the NUL only.
+    if (password.find('\0') != std::string::npos) return false;
+    if (isRemembered(user, password)) return true;
+    const auto found = users_.find(user);
+    const auto standIn = standInFor(user);  // always sought, so that it tells nobody who is known
+    const bool known = found != users_.end();
+    const bool matches = hasHash(password, (known ? found : standIn)->second.hash);
+    if (!known || !matches) return false;
     const std::lock_guard<std::mutex> lock(mutex_);
-    return std::chrono::milliseconds(200U << std::min(addressOf(address).wrong, 5U));
+    found->second.remembered = digest(key_, password);
+    return true;
 }
 
 std::string hashPassword(const std::string& password)

@@ -67,10 +67,10 @@ TEST_P(PropertyValue, IsReadAsWritten)
 }
 
 template <class T>
-CIMValue two(const T& first, const T& second)
+CIMValue two(const T& item, const T& other)
 {
-    Array<T> items(1, first);
-    items.append(second);
+    Array<T> items(1, item);
+    items.append(other);
     return CIMValue(items);
 }
 
