@@ -38,7 +38,7 @@ TEST_P(IntrinsicOperation, CallsTheProviderAndReturnsItsResult)
     EXPECT_EQ(reply.error(), "no error");
     EXPECT_EQ(reply.response.name + attribute(reply.response, "NAME"),
               "IMETHODRESPONSE" + GetParam().operation);
-    EXPECT_EQ(scripted::calls, Lines{GetParam().call + " by me"});
+    EXPECT_EQ(scripted::calls, Lines{GetParam().call + " by me"}) << GetParam().parameters;
     const auto& content = reply.response.children;
     EXPECT_EQ(content.empty() ? "" : outline(content[0]), GetParam().response);
 }
@@ -127,8 +127,9 @@ TEST_F(Response, IsEmptyWithoutResultsExceptOfTraversals)
     }
     const std::string machine = objectName("T_Machine.Id=1");
     for (const char* operation : {"Associators", "AssociatorNames", "References", "ReferenceNames"})
-        EXPECT_EQ(outline(send(intrinsic(operation, machine)).response.children.at(0)),
-                  "IRETURNVALUE");
+        EXPECT_EQ(outline(send(intrinsic(operation, machine)).response),
+                  "IMETHODRESPONSE(IRETURNVALUE)")
+            << operation;
 }
 
 TEST_F(Response, OfGetPropertyIsTheValue)
@@ -196,7 +197,8 @@ using OperationWithWrongParameters = ServiceTableTest<WrongParameters>;
 TEST_P(OperationWithWrongParameters, ReturnsAnErrorAndCallsNoProvider)
 {
     EXPECT_EQ(send(intrinsic(GetParam().operation, GetParam().parameters)).error(),
-              GetParam().error);
+              GetParam().error)
+        << GetParam().parameters;
     EXPECT_EQ(scripted::calls, Lines{});
 }
 
