@@ -226,8 +226,14 @@ TEST_F(Encoding, WritesManyInstancesAsItWritesEachAlone)
     for (const CIMInstance& each : instances)
         expected += inside(written(std::vector<CIMInstance>{each}).body, "VALUE.NAMEDINSTANCE") +
                     "</VALUE.NAMEDINSTANCE>\n";
-    EXPECT_EQ(inside(written(instances).body, "VALUE.NAMEDINSTANCE") + "</VALUE.NAMEDINSTANCE>\n",
-              expected);
+    const Reply reply = written(instances);
+    EXPECT_EQ(inside(reply.body, "VALUE.NAMEDINSTANCE") + "</VALUE.NAMEDINSTANCE>\n", expected);
+    Lines types;
+    for (const XmlElement* each : all(reply.response, "KEYVALUE"))
+        types.push_back(attribute(*each, "VALUETYPE"));
+    EXPECT_EQ(types, (Lines{"numeric", "numeric", "string", "string", "boolean", "numeric",
+                            "numeric", "numeric", "numeric", "numeric"}))
+        << "the last four: two names, each with a reference";
 }
 
 TEST_F(Encoding, KeepsHostsAndNamespacesOfPathsApart)
