@@ -67,10 +67,10 @@ TEST_P(PropertyValue, IsReadAsWritten)
 }
 
 template <class T>
-CIMValue two(const T& first, const T& second)
+CIMValue two(const T& item, const T& other)
 {
-    Array<T> items(1, first);
-    items.append(second);
+    Array<T> items(1, item);
+    items.append(other);
     return CIMValue(items);
 }
 
@@ -198,18 +198,24 @@ std::string inside(const std::string& body, const std::string& tag)
 
 TEST_F(Encoding, WritesManyInstancesAsItWritesEachAlone)
 {
-    const CIMValue one(Uint16(1));
-    const CIMName mid("T_Mid"), base("T_Base");
+    // Each name is one object, as those of a class are: what is kept of a name counts for it.
+    const CIMName p("P"), q("Q"), id("Id"), key("Key"), leafName("T_Leaf"), mid("T_Mid");
+    const CIMValue one(Uint16(1)), path = pathValue("C.k=1");
     std::vector<CIMInstance> instances;
-    for (const CIMProperty& property :
-         {CIMProperty("P", CIMValue(Uint8(1))), CIMProperty("P", CIMValue(Uint8(2))),
-          CIMProperty("P", one), CIMProperty("P", one, 0, {}, mid),
-          CIMProperty("P", one, 0, {}, mid, true), CIMProperty("Q", one, 0, {}, mid, true),
-          CIMProperty("Q", pathValue("C.k=1")), CIMProperty("Q", pathValue("C.k=2"), 0, base)}) {
-        instances.push_back(instanceOf("T_Leaf.Id=1", {property}));
-    }
-    for (const char* each : {"T_Leaf.Id=2", "T_Leaf.Id=\"3\"", "T_Leaf.Key=4", "T_Leaf.Id=5,Key=6"})
-        instances.push_back(instanceOf(each));
+    const auto add = [&](const CIMProperty& property, const CIMKeyBinding& binding) {
+        instances.emplace_back(leafName);
+        const Array<CIMKeyBinding> bindings(1, binding);
+        instances.back().setPath(CIMObjectPath({}, {}, leafName, bindings));
+        instances.back().addProperty(property);
+    };
+    add(CIMProperty(p, CIMValue(Uint8(1))), {id, "1", CIMKeyBinding::NUMERIC});
+    add(CIMProperty(p, CIMValue(Uint8(2))), {id, "2", CIMKeyBinding::NUMERIC});
+    add(CIMProperty(p, one), {id, "3", CIMKeyBinding::STRING});
+    add(CIMProperty(p, one, 0, {}, mid), {key, "4", CIMKeyBinding::STRING});
+    add(CIMProperty(p, one, 0, {}, mid, true), {key, "5", CIMKeyBinding::BOOLEAN});
+    add(CIMProperty(q, one, 0, {}, mid, true), {key, "6", CIMKeyBinding::NUMERIC});
+    add(CIMProperty(q, path), {id, "7", CIMKeyBinding::NUMERIC});
+    add(CIMProperty(q, path, 0, CIMName("T_Base")), {id, "8", CIMKeyBinding::NUMERIC});
     const CIMClass leaf = broker->getClass(me, test, "T_Leaf", {});
     for (const Uint32 changed : {4U, 2U, 2U}) {  // L, then Level
         instances.push_back(leaf.buildInstance(false, false, CIMPropertyList()));
@@ -220,8 +226,14 @@ TEST_F(Encoding, WritesManyInstancesAsItWritesEachAlone)
     for (const CIMInstance& each : instances)
         expected += inside(written(std::vector<CIMInstance>{each}).body, "VALUE.NAMEDINSTANCE") +
                     "</VALUE.NAMEDINSTANCE>\n";
-    EXPECT_EQ(inside(written(instances).body, "VALUE.NAMEDINSTANCE") + "</VALUE.NAMEDINSTANCE>\n",
-              expected);
+    const Reply reply = written(instances);
+    EXPECT_EQ(inside(reply.body, "VALUE.NAMEDINSTANCE") + "</VALUE.NAMEDINSTANCE>\n", expected);
+    Lines types;
+    for (const XmlElement* each : all(reply.response, "KEYVALUE"))
+        types.push_back(attribute(*each, "VALUETYPE"));
+    EXPECT_EQ(types, (Lines{"numeric", "numeric", "string", "string", "boolean", "numeric",
+                            "numeric", "numeric", "numeric", "numeric"}))
+        << "the last four: two names, each with a reference";
 }
 
 TEST_F(Encoding, KeepsHostsAndNamespacesOfPathsApart)

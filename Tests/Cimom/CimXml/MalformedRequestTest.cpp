@@ -28,7 +28,8 @@ TEST_P(MalformedInstance, IsRefusedAndCallsNoProvider)
 {
     const std::string refusal = send(create(GetParam().content)).refusal;
     EXPECT_EQ(refusal.substr(0, 22), "400 request-not-valid:") << refusal;
-    EXPECT_EQ(refusal.substr(refusal.rfind(": ") + 2), GetParam().detail) << refusal;
+    EXPECT_EQ(refusal.substr(refusal.rfind(": ") + 2), GetParam().detail)
+        << refusal << " for " << GetParam().content;
     EXPECT_EQ(scripted::calls, Lines{});
 }
 

@@ -39,7 +39,7 @@ TEST_P(ArgumentValue, IsReadByItsType)
         "400 request-not-valid: Semantic error: on line 1: Invalid " + type + " value";
     EXPECT_EQ(reply.refusal, isValid ? "" : refusal);
     const std::string call = calledWith + "Run(P:" + type + "=" + GetParam().expected + ") by me";
-    EXPECT_EQ(scripted::calls, isValid ? Lines{call} : Lines{});
+    EXPECT_EQ(scripted::calls, isValid ? Lines{call} : Lines{}) << GetParam().content;
 }
 
 const TypedText typedTexts[] = {
@@ -97,7 +97,8 @@ TEST_P(ArgumentElement, BecomesAValueOfItsShape)
 {
     const Reply reply = send(extrinsic(parameterOf("P", GetParam().type, GetParam().content)));
     EXPECT_EQ(reply.error(), "no error");
-    EXPECT_EQ(scripted::calls, Lines{calledWith + "Run(P:" + GetParam().expected + ") by me"});
+    EXPECT_EQ(scripted::calls, Lines{calledWith + "Run(P:" + GetParam().expected + ") by me"})
+        << GetParam().content;
 }
 
 std::string referenceTo(const std::string& path)

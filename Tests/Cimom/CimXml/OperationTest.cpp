@@ -38,7 +38,7 @@ TEST_P(IntrinsicOperation, CallsTheProviderAndReturnsItsResult)
     EXPECT_EQ(reply.error(), "no error");
     EXPECT_EQ(reply.response.name + attribute(reply.response, "NAME"),
               "IMETHODRESPONSE" + GetParam().operation);
-    EXPECT_EQ(scripted::calls, Lines{GetParam().call + " by me"});
+    EXPECT_EQ(scripted::calls, Lines{GetParam().call + " by me"}) << GetParam().parameters;
     const auto& content = reply.response.children;
     EXPECT_EQ(content.empty() ? "" : outline(content[0]), GetParam().response);
 }
@@ -96,9 +96,11 @@ const OperationCall operationCalls[] = {
      instanceName(leaf) + parameter("PropertyName", value("Level")),
      "Leaf getInstance" + path + " PropertyList=[Level]", ""},
     {"SetProperty", "SetProperty",
-     instanceName(leaf) + flag("PropertyName", "Level") + parameter("NewValue", value("7")),
+     instanceName(leaf) + parameter("PropertyName", value("Level")) +
+         parameter("NewValue", value("7")),
      "Leaf modifyInstance" + path + path + "{Level:uint16=7} PropertyList=[Level]", ""},
-    {"SetPropertyToNull", "SetProperty", instanceName(leaf) + flag("PropertyName", "Level"),
+    {"SetPropertyToNull", "SetProperty",
+     instanceName(leaf) + parameter("PropertyName", value("Level")),
      "Leaf modifyInstance" + path + path + "{Level:uint16=null} PropertyList=[Level]", ""},
     {"Associators", "Associators", objectName(leaf) + association + filters + views,
      "LinkSub associators" + path + filtered + viewed, withPath},
@@ -125,14 +127,16 @@ TEST_F(Response, IsEmptyWithoutResultsExceptOfTraversals)
     }
     const std::string machine = objectName("T_Machine.Id=1");
     for (const char* operation : {"Associators", "AssociatorNames", "References", "ReferenceNames"})
-        EXPECT_EQ(outline(send(intrinsic(operation, machine)).response.children.at(0)),
-                  "IRETURNVALUE");
+        EXPECT_EQ(outline(send(intrinsic(operation, machine)).response),
+                  "IMETHODRESPONSE(IRETURNVALUE)")
+            << operation;
 }
 
 TEST_F(Response, OfGetPropertyIsTheValue)
 {
-    const Reply reply = send(intrinsic(
-        "GetProperty", instanceName("T_Static.Id=2,Number=2") + flag("PropertyName", "text")));
+    const Reply reply =
+        send(intrinsic("GetProperty", instanceName("T_Static.Id=2,Number=2") +
+                                          parameter("PropertyName", value("text"))));
     EXPECT_EQ(outline(reply.response), "IMETHODRESPONSE(IRETURNVALUE(VALUE))");
     EXPECT_EQ(the(reply.response, "VALUE").text, "second");
 }
@@ -193,11 +197,12 @@ using OperationWithWrongParameters = ServiceTableTest<WrongParameters>;
 TEST_P(OperationWithWrongParameters, ReturnsAnErrorAndCallsNoProvider)
 {
     EXPECT_EQ(send(intrinsic(GetParam().operation, GetParam().parameters)).error(),
-              GetParam().error);
+              GetParam().error)
+        << GetParam().parameters;
     EXPECT_EQ(scripted::calls, Lines{});
 }
 
-const std::string ofLevel = instanceName(leaf) + flag("PropertyName", "Level");
+const std::string ofLevel = instanceName(leaf) + parameter("PropertyName", value("Level"));
 const std::string notValid = "400 request-not-valid: Validation error: on line 1: ";
 const WrongParameters wrongParameters[] = {
     {"Missing", "GetInstance", "", "4 CIM_ERR_INVALID_PARAMETER"},
@@ -205,7 +210,7 @@ const WrongParameters wrongParameters[] = {
      "4 CIM_ERR_INVALID_PARAMETER: Required parameter \"ClassName\" missing from request."},
     {"Twice", "EnumerateInstances", className("T_Leaf") + className("T_Leaf", "className"),
      "4 CIM_ERR_INVALID_PARAMETER: Duplicated request input parameter."},
-    {"NotAName", "GetQualifier", flag("QualifierName", "a b"),
+    {"NotAName", "GetQualifier", parameter("QualifierName", value("a b")),
      "4 CIM_ERR_INVALID_PARAMETER: The CIM name is not valid: a b"},
     {"UnknownOperation", "Frobnicate", flag("Any"),
      "7 CIM_ERR_NOT_SUPPORTED: Unrecognized intrinsic method: Frobnicate"},
@@ -221,18 +226,20 @@ const WrongParameters wrongParameters[] = {
      ofLevel + parameter("NewValue", element("VALUE.ARRAY", value("7"))),
      "13 CIM_ERR_TYPE_MISMATCH: Level"},
     {"NewValueOfUndeclaredProperty", "SetProperty",
-     instanceName(leaf) + flag("PropertyName", "Nope") + parameter("NewValue", value("7")),
+     instanceName(leaf) + parameter("PropertyName", value("Nope")) +
+         parameter("NewValue", value("7")),
      "12 CIM_ERR_NO_SUCH_PROPERTY: Nope"},
     {"NewValueInUnknownClass", "SetProperty",
-     instanceName("T_None.Id=1") + flag("PropertyName", "Nope"), "5 CIM_ERR_INVALID_CLASS: T_None"},
+     instanceName("T_None.Id=1") + parameter("PropertyName", value("Nope")),
+     "5 CIM_ERR_INVALID_CLASS: T_None"},
     {"UnknownElement", "GetInstance", "<FOO/>", notValid + "Expected IPARAMVALUE element"},
     {"NotAnInstance", "CreateInstance", parameter("NewInstance", "<CLASS NAME='C'/>"),
      notValid + "Expected INSTANCE element"},
     {"NotAnInstanceName", "GetInstance", className("T_Leaf", "InstanceName"),
      notValid + "Expected INSTANCENAME element"},
-    {"NotAList", "GetInstance", instanceName(leaf) + flag("PropertyList", "L"),
+    {"NotAList", "GetInstance", instanceName(leaf) + parameter("PropertyList", value("L")),
      notValid + "Expected VALUE.ARRAY element"},
-    {"NotAText", "GetQualifier", flag("QualifierName", "<B/>"),
+    {"NotAText", "GetQualifier", parameter("QualifierName", value("<B/>")),
      notValid + "Unexpected B element in VALUE element"},
 };
 INSTANTIATE_TEST_SUITE_P(Of, OperationWithWrongParameters, ::testing::ValuesIn(wrongParameters),

@@ -47,7 +47,8 @@ protected:
     }
     Lines getQualifier(const char* name)
     {
-        const CimRequest request = intrinsic("GetQualifier", flag("QualifierName", name));
+        const CimRequest request =
+            intrinsic("GetQualifier", parameter("QualifierName", value(name)));
         return lines(the(send(request).response, "QUALIFIER.DECLARATION"));
     }
     Lines classNames(const std::string& parameters)
@@ -113,9 +114,9 @@ TEST_F(SchemaOperation, EnumerateClassesReturnsSubclassesAsAsked)
     const Reply direct = send(intrinsic("EnumerateClasses", className("T_Base")));
     EXPECT_EQ(namesOf(direct.response, "CLASS"), (Lines{"T_Mid", "T_Side"}));
     EXPECT_EQ(namesOf(direct.response, "PROPERTY"), Lines{"M"});
-    const std::string views = flag("DeepInheritance") + flag("LocalOnly", "FALSE") +
-                              flag("IncludeQualifiers", "FALSE") + flag("IncludeClassOrigin");
-    const Reply whole = send(intrinsic("EnumerateClasses", className("T_Mid") + views));
+    const std::string parameters = flag("DeepInheritance") + flag("LocalOnly", "FALSE") +
+                                   flag("IncludeQualifiers", "FALSE") + flag("IncludeClassOrigin");
+    const Reply whole = send(intrinsic("EnumerateClasses", className("T_Mid") + parameters));
     EXPECT_EQ(lines(the(whole.response, "CLASS", "T_Leaf")).back(),
               "PROPERTY NAME=L CLASSORIGIN=T_Leaf TYPE=string = l");
     EXPECT_EQ(send(intrinsic("EnumerateClasses", className("T_Leaf"))).response.children.size(),
@@ -159,7 +160,8 @@ TEST_F(SchemaOperation, RejectsUnknownNames)
         return send(intrinsic(operation, parameters, nameSpace)).error();
     };
     EXPECT_EQ(error("GetClass", className("t_None")), "6 CIM_ERR_NOT_FOUND: t_None");
-    EXPECT_EQ(error("GetQualifier", flag("QualifierName", "nOne")), "6 CIM_ERR_NOT_FOUND: nOne");
+    EXPECT_EQ(error("GetQualifier", parameter("QualifierName", value("nOne"))),
+              "6 CIM_ERR_NOT_FOUND: nOne");
     EXPECT_EQ(error("EnumerateClasses", className("T_None")), "5 CIM_ERR_INVALID_CLASS: T_None");
     EXPECT_EQ(error("EnumerateClassNames", className("T_None")), "5 CIM_ERR_INVALID_CLASS: T_None");
     EXPECT_EQ(error("GetClass", className("T_Base"), "root/none"),
