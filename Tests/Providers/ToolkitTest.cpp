@@ -418,8 +418,8 @@ const std::vector<SystemObjectRow> SYSTEM_OBJECTS = {
     {"Handle", 1, FAIL, FAILED, true},
     {"HandleSomehow", 1, FAIL_SOMEHOW, FAILED_SOMEHOW, true},
     {"Neither", 2, FAIL, {FAILED, "2: QBX_Common::GET: not now.\n"}, false},
-    {"NeitherSomehow", 2, FAIL_SOMEHOW, {FAILED_SOMEHOW,
-     "2: QBX_Common::GET: Unknow exception in cimom!\n"}, false},
+    {"NeitherSomehow", 2, FAIL_SOMEHOW,
+     {FAILED_SOMEHOW, "2: QBX_Common::GET: Unknow exception in cimom!\n"}, false},
 };
 // clang-format on
 INSTANTIATE_TEST_SUITE_P(FoundBy, SystemObjectTest, testing::ValuesIn(SYSTEM_OBJECTS), nameOfRow);
