@@ -181,7 +181,7 @@ class Comparison:
         if not self.schemas_differ():
             known = [each for each in known if not each.get("schemas")]
         self.known = known
-        # Nobody says which server is which: the table fits better one way than the other.
+        # Which server is which is not known: the table fits better one way than the other.
         kinds = ("embedded", "other")
         orders = [self.explain(known, each) for each in (kinds, kinds[::-1])]
         self.reasons, self.unexplained = min(orders, key=lambda found: len(found[1]))

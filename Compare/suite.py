@@ -23,7 +23,7 @@ ORIGINS = {"IncludeQualifiers": True, "IncludeClassOrigin": True}
 LISTS: tuple[list[str], ...] = (["tag", "ElementName", "Nope", "CAPTION", "Tag"], ["Nope"], [])
 FULL = {"LocalOnly": False, **ORIGINS}
 
-# What clients ask to find their way: namespaces, the object manager, profiles, registrations.
+# What clients list to find their way: namespaces, the object manager, profiles, registrations.
 INTEROP = ["CIM_Namespace", "__Namespace", "CIM_ObjectManager", "CIM_RegisteredProfile"]
 INTEROP += ["CIM_ObjectManagerCommunicationMechanism", "PG_ProviderModule", "PG_Provider"]
 INTEROP += ["PG_ProviderCapabilities", "CIM_ElementConformsToProfile"]
@@ -253,7 +253,7 @@ class Suite:
         self.send("GetInstance", InstanceName=cage, PropertyList=["Location", "Tag"])
 
     def exchanges(self):
-        """Requests with a fault or an oddity in HTTP or XML, of a user; and who may not ask."""
+        """Requests with a fault or an oddity in HTTP or XML, of a user; and users without rights."""
         admin = f"\nAuthorization: {authorization('admin', 'admin')}\r\n".encode()
         for name in sorted(set(exchanges.names()) - KILLS - SLOW):
             sent = exchanges.recorded(name)[0]

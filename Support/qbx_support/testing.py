@@ -18,10 +18,12 @@ import signal
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 
 from qbx_support import odd_array
 from qbx_support.exchanges import PROBE_SCHEMA
+from qbx_support.raw import SECONDS
 from qbx_support.server import Server, program
 
 __unittest = True  # tracebacks of failures leave out what is here
@@ -178,6 +180,14 @@ class Test(unittest.TestCase):
                 setattr(cls, test, test_of(method, row))
             if hasattr(method, "rows"):
                 delattr(cls, name)
+
+    def assertLogged(self, log, text, meanwhile=lambda: None):
+        """Waits until a text is in a log file."""
+        deadline = time.monotonic() + SECONDS
+        while text not in log.read_text():
+            self.assertLess(time.monotonic(), deadline, f"not logged: {text}\n{log.read_text()}")
+            meanwhile()
+            time.sleep(0.05)
 
     def assertResponse(self, actual, expected, request):
         """That a response holds what it should. Lists hold the same in any order. What is printed

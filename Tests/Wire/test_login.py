@@ -7,10 +7,9 @@ import os
 import pathlib
 import subprocess
 import tempfile
-import time
 
 from qbx_support import testing
-from qbx_support.raw import SECONDS, connected, exchange, receive_all
+from qbx_support.raw import connected, exchange, receive_all
 from qbx_support.server import program
 from qbx_support.testing import Case, cases, started
 
@@ -45,13 +44,6 @@ class Login(testing.EmbeddedServerTest):
         log = self.enterContext(self.log.open("w"))
         options = ("--users", self.users, "--max-body", "20000")
         _, self.port, _ = self.enterContext(started(*options, log=log))
-
-    def assertLogged(self, text):
-        """Waits until that is in the log."""
-        deadline = time.monotonic() + SECONDS
-        while text not in self.log.read_text():
-            self.assertLess(time.monotonic(), deadline, f"not logged: {text}\n{self.log.read_text()}")
-            time.sleep(0.05)
 
     def test_lets_in_user_with_right_password(self):
         self.assertEqual(exchange(self.port, login(RIGHT))[9:12], b"400")
@@ -91,11 +83,7 @@ class Login(testing.EmbeddedServerTest):
     def change(self, content, text):
         """Changes the password file, and waits until the server has logged that. It is written
         again meanwhile: the server compares the time with that of its start."""
-        deadline = time.monotonic() + SECONDS
-        while text not in self.log.read_text():
-            self.assertLess(time.monotonic(), deadline, f"not logged: {text}\n{self.log.read_text()}")
-            self.users.write_text(content)
-            time.sleep(0.05)
+        self.assertLogged(self.log, text, meanwhile=lambda: self.users.write_text(content))
 
     def test_keeps_users_when_password_file_becomes_bad(self):
         text = f'warning: {self.users}:4: expected "user:hash"; what was read'
@@ -108,11 +96,11 @@ class Login(testing.EmbeddedServerTest):
         self.assertEqual(exchange(self.port, login(RIGHT.replace(b"eva", b"bob")))[9:12], b"400")
 
     def test_warns_of_password_file_that_others_can_read(self):
-        self.assertLogged(f"warning: {self.users} can be read or written by others")
+        self.assertLogged(self.log, f"warning: {self.users} can be read or written by others")
 
     def test_logs_rejected_user_in_one_line(self):
         exchange(self.port, login("e\nva ä".encode() + 80 * b"x" + b":a"))
-        self.assertLogged(f"from 127.0.0.1: user e%0Ava%20%C3%A4{57 * 'x'}\n")
+        self.assertLogged(self.log, f"from 127.0.0.1: user e%0Ava%20%C3%A4{57 * 'x'}\n")
         stamp = r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}[+-]\d\d:\d\d 2 \[\d+\] \S.*\n"
         self.assertRegex(self.log.read_text(), f"^(?:{stamp})+$")
 

@@ -5,10 +5,9 @@ import signal
 import ssl
 import subprocess
 import tempfile
-import time
 
 from qbx_support import testing
-from qbx_support.raw import SECONDS, connected, receive_all
+from qbx_support.raw import connected, receive_all
 from qbx_support.testing import Case, cases, started
 
 MAKE_CERTIFICATE = ["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=localhost"]
@@ -29,13 +28,6 @@ class Tls(testing.EmbeddedServerTest):
     def make(self, key, certificate):
         command = [*MAKE_CERTIFICATE, "-keyout", key, "-out", certificate]
         subprocess.run(command, check=True, capture_output=True)
-
-    def assertLogged(self, text):
-        """Waits until that is in the log."""
-        deadline = time.monotonic() + SECONDS
-        while text not in self.log.read_text():
-            self.assertLess(time.monotonic(), deadline, f"not logged: {text}\n{self.log.read_text()}")
-            time.sleep(0.05)
 
     def test_prints_its_url(self):
         self.assertEqual(self.ready, f"ready: https://127.0.0.1:{self.port}/root/qbx\n")
@@ -67,7 +59,7 @@ class Tls(testing.EmbeddedServerTest):
     def test_rejects(self, offer):
         done = self.handshake(offer)
         self.assertEqual(done.returncode, 1, done.stdout)
-        self.assertLogged("TLS from 127.0.0.1 ended in its handshake")
+        self.assertLogged(self.log, "TLS from 127.0.0.1 ended in its handshake")
 
     def handshake(self, offer):
         """What openssl does with such an offer."""
@@ -82,13 +74,13 @@ class Tls(testing.EmbeddedServerTest):
 
     def test_reads_new_certificate_at_signal(self):
         self.renew(self.key, self.certificate)
-        self.assertLogged("have been read again")
+        self.assertLogged(self.log, "have been read again")
         served = ssl.get_server_certificate(("127.0.0.1", self.port))
         self.assertEqual(served, self.certificate.read_text())
 
     def test_keeps_certificate_when_the_new_key_does_not_fit(self):
         self.renew(self.key, self.certificate.with_name("other.pem"))
-        self.assertLogged("are no PEM")
+        self.assertLogged(self.log, "are no PEM")
         served = ssl.get_server_certificate(("127.0.0.1", self.port))
         self.assertEqual(served, self.certificate.read_text())
 
