@@ -247,7 +247,7 @@ void begin(const OperationContext& context)
 {
     for (int i = 0; i < 4; ++i)
         QBX_Frame::trace("--> QBX_MagazineProvider::enumerateInstances\n");
-    QBX_Frame::openApi(context, String());
+    QBX_Frame::openApi(context);
 }
 
 /// Registers a row: an operation, run once before it is measured.

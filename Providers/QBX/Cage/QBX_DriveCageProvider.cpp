@@ -159,7 +159,7 @@ void QBX_DriveCageProvider::modifyInstance(const OperationContext& context,
                                            const CIMPropertyList& propertyList, ResponseHandler&)
 {
     log_message(QBX_LOG_TRACE, "-->QBX_DriveCageProvider::modifyInstance()\n");
-    openApiFor("modifyinstance", instanceReference.getClassName(), context, ClassName);
+    openApiFor("modifyinstance", instanceReference.getClassName(), context);
     requireLocationOnly(instanceObject, propertyList);
     const String tag = QBX_Common::getStringProperty(instanceReference, QBX_KEY_TAG);
     api_CageHandle_t cage = {};
@@ -223,7 +223,7 @@ void QBX_DriveCageProvider::invokeMethod(const OperationContext& context,
                 "-->QBX_DriveCageProvider::invokeMethod()\n\t className = %s, methodName = %s\n",
                 c_str(objectReference.getClassName().getString().getCString()),
                 c_str(methodName.getString().getCString()));
-    openApiFor(methodName.getString(), objectReference.getClassName(), context, ClassName);
+    openApiFor(methodName.getString(), objectReference.getClassName(), context);
     const String tag = QBX_Common::getStringProperty(objectReference, QBX_KEY_TAG);
     api_CageHandle_t cage = {};
     findCage(tag, "invokeMethod", cage);

@@ -73,9 +73,10 @@ using CardsInCages = QBX_ElementInCage<QBX_FCALCardProvider, FCALList>;
 
 QBX_FCALCardInDriveCageProvider::~QBX_FCALCardInDriveCageProvider() = default;
 
-QBX_FCALCardInDriveCageProvider::Frame QBX_FCALCardInDriveCageProvider::_frame()
+QBX_FCALCardInDriveCageProvider::Frame QBX_FCALCardInDriveCageProvider::_frame(
+    const SourceLocation& at)
 {
-    return Frame(*this, ClassName, TRACES);
+    return Frame(*this, ClassName, TRACES, at);
 }
 
 void QBX_FCALCardInDriveCageProvider::initialize(CIMOMHandle& cimom)

@@ -149,7 +149,7 @@ void QBX_FCALCardProvider::invokeMethod(const OperationContext& context,
                 "-->QBX_FCALCardProvider::invokeMethod()\n\t className = %s, methodName = %s\n",
                 c_str(objectReference.getClassName().getString().getCString()),
                 c_str(methodName.getString().getCString()));
-    openApiFor(methodName.getString(), objectReference.getClassName(), context, ClassName);
+    openApiFor(methodName.getString(), objectReference.getClassName(), context);
     const bool isLocate = methodName == CIMName("Locate");
     if (isLocate && objectReference.getClassName() == CIMName(QBX_INTERFACE_CARD_DC3)) {
         throw CIMNotSupportedException(ClassName + " does not support invokeMethod.");

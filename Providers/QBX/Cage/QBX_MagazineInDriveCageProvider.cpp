@@ -73,9 +73,10 @@ using MagazinesInCages = QBX_ElementInCage<QBX_MagazineProvider, MagazineList>;
 
 QBX_MagazineInDriveCageProvider::~QBX_MagazineInDriveCageProvider() = default;
 
-QBX_MagazineInDriveCageProvider::Frame QBX_MagazineInDriveCageProvider::_frame()
+QBX_MagazineInDriveCageProvider::Frame QBX_MagazineInDriveCageProvider::_frame(
+    const SourceLocation& at)
 {
-    return Frame(*this, ClassName, TRACES);
+    return Frame(*this, ClassName, TRACES, at);
 }
 
 void QBX_MagazineInDriveCageProvider::initialize(CIMOMHandle& cimom)

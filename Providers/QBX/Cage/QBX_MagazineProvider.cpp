@@ -168,7 +168,7 @@ void QBX_MagazineProvider::invokeMethod(const OperationContext& context,
                 "-->QBX_MagazineProvider::invokeMethod()\n\t className = %s, methodName = %s\n",
                 c_str(objectReference.getClassName().getString().getCString()),
                 c_str(methodName.getString().getCString()));
-    openApiFor(methodName.getString(), objectReference.getClassName(), context, ClassName);
+    openApiFor(methodName.getString(), objectReference.getClassName(), context);
     const String tag = QBX_Common::getStringProperty(objectReference, QBX_KEY_TAG);
     const api_MagazineIDs_t ids = findMagazine(tag);
 

@@ -76,9 +76,9 @@ String sensorID(const api_Cage_t& cage, unsigned int index)
 
 QBX_SensorInDriveCageProvider::~QBX_SensorInDriveCageProvider() = default;
 
-QBX_SensorInDriveCageProvider::Frame QBX_SensorInDriveCageProvider::_frame()
+QBX_SensorInDriveCageProvider::Frame QBX_SensorInDriveCageProvider::_frame(const SourceLocation& at)
 {
-    return Frame(*this, ClassName, TRACES);
+    return Frame(*this, ClassName, TRACES, at);
 }
 
 void QBX_SensorInDriveCageProvider::initialize(CIMOMHandle& cimom)

@@ -76,9 +76,9 @@ CIMObjectPath pathOf(const api_Cage_t& cage, const String& host)
 
 QBX_SysCageContainerProvider::~QBX_SysCageContainerProvider() = default;
 
-QBX_SysCageContainerProvider::Frame QBX_SysCageContainerProvider::_frame()
+QBX_SysCageContainerProvider::Frame QBX_SysCageContainerProvider::_frame(const SourceLocation& at)
 {
-    return Frame(*this, ClassName, TRACES);
+    return Frame(*this, ClassName, TRACES, at);
 }
 
 void QBX_SysCageContainerProvider::initialize(CIMOMHandle& cimom)
