@@ -32,6 +32,100 @@ CIMInstance QBX_Common::buildInstanceSkeleton(CIMClass& cimClass)
     return instance;
 }
 
+namespace
+{
+
+/// The value is made only when the instance has the property.
+template <class Value>
+void store(CIMInstance& instance, const CIMName& name, const Value& value)
+{
+    const Uint32 position = instance.findProperty(name);
+    if (position != PEG_NOT_FOUND) instance.getProperty(position).setValue(CIMValue(value));
+}
+
+}  // namespace
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const bool& value)
+{
+    store(instance, name, value);
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Uint8& value)
+{
+    store(instance, name, value);
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Uint16& value)
+{
+    store(instance, name, value);
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Uint32& value)
+{
+    store(instance, name, value);
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Uint64& value)
+{
+    store(instance, name, value);
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Sint16& value)
+{
+    store(instance, name, value);
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const String& value)
+{
+    store(instance, name, value);
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const CIMDateTime& value)
+{
+    store(instance, name, value);
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const CIMObjectPath& value)
+{
+    store(instance, name, value);
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const CIMInstance& value)
+{
+    store(instance, name, value);
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Array<bool>& value)
+{
+    store(instance, name, value);
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Array<Uint16>& value)
+{
+    store(instance, name, value);
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Array<Uint64>& value)
+{
+    store(instance, name, value);
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Array<Sint32>& value)
+{
+    store(instance, name, value);
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Array<String>& value)
+{
+    store(instance, name, value);
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name,
+                                  const Array<CIMDateTime>& value)
+{
+    store(instance, name, value);
+}
+
 void QBX_Common::setPropertyValueToNull(CIMInstance& instance, CIMName name, CIMType type)
 {
     CIMValue null;
