@@ -5,7 +5,7 @@
 
 #include <Pegasus/Client/CIMClient.h>
 
-#include <mutex>
+#include <atomic>
 #include <vector>
 
 namespace Pegasus
@@ -284,25 +284,23 @@ int QBX_Common::getParameter(const Array<CIMParamValue>& parameters, const Strin
 
 api_StorageArray_t QBX_Common::initSystemInfo()
 {
-    static std::mutex cacheLock;  // guards the two below, never held during the query
+    // The record is written once, by whoever claims it, and only read from then on.
     static api_StorageArray_t storageSystem;
-    static bool is_initok = false;
+    static std::atomic<bool> is_claimed{false};
+    static std::atomic<bool> is_initok{false};
+    if (is_initok.load(std::memory_order_acquire)) return storageSystem;
 
-    std::unique_lock<std::mutex> lock(cacheLock);
-    if (is_initok) return storageSystem;
-
-    api_StorageArray_t record = storageSystem;
-    lock.unlock();
-    const bool delivered = api_getStorageArray(&record) == 0;
-    if (!delivered) {
+    api_StorageArray_t record = {};
+    if (api_getStorageArray(&record) != 0) {
         log_message(QBX_LOG_FAILURE, "QBX_Common::initSystemInfo: getStorageArray failed\n");
+        return api_StorageArray_t{};
     }
-    lock.lock();
-    if (!is_initok) {
+    const bool isComplete = record.elementName[0] != '\0' && record.name[0] != '\0';
+    if (isComplete && !is_claimed.exchange(true)) {
         storageSystem = record;
-        is_initok = delivered && record.elementName[0] != '\0' && record.name[0] != '\0';
+        is_initok.store(true, std::memory_order_release);
     }
-    return storageSystem;
+    return record;
 }
 
 String QBX_Common::getSystemHostName(CIMOMHandle&)

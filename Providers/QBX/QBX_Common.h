@@ -103,8 +103,8 @@ public:
     // ---- Identity of the storage system ----
 
     /// A copy of the storage-array record. The array is asked until it once delivers a record with
-    /// both names; from then on the record of the process is never refreshed. After a failed query
-    /// the record is what earlier queries left, at first all zero.
+    /// both names; that record is kept for the life of the process and never refreshed. Until then
+    /// each call returns what its own query delivered, after a failed query all zeros.
     static api_StorageArray_t initSystemInfo();
 
     /// The storage system's host name, the host of every object path; empty while unknown.
