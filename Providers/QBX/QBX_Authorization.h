@@ -23,10 +23,11 @@ namespace Pegasus
 /// found, 3 unsupported method. A call that cannot be mapped to an action is answered with 3, and
 /// the array is not asked.
 ///
-/// Parameters are found by name (case ignored). A null value does not count, nor does a reference
-/// without class name; of several values of one name the first that counts is taken. A value of
-/// another type than the method declares maps to no action: the answer is 3. (CIM servers convert
-/// what clients send untyped, but pass typed values on unchecked.)
+/// Parameters are found by name (case ignored). A null value does not count, nor, for a parameter
+/// that the method declares as a reference, a path without class name; of several values of one
+/// name the first that counts is taken. A value of another type than the method declares maps to
+/// no action: the answer is 3. (CIM servers convert what clients send untyped, but pass typed
+/// values on unchecked.)
 ///
 /// The functions may be called from any number of threads at once. They throw nothing on their own
 /// account.
