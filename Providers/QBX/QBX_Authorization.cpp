@@ -1,6 +1,6 @@
 #include "QBX_Common.h"
-
 #include "QBX_Frame.h"
+#include "QBX_VolumeAuthorization.h"
 
 #include <initializer_list>
 #include <optional>
@@ -296,6 +296,12 @@ CIMObjectPath referenceIn(const CIMObjectPath& path, const char* keyName)
     }
 }
 
+/// The kind as far as a path tells.
+QBX_VolumeKind kindByClass(const CIMObjectPath& volume)
+{
+    return isVolume(volume) ? QBX_VolumeKind::Volume : QBX_VolumeKind::NotAVolume;
+}
+
 /// The key for returning the volume to its pool; null for what is no volume.
 const char* returnKey(const CIMObjectPath& volume, const QBX_VolumeKindOf& kindOf)
 {
@@ -339,14 +345,9 @@ int authorize_AllocatedFromStoragePoolModifyInstance(const String& user,
     return UNSUPPORTED;
 }
 
-QBX_VolumeKind volumeKindByClass(const CIMObjectPath& volume)
-{
-    return isVolume(volume) ? QBX_VolumeKind::Volume : QBX_VolumeKind::NotAVolume;
-}
-
 int authorize_DeleteStorageVolume(const String& user, const Parameters& parameters)
 {
-    return authorize_DeleteStorageVolumeByKind(user, parameters, volumeKindByClass);
+    return authorize_DeleteStorageVolumeByKind(user, parameters, kindByClass);
 }
 
 int authorize_DeleteStorageVolumeByKind(const String& user, const Parameters& parameters,
@@ -384,7 +385,7 @@ int authorizeReturnOfTargets(const String& user, const Parameters& parameters,
 
 int authorize_ModifyListSynchronization(const String& user, const Parameters& parameters)
 {
-    return authorize_ModifyListSynchronizationByKind(user, parameters, volumeKindByClass);
+    return authorize_ModifyListSynchronizationByKind(user, parameters, kindByClass);
 }
 
 int authorize_ModifyListSynchronizationByKind(const String& user, const Parameters& parameters,

@@ -140,10 +140,6 @@ public:
     /// Never throws for malformed keys.
     static bool matchObjectPath(const CIMObjectPath& first, const CIMObjectPath& second);
 
-    /// The position of the first instance whose path matches, as matchObjectPath() tells;
-    /// PEG_NOT_FOUND for none. The path asked for is read once.
-    static Uint32 findMatch(const Array<CIMInstance>& instances, const CIMObjectPath& path);
-
     /// The path of an association of two objects: two reference keys named by the roles, first
     /// role first. `host` is the host of the association path and of both references.
     static CIMObjectPath buildAssocPath(const CIMName& assocClass, const String& firstRole,

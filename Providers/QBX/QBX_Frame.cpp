@@ -1,5 +1,7 @@
 #include "QBX_Frame.h"
 
+#include "QBX_PathMatcher.h"
+
 #include <cstring>
 
 #if __has_include(<Pegasus/Common/InternalException.h>) && \
@@ -122,11 +124,13 @@ CIMInvalidParameterException parameterNotFound(const String& provider, const cha
 void deliverMatch(InstanceResponseHandler& handler, const Array<CIMInstance>& instances,
                   const CIMObjectPath& path, const String& provider, const String& identifier)
 {
-    const Uint32 position = QBX_Common::findMatch(instances, path);
-    if (position == PEG_NOT_FOUND) {
-        throw CIMObjectNotFoundException(provider + " CIM Object not found." + identifier);
+    const QBX_PathMatcher wanted(path);
+    for (Uint32 i = 0; i < instances.size(); ++i) {
+        if (!wanted.matches(instances[i].getPath())) continue;
+        deliver(handler, instances[i]);
+        return;
     }
-    deliver(handler, instances[position]);
+    throw CIMObjectNotFoundException(provider + " CIM Object not found." + identifier);
 }
 
 CIMObjectPath elementPath(const CIMName& className, const String& host, const String& tag)

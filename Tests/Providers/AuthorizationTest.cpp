@@ -1,6 +1,7 @@
 // The privilege checks of storage methods: which key is asked for, in which order, and when nobody
 // is asked.
 #include "ProviderTest.h"
+#include "QBX_VolumeAuthorization.h"
 
 #include "QBX_Common.h"
 
