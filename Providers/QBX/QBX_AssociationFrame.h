@@ -211,6 +211,19 @@ public:
         return paths;
     }
 
+    /// The provider's _getRelatedInstanceNames. `context` is what its _getRelatedInstances takes
+    /// of the request: the context or nothing.
+    template <class... Context>
+    Array<CIMObjectPath> relatedInstanceNames(const CIMObjectPath& objectName,
+                                              const Context&... context)
+    {
+        traceClass(_traces.getRelatedInstanceNames.entry, objectName);
+        const Array<CIMObjectPath> paths = pathsOf(_provider._getRelatedInstances(
+            objectName, context..., false, false, CIMPropertyList()));
+        trace(_traces.getRelatedInstanceNames.exit);
+        return paths;
+    }
+
 private:
     template <class Handler, class Build>
     void enumerate(const Traces& traces, const OperationContext& context, Handler& handler,

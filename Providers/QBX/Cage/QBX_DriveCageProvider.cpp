@@ -22,9 +22,7 @@ namespace
 
 const CIMName BASE(QBX_DRIVE_CAGE), DC1(QBX_DRIVE_CAGE_DC1), DC2(QBX_DRIVE_CAGE_DC2),
     DC3(QBX_DRIVE_CAGE_DC3);
-const Elements ELEMENTS = {
-    ClassName, names({QBX_DRIVE_CAGE, QBX_DRIVE_CAGE_DC1, QBX_DRIVE_CAGE_DC3, QBX_DRIVE_CAGE_DC2}),
-    QBX_KEY_TAG};
+const Elements ELEMENTS = {ClassName, names(QBX_DRIVE_CAGES), QBX_KEY_TAG};
 
 /// Makes the handle that of the cage of that name, ready to be acted on. The handle is the array's
 /// and must not move.

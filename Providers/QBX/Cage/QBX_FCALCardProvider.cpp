@@ -20,10 +20,7 @@ namespace
 
 const CIMName BASE(QBX_INTERFACE_CARD), DC1(QBX_INTERFACE_CARD_DC1), DC2(QBX_INTERFACE_CARD_DC2),
     DC3(QBX_INTERFACE_CARD_DC3);
-const Elements ELEMENTS = {ClassName,
-                           names({QBX_INTERFACE_CARD, QBX_INTERFACE_CARD_DC1,
-                                  QBX_INTERFACE_CARD_DC3, QBX_INTERFACE_CARD_DC2}),
-                           QBX_KEY_TAG};
+const Elements ELEMENTS = {ClassName, names(QBX_INTERFACE_CARDS), QBX_KEY_TAG};
 
 }  // namespace
 

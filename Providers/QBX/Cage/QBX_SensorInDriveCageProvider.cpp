@@ -323,11 +323,7 @@ Array<CIMInstance> QBX_SensorInDriveCageProvider::_cageOf(const QBX_Records::Cag
 Array<CIMObjectPath> QBX_SensorInDriveCageProvider::_getRelatedInstanceNames(
     const CIMObjectPath& objectName)
 {
-    traceClass(TRACES.getRelatedInstanceNames.entry, objectName);
-    const Array<CIMObjectPath> paths =
-        pathsOf(_getRelatedInstances(objectName, false, false, CIMPropertyList()));
-    trace(TRACES.getRelatedInstanceNames.exit);
-    return paths;
+    return _frame().relatedInstanceNames(objectName);
 }
 
 }  // namespace Pegasus
