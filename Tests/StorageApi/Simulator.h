@@ -18,6 +18,25 @@
 
 using Json = nlohmann::json;
 
+/// A row of a table: its name, and the line that it begins on.
+struct Case
+{
+    Case(const char* itsName, int itsLine = __builtin_LINE()) : name(itsName), line(itsLine) {}
+    const char* name;
+    int line;
+};
+
+inline std::ostream& operator<<(std::ostream& out, const Case& row)
+{
+    return out << row.name;
+}
+
+template <class Row>
+std::string nameOf(const testing::TestParamInfo<Row>& info)
+{
+    return info.param.name;
+}
+
 /// The records of one list query; fails the test when the query fails.
 template <class List, class Record>
 std::vector<Record> records(int (*query)(int, List*), Record* List::*pointer)
