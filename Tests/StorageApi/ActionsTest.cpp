@@ -41,11 +41,12 @@ protected:
 
     /// Expects that these fields have changed since the last call, and no others. A failure shows
     /// the fields that differ.
-    void expectChanges(const Json& changes)
+    void expectChanges(const Json& changes, int line = __builtin_LINE())
     {
+        const testing::ScopedTrace caller(__FILE__, line, "expectChanges " + changes.dump());
         last_.merge_patch(changes);
         const Json now = state();
-        EXPECT_EQ(Json::diff(last_, now).dump(2), "[]");
+        EXPECT_EQ(Json::diff(last_, now).dump(), "[]");
         last_ = now;
     }
 
@@ -56,7 +57,7 @@ protected:
         expectNoChanges();
     }
 
-    void expectNoChanges() { expectChanges(Json::object()); }
+    void expectNoChanges(int line = __builtin_LINE()) { expectChanges(Json::object(), line); }
 
     int upgrade(const char* cage, bool isPortA, const char* file) const
     {
