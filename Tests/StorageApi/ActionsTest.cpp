@@ -2,6 +2,7 @@
 // not.
 #include "Simulator.h"
 
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <csignal>
@@ -50,14 +51,20 @@ protected:
         last_ = now;
     }
 
-    /// The location cannot be kept, so nothing has changed.
-    void expectLocationRefused()
+    void expectNoChanges(int line = __builtin_LINE()) { expectChanges(Json::object(), line); }
+
+    /// Expects that with this text in the state file no location can be set, and all files stay.
+    void expectLocationRefused(const std::string& stateFile, const std::string& logged)
     {
+        write("array.json.state", stateFile);
+        qbxsim_reset();
         EXPECT_EQ(setLocation("dc1", "new"), QBXSIM_STATE_NOT_KEPT);
         expectNoChanges();
+        EXPECT_EQ(read("array.json.state"), stateFile);
+        EXPECT_NE(read("log").find(logged), std::string::npos) << read("log");
+        const std::filesystem::directory_iterator files(folder_);
+        EXPECT_EQ(std::distance(begin(files), end(files)), 3) << "the array, its state, the log";
     }
-
-    void expectNoChanges(int line = __builtin_LINE()) { expectChanges(Json::object(), line); }
 
     int upgrade(const char* cage, bool isPortA, const char* file) const
     {
@@ -69,13 +76,6 @@ protected:
     {
         const api_CageHandle_t handle = foundCage(cage);
         return api_setCageLocation(&handle, text.c_str());
-    }
-
-    /// What a restarted library shows.
-    static std::string locationAfterRestart(std::size_t cage)
-    {
-        qbxsim_reset();
-        return cages().at(cage).location;
     }
 
     Json last_;
@@ -95,10 +95,14 @@ TEST_F(ActionsTest, LocatesACage)
     expectNoChanges();
 }
 
-TEST_F(ActionsTest, LocatesAMagazineOfACage)
+TEST_F(ActionsTest, LocatesAMagazineOfACageForItsTime)
 {
-    EXPECT_EQ(api_locateMagazine("dc2", 1, 60), 0);
+    EXPECT_EQ(api_locateMagazine("dc2", 1, 2000), 0);
     expectChanges({{"m1", {{"light", 1}}}});
+    qbxsim_advanceClock(1000);
+    expectNoChanges();
+    qbxsim_advanceClock(1000);
+    expectChanges({{"m1", {{"light", 0}}}});
     EXPECT_EQ(api_locateMagazine("dc1", 1, 60), 0);
     expectChanges({{"n1", {{"light", 1}}}});
     EXPECT_EQ(api_locateMagazine("dc2", 2, 60), QBXSIM_NOT_FOUND) << "absent";
@@ -118,17 +122,6 @@ TEST_F(ActionsTest, LocatesAPortOnTheLoopsThatItsCardsServe)
     expectChanges({{"x0", {{"A", port1}, {"B", port1}}}});
     EXPECT_EQ(api_locateFCALPort("dc1", 2, 60), QBXSIM_NOT_FOUND) << "it has two ports";
     expectNoChanges();
-}
-
-TEST_F(ActionsTest, LocatorGoesOffAfterItsTime)
-{
-    array_["cacheSeconds"] = 0;
-    serve();
-    EXPECT_EQ(api_locateMagazine("dc2", 1, 1000), 0);
-    qbxsim_advanceClock(500);
-    expectChanges({{"m1", {{"light", 1}}}});
-    qbxsim_advanceClock(500);
-    expectChanges({{"m1", {{"light", 0}}}});
 }
 
 // ---- Loops and locations ----
@@ -159,7 +152,8 @@ TEST_F(ActionsTest, KeepsALocationOverARestart)
 {
     for (const std::string text : {"\xFF not UTF-8 \x01", "hex:41", "", "Rack 7 <\"&>"}) {
         EXPECT_EQ(setLocation("dc1", text), 0) << text;
-        EXPECT_EQ(locationAfterRestart(0), text);
+        qbxsim_reset();
+        EXPECT_EQ(cages().at(0).location, text);
     }
     EXPECT_EQ(read("array.json"), array_.dump()) << "the array file is never written";
 }
@@ -180,52 +174,31 @@ TEST_F(ActionsTest, KeepsALocationUntilTheFileGivesTheCageAnother)
 
 TEST_F(ActionsTest, WritesThePrivateStateFileThroughNoLink)
 {
-    std::filesystem::create_symlink(path("elsewhere"), path("array.json.state.new"));
+    setenv("QBX_ARRAY_STATE", path("state").c_str(), 1);
+    qbxsim_reset();
+    std::filesystem::create_symlink(path("elsewhere"), path("state.new"));
     EXPECT_EQ(setLocation("dc2", "other"), 0);
     EXPECT_FALSE(std::filesystem::exists(path("elsewhere")));
-    const auto mode = std::filesystem::status(path("array.json.state")).permissions();
+    const auto mode = std::filesystem::status(path("state")).permissions();
     EXPECT_EQ(mode & std::filesystem::perms::others_all, std::filesystem::perms::none);
 }
 
-struct StateCase : Case
+TEST_F(ActionsTest, RefusesALocationWhenTheStateFileHasAnotherForm)
 {
-    std::string state;  ///< what stands in the state file
-    const char* log;    ///< what the log says of it
-};
-
-class UnwritableState : public ActionsTest, public testing::WithParamInterface<StateCase>
-{
-};
-
-TEST_P(UnwritableState, LeavesLocationAndFilesAsTheyWere)
-{
-    std::signal(SIGXFSZ, SIG_IGN);
-    write("array.json.state", GetParam().state);
-    qbxsim_reset();
-    withLimit(RLIMIT_FSIZE, 5000, [&] { expectLocationRefused(); });
-    EXPECT_EQ(read("array.json.state"), GetParam().state);
-    EXPECT_NE(read("log").find(GetParam().log), std::string::npos) << read("log");
-    const std::filesystem::directory_iterator files(folder_);
-    EXPECT_EQ(std::distance(begin(files), end(files)), 3) << "the array, its state, the log";
+    expectLocationRefused("{\n\"locations\": [{}]}",
+                          "state:2: /locations/0: field 'cage' is missing");
 }
 
-const StateCase STATES[] = {
-    {"OfAnotherForm", "{\n\"locations\": [{}]}", "state:2: /locations/0: field 'cage' is missing"},
-    {"WithANumberOutOfRange", "[1e999]", "state:1: /0: the number is too big"},
-    {"ThatGrowsTooLong",
-     R"({"locations": [{"cage": "dc2", "from": "not here", "to": ")" + std::string(9999, 'x') +
-         R"("}]})",
-     "state: File too large"},
-};
-
-INSTANTIATE_TEST_SUITE_P(ActionsTest, UnwritableState, testing::ValuesIn(STATES),
-                         nameOf<StateCase>);
-
-TEST_F(ActionsTest, MissingFolderForTheStateLeavesTheLocation)
+TEST_F(ActionsTest, RefusesALocationWhenTheStateFileCannotGrow)
 {
-    setenv("QBX_ARRAY_STATE", path("no such folder/state").c_str(), 1);
-    qbxsim_reset();
-    expectLocationRefused();
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit before = {};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit limit = {5000, before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    const Json longEntry = {{"cage", "dc2"}, {"from", "not here"}, {"to", std::string(4900, 'x')}};
+    expectLocationRefused(Json{{"locations", {longEntry}}}.dump(), "state: File too large");
+    setrlimit(RLIMIT_FSIZE, &before);
 }
 
 // ---- Firmware ----
@@ -254,7 +227,7 @@ TEST_F(ActionsTest, UpgradesACageWithAProcessor)
 
 TEST_F(ActionsTest, RefusesWhatIsNoFirmwareFile)
 {
-    write("newer", R"({"qbxFirmware": 2})");
+    write("newer", R"({"qbxFirmware": 2, "version": "2", "cageTypes": [3]})");
     write("long", std::string(65537, ' '));
     ASSERT_EQ(mkfifo(path("fifo").c_str(), 0600), 0);
     EXPECT_EQ(upgrade("dc2", false, "missing"), QBXSIM_FIRMWARE_MISSING);

@@ -28,188 +28,172 @@ protected:
     /// What loading a file logs of its faults, without time, thread and file name.
     std::string faultIn(const std::string& text) const
     {
+        write("log", "");
         write("bad.json", text);
         qbxsim_loadFile(path("bad.json").c_str());
         const std::regex frame(
             ".*bad.json(:| is in service.*\n)| \\(no array is in .* mended\\)\n");
         return std::regex_replace(read("log"), frame, "");
     }
-
-    /// array.json with another value at that JSON pointer.
-    Json arrayWith(const char* pointer, const char* value) const
-    {
-        Json array = array_;
-        array[Json::json_pointer(pointer)] = Json::parse(value);
-        return array;
-    }
 };
 
-// ---- Whole files ----
-
-struct FileCase : Case
+TEST_F(ArrayFileTest, NamesTheLineOfASyntaxError)
 {
-    std::string text;
-    const char* fault;  ///< "line: field: message"
-};
-
-class RefusedFile : public ArrayFileTest, public testing::WithParamInterface<FileCase>
-{
-};
-
-TEST_P(RefusedFile, NamesLineAndField)
-{
-    const testing::ScopedTrace row(__FILE__, GetParam().line, GetParam().text);
-    EXPECT_EQ(faultIn(GetParam().text), GetParam().fault);
+    EXPECT_EQ(faultIn(""),
+              "1: syntax error while parsing value - unexpected end of input; expected '[', '{', "
+              "or a literal");
+    EXPECT_EQ(faultIn("{\n\"storageArray\": {},\n}"),
+              "3: syntax error while parsing object key - unexpected '}'; expected string literal");
+    EXPECT_EQ(faultIn(std::string(100, '[')), "1: nested too deep");
+    EXPECT_EQ(faultIn("{\"a\": [0,\n{\"b/c\":\n-1e999\n}]}"),
+              "3: /a/1/b~1c: the number is too big");
 }
 
-const FileCase FILES[] = {
-    {"Empty", "",
-     "1: syntax error while parsing value - unexpected end of input; expected '[', '{', or a "
-     "literal"},
-    {"CommaBeforeEnd", "{\n\"storageArray\": {},\n}",
-     "3: syntax error while parsing object key - unexpected '}'; expected string literal"},
-    {"NestedTooDeep", std::string(100, '['), "1: nested too deep"},
-    {"NumberOutOfRange", "{\"a\": [0,\n{\"b/c\":\n-1e999\n}]}",
-     "3: /a/1/b~1c: the number is too big"},
-    {"DuplicateKey", "{\n\"a\": 0,\n\"a\": 1}", "3: /a: duplicate key, first in line 2"},
-    {"WithoutStorageArray", "{\n}", "1: /: field 'storageArray' is missing"},
-    {"UnknownField", "{\"storageArray\": {}, \"users\": [\n{\"name\": \"u\", \"password\": 1}]}",
-     "2: /users/0/password: unknown field; known here: mayOpen, name, privileges"},
-    {"NumberAbove32Bits", "{\n\"storageArray\": {\"systemID\": \"0x100000000\"}}",
-     "2: /storageArray/systemID: expected a whole number from 0 to 4294967295, or \"0x\" and "
-     "hexadecimal digits"},
-    {"EnumerationAbove64Bits",
-     "{\"storageArray\": {}, \"cages\": [{\"deviceID\": \"c\", \"type\":\n18446744073709551615}]}",
-     "1: /cages/0/type: number does not fit 32 bits"},
-    {"ElementOfAnArray", "{\"storageArray\": {\"operationalStatus\": [1,\n2,\n-3\n]}}",
-     "3: /storageArray/operationalStatus/2: expected a whole number from 0 to 65535, or \"0x\" and "
-     "hexadecimal digits"},
-    {"DuplicateUser", "{\"storageArray\": {}, \"users\": [{\"name\": \"u\"},\n{\"name\": \"u\"}]}",
-     "2: /users/1: duplicate user 'u'"},
-    {"DuplicateFault",
-     "{\"storageArray\": {}, \"faults\": [{\"operation\": \"cim_sem_wait\", \"code\": 1},\n"
-     "{\"operation\": \"cim_sem_wait\", \"delay\": 1}]}",
-     "2: /faults/1: duplicate fault of these calls"},
-};
+TEST_F(ArrayFileTest, NamesTheLineOfAValue)
+{
+    EXPECT_EQ(faultIn("{\"storageArray\": {}, \"magazines\": [{\"deviceID\": \"m\",\n\"cageType\": "
+                      "18446744073709551615}]}"),
+              "2: /magazines/0/cageType: number does not fit 32 bits");
+    EXPECT_EQ(faultIn("{\"storageArray\": {\"operationalStatus\": [1,\n2,\n\"\"\n]}}"),
+              "3: /storageArray/operationalStatus/2: expected a whole number from 0 to 65535, or "
+              "\"0x\" and hexadecimal digits");
+}
 
-INSTANTIATE_TEST_SUITE_P(ArrayFileTest, RefusedFile, testing::ValuesIn(FILES), nameOf<FileCase>);
+TEST_F(ArrayFileTest, NamesTheLinesOfDuplicates)
+{
+    EXPECT_EQ(faultIn("{\n\"a\": 0,\n\"a\": 1}"), "3: /a: duplicate key, first in line 2");
+    EXPECT_EQ(faultIn(R"({"storageArray": {}, "users": [{"name": "u"},
+        {"name": "u"}]})"),
+              "2: /users/1: duplicate user 'u'");
+    EXPECT_EQ(faultIn(R"({"storageArray": {}, "faults": [{"operation": "cim_sem_wait", "code": 1},
+        {"operation": "cim_sem_wait", "delay": 1}]})"),
+              "2: /faults/1: duplicate fault of these calls");
+}
 
 TEST_F(ArrayFileTest, WarnsOfElementsWithTheSameName)
 {
-    EXPECT_EQ(faultIn(R"({"storageArray": {}, "cages": [{"deviceID": "c", "type": 0},
-        {"deviceID": "hex:63", "type": 1}], "cagesPS": [{"name": "c", "type": 0},
-        {"name": "c", "type": 0}], "magazines": [{"deviceID": "m", "isAbsent": true},
-        {"deviceID": "m"},
-        {"deviceID": "m"}], "fcals": [{"deviceID": "m", "cageType": 0},
-        {"deviceID": "m", "cageType": 0}]})"),
-              "2: /cages/1/deviceID: 'c' is given twice, first in line 1\n"
+    EXPECT_EQ(faultIn(R"({"storageArray": {},
+        "cages": [{"deviceID": "c", "type": 0}, {"deviceID": "hex:63", "type": 1}],
+        "cagesPS": [{"name": "m", "type": 0}, {"name": "m", "type": 0}],
+        "magazines": [{"deviceID": "m", "isAbsent": true}, {"deviceID": "m"},
+        {"deviceID": "m"}]})"),
+              "2: /cages/1/deviceID: 'c' is given twice, first in line 2\n"
               "5: /magazines/2/deviceID: 'm' is given twice, first in line 4\n"
-              "6: /fcals/1/deviceID: 'm' is given twice, first in line 5\n"
-              "3: /cagesPS/1/name: 'c' is given twice, first in line 2\n");
+              "3: /cagesPS/1/name: 'm' is given twice, first in line 3\n");
 }
 
-// ---- Single values ----
-
-struct ValueCase : Case
+TEST_F(ArrayFileTest, AcceptsValuesAtTheirLimits)
 {
+    const std::string longest(API_ID_SIZE, 'c');
+    array_["cacheSeconds"] = 86400;
+    array_["cages"] = {{{"deviceID", longest},
+                        {"type", INT32_MIN},
+                        {"position", 65535},
+                        {"wwn", "0xFFFFFFFFFFFFFFFF"},
+                        {"elementName", "hex:C3 28ff"},
+                        {"lbod", {{"sensors", Json(std::size_t{10}, Json())}}}}};
+    array_["magazines"][0] = {{"isAbsent", true}};
+    array_["fcals"][0]["loopA"] = {{"nodePort", {0, "0x19A", 65532, 1}}};
+    array_["faults"] = {{{"operation", "api_locateCage"}, {"call", 2}, {"code", INT32_MIN}},
+                        {{"operation", "api_locateCage"}, {"delay", UINT32_MAX}}};
+    EXPECT_EQ(faultIn(array_.dump()), "");
+    EXPECT_TRUE(schemaAccepts(array_));
+    const api_Cage_t cage = cages().at(0);
+    EXPECT_EQ(std::string(cage.deviceID, API_ID_SIZE), longest) << "full, so not terminated";
+    EXPECT_EQ(cage.type, INT32_MIN);
+    EXPECT_EQ(cage.wwn, UINT64_MAX);
+    EXPECT_STREQ(cage.elementName, "\xC3(\xFF");
+    EXPECT_EQ(cage.u.lbod.sensCount, 10) << "empty places count";
+}
+
+/// The name of a row, and the line that it begins on.
+struct RowName
+{
+    RowName(const char* itsText, int itsLine = __builtin_LINE()) : text(itsText), line(itsLine) {}
+    const char* text;
+    int line;
+};
+
+struct RefusedValue
+{
+    RowName name;
     const char* pointer;  ///< where in array.json the value is put
     const char* value;
-    const char* fault = "";  ///< what follows the pointer in the message; empty: accepted
+    const char* fault;  ///< what follows the pointer in the message
 };
 
-class ArrayValue : public ArrayFileTest, public testing::WithParamInterface<ValueCase>
+std::ostream& operator<<(std::ostream& out, const RefusedValue& row)
+{
+    return out << row.name.text;
+}
+
+class ArrayFileValueTest : public ArrayFileTest, public testing::WithParamInterface<RefusedValue>
 {
 };
 
-TEST_P(ArrayValue, IsJudgedAlikeByReaderAndSchema)
+TEST_P(ArrayFileValueTest, IsRefusedByReaderAndSchema)
 {
-    const ValueCase& its = GetParam();
-    const bool isAccepted = *its.fault == '\0';
-    const testing::ScopedTrace row(__FILE__, its.line,
-                                   std::string(its.pointer) + " = " + its.value);
-    const Json array = arrayWith(its.pointer, its.value);
-    EXPECT_EQ(faultIn(array.dump()),
-              isAccepted ? "" : std::string("1: ") + its.pointer + its.fault);
-    EXPECT_EQ(schemaAccepts(array), isAccepted);
+    const auto& [name, pointer, value, fault] = GetParam();
+    const testing::ScopedTrace row(__FILE__, name.line, std::string(pointer) + " = " + value);
+    array_[Json::json_pointer(pointer)] = Json::parse(value);
+    EXPECT_EQ(faultIn(array_.dump()), std::string("1: ") + pointer + fault);
+    EXPECT_FALSE(schemaAccepts(array_));
 }
 
 #define WANTS_UINT16 ": expected a whole number from 0 to 65535, or \"0x\" and hexadecimal digits"
-#define ID_OF_65 "\"12345678901234567890123456789012345678901234567890123456789abcdef\""
-#define ID_OF_66 "\"12345678901234567890123456789012345678901234567890123456789abcdefg\""
+#define NO_FUNCTION " is no function of qbxapi.h that can fail"
 
-const ValueCase VALUES[] = {
-    {"TextThatFillsItsField", "/cages/0/deviceID", ID_OF_65},
-    {"TextThatIsTooLong", "/cages/0/deviceID", ID_OF_66,
-     ": string of 66 bytes; the field holds 65"},
-    {"TextThatIsANumber", "/cages/0/deviceID", "1", ": expected a string"},
-    {"HexText", "/cages/0/elementName", R"("hex:C3 28ff")"},
-    {"HexTextOfHalfAByte", "/cages/0/elementName", R"("hex:4")",
+const RefusedValue VALUES[] = {
+    {"TooLongText", "/cages/0/mfg/vendor", R"("123456789 123456789 123456789 123")",
+     ": string of 33 bytes; the field holds 32"},
+    {"NumberForText", "/cages/0/deviceID", "1", ": expected a string"},
+    {"HalfAByteOfHex", "/cages/0/elementName", R"("hex:4")",
      ": 'hex:' needs an even number of digits"},
-    {"HexTextOfOtherLetters", "/cages/0/elementName", R"("hex:4G")",
+    {"OtherLettersInHex", "/cages/0/elementName", R"("hex:4G")",
      ": '4G' is not a byte in hexadecimal"},
-    {"EnumerationNumber", "/cages/0/type", "-1"},
     {"EnumerationAboveInt32", "/cages/0/type", "2147483648", ": number does not fit 32 bits"},
-    {"EnumerationName", "/cages/0/type", R"("JB_XBOD")",
-     ": expected a number or one of JB_UNKNOWN, JB_JBOD, JB_KBOD, JB_LBOD, JB_DC3, "
-     "JB_MBOD"},
-    {"LargestUint16", "/cages/0/position", "65535"},
-    {"HexNumber", "/cages/0/position", R"("0xFFFC")"},
+    {"UnknownEnumerationName", "/cages/0/type", R"("JB_XBOD")",
+     ": expected a number or one of JB_UNKNOWN, JB_JBOD, JB_KBOD, JB_LBOD, JB_DC3, JB_MBOD"},
     {"NumberAboveUint16", "/cages/0/position", "65536", WANTS_UINT16},
     {"NegativeNumber", "/cages/0/position", "-1", WANTS_UINT16},
-    {"Fraction", "/cages/0/position", "1.5", WANTS_UINT16},
-    {"HexNumberOfOtherLetters", "/cages/0/position", R"("0xFFFG")", WANTS_UINT16},
-    {"FlagThatIsANumber", "/cages/0/locateON", "1", ": expected true or false"},
-    {"SecondUnionArm", "/cages/1", R"({"deviceID": "c", "type": 0, "kbod": {}, "lbod": {}})",
-     "/lbod: only one arm of the union can be given"},
-    {"AsManySensorsAsPlaces", "/cages/1/lbod/sensors",
-     "[null, null, null, null, null, null, null, null, null, null]"},
-    {"MoreSensorsThanPlaces", "/cages/1/lbod/sensors",
-     "[null, null, null, null, null, null, null, null, null, null, null]",
-     ": array of 11 elements; there is room for 10"},
-    {"SensorsThatAreNoArray", "/cages/1/lbod/sensors", "{}", ": expected an array"},
+    {"OtherLettersInHexNumber", "/cages/0/position", R"("0xFFFG")", WANTS_UINT16},
+    {"NumberForFlag", "/cages/0/locateON", "1", ": expected true or false"},
+    {"UnknownField", "/users/0/password", "1",
+     ": unknown field; known here: mayOpen, name, privileges"},
+    {"SecondUnionArm", "/cages/1/sbod", "{}", ": only one arm of the union can be given"},
+    {"MoreSensorsThanPlaces", "/cagesPS/0/sensors", "[null, null, null, null, null, null]",
+     ": array of 6 elements; there is room for 5"},
+    {"ObjectForArray", "/cages/1/lbod/sensors", "{}", ": expected an array"},
     {"SensorCountAbovePlaces", "/cages/1/lbod/sensCount", "11",
      ": the record has 10 sensor places"},
-    {"PowerSupplySensorCountAbovePlaces", "/cagesPS/0/sensCount", "6",
-     ": the record has 5 sensor places"},
-    {"AbsentMagazineWithoutName", "/magazines/0", R"({"isAbsent": true})"},
     {"PresentMagazineWithoutName", "/magazines/0", R"({"isAbsent": false})",
      ": field 'deviceID' is missing"},
-    {"ObjectThatIsNull", "/magazines/0/mfg", "null", ": expected an object"},
-    {"FourPorts", "/fcals/0/loopA", R"({"nodePort": [0, "0x19A", 65532, 1]})"},
-    {"CacheOfHalfASecond", "/cacheSeconds", "0.5"},
+    {"CageWithoutType", "/cages/0", R"({"deviceID": "c"})", ": field 'type' is missing"},
+    {"NullForObject", "/magazines/0/mfg", "null", ": expected an object"},
     {"CacheOfMoreThanADay", "/cacheSeconds", "86401", ": expected a number from 0 to 86400"},
     {"PrivilegeInUpperCase", "/users/0/privileges/0", R"("A")", ": keys are in lower case"},
     {"WildcardNotAtTheEnd", "/privilegeKeys/1", R"("*b")",
      ": '*' can only stand at the end of a key"},
-    {"FaultOfOneCallAndOfOthers", "/faults", R"([{"operation": "api_locateCage", "call": 2,
-     "code": -2147483648}, {"operation": "api_locateCage", "delay": 4294967295}])"},
     {"FaultOfUnknownOperation", "/faults/0", R"({"operation": "api_locateCages", "code": 5})",
-     "/operation: 'api_locateCages' is no function of qbxapi.h that can fail"},
+     "/operation: 'api_locateCages'" NO_FUNCTION},
     {"FaultOfOperationWithoutResult", "/faults/0", R"({"operation": "cim_sem_post", "code": 5})",
-     "/operation: 'cim_sem_post' is no function of qbxapi.h that can fail"},
-    {"FaultWithCodeThatIsAText", "/faults/0", R"({"operation": "cim_sem_wait", "code": "5"})",
+     "/operation: 'cim_sem_post'" NO_FUNCTION},
+    {"FaultWithTextForCode", "/faults/0", R"({"operation": "cim_sem_wait", "code": "5"})",
      "/code: expected a number"},
     {"FaultWithoutEffect", "/faults/0", R"({"operation": "cim_sem_wait", "delay": 0})",
      ": neither 'code' nor 'delay' is given"},
 };
 
-INSTANTIATE_TEST_SUITE_P(ArrayFileTest, ArrayValue, testing::ValuesIn(VALUES), nameOf<ValueCase>);
+INSTANTIATE_TEST_SUITE_P(ArrayFileTest, ArrayFileValueTest, testing::ValuesIn(VALUES),
+                         [](const auto& row) { return row.param.name.text; });
 
-// ---- The sample ----
-
-TEST_F(ArrayFileTest, SampleMatchesTheSchema)
+TEST_F(ArrayFileTest, SampleMatchesTheSchemaAndIsServedByDefault)
 {
     EXPECT_TRUE(schemaAccepts(Json::parse(std::ifstream(SIMULATOR_DIR "/sample-array.json"))));
-}
-
-TEST_F(ArrayFileTest, SampleIsServedByDefault)
-{
     unsetenv("QBX_ARRAY_FILE");
     qbxsim_reset();
     EXPECT_FALSE(cages().empty());
-    EXPECT_NE(
-        read("log").find("] simulated array, no hardware: " SIMULATOR_DIR "/sample-array.json"),
-        std::string::npos);
+    EXPECT_NE(read("log").find(": " SIMULATOR_DIR "/sample-array.json"), std::string::npos);
 }
 
 }  // namespace

@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
-#include <sys/resource.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -17,25 +16,6 @@
 #include <vector>
 
 using Json = nlohmann::json;
-
-/// A row of a table: its name, and the line that it begins on.
-struct Case
-{
-    Case(const char* itsName, int itsLine = __builtin_LINE()) : name(itsName), line(itsLine) {}
-    const char* name;
-    int line;
-};
-
-inline std::ostream& operator<<(std::ostream& out, const Case& row)
-{
-    return out << row.name;
-}
-
-template <class Row>
-std::string nameOf(const testing::TestParamInfo<Row>& info)
-{
-    return info.param.name;
-}
 
 /// The records of one list query; fails the test when the query fails.
 template <class List, class Record>
@@ -57,18 +37,6 @@ inline api_CageHandle_t foundCage(const char* name)
     api_CageHandle_t cage = {};
     EXPECT_EQ(api_findCageName_Cached(name, &cage), 0) << name;
     return cage;
-}
-
-/// Does the work while the process has no more than that of a resource.
-template <class Work>
-void withLimit(__rlimit_resource resource, rlim_t most, const Work& work)
-{
-    rlimit before = {};
-    getrlimit(resource, &before);
-    const rlimit limit = {most, before.rlim_max};
-    setrlimit(resource, &limit);
-    work();
-    setrlimit(resource, &before);
 }
 
 /// Serves array.json of this folder, from a copy that a test can change.
