@@ -159,7 +159,8 @@ void serve(ServerOptions options)
     warnOfOpenFile(options.http.keyFile);
     std::cout << "ready: " + url(options, server->port()) + "\n" << std::flush;
     waitForStop(*server, options.http.users);
-    server->stop();
+    // Threads that go on with an operation would meet a broker that is no more.
+    if (!server->stop()) std::_Exit(0);
     ObjectManager::current = nullptr;
 }
 

@@ -114,7 +114,7 @@ class Program(run.OwnTest):
             self.assertIn(b"PGErrorDetail: User%20Unauthorized", told(b"eva"))
             self.assertIn(b"PGErrorDetail: The%20user%20name%20is%20not%20UTF-8.", told(b"\xff:a"))
             self.assertIn(b" 401 ", told(b"eva:a", chunked + much + b"0\r\n\r\n"))
-            self.assertEqual(told(b"eva:a", chunked + much + much + b"0\r\n\r\n"), b"")  # cut off
+            self.assertIn(b" 401 ", told(b"eva:a", chunked + much + much + b"0\r\n\r\n"))
             self.assertIn(b" 401 ", told(b"e\nva \xc3\xa4" + 80 * b"x" + b":a"))
             file = pathlib.Path(users.split()[1])
             good, text = file.read_text(), pathlib.Path(log.name).read_text
