@@ -3,15 +3,16 @@
 #include "Http/Session.h"
 #include "Http/Tls.h"
 
-#include <atomic>
 #include <boost/asio/ip/v6_only.hpp>
-#include <boost/asio/post.hpp>
+#include <condition_variable>
 #include <cstring>
 #include <list>
+#include <mutex>
 #include <netdb.h>
 #include <stdexcept>
 #include <thread>
 #include <tuple>
+#include <vector>
 
 namespace cimom
 {
@@ -27,6 +28,7 @@ using namespace std::chrono_literals;
 
 constexpr auto lastReplies = 5s;  // how long stop() waits for clients to read them
 constexpr auto sweepInterval = 250ms;
+constexpr auto reliefInterval = 1ms;
 constexpr auto stopInterval = 10ms;  // the same while it stops
 const char* const tooMany = "Too many connections.";
 
@@ -74,45 +76,54 @@ class Server final : public HttpServer
 {
 public:
     Server(HttpOptions options, Handler handler)
-        : state_{options,
+        : state_{{},
+                 std::move(options),
                  std::move(handler),
-                 LimitedLog(options.log),
-                 readUsers(options),
-                 readTlsFiles(options),
-                 MemoryBudget(bodyMemory(options)),
-                 LoginQueue([this] { wake(); }),
-                 Workers(options.maxOperations, [this] { wake(); }),
-                 {}}
+                 LimitedLog(state_.options.log),
+                 readUsers(state_.options),
+                 readTlsFiles(state_.options),
+                 MemoryBudget(bodyMemory(state_.options)),
+                 LoginQueue(),
+                 Turns(state_.options.maxOperations),
+                 {},
+                 [this] { prepareForBusy(); },
+                 [this] { giveTurns(); }}
     {
         listen();
-        thread_ = std::thread([this] { run(); });
+        sweep();
+        addThread();
+        relief_ = std::thread([this] { relieve(); });
     }
 
     ~Server() override
     {
         stop();
-        state_.operations.join();
-        state_.logins.workers().join();
+        for (std::thread& thread : threads_)
+            thread.join();
+        relief_.join();
     }
 
     std::uint16_t port() const override { return port_; }
 
     void reload() override
     {
-        asio::post(io_, [this, users = readUsers(state_.options)] { state_.users = users; });
-        asio::post(io_, [this, made = readTlsFiles(state_.options)] { state_.certificate = made; });
+        const auto users = readUsers(state_.options);
+        const Lock lock(state_.mutex);
+        state_.users = users;
+        state_.certificate = readTlsFiles(state_.options);
     }
 
     bool stop() override
     {
-        if (!thread_.joinable()) return hasDrained_;
-        asio::post(io_, [this] { beginStop(); });
-        thread_.join();
+        Lock lock(state_.mutex);
+        if (!state_.stopping) beginStop();
+        over_.wait(lock, [this] { return isOver_; });
         return hasDrained_;
     }
 
 private:
     using Time = Session::Time;
+    using Lock = std::unique_lock<std::mutex>;
 
     void listen()
     {
@@ -123,6 +134,7 @@ private:
             if (endpoint.protocol() == tcp::v6()) acceptor_.set_option(asio::ip::v6_only(false));
             acceptor_.bind(endpoint);
             acceptor_.listen();
+            acceptor_.non_blocking(true);
             port_ = acceptor_.local_endpoint().port();
         } catch (const boost::system::system_error& error) {
             throw std::runtime_error(
@@ -131,50 +143,104 @@ private:
         }
     }
 
+    /// Sees to it that there is a thread left to serve the connections while one more does what
+    /// takes long, and that it is woken when that takes more than a moment.
+    void prepareForBusy()
+    {
+        if (threads_.size() < state_.busy + 2) addThread();
+        ++begun_;
+        if (reliefSleeps_) becameBusy_.notify_one();
+    }
+
+    /// Operations are done by the thread that has read the request: mostly they are over before
+    /// another one could have been woken. Here is who wakes it for those that are not.
+    void relieve()
+    {
+        Lock lock(state_.mutex);
+        std::uint64_t seen = 0, relieved = 0;  // operations begun
+        while (!isOver_) {
+            reliefSleeps_ = state_.busy == 0;
+            becameBusy_.wait(lock, [this] { return isOver_ || state_.busy > 0; });
+            reliefSleeps_ = false;
+            becameBusy_.wait_for(lock, reliefInterval, [this] { return isOver_; });
+            if (state_.busy > 0 && seen == begun_ && relieved != begun_ && wakeThread())
+                relieved = begun_;
+            seen = begun_;
+        }
+    }
+
+    bool wakeThread() noexcept
+    {
+        try {
+            asio::post(io_, [] {});
+            return true;
+        } catch (const std::exception&) {
+            return false;
+        }
+    }
+
+    void addThread()
+    {
+        try {
+            threads_.emplace_back([this] { run(); });
+        } catch (const std::exception&) {
+            if (threads_.empty()) throw;  // else others go on when they are done
+        }
+    }
+
     /// Serves the connections until the server has stopped. What fails here for want of memory is
     /// done again.
     void run()
     {
-        while (!isOver_) {
+        for (bool again = false;; again = true) {
             try {
-                sweep();
+                if (again) {
+                    const Lock lock(state_.mutex);
+                    sweep();
+                }
                 io_.run();
+                return;
             } catch (const std::exception&) {
                 std::this_thread::sleep_for(stopInterval);
             }
         }
     }
 
-    /// Has this thread look after what the workers have finished. Any thread may call it.
-    void wake() noexcept
+    /// Gives one turn, on a thread that is not at anything else then.
+    void giveTurns()
     {
-        if (wakes_.exchange(true)) return;
-        try {
-            asio::post(io_, [this] { resumeFinished(); });
-        } catch (const std::exception&) {
-            wakes_ = false;  // the next sweep finds it
-        }
-    }
-
-    void resumeFinished()
-    {
-        wakes_ = false;
-        for (Workers* workers : {&state_.operations, &state_.logins.workers()}) {
-            while (Workers::Job* job = workers->finished())
-                job->resume();
-        }
+        if (givesTurns_) return;
+        asio::post(io_, [this] {
+            const Lock lock(state_.mutex);
+            givesTurns_ = false;
+            for (Turns* turns : {&state_.operations, &state_.logins.turns()}) {
+                if (turns->hasNext()) return state_.resume(turns->next());
+            }
+        });
+        givesTurns_ = true;
     }
 
     void accept()
     {
         if (isAccepting_ || !acceptor_.is_open()) return;
-        acceptor_.async_accept([this](const error_code& error, tcp::socket socket) {
+        acceptor_.async_wait(tcp::acceptor::wait_read, [this](const error_code& error) {
+            const Lock lock(state_.mutex);
             isAccepting_ = false;
-            if (error) return;  // too many files, say: the next sweep goes on
-            accept();
-            admit(std::move(socket));
+            if (!error && acceptAll()) accept();
         });
         isAccepting_ = true;
+    }
+
+    /// Accepts what is there; false when that is not possible now: the next sweep goes on.
+    bool acceptAll()
+    {
+        error_code error;
+        while (!error) {
+            tcp::socket socket(io_);
+            acceptor_.accept(socket, error);
+            if (!error) admit(std::move(socket));
+        }
+        return error == asio::error::would_block;
     }
 
     void admit(tcp::socket socket)
@@ -188,10 +254,10 @@ private:
         const ConnectionLimits& limits = state_.options.connections;
         if (!makeRoom(&peer, limits.mostPerAddress) || !makeRoom(nullptr, limits.most)) {
             state_.log.add("refused a connection from " + peer + ": " + tooMany);
-            if (!state_.certificate) Session::sendAtOnce(socket, 503, tooMany);
+            if (!state_.certificate) Session::refuse(socket.native_handle(), 503, tooMany);
             return;
         }
-        sessions_.emplace_back(state_, std::move(socket), peer).start();
+        state_.resume(sessions_.emplace_back(state_, std::move(socket), peer).coroutine());
     }
 
     /// Whether there is room for one more connection of the peer (null: of all), if need be after
@@ -242,10 +308,12 @@ private:
     {
         timer_.expires_after(state_.stopping ? stopInterval : sweepInterval);
         timer_.async_wait([this](const error_code& error) {
-            if (!error) sweep();
+            if (error) return;
+            const Lock lock(state_.mutex);
+            sweep();
         });
         accept();
-        resumeFinished();
+        state_.resume(std::noop_coroutine());
         const Time now = std::chrono::steady_clock::now();
         for (Session& session : sessions_)
             session.endWhenLate(now);
@@ -262,6 +330,7 @@ private:
         acceptor_.close(ignored);
         operationsUntil_ = std::chrono::steady_clock::now() + state_.options.lastOperations;
         repliesUntil_ = operationsUntil_ + lastReplies;
+        state_.operations.refuse(nullptr, 0);
         sweep();
     }
 
@@ -284,12 +353,14 @@ private:
         for (Session& session : sessions_)
             session.end(0, "");
         isOver_ |= sessions_.empty();
-        if (isOver_) io_.stop();
+        if (!isOver_) return;
+        io_.stop();
+        over_.notify_all();
+        becameBusy_.notify_all();
     }
 
-    asio::io_context io_{1};
-    std::atomic<bool> wakes_{false};  ///< resumeFinished() is under way
-    ServerState state_;
+    asio::io_context io_{1};  // wakes a second thread when it is told to only
+    ServerState state_;       ///< with the lock for all that follows
     tcp::acceptor acceptor_{io_};
     asio::steady_timer timer_{io_};
     std::list<Session> sessions_;
@@ -299,7 +370,13 @@ private:
     Time operationsUntil_;
     Time repliesUntil_;
     std::uint16_t port_ = 0;
-    std::thread thread_;
+    std::condition_variable over_;
+    std::vector<std::thread> threads_;
+    std::thread relief_;
+    std::condition_variable becameBusy_;
+    bool reliefSleeps_ = false;
+    bool givesTurns_ = false;  ///< is about to
+    std::uint64_t begun_ = 0;  ///< operations and hashes
 };
 
 }  // namespace

@@ -15,10 +15,7 @@ constexpr std::size_t mostAddresses = 4096;  // any further ones count as one
 
 }  // namespace
 
-LoginQueue::LoginQueue(std::function<void()> wake)
-    : workers_(std::max(1U, std::thread::hardware_concurrency() / 2), std::move(wake))
-{
-}
+LoginQueue::LoginQueue() : turns_(std::max(1U, std::thread::hardware_concurrency() / 2)) {}
 
 LoginQueue::Rank LoginQueue::Address::rank() const
 {
@@ -70,7 +67,7 @@ std::chrono::milliseconds LoginQueue::Place::noteWrong()
     if (address_.rank() != Suspect) address_.wrong = 0;
     ++address_.wrong;
     address_.suspectUntil = std::chrono::steady_clock::now() + std::chrono::minutes(1);
-    queue_.workers_.withdraw(address_, mostOfSuspect);
+    queue_.turns_.refuse(&address_, mostOfSuspect);
     return std::chrono::milliseconds(200U << std::min(address_.wrong, 5U));
 }
 

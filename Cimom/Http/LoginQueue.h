@@ -1,7 +1,7 @@
 // Who may have a password checked, and in which order.
 #pragma once
 
-#include "Http/Workers.h"
+#include "Http/Turns.h"
 
 #include <array>
 #include <chrono>
@@ -22,7 +22,7 @@ class LoginQueue
     struct Address;
 
 public:
-    explicit LoginQueue(std::function<void()> wake);
+    LoginQueue();
 
     /// A place in the queue, held as long as this object lives.
     class Place
@@ -33,7 +33,7 @@ public:
         Place& operator=(const Place&) = delete;
         ~Place();
 
-        Workers::Party& party() const { return address_; }
+        Turns::Party& party() const { return address_; }
         unsigned rank() const { return rank_; }
         void noteRight();
         /// Notes a wrong password; returns how long the answer is to be held back: the longer, the
@@ -48,8 +48,8 @@ public:
 
     /// A place for a login from that address; null when too many wait.
     std::unique_ptr<Place> enter(const std::string& address);
-    /// The threads that compute the hashes.
-    Workers& workers() { return workers_; }
+    /// Of those that have a place, to compute a hash.
+    Turns& turns() { return turns_; }
 
 private:
     using Time = std::chrono::steady_clock::time_point;
@@ -60,7 +60,7 @@ private:
         Suspect,
         Ranks
     };
-    struct Address : Workers::Party
+    struct Address : Turns::Party
     {
         Rank rank() const;
 
@@ -75,7 +75,7 @@ private:
 
     std::map<std::string, Address> addresses_;
     std::array<unsigned, Ranks> pending_{};  ///< addresses
-    Workers workers_;
+    Turns turns_;
 };
 
 }  // namespace cimom

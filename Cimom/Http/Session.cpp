@@ -9,6 +9,7 @@
 #include <boost/asio/write.hpp>
 #include <malloc.h>
 #include <new>
+#include <sys/socket.h>
 #include <utility>
 
 namespace cimom
@@ -21,6 +22,7 @@ using boost::system::system_error;
 namespace
 {
 
+const char* const shuttingDown = "The server is shutting down.";
 constexpr std::size_t readSize = 4096;  // of a connection that may be idle for long
 constexpr std::size_t bodyReadSize = 65536;
 constexpr std::size_t smallBody = 65536;               // needs nothing of the budget
@@ -35,17 +37,10 @@ template <class Start>
 class Transfer
 {
 public:
-    explicit Transfer(Start start) : start_(std::move(start)) {}
+    Transfer(ServerState& server, Start start) : server_(server), start_(std::move(start)) {}
 
     bool await_ready() const noexcept { return false; }
-    void await_suspend(std::coroutine_handle<> caller)
-    {
-        start_([this, caller](const error_code& error, std::size_t size = 0) {
-            error_ = error;
-            size_ = size;
-            caller.resume();
-        });
-    }
+    void await_suspend(std::coroutine_handle<> caller) { start_(Handler{this, caller}); }
     std::size_t await_resume() const
     {
         if (error_) throw system_error(error_);
@@ -53,57 +48,61 @@ public:
     }
 
 private:
+    struct Handler
+    {
+        void operator()(const error_code& error, std::size_t size = 0) const
+        {
+            ServerState& server = transfer->server_;
+            const std::lock_guard<std::mutex> lock(server.mutex);
+            transfer->error_ = error;
+            transfer->size_ = size;
+            server.resume(caller);
+        }
+        /// What is over at once goes on in the thread that began it.
+        friend bool asio_handler_is_continuation(Handler*) { return true; }
+
+        Transfer* transfer;
+        std::coroutine_handle<> caller;
+    };
+
+    ServerState& server_;
     Start start_;
     error_code error_;
     std::size_t size_ = 0;
 };
 
-/// Awaits a step that a worker runs. Returns whether it was run; throws what the step throws.
-template <class Step>
-class Blocking final : Workers::Job
+/// While it lives, others may use the connections, and this one is not destroyed.
+class Busy
 {
 public:
-    Blocking(Workers& workers, Workers::Party& party, unsigned rank, bool& blocked, Step step)
-        : Job(party, rank), workers_(workers), blocked_(blocked), step_(std::move(step))
+    Busy(ServerState& server, bool& flag) : server_(server), flag_(flag)
     {
+        server_.needThread();
+        ++server_.busy;
+        flag_ = true;
+        server_.mutex.unlock();
     }
-
-    bool await_ready() const noexcept { return false; }
-    void await_suspend(std::coroutine_handle<> caller)
+    Busy(const Busy&) = delete;
+    Busy& operator=(const Busy&) = delete;
+    ~Busy()
     {
-        caller_ = caller;
-        blocked_ = true;
-        workers_.add(*this);
-    }
-    bool await_resume() const
-    {
-        if (error_) std::rethrow_exception(error_);
-        return !wasWithdrawn();
+        server_.mutex.lock();
+        flag_ = false;
+        --server_.busy;
     }
 
 private:
-    void run() noexcept override
-    {
-        try {
-            step_();
-        } catch (...) {
-            error_ = std::current_exception();
-        }
-    }
-    void resume() override
-    {
-        blocked_ = false;
-        caller_.resume();
-    }
-
-    Workers& workers_;
-    bool& blocked_;
-    Step step_;
-    std::coroutine_handle<> caller_;
-    std::exception_ptr error_;
+    ServerState& server_;
+    bool& flag_;
 };
 
 }  // namespace
+
+void ServerState::resume(std::coroutine_handle<> coroutine)
+{
+    coroutine.resume();
+    if (operations.hasNext() || logins.turns().hasNext()) giveTurns();
+}
 
 struct Session::Tls
 {
@@ -150,17 +149,12 @@ Session::Session(ServerState& server, Socket socket, const std::string& peer)
 
 Session::~Session() = default;
 
-void Session::start()
-{
-    task_.start();
-}
-
 bool Session::isOver(Time now) const
 {
     if (task_.hasEnded()) return true;
     // Without memory, Boost.Asio can drop an operation: the coroutine waits for ever. What is not
     // dropped has ended long before, as its socket is closed.
-    return stage_ == Stage::Ended && !blocked_ && now > deadline_ + cancelTime;
+    return stage_ == Stage::Ended && !busy_ && now > deadline_ + cancelTime;
 }
 
 void Session::end(int status, const std::string& detail)
@@ -171,36 +165,44 @@ void Session::end(int status, const std::string& detail)
     const bool canTell = status != 0 && !tls_ && waitsForReply;
     stage_ = Stage::Ended;
     deadline_ = std::chrono::steady_clock::now();
-    if (canTell) sendAtOnce(socket_, status, detail);
-    error_code ignored;
-    socket_.close(ignored);
+    // By the system's calls: a read or write may be under way on another thread, and ends so.
+    if (canTell) {
+        refuse(socket_.native_handle(), status, detail);
+    } else {
+        ::shutdown(socket_.native_handle(), SHUT_RDWR);
+    }
     timer_.cancel();
 }
 
 void Session::endWhenLate(Time now)
 {
-    const bool isOurs = stage_ == Stage::Checking || isWorking();
+    const bool isOurs = busy_ || stage_ == Stage::Checking || stage_ == Stage::Working;
     if (isOurs || now < deadline_) return;
     end(408, "");
 }
 
-void Session::sendAtOnce(Socket& socket, int status, const std::string& detail)
+void Session::refuse(int socket, int status, const std::string& detail)
 {
-    error_code ignored;
     const std::string reply = headText(plainReply(status, detail, true), "Content-Length: 0\r\n");
-    socket.non_blocking(true, ignored);
-    socket.write_some(asio::buffer(reply), ignored);
-    socket.shutdown(Socket::shutdown_send, ignored);
+    ::send(socket, reply.data(), reply.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+    ::shutdown(socket, SHUT_RDWR);
     // Unread bytes would take the reply from the peer.
     std::array<char, 4096> unread;
-    for (unsigned part = 0; part < 64 && !ignored; ++part)
-        socket.read_some(asio::buffer(unread), ignored);
+    for (unsigned part = 0; part < 64; ++part) {
+        if (::recv(socket, unread.data(), unread.size(), MSG_DONTWAIT) <= 0) return;
+    }
+}
+
+/// Throws when its end has been brought about.
+void Session::checkOpen() const
+{
+    if (stage_ == Stage::Ended) throw system_error(asio::error::operation_aborted);
 }
 
 /// Notes what it is at, and until when that may take.
 void Session::enter(Stage stage, std::size_t replySize)
 {
-    if (stage_ == Stage::Ended) throw system_error(asio::error::operation_aborted);
+    checkOpen();
     const ConnectionLimits& limits = server_.options.connections;
     stage_ = stage;
     deadline_ = std::chrono::steady_clock::now() +
@@ -213,15 +215,21 @@ void Session::accept(const std::string& user)
 {
     if (party_) return;
     if (server_.users) owner_ = "user " + user;
-    std::shared_ptr<Workers::Party>& party = server_.parties[owner_];
-    if (!party) party = std::make_shared<Workers::Party>();
+    std::shared_ptr<Turns::Party>& party = server_.parties[owner_];
+    if (!party) party = std::make_shared<Turns::Party>();
     party_ = party;
+}
+
+template <class Start>
+auto Session::transfer(Start start)
+{
+    return Transfer<Start>(server_, std::move(start));
 }
 
 template <class Buffers>
 auto Session::read(const Buffers& buffers)
 {
-    return Transfer([this, buffers](auto handler) {
+    return transfer([this, buffers](auto handler) {
         tls_ ? tls_->stream.async_read_some(buffers, handler)
              : socket_.async_read_some(buffers, handler);
     });
@@ -230,16 +238,26 @@ auto Session::read(const Buffers& buffers)
 template <class Buffers>
 auto Session::write(const Buffers& buffers)
 {
-    return Transfer([this, buffers](auto handler) {
+    return transfer([this, buffers](auto handler) {
         tls_ ? asio::async_write(tls_->stream, buffers, handler)
              : asio::async_write(socket_, buffers, handler);
     });
 }
 
+/// Does what takes long when it has its turn for that; `wasRun` tells whether it got one.
 template <class Step>
-auto Session::run(Workers& workers, Workers::Party& party, unsigned rank, Step step)
+Task Session::run(Stage stage, Turns& turns, Turns::Party& party, unsigned rank, bool& wasRun,
+                  Step step)
 {
-    return Blocking<Step>(workers, party, rank, blocked_, std::move(step));
+    Turns::Turn turn(turns, party, rank);
+    busy_ = true;
+    wasRun = co_await turn;
+    busy_ = false;
+    checkOpen();
+    if (!wasRun) co_return;
+    if (stage_ != stage) enter(stage);
+    const Busy busy(server_, busy_);
+    step();
 }
 
 Task Session::readSome(std::size_t most)
@@ -254,7 +272,7 @@ Task Session::serve()
 {
     try {
         if (tls_) {
-            co_await Transfer([this](auto handler) {
+            co_await transfer([this](auto handler) {
                 tls_->stream.async_handshake(asio::ssl::stream_base::server, handler);
             });
         }
@@ -296,8 +314,7 @@ Task Session::receive(Exchange& x)
     enter(Stage::Checking);
     x.isHttp10 = head.isHttp10;
     x.keepAlive = head.keepAlive;
-    x.reply = server_.stopping ? plainReply(503, "The server is shutting down.", true)
-                               : refuseAtOnce(head);
+    x.reply = server_.stopping ? plainReply(503, shuttingDown, true) : refuseAtOnce(head);
     if (!x.reply) co_await authenticate(x, head);
     if (!x.reply) x.reply = refuseFields(head);
     const std::string* expectation = head.field("Expect");
@@ -366,10 +383,11 @@ Task Session::checkPassword(Exchange& x, const Credentials& credentials)
     x.request.user = user;
     if (users->isRemembered(user, password)) co_return;
     const auto place = server_.logins.enter(peer_);
-    bool isRight = false;
-    const bool wasChecked =
-        place && co_await run(server_.logins.workers(), place->party(), place->rank(),
-                              [&] { isRight = users->check(user, password); });
+    bool isRight = false, wasChecked = false;
+    if (place) {
+        co_await run(Stage::Checking, server_.logins.turns(), place->party(), place->rank(),
+                     wasChecked, [&] { isRight = users->check(user, password); });
+    }
     if (!wasChecked) {
         x.reply = plainReply(503, "Too many logins of this address wait. Try again.");
         x.reply->fields.emplace_back("Retry-After", "1");
@@ -380,20 +398,16 @@ Task Session::checkPassword(Exchange& x, const Credentials& credentials)
                         ": user " + percentEncoded(user.substr(0, 64)));
         x.reply = unauthorizedReply(server_.options.hostName, "");
         timer_.expires_after(place->noteWrong());
-        co_await Transfer([this](auto handler) { timer_.async_wait(handler); });
+        co_await transfer([this](auto handler) { timer_.async_wait(handler); });
     }
 }
 
 Task Session::operate(Exchange& x)
 {
-    if (server_.stopping) {
-        x.reply = plainReply(503, "The server is shutting down.", true);
-        co_return;
-    }
     accept(x.request.user);
-    enter(Stage::Working);
     std::string failure;
-    co_await run(server_.operations, *party_, 0, [&] {
+    bool wasRun = false;
+    const auto operation = [&] {
         try {
             x.reply = httpReply(server_.handler(x.request));
         } catch (const std::bad_alloc&) {
@@ -402,8 +416,12 @@ Task Session::operate(Exchange& x)
             failure = toUtf8(currentError().getMessage());
         }
         x.request = CimRequest();
-    });
-    if (!x.reply) {
+    };
+    if (!server_.stopping)
+        co_await run(Stage::Working, server_.operations, *party_, 0, wasRun, operation);
+    if (!wasRun) {
+        x.reply = plainReply(503, shuttingDown, true);
+    } else if (!x.reply) {
         server_.log.add("internal error: " + failure);
         x.reply = plainReply(500, "Internal error.", true);
     }
@@ -454,11 +472,12 @@ Task Session::sendPieces(HttpReply& reply, std::string head, bool isChunked)
         total += reply.body.size();
         head.clear();
         reply.body.clear();
-        co_await run(server_.operations, *party_, 0, [&] {
+        bool wasRun = false;
+        co_await run(Stage::Sending, server_.operations, *party_, 0, wasRun, [&] {
             isLast = !reply.rest(reply.body);
             if (isLast) reply.rest = nullptr;
         });
-        if (stage_ == Stage::Ended) throw system_error(asio::error::operation_aborted);
+        if (!wasRun) co_return;
         deadline_ +=
             std::chrono::seconds(reply.body.size() / server_.options.connections.slowestReader);
     }
@@ -471,14 +490,14 @@ Task Session::close()
 {
     enter(Stage::Closing);
     if (tls_) {
-        co_await Transfer([this](auto handler) {
+        co_await transfer([this](auto handler) {
             tls_->stream.async_shutdown([handler](const error_code&) mutable { handler({}); });
         });
     }
     socket_.shutdown(Socket::shutdown_send);
     input_.resize(bodyReadSize);
     for (std::size_t came = 0; came < 4 * server_.options.maxBody;) {
-        came += co_await Transfer(
+        came += co_await transfer(
             [this](auto handler) { socket_.async_read_some(asio::buffer(input_), handler); });
     }
 }

@@ -8,22 +8,26 @@
 #include "Http/MemoryBudget.h"
 #include "Http/PasswordFile.h"
 #include "Http/Task.h"
-#include "Http/Workers.h"
+#include "Http/Turns.h"
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <openssl/types.h>
 #include <string>
 
 namespace cimom
 {
 
-/// What the connections of a server share. Used by their one thread alone.
+/// What the connections of a server share.
 struct ServerState
 {
+    /// Held by whoever uses a connection or what is in here; not during operations and hashes. Each
+    /// thread works on one connection until that waits, so that one lock costs less than many.
+    std::mutex mutex;
     HttpOptions options;
     HttpServer::Handler handler;
     LimitedLog log;
@@ -31,9 +35,15 @@ struct ServerState
     std::shared_ptr<SSL_CTX> certificate;       ///< of new connections; null: plain HTTP
     MemoryBudget memory;
     LoginQueue logins;
-    Workers operations;
-    std::map<std::string, std::shared_ptr<Workers::Party>> parties;  ///< of operations, by owner
+    Turns operations;
+    std::map<std::string, std::shared_ptr<Turns::Party>> parties;  ///< of operations, by owner
+    std::function<void()> needThread;  ///< called before a thread does what takes long
+    std::function<void()> giveTurns;   ///< called when one can be given
+    unsigned busy = 0;                 ///< threads that do what takes long
     bool stopping = false;
+
+    /// Goes on with a coroutine until it waits, which may give others a turn.
+    void resume(std::coroutine_handle<>);
 };
 
 /// What a connection is at. New: no request has come yet; Idle: the last one is answered;
@@ -65,8 +75,8 @@ public:
     Session& operator=(const Session&) = delete;
     ~Session();
 
-    /// Begins to serve it.
-    void start();
+    /// Serves it, from its first resumption on.
+    std::coroutine_handle<> coroutine() const { return task_.handle(); }
     /// Ends it. A plain peer that waits for a reply gets this status, unless it is 0.
     void end(int status, const std::string& detail);
     /// Ends it when its client is too slow.
@@ -75,7 +85,6 @@ public:
     bool isOver(Time now) const;
 
     Stage stage() const { return stage_; }
-    bool isWorking() const { return stage_ == Stage::Working || blocked_; }
     /// An operation has been begun: the peer may use the server.
     bool isAccepted() const { return party_ != nullptr; }
     const std::string& peer() const { return peer_; }
@@ -83,8 +92,8 @@ public:
     const std::string& owner() const { return owner_; }
     Time deadline() const { return deadline_; }
 
-    /// Sends a refusal as far as that is possible at once.
-    static void sendAtOnce(Socket&, int status, const std::string& detail);
+    /// Sends a refusal as far as that is possible at once, and ends the connection.
+    static void refuse(int socket, int status, const std::string& detail);
 
 private:
     struct Exchange;
@@ -107,23 +116,26 @@ private:
     auto read(const Buffers&);
     template <class Buffers>
     auto write(const Buffers&);
+    template <class Start>
+    auto transfer(Start);
     template <class Step>
-    auto run(Workers&, Workers::Party&, unsigned rank, Step);
+    Task run(Stage, Turns&, Turns::Party&, unsigned rank, bool& wasRun, Step);
 
+    void checkOpen() const;
     void enter(Stage, std::size_t replySize = 0);
     void accept(const std::string& user);
 
     ServerState& server_;
     const std::string peer_;
     std::string owner_;
-    std::shared_ptr<Workers::Party> party_;
+    std::shared_ptr<Turns::Party> party_;
     Socket socket_;
     std::unique_ptr<Tls> tls_;
     boost::asio::steady_timer timer_;
     std::string input_;  ///< what has come and is not used yet
     Stage stage_ = Stage::New;
     Time deadline_;
-    bool blocked_ = false;     ///< waits for a worker
+    bool busy_ = false;        ///< does, or waits for a turn to do, what takes long
     bool hasAsked_ = false;    ///< a request has come
     bool keepsAlive_ = false;  ///< another request may follow
     unsigned refusals_ = 0;    ///< operations denied in a row

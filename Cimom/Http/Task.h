@@ -8,9 +8,9 @@
 namespace cimom
 {
 
-/// A coroutine, owned by this object: its frame lives as long. It starts when it is awaited, or by
-/// start(); what it throws, whoever awaits it gets. Its own few lines rather than Boost.Asio's
-/// awaitable: that ends the process when there is no memory for one of its operations.
+/// A coroutine, owned by this object: its frame lives as long. It starts when it is awaited, or its
+/// handle is resumed; what it throws, whoever awaits it gets. Its own few lines rather than
+/// Boost.Asio's awaitable: that ends the process when there is no memory for one of its operations.
 class [[nodiscard]] Task
 {
 public:
@@ -50,7 +50,7 @@ public:
         if (handle_) handle_.destroy();
     }
 
-    void start() { handle_.resume(); }
+    std::coroutine_handle<> handle() const { return handle_; }
     bool hasEnded() const { return handle_.done(); }
 
     bool await_ready() const noexcept { return false; }
