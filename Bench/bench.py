@@ -10,11 +10,9 @@ import sys
 import tempfile
 import time
 
-import load
-import make_array
-
-sys.path.append(str(pathlib.Path(__file__).resolve().parents[1] / "Demo"))
-from server import ROOT, command, environment, password_file
+from Bench import load
+from qbx_support import arrays
+from qbx_support.server import ROOT, command, environment, password_file
 
 CALLGRIND = ("valgrind", "-q", "--tool=callgrind", "--instr-atstart=no")
 COUNTED = (load.LARGEST, "EnumerateInstances QBX_CageSensor", "EnumerateInstanceNames QBX_Magazine")
@@ -27,7 +25,7 @@ COUNTED += ("GetInstance QBX_Magazine, middle", "GetInstance QBX_SystemPackage, 
 def array_file(records, shape):
     with tempfile.TemporaryDirectory(prefix="qbx-bench-") as folder:
         file = pathlib.Path(folder, "array.json")
-        file.write_text(json.dumps(make_array.array(records, shape)))
+        file.write_text(json.dumps(arrays.large(records, shape)))
         time.sleep(3)  # a file that has just been written is read at every query
         yield file
 

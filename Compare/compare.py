@@ -14,10 +14,11 @@ import time
 import urllib.parse
 import xml.etree.ElementTree as ElementTree
 
-from suite import DATA, NAMESPACE, OWN, ROOT, Suite
-
-from questions import ask, question, request
-from server import Server, StartError
+from Compare.suite import NAMESPACE, OWN, ROOT, Suite
+from qbx_support.cimxml import http_request, request
+from qbx_support.exchanges import FOLDER
+from qbx_support.raw import send
+from qbx_support.server import Server, StartError
 
 SECONDS = 5  # some questions are never answered by some servers
 INTEROP = ("root/PG_InterOp", "root/interop", "interop")
@@ -97,13 +98,13 @@ class Side:
 
     def told(self, operation, namespace, **given):
         """The body of the reply to a question of the administrator."""
-        asked = question(operation, namespace=namespace, **given)
+        asked = request(operation, namespace=namespace, **given)
         try:
-            reply = ask(self.url, request(asked, "admin"), SECONDS)
+            reply = send(self.url, http_request(asked, "admin"), SECONDS)
         except (OSError, ValueError) as error:
             sys.exit(f"qbx compare: {self.url} does not answer: {error}")
-        if " 200 " not in reply.line:
-            sys.exit(f"qbx compare: {self.url} refuses the user admin: {reply.line}")
+        if " 200 " not in reply.status_line:
+            sys.exit(f"qbx compare: {self.url} refuses the user admin: {reply.status_line}")
         return reply.body
 
     def objects(self, operation, name, namespace=NAMESPACE):
@@ -134,12 +135,12 @@ class Side:
     def answer(self, said):
         """The lines of the answer to a request."""
         try:
-            reply = ask(self.url, said, SECONDS)
+            reply = send(self.url, said, SECONDS)
         except TimeoutError:
             return [f"no answer in {SECONDS} seconds"]
         except (OSError, ValueError, IndexError) as error:
             return [f"no answer: {type(error).__name__}"]
-        found = [reply.line, *(f"{name}: {value}" for name, value in reply.fields.items())]
+        found = [reply.status_line, *(f"{name}: {value}" for name, value in reply.fields.items())]
         found = [re.sub('realm=".*"', 'realm="HOST"', each) for each in found]
         try:
             found += lines(ElementTree.fromstring(reply.body)) if reply.body else ["no body"]
@@ -218,7 +219,7 @@ def known():
     return json.loads(KNOWN.read_text(encoding="utf-8")) + [
         {"reason": each["why"], "questions": f"^exchange ({'|'.join(each['ours'])})$"}
         | {"embedded": "", "other": ""}
-        for each in json.loads((DATA / "deviations.json").read_text(encoding="utf-8"))
+        for each in json.loads((FOLDER / "deviations.json").read_text(encoding="utf-8"))
     ]
 
 

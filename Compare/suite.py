@@ -1,15 +1,11 @@
 """What `./qbx compare` asks: all operations on all classes, with flags, filters, users, faults."""
 
 import itertools
-import pathlib
 import re
-import sys
 
-ROOT = pathlib.Path(__file__).resolve().parents[1]
-sys.path += [str(ROOT / "Demo"), str(ROOT / "Tests" / "Wire")]
-from questions import instance_name, login, question, request  # noqa: E402
-from raw import DATA, recorded  # noqa: E402
-from server import NAMESPACE, SAMPLE_FIRMWARE, USERS  # noqa: E402
+from qbx_support import exchanges
+from qbx_support.cimxml import authorization, http_request, instance_name, request
+from qbx_support.server import NAMESPACE, ROOT, SAMPLE_FIRMWARE, USERS
 
 CAGE, MAGAZINE, CARD = "QBX_DriveCage", "QBX_Magazine", "QBX_CageInterfaceCard"
 FAMILIES = ["", "DC1Family", "DC2Family", "DC3Family"]
@@ -102,15 +98,15 @@ class Suite:
             namespace != NAMESPACE
         )
         sent = {name: parameter(name, value) for name, value in given.items()}
-        self.add(words, user, question(method, namespace=namespace, **sent))
+        self.add(words, user, request(method, namespace=namespace, **sent))
 
     def add(self, words, user, asked):
         words += [f"as {user}"] * (user != "admin")
-        self.asked.append((" ".join(words), request(asked, user)))
+        self.asked.append((" ".join(words), http_request(asked, user)))
 
     def invoke(self, path, method, given, user="admin"):
         words = [method, shown(path), *(f"{name}={value}" for name, value in given)]
-        self.add(words, user, question(method, path, **dict(given)))
+        self.add(words, user, request(method, path, **dict(given)))
 
     def modify(self, path, values, user="admin", **more):
         """A change of an instance; a value is given with its type."""
@@ -122,7 +118,7 @@ class Suite:
         given = f"<VALUE.NAMEDINSTANCE>{instance_name(path)}{given}</VALUE.NAMEDINSTANCE>"
         sent = {name: parameter(name, value) for name, value in more.items()}
         words = ["ModifyInstance", shown(path), str(values), *map(shown, more.values())]
-        self.add(words, user, question("ModifyInstance", ModifiedInstance=given, **sent))
+        self.add(words, user, request("ModifyInstance", ModifiedInstance=given, **sent))
 
     def schema(self):
         for deep in (False, True):
@@ -259,9 +255,9 @@ class Suite:
 
     def exchanges(self):
         """Requests with a fault or an oddity in HTTP or XML, of a user; and who may not ask."""
-        admin = f"\nAuthorization: {login('admin', 'admin')}\r\n".encode()
-        for name in sorted({path.stem for path in DATA.glob("*.txt")} - KILLS - SLOW):
-            said = recorded(name)[0]
+        admin = f"\nAuthorization: {authorization('admin', 'admin')}\r\n".encode()
+        for name in sorted(set(exchanges.names()) - KILLS - SLOW):
+            said = exchanges.recorded(name)[0]
             if not name.startswith("auth_"):
                 said = said.replace(b"\n", admin, 1)
             self.asked.append((f"exchange {name}", said))

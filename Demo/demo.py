@@ -7,11 +7,11 @@ import shutil
 import sys
 import time
 
-from clients import Pywbem, Refused, Wbemcli
-from server import SAMPLE_FIRMWARE, Server, StartError
+from qbx_support.arrays import element_path
+from qbx_support.clients import ErrorResponse, Pywbem, Wbemcli
+from qbx_support.server import SAMPLE_FIRMWARE, Server, StartError
 
 MAX_LINES = 12
-FAMILIES = {"JB_JBOD": "DC1", "JB_KBOD": "DC1", "JB_LBOD": "DC2", "JB_MBOD": "DC2", "JB_DC3": "DC3"}
 STATUS = {"API_STATE_OK": 2, "API_STATE_DEGRADED": 3}
 MEANING = {"2": "OK", "3": "degraded"}
 ON_LOOP, OFF_LOOP, FIRMWARE_MISSING = 1, 2, 20  # codes of the simulated array
@@ -42,9 +42,9 @@ class Tour:
         try:
             operation()
             self.show(asked, ["(an answer, though it should have been refused)"], False)
-        except Refused as refusal:
-            is_right = refusal.code == code and text in (None, refusal.text)
-            self.show(asked, [f"refused, code {refusal.code}: {refusal.text}"], is_right)
+        except ErrorResponse as error:
+            is_right = error.code == code and text in (None, error.text)
+            self.show(asked, [f"refused, code {error.code}: {error.text}"], is_right)
 
 
 class Sample:
@@ -70,14 +70,8 @@ def sensors(record):
     return [each for each in record.get("lbod", record).get("sensors", []) if each]
 
 
-def element(base, record, kind="type"):
-    """The path of a cage or a card, whose class is that of the cage's family, or of a magazine."""
-    name = base if base == "QBX_Magazine" else f"{base}{FAMILIES[record[kind]]}Family"
-    return (name, {"CreationClassName": name, "Tag": record["deviceID"]})
-
-
 def cage_path(cage):
-    return element("QBX_DriveCage", cage)
+    return element_path("QBX_DriveCage", cage)
 
 
 def target(path):
@@ -196,13 +190,13 @@ def act(tour, server, sample):
     asked = f"wbemcli gp {target(path)} LocateON   (when the seconds are over)"
     hand.watch(path, asked, {"LocateON": False})
     first = next(each for each in sample.cards if each["parentDeviceID"] == tag)
-    card = element("QBX_CageInterfaceCard", first, "cageType")
+    card = element_path("QBX_CageInterfaceCard", first, "cageType")
     lights = {"LoopALocateON": [False, True]}
     hand.call(card, "Locate", [("LocateTimer", 60), ("Port", 1)], lights, note="   (of one port)")
 
     tour.title("Taking a magazine off loop A, and on again")
     first = next(each for each in sample.magazines if each["parentDeviceID"] == tag)
-    magazine = element("QBX_Magazine", first)
+    magazine = element_path("QBX_Magazine", first)
     hand.call(magazine, "Locate", [("LocateTimer", 60)], {"LocateON": True})
     for is_on, state in ((False, OFF_LOOP), (True, ON_LOOP)):
         loop = [("IsOnloop", is_on), ("IsPortA", True)]
@@ -227,8 +221,8 @@ def list_others(tour, server, sample):
     """The other element classes."""
     client = Wbemcli(server)
     tour.title("What else is there?")
-    cards = [element("QBX_CageInterfaceCard", each, "cageType") for each in sample.cards]
-    magazines = [element("QBX_Magazine", each) for each in sample.magazines]
+    cards = [element_path("QBX_CageInterfaceCard", each, "cageType") for each in sample.cards]
+    magazines = [element_path("QBX_Magazine", each) for each in sample.magazines]
     for name, expected in (("QBX_CageInterfaceCard", cards), ("QBX_Magazine", magazines)):
         got = sorted(client.names(name))
         tour.show(
@@ -328,7 +322,7 @@ def main():
                 print("\npywbem is not to be had here: its half of the tour is left out")
             else:
                 look_around(tour, client, sample)
-    except (StartError, Refused) as error:
+    except (StartError, ErrorResponse) as error:
         sys.exit(f"qbx demo: {error}")
     if tour.failures:
         sys.exit(f"\n{tour.failures} answers were not the expected ones.")

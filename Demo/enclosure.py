@@ -6,7 +6,7 @@
 import subprocess
 import sys
 
-from server import ROOT, Server, StartError
+from qbx_support.server import ROOT, Server, StartError
 
 
 def main(build, *words):

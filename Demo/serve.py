@@ -9,7 +9,8 @@ import signal
 import subprocess
 import sys
 
-from server import SAMPLE_ARRAY, StartError, USERS, command, environment, password_file
+from qbx_support.server import SAMPLE_ARRAY, USERS, StartError
+from qbx_support.server import command, environment, password_file
 
 
 def array_is_good(build, array):

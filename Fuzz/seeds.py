@@ -7,23 +7,20 @@ import re
 import sys
 import urllib.parse
 
-PROJECT = pathlib.Path(__file__).resolve().parents[1]
-TESTS = PROJECT / "Tests"
-sys.path.append(str(TESTS / "Wire"))
-import run  # noqa: E402, F401
-from arrayfile import Array  # noqa: E402
-from questions import questions  # noqa: E402
-from raw import DATA, recorded  # noqa: E402
+from qbx_support import arrays, exchanges
+from qbx_support.cimxml import all_requests
+from qbx_support.server import ROOT, SAMPLE_ARRAY
 
-SIMULATOR = PROJECT / "StorageApi" / "simulator"
+TESTS = ROOT / "Tests"
+SIMULATOR = SAMPLE_ARRAY.parent
 
 
 def files(*patterns):
-    return [path.read_bytes() for each in patterns for path in sorted(PROJECT.glob(each))]
+    return [path.read_bytes() for each in patterns for path in sorted(ROOT.glob(each))]
 
 
-def exchanges():
-    return [recorded(path.stem)[0] for path in sorted(DATA.glob("*.txt"))]
+def recorded_requests():
+    return [exchanges.recorded(name)[0] for name in exchanges.names()]
 
 
 def cases(folder):
@@ -37,10 +34,11 @@ def service():
     """Recorded requests, and good ones to the module."""
     fields = "User: admin\nCIMMethod: {}\nCIMObject: {}\n\n{}"
     found = {}
-    for each in questions(Array(SIMULATOR / "sample-array.json")):
-        kind = re.sub(">[^<]+<", "><", each[2])
+    paths = list(arrays.element_paths(json.loads(SAMPLE_ARRAY.read_text(encoding="utf-8"))))
+    for each in all_requests(paths, arrays.ASSOCIATIONS):
+        kind = re.sub(">[^<]+<", "><", each.body)
         found.setdefault(kind, fields.format(*each).encode())  # one for each class
-    for said in exchanges():
+    for said in recorded_requests():
         head, _, body = said.partition(b"\r\n\r\n")
         kept = re.findall(rb"(?m)^CIM(?!Operation).*$", head)
         kept = urllib.parse.unquote_to_bytes(b"\n".join(each.strip() for each in kept))
@@ -71,7 +69,7 @@ def array_files():
     faults = json.loads((TESTS / "StorageApi" / "faults.json").read_text())
     found += [text.encode() for text, _ in faults["files"]]
     found.append(b'{"locations": [{"cage": "good", "from": "l", "to": "hex:E4"}]}')
-    sample = json.loads((SIMULATOR / "sample-array.json").read_text())
+    sample = json.loads(SAMPLE_ARRAY.read_text())
     records = {
         (kind, each.get("type", each.get("cageType"))): each
         for kind in ("cages", "cagesPS", "magazines", "fcals")
@@ -92,7 +90,7 @@ def main():
     targets = {
         "array": array_files(),
         "cimxml": service(),
-        "http": exchanges(),
+        "http": recorded_requests(),
         "mof": cases("Mof") + cases("Repository") + files("Schema/*.mof", "Tests/Cimom/**/*.mof"),
         "text": texts(),
     }

@@ -3,7 +3,11 @@ option(QBX_WERROR "Treat warnings as errors" OFF)
 set(QBX_SANITIZE "" CACHE STRING "Sanitizers for all targets, e.g. address,undefined or thread")
 
 add_library(qbx_build_options INTERFACE)
-target_compile_options(qbx_build_options INTERFACE -Wall -Wextra -Wpedantic)
+target_compile_options(qbx_build_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
+  # Of Clang, -Wconversion takes in changes of sign too; GCC's, in C++, does not.
+  $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-Wno-sign-conversion>
+  $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast> $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
+  $<$<COMPILE_LANGUAGE:CXX>:-Woverloaded-virtual>)
 if(QBX_WERROR)
   target_compile_options(qbx_build_options INTERFACE -Werror)
 endif()

@@ -18,9 +18,9 @@ import unittest
 import urllib.request
 from xml.etree import ElementTree
 
-import run
-from raw import started
-from server import ROOT, SAMPLE_ARRAY, SAMPLE_FIRMWARE, Server
+from qbx_support import testing
+from qbx_support.server import ROOT, SAMPLE_ARRAY, SAMPLE_FIRMWARE, Server
+from qbx_support.testing import started
 
 HERE = pathlib.Path(__file__).resolve().parent
 PROGRAM = ROOT / "Enclosure" / "qbx-enclosure"
@@ -200,7 +200,7 @@ class OnEveryKind(Case):
 
     @classmethod
     def setUpClass(cls):
-        cls.server = run.open_server()
+        cls.server = testing.open_server()
         cls.addClassCleanup(cls.server.close)
         cls.url = login(cls.server.url)
 
@@ -263,5 +263,5 @@ if __name__ == "__main__":
     missing = [each for each in LIBRARIES if not importlib.util.find_spec(each)]
     if missing:
         print(f"SKIPPED: {', '.join(missing)} cannot be imported (./qbx setup; pywbem is pip's)")
-        sys.exit(run.SKIPPED)
-    run.main()
+        sys.exit(testing.SKIPPED)
+    testing.main()

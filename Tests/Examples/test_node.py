@@ -9,9 +9,9 @@ import sys
 import tempfile
 import unittest
 
-import run
-from clients import Refused, Wbemcli
-from server import ROOT, SAMPLE_ARRAY, Server
+from qbx_support import testing
+from qbx_support.clients import ErrorResponse, Wbemcli
+from qbx_support.server import ROOT, SAMPLE_ARRAY, Server
 
 SOURCES = ROOT / "Examples" / "Node"
 SANITIZE = [f"-fsanitize={os.environ['QBX_SANITIZE']}"] if os.environ.get("QBX_SANITIZE") else []
@@ -66,7 +66,7 @@ class InstalledToolkit(unittest.TestCase):
             self.assertEqual(node["NetworkAddress"], f'"{array["nodeIPaddress"]}"')
             self.assertEqual(node["QuadPort"], "TRUE" if system["isQuadPort"] else "FALSE")
             self.assertEqual([(path, node)], client.instances("QBX_ExampleNode"))
-            with self.assertRaisesRegex(Refused, "Insufficient privilege for the user"):
+            with self.assertRaisesRegex(ErrorResponse, "Insufficient privilege for the user"):
                 Wbemcli(server, "blocked").names("QBX_ExampleNode")
             self.assertEqual(len(client.names("QBX_DriveCage")), len(array["cages"]))
 
@@ -101,4 +101,4 @@ class InstalledToolkit(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    run.main(needs="wbemcli")
+    testing.main(needs="wbemcli")

@@ -278,12 +278,11 @@ TEST_F(AssociationTest, EveryTraversalReachesTheOtherEnd)
         const bool isFromManager = row.isContainer && row.isCage;
         const bool isCage = row.object.find("DriveCage") == 0;  // of whatever family
         Texts others;
-        Texts associations;
+        Texts references;
         for (const std::string& each : row.others) {
             const CIMObjectPath other = at(each, isFromManager ? "server1" : "array1");
             others.push_back(str(other));
-            associations.push_back(
-                associationOf(its, isCage ? here : other, isCage ? other : here));
+            references.push_back(associationOf(its, isCage ? here : other, isCage ? other : here));
         }
         for (const std::string& operation : OPERATIONS) {
             SCOPED_TRACE(its.provider + "::" + operation + " " + str(object));
@@ -302,7 +301,7 @@ TEST_F(AssociationTest, EveryTraversalReachesTheOtherEnd)
             if (isFromManager && operation == "associators")
                 EXPECT_EQ(got.paths.at(0).find("QBX_SystemPackage"), 0u) << "without host";
             else
-                EXPECT_EQ(got.paths, isReferences(operation) ? associations : others);
+                EXPECT_EQ(got.paths, isReferences(operation) ? references : others);
             if (operation == "references") expectReferences();
         }
     }

@@ -64,9 +64,10 @@ bool isUpcall(const std::string& event)
 
 unsigned count(const Texts& events, const std::string& part)
 {
-    return std::count_if(events.begin(), events.end(), [&part](const std::string& event) {
+    const auto has = [&part](const std::string& event) {
         return event.find(part) != std::string::npos;
-    });
+    };
+    return static_cast<unsigned>(std::count_if(events.begin(), events.end(), has));
 }
 
 std::string textOf(const CIMInstance& instance)

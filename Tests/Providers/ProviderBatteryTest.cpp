@@ -95,9 +95,9 @@ TEST_P(ProviderBattery, IsCreatedByItsNameInAnyCaseWithoutACall)
 {
     const ProviderPtr exact = create(itsName);
     for (const std::string& name : {cased(itsName, std::tolower), cased(itsName, std::toupper)}) {
-        const ProviderPtr provider = create(name);
-        EXPECT_EQ(typeid(*provider), typeid(*exact));
-        EXPECT_NE(std::string(typeid(*provider).name()).find(itsName), std::string::npos);
+        const ProviderPtr other = create(name);
+        EXPECT_EQ(typeid(*other), typeid(*exact));
+        EXPECT_NE(std::string(typeid(*other).name()).find(itsName), std::string::npos);
     }
     for (const std::string& unknown :
          {itsName + " ", itsName + "X", itsName.substr(1), row.className, std::string()})
@@ -107,9 +107,9 @@ TEST_P(ProviderBattery, IsCreatedByItsNameInAnyCaseWithoutACall)
 
 TEST_P(ProviderBattery, InitializeForbidsTheUnloadAndFrames)
 {
-    const ProviderPtr provider = create(itsName);
+    const ProviderPtr created = create(itsName);
     CIMOMHandle handle;
-    provider->initialize(handle);
+    created->initialize(handle);
     Texts events = {"0: disallowProviderUnload", lineOf(itsName, "initialize<")};
     if (is("QBX_SysCageContainerProvider")) {
         events = Texts{"4: -->QBX_Common::enumerateInstanceNames()\n",

@@ -106,10 +106,10 @@ inline std::string lineOf(const std::string& provider, const std::string& key,
                           const Texts& arguments = {})
 {
     static const std::map<std::string, std::string> lines = [] {
-        std::map<std::string, std::string> lines;
+        std::map<std::string, std::string> texts;
         for (const Texts& row : table("traces", 3))
-            lines[row[0] + row[1]] = row[2];
-        return lines;
+            texts[row[0] + row[1]] = row[2];
+        return texts;
     }();
     std::string line = lines.at(provider + key);
     std::size_t from = 0;

@@ -5,10 +5,10 @@ import tempfile
 import time
 import unittest
 
-import run
 from arrayfile import CODES, Array
-from clients import Refused
-from server import SAMPLE_FIRMWARE, StartError
+from qbx_support import testing
+from qbx_support.clients import ErrorResponse
+from qbx_support.server import SAMPLE_FIRMWARE, StartError
 
 CAGES = ["QBX_DriveCage"] + [f"QBX_DriveCageDC{family}Family" for family in (1, 2, 3)]
 CARDS = ["QBX_CageInterfaceCard"] + [f"QBX_CageInterfaceCardDC{each}Family" for each in (1, 2, 3)]
@@ -37,10 +37,10 @@ class WireTest(unittest.TestCase):
 
     @classmethod
     def setUpClass(cls):
-        if reason := run.missing(cls.client_class.name):
+        if reason := testing.missing(cls.client_class.name):
             raise unittest.SkipTest(reason)
         try:
-            cls.server = run.open_server()
+            cls.server = testing.open_server()
         except StartError as error:
             raise AssertionError(str(error)) from error
         cls.addClassCleanup(cls.server.close)
@@ -61,7 +61,7 @@ class WireTest(unittest.TestCase):
 
     def assertRefused(self, status, text, operation, *arguments, **named):
         """That an operation is refused with a status, and a text (None: whatever) after its name."""
-        with self.assertRaises(Refused) as caught:
+        with self.assertRaises(ErrorResponse) as caught:
             operation(*arguments, **named)
         self.assertEqual(caught.exception.code, STATUS[status], caught.exception.text)
         if text is not None:
@@ -219,7 +219,7 @@ class Access(WireTest):
         for user, password in (("admin", "wrong"), ("admin", ""), ("nobody-at-all", "admin")):
             with self.subTest(user=user, password=password):
                 client = self.client_class(self.server, user, password)
-                with self.assertRaises(Refused) as caught:
+                with self.assertRaises(ErrorResponse) as caught:
                     client.names("QBX_DriveCage")
                 self.assertEqual(caught.exception.code, 401)
 
@@ -342,7 +342,7 @@ class Acting(WireTest):
 
     def test_a_changed_array_file_shows(self):
         file = self.server.array
-        if file == run.ARRAY:
+        if file == testing.ARRAY:
             self.skipTest("--array would say which file the server serves")
         self.addCleanup(file.write_text, file.read_text())
         contents = json.loads(file.read_text())

@@ -14,10 +14,10 @@ import sys
 import threading
 import time
 
-import run
-from arrayfile import Array
-from questions import fields, questions
-from server import Server
+from Tests.Wire.arrayfile import Array
+from qbx_support import testing
+from qbx_support.cimxml import all_requests, http_fields
+from qbx_support.server import Server
 
 LOGINS = ("admin", "admin", "operator", "viewer", "guest", "blocked")
 
@@ -26,7 +26,10 @@ class Soak:
     def __init__(self, server):
         self.server = server
         self.contents = json.loads(server.array.read_text(encoding="utf-8"))
-        self.questions = list(questions(Array(self.contents)))
+        array = Array(self.contents)
+        self.questions = list(
+            all_requests([each.path for each in array.everything()], array.associations)
+        )
         self.answers, self.unexpected = collections.Counter(), []
         self.lock, self.over = threading.Lock(), threading.Event()
 
@@ -37,7 +40,7 @@ class Soak:
         if is_damaged:
             place = random.randrange(len(body))
             body = body[:place] + random.choice(("", "<", "\x01", "ä" + body[place:]))
-        connection.request("POST", "/cimom", body.encode(), fields(method, target, user))
+        connection.request("POST", "/cimom", body.encode(), http_fields(method, target, user))
         reply = connection.getresponse()
         told = reply.read().decode()
         error = re.search(r'<ERROR CODE="(\d+)" DESCRIPTION="([^"]*)"', told)
@@ -125,7 +128,7 @@ def main():
     options = parser.parse_args()
     # What the server says at its end is to be the reason, such as a sanitizer's report.
     os.environ.update(QBX_LOG_LEVEL="0", TSAN_OPTIONS="halt_on_error=1")
-    server = Server(options.build, array=run.ARRAY)
+    server = Server(options.build, array=testing.ARRAY)
     server.log = None
     server.restart()
     is_sanitized = pathlib.Path(options.build).name != "release"

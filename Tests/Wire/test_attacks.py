@@ -3,13 +3,17 @@
 import base64
 import concurrent.futures
 import contextlib
+import os
 import pathlib
 import resource
 import subprocess
 import tempfile
 
-import run
-from raw import answer, connected, recorded, rest, server, started
+from qbx_support import testing
+from qbx_support.exchanges import recorded
+from qbx_support.raw import connected, exchange
+from qbx_support.server import program
+from qbx_support.testing import started
 
 KEPT = recorded("ok")[0]  # asks for the names of the one instance, and keeps the connection
 ASKED = KEPT.replace(b"\r\n", b"\r\nConnection: close\r\n", 1)
@@ -22,9 +26,9 @@ def memory(process):
     return int(pages) * resource.getpagesize()
 
 
-class Attacks(run.OwnTest):
+class Attacks(testing.EmbeddedServerTest):
     def assertServes(self, port, source="127.0.0.1"):
-        self.assertIn(b"<INSTANCENAME", answer(port, ASKED, source))
+        self.assertIn(b"<INSTANCENAME", exchange(port, ASKED, source))
 
     def test_large_bodies_when_memory_is_short(self):
         """40 bodies of 4 MB, of which 15 fit: those for which there is room are answered, the
@@ -40,7 +44,7 @@ class Attacks(run.OwnTest):
             resource.prlimit(process.pid, resource.RLIMIT_AS, (size + 60 * MEGA,) * 2)
             for _ in range(3):
                 with concurrent.futures.ThreadPoolExecutor(40) as pool:
-                    replies = [*pool.map(lambda _: answer(port, said), range(40))]
+                    replies = [*pool.map(lambda _: exchange(port, said), range(40))]
                 self.assertLessEqual({reply[9:12] for reply in replies}, {b"200", b"503", b""})
                 self.assertIsNone(process.poll(), "the server has ended")
                 self.assertServes(port)
@@ -48,7 +52,7 @@ class Attacks(run.OwnTest):
     def test_bodies_beyond_the_memory_of_all(self):
         head = KEPT.split(b"\r\n\r\n")[0].replace(b"Content-Length: ", b"Content-Length: 9999")
         with started("--no-auth", "--max-memory", "200000", "--max-body", "99999999") as (_, port, _):
-            reply = answer(port, head + b"\r\n\r\n")  # nothing of the body is sent
+            reply = exchange(port, head + b"\r\n\r\n")  # nothing of the body is sent
             self.assertEqual(reply[9:12], b"503")
             self.assertServes(port)
 
@@ -79,12 +83,13 @@ class Attacks(run.OwnTest):
     def test_wrong_passwords_from_many_addresses(self):
         """Most of them are refused at once, so that others do not wait behind them."""
         folder = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
-        hashed = subprocess.run([server(), "--hash-password"], input=b"right", stdout=-1, check=True)
+        hashed = subprocess.run([program(os.environ["QBX_BUILD"]), "--hash-password"], input=b"right", stdout=-1, check=True)
         (folder / "users").write_bytes(b"eva:" + hashed.stdout)
 
         def told(password, source):
             login = base64.b64encode(b"eva:" + password)
-            return answer(port, ASKED.replace(b"\r\n", b"\r\nAuthorization: Basic %b\r\n" % login, 1), source)
+            field = b"\r\nAuthorization: Basic %b\r\n" % login
+            return exchange(port, ASKED.replace(b"\r\n", field, 1), source)
 
         with started("--users", folder / "users") as (_, port, _):
             with concurrent.futures.ThreadPoolExecutor(120) as pool:
@@ -96,4 +101,4 @@ class Attacks(run.OwnTest):
 
 
 if __name__ == "__main__":
-    run.main()
+    testing.main()

@@ -1,16 +1,13 @@
 """The comparison of two servers: what differs, and what of it has a reason."""
 
 import json
-import sys
 import xml.etree.ElementTree as ElementTree
 from collections import Counter
 from types import SimpleNamespace
 
-import run
-
-sys.path.append(str(run.FOLDER.parents[1] / "Compare"))
-from compare import Comparison, Side, known, lines  # noqa: E402
-from suite import Suite  # noqa: E402
+from Compare.compare import Comparison, Side, known, lines
+from Compare.suite import Suite
+from qbx_support import testing
 
 A, B = (f'<KEYBINDING NAME="{each}"><KEYVALUE>1</KEYVALUE></KEYBINDING>' for each in "AB")
 P, Q = (f'<PROPERTY NAME="{each}"><VALUE>1</VALUE></PROPERTY>' for each in "PQ")
@@ -19,7 +16,7 @@ ONE = f'{NAME}<INSTANCE CLASSNAME="C">{P}{Q}</INSTANCE>'
 ONE = f"<R><VALUE.NAMEDINSTANCE>{ONE}</VALUE.NAMEDINSTANCE></R>"
 
 
-class Compare(run.OwnTest):
+class Compare(testing.EmbeddedServerTest):
     def test_order_means_nothing_and_all_else_does(self):
         for part, becomes, is_same in (
             (A + B, B + A, True),
@@ -50,7 +47,7 @@ class Compare(run.OwnTest):
             self.assertEqual(sum(map(len, found.unexplained.values())), unexplained, (one, other))
 
     def test_equal_servers_answer_alike_and_another_array_shows(self):
-        server = run.open_server()
+        server = testing.open_server()
         self.addCleanup(server.close)
         sides = [Side(server.url), Side(server.url)]
         suite = Suite(sides[0].paths(), server.interop)
@@ -67,4 +64,4 @@ class Compare(run.OwnTest):
 
 
 if __name__ == "__main__":
-    run.main()
+    testing.main()

@@ -4,10 +4,10 @@ at two sizes."""
 import os
 import time
 
-import run
-from questions import MESSAGE, fields, local, question
-from raw import answer
-from server import Server
+from qbx_support import testing
+from qbx_support.cimxml import MESSAGE, http_fields, local_namespace, request
+from qbx_support.raw import exchange
+from qbx_support.server import Server
 
 RATIO = 4  # of the sizes; nesting makes more of it
 FACTOR = 2  # by which the cost may grow faster than the bytes
@@ -21,7 +21,7 @@ CAGE = INSTANCENAME.format(CLASS, KEY.format("Tag", "cage0"))
 
 def head(length, who="viewer", **more):
     """An HTTP head; more is of CIM."""
-    lines = {**fields("GetInstance", "root/qbx", who), **more, "Host": "here", "Connection": "close"}
+    lines = {**http_fields("GetInstance", "root/qbx", who), **more, "Host": "here", "Connection": "close"}
     if not who:
         del lines["Authorization"]
     lines |= length if isinstance(length, dict) else {"Content-Length": length}
@@ -34,7 +34,7 @@ def sent(body, **more):
 
 
 def operation(name, parameters, space="root/qbx"):
-    return sent(question(name, namespace=space, **parameters)[2], CIMMethod=name)
+    return sent(request(name, namespace=space, **parameters).body, CIMMethod=name)
 
 
 def get(name, **more):
@@ -42,7 +42,7 @@ def get(name, **more):
 
 
 def method(parameters, target=f'{CLASS}.Tag="cage0"'):
-    call = f"<LOCALINSTANCEPATH>{local('root/qbx')}{CAGE}</LOCALINSTANCEPATH>{parameters}"
+    call = f"<LOCALINSTANCEPATH>{local_namespace('root/qbx')}{CAGE}</LOCALINSTANCEPATH>{parameters}"
     body = MESSAGE.format(f'<METHODCALL NAME="Locate">{call}</METHODCALL>')
     return sent(body, CIMMethod="Locate", CIMObject="root/qbx:" + target)
 
@@ -139,7 +139,7 @@ SHAPES = {
 }
 
 
-class Cost(run.OwnTest):
+class Cost(testing.EmbeddedServerTest):
     def test_grows_no_faster_than_the_request(self):
         with Server(os.environ["QBX_BUILD"]) as server:
             clock = (~server.process.pid << 3) | 2  # of the process, for clock_gettime()
@@ -147,12 +147,12 @@ class Cost(run.OwnTest):
             def cost(said):
                 """CPU seconds."""
                 before = time.clock_gettime(clock)
-                self.assertTrue(answer(server.port, said))
+                self.assertTrue(exchange(server.port, said))
                 return time.clock_gettime(clock) - before
 
-            for shape, (request, size) in SHAPES.items():
+            for shape, (sent, size) in SHAPES.items():
                 with self.subTest(shape):
-                    few, many = request(size), request(RATIO * size)
+                    few, many = sent(size), sent(RATIO * size)
                     small = large = bound = float("inf")
                     for _ in range(5):  # the least counts: others work on this machine too
                         small, large = min(small, cost(few)), min(large, cost(many))
@@ -163,4 +163,4 @@ class Cost(run.OwnTest):
 
 
 if __name__ == "__main__":
-    run.main()
+    testing.main()

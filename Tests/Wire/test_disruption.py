@@ -7,10 +7,11 @@ import time
 import unittest
 from concurrent import futures
 
-import run
 from arrayfile import Array
-from questions import ask, questions, request
-from server import USERS
+from qbx_support import testing
+from qbx_support.cimxml import Request, all_requests, http_request
+from qbx_support.raw import send
+from qbx_support.server import USERS
 
 SECONDS = 60  # for an answer, and until all is well again
 CLIENTS = 8
@@ -23,9 +24,11 @@ EMPTY = r"^<\?xml(?!.*(<ERROR|CLASSNAME))"
 class Disruption(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        cls.server = run.open_server()
+        cls.server = testing.open_server()
         cls.addClassCleanup(cls.server.close)
-        asked = random.Random(1).sample(list(questions(Array(cls.server.array))), 60)
+        array = Array(cls.server.array)
+        everything = all_requests([each.path for each in array.everything()], array.associations)
+        asked = random.Random(1).sample(list(everything), 60)
         cls.keys = [
             (user, *each)
             for each in asked
@@ -39,10 +42,10 @@ class Disruption(unittest.TestCase):
         """The lines of an answer without the closing ones, sorted: lists come in any order."""
         user, *asked = key
         try:
-            reply = ask(cls.server.url, request(asked, user), SECONDS)
+            reply = send(cls.server.url, http_request(Request(*asked), user), SECONDS)
         except OSError:
             return "no answer"
-        lines = [reply.line, *reply.body.splitlines()]
+        lines = [reply.status_line, *reply.body.splitlines()]
         return "".join(sorted(line for line in lines if not line.startswith("</")))
 
     def assertAsBefore(self, keys):
@@ -89,13 +92,13 @@ class Disruption(unittest.TestCase):
 
     def test_a_restart(self):
         allowed = "^no answer$|^HTTP/1.1 503 |shutting down"
-        if not isinstance(self.server, run.OwnServer):
+        if not isinstance(self.server, testing.EmbeddedServer):
             allowed += f"|{EMPTY}"  # OpenPegasus leaves out what its providers cannot say any more
         self.during(allowed, "restart")
 
     def test_the_module_replaced(self):
         """The embedded server goes on with the old one, and says so."""
-        if isinstance(self.server, run.OwnServer):
+        if isinstance(self.server, testing.EmbeddedServer):
             self.during("^$", "replace")
             self.assertIn("has changed since it was loaded", self.server.output.read_text())
         else:
@@ -110,4 +113,4 @@ class Disruption(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    run.main()
+    testing.main()

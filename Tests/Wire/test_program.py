@@ -14,11 +14,14 @@ import sys
 import tempfile
 import time
 
-import run
-from raw import DATA, PROBE, answer, connected, recorded, server, started
+from qbx_support import testing
+from qbx_support.exchanges import FOLDER, PROBE_SCHEMA, recorded
+from qbx_support.raw import connected, exchange
+from qbx_support.server import program
+from qbx_support.testing import started
 
 
-class Program(run.OwnTest):
+class Program(testing.EmbeddedServerTest):
     def setUp(self):
         super().setUp()
         self.folder = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
@@ -41,10 +44,10 @@ class Program(run.OwnTest):
 
     def test_what_is_wrong_fills_one_line(self):
         taken = self.enterContext(socket.create_server(("127.0.0.1", 0))).getsockname()[1]
-        serve = f"--no-auth --port 0 {PROBE}"
+        serve = f"--no-auth --port 0 {PROBE_SCHEMA}"
         bad = self.file("bad.mof", "class T_Bad { uint99 N; };\n")
         weak = "users:1: user eva: not a password hash of a strong method; make one with"
-        twice = 2 * (DATA / "users").read_text().splitlines()[1:2]
+        twice = 2 * (FOLDER / "users").read_text().splitlines()[1:2]
         for options, status, text in (
             ("", 2, "who may use the server? Give --users FILE"),
             (f"{serve} --frobnicate", 2, "--frobnicate; --help lists the options"),
@@ -73,13 +76,13 @@ class Program(run.OwnTest):
             ("--hash-password", 1, "the password is empty"),
         ):
             with self.subTest(options):
-                command = [server(), *options.split()]
+                command = [program(os.environ["QBX_BUILD"]), *options.split()]
                 done = subprocess.run(command, input="", capture_output=True, text=True, timeout=60)
                 self.assertEqual((done.returncode, done.stdout), (status, ""))
                 self.assertRegex(done.stderr, f"^qbx-cimserver: .*{re.escape(text)}.*\n$")
 
     def test_the_manual_has_every_option(self):
-        told = subprocess.run([server(), "--help"], capture_output=True, text=True, check=True)
+        told = subprocess.run([program(os.environ["QBX_BUILD"]), "--help"], capture_output=True, text=True, check=True)
         manual = pathlib.Path(__file__).parents[2] / "Docs" / "qbx-cimserver.1"
         texts = told.stdout, manual.read_text().replace("\\-", "-")
         named, described = ({*re.findall(r"(?<!-)--[a-z][a-z-]+", text)} for text in texts)
@@ -93,7 +96,7 @@ class Program(run.OwnTest):
     def test_users(self):
         """A hash that it makes is one that it takes; nothing of a request is looked at before.
         Who is refused is logged as soon as there is room for it."""
-        hashed = subprocess.run([server(), "--hash-password"], input=b"a:b \xc3\xa4\n", stdout=-1)
+        hashed = subprocess.run([program(os.environ["QBX_BUILD"]), "--hash-password"], input=b"a:b \xc3\xa4\n", stdout=-1)
         users = self.users("# comment", "", f"eva:{hashed.stdout.decode()}")
         log = self.enterContext((self.folder / "log").open("w+"))
         empty, chunked = b"Content-Length: 0\r\n\r\n", b"Transfer-Encoding: chunked\r\n\r\n"
@@ -103,7 +106,7 @@ class Program(run.OwnTest):
             def told(login, body=empty, source="127.0.0.1"):
                 said = b"POST / HTTP/1.1\r\nConnection: close\r\nAuthorization: Basic %b\r\n%b"
                 login = base64.b64encode(login).rstrip(b"=")
-                return answer(port, said % (login, body), source)
+                return exchange(port, said % (login, body), source)
 
             with concurrent.futures.ThreadPoolExecutor(40) as pool:
                 guesses = pool.map(lambda n: told(b"eva:%d" % n, empty, "127.0.0.2"), range(40))
@@ -136,16 +139,15 @@ class Program(run.OwnTest):
         os.write(writer, bytes(1 << 20))  # as much as there is room for
         said = b"POST / HTTP/1.1\r\nConnection: close\r\nAuthorization: Basic ZXZhOmE=\r\n" + empty
         with started(*users.split(), log=writer) as (_, port, _):
-            self.assertIn(b" 401 ", answer(port, said))
+            self.assertIn(b" 401 ", exchange(port, said))
             self.assertEqual(os.read(reader, 1 << 20).count(b"wrong"), 0)
-            self.assertIn(b" 401 ", answer(port, said))
+            self.assertIn(b" 401 ", exchange(port, said))
         os.close(writer)
         self.assertEqual(os.read(reader, 1 << 20).count(b"wrong user"), 1)
 
     def test_serve(self):
         """What ./qbx serve runs hands on its options, and what it is told."""
-        serve = pathlib.Path(__file__).parents[2] / "Demo" / "serve.py"
-        serve = [sys.executable, serve, "--build", os.environ["QBX_BUILD"], "--port=0"]
+        serve = [sys.executable, "-m", "Demo.serve", "--build", os.environ["QBX_BUILD"], "--port=0"]
         serve += [f"--state={self.folder}"]
         for options, text in (
             ("--listen=0.0.0.0", "everybody knows the sample's passwords: give --users FILE"),
@@ -212,4 +214,4 @@ class Program(run.OwnTest):
 
 
 if __name__ == "__main__":
-    run.main()
+    testing.main()

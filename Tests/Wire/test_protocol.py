@@ -8,8 +8,10 @@ import re
 import socket
 import time
 
-import run
-from raw import answer, connected, recorded, rest, started
+from qbx_support import testing
+from qbx_support.exchanges import recorded
+from qbx_support.raw import connected, exchange, receive_all
+from qbx_support.testing import started
 
 # Status, something in the reply, header fields, body.
 ROWS = pathlib.Path(__file__).with_name("requests.json")
@@ -23,7 +25,7 @@ def request(size=0):
     return HEAD + b"\r\nConnection: close\r\nContent-Length: %d\r\n\r\n%b" % (len(body), body)
 
 
-class Protocol(run.OwnTest):
+class Protocol(testing.EmbeddedServerTest):
     def test_too_much(self):
         large = b"PGErrorDetail: The%20request%20body%20is%20larger%20than%202000%20bytes."
         chunked = HEAD + b"\r\nTransfer-Encoding: chunked\r\n\r\n"
@@ -37,7 +39,7 @@ class Protocol(run.OwnTest):
                 (chunked + 9999 * (b"400\r\n%b\r\n" % (1024 * b"x")), b"413", large),
             ):
                 with self.subTest(said[:400]):
-                    reply = answer(port, said)
+                    reply = exchange(port, said)
                     self.assertEqual(reply[9:12], status)
                     self.assertIn(told, reply)
                     self.assertIn(b"Connection: close", reply)
@@ -51,7 +53,7 @@ class Protocol(run.OwnTest):
                 with self.subTest(fields=fields, body=body):
                     fields = "\r\n".join(["", *fields, "Connection: close", ""]).format(**values)
                     said = line + fields.encode("latin-1") + kept + b"\r\n\r\n"
-                    told = answer(port, said + body.format(**values).encode("latin-1") + KEPT)
+                    told = exchange(port, said + body.format(**values).encode("latin-1") + KEPT)
                     self.assertEqual(re.findall(rb"HTTP/1.1 (\d+)", told), [b"%d" % status])
                     self.assertIn(text.encode(), told)
 
@@ -69,7 +71,7 @@ class Protocol(run.OwnTest):
                     for each in displaced:
                         waiting.append(begin(KEPT))
                         self.assertIn(b"<INSTANCENAME", waiting[-1].recv(4096))
-                        told = rest(waiting[each])
+                        told = receive_all(waiting[each])
                         self.assertIn(b" 503 " if each < 3 else b"", told)
                         self.assertIn(b"Too%20many%20connections." if each < 3 else b"", told)
 
@@ -86,10 +88,10 @@ class Protocol(run.OwnTest):
             with contextlib.suppress(ConnectionError):
                 while time.monotonic() < end:
                     drip.sendall(b"P")
-                    self.assertIn(b"<INSTANCENAME", answer(port, request()))
+                    self.assertIn(b"<INSTANCENAME", exchange(port, request()))
             for client in (drip, *quiet):
-                self.assertIn(b" 408 ", rest(client))
-            self.assertTrue(rest(idle).endswith(b"</CIM>\n"))
+                self.assertIn(b" 408 ", receive_all(client))
+            self.assertTrue(receive_all(idle).endswith(b"</CIM>\n"))
 
     def test_who_ends_sending(self):
         """Gets the reply to a whole request, and the end of the connection to a part."""
@@ -97,8 +99,8 @@ class Protocol(run.OwnTest):
             for said, told in ((request(), b"200"), (HEAD, b""), (request()[:-1], b"")):
                 with self.subTest(said), connected(port, said) as connection:
                     connection.shutdown(socket.SHUT_WR)
-                    self.assertEqual(rest(connection)[9:12], told)
+                    self.assertEqual(receive_all(connection)[9:12], told)
 
 
 if __name__ == "__main__":
-    run.main()
+    testing.main()

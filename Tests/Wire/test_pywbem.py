@@ -3,10 +3,9 @@
 import concurrent.futures
 
 import battery
-import raw
-import run
-from clients import Pywbem
-from server import SAMPLE_ARRAY
+from qbx_support import testing
+from qbx_support.clients import Pywbem
+from qbx_support.server import SAMPLE_ARRAY, Server
 
 
 class Types(battery.WireTest):
@@ -14,8 +13,8 @@ class Types(battery.WireTest):
 
     def test_every_value_has_the_type_of_its_property(self):
         for name in battery.ELEMENT_CLASSES:
-            cls = self.client.ask("GetClass", name, LocalOnly=False)
-            for instance in self.client.ask("EnumerateInstances", name, DeepInheritance=False):
+            cls = self.client.call("GetClass", name, LocalOnly=False)
+            for instance in self.client.call("EnumerateInstances", name, DeepInheritance=False):
                 if instance.classname != name:
                     continue
                 for prop in instance.properties.values():
@@ -27,7 +26,7 @@ class Types(battery.WireTest):
 
     def test_every_value_has_a_word_where_its_property_has_words(self):
         """A value without one makes clients that show words fail, also in tables."""
-        torture, ask, shown = self.server.array.read_text(), self.client.ask, set()
+        torture, ask, shown = self.server.array.read_text(), self.client.call, set()
         words = {
             (cls.classname, prop.name): self.client.pywbem.ValueMapping.for_property(
                 self.client.connection, "root/qbx", cls.classname, prop.name
@@ -50,8 +49,8 @@ class Types(battery.WireTest):
 
     def test_paths_of_traversals_carry_the_arrays_host(self):
         cage = self.client._name(self.array.cages[0].path)
-        paths = self.client.ask("AssociatorNames", cage, AssocClass="CIM_PackageInChassis")
-        links = self.client.ask("ReferenceNames", cage, ResultClass="CIM_PackageInChassis")
+        paths = self.client.call("AssociatorNames", cage, AssocClass="CIM_PackageInChassis")
+        links = self.client.call("ReferenceNames", cage, ResultClass="CIM_PackageInChassis")
         self.assertTrue(paths and links)
         ends = [end for link in links for end in link.keybindings.values()]
         for path in paths + links + ends:
@@ -68,29 +67,29 @@ class Discovery(battery.WireTest):
         interop = self.server.interop
         self.assertEqual(found.interop_ns.lower(), interop.lower())
         self.assertLessEqual({interop, "root/qbx"}, set(found.namespaces))
-        managers = self.client.ask("EnumerateInstances", "CIM_ObjectManager", namespace=interop)
+        managers = self.client.call("EnumerateInstances", "CIM_ObjectManager", namespace=interop)
         self.assertEqual(len(managers), 1)
         self.assertTrue(managers[0]["Name"])
-        if not isinstance(self.server, run.Server):
+        if not isinstance(self.server, Server):
             return  # another object manager may tell less, and be changed
         self.assertRegex(found.version, r"^\d+\.\d+\.\d+$")
         self.assertEqual((found.cimom_inst["Version"], found.profiles), (found.version, []))
-        spaces = self.client.ask("EnumerateInstances", "CIM_Namespace", namespace="root/interop")
+        spaces = self.client.call("EnumerateInstances", "CIM_Namespace", namespace="root/interop")
         self.assertEqual([space["ClassType"] for space in spaces], [2, 2])
-        system = self.client.ask("EnumerateInstanceNames", "QBX_StorageSystem")[0]
+        system = self.client.call("EnumerateInstanceNames", "QBX_StorageSystem")[0]
         for act, on in ((found.create_namespace, "root/new"), (found.conn.DeleteInstance, system)):
             with self.assertRaisesRegex(pywbem.CIMError, "^7 .* could change instances of "):
                 act(on)
 
     def test_class_names(self):
-        ask = self.client.ask
+        ask = self.client.call
         names = ask("EnumerateClassNames", DeepInheritance=True)
         self.assertLessEqual({*battery.ELEMENT_CLASSES, *self.array.associations}, set(names))
         for base, below in (("QBX_DriveCage", battery.CAGES[1:]), ("QBX_Magazine", [])):
             self.assertEqual(sorted(ask("EnumerateClassNames", ClassName=base)), below)
 
 
-class Changes(run.OwnTest):
+class Changes(testing.EmbeddedServerTest):
     def test_static_instances_that_may_be_changed(self):
         import pywbem
 
@@ -108,7 +107,7 @@ class Changes(run.OwnTest):
                 with self.assertRaisesRegex(pywbem.CIMError, f"^{code} "):
                     server.DeleteInstance(path)
 
-        with raw.started("--no-auth", "--writable-instances") as (_, port, _):
+        with testing.started("--no-auth", "--writable-instances") as (_, port, _):
             with concurrent.futures.ThreadPoolExecutor(4) as pool:
                 list(pool.map(change, "abcd"))
 
@@ -118,4 +117,4 @@ def load_tests(loader, _tests, _pattern):
 
 
 if __name__ == "__main__":
-    run.main(needs="pywbem")
+    testing.main(needs="pywbem")

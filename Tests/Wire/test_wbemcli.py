@@ -1,8 +1,8 @@
 """The module through wbemcli."""
 
 import battery
-import run
-from clients import Wbemcli
+from qbx_support import testing
+from qbx_support.clients import Wbemcli
 
 
 class Particular(battery.WireTest):
@@ -28,4 +28,4 @@ def load_tests(loader, _tests, _pattern):
 
 
 if __name__ == "__main__":
-    run.main(needs="wbemcli")
+    testing.main(needs="wbemcli")

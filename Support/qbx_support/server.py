@@ -1,4 +1,4 @@
-"""Starts the embedded server with the module on a copy of an array file."""
+"""Starts and stops the embedded server, with the module, on a copy of an array file."""
 
 import os
 import pathlib
@@ -8,12 +8,12 @@ import subprocess
 import tempfile
 import threading
 
-ROOT = pathlib.Path(__file__).resolve().parents[1]
+ROOT = pathlib.Path(__file__).resolve().parents[2]
 SCHEMA = ROOT / "Schema"
 SAMPLE_ARRAY = ROOT / "StorageApi" / "simulator" / "sample-array.json"
 SAMPLE_FIRMWARE = SAMPLE_ARRAY.with_name("sample-firmware.json")
 NAMESPACE = "root/qbx"
-START_SECONDS = STOP_SECONDS = 60  # generous: a sanitized server on a busy machine
+START_SECONDS = STOP_SECONDS = 300  # generous: a sanitized server on a busy machine
 
 # User names, each his own password. What each may do is in the array file: all, all locators and
 # cards, nothing, nothing (unknown to the array's privileges), not even open, unknown.
@@ -25,6 +25,7 @@ class StartError(Exception):
 
 
 def program(build):
+    """The path of the server program in a build folder; raises StartError when it is not there."""
     path = pathlib.Path(build).resolve() / "bin" / "qbx-cimserver"
     if not path.exists():
         raise StartError(f"{path} is missing: build the project first")
@@ -52,8 +53,8 @@ def password_file(build, folder):
 
 
 def command(build, users, port, schema=None):
-    """The server's command line; `users` None: no authentication; `schema`: another one than the
-    project's own, as root/qbx=FILE, and the folders of the files that it includes."""
+    """The server's command line. `users`: its password file, None for no authentication; `schema`:
+    another one than the project's own, as root/qbx=FILE, and the folders of what that includes."""
     given, *folders = schema or [f"{NAMESPACE}={SCHEMA / 'qbx.mof'}"]
     namespace, _, file = given.partition("=")
     return [
@@ -71,6 +72,7 @@ def command(build, users, port, schema=None):
 
 
 def environment(array, state, log=None):
+    """The variables that the simulated array and the module of a server read."""
     variables = dict(os.environ, QBX_ARRAY_FILE=str(array), QBX_ARRAY_STATE=str(state))
     if log:
         variables.update(QBX_LOG_FILE=str(log), QBX_LOG_LEVEL="4")
@@ -78,7 +80,7 @@ def environment(array, state, log=None):
 
 
 class Server:
-    """A running server in a folder of its own; `with` stops it.
+    """A running server in a folder of its own; `with` closes it.
 
     url: http://127.0.0.1:PORT; array: the array file it serves; folder: its files.
     """
@@ -116,7 +118,7 @@ class Server:
                 cwd=self.folder,
                 env=environment(self.array, self.folder / "state.json", self.log),
             )
-        # A thread reads, so that a server that says nothing can be given up on.
+        # A thread reads, so that a server that prints nothing can be given up on.
         ready, lines = threading.Event(), []
 
         def read():
@@ -157,16 +159,19 @@ class Server:
         return process.returncode
 
     def end(self):
-        """Stops the server; it must end well (a sanitizer's findings make it end otherwise)."""
+        """Stops the server; raises AssertionError unless its exit status is 0 (which a sanitizer's
+        findings prevent)."""
         if status := self.stop():
-            said = self.output.read_text(errors="replace")[-4000:]
-            raise AssertionError(f"the server ended with status {status}: {said}")
+            output = self.output.read_text(errors="replace")[-4000:]
+            raise AssertionError(f"the server ended with status {status}: {output}")
 
     def restart(self):
+        """Stops and starts the server, which keeps its port and its state."""
         self.end()
         self.start()
 
     def close(self):
+        """Stops the server as end() does, and removes its folder."""
         try:
             self.end()
         finally:

@@ -1,18 +1,18 @@
-"""Two WBEM clients behind one face, so that one battery of tests runs through both.
+"""Two WBEM clients behind one interface, so that the same tests run through both.
 
 A path is (class, {key: value}); a value in it may be such a path. Host and namespace are left out.
-Every operation raises Refused for an answer that is an error.
+Every operation raises ErrorResponse for a response that is an error.
 """
 
 import os
 import re
 import subprocess
 
-from server import NAMESPACE, USERS
+from qbx_support.server import NAMESPACE, USERS
 
 
-class Refused(Exception):
-    """The server answered with an error: code (a CIM status, or the HTTP status), text."""
+class ErrorResponse(Exception):
+    """The server responded with an error: code (a CIM status, or the HTTP status), text."""
 
     def __init__(self, code, text):
         super().__init__(f"{code}: {text}")
@@ -85,7 +85,7 @@ class Wbemcli:
             if not match:
                 raise AssertionError(f"wbemcli ended with {done.returncode}: {output}{error}")
             code = int(match.group(1)) if match.group(1) else 401 if "sername" in error else None
-            raise Refused(code, match.group(2).replace("&#32;", " "))  # which it does not decode
+            raise ErrorResponse(code, match.group(2).replace("&#32;", " "))  # which it does not decode
         return [line for line in output.splitlines() if line.strip()]
 
     def _instances(self, lines):
@@ -210,28 +210,28 @@ class Pywbem:
             if prop.value is not None
         }
 
-    def ask(self, operation, *arguments, **named):
+    def call(self, operation, *arguments, **named):
         """Calls an operation of the connection."""
         try:
             return getattr(self.connection, operation)(*arguments, **named)
         except self.pywbem.CIMError as error:
-            raise Refused(error.status_code, error.status_description) from error
+            raise ErrorResponse(error.status_code, error.status_description) from error
         except self.pywbem.AuthError as error:
-            raise Refused(401, str(error)) from error
+            raise ErrorResponse(401, str(error)) from error
 
     # -- operations ---------------------------------------------------------------------------
 
     def names(self, class_name):
-        return [self._path(each) for each in self.ask("EnumerateInstanceNames", class_name)]
+        return [self._path(each) for each in self.call("EnumerateInstanceNames", class_name)]
 
     def instances(self, class_name):
         return [
             (self._path(each.path), self._values(each))
-            for each in self.ask("EnumerateInstances", class_name)
+            for each in self.call("EnumerateInstances", class_name)
         ]
 
     def get(self, path, properties=None):
-        return self._values(self.ask("GetInstance", self._name(path), PropertyList=properties))
+        return self._values(self.call("GetInstance", self._name(path), PropertyList=properties))
 
     def _narrowed(self, association=None, result=None, role=None, result_role=None):
         given = {
@@ -245,25 +245,25 @@ class Pywbem:
     def associator_names(self, path, **narrowed):
         return [
             self._path(each)
-            for each in self.ask("AssociatorNames", self._name(path), **self._narrowed(**narrowed))
+            for each in self.call("AssociatorNames", self._name(path), **self._narrowed(**narrowed))
         ]
 
     def associators(self, path, **narrowed):
         return [
             (self._path(each.path), self._values(each))
-            for each in self.ask("Associators", self._name(path), **self._narrowed(**narrowed))
+            for each in self.call("Associators", self._name(path), **self._narrowed(**narrowed))
         ]
 
     def reference_names(self, path, **narrowed):
         return [
             self._path(each)
-            for each in self.ask("ReferenceNames", self._name(path), **self._narrowed(**narrowed))
+            for each in self.call("ReferenceNames", self._name(path), **self._narrowed(**narrowed))
         ]
 
     def references(self, path, **narrowed):
         return [
             (self._path(each.path), self._values(each))
-            for each in self.ask("References", self._name(path), **self._narrowed(**narrowed))
+            for each in self.call("References", self._name(path), **self._narrowed(**narrowed))
         ]
 
     def invoke(self, path, method, parameters):
@@ -271,15 +271,15 @@ class Pywbem:
             (name, self.pywbem.Uint16(value) if type(value) is int else value)
             for name, value in parameters
         ]
-        value, _ = self.ask("InvokeMethod", method, self._name(path), Params=typed)
+        value, _ = self.call("InvokeMethod", method, self._name(path), Params=typed)
         return int(value)
 
     def set(self, path, name, value):
         instance = self.pywbem.CIMInstance(path[0], {name: value}, path=self._name(path))
-        self.ask("ModifyInstance", instance, PropertyList=[name])
+        self.call("ModifyInstance", instance, PropertyList=[name])
 
     def send_back(self, path, name, value):
-        instance = self.ask("GetInstance", self._name(path))
+        instance = self.call("GetInstance", self._name(path))
         instance.path = self._name(path)
         instance[name] = value
-        self.ask("ModifyInstance", instance)
+        self.call("ModifyInstance", instance)
