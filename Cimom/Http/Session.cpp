@@ -302,6 +302,8 @@ Task Session::exchange()
         if (!x.reply) x.reply = plainReply(refused.status, refused.detail);
         x.reply->close = true;
     } catch (const std::bad_alloc&) {
+        x.request = CimRequest();
+        malloc_trim(0);  // what others have freed
         x.reply = plainReply(503, "The server has no memory for this request.", true);
     }
     co_await send(x);
