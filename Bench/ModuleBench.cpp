@@ -1,5 +1,5 @@
 // What each operation of each provider costs, beside a lower bound: the same results from nothing
-// but the calls that the array's contract asks for, that is the list query, the class, the
+// but the calls that the array's contract needs, that is the list query, the class, the
 // skeleton, the trace lines, the properties and the path. Then what writing the replies costs
 // beside the same lines from prepared strings, and what the model's own steps cost.
 //
@@ -227,9 +227,9 @@ struct InstanceParts
 
 /// A list query, its records freed.
 template <class List>
-std::function<void()> query(typename List::Query ask)
+std::function<void()> query(typename List::Query call)
 {
-    return [=] { List{ask}; };
+    return [=] { List{call}; };
 }
 
 struct Subject
@@ -239,7 +239,7 @@ struct Subject
     std::function<void()> list, namesList;
     int traces;                                   ///< trace lines of an instance
     bool isPerRecord = true;                      ///< the class is fetched for each record
-    std::function<int(const char*)> locate = {};  ///< what Locate asks of the array, by tag
+    std::function<int(const char*)> locate = {};  ///< the lookups of Locate, by tag
 };
 
 /// What every request begins with, and the trace lines that it writes.
@@ -247,7 +247,7 @@ void begin(const OperationContext& context)
 {
     for (int i = 0; i < 4; ++i)
         QBX_Frame::trace("--> QBX_MagazineProvider::enumerateInstances\n");
-    QBX_Frame::openApi(context, String());
+    QBX_Frame::openApi(context);
 }
 
 /// Registers a row: an operation, run once before it is measured.
@@ -280,10 +280,10 @@ void addEncoding(const char* className, const Array<CIMInstance>& instances)
 {
     const auto encode = [=](Results) {
         std::string text;
-        cimom::xml::InstanceWriter writer;
+        cimom::xml::Encoder encoder(text);
         for (Uint32 i = 0; i < instances.size(); ++i) {
-            cimom::xml::appendInstanceName(text, instances[i].getPath());
-            writer.append(text, instances[i].object());
+            encoder.writeInstanceName(instances[i].getPath());
+            encoder.writeListedInstance(instances[i].object());
         }
         return text;
     };

@@ -1,10 +1,11 @@
 """What WBEM requests cost servers: several are measured turn by turn in one run."""
-# Every row is one operation, asked over connections that are kept alive, with requests prepared
+# Every row is one operation, requested over connections that are kept alive, with requests prepared
 # beforehand: CPU time of the server's processes per request, and wall time as percentiles and rate,
-# for one client and for several. Servers on this machine are found by their port. What is asked for
-# is taken from the servers' own instance names: any array will do, the same for all.
+# for one client and for several. Servers on this machine are found by their port. The objects
+# are taken from the servers' own instance names: any array will do, the same for all.
 
 import base64
+import itertools
 import multiprocessing
 import pathlib
 import re
@@ -14,7 +15,7 @@ import time
 import urllib.parse
 
 CLIENTS = 8
-CLASSES = ("QBX_Magazine", "QBX_DriveCage", "QBX_CageInterfaceCard", "QBX_CageSensor")
+CLASSES: tuple[str, ...] = ("QBX_Magazine", "QBX_DriveCage", "QBX_CageInterfaceCard", "QBX_CageSensor")
 CLASSES += ("QBX_MagazineInDriveCage", "QBX_SysCageContainer")
 LARGEST = "EnumerateInstances QBX_Magazine"
 
@@ -45,8 +46,8 @@ class Connection:
         fields = f"CIMOperation: MethodCall\r\nCIMMethod: {operation}\r\nCIMObject: {named}\r\n"
         return f"{self.head}{fields}Content-Length: {len(body)}\r\n\r\n{body}".encode()
 
-    # The reply's body, of which only the HTTP status is looked at.
-    def ask(self, request):
+    # The response's body; only the HTTP status is checked.
+    def send(self, request):
         self.socket.sendall(request)
         head = list(iter(self.file.readline, b"\r\n"))
         if b" 200 " not in head[0]:
@@ -61,23 +62,23 @@ class Connection:
         return b"".join(chunks)
 
     def checked(self, request):
-        reply = self.ask(request)
-        if b"<ERROR" in reply:
-            raise ValueError(reply[reply.index(b"<ERROR") :][:500].decode())
-        return reply
+        body = self.send(request)
+        if b"<ERROR" in body:
+            raise ValueError(body[body.index(b"<ERROR") :][:500].decode())
+        return body
 
     # The INSTANCENAME elements of all instances of a class.
     def names(self, class_name):
         start, end = f'<INSTANCENAME CLASSNAME="{class_name}', "</INSTANCENAME>"
-        reply = self.checked(self.prepared("EnumerateInstanceNames", named_class(class_name)))
-        parts = reply.decode().split(start)[1:]
+        body = self.checked(self.prepared("EnumerateInstanceNames", named_class(class_name)))
+        parts = body.decode().split(start)[1:]
         return [start + part[: part.rindex(end)] + end for part in parts]
 
 
 # The text of an INSTANCENAME whose keys are strings.
 def path_text(name):
     keys = re.findall(r'KEYBINDING NAME="(\w+)".*?<KEYVALUE[^>]*>(.*?)<', name, re.DOTALL)
-    class_name = re.search(r'CLASSNAME="(\w+)"', name)[1]
+    class_name = re.findall(r'CLASSNAME="(\w+)"', name)[0]
     return class_name + "." + ",".join(f'{key}="{value}"' for key, value in keys)
 
 
@@ -121,7 +122,8 @@ def rows(connection):
 # Ids of the processes behind a URL of this machine: the one that listens, and its children.
 def processes(url):
     port = f":{urllib.parse.urlsplit(url).port:04X}"
-    lines = [line.split() for table in ("tcp", "tcp6") for line in open(f"/proc/net/{table}")]
+    tables = (pathlib.Path("/proc/net", name).read_text() for name in ("tcp", "tcp6"))
+    lines = [line.split() for table in tables for line in table.splitlines()]
     listening = (line for line in lines if line[1].endswith(port) and line[3] == "0A")
     sockets = {f"socket:[{line[9]}]" for line in listening}
     parents, serving = {}, set()
@@ -144,7 +146,7 @@ def cpu_seconds(pids):
 
 # MiB; the peak since the call before.
 def memory(url):
-    found = {"VmRSS": 0, "VmHWM": 0}
+    found = {"VmRSS": 0.0, "VmHWM": 0.0}
     for pid in processes(url):
         process = pathlib.Path("/proc", str(pid))
         for line in (process / "status").read_text().splitlines():
@@ -154,29 +156,30 @@ def memory(url):
     return {"resident": round(found["VmRSS"], 1), "peak": round(found["VmHWM"], 1)}
 
 
-# Wall seconds of each request of a client that asks for so long, and at least so often.
-def asked(url, request, seconds, least=1):
-    connection, took = Connection(url), []
+# Wall seconds of each request of a client that sends them for so long, and at least so often.
+def sent(url, request, seconds, least=1):
+    connection, took = Connection(url), list[float]()
     end = time.monotonic() + seconds
     while time.monotonic() < end or len(took) < least:
         start = time.monotonic()
-        connection.ask(request)
+        connection.send(request)
         took.append(time.monotonic() - start)
     return took
 
 
-def asked_by_many(url, request, seconds):
+def sent_by_many(url, request, seconds):
     with multiprocessing.Pool(CLIENTS) as pool:
-        return sum(pool.starmap(asked, [(url, request, seconds)] * CLIENTS, chunksize=1), [])
+        found = pool.starmap(sent, [(url, request, seconds)] * CLIENTS, chunksize=1)
+        return list(itertools.chain.from_iterable(found))
 
 
 # {server: figures} of one row; `urls` and `requests` by server.
-def measured(urls, requests, seconds, rounds, ask):
-    took, cpu, rate = ({server: [] for server in urls} for _ in range(3))
+def measured(urls, requests, seconds, rounds, send):
+    took, cpu, rate = ({server: list[float]() for server in urls} for _ in range(3))
     for server, url in list(urls.items()) * rounds:
         pids = processes(url)
         before, start = cpu_seconds(pids), time.monotonic()
-        wall = ask(url, requests[server], seconds)
+        wall = send(url, requests[server], seconds)
         rate[server].append(len(wall) / (time.monotonic() - start))
         cpu[server].append(1000 * (cpu_seconds(pids) - before) / len(wall))
         took[server] += (1000 * each for each in wall)
@@ -203,8 +206,8 @@ def load(urls, pattern, seconds, rounds):
     for row in filter(re.compile(pattern).search, next(iter(requests.values()))):
         request = {server: requests[server][row] for server in urls}
         size = max(len(connections[server].checked(request[server])) for server in urls)
-        for clients, ask in ((1, asked), (CLIENTS, asked_by_many))[: 1 if size >> 20 else 2]:
-            by_server = found[f"{row}, {clients}"] = measured(urls, request, seconds, rounds, ask)
+        for clients, send in ((1, sent), (CLIENTS, sent_by_many))[: 1 if size >> 20 else 2]:
+            by_server = found[f"{row}, {clients}"] = measured(urls, request, seconds, rounds, send)
             columns = "{cpu_ms:10.3f}{p50_ms:10.2f}{p99_ms:10.2f}{per_second:10.1f}"
             line = "".join(columns.format(**figures) for figures in by_server.values())
             first, *others = (figures["cpu_ms"] for figures in by_server.values())
@@ -212,11 +215,11 @@ def load(urls, pattern, seconds, rounds):
             print(f"{row:44}{clients:2}{line}{ratios}", flush=True)
     resident["after the rows"] = {server: memory(url) for server, url in urls.items()}
     for server, url in urls.items():
-        asked(url, requests[server][LARGEST], 0, CLIENTS)
+        sent(url, requests[server][LARGEST], 0, CLIENTS)
         resident.setdefault("after large replies", {})[server] = memory(url)
-        asked_by_many(url, requests[server][LARGEST], 0)
+        sent_by_many(url, requests[server][LARGEST], 0)
         resident.setdefault("after large replies at once", {})[server] = memory(url)
     for when, by_server in resident.items():
-        columns = (f"{each['resident']:10} MiB, peak {each['peak']}" for each in by_server.values())
-        print(f"{when:46}" + "".join(f"{column:40}" for column in columns))
+        sizes = (f"{each['resident']:10} MiB, peak {each['peak']}" for each in by_server.values())
+        print(f"{when:46}" + "".join(f"{size:40}" for size in sizes))
     return {"rows": found, "memory": resident}

@@ -1,4 +1,5 @@
-"""Asks two servers the same and lists what differs, and why: what `./qbx compare` calls."""
+"""Sends two servers the same requests, and lists every difference between their responses with its
+reason, from known.json: what `./qbx compare` runs."""
 
 import argparse
 import collections
@@ -14,17 +15,24 @@ import time
 import urllib.parse
 import xml.etree.ElementTree as ElementTree
 
-from Compare.suite import NAMESPACE, OWN, ROOT, Suite
+from qbx_support import exchanges, odd_array
 from qbx_support.cimxml import http_request, request
-from qbx_support.exchanges import FOLDER
 from qbx_support.raw import send
-from qbx_support.server import Server, StartError
+from qbx_support.server import ROOT, Server, StartError
 
-SECONDS = 5  # some questions are never answered by some servers
+from Compare.suite import NAMESPACE, OWN, Suite
+
+SECONDS = 20  # for a response: some servers never send some
 INTEROP = ("root/PG_InterOp", "root/interop", "interop")
 INTEROP_CLASS = "CIM_ObjectManager"
 KNOWN = pathlib.Path(__file__).with_name("known.json")
 EXAMPLES, LENGTH = 3, 300  # of a reason in the report; of a line in it
+DESCRIPTION = """\
+Sends two servers some 800 requests, and lists every difference between their responses with its
+reason, from Compare/known.json. The word embedded stands for the embedded server, which is built and
+started. Both must serve the same array in the same state, and know the users of the tests: admin,
+operator, viewer, guest, blocked and stranger, each his own password. The requests change the array.
+Exit status 1 when a difference has no reason. Docs/Equivalence.md tells more."""
 
 ENVELOPE = {"CIM", "MESSAGE", "SIMPLERSP", "IMETHODRESPONSE", "METHODRESPONSE", "IRETURNVALUE"}
 WITH_PATH = {"VALUE.NAMEDINSTANCE", "VALUE.OBJECTWITHPATH"}
@@ -58,7 +66,7 @@ def whole(element):
 
 
 def lines(element, where=""):
-    """What an element says, in lines that stand for themselves: their order means nothing."""
+    """The content of an element, in lines that stand for themselves: their order means nothing."""
     if VALUE.fullmatch(element.tag):
         yield where + whole(element)
         return
@@ -89,36 +97,37 @@ def path(element):
 
 
 class Side:
-    """A server: where it is, what it is, and what it has answered."""
+    """A server: its URL, what it is, and its responses, {request: lines counted}. A response may
+    take so many seconds."""
 
-    def __init__(self, url):
-        self.url, self.answers = url, {}
+    def __init__(self, url, seconds=SECONDS):
+        self.url, self.seconds, self.responses = url, seconds, {}
         self.interop = next(filter(self.has_managers, INTEROP), INTEROP[0])
         self.about = self.version()
 
-    def told(self, operation, namespace, **given):
-        """The body of the reply to a question of the administrator."""
-        asked = request(operation, namespace=namespace, **given)
+    def body(self, operation, namespace, **parameters):
+        """The body of the response to a request of the administrator."""
+        of = request(operation, namespace=namespace, **parameters)
         try:
-            reply = send(self.url, http_request(asked, "admin"), SECONDS)
+            response = send(self.url, http_request(of, "admin"), self.seconds)
         except (OSError, ValueError) as error:
-            sys.exit(f"qbx compare: {self.url} does not answer: {error}")
-        if " 200 " not in reply.status_line:
-            sys.exit(f"qbx compare: {self.url} refuses the user admin: {reply.status_line}")
-        return reply.body
+            sys.exit(f"qbx compare: {self.url} does not respond: {error}")
+        if " 200 " not in response.status_line:
+            sys.exit(f"qbx compare: {self.url} refuses the user admin: {response.status_line}")
+        return response.body
 
     def objects(self, operation, name, namespace=NAMESPACE):
-        return self.told(operation, namespace, ClassName=f'<CLASSNAME NAME="{name}"/>')
+        return self.body(operation, namespace, ClassName=f'<CLASSNAME NAME="{name}"/>')
 
     def has_managers(self, namespace):
         return "<INSTANCENAME" in self.objects("EnumerateInstanceNames", INTEROP_CLASS, namespace)
 
     def version(self):
-        """What the server says that it is."""
+        """Name, description and version of the object manager."""
         body = self.objects("EnumerateInstances", INTEROP_CLASS, self.interop)
         pattern = r'NAME="(?:ElementName|Description|Version)"[^>]*>\s*<VALUE>(.*?)</VALUE>'
         found = re.findall(pattern, body)
-        return ", ".join(found) or "a server that does not say what it is"
+        return ", ".join(found) or "a server that does not describe itself"
 
     def paths(self):
         """{class: [path]} of the module's elements, in order."""
@@ -132,44 +141,47 @@ class Side:
             found[name] = [each for each, _ in itertools.groupby(own)]
         return found
 
-    def answer(self, said):
-        """The lines of the answer to a request."""
+    def response(self, sent):
+        """The lines of the response to a request."""
         try:
-            reply = send(self.url, said, SECONDS)
+            response = send(self.url, sent, self.seconds)
         except TimeoutError:
-            return [f"no answer in {SECONDS} seconds"]
+            return [f"no response in {self.seconds} seconds"]
         except (OSError, ValueError, IndexError) as error:
-            return [f"no answer: {type(error).__name__}"]
-        found = [reply.status_line, *(f"{name}: {value}" for name, value in reply.fields.items())]
+            return [f"no response: {type(error).__name__}"]
+        found = [response.status_line]
+        found += (f"{name}: {value}" for name, value in response.fields.items())
         found = [re.sub('realm=".*"', 'realm="HOST"', each) for each in found]
         try:
-            found += lines(ElementTree.fromstring(reply.body)) if reply.body else ["no body"]
+            found += lines(ElementTree.fromstring(response.body)) if response.body else ["no body"]
         except ElementTree.ParseError:
-            found.append(f"no XML: {reply.body}")
+            found.append(f"no XML: {response.body}")
         place = urllib.parse.urlsplit(self.url).netloc
         return [each.replace(place, "HOST").replace(self.interop, "INTEROP") for each in found]
 
     def run(self, suite):
+        """Sends the requests of a suite, and keeps the responses."""
         start = time.monotonic()
-        for name, said in suite.asked:
-            self.answers[name] = collections.Counter(self.answer(said))
-        self.seconds = time.monotonic() - start
+        for name, sent in suite.requests:
+            self.responses[name] = collections.Counter(self.response(sent))
+        self.took = time.monotonic() - start
 
 
 class Comparison:
-    """What two servers have answered differently, and why: differences is
-    {question: (lines that only the first says, lines that only the second says)}."""
+    """What differs between the responses of two servers, and why. differences is {request: (lines
+    of the first only, lines of the second only)}; reasons {reason: {request: lines}}; unexplained
+    {request: lines}."""
 
     def __init__(self, sides, known):
         self.sides = sides
-        one, other = (side.answers for side in sides)
+        one, other = (side.responses for side in sides)
         pairs = {name: (one[name] - other[name], other[name] - one[name]) for name in one}
         self.differences = {name: pair for name, pair in pairs.items() if any(pair)}
         self.count = len(one)
         if not self.schemas_differ():
             known = [each for each in known if not each.get("schemas")]
         self.known = known
-        # Nobody says which server is which: the table fits better one way than the other.
+        # Which server is which is not known: the table fits better one way than the other.
         kinds = ("embedded", "other")
         orders = [self.explain(known, each) for each in (kinds, kinds[::-1])]
         self.reasons, self.unexplained = min(orders, key=lambda found: len(found[1]))
@@ -180,61 +192,75 @@ class Comparison:
         return any(line.startswith("CIM_") for found in pair for line in found)
 
     def explain(self, known, kinds):
-        """({reason: {question: [lines]}}, {question: [lines]}); a line begins with its server."""
-        reasons, unexplained = collections.defaultdict(dict), {}
+        """The reasons and what is unexplained, if the sides are of those kinds; a line begins with the
+        number of its server."""
+        reasons: dict[str, dict] = collections.defaultdict(dict)
+        unexplained: dict[str, list] = {}
         for name, pair in self.differences.items():
-            for number, (kind, found) in enumerate(zip(kinds, pair)):
+            for number, (kind, found) in enumerate(zip(kinds, pair, strict=True)):
                 for line in found:
-                    fitting = (each for each in known if fits(each, name, kind, line))
+                    fitting = (each for each in known if self.fits(each, name, kind, line))
                     entry = next(fitting, None)
                     where = reasons[entry["reason"]] if entry else unexplained
                     where.setdefault(name, []).append(f"{number + 1}: {line}")
         return reasons, unexplained
 
+    @staticmethod
+    def fits(entry, name, kind, line):
+        """Whether an entry of the table is the reason for a line that only such a server sends."""
+        pattern = entry.get(kind)
+        return (
+            pattern is not None
+            and re.search(entry.get("requests", ""), name) is not None
+            and re.search(pattern, line) is not None
+        )
+
     def summary(self):
         return (
-            f"{self.count} questions: {self.count - len(self.differences)} answered alike, "
+            f"{self.count} requests: {self.count - len(self.differences)} with equal responses, "
             f"{len(self.differences) - len(self.unexplained)} with differences that have a reason, "
             f"{len(self.unexplained)} with differences that have none"
         )
 
     def report(self):
         """The report as lines of Markdown."""
-        yield "# Two servers, one suite of questions\n"
+        yield "# Two servers, one suite of requests\n"
         yield f"{datetime.datetime.now():%Y-%m-%d %H:%M}\n"
         for number, side in enumerate(self.sides):
-            yield f"{number + 1}. {side.url}: {side.about}; {side.seconds:.0f} s"
+            yield f"{number + 1}. {side.url}: {side.about}; {side.took:.0f} s"
         yield f"\n{self.summary()}.\n\n## Without a reason\n"
         yield from examples(self.unexplained, None)
         for reason, found in sorted(self.reasons.items(), key=lambda each: -len(each[1])):
-            yield f"\n## {reason}\n\n{len(found)} questions.\n"
+            yield f"\n## {reason}\n\n{len(found)} requests.\n"
             yield from examples(found, EXAMPLES)
         yield "\n## Reasons that nothing needed\n"
         reasons = (each["reason"] for each in self.known)
         yield from (f"- {each}" for each in reasons if each not in self.reasons)
 
 
+def lines_of_status(status):
+    """A pattern for the lines of a response with this status; none: of no response."""
+    if not status:
+        return "^no response"
+    body = r"(CIM|MESSAGE|SIMPLERSP|I?METHODRESPONSE) |error \d" if status == "200" else "no (body|XML)"
+    return rf"^(HTTP/1\.1 {status} |(CIMError|CIMOperation|Content-Type|PGErrorDetail): |{body})"
+
+
 def known():
-    """The table of known differences: with that of the recorded exchanges."""
+    """The table of known differences: known.json, and the deviations from recorded exchanges."""
     return json.loads(KNOWN.read_text(encoding="utf-8")) + [
-        {"reason": each["why"], "questions": f"^exchange ({'|'.join(each['ours'])})$"}
-        | {"embedded": "", "other": ""}
-        for each in json.loads((FOLDER / "deviations.json").read_text(encoding="utf-8"))
+        {
+            "reason": deviation.reason,
+            "requests": f"^exchange {name}$",
+            "embedded": lines_of_status(str(deviation.status)),
+            "other": lines_of_status(exchanges.recorded(name)[1][9:12].decode()),
+        }
+        for name, deviation in exchanges.DEVIATIONS.items()
     ]
 
 
-def fits(entry, name, kind, line):
-    """Whether an entry of the table explains a line that only such a server says."""
-    pattern = entry.get(kind)
-    return (
-        pattern is not None
-        and re.search(entry.get("questions", ""), name) is not None
-        and re.search(pattern, line) is not None
-    )
-
-
 def examples(found, limit):
-    """Questions and their lines, for the report; the first of many."""
+    """Requests and their lines, for the report; the first of many."""
     for name in itertools.islice(found, limit):
         yield f"- `{name}`"
         for line in found[name][:limit]:
@@ -250,19 +276,41 @@ def server(named, options):
             sys.exit(f"qbx compare: {named!r} is neither http://HOST:PORT nor the word embedded")
         yield named.rstrip("/")
         return
-    if not pathlib.Path(options.array).is_file():
+    if options.array and not options.array.is_file():
         sys.exit(f"qbx compare: no such array file: {options.array}")
-    with Server(options.build, array=options.array, schema=options.schema) as embedded:
+    array = options.array or odd_array.contents()
+    with Server(options.build, array=array, schema=options.schema) as embedded:
         yield embedded.url
 
 
 def main():
-    parser = argparse.ArgumentParser(prog="qbx compare")
-    parser.add_argument("servers", nargs=2, metavar="URL")
-    parser.add_argument("--build", default=ROOT / "build" / "release")
-    parser.add_argument("--array", default=ROOT / "Tests" / "Wire" / "array.json")
-    parser.add_argument("--schema", nargs="+")
-    parser.add_argument("--out", type=pathlib.Path, default=ROOT / "build" / "compare")
+    parser = argparse.ArgumentParser(
+        prog="./qbx compare",
+        formatter_class=argparse.RawDescriptionHelpFormatter,
+        description=DESCRIPTION,
+    )
+    parser.add_argument("servers", nargs=2, metavar="URL", help="http://HOST:PORT, or embedded")
+    parser.add_argument(
+        "--array",
+        type=pathlib.Path,
+        metavar="FILE",
+        help="array file of the embedded server (default: the array of odd cases, which"
+        " ./qbx test --write-array FILE writes)",
+    )
+    parser.add_argument(
+        "--schema",
+        nargs="+",
+        metavar=("NAMESPACE=FILE", "FOLDER"),
+        help="its schema, and folders of included files (default: the project's own)",
+    )
+    parser.add_argument(
+        "--build", type=pathlib.Path, metavar="FOLDER", default=ROOT / "build" / "release",
+        help="a build of it (default: build/release, which ./qbx compare makes)",
+    )  # fmt: skip
+    parser.add_argument(
+        "--out", type=pathlib.Path, metavar="FOLDER", default=ROOT / "build" / "compare",
+        help="where report.md and report.json go (default: build/compare)",
+    )  # fmt: skip
     options = parser.parse_args()
     try:
         with contextlib.ExitStack() as stack:

@@ -1,16 +1,18 @@
-"""The tour of `./qbx demo`: asks the embedded server with two clients that are not ours, and shows
-what was asked and what came. Exit status 0 when every answer was the expected one."""
+"""The tour of `./qbx demo`: sends requests to the embedded server through two independent clients,
+and shows each request and its response. Exit status 0 when every response was the expected one."""
 
 import argparse
 import json
 import shutil
 import sys
-import time
 
 from qbx_support.arrays import element_path
-from qbx_support.clients import ErrorResponse, Pywbem, Wbemcli
-from qbx_support.server import SAMPLE_FIRMWARE, Server, StartError
+from qbx_support.clients import Pywbem, ResponseError, Wbemcli
+from qbx_support.server import ROOT, SAMPLE_FIRMWARE, Server, StartError
 
+DESCRIPTION = """Starts the embedded server on the sample array and a free port, sends it requests
+through two WBEM clients (wbemcli, and pywbem where pip could install it), shows each request and its
+response, and stops it. Exit status 0 when every response was the expected one."""
 MAX_LINES = 12
 STATUS = {"API_STATE_OK": 2, "API_STATE_DEGRADED": 3}
 MEANING = {"2": "OK", "3": "degraded"}
@@ -18,7 +20,7 @@ ON_LOOP, OFF_LOOP, FIRMWARE_MISSING = 1, 2, 20  # codes of the simulated array
 
 
 class Tour:
-    """Shows each question and its answer, and remembers what went wrong."""
+    """Shows each request and its response, and counts what went wrong."""
 
     def __init__(self):
         self.failures = 0
@@ -26,9 +28,9 @@ class Tour:
     def title(self, text):
         print(f"\n== {text}")
 
-    def show(self, asked, lines, is_right, limit=MAX_LINES):
-        """One question. `lines` are what came; of many only the first are shown."""
-        print(f"\n$ {asked}")
+    def show(self, request, lines, is_right, limit=MAX_LINES):
+        """One request. `lines` are its response; of many only the first are shown."""
+        print(f"\n$ {request}")
         for line in lines[:limit]:
             print(f"  {line}")
         if len(lines) > limit:
@@ -37,18 +39,18 @@ class Tour:
             self.failures += 1
             print("  ^^^^ not what was expected")
 
-    def refused(self, asked, operation, code, text=None):
-        """A question that must be refused with this code, and text."""
+    def rejected(self, request, operation, code, text=None):
+        """A request whose response must be an error of this code, and text."""
         try:
             operation()
-            self.show(asked, ["(an answer, though it should have been refused)"], False)
-        except ErrorResponse as error:
+            self.show(request, ["(no error, though it should be one)"], False)
+        except ResponseError as error:
             is_right = error.code == code and text in (None, error.text)
-            self.show(asked, [f"refused, code {error.code}: {error.text}"], is_right)
+            self.show(request, [f"error, code {error.code}: {error.text}"], is_right)
 
 
 class Sample:
-    """What the array file says, as far as the tour looks at it."""
+    """The content of the array file, as far as the tour shows it."""
 
     def __init__(self, file):
         contents = json.loads(file.read_text(encoding="utf-8"))
@@ -86,13 +88,13 @@ def plain(value):
 
 
 def look_around(tour, client, sample):
-    """Which cages there are, how they are, and what the sensors of the worst one say."""
+    """Which cages there are, how they are, and the readings of the worst one's sensors."""
     command_line = client.name == "wbemcli"
 
     def same(values, expected):
         return all(values.get(name) == client.shown(value) for name, value in expected.items())
 
-    tour.title(f"Which drive cages are there? (asked with {client.name})")
+    tour.title(f"Which drive cages are there? (through {client.name})")
     names = sorted(client.names("QBX_DriveCage"))
     tour.show(
         "wbemcli ein $U:QBX_DriveCage"
@@ -158,12 +160,12 @@ class Hand:
         self.tour = tour
         self.client = Wbemcli(server)
 
-    def watch(self, path, asked, expected, result=None):
+    def watch(self, path, request, expected, result=None):
         """Shows what was done, what it returned, and what the properties are now."""
         values = self.client.get(path)
         wanted = {name: self.client.shown(value) for name, value in expected.items()}
         self.tour.show(
-            asked,
+            request,
             ([] if result is None else [f"returned {result[0]}"])
             + [f"{name} = {values.get(name)}" for name in wanted],
             (result is None or result[0] == result[1])
@@ -172,8 +174,8 @@ class Hand:
 
     def call(self, path, method, parameters, expected, result=0, note=""):
         listed = ",".join(f"{name}={self.client.shown(value)}" for name, value in parameters)
-        asked = f"wbemcli cm {target(path)} '{method}.{listed}'{note}"
-        self.watch(path, asked, expected, (self.client.invoke(path, method, parameters), result))
+        request = f"wbemcli cm {target(path)} '{method}.{listed}'{note}"
+        self.watch(path, request, expected, (self.client.invoke(path, method, parameters), result))
 
 
 def act(tour, server, sample):
@@ -183,12 +185,8 @@ def act(tour, server, sample):
     path, tag = cage_path(worst), worst["deviceID"]
 
     tour.title(f"Guiding the technician to {tag}, by light")
-    hand.call(path, "Locate", [("LocateTimer", 3)], {"LocateON": True})
-    deadline = time.monotonic() + 60
-    while hand.client.get(path)["LocateON"] != "FALSE" and time.monotonic() < deadline:
-        time.sleep(0.2)
-    asked = f"wbemcli gp {target(path)} LocateON   (when the seconds are over)"
-    hand.watch(path, asked, {"LocateON": False})
+    hand.call(path, "Locate", [("LocateTimer", 3600)], {"LocateON": True})
+    hand.call(path, "Locate", [("LocateTimer", 0)], {"LocateON": False}, note="   (it is found)")
     first = next(each for each in sample.cards if each["parentDeviceID"] == tag)
     card = element_path("QBX_CageInterfaceCard", first, "cageType")
     lights = {"LoopALocateON": [False, True]}
@@ -244,7 +242,7 @@ def walk(tour, server, sample):
         inside = client.associator_names(cage, association="CIM_PackageInChassis")
         inside += client.associator_names(cage, association="QBX_SensorInDriveCage")
         reached += 1 + len(inside)
-        by_class = {}
+        by_class: dict = {}
         for each in inside:
             name, _, keys = each.partition(".")
             key = next(part for part in keys.split(",") if part.startswith(("Tag=", "DeviceID=")))
@@ -261,15 +259,15 @@ def walk(tour, server, sample):
     )
 
 
-def refusals(tour, server, sample):
-    """Questions that must not be answered."""
-    tour.title("What is refused")
+def rejections(tour, server, sample):
+    """Requests that must get an error."""
+    tour.title("What is rejected")
     client, viewer = Wbemcli(server), Wbemcli(server, "viewer")
     stranger, wrong = Wbemcli(server, "stranger"), Wbemcli(server, "admin", "wrong")
     path = cage_path(sample.cages[0])
     nowhere = (path[0], {**path[1], "Tag": "cage99"})
     cages, ein = "QBX_DriveCage", "wbemcli ein $U:"
-    for asked, operation, code, text in (
+    for request, operation, code, text in (
         (
             f"{ein}QBX_Disk   (no such class)",
             lambda: client.names("QBX_Disk"),
@@ -296,12 +294,12 @@ def refusals(tour, server, sample):
         ),
         (f"{ein}{cages}   (a wrong password)", lambda: wrong.names(cages), 401, None),
     ):
-        tour.refused(asked, operation, code, text and f"CIM_ERR_{text}")
+        tour.rejected(request, operation, code, text and f"CIM_ERR_{text}")
 
 
 def main():
-    parser = argparse.ArgumentParser(prog="qbx demo")
-    parser.add_argument("--build", required=True)
+    parser = argparse.ArgumentParser(prog="./qbx demo", description=DESCRIPTION)
+    parser.add_argument("--build", default=ROOT / "build" / "release", help=argparse.SUPPRESS)
     options = parser.parse_args()
     if not shutil.which("wbemcli"):
         sys.exit("qbx demo: wbemcli is not installed (./qbx setup)")
@@ -315,18 +313,18 @@ def main():
             act(tour, server, sample)
             list_others(tour, server, sample)
             walk(tour, server, sample)
-            refusals(tour, server, sample)
+            rejections(tour, server, sample)
             try:
                 client = Pywbem(server)
             except ImportError:
                 print("\npywbem is not to be had here: its half of the tour is left out")
             else:
                 look_around(tour, client, sample)
-    except (StartError, ErrorResponse) as error:
+    except (StartError, ResponseError) as error:
         sys.exit(f"qbx demo: {error}")
     if tour.failures:
-        sys.exit(f"\n{tour.failures} answers were not the expected ones.")
-    print("\nEvery answer was the expected one.")
+        sys.exit(f"\n{tour.failures} responses were not the expected ones.")
+    print("\nEvery response was the expected one.")
 
 
 if __name__ == "__main__":

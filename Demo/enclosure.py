@@ -1,4 +1,4 @@
-"""Runs qbx-enclosure on a server that it starts on the sample array, and stops.
+"""Runs qbx-enclosure on an embedded server, which it starts on the sample array and stops.
 
   enclosure.py BUILD [COMMAND] [OPTION...]
 """

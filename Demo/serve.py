@@ -1,4 +1,4 @@
-"""Runs the embedded server in the foreground: what `./qbx serve` calls."""
+"""Runs the embedded server in the foreground: what `./qbx serve` runs."""
 
 import argparse
 import contextlib
@@ -9,12 +9,11 @@ import signal
 import subprocess
 import sys
 
-from qbx_support.server import SAMPLE_ARRAY, USERS, StartError
-from qbx_support.server import command, environment, password_file
+from qbx_support.server import ROOT, SAMPLE_ARRAY, USERS, StartError, command, environment, password_file
 
 
 def array_is_good(build, array):
-    """Whether the simulated array can serve the file; if not it has said why on standard error."""
+    """Whether the simulated array can serve the file; if not, its log on standard error tells why."""
     library = ctypes.CDLL(str(pathlib.Path(build) / "lib" / "libqbxapi.so"))
     return library.qbxsim_loadFile(str(array).encode()) == 0
 
@@ -29,7 +28,7 @@ def has_terminal():
 
 
 def follow_signals(server):
-    """Hands the server what this program is told: to end, or to read its files again."""
+    """Passes on the signals that this program gets: to end, or to read the files again."""
     had_terminal = has_terminal()
 
     def end(*_):
@@ -47,25 +46,40 @@ def follow_signals(server):
 
 
 def query(url, options):
-    """A command that asks the server at this URL for its cages."""
+    """A command that lists the cages of the server at this URL."""
     login = "" if options.no_auth else "USER:PASSWORD@" if options.users else "admin:admin@"
     trust = f"-cacert {options.cert} " if options.cert else ""
     return f"wbemcli {trust}ein '{url.replace('://', f'://{login}')}:QBX_DriveCage'"
 
 
-def main():
-    parser = argparse.ArgumentParser(prog="qbx serve", usage="./qbx serve --help lists the options")
-    parser.add_argument("--build", required=True)
-    parser.add_argument("--state", required=True, type=pathlib.Path)
-    parser.add_argument("--port", type=int, default=5988)
-    parser.add_argument("--array", type=pathlib.Path, default=SAMPLE_ARRAY)
-    parser.add_argument("--listen", default="127.0.0.1")
+def parse_arguments():
+    parser = argparse.ArgumentParser(
+        prog="./qbx serve",
+        description="Runs the embedded server in the foreground on the sample array, on 127.0.0.1. Prints one "
+        "line with a query to paste when it is ready; Ctrl-C stops it. Changes that clients make to the array (a "
+        "cage's location, firmware versions) last until ./qbx clean.",
+    )
+    add = parser.add_argument
+    add("--listen", metavar="ADDRESS", default="127.0.0.1",
+        help="address to listen on (default 127.0.0.1; 0.0.0.0: all of this machine)")
+    add("--port", metavar="N", type=int, default=5988, help="port to listen on (default 5988; 0: any free one)")
+    add("--array", metavar="FILE", type=pathlib.Path, default=SAMPLE_ARRAY,
+        help="array file to serve (default StorageApi/simulator/sample-array.json)")
     who = parser.add_mutually_exclusive_group()
-    who.add_argument("--users", type=pathlib.Path)
-    who.add_argument("--no-auth", action="store_true")
-    parser.add_argument("--cert", type=pathlib.Path)
-    parser.add_argument("--key", type=pathlib.Path)
-    options = parser.parse_args()
+    who.add_argument("--users", metavar="FILE", type=pathlib.Path,
+                     help="password file, lines user:hash (default: the sample array's users, each with its own name "
+                     "as password); read again when it changes")
+    who.add_argument("--no-auth", action="store_true", help="no authentication")
+    add("--cert", metavar="FILE", type=pathlib.Path,
+        help="PEM certificate: serve HTTPS; read again, with its key, at a SIGHUP")
+    add("--key", metavar="FILE", type=pathlib.Path, help="PEM key of the certificate")
+    add("--build", default=ROOT / "build" / "release", help=argparse.SUPPRESS)
+    add("--state", default=ROOT / "build" / "serve", type=pathlib.Path, help=argparse.SUPPRESS)
+    return parser.parse_args()
+
+
+def main():
+    options = parse_arguments()
     is_local = options.listen in ("localhost", "::1") or options.listen.startswith("127.")
     if not (is_local or options.users or options.no_auth):
         sys.exit("qbx serve: everybody knows the sample's passwords: give --users FILE to --listen")
@@ -94,6 +108,7 @@ def main():
         env=environment(options.array.resolve(), options.state / "state.json"),
     )
     follow_signals(server)
+    assert server.stdout
     for line in server.stdout:
         if line.startswith("ready:"):
             known = f"   (users, each his own password: {', '.join(USERS)})"

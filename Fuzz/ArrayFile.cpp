@@ -1,5 +1,5 @@
-// The input as array file, as state file and as firmware file: a good one is served, and a bad one
-// leaves the array in service, with a line in the log that names the place.
+// The input as array file, as state file and as firmware file: a valid one is served; an invalid
+// one leaves the previous array in service, and a line in the log names its line.
 #include "Fuzz.h"
 
 #include <qbxapi.h>
@@ -49,7 +49,7 @@ api_CageHandle_t handleOf(const std::string& name)
     return handle;
 }
 
-/// True when something was logged: one line, with the place of a fault in that file.
+/// True when an error was logged, which must be one line with the line number in that file.
 bool hasFault(const std::string& file)
 {
     const std::string log = fuzz::read(folder() / "log"), place = (folder() / file).string() + ":";
@@ -61,7 +61,7 @@ bool hasFault(const std::string& file)
     return true;
 }
 
-/// That a location which is set holds after a restart.
+/// Checks that a location is kept through a restart.
 void checkLocation(const std::string& name)
 {
     const api_CageHandle_t cage = handleOf(name);
@@ -73,8 +73,8 @@ void checkLocation(const std::string& name)
     check(isKept, "the location is kept");
 }
 
-/// That the array is served when it is good, and another one stays in service when it is not. One
-/// that makes calls fail or wait cannot be told from a fault here, however its keys are spelt.
+/// Checks that a valid array is served, and that the previous one stays in service otherwise.
+/// Leaves out arrays with faults, which make calls fail or wait, however their keys are spelt.
 void checkArray(const std::string& array)
 {
     if (array.find("faults") != std::string::npos || array.find("\\u") != std::string::npos) return;

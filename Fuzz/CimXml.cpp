@@ -57,7 +57,7 @@ CimRequest requestOf(const std::string& input)
             fields["User"].value_or(""),  std::string(std::istreambuf_iterator<char>(lines), {})};
 }
 
-/// The calls to the array's library since they are recorded; checks its semaphore.
+/// The recorded calls to the array's library. Checks that its semaphore was released.
 std::string recordedCalls()
 {
     std::string calls;
@@ -67,7 +67,7 @@ std::string recordedCalls()
             (call == std::string("cim_sem_wait() = 0")) - (call == std::string("cim_sem_post()"));
         calls += std::string(call) + "\n";
     }
-    check(held == 0, "the semaphore is given back: " + calls);
+    check(held == 0, "the semaphore is released: " + calls);
     return calls;
 }
 
@@ -84,16 +84,19 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (reply.status == 200) {
         fuzz::checkXml(reply.body);
     } else {
-        check(reply.status == 400 || reply.status == 501, "an error of the client");
-        check(reply.body.empty() && !(reply.cimError + reply.detail).empty(), "a reason");
+        check(reply.status == 400 || reply.status == 501, "the status is an error of the client");
+        check(reply.body.empty() && !(reply.cimError + reply.detail).empty(),
+              "the error has a reason");
     }
 
     static const std::regex change("api_(locate|set|upgrade)");
     static const std::regex writing("<METHODRESPONSE |<IMETHODRESPONSE NAME=\"(Modify|Set)");
     const std::string calls = recordedCalls(), &user = request.user;
     if (!std::regex_search(calls, change)) return 0;
-    check(std::regex_search(reply.body, writing), "reading changes nothing: " + calls);
-    check(user == "admin" || user == "root" || user == "operator", "who may change: " + user);
+    check(std::regex_search(reply.body, writing),
+          "an operation that reads changes nothing: " + calls);
+    check(user == "admin" || user == "root" || user == "operator",
+          "the user may change the array: " + user);
     std::filesystem::remove(server.folder.path / "state");
     qbxsim_reset();
     return 0;

@@ -17,7 +17,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 namespace fuzz
 {
 
-/// Ends the process, saying which property does not hold.
+/// Ends the process with a message unless the property holds.
 inline void check(bool holds, const std::string& property)
 {
     if (holds) return;
@@ -25,7 +25,7 @@ inline void check(bool holds, const std::string& property)
     std::abort();
 }
 
-/// Checks that it is XML which every reader takes.
+/// Checks that the document is well-formed XML.
 inline void checkXml(const std::string& document)
 {
     const XML_Parser parser = XML_ParserCreate("UTF-8");
@@ -52,7 +52,7 @@ struct Folder
     Folder() : path(std::filesystem::temp_directory_path() / "fuzz-XXXXXX")
     {
         std::string name = path;
-        check(mkdtemp(name.data()) != nullptr, "there is room for temporary files");
+        check(mkdtemp(name.data()) != nullptr, "a temporary folder can be made");
         path = name;
     }
     ~Folder() { std::filesystem::remove_all(path); }

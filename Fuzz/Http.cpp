@@ -33,8 +33,9 @@ std::unique_ptr<HttpServer> started(const char* users)
     return startHttpServer(options, handle);
 }
 
-/// All that the server says. Another address asks each time, as some limits are by address.
-std::string answer(std::uint16_t port, const std::string& said)
+/// Sends the bytes from a new address, as some limits count by address, and returns all that the
+/// server sends back.
+std::string exchange(std::uint16_t port, const std::string& request)
 {
     static std::uint32_t client = INADDR_LOOPBACK;
     sockaddr_in from{AF_INET, 0, {htonl(++client)}, {}};
@@ -43,16 +44,16 @@ std::string answer(std::uint16_t port, const std::string& said)
     check(bind(fd, reinterpret_cast<sockaddr*>(&from), sizeof(from)) == 0 &&
               connect(fd, reinterpret_cast<sockaddr*>(&to), sizeof(to)) == 0,
           "the server can be reached");
-    send(fd, said.data(), said.size(), MSG_NOSIGNAL);
+    send(fd, request.data(), request.size(), MSG_NOSIGNAL);
     shutdown(fd, SHUT_WR);
-    std::string told;
+    std::string response;
     char part[4096];
     for (ssize_t size = 1; size > 0 || (size < 0 && errno == EINTR);) {  // by libFuzzer's timer
         size = recv(fd, part, sizeof(part), 0);
-        if (size > 0) told.append(part, static_cast<std::size_t>(size));
+        if (size > 0) response.append(part, static_cast<std::size_t>(size));
     }
     close(fd);
-    return told;
+    return response;
 }
 
 /// The value of a field in the head of a reply; empty when it is not there.
@@ -66,26 +67,27 @@ std::string field(const std::string& head, const std::string& name)
 
 /// Checks the replies one after the other: their heads, their lengths, and that nothing follows the
 /// one that announces the end. Returns how many have come from the handler.
-unsigned checkReplies(std::string told, bool mayLackBodies)
+unsigned checkReplies(std::string response, bool mayLackBodies)
 {
-    unsigned answers = 0;
-    while (!told.empty()) {
-        const std::size_t end = told.find("\r\n\r\n");
-        check(end != std::string::npos && told.compare(0, 7, "HTTP/1.") == 0, "a head: " + told);
-        const std::string head = told.substr(0, end + 2), status = head.substr(9, 3);
+    unsigned answered = 0;
+    while (!response.empty()) {
+        const std::size_t end = response.find("\r\n\r\n");
+        check(end != std::string::npos && response.compare(0, 7, "HTTP/1.") == 0,
+              "a head: " + response);
+        const std::string head = response.substr(0, end + 2), status = head.substr(9, 3);
         check(std::all_of(head.begin(), head.end(), [](char c) { return c > 0 && c < 127; }),
               "a head in ASCII: " + head);
-        told.erase(0, end + 4);
+        response.erase(0, end + 4);
         const bool isLast = field(head, "Connection") == "close";
         const std::string length = field(head, "Content-Length");
         check(!length.empty() || status == "100", "a length: " + head);
         const std::size_t size = length.empty() ? 0 : std::stoul(length);
-        check(told.size() >= size || mayLackBodies, "the whole body: " + told);
-        told.erase(0, size);
-        check(told.empty() || !isLast, "nothing behind the last reply: " + told);
-        answers += status == "200" || field(head, "CIMError") == "from-handler";
+        check(response.size() >= size || mayLackBodies, "the whole body: " + response);
+        response.erase(0, size);
+        check(response.empty() || !isLast, "nothing behind the last reply: " + response);
+        answered += status == "200" || field(head, "CIMError") == "from-handler";
     }
-    return answers;
+    return answered;
 }
 
 }  // namespace
@@ -94,11 +96,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     static const auto forUsers = started(PROJECT "Tests/Wire/exchanges/users"),
                       forAll = started("");
-    const std::string said(data, data + size);
-    const bool hasLogin = said.find("Authorization") != std::string::npos;
+    const std::string request(data, data + size);
+    const bool hasLogin = request.find("Authorization") != std::string::npos;
     handled = 0;
-    const std::string told = answer((hasLogin ? forUsers : forAll)->port(), said);
-    const unsigned answers = checkReplies(told, said.find("HEAD ") != std::string::npos);
-    check(answers == handled, "each operation is answered: " + told);
+    const std::string response = exchange((hasLogin ? forUsers : forAll)->port(), request);
+    const unsigned answered = checkReplies(response, request.find("HEAD ") != std::string::npos);
+    check(answered == handled, "each operation is answered: " + response);
     return 0;
 }

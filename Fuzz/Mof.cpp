@@ -1,4 +1,5 @@
-// The MOF compiler: success or a fault that names the place; what it has taken can be shown.
+// The MOF compiler succeeds, or reports an error with its line and column; what it has compiled can
+// be written as XML.
 #include "CimXml/Encode.h"
 #include "Fuzz.h"
 #include "Mof/MofCompiler.h"

@@ -1,4 +1,4 @@
-// Object paths, and CIM-XML elements that hold values: what was read and written reads alike.
+// Object paths, and CIM-XML elements that hold values: what was written reads back as the same.
 #include "CimXml/Decode.h"
 #include "CimXml/Encode.h"
 #include "Fuzz.h"
@@ -26,12 +26,12 @@ std::string rewritten(const std::string& document)
     return out;
 }
 
-// Neither may throw: these were read before.
+// Neither function may throw: their input comes from a successful read.
 
 void checkElement(const std::string& once) noexcept
 {
     fuzz::checkXml(once);
-    fuzz::check(rewritten(once) == once, "an element that was written reads alike: " + once);
+    fuzz::check(rewritten(once) == once, "an element reads back as it was written: " + once);
 }
 
 void checkPath(const CIMObjectPath& path) noexcept
@@ -39,7 +39,7 @@ void checkPath(const CIMObjectPath& path) noexcept
     const CIMObjectPath again(path.toString());
     fuzz::check(again == path && again.toString() == path.toString() &&
                     QBX_Common::matchObjectPath(path, again),
-                "a path that was written reads alike: " + toUtf8(path.toString()));
+                "a path reads back as it was written: " + toUtf8(path.toString()));
     std::string element;
     xml::appendInstanceName(element, path);
     checkElement(rewritten(element));
@@ -52,8 +52,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string text(data, data + size);
     try {
         text[0] == '<' ? checkElement(rewritten(text)) : checkPath(CIMObjectPath(toString(text)));
-    } catch (const RequestError&) {  // what is no such element
-    } catch (const Exception&) {     // what the CIM library refuses
+    } catch (const RequestError&) {  // not such an element
+    } catch (const Exception&) {     // refused by the CIM library
     }
     return 0;
 }

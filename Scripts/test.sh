@@ -7,7 +7,7 @@ cpp_files() {
 }
 
 shell_files() {
-    git -C "$root" ls-files -- qbx .ci/run '*.sh' '*.bash' 'Enclosure/completion/*' 'Deploy/*/p*' | grep -v '\.py$'
+    git -C "$root" ls-files -- qbx .ci/run '*.sh' '*.bash' 'Enclosure/completion/*' 'Deploy/qbx-*/p*'
 }
 
 # ---- Checks ----

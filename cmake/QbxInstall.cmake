@@ -14,27 +14,48 @@ set(toolkit_cmake ${CMAKE_INSTALL_LIBDIR}/cmake/QBXCommon)
 set(toolkit_pkgconfig ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 set(standin_lib ${CMAKE_INSTALL_LIBDIR}/qbx-cimserver)
 set(standin_data ${CMAKE_INSTALL_DATADIR}/qbx-cimserver)
-set(schema_source ${PROJECT_SOURCE_DIR}/Schema)
+set(schema ${PROJECT_BINARY_DIR}/Schema)
 
 # A template of this folder, as a file of the build folder.
 function(qbx_configure_file name)
   configure_file(${PROJECT_SOURCE_DIR}/cmake/${name}.in ${PROJECT_BINARY_DIR}/package/${name} @ONLY)
 endfunction()
 
+# A program in Python: its script and its package of the folder `source` go to `folder`, a link to the
+# script to `bin`. The package's file `generated` comes from a template.
+function(qbx_install_python program source folder bin generated component)
+  string(REPLACE "-" "_" package ${program})
+  install(PROGRAMS ${source}/${program} DESTINATION ${folder} COMPONENT ${component})
+  install(DIRECTORY ${source}/${package} DESTINATION ${folder} COMPONENT ${component}
+    PATTERN __pycache__ EXCLUDE PATTERN ${generated} EXCLUDE)
+  qbx_configure_file(${generated})
+  install(FILES ${PROJECT_BINARY_DIR}/package/${generated} DESTINATION ${folder}/${package}
+    COMPONENT ${component})
+  file(RELATIVE_PATH bin_to_folder /prefix/${bin} /prefix/${folder})
+  file(CREATE_LINK ${bin_to_folder}/${program} ${PROJECT_BINARY_DIR}/package/${program} SYMBOLIC)
+  install(FILES ${PROJECT_BINARY_DIR}/package/${program} DESTINATION ${bin} COMPONENT ${component})
+endfunction()
+
 # ---- module ----
 
 install(TARGETS QBX_DriveCageProvider
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/qbx COMPONENT module)
-install(PROGRAMS ${PROJECT_SOURCE_DIR}/Deploy/qbx_provider.py
-  DESTINATION ${CMAKE_INSTALL_SBINDIR} RENAME qbx-provider COMPONENT module)
+set(provider ${CMAKE_INSTALL_DATADIR}/qbx/provider)
+file(RELATIVE_PATH provider_to_libraries /prefix/${provider}/qbx_provider
+  /prefix/${CMAKE_INSTALL_LIBDIR}/qbx)
+file(RELATIVE_PATH provider_to_schema /prefix/${provider}/qbx_provider
+  /prefix/${CMAKE_INSTALL_DATADIR}/qbx/schema)
+qbx_install_python(qbx-provider ${PROJECT_SOURCE_DIR}/Deploy ${provider} ${CMAKE_INSTALL_SBINDIR}
+  package.py module)
 install(FILES ${PROJECT_SOURCE_DIR}/Docs/qbx-provider.8
   DESTINATION ${CMAKE_INSTALL_MANDIR}/man8 COMPONENT module)
 # A server that carries the DMTF schema must not load the first four.
-set(standin_schema ${schema_source}/qbx.mof ${schema_source}/qualifiers.mof ${schema_source}/base.mof
-  ${schema_source}/system-instances.mof)
-file(GLOB module_schema CONFIGURE_DEPENDS ${schema_source}/*.mof)
+set(standin_schema ${schema}/qbx.mof ${schema}/qualifiers.mof ${schema}/base.mof
+  ${schema}/system-instances.mof)
+file(GLOB module_schema RELATIVE ${PROJECT_SOURCE_DIR}/Schema ${PROJECT_SOURCE_DIR}/Schema/*.mof)
+list(TRANSFORM module_schema PREPEND ${schema}/)
 list(REMOVE_ITEM module_schema ${standin_schema})
-install(FILES ${module_schema} ${schema_source}/system-instances.mof
+install(FILES ${module_schema} ${schema}/system-instances.mof ${schema}/manifest.json
   DESTINATION ${CMAKE_INSTALL_DATADIR}/qbx/schema COMPONENT module)
 
 # ---- toolkit ----
@@ -73,16 +94,8 @@ install(FILES ${PROJECT_BINARY_DIR}/package/qbx-common.pc DESTINATION ${toolkit_
 
 # ---- enclosure ----
 
-set(enclosure ${CMAKE_INSTALL_DATADIR}/qbx/enclosure)
-install(PROGRAMS ${PROJECT_SOURCE_DIR}/Enclosure/qbx-enclosure DESTINATION ${enclosure} COMPONENT enclosure)
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/Enclosure/qbx_enclosure DESTINATION ${enclosure} COMPONENT enclosure
-  PATTERN __pycache__ EXCLUDE)
-# The program finds its package where the link leads to.
-file(RELATIVE_PATH bin_to_enclosure /prefix/${CMAKE_INSTALL_BINDIR} /prefix/${enclosure})
-file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/package)
-file(CREATE_LINK ${bin_to_enclosure}/qbx-enclosure ${PROJECT_BINARY_DIR}/package/qbx-enclosure SYMBOLIC)
-install(FILES ${PROJECT_BINARY_DIR}/package/qbx-enclosure DESTINATION ${CMAKE_INSTALL_BINDIR}
-  COMPONENT enclosure)
+qbx_install_python(qbx-enclosure ${PROJECT_SOURCE_DIR}/Enclosure
+  ${CMAKE_INSTALL_DATADIR}/qbx/enclosure ${CMAKE_INSTALL_BINDIR} version.py enclosure)
 install(FILES ${PROJECT_SOURCE_DIR}/Enclosure/completion/qbx-enclosure
   DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT enclosure)
 install(FILES ${PROJECT_SOURCE_DIR}/Docs/qbx-enclosure.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1

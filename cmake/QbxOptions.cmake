@@ -3,7 +3,9 @@ option(QBX_WERROR "Treat warnings as errors" OFF)
 set(QBX_SANITIZE "" CACHE STRING "Sanitizers for all targets, e.g. address,undefined or thread")
 
 add_library(qbx_build_options INTERFACE)
-target_compile_options(qbx_build_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
+target_compile_options(qbx_build_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion
+  # Sources that are compiled as one file may repeat each other's local names.
+  $<$<NOT:$<BOOL:$<TARGET_PROPERTY:UNITY_BUILD>>>:-Wshadow>
   # Of Clang, -Wconversion takes in changes of sign too; GCC's, in C++, does not.
   $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-Wno-sign-conversion>
   $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast> $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>

@@ -21,8 +21,8 @@ namespace
 constexpr int mostNestedCalls = 16;
 thread_local int nestedCalls = 0;
 
-/// Counts the provider calls that stand on this thread, each made from within the one before, so
-/// that a provider which calls itself without end gets an error before the stack is used up.
+/// Counts the provider calls on this thread's stack, each of which was made by the one before. A
+/// provider whose upcalls reach itself again and again gets an error before the stack is used up.
 struct NestedCall
 {
     NestedCall()
@@ -34,17 +34,17 @@ struct NestedCall
     ~NestedCall() { --nestedCalls; }
 };
 
-/// What a provider learns of the request: at least the caller's identity.
+/// The context that a provider receives: the request's, with the identity of a user in any case.
 OperationContext providerContext(OperationContext context)
 {
     if (!context.contains(IdentityContainer::NAME)) context.insert(IdentityContainer(String()));
     return context;
 }
 
-/// One provider call: `ask(provider, context, handler)`. Returns what the handler has collected;
-/// what the provider throws becomes what the client is to see. No lock is held while it runs.
-template <class Interface, class Handler, class Ask>
-auto callProvider(const OperationContext& context, ProviderObject& target, Ask ask)
+/// Runs `call(provider, context, handler)` and returns what the handler has collected. An exception
+/// of the provider becomes the error that the client receives. No lock is held during the call.
+template <class Interface, class Handler, class Call>
+auto callProvider(const OperationContext& context, ProviderObject& target, Call call)
 {
     using Result = decltype(std::declval<Handler>().result());
     const NestedCall nested;
@@ -55,7 +55,7 @@ auto callProvider(const OperationContext& context, ProviderObject& target, Ask a
     const OperationContext providersContext = providerContext(context);
     Handler handler;
     try {
-        ask(*provider, providersContext, handler);
+        call(*provider, providersContext, handler);
     } catch (...) {
         const CIMException error = currentError();
         if (error.getCode() != CIM_ERR_SUCCESS) throw error;
@@ -64,16 +64,16 @@ auto callProvider(const OperationContext& context, ProviderObject& target, Ask a
     return handler.result();
 }
 
-/// Calls `ask(name)` for each class. When refusals are allowed, classes that answer "not supported"
-/// count as empty.
-template <class Ask>
-void askEach(const std::vector<CIMName>& names, bool mayRefuse, Ask ask)
+/// Runs `enumerate(name)` for each class. With `skipsNotSupported`, a class whose provider throws
+/// CIM_ERR_NOT_SUPPORTED has no results.
+template <class Enumerate>
+void forEachClass(const std::vector<CIMName>& names, bool skipsNotSupported, Enumerate enumerate)
 {
     for (const CIMName& name : names) {
         try {
-            ask(name);
+            enumerate(name);
         } catch (const CIMException& error) {
-            if (!mayRefuse || error.getCode() != CIM_ERR_NOT_SUPPORTED) throw;
+            if (!skipsNotSupported || error.getCode() != CIM_ERR_NOT_SUPPORTED) throw;
         }
     }
 }
@@ -99,7 +99,8 @@ CIMPropertyList propertyNames(const Class& definition)
     return CIMPropertyList(names);
 }
 
-/// References name the association by their result class; no class is asked of the other side.
+/// The traversal of a references operation, whose result class is the association class. It does
+/// not restrict the objects at the other end.
 Traversal byAssociation(const Traversal& references)
 {
     return {references.source, references.resultClass, CIMName(), references.role, String()};
@@ -110,7 +111,7 @@ Traversal byAssociation(const Traversal& references)
 Broker::Broker(Repository& repository, const BrokerOptions& options)
     : repository_(repository), options_(options), registry_(repository, options)
 {
-    for (const Ns& nameSpace : repository.namespaces()) {
+    for (const CIMNamespaceName& nameSpace : repository.namespaces()) {
         for (const CIMName& name : repository.subclassNames(nameSpace, CIMName(), true)) {
             const ClassPtr definition = repository.findClass(nameSpace, name);
             if (!definition->isAssociation()) continue;
@@ -120,14 +121,14 @@ Broker::Broker(Repository& repository, const BrokerOptions& options)
     }
 }
 
-CIMObjectPath Broker::reference(const Ns& nameSpace, CIMObjectPath path) const
+CIMObjectPath Broker::reference(const CIMNamespaceName& nameSpace, CIMObjectPath path) const
 {
     path.setHost(options_.hostName);
     path.setNameSpace(nameSpace);
     return path;
 }
 
-void Broker::locate(const Ns& nameSpace, CIMObjectPath& path) const
+void Broker::locate(const CIMNamespaceName& nameSpace, CIMObjectPath& path) const
 {
     if (path.getHost().size() == 0) path.setHost(options_.hostName);
     if (path.getNameSpace().isNull()) path.setNameSpace(nameSpace);
@@ -135,20 +136,22 @@ void Broker::locate(const Ns& nameSpace, CIMObjectPath& path) const
 
 // ---- Schema ----
 
-CIMClass Broker::getClass(const Ctx&, const Ns& nameSpace, const CIMName& className,
-                          const ClassView& view)
+CIMClass Broker::getClass(const OperationContext&, const CIMNamespaceName& nameSpace,
+                          const CIMName& className, const ClassView& view)
 {
     return CIMClass(repository_.getClass(nameSpace, className, view));
 }
 
 // ---- Instances ----
 
-ProviderObject* Broker::instanceProvider(const Ns& nameSpace, const CIMName& className) const
+ProviderObject* Broker::instanceProvider(const CIMNamespaceName& nameSpace,
+                                         const CIMName& className) const
 {
     return registry_.find(nameSpace, className, ProviderKind::Instance);
 }
 
-ProviderObject* Broker::writingProvider(const Ns& nameSpace, const CIMName& className) const
+ProviderObject* Broker::writingProvider(const CIMNamespaceName& nameSpace,
+                                        const CIMName& className) const
 {
     repository_.requireClass(nameSpace, className, CIM_ERR_INVALID_CLASS);
     ProviderObject* const target = instanceProvider(nameSpace, className);
@@ -159,7 +162,8 @@ ProviderObject* Broker::writingProvider(const Ns& nameSpace, const CIMName& clas
         "No provider is registered that could change instances of " + className.getString() + ".");
 }
 
-std::vector<CIMName> Broker::withSubclasses(const Ns& nameSpace, const CIMName& className) const
+std::vector<CIMName> Broker::withSubclasses(const CIMNamespaceName& nameSpace,
+                                            const CIMName& className) const
 {
     repository_.requireClass(nameSpace, className, CIM_ERR_INVALID_CLASS);
     std::vector<CIMName> names = repository_.subclassNames(nameSpace, className, true);
@@ -167,77 +171,80 @@ std::vector<CIMName> Broker::withSubclasses(const Ns& nameSpace, const CIMName& 
     return names;
 }
 
-CIMInstance Broker::getInstance(const Ctx& context, const Ns& nameSpace, const CIMObjectPath& path,
-                                const InstanceView& wanted)
+CIMInstance Broker::getInstance(const OperationContext& context, const CIMNamespaceName& nameSpace,
+                                const CIMObjectPath& path, const InstanceView& requested)
 {
     repository_.requireClass(nameSpace, path.getClassName(), CIM_ERR_INVALID_CLASS);
-    const InstanceFilter filter(wanted);
+    const InstanceFilter filter(requested);
     const InstanceView& view = filter.view();
     ProviderObject* const target = instanceProvider(nameSpace, path.getClassName());
-    const auto ask = [&](auto& provider, const Ctx& ctx, auto& handler) {
-        provider.getInstance(ctx, reference(nameSpace, path), view.includeQualifiers,
+    const auto call = [&](auto& provider, const OperationContext& callContext, auto& handler) {
+        provider.getInstance(callContext, reference(nameSpace, path), view.includeQualifiers,
                              view.includeClassOrigin, view.properties, handler);
     };
     const CIMInstance found =
         target == nullptr
             ? repository_.getInstance(nameSpace, path)
-            : callProvider<CIMInstanceProvider, SingleInstanceHandler>(context, *target, ask);
+            : callProvider<CIMInstanceProvider, SingleInstanceHandler>(context, *target, call);
     return found.isUninitialized() ? found : filter.apply(found, localPath(found.getPath()));
 }
 
-Array<CIMInstance> Broker::enumerateInstances(const Ctx& context, const Ns& nameSpace,
+Array<CIMInstance> Broker::enumerateInstances(const OperationContext& context,
+                                              const CIMNamespaceName& nameSpace,
                                               const CIMName& className, bool deep,
-                                              const InstanceView& wanted)
+                                              const InstanceView& requested)
 {
     const std::vector<CIMName> names = withSubclasses(nameSpace, className);
-    // Without deep inheritance the class's own properties are as good as listed by the client.
-    const bool onlyOfThisClass = !deep && wanted.properties.isNull();
-    const InstanceFilter filter({wanted.includeQualifiers, wanted.includeClassOrigin,
+    // Without DeepInheritance, instances of subclasses show the properties of the class only, as if
+    // the client had listed these.
+    const bool onlyOfThisClass = !deep && requested.properties.isNull();
+    const InstanceFilter filter({requested.includeQualifiers, requested.includeClassOrigin,
                                  onlyOfThisClass
                                      ? propertyNames(*repository_.findClass(nameSpace, className))
-                                     : wanted.properties});
+                                     : requested.properties});
     const InstanceView& view = filter.view();
     Array<CIMInstance> results;
-    askEach(names, names.size() > 1, [&](const CIMName& name) {
+    forEachClass(names, names.size() > 1, [&](const CIMName& name) {
         ProviderObject* const target = instanceProvider(nameSpace, name);
-        const auto ask = [&](auto& provider, const Ctx& ctx, auto& handler) {
-            provider.enumerateInstances(ctx, CIMObjectPath(options_.hostName, nameSpace, name),
-                                        view.includeQualifiers, view.includeClassOrigin,
-                                        view.properties, handler);
+        const auto call = [&](auto& provider, const OperationContext& callContext, auto& handler) {
+            provider.enumerateInstances(
+                callContext, CIMObjectPath(options_.hostName, nameSpace, name),
+                view.includeQualifiers, view.includeClassOrigin, view.properties, handler);
         };
         Array<CIMInstance> found;
         if (target != nullptr) {
-            found = callProvider<CIMInstanceProvider, InstanceListHandler>(context, *target, ask);
+            found = callProvider<CIMInstanceProvider, InstanceListHandler>(context, *target, call);
         } else {
             for (const CIMInstance& stored : repository_.instancesOf(nameSpace, name))
                 found.append(stored);
         }
         for (Uint32 i = 0; i < found.size(); ++i) {
-            const CIMInstance taken = std::exchange(found[i], CIMInstance());
-            results.append(filter.apply(taken, localPath(taken.getPath())));
+            const CIMInstance instance = std::exchange(found[i], CIMInstance());
+            results.append(filter.apply(instance, localPath(instance.getPath())));
         }
     });
     return results;
 }
 
-Array<CIMObjectPath> Broker::enumerateInstanceNames(const Ctx& context, const Ns& nameSpace,
+Array<CIMObjectPath> Broker::enumerateInstanceNames(const OperationContext& context,
+                                                    const CIMNamespaceName& nameSpace,
                                                     const CIMName& className)
 {
     const std::vector<CIMName> names = withSubclasses(nameSpace, className);
     Array<CIMObjectPath> results;
-    askEach(names, names.size() > 1, [&](const CIMName& name) {
+    forEachClass(names, names.size() > 1, [&](const CIMName& name) {
         ProviderObject* const target = instanceProvider(nameSpace, name);
         if (target == nullptr) {
             for (const CIMInstance& stored : repository_.instancesOf(nameSpace, name))
                 results.append(stored.getPath());
             return;
         }
-        const auto ask = [&](auto& provider, const Ctx& ctx, auto& handler) {
-            provider.enumerateInstanceNames(ctx, CIMObjectPath(options_.hostName, nameSpace, name),
-                                            handler);
+        const auto call = [&](auto& provider, const OperationContext& callContext, auto& handler) {
+            provider.enumerateInstanceNames(
+                callContext, CIMObjectPath(options_.hostName, nameSpace, name), handler);
         };
         Array<CIMObjectPath> found =
-            callProvider<CIMInstanceProvider, PathListHandler>(context, *target, ask);
+            callProvider<CIMInstanceProvider, PathListHandler>(context, *target, call);
         for (Uint32 i = 0; i < found.size(); ++i)
             makeLocal(found[i]);
         results.appendArray(found);
@@ -245,42 +252,45 @@ Array<CIMObjectPath> Broker::enumerateInstanceNames(const Ctx& context, const Ns
     return results;
 }
 
-CIMObjectPath Broker::createInstance(const Ctx& context, const Ns& nameSpace,
-                                     const CIMInstance& instance)
+CIMObjectPath Broker::createInstance(const OperationContext& context,
+                                     const CIMNamespaceName& nameSpace, const CIMInstance& instance)
 {
     ProviderObject* const target = writingProvider(nameSpace, instance.getClassName());
     if (target == nullptr) return repository_.addInstance(nameSpace, instance);
-    const auto ask = [&](auto& provider, const Ctx& ctx, auto& handler) {
-        provider.createInstance(ctx, reference(nameSpace, instance.getPath()), instance, handler);
+    const auto call = [&](auto& provider, const OperationContext& callContext, auto& handler) {
+        provider.createInstance(callContext, reference(nameSpace, instance.getPath()), instance,
+                                handler);
     };
-    return localPath(callProvider<CIMInstanceProvider, SinglePathHandler>(context, *target, ask));
+    return localPath(callProvider<CIMInstanceProvider, SinglePathHandler>(context, *target, call));
 }
 
-void Broker::modifyInstance(const Ctx& context, const Ns& nameSpace, const CIMInstance& instance,
-                            bool includeQualifiers, const CIMPropertyList& properties)
+void Broker::modifyInstance(const OperationContext& context, const CIMNamespaceName& nameSpace,
+                            const CIMInstance& instance, bool includeQualifiers,
+                            const CIMPropertyList& properties)
 {
     ProviderObject* const target = writingProvider(nameSpace, instance.getClassName());
     if (target == nullptr) return repository_.modifyInstance(nameSpace, instance, properties);
     const InstanceFilter filter({includeQualifiers, false, properties});
-    const auto ask = [&](auto& provider, const Ctx& ctx, auto& handler) {
-        provider.modifyInstance(ctx, reference(nameSpace, instance.getPath()), instance,
+    const auto call = [&](auto& provider, const OperationContext& callContext, auto& handler) {
+        provider.modifyInstance(callContext, reference(nameSpace, instance.getPath()), instance,
                                 includeQualifiers, filter.view().properties, handler);
     };
-    callProvider<CIMInstanceProvider, EmptyHandler>(context, *target, ask);
+    callProvider<CIMInstanceProvider, EmptyHandler>(context, *target, call);
 }
 
-void Broker::deleteInstance(const Ctx& context, const Ns& nameSpace, const CIMObjectPath& path)
+void Broker::deleteInstance(const OperationContext& context, const CIMNamespaceName& nameSpace,
+                            const CIMObjectPath& path)
 {
     ProviderObject* const target = writingProvider(nameSpace, path.getClassName());
     if (target == nullptr) return repository_.deleteInstance(nameSpace, path);
-    const auto ask = [&](auto& provider, const Ctx& ctx, auto& handler) {
-        provider.deleteInstance(ctx, reference(nameSpace, path), handler);
+    const auto call = [&](auto& provider, const OperationContext& callContext, auto& handler) {
+        provider.deleteInstance(callContext, reference(nameSpace, path), handler);
     };
-    callProvider<CIMInstanceProvider, EmptyHandler>(context, *target, ask);
+    callProvider<CIMInstanceProvider, EmptyHandler>(context, *target, call);
 }
 
-CIMValue Broker::getProperty(const Ctx& context, const Ns& nameSpace, const CIMObjectPath& path,
-                             const CIMName& propertyName)
+CIMValue Broker::getProperty(const OperationContext& context, const CIMNamespaceName& nameSpace,
+                             const CIMObjectPath& path, const CIMName& propertyName)
 {
     const CIMPropertyList list(Array<CIMName>(1, propertyName));
     const CIMInstance instance = getInstance(context, nameSpace, path, {false, false, list});
@@ -296,8 +306,9 @@ CIMValue Broker::getProperty(const Ctx& context, const Ns& nameSpace, const CIMO
     return CIMValue(declared->value.getType(), declared->value.isArray());
 }
 
-void Broker::setProperty(const Ctx& context, const Ns& nameSpace, const CIMObjectPath& path,
-                         const CIMName& propertyName, const CIMValue& value)
+void Broker::setProperty(const OperationContext& context, const CIMNamespaceName& nameSpace,
+                         const CIMObjectPath& path, const CIMName& propertyName,
+                         const CIMValue& value)
 {
     CIMInstance instance(path.getClassName());
     instance.setPath(reference(nameSpace, path));
@@ -306,9 +317,9 @@ void Broker::setProperty(const Ctx& context, const Ns& nameSpace, const CIMObjec
                    CIMPropertyList(Array<CIMName>(1, propertyName)));
 }
 
-CIMValue Broker::invokeMethod(const Ctx& context, const Ns& nameSpace, const CIMObjectPath& path,
-                              const CIMName& methodName, const Array<CIMParamValue>& in,
-                              Array<CIMParamValue>& out)
+CIMValue Broker::invokeMethod(const OperationContext& context, const CIMNamespaceName& nameSpace,
+                              const CIMObjectPath& path, const CIMName& methodName,
+                              const Array<CIMParamValue>& in, Array<CIMParamValue>& out)
 {
     repository_.requireClass(nameSpace, path.getClassName(), CIM_ERR_NOT_FOUND);
     ProviderObject* const target =
@@ -316,17 +327,18 @@ CIMValue Broker::invokeMethod(const Ctx& context, const Ns& nameSpace, const CIM
     if (target == nullptr) {
         throw CIMException(CIM_ERR_METHOD_NOT_AVAILABLE, methodName.getString());
     }
-    const auto ask = [&](auto& provider, const Ctx& ctx, auto& handler) {
-        provider.invokeMethod(ctx, reference(nameSpace, path), methodName, in, handler);
+    const auto call = [&](auto& provider, const OperationContext& callContext, auto& handler) {
+        provider.invokeMethod(callContext, reference(nameSpace, path), methodName, in, handler);
     };
-    const auto result = callProvider<CIMMethodProvider, MethodHandler>(context, *target, ask);
+    const auto result = callProvider<CIMMethodProvider, MethodHandler>(context, *target, call);
     out = result.parameters;
     return result.returnValue;
 }
 
 // ---- Associations ----
 
-std::vector<CIMName> Broker::associationsOf(const Ns& nameSpace, const Traversal& traversal) const
+std::vector<CIMName> Broker::associationsOf(const CIMNamespaceName& nameSpace,
+                                            const Traversal& traversal) const
 {
     const CIMName& wanted = traversal.associationClass;
     const CIMName& source = traversal.source.getClassName();
@@ -355,94 +367,102 @@ std::vector<CIMName> Broker::associationsOf(const Ns& nameSpace, const Traversal
     return names;
 }
 
-template <class Handler, class Ask>
-auto Broker::traverse(const Ctx& context, const Ns& nameSpace, const Traversal& traversal,
-                      Ask ask) const
+template <class Handler, class Call>
+auto Broker::traverse(const OperationContext& context, const CIMNamespaceName& nameSpace,
+                      const Traversal& traversal, Call call) const
 {
     const CIMObjectPath source = reference(nameSpace, traversal.source);
     decltype(std::declval<Handler>().result()) results;
-    askEach(associationsOf(nameSpace, traversal), true, [&](const CIMName& association) {
+    forEachClass(associationsOf(nameSpace, traversal), true, [&](const CIMName& association) {
         ProviderObject* const target =
             registry_.find(nameSpace, association, ProviderKind::Association);
         if (target == nullptr) return;
-        const auto askThis = [&](auto& provider, const Ctx& ctx, auto& handler) {
-            ask(provider, ctx, source, association, handler);
+        const auto callThis = [&](auto& provider, const OperationContext& callContext,
+                                  auto& handler) {
+            call(provider, callContext, source, association, handler);
         };
         results.appendArray(
-            callProvider<CIMAssociationProvider, Handler>(context, *target, askThis));
+            callProvider<CIMAssociationProvider, Handler>(context, *target, callThis));
     });
     return results;
 }
 
-Array<CIMObjectPath> Broker::located(const Ns& nameSpace, Array<CIMObjectPath> paths) const
+Array<CIMObjectPath> Broker::located(const CIMNamespaceName& nameSpace,
+                                     Array<CIMObjectPath> paths) const
 {
     for (Uint32 i = 0; i < paths.size(); ++i)
         locate(nameSpace, paths[i]);
     return paths;
 }
 
-Array<CIMInstance> Broker::shown(const InstanceFilter& filter, const Ns& nameSpace,
-                                 Array<CIMObject> objects) const
+Array<CIMInstance> Broker::filtered(const InstanceFilter& filter, const CIMNamespaceName& nameSpace,
+                                    Array<CIMObject> objects) const
 {
     Array<CIMInstance> results;
     for (Uint32 i = 0; i < objects.size(); ++i) {
-        const CIMInstance taken(std::exchange(objects[i], CIMObject()));
-        CIMObjectPath path = taken.getPath();
+        const CIMInstance instance(std::exchange(objects[i], CIMObject()));
+        CIMObjectPath path = instance.getPath();
         locate(nameSpace, path);
-        results.append(filter.apply(taken, path));
+        results.append(filter.apply(instance, path));
     }
     return results;
 }
 
-Array<CIMInstance> Broker::associators(const Ctx& context, const Ns& nameSpace,
-                                       const Traversal& traversal, const InstanceView& wanted)
+Array<CIMInstance> Broker::associators(const OperationContext& context,
+                                       const CIMNamespaceName& nameSpace,
+                                       const Traversal& traversal, const InstanceView& requested)
 {
-    const InstanceFilter filter(wanted);
+    const InstanceFilter filter(requested);
     const InstanceView& view = filter.view();
-    const auto ask = [&](auto& provider, const Ctx& ctx, const CIMObjectPath& source,
-                         const CIMName& association, auto& handler) {
-        provider.associators(ctx, source, association, traversal.resultClass, traversal.role,
-                             traversal.resultRole, view.includeQualifiers, view.includeClassOrigin,
-                             view.properties, handler);
+    const auto call = [&](auto& provider, const OperationContext& callContext,
+                          const CIMObjectPath& source, const CIMName& association, auto& handler) {
+        provider.associators(callContext, source, association, traversal.resultClass,
+                             traversal.role, traversal.resultRole, view.includeQualifiers,
+                             view.includeClassOrigin, view.properties, handler);
     };
-    return shown(filter, nameSpace,
-                 traverse<ObjectListHandler>(context, nameSpace, traversal, ask));
+    return filtered(filter, nameSpace,
+                    traverse<ObjectListHandler>(context, nameSpace, traversal, call));
 }
 
-Array<CIMObjectPath> Broker::associatorNames(const Ctx& context, const Ns& nameSpace,
+Array<CIMObjectPath> Broker::associatorNames(const OperationContext& context,
+                                             const CIMNamespaceName& nameSpace,
                                              const Traversal& traversal)
 {
-    const auto ask = [&](auto& provider, const Ctx& ctx, const CIMObjectPath& source,
-                         const CIMName& association, auto& handler) {
-        provider.associatorNames(ctx, source, association, traversal.resultClass, traversal.role,
-                                 traversal.resultRole, handler);
+    const auto call = [&](auto& provider, const OperationContext& callContext,
+                          const CIMObjectPath& source, const CIMName& association, auto& handler) {
+        provider.associatorNames(callContext, source, association, traversal.resultClass,
+                                 traversal.role, traversal.resultRole, handler);
     };
-    return located(nameSpace, traverse<PathListHandler>(context, nameSpace, traversal, ask));
+    return located(nameSpace, traverse<PathListHandler>(context, nameSpace, traversal, call));
 }
 
-Array<CIMInstance> Broker::references(const Ctx& context, const Ns& nameSpace,
-                                      const Traversal& traversal, const InstanceView& wanted)
+Array<CIMInstance> Broker::references(const OperationContext& context,
+                                      const CIMNamespaceName& nameSpace, const Traversal& traversal,
+                                      const InstanceView& requested)
 {
-    const InstanceFilter filter(wanted);
+    const InstanceFilter filter(requested);
     const InstanceView& view = filter.view();
-    const auto ask = [&](auto& provider, const Ctx& ctx, const CIMObjectPath& source,
-                         const CIMName& association, auto& handler) {
-        provider.references(ctx, source, association, traversal.role, view.includeQualifiers,
-                            view.includeClassOrigin, view.properties, handler);
+    const auto call = [&](auto& provider, const OperationContext& callContext,
+                          const CIMObjectPath& source, const CIMName& association, auto& handler) {
+        provider.references(callContext, source, association, traversal.role,
+                            view.includeQualifiers, view.includeClassOrigin, view.properties,
+                            handler);
     };
-    return shown(filter, nameSpace,
-                 traverse<ObjectListHandler>(context, nameSpace, byAssociation(traversal), ask));
+    return filtered(
+        filter, nameSpace,
+        traverse<ObjectListHandler>(context, nameSpace, byAssociation(traversal), call));
 }
 
-Array<CIMObjectPath> Broker::referenceNames(const Ctx& context, const Ns& nameSpace,
+Array<CIMObjectPath> Broker::referenceNames(const OperationContext& context,
+                                            const CIMNamespaceName& nameSpace,
                                             const Traversal& traversal)
 {
-    const auto ask = [&](auto& provider, const Ctx& ctx, const CIMObjectPath& source,
-                         const CIMName& association, auto& handler) {
-        provider.referenceNames(ctx, source, association, traversal.role, handler);
+    const auto call = [&](auto& provider, const OperationContext& callContext,
+                          const CIMObjectPath& source, const CIMName& association, auto& handler) {
+        provider.referenceNames(callContext, source, association, traversal.role, handler);
     };
     return located(nameSpace,
-                   traverse<PathListHandler>(context, nameSpace, byAssociation(traversal), ask));
+                   traverse<PathListHandler>(context, nameSpace, byAssociation(traversal), call));
 }
 
 }  // namespace cimom

@@ -34,14 +34,13 @@ struct Traversal
 /// contexts, and exceptions turned into CIM errors. Providers are loaded at the first request for
 /// them. The destructor terminates every provider it loaded; no operation may run by then.
 ///
-/// A registration holds for exactly one class. A base class is enumerated with one provider call
-/// for each registered class below it, one after the other in schema order; classes without an
-/// instance provider are served from the repository, and changed in it where the options allow
-/// that; else writing to them is CIM_ERR_NOT_SUPPORTED. Associations are traversed by providers
-/// only.
+/// A registration holds for exactly one class. An enumeration of a base class calls the providers
+/// of its subclasses one after the other, in schema order. The instances of classes without an
+/// instance provider come from the repository. They can be changed there if the options allow it;
+/// otherwise operations that write throw CIM_ERR_NOT_SUPPORTED. Only providers serve associations.
 ///
-/// What a provider delivers counts once it has called complete(). A provider that returns without
-/// doing so has answered with nothing: an uninitialized instance, an empty path, no results.
+/// The results of a provider count once it has called complete(). A provider that returns without
+/// doing so has delivered nothing: an uninitialized instance, an empty path, no results.
 ///
 /// Paths of enumerated and fetched instances come back without host and namespace, paths from
 /// association operations with both. Returned instances may share properties with those that the
@@ -49,9 +48,6 @@ struct Traversal
 class Broker : public ObjectManager
 {
 public:
-    using Ctx = OperationContext;
-    using Ns = CIMNamespaceName;
-
     /// Reads the registration instances and the association classes from the repository, which
     /// must be complete by now and outlive the broker. Throws std::runtime_error, naming the
     /// instance and the property, for a bad registration.
@@ -67,71 +63,80 @@ public:
     // ---- Schema ----
 
     const Repository& schema() const { return repository_; }
-    CIMClass getClass(const Ctx&, const Ns&, const CIMName& className, const ClassView&) override;
+    CIMClass getClass(const OperationContext&, const CIMNamespaceName&, const CIMName& className,
+                      const ClassView&) override;
 
     // ---- Instances ----
 
-    CIMInstance getInstance(const Ctx&, const Ns&, const CIMObjectPath&,
+    CIMInstance getInstance(const OperationContext&, const CIMNamespaceName&, const CIMObjectPath&,
                             const InstanceView&) override;
-    Array<CIMInstance> enumerateInstances(const Ctx&, const Ns&, const CIMName& className,
-                                          bool deep, const InstanceView&) override;
-    Array<CIMObjectPath> enumerateInstanceNames(const Ctx&, const Ns&,
+    Array<CIMInstance> enumerateInstances(const OperationContext&, const CIMNamespaceName&,
+                                          const CIMName& className, bool deep,
+                                          const InstanceView&) override;
+    Array<CIMObjectPath> enumerateInstanceNames(const OperationContext&, const CIMNamespaceName&,
                                                 const CIMName& className) override;
-    CIMObjectPath createInstance(const Ctx&, const Ns&, const CIMInstance&);
+    CIMObjectPath createInstance(const OperationContext&, const CIMNamespaceName&,
+                                 const CIMInstance&);
     /// The instance's path names the target.
-    void modifyInstance(const Ctx&, const Ns&, const CIMInstance&, bool includeQualifiers,
-                        const CIMPropertyList&);
-    void deleteInstance(const Ctx&, const Ns&, const CIMObjectPath&);
-    Pegasus::CIMValue getProperty(const Ctx&, const Ns&, const CIMObjectPath&,
-                                  const CIMName& propertyName);
-    void setProperty(const Ctx&, const Ns&, const CIMObjectPath&, const CIMName& propertyName,
-                     const Pegasus::CIMValue&);
-    /// Input parameters are handed over as they are; whoever read them from text has typed them.
-    /// Returns the method's return value (null when the provider delivered none); `out` receives
-    /// the output parameters.
-    Pegasus::CIMValue invokeMethod(const Ctx&, const Ns&, const CIMObjectPath&,
-                                   const CIMName& methodName,
+    void modifyInstance(const OperationContext&, const CIMNamespaceName&, const CIMInstance&,
+                        bool includeQualifiers, const CIMPropertyList&);
+    void deleteInstance(const OperationContext&, const CIMNamespaceName&, const CIMObjectPath&);
+    Pegasus::CIMValue getProperty(const OperationContext&, const CIMNamespaceName&,
+                                  const CIMObjectPath&, const CIMName& propertyName);
+    void setProperty(const OperationContext&, const CIMNamespaceName&, const CIMObjectPath&,
+                     const CIMName& propertyName, const Pegasus::CIMValue&);
+    /// The provider receives the input parameters as they are, so they have to be typed. Returns
+    /// the method's return value (null when the provider delivered none); `out` receives the output
+    /// parameters.
+    Pegasus::CIMValue invokeMethod(const OperationContext&, const CIMNamespaceName&,
+                                   const CIMObjectPath&, const CIMName& methodName,
                                    const Array<Pegasus::CIMParamValue>& in,
                                    Array<Pegasus::CIMParamValue>& out);
 
     // ---- Associations ----
 
-    Array<CIMInstance> associators(const Ctx&, const Ns&, const Traversal&, const InstanceView&);
-    Array<CIMObjectPath> associatorNames(const Ctx&, const Ns&, const Traversal&);
-    Array<CIMInstance> references(const Ctx&, const Ns&, const Traversal&, const InstanceView&);
-    Array<CIMObjectPath> referenceNames(const Ctx&, const Ns&, const Traversal&);
+    Array<CIMInstance> associators(const OperationContext&, const CIMNamespaceName&,
+                                   const Traversal&, const InstanceView&);
+    Array<CIMObjectPath> associatorNames(const OperationContext&, const CIMNamespaceName&,
+                                         const Traversal&);
+    Array<CIMInstance> references(const OperationContext&, const CIMNamespaceName&,
+                                  const Traversal&, const InstanceView&);
+    Array<CIMObjectPath> referenceNames(const OperationContext&, const CIMNamespaceName&,
+                                        const Traversal&);
 
 private:
     /// The class, in the client's spelling, and all below it in schema order.
-    std::vector<CIMName> withSubclasses(const Ns&, const CIMName& className) const;
-    /// The association classes that a traversal has to ask, in schema order: with a class given,
-    /// that one and its subclasses; with none, all with a reference that the source fits. Throws
+    std::vector<CIMName> withSubclasses(const CIMNamespaceName&, const CIMName& className) const;
+    /// The association classes of a traversal, in schema order: those with a reference that the
+    /// source fits, of the association class given and its subclasses if one is given. Throws
     /// CIMException for unknown classes.
-    std::vector<CIMName> associationsOf(const Ns&, const Traversal&) const;
+    std::vector<CIMName> associationsOf(const CIMNamespaceName&, const Traversal&) const;
 
-    /// The path as a provider is to see it: this server's host and the request's namespace.
-    CIMObjectPath reference(const Ns&, CIMObjectPath) const;
+    /// The path as a provider receives it: with this server's host and the request's namespace.
+    CIMObjectPath reference(const CIMNamespaceName&, CIMObjectPath) const;
     /// Gives the path this server's host and the namespace where it has none.
-    void locate(const Ns&, CIMObjectPath&) const;
-    Array<CIMObjectPath> located(const Ns&, Array<CIMObjectPath>) const;
-    /// The filtered objects, located.
-    Array<CIMInstance> shown(const InstanceFilter&, const Ns&,
-                             Array<Pegasus::CIMObject> objects) const;
+    void locate(const CIMNamespaceName&, CIMObjectPath&) const;
+    Array<CIMObjectPath> located(const CIMNamespaceName&, Array<CIMObjectPath>) const;
+    /// The objects filtered, each under its located path.
+    Array<CIMInstance> filtered(const InstanceFilter&, const CIMNamespaceName&,
+                                Array<Pegasus::CIMObject> objects) const;
 
     /// The provider of the class's instances; null when the repository serves them.
-    ProviderObject* instanceProvider(const Ns&, const CIMName& className) const;
-    /// The same for operations that write: CIM_ERR_NOT_SUPPORTED where the repository may not.
-    ProviderObject* writingProvider(const Ns&, const CIMName& className) const;
-    /// Calls `ask(provider, context, source, association, handler)` for the provider of each
-    /// association class that the traversal has to ask; those that answer "not supported" count as
-    /// empty. Returns all results.
-    template <class Handler, class Ask>
-    auto traverse(const Ctx&, const Ns&, const Traversal&, Ask ask) const;
+    ProviderObject* instanceProvider(const CIMNamespaceName&, const CIMName& className) const;
+    /// The same for operations that write. Throws CIM_ERR_NOT_SUPPORTED when the class has neither
+    /// a provider nor instances that clients may change.
+    ProviderObject* writingProvider(const CIMNamespaceName&, const CIMName& className) const;
+    /// Runs `call(provider, context, source, association, handler)` for the provider of each
+    /// association class of the traversal, and returns all results. Providers that throw
+    /// CIM_ERR_NOT_SUPPORTED have none.
+    template <class Handler, class Call>
+    auto traverse(const OperationContext&, const CIMNamespaceName&, const Traversal&,
+                  Call call) const;
 
     /// An association class, with the names of itself and its superclasses.
     struct Association
     {
-        Ns nameSpace;
+        CIMNamespaceName nameSpace;
         ClassPtr definition;
         std::vector<CIMName> lineage;
     };

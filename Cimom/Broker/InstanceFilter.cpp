@@ -25,33 +25,34 @@ CIMInstance InstanceFilter::apply(const CIMInstance& instance, const CIMObjectPa
     result->path = path;
     if (!view_.includeQualifiers) result->qualifiers = Qualifiers();
     if (!view_.properties.isNull()) result->properties = listed(result->properties);
-    for (PropertyPtr& property : result->properties)
-        hide(property);
+    for (std::size_t i = 0; i < result->properties.size(); ++i)
+        hide(result->properties, i);
     return CIMInstance(result);
 }
 
-std::vector<InstanceFilter::PropertyPtr> InstanceFilter::listed(
-    const std::vector<PropertyPtr>& properties) const
+InstanceProperties InstanceFilter::listed(const InstanceProperties& properties) const
 {
-    std::vector<PropertyPtr> result(positions_.size());
-    for (const PropertyPtr& property : properties) {
-        const auto position = positions_.find(property->name);
-        if (position != positions_.end()) result[position->second] = property;
+    std::vector<Uint32> found(positions_.size(), PEG_NOT_FOUND);
+    for (Uint32 i = 0; i < properties.size(); ++i) {
+        const auto position = positions_.find(properties[i]->name);
+        if (position != positions_.end()) found[position->second] = i;
     }
-    result.erase(std::remove(result.begin(), result.end(), nullptr), result.end());
-    return result;
+    found.erase(std::remove(found.begin(), found.end(), PEG_NOT_FOUND), found.end());
+    return properties.selected(found);
 }
 
-/// Replaces a property of which not all is to be shown.
-void InstanceFilter::hide(PropertyPtr& property) const
+/// Replaces a property that carries an origin or qualifiers which the request does not select.
+void InstanceFilter::hide(InstanceProperties& properties, std::size_t position) const
 {
-    const bool hidesOrigin = !view_.includeClassOrigin && !property->classOrigin.isNull();
-    const bool hidesQualifiers = !view_.includeQualifiers && !property->qualifiers.empty();
+    const Property& property = *properties[position];
+    const bool hidesOrigin = !view_.includeClassOrigin && !property.classOrigin.isNull();
+    const bool hidesQualifiers = !view_.includeQualifiers && !property.qualifiers.empty();
     if (!hidesOrigin && !hidesQualifiers) return;
 
-    property = clone(*property);
-    if (hidesOrigin) property->classOrigin = CIMName();
-    if (hidesQualifiers) property->qualifiers = Qualifiers();
+    const auto shown = std::make_shared<Property>(property);
+    if (hidesOrigin) shown->classOrigin = CIMName();
+    if (hidesQualifiers) shown->qualifiers = Qualifiers();
+    properties.replace(position, shown);
 }
 
 }  // namespace cimom

@@ -1,9 +1,9 @@
-// What clients asked to see of instances.
+// The parts of instances that a request selects.
 #pragma once
 
+#include "Model/Elements.h"
+#include "Model/NoCase.h"
 #include "Model/ObjectManager.h"
-#include "Model/Schema.h"
-#include "Model/Names.h"
 
 #include <cstddef>
 #include <map>
@@ -12,23 +12,22 @@
 namespace cimom
 {
 
-/// Shows instances as one request wants them. Applied to everything that goes back to the client,
-/// as providers are free to ignore what they are asked.
+/// Reduces instances to what the request selects by its property list and flags. Every instance
+/// that goes back to the client passes it, as providers are free to ignore these parameters.
 class InstanceFilter
 {
 public:
     explicit InstanceFilter(const InstanceView& view);
 
-    /// The view as providers are handed it: no name twice in its property list.
+    /// The view for providers: no name is twice in its property list.
     const InstanceView& view() const { return view_; }
-    /// The filtered instance under the given path (of the same class): the given one itself when
-    /// nobody else has it, else another that shares with it the properties that are shown whole.
+    /// The filtered instance under the given path (of the same class). It is the given one if that
+    /// has no other handle, otherwise a new one that shares the properties which do not change.
     CIMInstance apply(const CIMInstance& instance, const CIMObjectPath& path) const;
 
 private:
-    using PropertyPtr = std::shared_ptr<Property>;
-    std::vector<PropertyPtr> listed(const std::vector<PropertyPtr>& properties) const;
-    void hide(PropertyPtr& property) const;
+    InstanceProperties listed(const InstanceProperties& properties) const;
+    void hide(InstanceProperties& properties, std::size_t position) const;
 
     InstanceView view_;
     std::map<CIMName, std::size_t, NoCaseLess> positions_;  // in the property list

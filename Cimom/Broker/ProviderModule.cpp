@@ -27,7 +27,7 @@ void terminateQuietly(CIMProvider& provider) noexcept
     try {
         provider.terminate();
     } catch (...) {
-        // There is nobody left to tell.
+        // Nobody is left who could handle it.
     }
 }
 

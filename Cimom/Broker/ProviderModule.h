@@ -22,7 +22,7 @@ using LogLine = std::function<void(const std::string& line)>;
 /// there.
 std::int64_t timeWritten(const std::filesystem::path& file);
 
-/// A shared library that makes provider objects.
+/// A shared library that creates provider objects.
 ///
 /// A library stays mapped once it has been loaded, also after its providers were terminated: its
 /// threads, its thread-local objects and its static destructors may outlive the last call, and
@@ -39,9 +39,9 @@ public:
     const Pegasus::String& name() const { return name_; }
     /// Uses this function instead of the library's.
     void setFactory(Factory factory) { factory_ = factory; }
-    /// Loads the library if need be and asks it for the provider, which is never null. Throws
-    /// CIMException with CIM_ERR_FAILED saying what is missing; the next call tries again. Only
-    /// one thread at a time may call it.
+    /// Loads the library if necessary and creates the provider; never null. Throws CIMException
+    /// with CIM_ERR_FAILED and the reason; the next call tries again. Only one thread at a time may
+    /// call it.
     Pegasus::CIMProvider* create(const Pegasus::String& providerName);
     /// Logs when the library's file has changed since it was loaded, or since the last time. Any
     /// thread may call it.
@@ -64,8 +64,8 @@ private:
 class ProviderObject
 {
 public:
-    /// Held while a provider is created and initialized. One for all providers, as threads that
-    /// initialize several could otherwise wait for one another in a ring.
+    /// Held while a provider is created and initialized. All providers share one lock: with a lock
+    /// for each, threads that initialize several could wait for one another.
     using InitializationLock = std::recursive_timed_mutex;
 
     ProviderObject(ProviderModule& module, const Pegasus::String& name, InitializationLock& lock)
@@ -78,10 +78,10 @@ public:
     const ProviderModule& module() const { return module_; }
     const Pegasus::String& name() const { return name_; }
 
-    /// The initialized provider. Threads that need one which is not initialized yet wait for their
-    /// turn, at most 20 seconds. Throws CIMException with CIM_ERR_FAILED when the provider cannot
-    /// be loaded, when its initialize() throws (the next call starts anew) or makes a request that
-    /// needs itself, and when the wait was too long.
+    /// The provider, initialized. One thread at a time initializes a provider; the others wait for
+    /// at most 20 seconds. Throws CIMException with CIM_ERR_FAILED when the provider cannot be
+    /// loaded, when its initialize() throws (the next call tries again) or makes a request that
+    /// needs this provider, and when the wait is over.
     Pegasus::CIMProvider& acquire();
 
 private:

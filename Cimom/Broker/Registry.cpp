@@ -1,6 +1,6 @@
 #include "Broker/Registry.h"
 
-#include "Model/Schema.h"
+#include "Model/Elements.h"
 #include "Model/Text.h"
 
 #include <initializer_list>
@@ -14,7 +14,7 @@ namespace cimom
 namespace
 {
 
-// Providers run in this process as this process's user; another one cannot be asked for.
+// Providers run in this process, as the user of this process; UserContext cannot name another.
 constexpr Uint16 userOfServer = 5;
 
 [[noreturn]] void refuse(const CIMInstance& instance, const char* property,

@@ -1,4 +1,4 @@
-// Which provider serves which class, as the registration instances say.
+// The registered providers and the classes that they serve.
 #pragma once
 
 #include "Broker/ProviderModule.h"

@@ -28,7 +28,7 @@ inline bool isInitialized(const Pegasus::CIMValue& value)
     return !value.isNull();
 }
 
-/// Throws what a provider sees when it delivers something that is no object yet.
+/// Throws the error of a provider that delivers an uninitialized object.
 template <class Item>
 void requireInitialized(const Item& item)
 {
@@ -69,8 +69,8 @@ using InstanceListHandler = ListHandler<Pegasus::InstanceResponseHandler, Pegasu
 using PathListHandler = ListHandler<Pegasus::ObjectPathResponseHandler, Pegasus::CIMObjectPath>;
 using ObjectListHandler = ListHandler<Pegasus::ObjectResponseHandler, Pegasus::CIMObject>;
 
-/// Collects exactly one result. One too many is refused when it is delivered, none at all when
-/// complete() is called; a provider that catches the latter answers "not found".
+/// Collects exactly one result. A second result throws in deliver(), a missing one in complete();
+/// if the provider catches the latter, result() throws CIM_ERR_NOT_FOUND.
 template <class Handler, class Item>
 class SingleHandler : public Handler
 {
@@ -114,7 +114,7 @@ private:
 using SingleInstanceHandler = SingleHandler<Pegasus::InstanceResponseHandler, Pegasus::CIMInstance>;
 using SinglePathHandler = SingleHandler<Pegasus::ObjectPathResponseHandler, Pegasus::CIMObjectPath>;
 
-/// For operations without a result, which succeed whether completed or not.
+/// For operations without a result. They succeed even if the provider does not call complete().
 class EmptyHandler : public Pegasus::ResponseHandler
 {
 public:

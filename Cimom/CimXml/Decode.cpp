@@ -1,7 +1,7 @@
 #include "CimXml/Decode.h"
 
-#include "Model/Names.h"
-#include "Model/Schema.h"
+#include "Model/Elements.h"
+#include "Model/NoCase.h"
 #include "Model/ValueText.h"
 
 #include <algorithm>
@@ -18,17 +18,17 @@ namespace cimom::xml
 namespace
 {
 
-/// By how much an embedded instance is deeper than the elements around it tell: one inside another
-/// is one more pass over its text.
+/// How many levels of elements an embedded instance counts as, beside its own: each one inside
+/// another takes another pass over its text.
 constexpr unsigned depthOfDocument = 8;
 
-/// What is wrong with a value at this element.
+/// The error for the value of an element.
 RequestError semanticError(const XmlElement& element, const std::string& text)
 {
     return notValid("Semantic error: on line " + std::to_string(element.line) + ": " + text);
 }
 
-/// What is wrong with an attribute's value.
+/// The error for the value of an attribute.
 RequestError attributeError(const XmlElement& element, std::string_view attribute)
 {
     return semanticError(
@@ -76,8 +76,7 @@ bool booleanAttribute(const XmlElement& element, std::string_view attribute)
     return *flag;
 }
 
-/// The value of a type that the text of an element stands for. Throws TypeMismatchException when it
-/// is none.
+/// The value of that type in the text of an element. Throws TypeMismatchException for other text.
 template <class T>
 T parse(const XmlElement& element)
 {
@@ -89,7 +88,7 @@ T parse(const XmlElement& element)
     }
 }
 
-/// The values of these VALUE elements; exactly one unless an array is asked for.
+/// The value of these VALUE elements; there is exactly one unless it is an array.
 CIMValue parseValues(const std::vector<const XmlElement*>& values, CIMType type, bool isArray)
 {
     return visitType(type, [&](auto sample) {
@@ -102,7 +101,7 @@ CIMValue parseValues(const std::vector<const XmlElement*>& values, CIMType type,
     });
 }
 
-/// The two children of a path element: where the object is, and its name.
+/// Checks that a path element has two children: the location of the object, and its name.
 void expectPathParts(const XmlElement& element, const std::string& where)
 {
     if (element.children.size() != 2)

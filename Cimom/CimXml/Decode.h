@@ -14,12 +14,12 @@
 #include <string_view>
 
 /// Each function reads the element it is given. All throw RequestError (400, request-not-valid),
-/// naming the line, for an element that is not what it has to be, and Pegasus::Exception for names
-/// and paths that the CIM library refuses.
+/// with the line, for an invalid element, and Pegasus::Exception for names and paths that the CIM
+/// library refuses.
 namespace cimom::xml
 {
 
-/// What is wrong with the structure of the document at this element.
+/// The error for the structure of the document at this element.
 RequestError validationError(const XmlElement&, const std::string& text);
 
 const std::string& requiredAttribute(const XmlElement&, std::string_view name);
@@ -54,7 +54,8 @@ Pegasus::CIMParamValue decodeParamValue(const XmlElement&);
 /// that of texts; a null value, when there is none inside, has this type and arrayness.
 Pegasus::CIMValue decodeValue(const XmlElement& holder, Pegasus::CIMType type, bool isArray);
 
-/// Runs one of these functions; what the CIM library refuses makes the request not valid, too.
+/// Runs one of these functions. Names and paths that the CIM library refuses are errors of the
+/// request, too.
 template <class T>
 T reading(T (*decode)(const XmlElement&), const XmlElement& element)
 {

@@ -1,68 +1,114 @@
 // CIM elements written as CIM-XML text.
 #pragma once
 
-#include "Model/Schema.h"
+#include "CimXml/XmlText.h"
+#include "Model/QualifierDecl.h"
 
 #include <Pegasus/Common/CIMInstance.h>
 #include <Pegasus/Common/CIMParamValue.h>
 
+#include <memory>
 #include <string>
-#include <string_view>
+#include <variant>
 #include <vector>
 
-/// Each function appends one element as UTF-8 text, followed by a line feed.
 namespace cimom::xml
 {
 
-/// UTF-8 text for use in an element or attribute: `<>&"'`, tab, line ends and DEL as references, a
-/// blank as a reference where a reader would drop it (at either end and behind another blank), and
-/// U+FFFD in place of other control characters, which no reader takes.
-void appendEscaped(std::string& out, std::string_view text);
-void appendEscaped(std::string& out, const Pegasus::String& text);
-
-/// CLASSNAME.
-void appendClassName(std::string& out, const CIMName&);
-/// INSTANCENAME; host and namespace of the path are left out.
-void appendInstanceName(std::string& out, const CIMObjectPath&);
-/// INSTANCEPATH; the path must have host and namespace.
-void appendInstancePath(std::string& out, const CIMObjectPath&);
-/// VALUE, VALUE.ARRAY, VALUE.REFERENCE or VALUE.REFARRAY; nothing for a null value.
-void appendValue(std::string& out, const CIMValue&);
-/// INSTANCE with all it carries.
-void appendInstance(std::string& out, const Instance&);
-
-/// Appends instances one after the other. The instances of a class share what their properties are
-/// declared as, so that all of a property but its value is copied from the instance before.
-class InstanceWriter
+/// Writes CIM elements as UTF-8 text, one after the other, each followed by a line feed.
+///
+/// Elements in a row have much in common: instance names of one class differ in the values of their
+/// keys, paths name one host and one namespace, and instances of one class share the declarations
+/// of their properties. An encoder keeps such text and copies it into the elements that follow. It
+/// compares what it keeps with each element first. Make one encoder for each response.
+class Encoder
 {
 public:
+    /// Writes at the end of this text, which has to outlive the encoder.
+    explicit Encoder(std::string& out) : out_(out) {}
+
+    /// CLASSNAME.
+    void writeClassName(const CIMName&);
+    /// INSTANCENAME; host and namespace of the path are left out.
+    void writeInstanceName(const CIMObjectPath&);
+    /// INSTANCEPATH; the path must have host and namespace.
+    void writeInstancePath(const CIMObjectPath&);
+    /// VALUE, VALUE.ARRAY, VALUE.REFERENCE or VALUE.REFARRAY; nothing for a null value.
+    void writeValue(const CIMValue&);
     /// INSTANCE with all it carries.
-    void append(std::string& out, const Instance&);
+    void writeInstance(const Instance&);
+    /// The same for an instance of a list: all of a property but its value is copied from the
+    /// instance before.
+    void writeListedInstance(const Instance&);
+    /// CLASS with all it carries.
+    void writeClass(const Class&);
+    /// QUALIFIER.DECLARATION.
+    void writeQualifierDecl(const QualifierDecl&);
+    /// PARAMVALUE; an untyped parameter is written without its type.
+    void writeParamValue(const Pegasus::CIMParamValue&);
+    /// RETURNVALUE.
+    void writeReturnValue(const CIMValue&);
 
 private:
-    using PropertyPtr = std::shared_ptr<const Property>;
-    struct Written
+    struct NameFrame;
+    /// What stands around the value of a property in the instances of a list.
+    struct PropertyFrame
     {
-        PropertyPtr property;  ///< the first one that was declared so
-        bool isNull;           ///< whether that one has no value
-        std::size_t emptyAt;   ///< where its element without a value begins, in empty_
-        std::string before;    ///< what stands before a value
-        std::string after;     ///< and what after it
+        std::shared_ptr<const Property> property;  ///< the first one that was declared so
+        bool isNull;                               ///< whether that one has no value
+        std::size_t emptyAt;                       ///< where it begins in emptyProperties_
+        std::string before;
+        std::string after;
     };
-    void append(std::string& out, const Instance&, std::size_t position);
-    void learn(const PropertyPtr&, std::size_t position);
 
-    std::vector<Written> written_;  // by the position of the property
-    std::string empty_;             // the elements without values, one after the other
+    std::shared_ptr<const NameFrame> nameFrame(const CIMObjectPath&);
+    void writeReference(const CIMObjectPath&);
+    void writeItem(std::monostate) {}
+    void writeItem(const CIMObjectPath&);
+    template <class T>
+    void writeItem(const T&);
+    template <class T>
+    void writeItem(const Pegasus::Array<T>&);
+    void writeQualifiers(const Qualifiers&);
+    void startProperty(const Property&);
+    void endProperty(const Property&);
+    void writeProperty(const Property&);
+    void startInstance(const Instance&);
+    std::size_t endOfEmptyRun(const InstanceProperties&, std::size_t begin) const;
+    const PropertyFrame& propertyFrame(const InstanceProperties&, std::size_t position);
+    void writeParameter(const Parameter&);
+    void writeMethod(const Method&);
+
+    std::string& out_;
+    std::vector<std::shared_ptr<const NameFrame>> nameFrames_;
+    // The host and namespace of the last path, and the text up to its instance name.
+    Pegasus::String host_;
+    Pegasus::String nameSpace_;
+    std::string pathStart_;
+    std::vector<PropertyFrame> propertyFrames_;  // by the position of the property
+    std::string emptyProperties_;                // without values, one after the other
 };
 
-/// CLASS with all it carries.
-void appendClass(std::string& out, const Class&);
-/// QUALIFIER.DECLARATION.
-void appendQualifierDecl(std::string& out, const QualifierDecl&);
-/// PARAMVALUE; an untyped parameter is written without its type.
-void appendParamValue(std::string& out, const Pegasus::CIMParamValue&);
-/// RETURNVALUE.
-void appendReturnValue(std::string& out, const CIMValue&);
+// One element by itself, at the end of a text.
+inline void appendClassName(std::string& out, const CIMName& name)
+{
+    Encoder(out).writeClassName(name);
+}
+inline void appendInstanceName(std::string& out, const CIMObjectPath& path)
+{
+    Encoder(out).writeInstanceName(path);
+}
+inline void appendInstance(std::string& out, const Instance& instance)
+{
+    Encoder(out).writeInstance(instance);
+}
+inline void appendClass(std::string& out, const Class& cimClass)
+{
+    Encoder(out).writeClass(cimClass);
+}
+inline void appendParamValue(std::string& out, const Pegasus::CIMParamValue& parameter)
+{
+    Encoder(out).writeParamValue(parameter);
+}
 
 }  // namespace cimom::xml

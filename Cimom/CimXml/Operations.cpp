@@ -1,7 +1,6 @@
 #include "CimXml/Operations.h"
 
 #include "CimXml/Decode.h"
-#include "CimXml/Encode.h"
 
 #include <map>
 #include <optional>
@@ -12,8 +11,8 @@ PEGASUS_USING_PEGASUS;
 namespace cimom
 {
 
-/// An intrinsic call. Its parameters are decoded when they are asked for; one that is there
-/// without a value counts as absent.
+/// An intrinsic call. The operation decodes the parameters that it needs. A parameter without a
+/// value counts as absent.
 class Call : public CallContext
 {
 public:
@@ -38,10 +37,10 @@ public:
         return found == given_.end() ? nullptr : found->second;
     }
 
-    bool flag(std::string_view name, bool otherwise) const
+    bool flag(std::string_view name, bool defaultValue) const
     {
         const XmlElement* found = find(name);
-        if (!found) return otherwise;
+        if (!found) return defaultValue;
         if (found->children.empty()) throw xml::validationError(*found, "Expected VALUE element");
         return xml::decodeBoolean(xml::onlyChild(*found));
     }
@@ -86,7 +85,7 @@ public:
         throw CIMException(CIM_ERR_INVALID_PARAMETER, "The CIM name is not valid: " + value);
     }
     CIMObjectPath instanceName() const { return required("InstanceName", xml::decodeInstanceName); }
-    bool deep(bool otherwise) const { return flag("DeepInheritance", otherwise); }
+    bool deep(bool defaultValue) const { return flag("DeepInheritance", defaultValue); }
     CIMPropertyList propertyList() const
     {
         return read("PropertyList", xml::decodePropertyList).value_or(CIMPropertyList());
@@ -102,7 +101,7 @@ public:
         return {flag("IncludeQualifiers", false), flag("IncludeClassOrigin", false),
                 propertyList()};
     }
-    /// The classes that an enumeration of classes is about.
+    /// The classes that an operation on classes enumerates.
     std::vector<CIMName> subclassNames() const
     {
         return schema.subclassNames(nameSpace, className(), deep(false));
@@ -114,7 +113,7 @@ public:
     }
 
 private:
-    /// The parameter's name as the operation knows it.
+    /// The name in the spelling of the operation's table.
     static std::string_view known(const Operation& operation, const XmlElement& parameter)
     {
         const std::string& given = xml::requiredAttribute(parameter, "NAME");
@@ -132,7 +131,7 @@ private:
 namespace
 {
 
-/// The new value of SetProperty carries no type: the class declares it.
+/// The new value of SetProperty. It carries no type: the declaration in the class gives it.
 CIMValue newValue(const Call& c, const CIMName& className, const CIMName& name)
 {
     const ClassPtr cimClass = c.schema.requireClass(c.nameSpace, className, CIM_ERR_INVALID_CLASS);
@@ -145,65 +144,49 @@ CIMValue newValue(const Call& c, const CIMName& className, const CIMName& name)
         const CIMValue value = xml::decodeValue(*given, null.getType(), null.isArray());
         if (value.typeCompatible(null)) return value;
     } catch (const RequestError&) {
-        // No value of the type, either.
+        // Not a value of the type, either.
     }
     throw CIMException(CIM_ERR_TYPE_MISMATCH, name.getString());
 }
 
-void setProperty(const Call& c, std::string&)
+void setProperty(const Call& c, ReplyWriter&)
 {
     const CIMObjectPath path = c.instanceName();
     const CIMName name = c.requiredName("PropertyName");
-    c.broker.setProperty(c.user, c.nameSpace, path, name, newValue(c, path.getClassName(), name));
+    c.broker.setProperty(c.identity, c.nameSpace, path, name,
+                         newValue(c, path.getClassName(), name));
 }
 
-/// Appends items by `append(out, item)`, and leaves those beyond the first pieces for later. Each
-/// is given up as soon as it is encoded.
-template <class Item, class Append>
-void appendEach(const Call& c, std::string& out, const Array<Item>& items, Append append)
+void writePaths(ReplyWriter& reply, const Array<CIMObjectPath>& paths)
 {
-    constexpr std::size_t piece = 64 * 1024;
-    auto rest = [items = Array<Item>(items), append, i = Uint32(0)](std::string& text) mutable {
-        const std::size_t enough = text.size() + piece;
-        for (; i < items.size() && text.size() < enough; ++i) {
-            append(text, items[i]);
-            items[i] = Item();
-        }
-        return i < items.size();
-    };
-    if (rest(out)) c.rest = std::move(rest);
-}
-
-void appendPaths(const Call& c, std::string& out, const Array<CIMObjectPath>& paths)
-{
-    appendEach(c, out, paths, [](std::string& text, const CIMObjectPath& path) {
-        text += "<OBJECTPATH>\n";
-        xml::appendInstancePath(text, path);
-        text += "</OBJECTPATH>\n";
+    reply.writeEach(paths, [&reply](const CIMObjectPath& path) {
+        reply.write("<OBJECTPATH>\n");
+        reply.encoder().writeInstancePath(path);
+        reply.write("</OBJECTPATH>\n");
     });
 }
 
-/// Each instance behind its path, in an element of that name.
-void appendInstances(const Call& c, std::string& out, const Array<CIMInstance>& instances,
-                     const std::string& element,
-                     void (*appendPath)(std::string&, const CIMObjectPath&))
+/// Each instance after its path, in an element of that name.
+void writeInstances(ReplyWriter& reply, const Array<CIMInstance>& instances,
+                    const std::string& element,
+                    void (xml::Encoder::*writePath)(const CIMObjectPath&))
 {
-    xml::InstanceWriter writer;
-    appendEach(c, out, instances, [=](std::string& text, const CIMInstance& found) mutable {
-        text.append("<").append(element).append(">\n");
-        appendPath(text, found.getPath());
-        writer.append(text, found.object());
-        text.append("</").append(element).append(">\n");
+    reply.writeEach(instances, [&reply, start = "<" + element + ">\n", end = "</" + element + ">\n",
+                                writePath](const CIMInstance& instance) {
+        reply.write(start);
+        (reply.encoder().*writePath)(instance.getPath());
+        reply.encoder().writeListedInstance(instance.object());
+        reply.write(end);
     });
 }
 
-void appendObjects(const Call& c, std::string& out, const Array<CIMInstance>& objects)
+void writeObjects(ReplyWriter& reply, const Array<CIMInstance>& objects)
 {
-    appendInstances(c, out, objects, "VALUE.OBJECTWITHPATH", xml::appendInstancePath);
+    writeInstances(reply, objects, "VALUE.OBJECTWITHPATH", &xml::Encoder::writeInstancePath);
 }
 
 /// Standard operations on the schema and queries, which this object manager does not offer.
-void notSupported(const Call&, std::string&)
+void notSupported(const Call&, ReplyWriter&)
 {
     throw CIMException(CIM_ERR_NOT_SUPPORTED);
 }
@@ -211,111 +194,109 @@ void notSupported(const Call&, std::string&)
 const Operation operations[] = {
     {"GetClass",
      {"ClassName", "LocalOnly", "IncludeQualifiers", "IncludeClassOrigin", "PropertyList"},
-     [](const Call& c, std::string& out) {
+     [](const Call& c, ReplyWriter& reply) {
          const CIMName name = c.requiredClassName();
-         xml::appendClass(out, *c.schema.getClass(c.nameSpace, name, c.classView()));
+         reply.encoder().writeClass(*c.schema.getClass(c.nameSpace, name, c.classView()));
      }},
     {"EnumerateClasses",
      {"ClassName", "DeepInheritance", "LocalOnly", "IncludeQualifiers", "IncludeClassOrigin"},
-     [](const Call& c, std::string& out) {
+     [](const Call& c, ReplyWriter& reply) {
          const ClassView view = c.classView();
          for (const CIMName& name : c.subclassNames())
-             xml::appendClass(out, *c.schema.getClass(c.nameSpace, name, view));
+             reply.encoder().writeClass(*c.schema.getClass(c.nameSpace, name, view));
      }},
     {"EnumerateClassNames",
      {"ClassName", "DeepInheritance"},
-     [](const Call& c, std::string& out) {
+     [](const Call& c, ReplyWriter& reply) {
          for (const CIMName& name : c.subclassNames())
-             xml::appendClassName(out, name);
+             reply.encoder().writeClassName(name);
      }},
     {"GetQualifier",
      {"QualifierName"},
-     [](const Call& c, std::string& out) {
+     [](const Call& c, ReplyWriter& reply) {
          const CIMName name = c.requiredName("QualifierName");
-         xml::appendQualifierDecl(out, c.schema.getQualifierDecl(c.nameSpace, name));
+         reply.encoder().writeQualifierDecl(c.schema.getQualifierDecl(c.nameSpace, name));
      }},
     {"EnumerateQualifiers",
      {},
-     [](const Call& c, std::string& out) {
+     [](const Call& c, ReplyWriter& reply) {
          for (const QualifierDecl* declaration : c.schema.qualifierDecls(c.nameSpace))
-             xml::appendQualifierDecl(out, *declaration);
+             reply.encoder().writeQualifierDecl(*declaration);
      }},
     {"GetInstance",
      {"InstanceName", "LocalOnly", "IncludeQualifiers", "IncludeClassOrigin", "PropertyList"},
-     [](const Call& c, std::string& out) {
+     [](const Call& c, ReplyWriter& reply) {
          const CIMInstance found =
-             c.broker.getInstance(c.user, c.nameSpace, c.instanceName(), c.instanceView());
+             c.broker.getInstance(c.identity, c.nameSpace, c.instanceName(), c.instanceView());
          // A provider that delivers nothing makes an empty success.
-         if (!found.isUninitialized()) xml::appendInstance(out, found.object());
+         if (!found.isUninitialized()) reply.encoder().writeInstance(found.object());
      }},
     {"EnumerateInstances",
      {"ClassName", "LocalOnly", "DeepInheritance", "IncludeQualifiers", "IncludeClassOrigin",
       "PropertyList"},
-     [](const Call& c, std::string& out) {
-         const auto found = c.broker.enumerateInstances(c.user, c.nameSpace, c.requiredClassName(),
-                                                        c.deep(true), c.instanceView());
-         appendInstances(c, out, found, "VALUE.NAMEDINSTANCE", xml::appendInstanceName);
+     [](const Call& c, ReplyWriter& reply) {
+         const auto found = c.broker.enumerateInstances(
+             c.identity, c.nameSpace, c.requiredClassName(), c.deep(true), c.instanceView());
+         writeInstances(reply, found, "VALUE.NAMEDINSTANCE", &xml::Encoder::writeInstanceName);
      }},
     {"EnumerateInstanceNames",
      {"ClassName"},
-     [](const Call& c, std::string& out) {
-         appendEach(c, out,
-                    c.broker.enumerateInstanceNames(c.user, c.nameSpace, c.requiredClassName()),
-                    [](std::string& text, const CIMObjectPath& path) {
-                        xml::appendInstanceName(text, path);
-                    });
+     [](const Call& c, ReplyWriter& reply) {
+         reply.writeEach(
+             c.broker.enumerateInstanceNames(c.identity, c.nameSpace, c.requiredClassName()),
+             [&reply](const CIMObjectPath& path) { reply.encoder().writeInstanceName(path); });
      }},
     {"CreateInstance",
      {"NewInstance"},
-     [](const Call& c, std::string& out) {
+     [](const Call& c, ReplyWriter& reply) {
          const CIMInstance given = c.required("NewInstance", xml::decodeInstance);
-         xml::appendInstanceName(out, c.broker.createInstance(c.user, c.nameSpace, given));
+         reply.encoder().writeInstanceName(c.broker.createInstance(c.identity, c.nameSpace, given));
      }},
     {"ModifyInstance",
      {"ModifiedInstance", "IncludeQualifiers", "PropertyList"},
-     [](const Call& c, std::string&) {
+     [](const Call& c, ReplyWriter&) {
          const CIMInstance given = c.required("ModifiedInstance", xml::decodeNamedInstance);
-         c.broker.modifyInstance(c.user, c.nameSpace, given, c.flag("IncludeQualifiers", true),
+         c.broker.modifyInstance(c.identity, c.nameSpace, given, c.flag("IncludeQualifiers", true),
                                  c.propertyList());
      }},
     {"DeleteInstance",
      {"InstanceName"},
-     [](const Call& c, std::string&) {
-         c.broker.deleteInstance(c.user, c.nameSpace, c.instanceName());
+     [](const Call& c, ReplyWriter&) {
+         c.broker.deleteInstance(c.identity, c.nameSpace, c.instanceName());
      }},
     {"GetProperty",
      {"InstanceName", "PropertyName"},
-     [](const Call& c, std::string& out) {
-         xml::appendValue(out, c.broker.getProperty(c.user, c.nameSpace, c.instanceName(),
-                                                    c.requiredName("PropertyName")));
+     [](const Call& c, ReplyWriter& reply) {
+         reply.encoder().writeValue(c.broker.getProperty(c.identity, c.nameSpace, c.instanceName(),
+                                                         c.requiredName("PropertyName")));
      }},
     {"SetProperty", {"InstanceName", "PropertyName", "NewValue"}, setProperty},
     {"Associators",
      {"ObjectName", "AssocClass", "ResultClass", "Role", "ResultRole", "IncludeQualifiers",
       "IncludeClassOrigin", "PropertyList"},
-     [](const Call& c, std::string& out) {
-         appendObjects(c, out,
-                       c.broker.associators(c.user, c.nameSpace, c.traversal(), c.instanceView()));
+     [](const Call& c, ReplyWriter& reply) {
+         writeObjects(
+             reply, c.broker.associators(c.identity, c.nameSpace, c.traversal(), c.instanceView()));
      },
      true},
     {"AssociatorNames",
      {"ObjectName", "AssocClass", "ResultClass", "Role", "ResultRole"},
-     [](const Call& c, std::string& out) {
-         appendPaths(c, out, c.broker.associatorNames(c.user, c.nameSpace, c.traversal()));
+     [](const Call& c, ReplyWriter& reply) {
+         writePaths(reply, c.broker.associatorNames(c.identity, c.nameSpace, c.traversal()));
      },
      true},
     {"References",
      {"ObjectName", "ResultClass", "Role", "IncludeQualifiers", "IncludeClassOrigin",
       "PropertyList"},
-     [](const Call& c, std::string& out) {
-         appendObjects(c, out,
-                       c.broker.references(c.user, c.nameSpace, c.traversal(), c.instanceView()));
+     [](const Call& c, ReplyWriter& reply) {
+         writeObjects(
+             reply, c.broker.references(c.identity, c.nameSpace, c.traversal(), c.instanceView()));
      },
      true},
     {"ReferenceNames",
      {"ObjectName", "ResultClass", "Role"},
-     [](const Call& c, std::string& out) {
-         appendPaths(c, out, c.broker.referenceNames(c.user, c.nameSpace, c.traversal()));
+     [](const Call& c, ReplyWriter& reply) {
+         writePaths(reply, c.broker.referenceNames(c.identity, c.nameSpace, c.traversal()));
      },
      true},
     {"ExecQuery", {"QueryLanguage", "Query"}, notSupported},
@@ -357,44 +338,25 @@ const Operation* findOperation(const std::string& name)
     return nullptr;
 }
 
-void finish(std::string& out, Pieces& rest, const std::string& end)
-{
-    if (!rest) {
-        out += end;
-        return;
-    }
-    rest = [pieces = std::move(rest), end](std::string& text) {
-        const bool goesOn = pieces(text);
-        if (!goesOn) text += end;
-        return goesOn;
-    };
-}
-
 void runOperation(const Operation& operation, const CallContext& context, const XmlElement& call,
-                  std::string& out)
+                  ReplyWriter& reply)
 {
-    const std::size_t start = out.size();
-    out += "<IRETURNVALUE>\n";
-    const std::size_t content = out.size();
-    operation.run(Call(operation, context, call), out);
-    if (out.size() == content && !operation.writesNothing) {
-        out.resize(start);
-    } else {
-        finish(out, context.rest, "</IRETURNVALUE>\n");
-    }
+    reply.writeReturnValue(operation.alwaysHasReturnValue,
+                           [&] { operation.run(Call(operation, context, call), reply); });
 }
 
 void runMethod(const CallContext& c, const CIMObjectPath& path, const CIMName& method,
-               const XmlElement& call, std::string& out)
+               const XmlElement& call, ReplyWriter& reply)
 {
     Array<CIMParamValue> in;
     for (std::size_t i = 1; i < call.children.size(); ++i)
         in.append(decodeParameter(c, path.getClassName(), method, call.children[i]));
     Array<CIMParamValue> results;
-    const CIMValue value = c.broker.invokeMethod(c.user, c.nameSpace, path, method, in, results);
-    if (!value.isNull()) xml::appendReturnValue(out, value);
+    const CIMValue value =
+        c.broker.invokeMethod(c.identity, c.nameSpace, path, method, in, results);
+    if (!value.isNull()) reply.encoder().writeReturnValue(value);
     for (Uint32 i = 0; i < results.size(); ++i)
-        xml::appendParamValue(out, results[i]);
+        reply.encoder().writeParamValue(results[i]);
 }
 
 }  // namespace cimom

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Broker/Broker.h"
-#include "CimXml/Service.h"
+#include "CimXml/ReplyWriter.h"
 #include "CimXml/XmlTree.h"
 
 #include <string>
@@ -16,37 +16,33 @@ struct CallContext
 {
     Broker& broker;
     const Repository& schema;
-    OperationContext user;  ///< with the identity of the caller
+    OperationContext identity;  ///< the user who sent the request
     CIMNamespaceName nameSpace;
-    Pieces& rest;  ///< takes what a long result does not append at once
 };
-
-/// The pieces and then that text, which is appended at once when there are none.
-void finish(std::string& out, Pieces& rest, const std::string& end);
 
 class Call;
 
-/// An intrinsic operation. `run` decodes the parameters, runs the operation and appends its result.
+/// An intrinsic operation. `run` decodes the parameters, runs the operation and writes its result.
 struct Operation
 {
     std::string name;
     std::vector<std::string> parameters;  ///< names of those that it takes
-    void (*run)(const Call&, std::string& out);
-    bool writesNothing = false;  ///< IRETURNVALUE is there even when nothing is in it
+    void (*run)(const Call&, ReplyWriter&);
+    bool alwaysHasReturnValue = false;  ///< IRETURNVALUE is there even without content
 };
 
 /// The operation of that name, compared without case; null when there is none.
 const Operation* findOperation(const std::string& name);
 
-/// Runs an IMETHODCALL and appends the content of its response element. Throws RequestError for a
+/// Runs an IMETHODCALL and writes the content of its response element. Throws RequestError for a
 /// parameter that is not of its kind; CIM_ERR_NOT_SUPPORTED for one that the operation does not
 /// know and CIM_ERR_INVALID_PARAMETER for one that is given twice or missing; and what the broker
 /// throws.
-void runOperation(const Operation&, const CallContext&, const XmlElement& call, std::string& out);
+void runOperation(const Operation&, const CallContext&, const XmlElement& call, ReplyWriter&);
 
-/// Runs the METHODCALL of a method on an object and appends the content of its response element.
+/// Runs the METHODCALL of a method on an object and writes the content of its response element.
 /// Untyped parameters get the types of the method's declaration. Throws as `runOperation`.
 void runMethod(const CallContext&, const CIMObjectPath& path, const CIMName& method,
-               const XmlElement& call, std::string& out);
+               const XmlElement& call, ReplyWriter&);
 
 }  // namespace cimom

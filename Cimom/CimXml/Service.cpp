@@ -1,9 +1,7 @@
 #include "CimXml/Service.h"
 
 #include "CimXml/Decode.h"
-#include "CimXml/Encode.h"
 #include "CimXml/Operations.h"
-#include "Model/Errors.h"
 
 PEGASUS_USING_PEGASUS;
 
@@ -18,7 +16,7 @@ RequestError mismatch(const std::string& detail)
     return {400, "header-mismatch", detail};
 }
 
-/// A header that says something else than the request.
+/// The error for a header that differs from the body of the request.
 RequestError mismatch(const std::string& header, const std::string& value, const std::string& what,
                       const std::string& inRequest)
 {
@@ -26,7 +24,7 @@ RequestError mismatch(const std::string& header, const std::string& value, const
                     inRequest + "\".");
 }
 
-/// The parts of a message that come before its call.
+/// A message: its ID and the operation or method that it calls.
 struct Message
 {
     std::string id;
@@ -35,12 +33,12 @@ struct Message
 
 /// The first child, which must have one of these names.
 const XmlElement& childOf(const XmlElement& parent, std::initializer_list<const char*> names,
-                          const std::string& otherwise)
+                          const std::string& error)
 {
     for (const char* name : names) {
         if (!parent.children.empty() && parent.children[0].name == name) return parent.children[0];
     }
-    throw xml::validationError(parent, otherwise);
+    throw xml::validationError(parent, error);
 }
 
 XmlElement parseMessage(const std::string& body)
@@ -98,7 +96,7 @@ void checkMethodHeader(const CimRequest& request, const std::string& method, boo
     throw mismatch("CIMMethod", value, "method", method);
 }
 
-/// The text of a path as the library writes it, with sorted keys; the text itself when it is none.
+/// The text of a path in the library's form, with sorted keys; other text as it is.
 std::string canonicalPath(const std::string& text)
 {
     try {
@@ -117,41 +115,8 @@ void checkObjectHeader(const CimRequest& request, const String& expected, bool i
     throw mismatch("CIMObject", value, "object", object);
 }
 
-/// The operation's error as a client sees it; code 0 when a provider "failed" with success.
-void appendError(std::string& out, const CIMException& error)
-{
-    if (error.getCode() == CIM_ERR_SUCCESS) return;
-    out += "<ERROR CODE=\"" + std::to_string(error.getCode()) + "\" DESCRIPTION=\"";
-    xml::appendEscaped(out, toUtf8(describe(error)));
-    out += "\"/>";
-}
-
-/// The whole response; `write` appends the result and may throw.
-template <class Write>
-std::string response(const std::string& messageId, const std::string& tag, const std::string& name,
-                     Pieces& rest, Write write)
-{
-    std::string out =
-        "<?xml version=\"1.0\" encoding=\"utf-8\" ?>\n<CIM CIMVERSION=\"2.0\" DTDVERSION=\"2.0\">\n"
-        "<MESSAGE ID=\"";
-    xml::appendEscaped(out, messageId);
-    out += "\" PROTOCOLVERSION=\"1.0\">\n<SIMPLERSP>\n<" + tag + " NAME=\"" + name + "\">\n";
-    const std::size_t start = out.size();
-    try {
-        write(out);
-    } catch (const RequestError&) {
-        throw;
-    } catch (...) {
-        out.resize(start);
-        rest = nullptr;
-        appendError(out, currentError());
-    }
-    finish(out, rest, "</" + tag + ">\n</SIMPLERSP>\n</MESSAGE>\n</CIM>\n");
-    return out;
-}
-
-std::string intrinsicResponse(CallContext context, const CimRequest& request,
-                              const Message& message)
+void runIntrinsic(CallContext context, const CimRequest& request, const Message& message,
+                  ReplyWriter& reply)
 {
     const XmlElement& call = message.call;
     const std::string typed = toUtf8(xml::nameAttribute(call, "NAME").getString());
@@ -161,17 +126,17 @@ std::string intrinsicResponse(CallContext context, const CimRequest& request,
     context.nameSpace = xml::decodeNamespace(
         childOf(call, {"LOCALNAMESPACEPATH"}, "expected LOCALNAMESPACEPATH element"));
     checkObjectHeader(request, context.nameSpace.getString(), false);
-    return response(message.id, "IMETHODRESPONSE", name, context.rest, [&](std::string& out) {
+    reply.writeResponse(message.id, "IMETHODRESPONSE", name, [&] {
         if (!operation) {
             throw CIMException(CIM_ERR_NOT_SUPPORTED,
                                toString("Unrecognized intrinsic method: " + name));
         }
-        runOperation(*operation, context, call, out);
+        runOperation(*operation, context, call, reply);
     });
 }
 
-std::string extrinsicResponse(CallContext context, const CimRequest& request,
-                              const Message& message)
+void runExtrinsic(CallContext context, const CimRequest& request, const Message& message,
+                  ReplyWriter& reply)
 {
     const XmlElement& call = message.call;
     const CIMName method = xml::nameAttribute(call, "NAME");
@@ -182,18 +147,20 @@ std::string extrinsicResponse(CallContext context, const CimRequest& request,
                                      "Expected LOCALINSTANCEPATH or LOCALCLASSPATH element"));
     context.nameSpace = path.getNameSpace();
     checkObjectHeader(request, path.toString(), true);
-    return response(message.id, "METHODRESPONSE", name, context.rest,
-                    [&](std::string& out) { runMethod(context, path, method, call, out); });
+    reply.writeResponse(message.id, "METHODRESPONSE", name,
+                        [&] { runMethod(context, path, method, call, reply); });
 }
 
-std::string answer(Broker& broker, const CimRequest& request, Pieces& rest)
+CimReply run(Broker& broker, const CimRequest& request)
 {
     const XmlElement root = parseMessage(request.body);
     const Message message = readMessage(request, root);
-    CallContext context{broker, broker.schema(), {}, {}, rest};
-    context.user.insert(IdentityContainer(toString(request.user)));
-    return message.call.name == "IMETHODCALL" ? intrinsicResponse(context, request, message)
-                                              : extrinsicResponse(context, request, message);
+    CallContext context{broker, broker.schema(), {}, {}};
+    context.identity.insert(IdentityContainer(toString(request.user)));
+    const auto reply = std::make_shared<ReplyWriter>();
+    const auto run = message.call.name == "IMETHODCALL" ? runIntrinsic : runExtrinsic;
+    run(context, request, message, *reply);
+    return ReplyWriter::reply(reply);
 }
 
 }  // namespace
@@ -201,13 +168,11 @@ std::string answer(Broker& broker, const CimRequest& request, Pieces& rest)
 CimReply answerCimRequest(Broker& broker, const CimRequest& request)
 {
     try {
-        CimReply reply;
-        reply.body = answer(broker, request, reply.rest);
-        return reply;
+        return run(broker, request);
     } catch (const RequestError& error) {
         return {error.status, error.cimError, error.detail, ""};
     } catch (const Exception& error) {
-        // What the library refuses in the request, before its operation starts.
+        // The library has refused a name or path in the request; no operation has started.
         return {400, "request-not-valid", toUtf8(error.getMessage()), ""};
     }
 }

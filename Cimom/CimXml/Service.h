@@ -1,4 +1,4 @@
-// One CIM-XML request answered by the object manager.
+// Processes CIM-XML requests.
 #pragma once
 
 #include <functional>
@@ -10,8 +10,8 @@ namespace cimom
 
 class Broker;
 
-/// What a transport hands over: the CIM headers (percent-decoded, absent when the request lacks
-/// them), the body, and the name of the user it has authenticated.
+/// A request as the transport received it: the CIM headers (percent-decoded, absent when the
+/// request lacks them), the body, and the name of the authenticated user.
 struct CimRequest
 {
     std::optional<std::string> protocolVersion;  ///< CIMProtocolVersion
@@ -25,8 +25,8 @@ struct CimRequest
 /// Appends the next piece of a text; false when that was the last.
 using Pieces = std::function<bool(std::string& out)>;
 
-/// What goes back: with status 200 a CIM-XML body, otherwise the CIMError header (may be empty)
-/// and an explanation. Of a long body the rest is encoded when it is asked for.
+/// The response: with status 200 a CIM-XML body, otherwise the CIMError header (may be empty) and
+/// an explanation. `body` is the first piece of a long body; `rest` encodes the others one by one.
 struct CimReply
 {
     int status = 200;
@@ -36,8 +36,8 @@ struct CimReply
     Pieces rest = nullptr;
 };
 
-/// Decodes the request, runs its operation and encodes the result or the CIM error. Never throws
-/// for a bad request or a failing operation.
+/// Decodes the request, runs its operation and encodes the result or the CIM error. Bad requests
+/// and failed operations do not throw.
 CimReply answerCimRequest(Broker& broker, const CimRequest& request);
 
 }  // namespace cimom

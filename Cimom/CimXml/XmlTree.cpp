@@ -17,9 +17,10 @@ constexpr std::size_t maxDepth = 64;
 constexpr std::size_t maxElements = 100000;
 constexpr std::string_view blanks = " \t\r\n";
 
-// References to the characters 1 to 32 are parsed under a mark, the noncharacter U+FDD0, and the
-// character 64 places on (A for 1): expat refuses control characters, and blanks that are
-// references must be told from literal ones. '@' follows where a document itself has U+FDD0.
+// Expat parses a stand-in for each reference to the characters 1 to 32: a mark, the noncharacter
+// U+FDD0, and the character 64 places further (A for 1). Expat refuses control characters, and
+// blanks that are references differ from literal ones. '@' follows where a document itself has
+// U+FDD0.
 constexpr std::string_view mark = "\xEF\xB7\x90";
 constexpr unsigned markCode = 0xFDD0;
 

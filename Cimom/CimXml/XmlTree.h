@@ -17,7 +17,7 @@ struct RequestError
     std::string detail;    ///< what is wrong
 };
 
-/// The one for a request whose XML or CIM elements are not what they have to be.
+/// The error for a request with invalid XML or CIM elements.
 inline RequestError notValid(const std::string& text)
 {
     return {400, "request-not-valid", text};
@@ -32,7 +32,7 @@ struct XmlElement
     std::vector<XmlElement> children;
     std::string text;
     unsigned line = 0;
-    unsigned depth = 0;  ///< how many elements it stands in, those of the outer documents included
+    unsigned depth = 0;  ///< number of elements around it, those of outer documents included
     bool hasCdata = false;
 
     /// The attribute's value; null when the element does not have it.
@@ -46,7 +46,7 @@ struct XmlElement
 /// forbids but CIM servers and clients write, are accepted except for NUL. Throws RequestError:
 /// request-not-well-formed for what is no XML, request-not-valid for a document type declaration,
 /// text that is not UTF-8, text beside elements, and documents nested too deeply or with too many
-/// elements. A document that is text in another one stands as deep as `depth` says.
+/// elements. `depth` is that of the element which contains the document as its text.
 XmlElement parseXml(const std::string& document, unsigned depth = 0);
 
 }  // namespace cimom

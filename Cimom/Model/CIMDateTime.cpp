@@ -58,32 +58,32 @@ public:
     /// Takes text of the right size. Throws InvalidDateTimeFormatException unless digits are there
     /// and the asterisks, microseconds apart, stand for whole fields.
     Digits(const std::string& text, bool isInterval)
-        : _digits(text.substr(0, pointAt) + text.substr(pointAt + 1, signAt - pointAt - 1))
+        : digits_(text.substr(0, pointAt) + text.substr(pointAt + 1, signAt - pointAt - 1))
     {
-        const size_t lastDigit = _digits.find_last_not_of('*');
-        _wildcards = allDigits - Uint32(lastDigit + 1);
-        std::fill_n(_digits.rbegin(), _wildcards, '0');
-        const bool wholeFields = _wildcards <= 6 || _wildcards == 8 || _wildcards == 10 ||
-                                 _wildcards == 12 || _wildcards == allDigits ||
-                                 (!isInterval && (_wildcards == 14 || _wildcards == 16));
-        if (!wholeFields || _digits.find_first_not_of(decimals) != std::string::npos) {
+        const size_t lastDigit = digits_.find_last_not_of('*');
+        wildcards_ = allDigits - Uint32(lastDigit + 1);
+        std::fill_n(digits_.rbegin(), wildcards_, '0');
+        const bool wholeFields = wildcards_ <= 6 || wildcards_ == 8 || wildcards_ == 10 ||
+                                 wildcards_ == 12 || wildcards_ == allDigits ||
+                                 (!isInterval && (wildcards_ == 14 || wildcards_ == 16));
+        if (!wholeFields || digits_.find_first_not_of(decimals) != std::string::npos) {
             throw InvalidDateTimeFormatException();
         }
     }
 
-    Uint32 wildcards() const { return _wildcards; }
+    Uint32 wildcards() const { return wildcards_; }
 
     /// Throws DateTimeOutOfRangeException, as does timeStamp().
     Uint64 interval() const
     {
-        const Uint64 days = _wildcards == allDigits ? 1 : field(0, 8);
+        const Uint64 days = wildcards_ == allDigits ? 1 : field(0, 8);
         return days * day + timeOfDay();
     }
 
     Uint64 timeStamp() const
     {
-        const int month = _wildcards >= 16 ? 1 : int(field(4, 2));
-        const int dayOfMonth = _wildcards >= 14 ? 1 : int(field(6, 2));
+        const int month = wildcards_ >= 16 ? 1 : int(field(4, 2));
+        const int dayOfMonth = wildcards_ >= 14 ? 1 : int(field(6, 2));
         if (month < 1 || month > 12) {
             throw DateTimeOutOfRangeException(String("illegal month number"));
         }
@@ -100,7 +100,7 @@ public:
     }
 
 private:
-    Uint64 field(size_t at, size_t size) const { return std::stoull(_digits.substr(at, size)); }
+    Uint64 field(size_t at, size_t size) const { return std::stoull(digits_.substr(at, size)); }
 
     Uint64 timeOfDay() const
     {
@@ -109,11 +109,11 @@ private:
                checked(field(12, 2), 60, "seconds") * second + field(14, 6);
     }
 
-    std::string _digits;
-    Uint32 _wildcards;
+    std::string digits_;
+    Uint32 wildcards_;
 };
 
-/// What of the time is known when so many digits are not, as a number.
+/// A number for the fields of the time that are known when so many digits at the end are asterisks.
 Uint64 knownPart(Uint64 usec, Uint32 wildcards)
 {
     constexpr std::array<Uint64, 7> units{1, 10, 100, 1000, 10000, 100000, second};
@@ -133,7 +133,7 @@ Uint64 plusMinutes(Uint64 usec, Sint32 minutes)
 
 }  // namespace
 
-CIMDateTime::CIMDateTime(Uint64 usec, Boolean isInterval) : _usec(usec), _isInterval(isInterval)
+CIMDateTime::CIMDateTime(Uint64 usec, Boolean isInterval) : usec_(usec), isInterval_(isInterval)
 {
     if (usec < (isInterval ? endOfIntervals : endOfTimeStamps)) return;
     throw DateTimeOutOfRangeException(
@@ -144,17 +144,17 @@ CIMDateTime::CIMDateTime(Uint64 usec, Boolean isInterval) : _usec(usec), _isInte
 String CIMDateTime::toString() const
 {
     std::array<char, 64> text{};
-    Uint64 days = _usec / day;
-    if (!_isInterval) {
-        const tm date = dateOf(_usec);
+    Uint64 days = usec_ / day;
+    if (!isInterval_) {
+        const tm date = dateOf(usec_);
         days = Uint64(10000 * (date.tm_year + 1900) + 100 * (date.tm_mon + 1) + date.tm_mday);
     }
-    const auto part = [this](Uint64 whole, Uint64 unit) { return unsigned(_usec % whole / unit); };
-    const char sign = _isInterval ? ':' : _utcOffset < 0 ? '-' : '+';
+    const auto part = [this](Uint64 whole, Uint64 unit) { return unsigned(usec_ % whole / unit); };
+    const char sign = isInterval_ ? ':' : utcOffset_ < 0 ? '-' : '+';
     std::snprintf(text.data(), text.size(), "%08llu%02u%02u%02u.%06u%c%03d", days, part(day, hour),
                   part(hour, minute), part(minute, second), part(second, 1), sign,
-                  std::abs(_utcOffset));
-    Uint32 wild = _wildcards;
+                  std::abs(utcOffset_));
+    Uint32 wild = wildcards_;
     for (size_t i = signAt; wild > 0; --wild) {
         if (--i == pointAt) --i;
         text.at(i) = '*';
@@ -174,10 +174,10 @@ CIMDateTime::CIMDateTime(const String& str)
     const bool isInterval = sign == ':' && offset == 0;
     if (!isInterval && sign != '+' && sign != '-') throw InvalidDateTimeFormatException();
     const Digits digits(text, isInterval);
-    _usec = isInterval ? digits.interval() : digits.timeStamp();
-    _isInterval = isInterval;
-    _utcOffset = sign == '-' ? -offset : offset;
-    _wildcards = digits.wildcards();
+    usec_ = isInterval ? digits.interval() : digits.timeStamp();
+    isInterval_ = isInterval;
+    utcOffset_ = sign == '-' ? -offset : offset;
+    wildcards_ = digits.wildcards();
 }
 
 CIMDateTime CIMDateTime::getCurrentDateTime()
@@ -187,27 +187,27 @@ CIMDateTime CIMDateTime::getCurrentDateTime()
     tm local{};
     localtime_r(&now.tv_sec, &local);
     CIMDateTime result;
-    result._isInterval = false;
-    result._utcOffset = Sint32(local.tm_gmtoff / 60);
-    result._usec =
-        plusMinutes(sinceYear0(now.tv_sec) + Uint64(now.tv_nsec) / 1000, result._utcOffset);
+    result.isInterval_ = false;
+    result.utcOffset_ = Sint32(local.tm_gmtoff / 60);
+    result.usec_ =
+        plusMinutes(sinceYear0(now.tv_sec) + Uint64(now.tv_nsec) / 1000, result.utcOffset_);
     return result;
 }
 
 Boolean CIMDateTime::equal(const CIMDateTime& x) const
 {
-    if (_isInterval != x._isInterval) {
+    if (isInterval_ != x.isInterval_) {
         throw TypeMismatchException("Trying to compare CIMDateTime objects of differing types");
     }
-    const Uint32 unknown = std::max(_wildcards, x._wildcards);
+    const Uint32 unknown = std::max(wildcards_, x.wildcards_);
     return knownPart(toMicroSeconds(), unknown) == knownPart(x.toMicroSeconds(), unknown);
 }
 
 Uint64 CIMDateTime::toMicroSeconds() const
 {
-    // As much of the offset as the known fields can tell.
-    const Sint32 known = _wildcards < 10 ? _utcOffset : _wildcards == 10 ? _utcOffset / 60 * 60 : 0;
-    return plusMinutes(_usec, -known);
+    // Only as much of the offset as the fields without asterisks can express.
+    const Sint32 known = wildcards_ < 10 ? utcOffset_ : wildcards_ == 10 ? utcOffset_ / 60 * 60 : 0;
+    return plusMinutes(usec_, -known);
 }
 
 }  // namespace Pegasus

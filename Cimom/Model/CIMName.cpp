@@ -1,7 +1,4 @@
 #include <Pegasus/Common/CIMName.h>
-#include <Pegasus/Common/CIMPropertyList.h>
-
-#include "Model/Names.h"
 
 #include <algorithm>
 
@@ -30,7 +27,7 @@ bool isName(const Char16* begin, const Char16* end)
 CIMName::CIMName(const String& name)
 {
     if (!legal(name)) throw InvalidNameException(name);
-    _name = name;
+    name_ = name;
 }
 
 Boolean CIMName::legal(const String& name)
@@ -46,9 +43,9 @@ CIMNamespaceName::CIMNamespaceName(const String& name)
 
 CIMNamespaceName& CIMNamespaceName::operator=(const String& name)
 {
-    _name = name;
+    name_ = name;
     if (!legal(name)) throw InvalidNamespaceNameException(name);
-    if (name[0] == '/') _name.remove(0, 1);
+    if (name[0] == '/') name_.remove(0, 1);
     return *this;
 }
 
@@ -63,37 +60,6 @@ Boolean CIMNamespaceName::legal(const String& name)
         if (slash == end) return true;
         begin = slash + 1;
     }
-}
-
-CIMPropertyList::CIMPropertyList(const Array<CIMName>& propertyNames)
-    : _names(propertyNames), _isNull(false)
-{
-    constexpr Uint32 shortList = 32;
-    const CIMName* const first = _names.getData();
-    if (std::any_of(first, first + size(), [](const CIMName& name) { return name.isNull(); }))
-        throw UninitializedObjectException();
-    if (size() <= shortList) return;
-    auto sorted = std::make_shared<std::vector<CIMName>>(first, first + size());
-    std::sort(sorted->begin(), sorted->end(), cimom::NoCaseLess());
-    _sorted = sorted;
-}
-
-Boolean CIMPropertyList::contains(const CIMName& name) const
-{
-    if (_sorted)
-        return std::binary_search(_sorted->begin(), _sorted->end(), name, cimom::NoCaseLess());
-    const CIMName* const first = _names.getData();
-    return std::find(first, first + size(), name) != first + size();
-}
-
-String CIMPropertyList::toString() const
-{
-    if (_isNull) return "NULL";
-    if (size() == 0) return "EMPTY";
-    String text = _names[0].getString();
-    for (Uint32 i = 1; i < size(); ++i)
-        text.append(", ").append(_names[i].getString());
-    return text;
 }
 
 }  // namespace Pegasus

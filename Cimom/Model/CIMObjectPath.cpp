@@ -63,8 +63,8 @@ bool nameIsLess(const CIMKeyBinding& x, const CIMKeyBinding& y)
     return String::compareNoCase(x.getName().getString(), y.getName().getString()) < 0;
 }
 
-/// Whether a path's text certainly reads as that path: it names all that a host needs, and has only
-/// keys that are no references, and are not taken for such.
+/// Whether the text of a path surely reads as the same path: it has the namespace and class that a
+/// host requires, and its keys are strings that cannot be mistaken for references.
 bool readsAsItself(const CIMObjectPath& path)
 {
     const Array<CIMKeyBinding>& keys = path.getKeyBindings();
@@ -77,21 +77,21 @@ bool readsAsItself(const CIMObjectPath& path)
            });
 }
 
-/// A text that is put together.
+/// Builds a text.
 class Writer
 {
 public:
-    Writer() { _units.reserve(200); }
+    Writer() { units_.reserve(200); }
     Writer& operator<<(const char* ascii)
     {
         for (; *ascii != 0; ++ascii)
-            _units.push_back(static_cast<Uint16>(*ascii));
+            units_.push_back(static_cast<Uint16>(*ascii));
         return *this;
     }
     Writer& operator<<(const String& text)
     {
         const Char16* const units = text.getChar16Data();
-        _units.insert(_units.end(), units, units + text.size());
+        units_.insert(units_.end(), units, units + text.size());
         return *this;
     }
     /// Puts a backslash before each quote and each backslash.
@@ -99,19 +99,19 @@ public:
     {
         const Char16* const units = text.getChar16Data();
         std::for_each(units, units + text.size(), [this](Uint16 unit) {
-            if (unit == '"' || unit == '\\') _units.push_back('\\');
-            _units.push_back(unit);
+            if (unit == '"' || unit == '\\') units_.push_back('\\');
+            units_.push_back(unit);
         });
     }
-    String text() const { return String(_units.data(), Uint32(_units.size())); }
+    String text() const { return String(units_.data(), Uint32(units_.size())); }
 
 private:
-    std::vector<Char16> _units;
+    std::vector<Char16> units_;
 };
 
 }  // namespace
 
-/// A path with its text, which is made when it is first asked for.
+/// A path with its text, which is made at the first call of getValue().
 struct CIMKeyBinding::Reference
 {
     explicit Reference(const CIMObjectPath& x) : path(x) {}
@@ -121,33 +121,33 @@ struct CIMKeyBinding::Reference
 };
 
 CIMKeyBinding::CIMKeyBinding(const CIMName& name, const String& value, Type type)
-    : _name(name), _value(value), _type(type)
+    : name_(name), value_(value), type_(type)
 {
 }
 
 CIMKeyBinding::CIMKeyBinding(const CIMName& name, const CIMValue& value)
-    : _name(name), _type(keyTypeOf(value))
+    : name_(name), type_(keyTypeOf(value))
 {
     CIMObjectPath path;
-    if (_type == REFERENCE) value.get(path);
+    if (type_ == REFERENCE) value.get(path);
     if (readsAsItself(path)) {
-        _reference = std::make_shared<const Reference>(path);
+        reference_ = std::make_shared<const Reference>(path);
     } else {
-        _value = value.toString();
+        value_ = value.toString();
     }
 }
 
 CIMKeyBinding CIMKeyBinding::ofReference(const CIMName& name, const CIMObjectPath& reference)
 {
     CIMKeyBinding key(name, String(), REFERENCE);
-    key._reference = std::make_shared<const Reference>(reference);
+    key.reference_ = std::make_shared<const Reference>(reference);
     return key;
 }
 
 const String& CIMKeyBinding::getValue() const
 {
-    if (!_reference) return _value;
-    const Reference& reference = *_reference;
+    if (!reference_) return value_;
+    const Reference& reference = *reference_;
     std::call_once(reference.isTextMade,
                    [&reference] { reference.text = CIMValue(reference.path).toString(); });
     return reference.text;
@@ -155,7 +155,7 @@ const String& CIMKeyBinding::getValue() const
 
 const CIMObjectPath* CIMKeyBinding::reference() const
 {
-    return _reference ? &_reference->path : nullptr;
+    return reference_ ? &reference_->path : nullptr;
 }
 
 Boolean operator==(const CIMKeyBinding& x, const CIMKeyBinding& y)
@@ -178,7 +178,7 @@ Boolean operator==(const CIMKeyBinding& x, const CIMKeyBinding& y)
 
 CIMObjectPath::CIMObjectPath(const String& host, const CIMNamespaceName& nameSpace,
                              const CIMName& className, const Array<CIMKeyBinding>& keyBindings)
-    : _nameSpace(nameSpace), _className(className)
+    : nameSpace_(nameSpace), className_(className)
 {
     setHost(host);
     setKeyBindings(keyBindings);
@@ -192,26 +192,26 @@ void CIMObjectPath::setKeyBindings(const Array<CIMKeyBinding>& keyBindings)
         if (key.getType() != CIMKeyBinding::REFERENCE || key.reference()) continue;
         keys[i] = CIMKeyBinding::ofReference(key.getName(), CIMObjectPath(key.getValue()));
     }
-    _keyBindings = keys;
+    keyBindings_ = keys;
     sortKeys();
 }
 
 void CIMObjectPath::sortKeys()
 {
-    const Uint32 count = _keyBindings.size();
-    const CIMKeyBinding* const first = _keyBindings.getData();
+    const Uint32 count = keyBindings_.size();
+    const CIMKeyBinding* const first = keyBindings_.getData();
     if (!std::is_sorted(first, first + count, nameIsLess))
-        std::stable_sort(&_keyBindings[0], &_keyBindings[0] + count, nameIsLess);
+        std::stable_sort(&keyBindings_[0], &keyBindings_[0] + count, nameIsLess);
 }
 
 String CIMObjectPath::toString() const
 {
     Writer text;
-    if (_host.size() > 0) text << "//" << _host << "/";
-    if (_host.size() > 0 || !_nameSpace.isNull()) text << _nameSpace.getString() << ":";
-    text << _className.getString();
-    const CIMKeyBinding* const first = _keyBindings.getData();
-    for (const CIMKeyBinding* key = first; key != first + _keyBindings.size(); ++key) {
+    if (host_.size() > 0) text << "//" << host_ << "/";
+    if (host_.size() > 0 || !nameSpace_.isNull()) text << nameSpace_.getString() << ":";
+    text << className_.getString();
+    const CIMKeyBinding* const first = keyBindings_.getData();
+    for (const CIMKeyBinding* key = first; key != first + keyBindings_.size(); ++key) {
         const bool isQuoted =
             key->getType() == CIMKeyBinding::STRING || key->getType() == CIMKeyBinding::REFERENCE;
         text << (key == first ? "." : ",") << key->getName().getString();
@@ -224,10 +224,10 @@ String CIMObjectPath::toString() const
 
 Boolean CIMObjectPath::identical(const CIMObjectPath& x) const
 {
-    const CIMKeyBinding* const keys = _keyBindings.getData();
-    return String::equalNoCase(_host, x._host) && _nameSpace == x._nameSpace &&
-           _className == x._className && _keyBindings.size() == x._keyBindings.size() &&
-           std::equal(keys, keys + _keyBindings.size(), x._keyBindings.getData());
+    const CIMKeyBinding* const keys = keyBindings_.getData();
+    return String::equalNoCase(host_, x.host_) && nameSpace_ == x.nameSpace_ &&
+           className_ == x.className_ && keyBindings_.size() == x.keyBindings_.size() &&
+           std::equal(keys, keys + keyBindings_.size(), x.keyBindings_.getData());
 }
 
 }  // namespace Pegasus

@@ -83,7 +83,7 @@ String textOf(const T& x)
         std::snprintf(text, sizeof text, "%.16e", Real64(x));
         return text;
     } else if constexpr (std::is_same_v<T, Char16>) {
-        // Half a pair reads as nothing.
+        // The first half of a surrogate pair gives a zero.
         const Char16 none;
         return String(x >= 0xD800 && x < 0xDC00 ? &none : &x, 1);
     } else if constexpr (std::is_same_v<T, String>) {
@@ -154,7 +154,7 @@ CIMType CIMValue::getType() const
 void CIMValue::setNullValue(CIMType type, Boolean isArray, Uint32 arraySize)
 {
     if (size_t(type) >= typeCount) throw TypeMismatchException();
-    _content = std::make_shared<const Content>(Content{type, isArray, isArray ? arraySize : 0, {}});
+    content_ = std::make_shared<const Content>(Content{type, isArray, isArray ? arraySize : 0, {}});
 }
 
 Boolean CIMValue::equal(const CIMValue& x) const
@@ -174,14 +174,14 @@ String CIMValue::toString() const
     const auto isPlain = [](Uint16 unit) { return unit != 0 && unit < 0x80; };
     const Char16* const units = text.getChar16Data();
     if (std::all_of(units, units + text.size(), isPlain)) return text;
-    // By way of UTF-8: the text ends at a zero, and what is no character is replaced.
+    // By way of UTF-8, so that the text ends at a zero, and U+FFFD replaces what is no character.
     return String(static_cast<const char*>(text.getCString()));
 }
 
 template <class T>
 void CIMValue::hold(const T& x)
 {
-    _content = std::make_shared<const Content>(Content{CIMType(position<T> % typeCount),
+    content_ = std::make_shared<const Content>(Content{CIMType(position<T> % typeCount),
                                                        position<T> >= typeCount, 0,
                                                        Any(std::in_place_type<T>, own(x))});
 }

@@ -1,40 +1,7 @@
 #include "Model/Errors.h"
 #include "Model/Text.h"
 
-#include <Pegasus/Common/CIMType.h>
-
 #include <exception>
-
-namespace Pegasus
-{
-
-Exception::~Exception() = default;
-
-const char* cimStatusCodeToString(CIMStatusCode code)
-{
-    switch (code) {
-#define NAME_OF(NAME, NUMBER) \
-    case NAME:                \
-        return #NAME;
-        PEGASUS_CIM_STATUS_CODES(NAME_OF)
-#undef NAME_OF
-    }
-    return "Unrecognized CIM status code";
-}
-
-const char* cimTypeToString(const CIMType type)
-{
-    switch (type) {
-#define TEXT_OF(NAME, TEXT, T) \
-    case CIMTYPE_##NAME:       \
-        return TEXT;
-        PEGASUS_CIM_TYPES(TEXT_OF)
-#undef TEXT_OF
-    }
-    return "unknown";
-}
-
-}  // namespace Pegasus
 
 namespace cimom
 {

@@ -1,4 +1,4 @@
-// Errors of operations as clients are told of them.
+// The errors of operations, as clients receive them.
 #pragma once
 
 #include <Pegasus/Common/Exception.h>
@@ -6,12 +6,12 @@
 namespace cimom
 {
 
-/// The exception that is being handled, as an error of an operation: CIM_ERR_FAILED unless it is a
+/// The exception that is being handled, as the error of an operation: CIM_ERR_FAILED unless it is a
 /// CIMException. To be called in a catch block.
 Pegasus::CIMException currentError();
 
-/// The name of the code (with its number for what is no code) and the error's message, if any, as
-/// in "CIM_ERR_NOT_FOUND: text".
+/// The name of the code and the message, if there is one, as in "CIM_ERR_NOT_FOUND: text". A number
+/// that is not a CIM status code stands in place of the name.
 Pegasus::String describe(const Pegasus::CIMException& error);
 
 }  // namespace cimom

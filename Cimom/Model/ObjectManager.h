@@ -24,8 +24,8 @@ using Pegasus::CIMObjectPath;
 using Pegasus::CIMPropertyList;
 using Pegasus::OperationContext;
 
-/// What is asked to be shown of a class. localOnly leaves out elements and qualifiers that are
-/// inherited and not overridden; the null list means all properties; methods are always there.
+/// The parts of a class that a request selects. localOnly leaves out elements and qualifiers that
+/// are inherited and not overridden; the null list means all properties; methods are always there.
 struct ClassView
 {
     bool localOnly = false;
@@ -34,9 +34,9 @@ struct ClassView
     CIMPropertyList properties;
 };
 
-/// What is asked to be shown of instances. The null list means all properties in the instance's
-/// order; otherwise these, in the list's order: names that an instance lacks are left out, keys are
-/// not added.
+/// The parts of instances that a request selects. The null list means all properties in the
+/// instance's order, any other list these properties in its own order. Names that an instance lacks
+/// are ignored, and keys are not added.
 struct InstanceView
 {
     bool includeQualifiers = false;
@@ -44,19 +44,21 @@ struct InstanceView
     CIMPropertyList properties;
 };
 
-/// The operations that providers call back. The caller's identity is the IdentityContainer of the
-/// context (none: the empty user). Every operation throws Pegasus::CIMException with the code and
-/// bare text that a client is to see; the text does not carry the code's name. Implementations are
-/// called from any number of threads at once.
+/// The operations that providers and local clients call. The user is that of the IdentityContainer
+/// in the context; without one it is the empty name. Every operation throws Pegasus::CIMException
+/// with the code and message for the client; the message does not carry the code's name. Any number
+/// of threads may call them at once.
 class ObjectManager
 {
 public:
     virtual ~ObjectManager() = default;
 
-    /// The object manager that handles and local clients of this process reach; null when none.
-    /// Whoever sets it keeps ownership and sets it to null before that object manager ends. Not to
-    /// be changed while operations run.
+    /// The object manager of this process, for handles and local clients; null when there is none.
+    /// The code that sets it keeps ownership, and sets it to null before that object manager ends.
+    /// It must not change while operations run.
     static std::atomic<ObjectManager*> current;
+    /// That object manager. Throws CIMException with CIM_ERR_FAILED when there is none.
+    static ObjectManager& running();
 
     virtual CIMClass getClass(const OperationContext&, const CIMNamespaceName&,
                               const CIMName& className, const ClassView&) = 0;

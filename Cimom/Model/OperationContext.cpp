@@ -15,12 +15,12 @@ void OperationContext::insert(const Container& container)
 {
     if (contains(container.getName())) throw Exception("object already exists.");
     const auto destroy = [](const Container* x) { const_cast<Container*>(x)->destroy(); };
-    _containers.emplace_back(container.clone(), destroy);
+    containers_.emplace_back(container.clone(), destroy);
 }
 
 const OperationContext::Container* OperationContext::find(const String& name) const
 {
-    for (const auto& container : _containers) {
+    for (const auto& container : containers_) {
         if (container->getName() == name) return container.get();
     }
     return nullptr;
@@ -30,7 +30,7 @@ IdentityContainer::IdentityContainer(const OperationContext::Container& containe
 {
     const auto* const identity = dynamic_cast<const IdentityContainer*>(&container);
     if (!identity) throw DynamicCastFailedException();
-    _userName = identity->_userName;
+    userName_ = identity->userName_;
 }
 
 }  // namespace Pegasus

@@ -74,27 +74,6 @@ Uint32 position(const Char16* begin, const Char16* found, const Char16* end)
 
 }  // namespace
 
-Char16* detail::Units::resize(Uint32 size)
-{
-    if (size == 0) {
-        reset();
-        return nullptr;
-    }
-    const Uint32 before = this->size();
-    if (!_node.isOnly() || _node->capacity < size) {
-        // One that grows will grow further.
-        const Uint32 capacity = before > 0 && size > before ? size + size / 2 : size;
-        void* const memory = ::operator new(sizeof(Node) + (capacity + 1) * sizeof(Char16));
-        Node* const node = new (memory) Node{{1}, size, capacity};
-        std::copy(data(), data() + std::min(before, size), unitsOf(node));
-        _node.reset(node);
-    }
-    _node->size = size;
-    Char16* const units = unitsOf(_node.get());
-    units[size] = Char16();
-    return units;
-}
-
 const String String::EMPTY;
 
 String::String(const Char16* str) : String(str, length(notNull(str))) {}
@@ -110,7 +89,7 @@ String::String(const char* str, Uint32 n)
 {
     notNull(str);
     if (cimom::isAscii({str, n})) {
-        std::copy(str, str + n, _units.resize(n));
+        std::copy(str, str + n, units_.resize(n));
     } else {
         const std::vector<Char16> units = cimom::toUtf16({str, n});
         append(units.data(), Uint32(units.size()));
@@ -130,13 +109,13 @@ const Char16 String::operator[](Uint32 index) const
 
 String& String::append(const Char16* str, Uint32 n)
 {
-    if (n == 0) return *this;  // nothing, wherever it is
+    if (n == 0) return *this;  // whatever the pointer is
     notNull(str);
     const Uint32 before = size();
     const Char16* const data = getChar16Data();
     const bool isPart = std::less_equal<>()(data, str) && std::less<>()(str, data + before);
-    const detail::Units kept = isPart ? _units : detail::Units();
-    std::copy(str, str + n, _units.resize(before + n) + before);
+    const detail::Units kept = isPart ? units_ : detail::Units();
+    std::copy(str, str + n, units_.resize(before + n) + before);
     return *this;
 }
 
@@ -146,9 +125,9 @@ void String::remove(Uint32 index, Uint32 size)
     if (size == PEG_NOT_FOUND) size = length - std::min(index, length);
     if (index > length || size > length - index) throw IndexOutOfBoundsException();
     if (size == 0) return;
-    Char16* const units = _units.resize(length);
+    Char16* const units = units_.resize(length);
     std::copy(units + index + size, units + length, units + index);
-    _units.resize(length - size);
+    units_.resize(length - size);
 }
 
 String String::subString(Uint32 index, Uint32 n) const
@@ -177,7 +156,7 @@ Uint32 String::find(const String& s) const
 void String::toLower()
 {
     const Uint32 size = this->size();
-    Char16* const units = _units.resize(size);
+    Char16* const units = units_.resize(size);
     std::transform(units, units + size, units, lower);
 }
 

@@ -1,4 +1,4 @@
-// UTF-8, UTF-16, and texts compared, read as numbers and from files.
+// Texts: UTF-8 and UTF-16, comparison without case, numbers read from text, files.
 #pragma once
 
 #include <Pegasus/Common/String.h>
@@ -15,8 +15,8 @@
 namespace cimom
 {
 
-/// The most characters that the text of an object path may have, as much as a client's header may:
-/// the time that paths take grows with their length.
+/// The greatest length of an object path's text, the same as that of a request's header: the time
+/// to read a path grows with its length.
 constexpr Pegasus::Uint32 longestObjectPath = 65536;
 
 /// The UTF-16 form of the text. Surrogates that are encoded in it, U+FFFE and U+FFFF become U+FFFD.
@@ -75,9 +75,8 @@ bool equalNoCase(std::string_view a, std::string_view b);
 /// The bytes of a file. Throws std::runtime_error ("cannot read the WHAT file FILE: why").
 std::string readFile(const std::filesystem::path& file, const std::string& what);
 
-/// Reads a decimal number without leading zeros or a hexadecimal one after 0x; for a signed type
-/// with an optional minus sign before either. Nothing when the text is none or does not fit the
-/// type.
+/// Reads a decimal number without leading zeros, or a hexadecimal one after 0x; numbers of a signed
+/// type may have a minus sign. Returns nothing for other text and for numbers beyond the type.
 template <class Integer>
 std::optional<Integer> readInteger(std::string_view text)
 {
@@ -96,8 +95,8 @@ std::optional<Integer> readInteger(std::string_view text)
     return static_cast<Integer>(isNegative ? 0 - magnitude : magnitude);
 }
 
-/// Reads an integer as readInteger() does, or a decimal number in the range of a real type; types
-/// with a sign may have a plus before it. Nothing when the text is none.
+/// Reads an integer as readInteger() does, or a decimal number in the range of a real type. Numbers
+/// of signed and real types may have a plus sign. Returns nothing for other text.
 template <class Number>
 std::optional<Number> readNumber(std::string_view text)
 {

@@ -1,4 +1,4 @@
-// What a value holds.
+// The content of a CIMValue.
 #pragma once
 
 #include <Pegasus/Common/CIMInstance.h>
@@ -27,7 +27,7 @@ struct CIMValue::Content
     static const Content& of(const CIMValue& value)
     {
         static const Content nullBoolean;
-        return value._content ? *value._content : nullBoolean;
+        return value.content_ ? *value.content_ : nullBoolean;
     }
 };
 

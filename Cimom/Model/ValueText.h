@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Model/Text.h"
-#include "Model/Types.h"
+#include "Model/VisitType.h"
 
 #include <optional>
 #include <string>
@@ -11,9 +11,9 @@
 namespace cimom
 {
 
-/// The value of type T that the UTF-8 text stands for: TRUE or FALSE in any case, a number as of
-/// readNumber(), one character of 16 bits, or what the type itself reads. Nothing when the text is
-/// none, and for objects and instances.
+/// The value of type T that the UTF-8 text denotes: TRUE or FALSE in any case, a number as of
+/// readNumber(), one character of 16 bits, or what the constructor of the type reads. Returns
+/// nothing for other text, and for the types object and instance.
 template <class T>
 std::optional<T> readValue(const std::string& text)
 {

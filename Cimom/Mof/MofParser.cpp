@@ -59,10 +59,10 @@ struct Name
     std::string text() const { return toUtf8(name.getString()); }
 };
 
-template <class Elements>
-void checkNew(const Elements& elements, const Name& name)
+/// `existing`: the position of an element that has this name already, or PEG_NOT_FOUND.
+void checkNew(Uint32 existing, const Name& name)
 {
-    if (positionOf(elements, name.name) != PEG_NOT_FOUND)
+    if (existing != PEG_NOT_FOUND)
         throw MofFault{name.at, "'" + name.text() + "' is there already"};
 }
 
@@ -190,7 +190,7 @@ private:
         if (!accept('[')) return {};
         do {
             const Name name = expectName("the name of a qualifier");
-            checkNew(list, name);
+            checkNew(positionOf(list, name.name), name);
             list.push_back(qualifier(name));
         } while (accept(','));
         expect(']', "or ',' after the qualifier");
@@ -254,7 +254,7 @@ private:
         if (accept('(')) {
             if (declared.type == CIMTYPE_REFERENCE)
                 throw MofFault{typeAt, "a method cannot return a reference"};
-            checkNew(owner.methods, name);
+            checkNew(owner.methods.positionOf(name.name), name);
             auto added = std::make_shared<Method>();
             added->name = name.name;
             added->type = declared.type;
@@ -262,14 +262,13 @@ private:
             added->parameters = parameters();
             owner.methods.push_back(std::move(added));
         } else {
-            checkNew(owner.properties, name);
+            checkNew(owner.properties.positionOf(name.name), name);
             auto added = std::make_shared<Property>();
             added->name = name.name;
             added->value = defaultValue(name, declared);
             added->arraySize = declared.arraySize;
             added->referenceClassName = declared.referenceClass;
             added->qualifiers = qualifiers;
-            added->isOfClass = true;
             owner.properties.push_back(std::move(added));
         }
     }
@@ -299,7 +298,7 @@ private:
                 const Qualifiers qualifiers = qualifierList();
                 MofType declared = type();
                 const Name name = expectName("the name of a parameter");
-                checkNew(list, name);
+                checkNew(positionOf(list, name.name), name);
                 arraySuffix(declared);
                 list.push_back({name.name, declared.type, declared.isArray, declared.arraySize,
                                 declared.referenceClass, qualifiers});
@@ -334,7 +333,7 @@ private:
     {
         const Qualifiers qualifiers = qualifierList();
         const Name name = expectName("the name of a property or '}'");
-        checkNew(instance.properties, name);
+        checkNew(instance.properties.positionOf(name.name), name);
         const Property* const declared = definition.property(name.name);
         if (declared == nullptr)
             throw MofFault{name.at, "class " + toUtf8(definition.name().getString()) +

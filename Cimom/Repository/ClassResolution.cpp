@@ -11,16 +11,13 @@ namespace cimom
 namespace
 {
 
-template <class Element>
-using Elements = std::vector<std::shared_ptr<const Element>>;
-
-// Throws a complaint that lacks its subject; see inContext().
+// Throws an error without the name of the element that it is about; see inContext().
 [[noreturn]] void refuse(const String& what)
 {
     throw CIMException(CIM_ERR_INVALID_PARAMETER, ": " + what);
 }
 
-// Does the work; a complaint gets what was worked on in front.
+// Runs the work; an error gets the name of the element in front.
 template <class Work>
 auto inContext(const char* kind, const CIMName& name, Work work)
 {
@@ -124,10 +121,10 @@ private:
         Elements<Element> all;
         all.reserve(own.size() + inherited.size());
         for (const auto& element : inherited)
-            if (find(own, element->name) == nullptr) all.push_back(propagated(element));
+            if (own.find(element->name) == nullptr) all.push_back(propagated(element));
         for (const auto& element : own)
             all.push_back(inContext(kind, element->name, [&] {
-                return resolveOne(*element, find(inherited, element->name), inherited);
+                return resolveOne(*element, inherited.find(element->name), inherited);
             }));
         return all;
     }
@@ -146,7 +143,7 @@ private:
         const Qualifier* const override = own.qualifiers.find("Override");
         const String target = override == nullptr ? String() : override->value.toString();
         if (override != nullptr && !override->value.isNull() &&
-            (!CIMName::legal(target) || find(inherited, CIMName(target)) == nullptr))
+            (!CIMName::legal(target) || inherited.find(CIMName(target)) == nullptr))
             refuse("it overrides \"" + target + "\", which no superclass has");
         check(own, overridden);
         return result;

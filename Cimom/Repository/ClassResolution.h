@@ -2,14 +2,14 @@
 #pragma once
 
 #include "Model/ObjectManager.h"
-#include "Model/Schema.h"
+#include "Model/QualifierDecl.h"
 
 #include <functional>
 
 namespace cimom
 {
 
-/// What resolution has to know of the namespace.
+/// The elements of the namespace that a class may refer to.
 struct SchemaLookup
 {
     /// The declaration of a qualifier, null when there is none.
@@ -30,10 +30,10 @@ struct SchemaLookup
 /// the element and the rule: an undeclared qualifier, or one in a wrong scope; a changed
 /// DisableOverride qualifier; an override of another type or of nothing; a new key below a class
 /// with keys; a reference property outside an association or to an unknown class; an association
-/// below a class that is none. That qualifiers have the declared type is up to the caller.
+/// below a class that is none. The caller has to make sure that qualifiers have the declared type.
 Class resolveClass(const Class& given, const Class* superclass, const SchemaLookup& schema);
 
-/// What is shown of a resolved class; the class itself when the view hides nothing.
+/// The parts of a resolved class that the view selects; the class itself if those are all.
 ClassPtr viewClass(const ClassPtr& resolved, const ClassView& view);
 
 }  // namespace cimom

@@ -1,7 +1,7 @@
 #include "Repository/Repository.h"
 
 #include "Repository/ClassResolution.h"
-#include "Model/Names.h"
+#include "Model/NoCase.h"
 
 #include <Pegasus/Common/Exception.h>
 
@@ -50,7 +50,7 @@ struct ClassEntry
         return std::find_if(instances.begin(), instances.end(), same);
     }
 
-    // The stored instance that the path, whatever its host and namespace, names.
+    // The stored instance that the path names, whatever its host and namespace.
     auto require(const CIMObjectPath& given)
     {
         const CIMObjectPath path(String(), CIMNamespaceName(), given.getClassName(),
@@ -60,13 +60,13 @@ struct ClassEntry
         return found;
     }
 
-    // The view without property list, made at the first request for it.
-    ClassPtr view(const ClassView& wanted) const
+    // A view without property list, made at the first request for it.
+    ClassPtr view(const ClassView& selected) const
     {
         auto& [made, content] =
-            views_[(wanted.localOnly ? 4U : 0U) + (wanted.includeQualifiers ? 2U : 0U) +
-                   (wanted.includeClassOrigin ? 1U : 0U)];
-        std::call_once(made, [&, &shown = content] { shown = viewClass(resolved, wanted); });
+            views_[(selected.localOnly ? 4U : 0U) + (selected.includeQualifiers ? 2U : 0U) +
+                   (selected.includeClassOrigin ? 1U : 0U)];
+        std::call_once(made, [&, &shown = content] { shown = viewClass(resolved, selected); });
         return content;
     }
 
@@ -95,14 +95,14 @@ bool sameDecl(const QualifierDecl& a, const QualifierDecl& b)
 std::shared_ptr<Property> makeProperty(const Property& declared, const CIMValue& value,
                                        const Qualifiers& qualifiers, bool fromClass)
 {
-    const auto result = clone(declared);
+    auto result = std::make_shared<Property>(declared);
     result->value = value;
     result->qualifiers = qualifiers;
     result->propagated = fromClass;
     return result;
 }
 
-// The instance under the path that its keys make.
+// The instance with the path that its keys give.
 CIMInstance withPath(CIMInstance instance, const ClassPtr& definition)
 {
     Array<CIMName> keys;
@@ -117,8 +117,8 @@ CIMInstance withPath(CIMInstance instance, const ClassPtr& definition)
     return instance;
 }
 
-// The instance as it is stored: what it lacks comes first, in the order of the class, then what it
-// has, in its own order; names in the spelling of the class; the path made of its keys.
+// The instance as it is stored. The properties that it lacks come first, in the order of the class,
+// then its own in their order. Names have the spelling of the class, and the path has its keys.
 CIMInstance completeInstance(const Instance& given, const ClassPtr& definition)
 {
     const auto result = std::make_shared<Instance>();
@@ -306,9 +306,10 @@ void Repository::modifyInstance(const CIMNamespaceName& nameSpace, const CIMInst
     changed.qualifiers = stored.object().qualifiers;
     for (const auto& property : stored.object().properties)
         if (!property->propagated && listed.count(property->name) == 0)
-            changed.properties.push_back(property);
+            changed.properties.push_back(std::make_shared<Property>(*property));
     for (const auto& property : given.object().properties)
-        if (listed.count(property->name) > 0) changed.properties.push_back(property);
+        if (listed.count(property->name) > 0)
+            changed.properties.push_back(std::make_shared<Property>(*property));
     const CIMInstance result = completeInstance(changed, entry.resolved);
     if (!result.getPath().identical(stored.getPath()))
         fail(CIM_ERR_FAILED, "attempted to modify a key of " + stored.getPath().toString());

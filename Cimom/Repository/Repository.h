@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Model/ObjectManager.h"
-#include "Model/Schema.h"
+#include "Model/QualifierDecl.h"
 
 #include <memory>
 #include <vector>
@@ -17,8 +17,8 @@ namespace cimom
 /// Classes are stored with inheritance resolved: each holds every inherited property, method and
 /// (by flavor) qualifier, with class origin and propagated set. They are shared and immutable.
 ///
-/// Errors are Pegasus::CIMException with the code and bare text a client is to see: unknown
-/// namespace CIM_ERR_INVALID_NAMESPACE with the namespace as text, and as each function says.
+/// Errors are Pegasus::CIMException with the code and message for the client. Every function throws
+/// CIM_ERR_INVALID_NAMESPACE with the name of an unknown namespace; the comments name other codes.
 class Repository
 {
 public:
@@ -41,18 +41,18 @@ public:
     void addClass(const CIMNamespaceName&, const Class&);
     /// The whole class; null when it is unknown.
     ClassPtr findClass(const CIMNamespaceName&, const CIMName&) const;
-    /// The whole class. The code given, with the class name as asked, when it is unknown.
+    /// The whole class. Throws the code given, with the requested class name, when it is unknown.
     ClassPtr requireClass(const CIMNamespaceName&, const CIMName&,
                           Pegasus::CIMStatusCode whenUnknown) const;
-    /// What the view shows of the class. CIM_ERR_NOT_FOUND with the class name as asked when
-    /// unknown. Views with a null property list are made once and shared.
+    /// The parts of the class that the view selects. CIM_ERR_NOT_FOUND with the requested class
+    /// name when it is unknown. Views with a null property list are made once and shared.
     ClassPtr getClass(const CIMNamespaceName&, const CIMName&, const ClassView& = {}) const;
     /// Names of the direct (or with deep all) subclasses in schema order (as they were added, each
     /// class followed by its own subclasses); a null name means the root classes.
     /// CIM_ERR_INVALID_CLASS when the class is unknown.
     std::vector<CIMName> subclassNames(const CIMNamespaceName&, const CIMName&, bool deep) const;
-    /// The class's name and those of its superclasses, the nearest first. The code given, with the
-    /// class name as asked, when it is unknown.
+    /// The class's name and those of its superclasses, the nearest first. Throws the code given,
+    /// with the requested class name, when it is unknown.
     std::vector<CIMName> lineage(const CIMNamespaceName&, const CIMName&,
                                  Pegasus::CIMStatusCode whenUnknown) const;
 
@@ -61,9 +61,9 @@ public:
     /// Returns that path. CIM_ERR_INVALID_CLASS, CIM_ERR_ALREADY_EXISTS (path as text),
     /// CIM_ERR_INVALID_PARAMETER.
     CIMObjectPath addInstance(const CIMNamespaceName&, const CIMInstance&);
-    /// Gives the properties listed (null: those given) of the instance that the path names the
-    /// values that they have in the instance given; those that it lacks, the default of the class.
-    /// CIM_ERR_INVALID_CLASS, CIM_ERR_NOT_FOUND (path as text), CIM_ERR_NO_SUCH_PROPERTY,
+    /// Sets the listed properties (null list: those of the given instance) of the instance that the
+    /// path names to the values in the given instance, or to the default of the class if it lacks
+    /// them. CIM_ERR_INVALID_CLASS, CIM_ERR_NOT_FOUND (path as text), CIM_ERR_NO_SUCH_PROPERTY,
     /// CIM_ERR_INVALID_PARAMETER, CIM_ERR_FAILED when it would have other keys.
     void modifyInstance(const CIMNamespaceName&, const CIMInstance&, const CIMPropertyList&);
     /// CIM_ERR_INVALID_CLASS, CIM_ERR_NOT_FOUND (path as text).

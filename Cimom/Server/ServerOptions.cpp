@@ -89,7 +89,7 @@ std::optional<ServerOptions> parseCommandLine(int argc, char** argv)
     bool noAuthentication = false;
 
     CLI::App app(
-        "A small CIM server: answers CIM-XML requests from MOF files and provider modules.",
+        "A small CIM server for CIM-XML requests: schema from MOF files, providers from modules.",
         "qbx-cimserver");
     app.set_version_flag("--version", "qbx-cimserver " QBX_VERSION);
     app.get_formatter()->column_width(34);
@@ -118,12 +118,12 @@ std::optional<ServerOptions> parseCommandLine(int argc, char** argv)
     app.option_defaults()->group("Access");
     add("--listen", options.http.address, "ADDRESS", "Address to listen on")->capture_default_str();
     add("--port", options.http.port, "N",
-        "Port to listen on; 0: any free one, which the ready line tells")
+        "Port to listen on; 0: any free one, which the ready line names")
         ->capture_default_str();
     auto* users = add("--users", options.http.users, "FILE",
                       "Password file with lines user:hash; read again when it changes");
     app.add_flag("--no-auth", noAuthentication,
-                 "Ask nobody for a password; the user name is empty then")
+                 "Accept requests without a password; the user name is empty then")
         ->excludes(users);
     app.add_flag("--writable-instances", options.writableInstances,
                  "Any user may change static instances outside root/interop; kept in memory only");

@@ -31,15 +31,15 @@ struct ServerOptions
     bool hashPassword = false;  ///< only hash a password
 };
 
-/// A command line that cannot be used; the text says which part of it and what to do.
+/// An invalid command line; the message names the argument and what to do.
 class UsageError : public std::runtime_error
 {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// Reads the command line. Nothing when it only asked for the help or the version, which have been
-/// printed to standard output. Throws UsageError.
+/// Reads the command line. Returns nothing after --help and --version, which print to standard
+/// output. Throws UsageError.
 std::optional<ServerOptions> parseCommandLine(int argc, char** argv);
 
 }  // namespace cimom

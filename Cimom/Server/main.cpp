@@ -40,7 +40,7 @@ void log(const std::string& text)
     std::cerr << start + text + "\n";
 }
 
-/// Blocked in every thread so that main can wait for them.
+/// The signals that main waits for; they are blocked in every thread.
 sigset_t awaitedSignals()
 {
     sigset_t signals;
@@ -50,8 +50,8 @@ sigset_t awaitedSignals()
     return signals;
 }
 
-/// Waits for a signal to stop; the next one ends the process at once. Meanwhile has the server read
-/// its files again at a SIGHUP, and when the password file has changed.
+/// Waits for SIGTERM or SIGINT; the next one ends the process at once. Until then, the server reads
+/// its files again at a SIGHUP and when the password file has changed.
 void waitForStop(HttpServer& server, const std::filesystem::path& users)
 {
     const sigset_t signals = awaitedSignals();
@@ -73,7 +73,7 @@ void waitForStop(HttpServer& server, const std::filesystem::path& users)
     pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
 }
 
-/// What clients find the object manager and its namespaces by, in MOF.
+/// The instances by which clients find the object manager and its namespaces, in MOF.
 std::string describeObjectManager(const Repository& repository, const std::string& host)
 {
     const auto text = [](const char* property, const std::string& value) {
@@ -109,7 +109,7 @@ void compileSchema(const ServerOptions& options, Repository& repository)
                    describeObjectManager(repository, options.http.hostName), "object manager");
 }
 
-/// Where a client finds the server: scheme, address, port and the first namespace.
+/// The URL of the server: scheme, address, port and the first namespace.
 std::string url(const ServerOptions& options, std::uint16_t port)
 {
     const bool everywhere = options.http.address == "0.0.0.0" || options.http.address == "::";
@@ -165,7 +165,7 @@ void serve(ServerOptions options)
     ObjectManager::current = nullptr;
 }
 
-/// Reads a line; a terminal does not show what is typed.
+/// Reads a line from standard input, without echo on a terminal.
 std::string readPassword()
 {
     termios shown{};

@@ -1,5 +1,5 @@
-"""What can be done to the hardware. Each action checks, asks where it must, and returns a line that
-says what was done."""
+"""What can be done to the hardware. Each action checks, asks for a confirmation where it must, and
+returns a line for the user: what was done."""
 
 import argparse
 import contextlib
@@ -8,7 +8,7 @@ import sys
 import pywbem
 from rich.progress import Progress, SpinnerColumn, TextColumn, TimeElapsedColumn
 
-from .connection import Client, NotDone, Trouble, clean
+from .connection import Client, EnclosureError, NotDoneError, clean
 from .model import HOLDING, Element, Words, elements_of, matching, one
 
 
@@ -18,7 +18,7 @@ def find(client: Client, name: str, *kinds: str) -> Element:
         elements = elements_of(client, kind, Words({}, set()))  # no words are needed
         if matching(elements, name) or len(kinds) == 1:
             return one(elements, kind, name)
-    raise Trouble(f"no {' or '.join(kinds)} {clean(name)}; the command tree lists them")
+    raise EnclosureError(f"no {' or '.join(kinds)} {clean(name)}; the command tree lists them")
 
 
 def confirm(question: str, yes: bool) -> None:
@@ -26,29 +26,29 @@ def confirm(question: str, yes: bool) -> None:
     if yes:
         return
     if not sys.stdin.isatty():
-        raise NotDone(f"{question} Nobody can be asked here: say so by --yes")
+        raise NotDoneError(f"{question} There is no terminal to confirm on: give --yes")
     print(f"{question} [y/N] ", end="", flush=True)
     if sys.stdin.readline().strip().lower() not in ("y", "yes"):
-        raise NotDone("nothing done")
+        raise NotDoneError("nothing done")
 
 
 def invoke(client: Client, element: Element, method: str, **parameters) -> None:
     """Calls a method of the element."""
     privilege = f"{element.path.classname}.{method}".lower()
     given = list(parameters.items())
-    code = client.ask("InvokeMethod", method, element.path, given, privilege=privilege)[0]
+    code = client.request("InvokeMethod", method, element.path, given, privilege=privilege)[0]
     if code != 0:
-        said = f"the array's library answers code {code}; the log of the module says more"
-        raise NotDone(f"{element.name}: {said}")
+        reason = f"the array's library returns code {code}; the log of the module says more"
+        raise NotDoneError(f"{element.name}: {reason}")
 
 
 def locate(client: Client, given: argparse.Namespace) -> str:
     element = find(client, given.name, "cage", "magazine", "card")
     parameters = {"LocateTimer": pywbem.Uint16(given.seconds)}
     if element.kind == "card" and given.port is None:
-        raise Trouble(f"{element.name} is a card: --port N says which of its ports to light")
+        raise EnclosureError(f"{element.name} is a card: --port N says which of its ports to light")
     if element.kind != "card" and given.port is not None:
-        raise Trouble(f"{element.name} is a {element.kind}: it has no --port")
+        raise EnclosureError(f"{element.name} is a {element.kind}: it has no --port")
     if given.port is not None:
         parameters["Port"] = pywbem.Uint16(given.port)
     invoke(client, element, "Locate", **parameters)
@@ -84,9 +84,9 @@ def running(what: str):
 
 def versions(client: Client, cage: Element) -> str:
     """The firmware of the cage, or where cages have none, of its cards."""
-    found = [client.ask("GetInstance", cage.path, LocalOnly=False)]
+    found = [client.request("GetInstance", cage.path, LocalOnly=False)]
     if not found[0].get("FirmwareVersion"):
-        found = client.ask("Associators", cage.path, AssocClass=HOLDING["card"][0])
+        found = client.request("Associators", cage.path, AssocClass=HOLDING["card"][0])
     listed = {clean(each.get("FirmwareVersion")) for each in found if each.get("FirmwareVersion")}
     return " and ".join(sorted(listed)) or "not reported"
 
@@ -105,7 +105,7 @@ def relocate(client: Client, given: argparse.Namespace) -> str:
     name = cage.path.classname
     instance = pywbem.CIMInstance(name, {"Location": given.location}, path=cage.path)
     privilege = f"{name}.modifyinstance".lower()
-    client.ask("ModifyInstance", instance, PropertyList=["Location"], privilege=privilege)
+    client.request("ModifyInstance", instance, PropertyList=["Location"], privilege=privilege)
     before = cage.get("Location") or "empty"
     return f"{cage.name}: location was {before}, is {clean(given.location)}"
 

@@ -1,4 +1,4 @@
-"""The connection to the CIM server. What can go wrong becomes one line that says what to do."""
+"""The connection to the CIM server. What can go wrong becomes one line, with what to do."""
 
 import getpass
 import os
@@ -7,30 +7,31 @@ import sys
 import unicodedata
 import urllib.parse
 import warnings
+from typing import Any
 
 import pywbem
 
 # What the text of a failed connection holds, and what it means.
 FAILURES = (
     ("not known|resol", "unknown host; check the name"),
-    ("refused", "nobody listens there; check the port, and that the server runs"),
+    ("refused", "connection refused; check the port, and that the server runs"),
     ("WRONG_VERSION_NUMBER", "no TLS on this port; try http://"),
     ("NO_CERTIFICATE", "the --ca file holds no certificate in PEM form"),
     ("Failed to establish", "cannot be reached; check the host, the port and firewalls"),
-    ("timed out|within", "has not answered in time; is it hung? --timeout SECONDS waits longer"),
+    ("timed out|within", "no response in time; is it hung? --timeout SECONDS waits longer"),
     ("Connection aborted", "ended the connection; is that a CIM server, and http right?"),
 )
 STEERING = ("Cc", "Cf", "Cs", "Zl", "Zp")  # categories of characters
 
 
-class Trouble(Exception):
-    """Why the user gets no answer: one line, with what to do."""
+class EnclosureError(Exception):
+    """Why the user gets no result: one line, with what to do."""
 
     status = 2  # of the program's exit
 
 
-class NotDone(Trouble):
-    """Why an action was not done, though the server answered."""
+class NotDoneError(EnclosureError):
+    """Why an action was not done, though the server responded."""
 
     status = 1
 
@@ -47,7 +48,7 @@ def one_line(text: object) -> str:
 
 
 class Client:
-    """Asks one CIM server; every failure is a Trouble."""
+    """Asks one CIM server; every failure is a EnclosureError."""
 
     def __init__(self, url: str, namespace: str, timeout: int, ca: str | None, verify: bool):
         try:
@@ -58,14 +59,14 @@ class Client:
         if not good or parts.path.strip("/"):
             named = one_line(re.sub("//.*@", "//...@", url))  # no password in a message
             form = "http(s)://[USER[:PASSWORD]@]HOST[:PORT]"
-            raise Trouble(f"{named} is no server's URL; give {form}")
+            raise EnclosureError(f"{named} is no server's URL; give {form}")
         if ca and not (os.path.isfile(ca) and os.access(ca, os.R_OK)):
-            raise Trouble(f"--ca {clean(ca)}: no such file, or not readable")
+            raise EnclosureError(f"--ca {clean(ca)}: no such file, or not readable")
         self.url = f"{parts.scheme}://{parts.netloc.rpartition('@')[2]}"
         self.user = urllib.parse.unquote(parts.username or "")
         self.namespace = namespace
         login = (self.user, self._password(parts.password)) if self.user else None
-        warnings.simplefilter("ignore")  # --no-verify is what the user asked for
+        warnings.simplefilter("ignore")  # --no-verify is what the user wants
         options = {"ca_certs": ca, "no_verification": not verify, "timeout": timeout}
         self.connection = pywbem.WBEMConnection(self.url, login, namespace, **options)
         if ca or not verify:  # else REQUESTS_CA_BUNDLE would count more
@@ -77,48 +78,48 @@ class Client:
         if "QBX_PASSWORD" in os.environ:
             return os.environ["QBX_PASSWORD"]
         if not sys.stdin.isatty():
-            raise Trouble(f"no password for {clean(self.user)}: give it in QBX_PASSWORD or the URL")
+            raise EnclosureError(f"no password for {clean(self.user)}: give it in QBX_PASSWORD or the URL")
         return getpass.getpass(f"Password of {clean(self.user)} at {self.url}: ")
 
-    def ask(self, operation: str, *arguments, privilege: str = "", **named):
-        """What the server answers to a WBEM operation; `privilege` is what the array wants of the
+    def request(self, operation: str, *arguments: Any, privilege: str = "", **named: Any) -> Any:
+        """The result of a WBEM operation; `privilege` is the one that the array requires of the
         user for it, to be named in a refusal."""
         try:
             return getattr(self.connection, operation)(*arguments, **named)
         except pywbem.CIMError as error:
-            raise Trouble(f"{self.url}: {self._refusal(error, privilege)}") from error
+            raise EnclosureError(f"{self.url}: {self._refusal(error, privilege)}") from error
         except (pywbem.Error, OSError) as error:
-            raise Trouble(f"{self.url}: {self._failure(error)}") from error
+            raise EnclosureError(f"{self.url}: {self._failure(error)}") from error
 
     def _refusal(self, error: pywbem.CIMError, privilege: str) -> str:
         """What a CIM error means to an administrator."""
         code, text, user = error.status_code, one_line(error.status_description), clean(self.user)
         if code == pywbem.CIM_ERR_INVALID_NAMESPACE:
-            return f"no namespace {clean(self.namespace)} there; --namespace NAME asks in another"
+            return f"no namespace {clean(self.namespace)} there; --namespace NAME queries another"
         if code == pywbem.CIM_ERR_INVALID_CLASS:
             return f"the drive cage module is not installed there ({text})"
         if code == pywbem.CIM_ERR_ACCESS_DENIED and "generic privilege" in text and privilege:
             return f"user {user} lacks the privilege {privilege}; grant it on the array"
         if code == pywbem.CIM_ERR_ACCESS_DENIED:
-            return f"the array does not let in user {user}; add the user on the array ({text})"
+            return f"the array refuses user {user}; add the user on the array ({text})"
         if code == pywbem.CIM_ERR_NOT_SUPPORTED and privilege:
             return f"this hardware or this version of the array cannot do that ({text})"
         return f"{error.status_code_name}: {text}"
 
     def _failure(self, error: Exception) -> str:
-        """What went wrong before a CIM server could answer."""
+        """What went wrong before a CIM server could respond."""
         text = str(error)
         if isinstance(error, pywbem.AuthError):
-            wrong = f"wrong password of {clean(self.user)}" if self.user else "wants a user"
+            wrong = f"wrong password of {clean(self.user)}" if self.user else "requires a user"
             return f"{wrong}; give USER:PASSWORD@ in the URL"
         if isinstance(error, pywbem.HTTPError):
             hint = "try again later" if error.status == 503 else "is that a CIM server?"
-            said = f"answers HTTP {error.status} {error.reason} {error.cimerror or ''}"
-            return f"{one_line(said)}; {hint}"
+            status = f"responds with HTTP {error.status} {error.reason} {error.cimerror or ''}"
+            return f"{one_line(status)}; {hint}"
         if isinstance(error, pywbem.ParseError):
-            return "does not answer in CIM-XML; is that a CIM server?"
+            return "responds, but not in CIM-XML; is that a CIM server?"
         untrusted = re.search(r"certificate verify failed: (.*?) \(_ssl", text)
         if untrusted:
             hint = "name its authority by --ca FILE, or give --no-verify"
             return f"certificate not trusted ({one_line(untrusted[1])}); {hint}"
-        return next((said for part, said in FAILURES if re.search(part, text)), one_line(text))
+        return next((meaning for part, meaning in FAILURES if re.search(part, text)), one_line(text))

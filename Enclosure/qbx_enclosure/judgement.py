@@ -25,7 +25,7 @@ def judge(enclosure: Enclosure) -> Enclosure:
 
 
 def judge_element(element: Element) -> None:
-    """What its own properties say."""
+    """What its own properties show."""
     if not element.cage and element.kind != "sensor":  # the array has sensors elsewhere too
         element.problems.append("is in no cage that the server lists")
     for _, value, word in element.entries("OperationalStatus"):
@@ -49,7 +49,7 @@ def judge_element(element: Element) -> None:
 
 
 def judge_cage(cage: Element) -> None:
-    """What its parts say together: an element that is gone has no instance to say so."""
+    """What its parts show together: an element that is gone has no instance of its own."""
     if cage.get("LoopSplit"):
         if cage.get("IsLeftSide") or cage.get("IsRightSide"):
             cage.notes.append("loop is split (one half of a pair)")
@@ -107,11 +107,11 @@ def cage_facts(cage: Element) -> list[str]:
     return [
         cage.word("CageType"),
         cage.word("OperationalStatus"),
-        cage.said("at", "Location") or "no location",
+        cage.labelled("at", "Location") or "no location",
         *(words for name, words in sides.items() if cage.get(name)),
         f"number {cage.get('ChainPositionLoopA', '?')} on loop A",
         f"{cage.get('ChainPositionLoopB', '?')} on loop B",
-        cage.said("firmware", "FirmwareVersion"),
+        cage.labelled("firmware", "FirmwareVersion"),
         "" if temperature is None else f"{temperature} °C",
     ]
 
@@ -128,8 +128,8 @@ def card_facts(card: Element) -> list[str]:
         ports = [port for port in card.get(f"PortsLoop{loop}", []) if port != "0"]
         reached = f"from {together(ports)}" if ports else ""
         loops.append(" ".join(filter(None, (f"loop {loop}", together(speeds), reached))))
-    said = [card.said("firmware", "FirmwareVersion"), "master" if card.get("IsMaster") else ""]
-    return [f"place {card.get('Position', '?')}", *loops, *said]
+    others = [card.labelled("firmware", "FirmwareVersion"), "master" if card.get("IsMaster") else ""]
+    return [f"place {card.get('Position', '?')}", *loops, *others]
 
 
 def sensor_facts(sensor: Element) -> list[str]:
@@ -138,4 +138,4 @@ def sensor_facts(sensor: Element) -> list[str]:
     return [sensor.with_unit("CurrentReading"), span, sensor.word("State")]
 
 
-FACTS = dict(cage=cage_facts, magazine=magazine_facts, card=card_facts, sensor=sensor_facts)
+FACTS = {"cage": cage_facts, "magazine": magazine_facts, "card": card_facts, "sensor": sensor_facts}

@@ -7,9 +7,10 @@ import re
 import sys
 
 from . import actions, metrics, report, show
-from .connection import Client, Trouble
+from .connection import Client, EnclosureError
 from .judgement import judge
 from .model import read, read_words
+from .version import VERSION
 
 TIMEOUTS = {"upgrade": 1800}  # seconds; 30 for any other command
 COMMANDS = ("tree", "health", "locate", "loop", "upgrade", "relocate", "metrics", "report")
@@ -36,7 +37,7 @@ def parser() -> argparse.ArgumentParser:
     of_common = common.add_argument
     of_common("--namespace", default="root/qbx", metavar="NAME", help="the module's (root/qbx)")
     of_common("--timeout", type=number(1, 86400), metavar="SECONDS",
-              help="how long to wait for an answer (30; upgrade: 1800)")
+              help="how long to wait for a response (30; upgrade: 1800)")
     of_common("--ca", metavar="FILE", help="PEM file of who vouches for the server")
     of_common("--no-verify", action="store_true", help="take any certificate")
     of_common("--well", type=codes, default={1}, metavar="CODES",
@@ -45,19 +46,20 @@ def parser() -> argparse.ArgumentParser:
         prog="qbx-enclosure",
         usage="qbx-enclosure [URL] [COMMAND] [OPTION...]",
         description="Shows and operates the drive cages of an array through the CIM server at URL: "
-        "http(s)://[USER[:PASSWORD]@]HOST[:PORT], or what QBX_URL says, or this machine. "
-        "QBX_PASSWORD can hold the password; else it is asked for. Without COMMAND: tree.",
-        epilog="qbx-enclosure COMMAND --help tells the options. "
+        "http(s)://[USER[:PASSWORD]@]HOST[:PORT], or that of QBX_URL, or this machine. "
+        "QBX_PASSWORD can hold the password; else it is prompted for. Without COMMAND: tree.",
+        epilog="qbx-enclosure COMMAND --help prints the options. "
         "Exit status: 0 well or done, 1 needs attention or not done, 2 no answer.",
     )
+    top.add_argument("--version", action="version", version=f"qbx-enclosure {VERSION}")
     commands = top.add_subparsers(dest="command", metavar="COMMAND", prog="qbx-enclosure [URL]")
 
-    def command(name: str, text: str, *arguments: str, asks: bool = False, chooses: bool = False):
+    def command(name: str, text: str, *arguments: str, confirms: bool = False, chooses: bool = False):
         added = commands.add_parser(name, help=text, description=text, parents=[common])
         for each in arguments:
             added.add_argument(each, metavar=each.upper())
-        if asks:
-            added.add_argument("--yes", action="store_true", help="do not ask before it is done")
+        if confirms:
+            added.add_argument("--yes", action="store_true", help="do not ask for a confirmation")
         if chooses:
             added.add_argument("--cage", metavar="NAME", help="this cage only")
             added.add_argument("--problems", action="store_true", help="only what needs attention")
@@ -70,13 +72,13 @@ def parser() -> argparse.ArgumentParser:
     option = command("locate", "light the locator of a cage, a magazine or a card's port", "name")
     option("--seconds", type=number(0, 65535), default=60, metavar="N", help="how long (60)")
     option("--port", type=number(0, 65535), metavar="N", help="the port of a card")
-    option = command("loop", "put a magazine on its loops or take it off", "magazine", asks=True)
+    option = command("loop", "put a magazine on its loops or take it off", "magazine", confirms=True)
     option("state", choices=("on", "off"))
     option("--loop", choices=("A", "B"), help="this loop only (both)")
     option = command("upgrade", "load a firmware file, which the array reads, into a cage", "cage",
-                     "file", asks=True)
+                     "file", confirms=True)
     option("--port", choices=("A", "B"), default="A", help="through this port (A)")
-    command("relocate", "say where a cage is", "cage", "location")
+    command("relocate", "set the location of a cage", "cage", "location")
     option = command("metrics", "serve metrics for Prometheus until it is stopped")
     option("--listen", default="127.0.0.1", metavar="ADDRESS", help="(127.0.0.1)")
     option("--port", type=number(1, 65535), default=9988, metavar="N", help="(9988)")
@@ -91,13 +93,13 @@ def arguments(words: list[str]) -> argparse.Namespace:
     """The command line. The URL can stand anywhere in it, options also before the command."""
     options = parser()
     for unsendable in filter(None, map(UNSENDABLE.search, words)):
-        options.error(f"{ascii(unsendable.string)}: U+{ord(unsendable[0]):04X} cannot be sent")
+        options.error(f"{unsendable.string!a}: U+{ord(unsendable[0]):04X} cannot be sent")
     url = next((each for each in words if re.match("[A-Za-z]+://", each)), None)
     rest = [each for each in words if each != url]
     command = next((each for each in rest if each in COMMANDS), None)
     if command:
         rest.remove(command)
-    elif not {"-h", "--help"} & set(rest):
+    elif not {"-h", "--help", "--version"} & set(rest):
         command = "tree"
     given = options.parse_args(([command] if command else []) + rest)
     given.url = url or os.environ.get("QBX_URL", "http://localhost:5988")
@@ -125,16 +127,16 @@ def run(given: argparse.Namespace) -> int:
 def main() -> int:
     """Runs the command line; returns the exit status."""
     for stream in (sys.stdout, sys.stderr):
-        stream.reconfigure(errors="backslashreplace")
+        stream.reconfigure(errors="backslashreplace")  # type: ignore[union-attr]
     given = arguments(sys.argv[1:])
     try:
         return run(given)
-    except Trouble as error:
-        told = f"qbx-enclosure: {error}"
+    except EnclosureError as error:
+        text = f"qbx-enclosure: {error}"
         if getattr(given, "json", False):
-            told = json.dumps({"status": "no answer", "reason": str(error)}, ensure_ascii=False)
+            text = json.dumps({"status": "no answer", "reason": str(error)}, ensure_ascii=False)
         # Who runs a check reads its standard output.
-        print(told, file=sys.stdout if given.command == "health" else sys.stderr)
+        print(text, file=sys.stdout if given.command == "health" else sys.stderr)
         return error.status
     except BrokenPipeError:  # "| head"
         os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())

@@ -7,8 +7,9 @@ from collections.abc import Iterator
 
 from prometheus_client import CollectorRegistry, generate_latest, start_http_server
 from prometheus_client.core import GaugeMetricFamily
+from prometheus_client.registry import Collector
 
-from .connection import Client, Trouble
+from .connection import Client, EnclosureError
 from .judgement import NAMES, STATES, judge
 from .model import Enclosure, Words, read, read_words
 
@@ -16,7 +17,7 @@ METRICS = NAMES["metrics"]  # name: [text, labels]
 
 
 def samples(enclosure: Enclosure) -> Iterator[tuple]:
-    """(name, value, labels...) of all that an enclosure's metrics say; None: no such value."""
+    """(name, value, labels...) of an enclosure's metrics; None: no such value."""
     for kind, count in enclosure.counts().items():
         yield "qbx_elements", count, kind
     yield "qbx_problems", sum(bool(each.problems) for each in enclosure.outside), ""
@@ -36,13 +37,13 @@ def samples(enclosure: Enclosure) -> Iterator[tuple]:
         if each.kind == "sensor":
             labels = (holder, each.label, each.tag, each.get("BaseUnit", ""))
             yield "qbx_sensor_reading", each.get("CurrentReading"), *labels
-            for name, limit in zip(("low", "high"), each.limits() or ()):
+            for name, limit in zip(("low", "high"), each.limits() or (), strict=False):
                 yield f"qbx_sensor_{name}_limit", limit, *labels
         else:
             yield "qbx_locator_on", each.is_located(), holder, each.kind, each.tag
 
 
-class Collector:
+class EnclosureCollector(Collector):
     """Holds what the last successful poll found, and gives it to every scrape."""
 
     def __init__(self, client: Client, well: set[int]):
@@ -53,15 +54,15 @@ class Collector:
         self.problem = ""
 
     def poll(self) -> None:
-        """Asks the server. A failure is told once, and leaves what was found before."""
-        said = self.problem
+        """Queries the server. A failure is printed once, and leaves what was found before."""
+        before = self.problem
         try:
             self.words = self.words or read_words(self.client, self.well)
             enclosure = judge(read(self.client, self.words))
             self.found, self.problem = (time.monotonic(), enclosure), ""
-        except Trouble as error:
+        except EnclosureError as error:
             self.problem = str(error)
-        if self.problem not in ("", said):
+        if self.problem not in ("", before):
             print(f"qbx-enclosure: {self.problem}", file=sys.stderr, flush=True)
 
     def samples(self) -> Iterator[tuple]:
@@ -88,7 +89,7 @@ class Collector:
 
 def serve(client: Client, given: argparse.Namespace) -> int:
     """Serves the metrics until the program is stopped, or prints them once."""
-    collector = Collector(client, given.well)
+    collector = EnclosureCollector(client, given.well)
     registry = CollectorRegistry()
     registry.register(collector)
     collector.poll()
@@ -98,7 +99,7 @@ def serve(client: Client, given: argparse.Namespace) -> int:
     try:
         start_http_server(given.port, given.listen, registry)
     except OSError as error:
-        raise Trouble(f"cannot listen on {given.listen}:{given.port}: {error.strerror}") from error
+        raise EnclosureError(f"cannot listen on {given.listen}:{given.port}: {error.strerror}") from error
     print(f"ready: http://{given.listen}:{given.port}/metrics", flush=True)
     while True:
         time.sleep(given.interval)

@@ -3,10 +3,11 @@
 import dataclasses
 import functools
 import re
+from typing import Any
 
 import pywbem
 
-from .connection import Client, Trouble, clean
+from .connection import Client, EnclosureError, clean
 
 CLASSES = {
     "cage": "QBX_DriveCage",
@@ -22,20 +23,20 @@ HOLDING = {
 }
 LIGHT = re.compile(r"LED$|Link[RT]X$")
 UNITS = {"C": "°C", "R": "rpm"}  # other letters are the unit's own
-WHOLE = {"DeepInheritance": True, "LocalOnly": False}
+WHOLE: dict[str, Any] = {"DeepInheritance": True, "LocalOnly": False}
 
 
 class Words:
     """The words that the server's schema has for the values of properties."""
 
     def __init__(self, classes: dict[str, list[pywbem.CIMClass]], well: set[int]):
-        self.well = well  # codes by which the array says that something is as it should be
+        self.well = well  # state codes that mean that something is as it should be
         self.maps: dict[tuple[str, str], list[tuple[str, str]]] = {}
         for kind, found in classes.items():
             for name, declared in [item for each in found for item in each.properties.items()]:
                 numbers, words = map(declared.qualifiers.get, ("ValueMap", "Values"))
                 if numbers and words:
-                    self.maps[kind, name] = list(zip(numbers.value, words.value))
+                    self.maps[kind, name] = list(zip(numbers.value, words.value, strict=False))
 
     def of(self, kind: str, name: str, value: int) -> str:
         """The word for a value; "unknown (N)" or "state N" when the schema has none."""
@@ -54,7 +55,7 @@ class Words:
 
 @dataclasses.dataclass(eq=False)
 class Element:
-    """A cage, magazine, card or sensor: its properties, and what is to be said about it."""
+    """A cage, magazine, card or sensor: its properties, and what is wrong with it or worth a note."""
 
     kind: str
     path: pywbem.CIMInstanceName
@@ -92,7 +93,7 @@ class Element:
         """The word for the value, or for an array's first; empty when there is none."""
         return next((word for _, _, word in self.entries(name)), "")
 
-    def said(self, words: str, name: str) -> str:
+    def labelled(self, words: str, name: str) -> str:
         """A property's value behind these words; empty when there is none."""
         return f"{words} {self.get(name)}" if self.get(name) else ""
 
@@ -100,7 +101,7 @@ class Element:
     def where(self) -> str:
         """The cage and its location, for whoever has to go there."""
         cage = self.cage
-        return f"{cage.name} {cage.said('at', 'Location')}".strip() if cage else "in no cage"
+        return f"{cage.name} {cage.labelled('at', 'Location')}".strip() if cage else "in no cage"
 
     def of(self, kind: str) -> list["Element"]:
         """The parts of a kind, by position."""
@@ -132,7 +133,7 @@ class Element:
 
 @dataclasses.dataclass
 class Enclosure:
-    """All that a server tells of one array."""
+    """All that a server has of one array."""
 
     name: str
     cages: list[Element]
@@ -168,8 +169,8 @@ def one(elements: list[Element], kind: str, name: str) -> Element:
     named = [each.tag for each in found or elements]
     tags = ", ".join(named[:8]) + (f" and {len(named) - 8} more" if len(named) > 8 else "")
     if found:
-        raise Trouble(f"{clean(name)} names several: {tags}; take one of these")
-    raise Trouble(f"no {kind} {clean(name)}; there is {tags or 'none'}")
+        raise EnclosureError(f"{clean(name)} names several: {tags}; take one of these")
+    raise EnclosureError(f"no {kind} {clean(name)}; there is {tags or 'none'}")
 
 
 def plain(value: object) -> object:
@@ -190,7 +191,7 @@ def reference(path: pywbem.CIMInstanceName) -> tuple:
 def elements_of(client: Client, kind: str, words: Words) -> list[Element]:
     """All elements of a kind, by position."""
     elements = []
-    for each in client.ask("EnumerateInstances", CLASSES[kind], **WHOLE):
+    for each in client.request("EnumerateInstances", CLASSES[kind], **WHOLE):
         values = {name.lower(): plain(value) for name, value in each.items()}
         elements.append(Element(kind, each.path, values, words))
     return sorted(elements, key=lambda element: element.order)
@@ -201,10 +202,10 @@ def read_words(client: Client, well: set[int]) -> Words:
     classes = {}
     for kind, name in CLASSES.items():
         if kind in ("cage", "card"):  # the families have their own properties, and all inherited
-            asked = {"ClassName": name, "IncludeQualifiers": True, **WHOLE}
-            classes[kind] = client.ask("EnumerateClasses", **asked)
+            options = {"ClassName": name, "IncludeQualifiers": True, **WHOLE}
+            classes[kind] = client.request("EnumerateClasses", **options)
         else:
-            classes[kind] = [client.ask("GetClass", name, LocalOnly=False, IncludeQualifiers=True)]
+            classes[kind] = [client.request("GetClass", name, LocalOnly=False, IncludeQualifiers=True)]
     return Words(classes, well)
 
 
@@ -214,12 +215,12 @@ def read(client: Client, words: Words) -> Enclosure:
     cages = found["cage"]
     if not cages:
         why = "the array's library has failed or is busy, or the array has none"
-        raise Trouble(f"{client.url} lists no drive cage: {why}; look in the log of the module")
+        raise EnclosureError(f"{client.url} lists no drive cage: {why}; look in the log of the module")
     by_path = {reference(cage.path): cage for cage in cages}
     by_tag = {cage.tag: cage for cage in cages}
-    outside = []
+    outside: list[Element] = []
     for kind, (association, whole, part) in HOLDING.items():
-        ends = [path.keybindings for path in client.ask("EnumerateInstanceNames", association)]
+        ends = [path.keybindings for path in client.request("EnumerateInstanceNames", association)]
         holders = {reference(each[part]): by_path.get(reference(each[whole])) for each in ends}
         for each in found[kind]:
             each.cage = holders.get(reference(each.path))
@@ -231,7 +232,7 @@ def read(client: Client, words: Words) -> Enclosure:
 
 def package_name(client: Client) -> str:
     """The system package, as people name it."""
-    packages = client.ask("EnumerateInstances", "QBX_SystemPackage", **WHOLE)
+    packages = client.request("EnumerateInstances", "QBX_SystemPackage", **WHOLE)
     if not packages:
         return "system package not listed"
     named = [packages[0].get(each) for each in ("ElementName", "Tag", "Model", "SerialNumber")]

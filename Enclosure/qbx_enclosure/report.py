@@ -5,12 +5,13 @@ import pathlib
 
 import jinja2
 
-from .connection import Trouble, clean
+from .connection import EnclosureError, clean
 from .judgement import LIGHTS, facts
 from .model import Element, Enclosure
 from .show import GROUPS, summary
 
-LAMPS = "?–GGAABB?"  # the letter of a light by its code; unknown ones come last
+# The letter of a light by its code; unknown ones come last.
+LAMPS = "?–GGAABB?"  # noqa: RUF001
 COLUMNS = {"magazine": 8, "card": 4, "sensor": 4}  # of a row of the drawing
 HEIGHTS = {"magazine": 66, "card": 66, "sensor": 44}  # of a box of the drawing
 MOST_PLACES = 64  # that are drawn at their places, with gaps
@@ -30,6 +31,7 @@ def lamps(element: Element) -> list[dict]:
 def rows(cage: Element, kind: str) -> list[list[tuple[int, Element | None]]]:
     """The parts of a kind as rows of (place, part): magazines at their places, cards by loop."""
     parts = cage.of(kind)
+    placed: list[tuple[int, Element | None]]
     placed = [(part.order[0], part) for part in sorted(parts, key=Element.loops)]
     places = {place for place, _ in placed}
     if kind == "magazine" and len(places) == len(parts) and max(places, default=0) < MOST_PLACES:
@@ -54,6 +56,6 @@ def write(file: str, url: str, enclosure: Enclosure, shown: Enclosure) -> int:
     try:
         pathlib.Path(file).write_text(page, encoding="utf-8")
     except OSError as error:
-        raise Trouble(f"{clean(file)}: {error.strerror}") from error
+        raise EnclosureError(f"{clean(file)}: {error.strerror}") from error
     print(f"written: {clean(file)}")
     return 0

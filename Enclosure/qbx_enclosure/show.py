@@ -60,7 +60,7 @@ def summary(enclosure: Enclosure) -> str:
 
 
 def finding(element: Element, reasons: list[str]) -> str:
-    """Where something is, and what is to be said about it."""
+    """Where something is, and what is wrong or worth a note."""
     part = "" if element.kind == "cage" else f"{element.kind} {element.name}: "
     return f"{element.where}: {part}{'; '.join(reasons)}"
 
@@ -91,11 +91,11 @@ def performance(sensor: Element) -> str:
     """A reading with its limits, for graphs: 'label'=value;low:high."""
     label = f"{sensor.tag} {sensor.label}".replace("'", "''").replace("=", "-").replace("|", "¦")
     limits = sensor.limits()
-    return f"'{label}'={sensor.get('CurrentReading')}" + (";%d:%d" % limits if limits else "")
+    return f"'{label}'={sensor.get('CurrentReading')}" + (f";{limits[0]}:{limits[1]}" if limits else "")
 
 
 def print_json(shown: Enclosure, bad: list[Element], noted: list[Element]) -> None:
-    def told(element: Element, reasons: list[str]) -> dict:
+    def entry(element: Element, reasons: list[str]) -> dict:
         cage = element.cage
         place = {"cage": cage.tag, "location": cage.get("Location")} if cage else {"cage": None}
         name = {"kind": element.kind, "name": element.tag, "label": element.label}
@@ -105,7 +105,7 @@ def print_json(shown: Enclosure, bad: list[Element], noted: list[Element]) -> No
         "system": shown.name,
         "status": "attention" if bad else "well",
         "counts": shown.counts(),
-        "problems": [told(each, each.problems) for each in bad],
-        "notes": [told(each, each.notes) for each in noted],
+        "problems": [entry(each, each.problems) for each in bad],
+        "notes": [entry(each, each.notes) for each in noted],
     }
     print(json.dumps(result, ensure_ascii=False, indent=2))

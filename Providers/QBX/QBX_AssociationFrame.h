@@ -102,9 +102,10 @@ template <class Provider>
 class AssociationFrame
 {
 public:
-    /// Refers to all three; they must outlive it.
-    AssociationFrame(Provider& provider, const String& name, const AssociationTraces& traces)
-        : _provider(provider), _name(name), _traces(traces)
+    /// Refers to the first three, which must outlive it. `at` is the place of the operation.
+    AssociationFrame(Provider& provider, const String& name, const AssociationTraces& traces,
+                     const SourceLocation& at)
+        : _provider(provider), _name(name), _traces(traces), _at(at)
     {
     }
 
@@ -130,7 +131,7 @@ public:
                      const CIMPropertyList& propertyList, InstanceResponseHandler& handler)
     {
         trace(_traces.getInstance.entry);
-        openApi(context, _name);
+        openApi(context, _at);
         const Uint32 keyCount = reference.getKeyBindings().size();
         if (keyCount != 2) {
             log_message(QBX_LOG_FAILURE, _traces.wrongKeyCount, keyCount);
@@ -210,13 +211,26 @@ public:
         return paths;
     }
 
+    /// The provider's _getRelatedInstanceNames. `context` is what its _getRelatedInstances takes
+    /// of the request: the context or nothing.
+    template <class... Context>
+    Array<CIMObjectPath> relatedInstanceNames(const CIMObjectPath& objectName,
+                                              const Context&... context)
+    {
+        traceClass(_traces.getRelatedInstanceNames.entry, objectName);
+        const Array<CIMObjectPath> paths = pathsOf(_provider._getRelatedInstances(
+            objectName, context..., false, false, CIMPropertyList()));
+        trace(_traces.getRelatedInstanceNames.exit);
+        return paths;
+    }
+
 private:
     template <class Handler, class Build>
     void enumerate(const Traces& traces, const OperationContext& context, Handler& handler,
                    Build&& build)
     {
         trace(traces.entry);
-        openApi(context, _name);
+        openApi(context, _at);
         deliver(handler, build());
         trace(traces.exit);
     }
@@ -229,7 +243,7 @@ private:
         trace(traces.frame.entry);
         log_message(QBX_LOG_TRACE, traces.parameters, c_str(objectName.toString().getCString()),
                     c_str(asked.getString().getCString())...);
-        openApi(context, _name);
+        openApi(context, _at);
     }
 
     template <class Handler, class DeliverPair>
@@ -264,6 +278,7 @@ private:
     Provider& _provider;
     const String& _name;
     const AssociationTraces& _traces;
+    const SourceLocation _at;
 };
 
 }  // namespace QBX_Frame

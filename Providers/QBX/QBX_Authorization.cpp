@@ -1,6 +1,6 @@
 #include "QBX_Common.h"
-
 #include "QBX_Frame.h"
+#include "QBX_VolumeAuthorization.h"
 
 #include <initializer_list>
 #include <optional>
@@ -47,31 +47,13 @@ bool isScalar(const CIMValue& value, CIMType type)
     return value.getType() == type && !value.isArray();
 }
 
-CIMObjectPath pathIn(const CIMValue& value)
-{
-    CIMObjectPath path;
-    value.get(path);
-    return path;
-}
-
-/// A value that counts as given.
-bool counts(const CIMValue& value)
-{
-    if (value.isNull()) return false;
-    return !isScalar(value, CIMTYPE_REFERENCE) || !pathIn(value).getClassName().isNull();
-}
-
-/// One parameter of a call, by the rules that all functions share.
+/// One parameter of a call: the first value of that name that is not null.
 class Parameter
 {
 public:
     Parameter(const Parameters& parameters, const char* name)
+        : Parameter(parameters, name, [](const CIMValue& value) { return !value.isNull(); })
     {
-        for (Uint32 i = 0; i < parameters.size() && !_value; ++i) {
-            if (!String::equalNoCase(parameters[i].getParameterName(), name)) continue;
-            const CIMValue value = parameters[i].getValue();
-            if (counts(value)) _value = value;
-        }
     }
 
     bool isGiven() const { return _value.has_value(); }
@@ -85,6 +67,30 @@ public:
         Uint16 number = 0;
         _value->get(number);
         return number;
+    }
+
+protected:
+    /// The first value of that name that counts.
+    Parameter(const Parameters& parameters, const char* name, bool (*counts)(const CIMValue&))
+    {
+        for (Uint32 i = 0; i < parameters.size() && !_value; ++i) {
+            if (!String::equalNoCase(parameters[i].getParameterName(), name)) continue;
+            const CIMValue value = parameters[i].getValue();
+            if (counts(value)) _value = value;
+        }
+    }
+
+    std::optional<CIMValue> _value;
+};
+
+/// One parameter that the method declares as a reference or as an array of references: a path
+/// without class name does not count.
+class ReferenceParameter : public Parameter
+{
+public:
+    ReferenceParameter(const Parameters& parameters, const char* name)
+        : Parameter(parameters, name, counts)
+    {
     }
 
     /// The value of a given reference.
@@ -101,7 +107,18 @@ public:
     }
 
 private:
-    std::optional<CIMValue> _value;
+    static bool counts(const CIMValue& value)
+    {
+        if (value.isNull()) return false;
+        return !isScalar(value, CIMTYPE_REFERENCE) || !pathIn(value).getClassName().isNull();
+    }
+
+    static CIMObjectPath pathIn(const CIMValue& value)
+    {
+        CIMObjectPath path;
+        value.get(path);
+        return path;
+    }
 };
 
 // ---- Keys by number ----
@@ -191,7 +208,7 @@ int authorize_ModifySynchronization(const String& user, const Parameters& parame
 
 int authorize_CreateOrModifyStoragePool(const String& user, const Parameters& parameters)
 {
-    const Parameter pool(parameters, "Pool");
+    const ReferenceParameter pool(parameters, "Pool");
     if (pool.isNo(CIMTYPE_REFERENCE)) return UNSUPPORTED;
     return ask(user, pool.isGiven()
                          ? "qbx_storageconfigurationservice.createormodifystoragepool.setcpg"
@@ -211,7 +228,7 @@ int authorize_CreateOrModifyElemFromStoragePool(const String& user, const Parame
         const CString name = parameters[i].getParameterName().getCString();
         log_message(QBX_LOG_TRACE, "Param %s", QBX_Frame::c_str(name));
     }
-    const Parameter element(parameters, "TheElement");
+    const ReferenceParameter element(parameters, "TheElement");
     if (element.isNo(CIMTYPE_REFERENCE)) return UNSUPPORTED;
     if (!element.isGiven()) return ask(user, CREATE);
 
@@ -234,7 +251,7 @@ int authorize_DeleteStoragePool(const String& user, const Parameters& parameters
         {"QBX_DeltaReplicaStoragePool",
          "qbx_storageconfigurationservice.deletestoragepool.deletedeltareplicastoragepool"},
     };
-    const Parameter pool(parameters, "Pool");
+    const ReferenceParameter pool(parameters, "Pool");
     if (!pool.isGiven() || pool.isNo(CIMTYPE_REFERENCE)) return UNSUPPORTED;
     const CIMName poolClass = pool.path().getClassName();
     for (const auto& each : KEYS) {
@@ -279,6 +296,12 @@ CIMObjectPath referenceIn(const CIMObjectPath& path, const char* keyName)
     }
 }
 
+/// The kind as far as a path tells.
+QBX_VolumeKind kindByClass(const CIMObjectPath& volume)
+{
+    return isVolume(volume) ? QBX_VolumeKind::Volume : QBX_VolumeKind::NotAVolume;
+}
+
 /// The key for returning the volume to its pool; null for what is no volume.
 const char* returnKey(const CIMObjectPath& volume, const QBX_VolumeKindOf& kindOf)
 {
@@ -301,7 +324,7 @@ const char* returnKey(const CIMObjectPath& volume, const QBX_VolumeKindOf& kindO
 /// Appends the key for each volume of a given parameter. A value without any counts as one that is
 /// no volume.
 template <class VolumeOf>
-void appendReturnKeys(std::vector<const char*>& keys, const Parameter& parameter,
+void appendReturnKeys(std::vector<const char*>& keys, const ReferenceParameter& parameter,
                       const QBX_VolumeKindOf& kindOf, VolumeOf&& volumeOf)
 {
     const Array<CIMObjectPath> paths = parameter.paths();
@@ -322,14 +345,9 @@ int authorize_AllocatedFromStoragePoolModifyInstance(const String& user,
     return UNSUPPORTED;
 }
 
-QBX_VolumeKind volumeKindByClass(const CIMObjectPath& volume)
-{
-    return isVolume(volume) ? QBX_VolumeKind::Volume : QBX_VolumeKind::NotAVolume;
-}
-
 int authorize_DeleteStorageVolume(const String& user, const Parameters& parameters)
 {
-    return authorize_DeleteStorageVolumeByKind(user, parameters, volumeKindByClass);
+    return authorize_DeleteStorageVolumeByKind(user, parameters, kindByClass);
 }
 
 int authorize_DeleteStorageVolumeByKind(const String& user, const Parameters& parameters,
@@ -337,7 +355,7 @@ int authorize_DeleteStorageVolumeByKind(const String& user, const Parameters& pa
 {
     std::vector<const char*> keys;
     for (const char* name : {"TheElement", "TheElements"}) {
-        const Parameter elements(parameters, name);
+        const ReferenceParameter elements(parameters, name);
         if (!elements.isGiven()) continue;
         appendReturnKeys(keys, elements, kindOf, [](const CIMObjectPath& path) { return path; });
     }
@@ -350,11 +368,11 @@ namespace
 int authorizeReturnOfTargets(const String& user, const Parameters& parameters,
                              const QBX_VolumeKindOf& kindOf)
 {
-    const Parameter group(parameters, "TargetGroup");
+    const ReferenceParameter group(parameters, "TargetGroup");
     if (group.isNo(CIMTYPE_REFERENCE)) return UNSUPPORTED;
     std::vector<const char*> keys;
     if (group.isGiven()) keys.push_back("qbx_replicationservice.deletegroup");
-    const Parameter synchronization(parameters, "Synchronization");
+    const ReferenceParameter synchronization(parameters, "Synchronization");
     if (synchronization.isGiven()) {
         appendReturnKeys(keys, synchronization, kindOf, [](const CIMObjectPath& path) {
             return referenceIn(path, "SyncedElement");
@@ -367,7 +385,7 @@ int authorizeReturnOfTargets(const String& user, const Parameters& parameters,
 
 int authorize_ModifyListSynchronization(const String& user, const Parameters& parameters)
 {
-    return authorize_ModifyListSynchronizationByKind(user, parameters, volumeKindByClass);
+    return authorize_ModifyListSynchronizationByKind(user, parameters, kindByClass);
 }
 
 int authorize_ModifyListSynchronizationByKind(const String& user, const Parameters& parameters,

@@ -8,8 +8,6 @@
 #include <Pegasus/Common/Config.h>
 #include <Pegasus/Common/String.h>
 
-#include <functional>
-
 namespace Pegasus
 {
 
@@ -23,10 +21,11 @@ namespace Pegasus
 /// found, 3 unsupported method. A call that cannot be mapped to an action is answered with 3, and
 /// the array is not asked.
 ///
-/// Parameters are found by name (case ignored). A null value does not count, nor does a reference
-/// without class name; of several values of one name the first that counts is taken. A value of
-/// another type than the method declares maps to no action: the answer is 3. (CIM servers convert
-/// what clients send untyped, but pass typed values on unchecked.)
+/// Parameters are found by name (case ignored). A null value does not count, nor, for a parameter
+/// that the method declares as a reference, a path without class name; of several values of one
+/// name the first that counts is taken. A value of another type than the method declares maps to
+/// no action: the answer is 3. (CIM servers convert what clients send untyped, but pass typed
+/// values on unchecked.)
 ///
 /// The functions may be called from any number of threads at once. They throw nothing on their own
 /// account.
@@ -75,39 +74,17 @@ int authorize_DeleteStoragePool(const String& user, const Array<CIMParamValue>& 
 int authorize_AllocatedFromStoragePoolModifyInstance(const String& user,
                                                      const CIMObjectPath& association);
 
-/// What a volume is to the one who wants to return it to its pool.
-enum class QBX_VolumeKind
-{
-    NotAVolume,    ///< nothing that can be returned
-    Volume,        ///< a volume of whatever kind
-    BaseVolume,    ///< a volume that is no copy
-    PhysicalCopy,  ///< a full copy, with blocks of its own
-    VirtualCopy    ///< a snapshot, which keeps differences only
-};
-
-/// Tells the kind of the volume of a path that has a class. What it throws passes through.
-using QBX_VolumeKindOf = std::function<QBX_VolumeKind(const CIMObjectPath&)>;
-
-/// The kind as far as a path tells: `Volume` for a class named "QBX_...StorageVolume" (case
-/// ignored), `NotAVolume` for any other.
-QBX_VolumeKind volumeKindByClass(const CIMObjectPath& volume);
-
 /// Return of volumes to their pool: ReturnToStoragePool with "TheElement" (reference),
 /// ReturnElementsToStoragePool with "TheElements" (array of references), or both.
 ///
-/// Each volume asks for the privilege of its kind, in the order given, `TheElement` first. All must
-/// be granted: the first refusal is the answer, and nothing is asked after it. The array is asked
-/// for nothing (3) unless every element is a volume; an empty array is 3.
+/// Each volume asks for a privilege, in the order given, `TheElement` first. All must be granted:
+/// the first refusal is the answer, and nothing is asked after it. The array is asked for nothing
+/// (3) unless every element is a volume; an empty array is 3.
 ///
-/// Knows of a volume what volumeKindByClass() tells, so it asks for the privilege to
-/// return volumes of any kind.
+/// A volume is what has a class named "QBX_...StorageVolume" (case ignored). A path does not tell
+/// what kind of volume it denotes, so the privilege asked for is that to return volumes of any
+/// kind. A module that can look its volumes up asks by kind, see QBX_VolumeAuthorization.h.
 int authorize_DeleteStorageVolume(const String& user, const Array<CIMParamValue>& parameters);
-
-/// authorize_DeleteStorageVolume() for a module that can look its volumes up: a user who may, say,
-/// delete snapshots only gets a decision for each volume. Look the volumes up by the whole path,
-/// class included, since the client chose it.
-int authorize_DeleteStorageVolumeByKind(const String& user, const Array<CIMParamValue>& parameters,
-                                        const QBX_VolumeKindOf& kindOf);
 
 /// ModifyListSynchronization: by "Operation" (uint16), 2 abort, 8 detach and 9 dissolve, 14 resync,
 /// 15 restore; without it resync.
@@ -117,12 +94,6 @@ int authorize_DeleteStorageVolumeByKind(const String& user, const Array<CIMParam
 /// synchronization's key "SyncedElement", what authorize_DeleteStorageVolume() asks. When both are
 /// given both must be granted, the group first; with neither the answer is 3.
 int authorize_ModifyListSynchronization(const String& user, const Array<CIMParamValue>& parameters);
-
-/// authorize_ModifyListSynchronization() for a module that can look its volumes up, see
-/// authorize_DeleteStorageVolumeByKind().
-int authorize_ModifyListSynchronizationByKind(const String& user,
-                                              const Array<CIMParamValue>& parameters,
-                                              const QBX_VolumeKindOf& kindOf);
 
 /// ModifyReplicaSynchronization: by "Operation" (uint16), 2 abort, 8 detach and 9 dissolve, 14
 /// resync, 15 restore; without it the creation of a copy.

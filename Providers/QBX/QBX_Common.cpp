@@ -1,12 +1,12 @@
 #include "QBX_Common.h"
 
 #include "QBX_Frame.h"
+#include "QBX_PathMatcher.h"
 #include "QBX_Records.h"
 
 #include <Pegasus/Client/CIMClient.h>
 
-#include <mutex>
-#include <vector>
+#include <atomic>
 
 namespace Pegasus
 {
@@ -30,6 +30,100 @@ CIMInstance QBX_Common::buildInstanceSkeleton(CIMClass& cimClass)
     CIMInstance instance = cimClass.buildInstance(true, true, CIMPropertyList());
     log_message(QBX_LOG_TRACE, "<--QBX_Common::_buildInstanceSkeleton()\n");
     return instance;
+}
+
+namespace
+{
+
+/// The value is made only when the instance has the property.
+template <class Value>
+void store(CIMInstance& instance, const CIMName& name, const Value& value)
+{
+    const Uint32 position = instance.findProperty(name);
+    if (position != PEG_NOT_FOUND) instance.getProperty(position).setValue(CIMValue(value));
+}
+
+}  // namespace
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const bool& value)
+{
+    store(instance, name, value);
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Uint8& value)
+{
+    store(instance, name, value);
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Uint16& value)
+{
+    store(instance, name, value);
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Uint32& value)
+{
+    store(instance, name, value);
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Uint64& value)
+{
+    store(instance, name, value);
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Sint16& value)
+{
+    store(instance, name, value);
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const String& value)
+{
+    store(instance, name, value);
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const CIMDateTime& value)
+{
+    store(instance, name, value);
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const CIMObjectPath& value)
+{
+    store(instance, name, value);
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const CIMInstance& value)
+{
+    store(instance, name, value);
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Array<bool>& value)
+{
+    store(instance, name, value);
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Array<Uint16>& value)
+{
+    store(instance, name, value);
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Array<Uint64>& value)
+{
+    store(instance, name, value);
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Array<Sint32>& value)
+{
+    store(instance, name, value);
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name, const Array<String>& value)
+{
+    store(instance, name, value);
+}
+
+void QBX_Common::setPropertyValue(CIMInstance& instance, CIMName name,
+                                  const Array<CIMDateTime>& value)
+{
+    store(instance, name, value);
 }
 
 void QBX_Common::setPropertyValueToNull(CIMInstance& instance, CIMName name, CIMType type)
@@ -190,25 +284,23 @@ int QBX_Common::getParameter(const Array<CIMParamValue>& parameters, const Strin
 
 api_StorageArray_t QBX_Common::initSystemInfo()
 {
-    static std::mutex cacheLock;  // guards the two below, never held during the query
+    // The record is written once, by whoever claims it, and only read from then on.
     static api_StorageArray_t storageSystem;
-    static bool is_initok = false;
+    static std::atomic<bool> is_claimed{false};
+    static std::atomic<bool> is_initok{false};
+    if (is_initok.load(std::memory_order_acquire)) return storageSystem;
 
-    std::unique_lock<std::mutex> lock(cacheLock);
-    if (is_initok) return storageSystem;
-
-    api_StorageArray_t record = storageSystem;
-    lock.unlock();
-    const bool delivered = api_getStorageArray(&record) == 0;
-    if (!delivered) {
+    api_StorageArray_t record = {};
+    if (api_getStorageArray(&record) != 0) {
         log_message(QBX_LOG_FAILURE, "QBX_Common::initSystemInfo: getStorageArray failed\n");
+        return api_StorageArray_t{};
     }
-    lock.lock();
-    if (!is_initok) {
+    const bool isComplete = record.elementName[0] != '\0' && record.name[0] != '\0';
+    if (isComplete && !is_claimed.exchange(true)) {
         storageSystem = record;
-        is_initok = delivered && record.elementName[0] != '\0' && record.name[0] != '\0';
+        is_initok.store(true, std::memory_order_release);
     }
-    return storageSystem;
+    return record;
 }
 
 String QBX_Common::getSystemHostName(CIMOMHandle&)
@@ -360,146 +452,9 @@ bool QBX_Common::isPartOfArray(const CIMName& name, const Array<CIMName>& names)
     return false;
 }
 
-namespace
-{
-
-/// Makes the binding a reference without a host. False when its text reads as no object path: then
-/// it stays as it is.
-bool dropHost(CIMKeyBinding& key)
-{
-    try {
-        const CIMObjectPath read(key.getValue());
-        const CIMObjectPath bare(String(), read.getNameSpace(), read.getClassName(),
-                                 read.getKeyBindings());
-        key = CIMKeyBinding(key.getName(), bare.toString(), CIMKeyBinding::REFERENCE);
-        return true;
-    } catch (...) {
-        return false;
-    }
-}
-
-/// The binding as it is compared: text that reads as an object path is a reference without a host.
-CIMKeyBinding withoutHost(CIMKeyBinding key)
-{
-    if (key.getType() == CIMKeyBinding::REFERENCE || key.getType() == CIMKeyBinding::STRING)
-        dropHost(key);
-    return key;
-}
-
-/// False for a text that is certainly no object path, since neither a host nor a namespace nor a
-/// class name stands before its first point. To read it would cost an exception.
-bool mayBePath(const String& text)
-{
-    const Uint32 point = text.find(Char16('.'));
-    const String start = point == PEG_NOT_FOUND ? text : text.subString(0, point);
-    return CIMName::legal(start) || start.find(Char16(':')) != PEG_NOT_FOUND ||
-           text[0] == Char16('/') || text.find(Char16(0)) != PEG_NOT_FOUND;
-}
-
-/// The text of a reference without its host, when all its keys are quoted and none holds an escape:
-/// it denotes what the same text denotes, letter case aside, and nothing else. Empty for others.
-String plainReference(const String& text)
-{
-    const Char16* const at = text.getChar16Data();
-    const Uint32 size = text.size();
-    for (Uint32 i = 0; i < size; ++i) {
-        if (at[i] == '\\' || (at[i] == '=' && at[i + 1] != '"')) return String();
-    }
-    const bool hasHost = at[0] == '/' && at[1] == '/';
-    return hasHost ? text.subString(text.find(2, '/') + 1) : text;
-}
-
-/// A key with all that is to be known of it, so that most others can be told from it unread.
-struct KnownKey
-{
-    explicit KnownKey(const CIMKeyBinding& key)
-        : given(key),
-          isName(CIMName::legal(key.getValue())),
-          mayBePath(::Pegasus::mayBePath(key.getValue())),
-          plain(plainReference(key.getValue())),
-          bare(key)
-    {
-        const bool isReference = key.getType() == CIMKeyBinding::REFERENCE;
-        if (isReference || (key.getType() == CIMKeyBinding::STRING && mayBePath))
-            isMalformed = !dropHost(bare) && isReference;
-    }
-
-    const CIMKeyBinding given;
-    const bool isName;  // reads as a class
-    const bool mayBePath;
-    const String plain;
-    CIMKeyBinding bare;
-    bool isMalformed = false;  // a reference that is no object path, which denotes nothing
-};
-
-/// True when the keys are the same, hosts aside.
-bool isSameKey(const KnownKey& known, const CIMKeyBinding& other)
-{
-    if (known.isMalformed || known.given.getName() != other.getName()) return false;
-    if (known.given.getType() == other.getType()) {
-        const String& text = other.getValue();
-        const bool isText = other.getType() == CIMKeyBinding::STRING;
-        if (known.given.getValue() == text) return true;
-        if (isText && !(known.mayBePath && mayBePath(text))) return false;
-        if (isText && known.isName && CIMName::legal(text) &&
-            !String::equalNoCase(known.given.getValue(), text)) {
-            return false;
-        }
-        if (other.getType() == CIMKeyBinding::REFERENCE &&
-            !String::equalNoCase(known.plain, plainReference(text))) {
-            return false;
-        }
-    }
-    return known.bare == withoutHost(other);
-}
-
-/// A path that others are compared with.
-class KnownPath
-{
-public:
-    explicit KnownPath(const CIMObjectPath& path) : _path(path)
-    {
-        const Array<CIMKeyBinding>& keys = path.getKeyBindings();
-        for (Uint32 i = 0; i < keys.size(); ++i)
-            _keys.emplace_back(keys[i]);
-    }
-
-    bool isSame(const CIMObjectPath& other) const
-    {
-        const Array<CIMKeyBinding>& keys = other.getKeyBindings();
-        if (keys.size() != _keys.size() || other.getNameSpace() != _path.getNameSpace() ||
-            other.getClassName() != _path.getClassName()) {
-            return false;
-        }
-        try {
-            for (Uint32 i = 0; i < keys.size(); ++i) {
-                if (!isSameKey(_keys[i], keys[i])) return false;
-            }
-            return true;
-        } catch (const Exception&) {
-            return false;  // a reference key that is no object path denotes nothing
-        }
-    }
-
-private:
-    const CIMObjectPath _path;
-    std::vector<KnownKey> _keys;
-};
-
-}  // namespace
-
 bool QBX_Common::matchObjectPath(const CIMObjectPath& first, const CIMObjectPath& second)
 {
-    return KnownPath(first).isSame(second);
-}
-
-Uint32 QBX_Common::findMatch(const Array<CIMInstance>& instances, const CIMObjectPath& path)
-{
-    const KnownPath wanted(path);
-    for (Uint32 i = 0; i < instances.size(); ++i) {
-        if (wanted.isSame(instances[i].getPath())) return i;
-    }
-    return PEG_NOT_FOUND;
+    return QBX_PathMatcher(first).matches(second);
 }
 
 namespace

@@ -18,8 +18,6 @@
 
 #include <qbxapi.h>
 
-#include <type_traits>
-
 namespace Pegasus
 {
 
@@ -45,19 +43,30 @@ public:
     /// qualifiers and class origins.
     static CIMInstance buildInstanceSkeleton(CIMClass& cimClass);
 
-    /// Replaces the value of the named property (case ignored). A property that the instance lacks
-    /// is skipped silently, so that one list of properties serves every subclass of a family.
-    /// Throws TypeMismatchException when the property is of another type. No other value types than
-    /// these compile, and none is converted: a C string would silently become the boolean TRUE.
-    template <class Value>
-    static void setPropertyValue(CIMInstance& instance, const CIMName& name, const Value& value)
-    {
-        static_assert(isOneOf<Value, bool, Uint8, Uint16, Uint32, Uint64, Sint16, String,
-                              CIMDateTime, CIMObjectPath, CIMInstance, Array<bool>, Array<Uint16>,
-                              Array<Uint64>, Array<Sint32>, Array<String>, Array<CIMDateTime>>,
-                      "no value type of a property; a text is a String(...)");
-        store(instance, name, value);
-    }
+    ///@{
+    /// Each form replaces the value of the named property (case ignored). A property that the
+    /// instance lacks is skipped silently, so that one list of properties serves every subclass of
+    /// a family. Throws TypeMismatchException when the property is of another type.
+    static void setPropertyValue(CIMInstance&, CIMName name, const bool& value);
+    static void setPropertyValue(CIMInstance&, CIMName name, const Uint8& value);
+    static void setPropertyValue(CIMInstance&, CIMName name, const Uint16& value);
+    static void setPropertyValue(CIMInstance&, CIMName name, const Uint32& value);
+    static void setPropertyValue(CIMInstance&, CIMName name, const Uint64& value);
+    static void setPropertyValue(CIMInstance&, CIMName name, const Sint16& value);
+    static void setPropertyValue(CIMInstance&, CIMName name, const String& value);
+    static void setPropertyValue(CIMInstance&, CIMName name, const CIMDateTime& value);
+    static void setPropertyValue(CIMInstance&, CIMName name, const CIMObjectPath& value);
+    static void setPropertyValue(CIMInstance&, CIMName name, const CIMInstance& value);
+    static void setPropertyValue(CIMInstance&, CIMName name, const Array<bool>& value);
+    static void setPropertyValue(CIMInstance&, CIMName name, const Array<Uint16>& value);
+    static void setPropertyValue(CIMInstance&, CIMName name, const Array<Uint64>& value);
+    static void setPropertyValue(CIMInstance&, CIMName name, const Array<Sint32>& value);
+    static void setPropertyValue(CIMInstance&, CIMName name, const Array<String>& value);
+    static void setPropertyValue(CIMInstance&, CIMName name, const Array<CIMDateTime>& value);
+    ///@}
+
+    /// A C string would silently become the boolean TRUE: write String("text").
+    static void setPropertyValue(CIMInstance&, CIMName name, const void* value) = delete;
 
     /// Sets the named property to the null value of a scalar type; absent properties are skipped.
     static void setPropertyValueToNull(CIMInstance&, CIMName name, CIMType type);
@@ -94,8 +103,8 @@ public:
     // ---- Identity of the storage system ----
 
     /// A copy of the storage-array record. The array is asked until it once delivers a record with
-    /// both names; from then on the record of the process is never refreshed. After a failed query
-    /// the record is what earlier queries left, at first all zero.
+    /// both names; that record is kept for the life of the process and never refreshed. Until then
+    /// each call returns what its own query delivered, after a failed query all zeros.
     static api_StorageArray_t initSystemInfo();
 
     /// The storage system's host name, the host of every object path; empty while unknown.
@@ -130,10 +139,6 @@ public:
     /// of references in their keys, and a reference given as a quoted string equals the reference.
     /// Never throws for malformed keys.
     static bool matchObjectPath(const CIMObjectPath& first, const CIMObjectPath& second);
-
-    /// The position of the first instance whose path matches, as matchObjectPath() tells;
-    /// PEG_NOT_FOUND for none. The path asked for is read once.
-    static Uint32 findMatch(const Array<CIMInstance>& instances, const CIMObjectPath& path);
 
     /// The path of an association of two objects: two reference keys named by the roles, first
     /// role first. `host` is the host of the association path and of both references.
@@ -172,18 +177,6 @@ public:
                                           const CIMObjectPath& third, CIMClass& cimClass,
                                           const String& host, String nameSpace);
     ///@}
-
-private:
-    template <class Value, class... Types>
-    static constexpr bool isOneOf = (std::is_same_v<Value, Types> || ...);
-
-    /// The value is made only when the instance has the property.
-    template <class Value>
-    static void store(CIMInstance& instance, const CIMName& name, const Value& value)
-    {
-        const Uint32 position = instance.findProperty(name);
-        if (position != PEG_NOT_FOUND) instance.getProperty(position).setValue(CIMValue(value));
-    }
 };
 
 }  // namespace Pegasus

@@ -2,6 +2,8 @@
 #ifndef QBX_Constants_h
 #define QBX_Constants_h
 
+#include <initializer_list>
+
 /// The CIM library's namespace, and the toolkit's.
 namespace Pegasus
 {
@@ -31,6 +33,14 @@ constexpr char QBX_INTERFACE_CARD[] = "QBX_CageInterfaceCard";
 constexpr char QBX_INTERFACE_CARD_DC1[] = "QBX_CageInterfaceCardDC1Family";
 constexpr char QBX_INTERFACE_CARD_DC2[] = "QBX_CageInterfaceCardDC2Family";
 constexpr char QBX_INTERFACE_CARD_DC3[] = "QBX_CageInterfaceCardDC3Family";
+///@}
+
+///@{
+/// The classes of drive cages, and of interface cards, in the order in which they are tested.
+constexpr std::initializer_list<const char*> QBX_DRIVE_CAGES = {
+    QBX_DRIVE_CAGE, QBX_DRIVE_CAGE_DC1, QBX_DRIVE_CAGE_DC3, QBX_DRIVE_CAGE_DC2};
+constexpr std::initializer_list<const char*> QBX_INTERFACE_CARDS = {
+    QBX_INTERFACE_CARD, QBX_INTERFACE_CARD_DC1, QBX_INTERFACE_CARD_DC3, QBX_INTERFACE_CARD_DC2};
 ///@}
 
 ///@{

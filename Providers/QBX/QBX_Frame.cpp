@@ -1,7 +1,13 @@
 #include "QBX_Frame.h"
 
-#ifdef QBX_CIM_INTERNAL
-#include <Pegasus/Common/MessageLoader.h>
+#include "QBX_PathMatcher.h"
+
+#include <cstring>
+
+#if __has_include(<Pegasus/Common/InternalException.h>) && \
+    __has_include(<Pegasus/Common/MessageLoader.h>)
+#define QBX_HAS_TRACEABLE_EXCEPTION
+#include <Pegasus/Common/MessageLoader.h>  // before the next, which needs it
 #include <Pegasus/Common/InternalException.h>
 #endif
 
@@ -33,47 +39,55 @@ String userName(const OperationContext& context)
 namespace
 {
 
-// Source and line are for the server's trace only; an SDK has no exception that carries them.
-[[noreturn]] void refuse(CIMStatusCode code, const String& message,
-                         [[maybe_unused]] const String& source, [[maybe_unused]] Uint32 line)
+/// The name of a file without its folders.
+[[maybe_unused]] const char* baseName(const char* file)
 {
-#ifdef QBX_CIM_INTERNAL
-    throw TraceableCIMException(code, message, source, line);
+    const char* const slash = std::strrchr(file, '/');
+    return slash == nullptr ? file : slash + 1;
+}
+
+/// Throws, in the name of the place that refuses. An installed SDK lacks the exception that carries
+/// it to the server's trace; clients see no difference.
+[[noreturn]] void refuse(CIMStatusCode code, const char* message,
+                         [[maybe_unused]] const SourceLocation& at)
+{
+#ifdef QBX_HAS_TRACEABLE_EXCEPTION
+    throw TraceableCIMException(code, message, baseName(at.file), at.line);
 #else
     throw CIMException(code, message);
 #endif
 }
 
-void authorize(const String& user, const String& privilegeKey, const String& source, Uint32 line)
+void authorize(const String& user, const String& privilegeKey, const SourceLocation& at)
 {
     switch (api_authorizeCIMUser(c_str(user.getCString()), c_str(privilegeKey.getCString()))) {
         case API_CIMUSER_AUTHORIZATION_SUCCESS:
             return;
         case API_CIMUSER_AUTHORIZATION_UNAUTH_USER:
         case API_CIMUSER_AUTHORIZATION_USER_NOTFOUND:
-            refuse(CIM_ERR_ACCESS_DENIED, "Insufficient generic privilege", source, line);
+            refuse(CIM_ERR_ACCESS_DENIED, "Insufficient generic privilege", at);
         default:
-            refuse(CIM_ERR_NOT_SUPPORTED, "Does not support in generic!", source, line);
+            refuse(CIM_ERR_NOT_SUPPORTED, "Does not support in generic!", at);
     }
 }
 
 }  // namespace
 
-String openApi(const OperationContext& context, const String& source, Uint32 line)
+String openApi(const OperationContext& context, const SourceLocation& at)
 {
     const String user = userName(context);
     if (api_qbxOpenForCimserver(c_str(user.getCString())) != 0)
-        refuse(CIM_ERR_ACCESS_DENIED, "Insufficient privilege for the user", source, line);
+        refuse(CIM_ERR_ACCESS_DENIED, "Insufficient privilege for the user", at);
     return user;
 }
 
 void openApiFor(const String& operation, const CIMName& className, const OperationContext& context,
-                const String& source, Uint32 line)
+                const SourceLocation& at)
 {
-    const String user = openApi(context, source, line);
+    const String user = openApi(context, at);
     String privilegeKey = className.getString() + "." + operation;
     privilegeKey.toLower();
-    authorize(user, privilegeKey, source, line);
+    authorize(user, privilegeKey, at);
 }
 
 void requireServedClass(const CIMName& className, const Array<CIMName>& served,
@@ -110,11 +124,13 @@ CIMInvalidParameterException parameterNotFound(const String& provider, const cha
 void deliverMatch(InstanceResponseHandler& handler, const Array<CIMInstance>& instances,
                   const CIMObjectPath& path, const String& provider, const String& identifier)
 {
-    const Uint32 position = QBX_Common::findMatch(instances, path);
-    if (position == PEG_NOT_FOUND) {
-        throw CIMObjectNotFoundException(provider + " CIM Object not found." + identifier);
+    const QBX_PathMatcher wanted(path);
+    for (Uint32 i = 0; i < instances.size(); ++i) {
+        if (!wanted.matches(instances[i].getPath())) continue;
+        deliver(handler, instances[i]);
+        return;
     }
-    deliver(handler, instances[position]);
+    throw CIMObjectNotFoundException(provider + " CIM Object not found." + identifier);
 }
 
 CIMObjectPath elementPath(const CIMName& className, const String& host, const String& tag)

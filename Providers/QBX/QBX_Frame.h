@@ -50,16 +50,29 @@ Array<CIMName> names(std::initializer_list<const char*> texts);
 /// The name of the user on whose behalf the request runs. Throws when the context has no identity.
 String userName(const OperationContext&);
 
+/// A place in a provider's source, which the server's trace of a refusal names. As a default
+/// argument, here() is the place of the call.
+struct SourceLocation
+{
+    const char* file;
+    Uint32 line;
+
+    static constexpr SourceLocation here(const char* itsFile = __builtin_FILE(),
+                                         Uint32 itsLine = __builtin_LINE())
+    {
+        return {itsFile, itsLine};
+    }
+};
+
 /// Opens the Storage-system API for the requesting user and returns the user's name.
-/// CIM_ERR_ACCESS_DENIED, raised in the name of `source` at the caller's line, when the API
-/// refuses.
-String openApi(const OperationContext&, const String& source, Uint32 line = __builtin_LINE());
+/// CIM_ERR_ACCESS_DENIED when the API refuses.
+String openApi(const OperationContext&, const SourceLocation& at = SourceLocation::here());
 
 /// openApi(), then asks whether the user holds the privilege for this operation on this class
 /// ("class.operation", lower case). CIM_ERR_ACCESS_DENIED when not, CIM_ERR_NOT_SUPPORTED when the
 /// array knows no such privilege.
 void openApiFor(const String& operation, const CIMName& className, const OperationContext&,
-                const String& source, Uint32 line = __builtin_LINE());
+                const SourceLocation& at = SourceLocation::here());
 
 /// CIMNotSupportedException unless the name is one of the provider's classes.
 void requireServedClass(const CIMName& className, const Array<CIMName>& served,
@@ -103,10 +116,10 @@ struct Elements
 template <class Handler, class Build>
 void enumerateElements(const Traces& traces, const Elements& elements,
                        const OperationContext& context, const CIMObjectPath& ref, Handler& handler,
-                       Build&& build)
+                       Build&& build, const SourceLocation& at = SourceLocation::here())
 {
     trace(traces.entry);
-    openApi(context, elements.provider);
+    openApi(context, at);
     requireServedClass(ref.getClassName(), elements.classes, elements.provider);
     deliver(handler, build());
     trace(traces.exit);
@@ -115,10 +128,11 @@ void enumerateElements(const Traces& traces, const Elements& elements,
 /// getInstance of a provider of elements; `build` returns all instances of the requested class.
 template <class Build>
 void getElement(const Traces& traces, const Elements& elements, const OperationContext& context,
-                const CIMObjectPath& ref, InstanceResponseHandler& handler, Build&& build)
+                const CIMObjectPath& ref, InstanceResponseHandler& handler, Build&& build,
+                const SourceLocation& at = SourceLocation::here())
 {
     trace(traces.entry);
-    openApi(context, elements.provider);
+    openApi(context, at);
     requireServedClass(ref.getClassName(), elements.classes, elements.provider);
     const String identifier = requireKey(ref, elements.key, elements.provider);
     deliverMatch(handler, build(), ref, elements.provider, identifier);

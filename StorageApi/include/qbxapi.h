@@ -150,8 +150,7 @@ typedef struct api_sensor_t
     uint16_t position;   /* place in the cage */
     char name[32];       /* what is measured, e.g. "Inlet temperature" */
     uint8_t state;       /* raw state code */
-    uint8_t type;        /* unit of the reading, one letter: 'C' degrees Celsius, 'V' volts,
-                          * 'A' amperes, 'W' watts, 'R' revolutions per minute */
+    uint8_t type;        /* unit of the reading, one character, e.g. 'C'; 0: none */
     uint16_t reading;    /* present value, in that unit */
     uint16_t limit_low;  /* lowest value that is still normal */
     uint16_t limit_high; /* highest value that is still normal */
@@ -476,7 +475,8 @@ int api_getMagazinesNoMfg_Cached(int zero, api_MagazineList_t* list);
 /* Finds the number and cage of a magazine by its deviceID. Not 0: there is none. */
 int api_findMagazineIDs(const char* tag, api_MagazineIDs_t* ids);
 
-/* Puts a magazine on (onLoop not 0) or off loop A (port 0), loop B (port 1) or both (port 2). */
+/* Puts a magazine on (onLoop not 0) or off loop A (port 0) or loop B (port 1). Port 2 names no
+ * loop: what that does is the array's to decide. */
 int api_setMagazineLoop(const char* cageName, uint16_t magazine, uint8_t onLoop, uint8_t port);
 
 /* Blinks the magazine's locate light for `seconds`; 0 turns it off. */
@@ -551,7 +551,11 @@ API_AT(api_Cage_t, u.sbod.tempThresh, 536);
 API_AT(api_Cage_t, u.sbod.opPanelState, 544);
 API_AT(api_Cage_t, u.sbod.audAlarmState, 552);
 API_AT(api_Cage_t, u.sbod.enclosureID, 560);
+#ifdef __cplusplus
+API_SIZE(api_Cage_t::u, 472);
+#else
 API_SIZE(((api_Cage_t*)0)->u, 472);
+#endif
 API_SIZE(api_Cage_t, 1000);
 
 API_AT(api_CagePS_t, name, 1);

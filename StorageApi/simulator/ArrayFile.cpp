@@ -235,7 +235,7 @@ static void readUsers(const JsonValue& list, std::vector<User>& users)
         value.read(user);
         const auto isSame = [&](const User& other) { return other.name == user.name; };
         if (std::any_of(users.begin(), users.end(), isSame))
-            value.fail("user '" + user.name + "' is described twice");
+            value.fail("duplicate user '" + user.name + "'");
         users.push_back(std::move(user));
     }
 }
@@ -256,7 +256,7 @@ static void readFaults(const JsonValue& list, FaultPlan& plan)
         if (entry.find("code")) fault = {code, false, fault.delay};
         if (fault.doesWork && delay == 0) value.fail("neither 'code' nor 'delay' is given");
         entry.done();
-        if (!plan.set(operation, call, fault)) value.fail("these calls have a fault already");
+        if (!plan.set(operation, call, fault)) value.fail("duplicate fault of these calls");
     }
 }
 

@@ -87,7 +87,7 @@ private:
 std::string bytesFromHex(const JsonValue& value, std::string digits)
 {
     digits.erase(std::remove(digits.begin(), digits.end(), ' '), digits.end());
-    if (digits.size() % 2 != 0) value.fail("'hex:' wants an even number of digits");
+    if (digits.size() % 2 != 0) value.fail("'hex:' needs an even number of digits");
     std::string bytes;
     for (std::size_t i = 0; i < digits.size(); i += 2) {
         const char* const pair = digits.data() + i;
@@ -206,7 +206,7 @@ JsonValue::Document::Document(std::string file, std::string text)
         if (!isNew) {
             const std::string key = outline.here();
             fail(outline.offset(),
-                 key + ": given twice, first in line " + lineOf(offsets_.at(key)));
+                 key + ": duplicate key, first in line " + lineOf(offsets_.at(key)));
         }
         return true;
     };
@@ -256,7 +256,7 @@ void JsonValue::read(double& target) const
 
 void JsonValue::read(std::string& target) const
 {
-    if (!json_->is_string()) fail("expected a text");
+    if (!json_->is_string()) fail("expected a string");
     target = json_->get<std::string>();
     if (target.rfind("hex:", 0) == 0) target = bytesFromHex(*this, target.substr(4));
 }
@@ -300,9 +300,9 @@ std::int32_t JsonValue::code(const std::type_info& type) const
 
 std::vector<JsonValue> JsonValue::elements(std::size_t max) const
 {
-    if (!json_->is_array()) fail("expected a list");
+    if (!json_->is_array()) fail("expected an array");
     if (json_->size() > max)
-        fail("list of " + std::to_string(json_->size()) + "; there is room for " +
+        fail("array of " + std::to_string(json_->size()) + " elements; there is room for " +
              std::to_string(max));
     std::vector<JsonValue> values;
     for (const Json& value : *json_)

@@ -116,7 +116,7 @@ public:
         std::string bytes;
         read(bytes);
         if (bytes.size() > N)
-            fail("text of " + std::to_string(bytes.size()) + " bytes; the field holds " +
+            fail("string of " + std::to_string(bytes.size()) + " bytes; the field holds " +
                  std::to_string(N));
         bytes.copy(target, N);
     }

@@ -135,6 +135,7 @@ void Simulator::load(const std::string& path)
 
 void Simulator::reset()
 {
+    ahead_ = {};
     use(environment("QBX_ARRAY_FILE", sampleArray()));
 }
 
@@ -321,17 +322,17 @@ Array& Simulator::current()
 {
     if (!array_) throw Refusal(QBXSIM_NO_ARRAY, "no array file is in service");
     for (const auto& [name, light] : lights_)
-        if (light.until <= Clock::now()) light.turn(false);
+        if (light.until <= now()) light.turn(false);
     return *array_;
 }
 
 const Records& Simulator::cached()
 {
-    if (snapshot_ && Clock::now() < snapshotEnd_) return *snapshot_;
+    if (snapshot_ && now() < snapshotEnd_) return *snapshot_;
     const Array& array = current();
     snapshot_.reset();
     if (array.cacheTime.count() == 0) return array.records;
-    snapshotEnd_ = Clock::now() + array.cacheTime;
+    snapshotEnd_ = now() + array.cacheTime;
     return snapshot_.emplace(array.records);
 }
 
@@ -349,7 +350,7 @@ void Simulator::turnOn(const std::string& light, std::uint16_t seconds,
                        std::function<void(bool)> turn)
 {
     turn(seconds > 0);
-    lights_[light] = {Clock::now() + std::chrono::seconds(seconds), std::move(turn)};
+    lights_[light] = {now() + std::chrono::seconds(seconds), std::move(turn)};
     snapshot_.reset();
 }
 

@@ -41,6 +41,8 @@ public:
     void load(const std::string& path);
     /// Starts anew, as after construction.
     void reset();
+    /// Sets the array's clock ahead.
+    void advanceClock(std::chrono::seconds by) { ahead_ += by; }
 
     /// Begins an operation: looks whether the array file has changed, and tells what that wants to
     /// happen to this call.
@@ -82,6 +84,7 @@ private:
 
     void use(const std::string& path);
     void reloadIfChanged();
+    Clock::time_point now() const { return Clock::now() + ahead_; }
     Array& current();
     const Records& cached();
     api_Magazine_t& magazineNumbered(const std::string& cage, unsigned number);
@@ -96,6 +99,7 @@ private:
     std::map<std::string, Light> lights_;  // those that go off, or have gone
     std::optional<Records> snapshot_;
     Clock::time_point snapshotEnd_;
+    Clock::duration ahead_{0};  // of the array's clock
 };
 
 }  // namespace qbxsim

@@ -417,6 +417,11 @@ int qbxsim_loadFile(const char* path)
     });
 }
 
+void qbxsim_advanceClock(unsigned seconds)
+{
+    simulator()->advanceClock(std::chrono::seconds(seconds));
+}
+
 void qbxsim_reset(void)
 {
     monitor().reset();

@@ -55,6 +55,10 @@ const char* qbxsim_callRecord(size_t index);
  * QBXSIM_NO_ARRAY; the reason is in the log. */
 int qbxsim_loadFile(const char* path);
 
+/* Sets the array's clock ahead: cached lists grow old, and locator lights go off, as if the time
+ * had passed. */
+void qbxsim_advanceClock(unsigned seconds);
+
 /* Forgets faults, records and the array, and reads the environment and the array file anew
  * at the next call. */
 void qbxsim_reset(void);

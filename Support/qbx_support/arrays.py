@@ -9,7 +9,6 @@ import pathlib
 
 from qbx_support.server import SAMPLE_ARRAY
 
-
 FAMILIES = {"JB_JBOD": "DC1", "JB_KBOD": "DC1", "JB_LBOD": "DC2", "JB_MBOD": "DC2", "JB_DC3": "DC3"}
 ASSOCIATIONS = (
     "QBX_SysCageContainer",
@@ -46,7 +45,7 @@ def large(records, shape="m"):
     cage, magazine, card = (sample[kind][0] for kind in ("cages", "magazines", "fcals"))
     sensor = next(place for place in cage["lbod"]["sensors"] if place)
     per_cage = 10 if shape == "m" else 1
-    made = {"cages": [], "magazines": [], "fcals": []}
+    made: dict[str, list] = {"cages": [], "magazines": [], "fcals": []}
     for first in range(0, records, per_cage):
         number = first // per_cage
         name, position = f"cage{number}", number % 65536

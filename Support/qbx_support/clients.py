@@ -1,17 +1,19 @@
 """Two WBEM clients behind one interface, so that the same tests run through both.
 
 A path is (class, {key: value}); a value in it may be such a path. Host and namespace are left out.
-Every operation raises ErrorResponse for a response that is an error.
+Every operation raises ResponseError for a response that is an error. `last` is the last request, as
+the client's user would give it.
 """
 
 import os
 import re
+import shlex
 import subprocess
 
 from qbx_support.server import NAMESPACE, USERS
 
 
-class ErrorResponse(Exception):
+class ResponseError(Exception):
     """The server responded with an error: code (a CIM status, or the HTTP status), text."""
 
     def __init__(self, code, text):
@@ -64,18 +66,14 @@ class Wbemcli:
     def run(self, operation, path, *arguments, options=(), namespace=NAMESPACE):
         """The lines that wbemcli prints. `path` is a path or a text."""
         target = path if isinstance(path, str) else self.path_text(path)
+        url = f"{self.base}/{namespace}:{target}"
+        command = ["wbemcli", operation, "-nl", *options, url, *arguments]
+        self.last = shlex.join(command)
         done = subprocess.run(
-            [
-                "wbemcli",
-                operation,
-                "-nl",
-                *options,
-                f"{self.base}/{namespace}:{target}",
-                *arguments,
-            ],
+            command,
             stdin=subprocess.DEVNULL,
             capture_output=True,
-            timeout=300,
+            timeout=600,
             check=False,
             env=dict(os.environ, LC_ALL="C.UTF-8"),
         )
@@ -85,11 +83,11 @@ class Wbemcli:
             if not match:
                 raise AssertionError(f"wbemcli ended with {done.returncode}: {output}{error}")
             code = int(match.group(1)) if match.group(1) else 401 if "sername" in error else None
-            raise ErrorResponse(code, match.group(2).replace("&#32;", " "))  # which it does not decode
+            raise ResponseError(code, match.group(2).replace("&#32;", " "))  # which it does not decode
         return [line for line in output.splitlines() if line.strip()]
 
     def _instances(self, lines):
-        found = []
+        found: list = []
         for line in lines:
             if line.startswith("-"):
                 name, _, value = line[1:].partition("=")
@@ -138,7 +136,7 @@ class Wbemcli:
         """The method's return value."""
         listed = ",".join(f"{name}={self.shown(value)}" for name, value in parameters)
         lines = self.run("cm", path, f"{method}.{listed}" if listed else method)
-        return int(re.search(rf"{method}: (-?\d+)", lines[0]).group(1))
+        return int(lines[0].rpartition(f"{method}: ")[2].split()[0])
 
     def set(self, path, name, value):
         """Changes one property, and no other."""
@@ -161,7 +159,7 @@ class Pywbem:
         self.pywbem = pywbem
         password = USERS.get(user, "") if password is None else password
         self.connection = pywbem.WBEMConnection(
-            server.url, (user, password), NAMESPACE, timeout=300
+            server.url, (user, password), NAMESPACE, timeout=600
         )
 
     # -- what it gives ------------------------------------------------------------------------
@@ -212,12 +210,14 @@ class Pywbem:
 
     def call(self, operation, *arguments, **named):
         """Calls an operation of the connection."""
+        given = [*map(str, arguments), *(f"{name}={value}" for name, value in named.items())]
+        self.last = f"{operation}({', '.join(given)})"
         try:
             return getattr(self.connection, operation)(*arguments, **named)
         except self.pywbem.CIMError as error:
-            raise ErrorResponse(error.status_code, error.status_description) from error
+            raise ResponseError(error.status_code, error.status_description) from error
         except self.pywbem.AuthError as error:
-            raise ErrorResponse(401, str(error)) from error
+            raise ResponseError(401, str(error)) from error
 
     # -- operations ---------------------------------------------------------------------------
 

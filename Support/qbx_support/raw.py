@@ -48,6 +48,12 @@ class Response:
     comes. An interim response (100) is skipped."""
 
     def __init__(self, stream):
+        self.read(stream)
+        while " 100 " in self.status_line:
+            self.read(stream)
+
+    def read(self, stream):
+        """Reads one response, which may be an interim one."""
         self.status_line = stream.readline().decode().strip()
         fields = http.client.parse_headers(stream)
         self.fields = {name: fields.get(name, "-") for name in COMPARED}
@@ -57,8 +63,6 @@ class Response:
         if len(body) < length:
             raise ConnectionError("the server has ended the connection")
         self.body = body.decode()
-        if " 100 " in self.status_line:
-            self.__init__(stream)
 
 
 def send(url, sent, seconds=SECONDS):

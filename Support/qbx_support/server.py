@@ -1,5 +1,7 @@
 """Starts and stops the embedded server, with the module, on a copy of an array file."""
 
+import functools
+import json
 import os
 import pathlib
 import re
@@ -9,7 +11,6 @@ import tempfile
 import threading
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
-SCHEMA = ROOT / "Schema"
 SAMPLE_ARRAY = ROOT / "StorageApi" / "simulator" / "sample-array.json"
 SAMPLE_FIRMWARE = SAMPLE_ARRAY.with_name("sample-firmware.json")
 NAMESPACE = "root/qbx"
@@ -32,12 +33,19 @@ def program(build):
     return path
 
 
-def password_file(build, folder):
-    """Writes a password file for USERS and returns its path."""
+def schema_folder(build):
+    """The folder of MOF files with the version in them, of a build or an installation."""
+    own = pathlib.Path(build).resolve() / "Schema"
+    return own if own.exists() else own.parent / "share" / "qbx-cimserver" / "schema"
+
+
+@functools.cache
+def password_lines(path):
+    """The content of a password file for USERS, made by the server program of that path."""
     lines = []
     for user, password in USERS.items():
         hashed = subprocess.run(
-            [program(build), "--hash-password"],
+            [path, "--hash-password"],
             input=password + "\n",
             text=True,
             capture_output=True,
@@ -46,16 +54,22 @@ def password_file(build, folder):
         if hashed.returncode != 0:
             raise StartError(f"--hash-password: {hashed.stderr.strip()}")
         lines.append(f"{user}:{hashed.stdout.strip()}\n")
+    return "".join(lines)
+
+
+def password_file(build, folder):
+    """Writes a password file for USERS and returns its path."""
     path = folder / "users"
     path.touch(mode=0o600)
-    path.write_text("".join(lines))
+    path.write_text(password_lines(program(build).resolve()))
     return path
 
 
 def command(build, users, port, schema=None):
     """The server's command line. `users`: its password file, None for no authentication; `schema`:
     another one than the project's own, as root/qbx=FILE, and the folders of what that includes."""
-    given, *folders = schema or [f"{NAMESPACE}={SCHEMA / 'qbx.mof'}"]
+    own = schema_folder(build)
+    given, *folders = schema or [f"{NAMESPACE}={own / 'qbx.mof'}"]
     namespace, _, file = given.partition("=")
     return [
         program(build),
@@ -63,7 +77,7 @@ def command(build, users, port, schema=None):
         f"{namespace}={pathlib.Path(file).resolve()}",
         *(word for each in folders for word in ("--include", pathlib.Path(each).resolve())),
         "--schema",
-        f"root/interop={SCHEMA / 'registration.mof'}",
+        f"root/interop={own / 'registration.mof'}",
         "--provider-dir",
         pathlib.Path(build).resolve() / "lib",
         "--port",
@@ -82,7 +96,8 @@ def environment(array, state, log=None):
 class Server:
     """A running server in a folder of its own; `with` closes it.
 
-    url: http://127.0.0.1:PORT; array: the array file it serves; folder: its files.
+    url: http://127.0.0.1:PORT; array: the array file it serves, which is a copy of the given one, or
+    has the given contents; folder: its files.
     """
 
     interop = "root/interop"
@@ -94,10 +109,13 @@ class Server:
         self.options = options  # further options of the server program
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="qbx-wire-"))
         self.array = self.folder / "array.json"
-        shutil.copy(array, self.array)
-        self.log = self.folder / "module.log"
+        if isinstance(array, dict):
+            self.array.write_text(json.dumps(array), encoding="utf-8")
+        else:
+            shutil.copy(array, self.array)
+        self.log: pathlib.Path | None = self.folder / "module.log"
         self.output = self.folder / "server.log"
-        self.process = None
+        self.process: subprocess.Popen | None = None
         try:
             self.users = password_file(build, self.folder)
             self.start()
@@ -118,11 +136,13 @@ class Server:
                 cwd=self.folder,
                 env=environment(self.array, self.folder / "state.json", self.log),
             )
+        output = self.process.stdout
+        assert output
         # A thread reads, so that a server that prints nothing can be given up on.
         ready, lines = threading.Event(), []
 
         def read():
-            for line in self.process.stdout:
+            for line in output:
                 lines.append(line)
                 if line.startswith("ready:"):
                     ready.set()
@@ -155,7 +175,8 @@ class Server:
             process.kill()
             process.wait()
         self.reader.join()
-        process.stdout.close()
+        if process.stdout:
+            process.stdout.close()
         return process.returncode
 
     def end(self):

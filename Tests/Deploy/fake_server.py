@@ -1,96 +1,117 @@
 #!/usr/bin/python3 -IS
-"""The tools of a CIM server, by the name they are called by, over a repository in a JSON file.
+"""The programs of a CIM server, by the name they are called by, over a repository in state.json:
 
-Commands that change something are noted in "calls"; the first that begins like "fails" does nothing
-but to fail.
+  classes     {name: [superclass, [property...]]}
+  registered  [[class, {property: value, or list of values}]...] of the interop namespace
+  instances   [class...] of the other instances
+  calls       the commands that changed something, without absolute paths
+  event       [command, kind]: what happens at this command, once: "fail" (it does nothing), "kill"
+              or "interrupt" (it is done, and then its caller gets a signal)
+
+A MOF file is JSON here, with the first three; one that is not JSON holds instances.
 """
 
 import json
+import os
 import pathlib
 import re
+import signal
 import sys
 
 HOME = pathlib.Path(__file__).resolve().parents[1]
-TOOL, ARGUMENTS = pathlib.Path(sys.argv[0]).name, sys.argv[1:]
+PROGRAM, ARGUMENTS = pathlib.Path(sys.argv[0]).name, sys.argv[1:]
 STATE = json.loads((HOME / "state.json").read_text())
-CLASSES, REGISTERED = STATE["classes"], STATE["registered"]
-CALL = " ".join([TOOL, *(a for a in ARGUMENTS if not a.startswith("/"))])
+CLASSES, REGISTERED, INSTANCES = STATE["classes"], STATE["registered"], STATE["instances"]
 
 
-STATUS = '<PROPERTY.ARRAY NAME="OperationalStatus"><VALUE>{}</VALUE></PROPERTY.ARRAY>'
-CLASS = re.compile(r"^class (\w+)(?: : (\w+))?\s*\{(.*?)^\}", re.MULTILINE | re.DOTALL)
-INSTANCE = re.compile(r"^instance of (\w+)\s*\{(.*?)^\}", re.MULTILINE | re.DOTALL)
-VALUE = re.compile(r'(\w+) = (\{?)([\w+."/, ]+)\}?;')
+def load(path):
+    text = path.read_text()
+    instances = re.findall(r"^instance of (\w+)", text, re.MULTILINE)
+    return {"classes": {}, "registered": [], "instances": instances} if instances else json.loads(text)
 
 
-def element(name, array, text):
-    """A property with its values, as XML."""
-    tag = "PROPERTY.ARRAY" if array else "PROPERTY"
-    items = text.replace('"', "").split(",")
-    values = "".join(f"<VALUE>{item.strip()}</VALUE>" for item in items)
-    return f'<{tag} NAME="{name}">{values}</{tag}>'
-
-
-def declared(path):
-    """The classes and instances of a MOF file and of those that it includes: name and XML."""
-    text = re.sub(r"//.*", "", path.read_text())
-    for name in re.findall(r'#pragma include \("(.+?)"\)', text):
-        yield from declared(path.parent / name)
-    for name, parent, body in CLASS.findall(text):
-        parts = "".join(f'<PROPERTY NAME="{word}"/>' for word in re.findall(r"(\w+);", body))
-        yield name, f'<CLASS NAME="{name}" SUPERCLASS="{parent}">{parts}</CLASS>'
-    for name, body in INSTANCE.findall(text):
-        parts = "".join(element(*match) for match in VALUE.findall(body))
-        yield "", f'<INSTANCE CLASSNAME="{name}">{parts}</INSTANCE>'
-
-
-def change():
-    """Notes a command that changes something."""
-    STATE["calls"].append(CALL)
+def change(do):
+    """Lists the command, does it, and then what the event is."""
+    call = " ".join([PROGRAM, *(each for each in ARGUMENTS if not each.startswith("/"))])
+    STATE["calls"].append(call)
+    command, kind = STATE.get("event", ["", ""])
+    kind = STATE.pop("event")[1] if call == command else ""
+    if kind != "fail":
+        do()
     (HOME / "state.json").write_text(json.dumps(STATE))
-    if STATE.get("fails") and CALL.startswith(STATE["fails"]):
-        del STATE["fails"]
-        (HOME / "state.json").write_text(json.dumps(STATE))
-        sys.exit("CIM_ERR_FAILED: told to")
+    if kind == "fail":
+        sys.exit("CIM_ERR_FAILED: the test wants it")
+    if kind:
+        os.kill(os.getppid(), signal.SIGKILL if kind == "kill" else signal.SIGTERM)
+    while kind == "interrupt":
+        signal.pause()  # the caller ends this
 
 
-def compile_mof(path):
-    for name, xml in declared(path):
-        if "<INSTANCE" in xml:
-            REGISTERED.append(xml.replace("</INSTANCE>", STATUS.format(2) + "</INSTANCE>"))
-        else:
-            CLASSES.setdefault(name, xml)
+def class_xml(name):
+    superclass, properties = CLASSES[name]
+    parts = "".join(f'<PROPERTY NAME="{each}"/>' for each in properties)
+    return f'<CLASS NAME="{name}" SUPERCLASS="{superclass}">{parts}</CLASS>'
+
+
+def instance_xml(name, properties):
+    parts = ""
+    for key, value in properties.items():
+        tag, values = ("PROPERTY.ARRAY", value) if isinstance(value, list) else ("PROPERTY", [value])
+        parts += f'<{tag} NAME="{key}">' + "".join(f"<VALUE>{v}</VALUE>" for v in values) + f"</{tag}>"
+    return f'<INSTANCE CLASSNAME="{name}">{parts}</INSTANCE>'
+
+
+def cimmof(mof):
+    if "--xml" in ARGUMENTS:
+        CLASSES.update(mof["classes"])
+        instances = (instance_xml(*each) for each in mof["registered"])
+        print("<CIM>", *map(class_xml, mof["classes"]), *instances, "</CIM>")
+    else:
+        change(lambda: add(mof))
+
+
+def add(mof):
+    CLASSES.update({**mof["classes"], **CLASSES})
+    set_status("2", mof["registered"])
+    REGISTERED.extend(mof["registered"])
+    INSTANCES.extend(mof["instances"])
+
+
+def set_status(code, instances=REGISTERED):
+    for name, properties in instances:
+        if name == "PG_ProviderModule":
+            properties["OperationalStatus"] = [code]
+
+
+def cimprovider(option, *values):
+    change({
+        "-d": lambda: set_status("10"),
+        "-e": lambda: set_status("2"),
+        "-r": REGISTERED.clear,
+        "-g": lambda: REGISTERED[0][1].update(ModuleGroupName=values[0]),
+    }[option])
 
 
 def cimcli(operation, name):
     if operation == "dc":
-        change()
-        del CLASSES[name]
+        change(lambda: CLASSES.pop(name))
+    elif operation == "di":
+        change(lambda: INSTANCES.remove(name))
     elif operation == "nc":
         print(*CLASSES, sep="\n")
     elif operation == "gc" and name != "PG_ProviderModule":
-        print(CLASSES[name])
+        print(class_xml(name))
     elif operation == "ei":
-        print(*(f"path=x\n{xml}" for xml in REGISTERED if f'CLASSNAME="{name}"' in xml), sep="\n")
-    elif operation == "ni" and STATE.get("answers", {}).get(name):
-        sys.exit(STATE["answers"][name])
+        print(*(f"path=x\n{instance_xml(*each)}" for each in REGISTERED if each[0] == name), sep="\n")
+    elif operation == "ni":
+        print(*(each for each in INSTANCES if each == name), sep="\n")
 
 
-if TOOL == "cimconfig":
+if PROGRAM == "cimconfig":
     print("providerDir=lib")
-elif TOOL == "cimprovider":
-    change()
-    for number, xml in enumerate(REGISTERED):
-        for option, old, new in ("-d", 2, 10), ("-e", 10, 2):
-            if ARGUMENTS[0] == option:
-                REGISTERED[number] = xml.replace(STATUS.format(old), STATUS.format(new))
-    if ARGUMENTS[0] == "-r":
-        REGISTERED.clear()
-elif TOOL == "cimcli":
+elif PROGRAM == "cimprovider":
+    cimprovider(*ARGUMENTS)
+elif PROGRAM == "cimcli":
     cimcli(ARGUMENTS[0], ARGUMENTS[-1])
-elif "--xml" in ARGUMENTS:
-    print("<CIM>", *(xml for _, xml in declared(pathlib.Path(ARGUMENTS[-1]))), "</CIM>")
 else:
-    change()
-    compile_mof(pathlib.Path(ARGUMENTS[-1]))
-(HOME / "state.json").write_text(json.dumps(STATE))
+    cimmof(load(pathlib.Path(ARGUMENTS[-1])))

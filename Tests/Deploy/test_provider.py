@@ -1,185 +1,296 @@
-"""qbx-provider against a server whose tools note what they are told: the steps in their order, what
-is refused before anything is changed, and that a failure at any step takes all of them back."""
+"""qbx-provider with a fake server, which lists the commands that change it: their order, what is
+refused before anything is changed, and that a failure or signal at any step undoes all of them."""
 
+import functools
 import json
 import os
 import pathlib
-import re
 import shutil
 import subprocess
 import tempfile
 import unittest
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
-PROGRAM, SCHEMA = ROOT / "Deploy" / "qbx_provider.py", ROOT / "Schema"
-LIBRARIES = pathlib.Path(os.environ["QBX_BUILD"]).resolve() / "lib"
+from qbx_support.server import ROOT, Server
+from qbx_support.testing import Case, Test, cases
+
+BUILD = pathlib.Path(os.environ["QBX_BUILD"]).resolve()
+PROGRAM, LIBRARIES = ROOT / "Deploy" / "qbx-provider", BUILD / "lib"
 LIBRARY, MODULE = "libQBX_DriveCageProvider.so", "QBX_DriveCageProviderModule"
 CIMSERVER = """#include <stdio.h>
 #include <string.h>
 #include <unistd.h>
 int main(int n, char** a) { if (n == 1) pause(); else if (strcmp(a[1], "-v") == 0) puts(VERSION); }
 """
+# The schema of these tests: the module serves a cage and its one family, and looks up the system.
+SUPERCLASSES = {"QBX_StorageSystem": "CIM_A", "QBX_DriveCage": "CIM_B", "QBX_DriveCageDC1Family": "QBX_DriveCage"}
+MANIFEST = {"classes": SUPERCLASSES, "looked_up": ["QBX_StorageSystem"]}
+DMTF = {"CIM_A": ["", []], "CIM_B": ["", []]}
+EMPTY: dict = {"classes": {}, "registered": [], "instances": []}
+
+LOAD = "cimmof -w -aE -n root/qbx -I"
 DEFINE, REGISTER = "cimmof -w -aEV -n root/qbx -I", "cimmof -w -n root/PG_InterOp -I"
-LOAD, UNREGISTER = "cimmof -w -aE -n root/qbx -I", f"cimprovider -r -m {MODULE}"
-START = f"cimprovider -e -m {MODULE}"
-STOP, DELETE = f"cimprovider -d -m {MODULE}", "cimcli dc -n root/qbx QBX_CageSensor"
-CLASSES = re.findall(r"^class (\w+)", "".join(
-    (SCHEMA / name).read_text() for name in
-    re.findall(r'#pragma include \("(.+?)"\)', (SCHEMA / "qbx_classes.mof").read_text())
-), re.MULTILINE)  # fmt: skip
-DELETE_ALL = [f"cimcli dc -n root/qbx {name}" for name in reversed(CLASSES)]
-UPGRADE = [STOP, DELETE, DEFINE, UNREGISTER, REGISTER]
+START, STOP, UNREGISTER = (f"cimprovider {each} -m {MODULE}" for each in ("-e", "-d", "-r"))
+DELETE_ALL = [f"cimcli dc -n root/qbx {each}" for each in reversed(SUPERCLASSES)]
+DELETE_BOTH, DELETE_CAGE = DELETE_ALL[:2], DELETE_ALL[1]  # the cage and its family
+UPGRADE = [STOP, *DELETE_BOTH, DEFINE, UNREGISTER, REGISTER]
 
 
-class Provider(unittest.TestCase):
+def registration(module, version):
+    owner, served = {"ProviderModuleName": module}, ["QBX_DriveCage", "QBX_DriveCageDC1Family"]
+    marks = {"InterfaceType": "C++Default", "InterfaceVersion": "2.6.0", "Location": "QBX"}
+    capability = {**owner, "ProviderName": "P", "Namespaces": ["root/qbx"], "ProviderType": ["2"]}
+    return [
+        ["PG_ProviderModule", {"Name": module, "Version": version, **marks}],
+        ["PG_Provider", {**owner, "Name": "P"}],
+        *(["PG_ProviderCapabilities", {**capability, "ClassName": each}] for each in served),
+    ]
+
+
+@functools.cache
+def compiled_server(version):
+    """A program that runs until it is killed, and prints that version when it is called with -v."""
+    folder = tempfile.TemporaryDirectory(prefix="qbx-deploy-")
+    unittest.addModuleCleanup(folder.cleanup)
+    program = pathlib.Path(folder.name) / "cimserver"
+    command = [os.environ["QBX_CXX"], "-xc++", "-", f'-DVERSION="{version}"', "-o", str(program)]
+    subprocess.run(command, input=CIMSERVER, text=True, check=True)
+    return program
+
+
+class Provider(Test):
+    server = None
+
     def setUp(self):
-        self.home = pathlib.Path(tempfile.mkdtemp(prefix="qbx-deploy-"))
-        for folder in ("bin", "lib", "CIM241", "new"):
-            (self.home / folder).mkdir()
-        bases = set(re.findall(r"CIM_\w+", "".join(f.read_text() for f in SCHEMA.glob("QBX*.mof"))))
-        includes = ""
-        for base in bases:
-            (self.home / "CIM241" / f"{base}.mof").write_text(f"class {base}\n{{\n}};\n")
-            includes += f'#pragma include ("{base}.mof")\n'
-        (self.home / "CIM241" / "CIM_Schema.mof").write_text(includes)
-        self.write(classes={base: f'<CLASS NAME="{base}"/>' for base in bases}, registered=[])
+        """A server with an empty namespace root/qbx, and two versions of the module: in 1.0.1 a
+        cage has one property more."""
+        self.home = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory(prefix="qbx-deploy-")))
+        for name in ("bin", "lib", "CIM241"):
+            (self.home / name).mkdir()
+        for name in DMTF:
+            (self.home / "CIM241" / f"{name}.mof").touch()
+        self.write_mof("CIM241/CIM_Schema.mof", classes=DMTF)
+        for version, properties in ("1.0.0", ["Tag"]), ("1.0.1", ["Tag", "Extra"]):
+            folder = self.home / version
+            folder.mkdir()
+            (folder / "manifest.json").write_text(json.dumps({"version": version, **MANIFEST}))
+            classes = {name: [base, []] for name, base in SUPERCLASSES.items()}
+            classes["QBX_DriveCage"][1] = properties
+            self.write_mof(f"{version}/qbx_classes.mof", classes=classes)
+            self.write_mof(f"{version}/registration.mof", registered=registration(MODULE, version))
+            (folder / LIBRARY).write_bytes((LIBRARIES / LIBRARY).read_bytes() + version.encode())
         fake = pathlib.Path(__file__).with_name("fake_server.py")
-        for tool in ("cimcli", "cimmof", "cimprovider", "cimconfig"):
-            shutil.copy(fake, self.home / "bin" / tool)
+        for program in ("cimcli", "cimmof", "cimprovider", "cimconfig"):
+            shutil.copy(fake, self.home / "bin" / program)
+        self.write_state(classes=DMTF)
         self.run_server("2.14.4")
-        # Another version: a sensor with one more property, and another library.
-        for path in SCHEMA.glob("*.mof"):
-            text = path.read_text().replace('Version = "1.0.0"', 'Version = "1.0.1"')
-            if path.stem == "QBX_CageSensor":
-                text = re.sub(r"^\{", "{\n    uint8 Extra;", text, flags=re.MULTILINE)
-            (self.home / "new" / path.name).write_text(text)
-        (self.home / "new" / LIBRARY).write_bytes((LIBRARIES / LIBRARY).read_bytes() + b"\n")
 
-    def tearDown(self):
-        shutil.rmtree(self.home)
+    def write_mof(self, name, **content):
+        (self.home / name).write_text(json.dumps({**EMPTY, **content}))
 
     def run_server(self, version, libraries=LIBRARIES):
-        self.doCleanups()
-        program = self.home / "bin" / "cimserver"
-        command = [os.environ["QBX_CXX"], "-xc++", "-", f'-DVERSION="{version}"', "-o", program]
-        subprocess.run(command, input=CIMSERVER, text=True, check=True)
+        """Starts a process that looks like a server of this version, whose loader finds these
+        libraries; ends the one from before."""
+        if self.server:
+            self.server.kill()
+            self.server.wait()
+        program = shutil.copy(compiled_server(version), self.home / "bin" / "cimserver")
         environment = {**os.environ, "LD_LIBRARY_PATH": str(libraries)}
-        server = subprocess.Popen([program], env=environment)
-        self.addCleanup(server.wait)
-        self.addCleanup(server.kill)
+        self.server = subprocess.Popen([program], env=environment)
+        self.addCleanup(self.server.wait)
+        self.addCleanup(self.server.kill)
 
-    def read(self):
+    def state(self):
         return json.loads((self.home / "state.json").read_text())
 
-    def write(self, **changes):
-        (self.home / "state.json").write_text(json.dumps({**changes, "calls": []}))
+    def write_state(self, **changes):
+        (self.home / "state.json").write_text(json.dumps({**EMPTY, **changes, "calls": []}))
 
-    def call(self, command, *options, version="old"):
-        """Exit status and output of the program, and the commands that changed something."""
-        self.write(**{k: v for k, v in self.read().items() if k != "calls"})
-        files = (LIBRARIES / LIBRARY, SCHEMA) if version == "old" else (
-            self.home / "new" / LIBRARY, self.home / "new")  # fmt: skip
-        arguments = [command, "--home", self.home, "--module", files[0], "--mof", files[1]]
+    def run_program(self, command, *options, version="1.0.0", event=None):
+        """Exit status and output of the program, and the commands that changed the server."""
+        self.write_state(**self.state() | ({"event": event} if event else {}))
+        folder = self.home / version
+        arguments = [command, "--home", self.home, "--module", folder / LIBRARY, "--mof", folder]
         done = subprocess.run([PROGRAM, *arguments, *options], capture_output=True, text=True)
-        return done.returncode, done.stdout + done.stderr, self.read()["calls"]
+        return done.returncode, done.stdout + done.stderr, self.state()["calls"]
 
-    def there(self):
-        """All that installing changes: the repository, the library, the record."""
-        state = self.read()
-        library = self.home / "lib" / LIBRARY
-        record = self.home / "qbx-provider" / "record.json"
-        return (state["classes"], sorted(state["registered"]), library.exists() and
-                library.read_bytes(), record.exists() and record.read_text())  # fmt: skip
+    def succeeds(self, command, *options, version="1.0.0", output="", calls=()):
+        result = self.run_program(command, *options, version=version)
+        self.assertIn(output, result[1])
+        self.assertEqual((result[0], result[2]), (0, list(calls)), result[1])
 
-    def test_each_command_twice_and_an_upgrade(self):
-        before = self.there()
-        steps = (
-            ("check", "old", 1, "registration:     missing", []),
-            ("remove", "old", 0, "nothing to do: it is not installed", []),
-            ("install", "old", 0, "installed: version 1.0.0", [DEFINE, REGISTER]),
-            ("install", "old", 0, "installed: version 1.0.0", []),
-            ("check", "old", 0, "classes:          as in this version", []),
-            ("check", "new", 1, "QBX_CageSensor differs in Extra", []),
-            ("install", "new", 0, "installed: version 1.0.1", UPGRADE),
-            ("check", "new", 0, "registration:     as in this version", []),
-        )
-        for command, version, status, said, calls in steps:
-            with self.subTest(command=command, version=version):
-                got = self.call(command, version=version)
-                self.assertEqual((status, calls), (got[0], got[2]), got[1])
-                self.assertIn(said, got[1])
-            if command == "check" and version == "old" and status == 0:
-                mapped = open(self.home / "lib" / LIBRARY, "rb")
-        with mapped:
-            self.assertEqual((LIBRARIES / LIBRARY).read_bytes(), mapped.read(), "written into")
-        status, said, calls = self.call("remove")
-        self.assertEqual((0, [UNREGISTER, *DELETE_ALL]), (status, calls), said)
-        self.assertEqual(before, self.there())
+    def check_fails(self, *lines, version="1.0.0"):
+        status, output, calls = self.run_program("check", version=version)
+        for line in lines:
+            self.assertIn(line, output)
+        self.assertEqual((status, calls), (1, []))
 
-    def fails(self, step, version):
-        """What was there before, what was said, and the commands that took things back."""
-        before = self.there()
-        self.write(**{**self.read(), "fails": step})
-        status, said, calls = self.call("install", version=version)
-        self.assertEqual(1, status, said)
-        self.assertIn("CIM_ERR_FAILED: told to", said)
-        return before, said, calls[calls.index(step) + 1 :]
+    def refused(self, output, *options, version="1.0.0"):
+        """An installation that changes nothing, with this reason."""
+        before = self.installed()
+        result = self.run_program("install", *options, version=version)
+        self.assertIn(output, result[1])
+        self.assertIn("Nothing was changed.", result[1])
+        self.assertEqual((result[0], result[2], self.installed()), (1, [], before))
 
-    def test_failure_at_any_step_leaves_all_as_it_was(self):
-        cases = (
-            ("old", DEFINE, []),
-            ("old", REGISTER, DELETE_ALL),
-            ("new", STOP, []),
-            ("new", DELETE, [START]),
-            ("new", DEFINE, [DEFINE, START]),
-            ("new", REGISTER, [REGISTER, DELETE, DEFINE]),
-        )
-        for version, step, taken_back in cases:
-            with self.subTest(version=version, step=step):
-                if version == "new":
-                    self.call("install")
-                before, said, calls = self.fails(step, version)
-                self.assertIn("The server is as it was.", said)
-                self.assertEqual(taken_back, calls)
-                self.assertEqual(before, self.there())
+    def installed(self):
+        """All that an installation changes: the repository, the library, the record."""
+        state, library = self.state(), self.home / "lib" / LIBRARY
+        files = [library, *sorted((self.home / "qbx-provider").glob("**/*"))]
+        contents = {file.name: file.read_bytes() for file in files if file.is_file()}
+        return [state[each] for each in EMPTY], contents
+
+
+class Commands(Provider):
+    def test_installation_is_done_once(self):
+        self.succeeds("install", output="installed: version 1.0.0", calls=[DEFINE, REGISTER])
+        self.succeeds("install", output="installed: version 1.0.0")
+        self.succeeds("check", output="classes:          as in this version")
+
+    def test_check_names_what_is_missing(self):
+        self.check_fails("installed:        not by qbx-provider", "registration:     missing")
+
+    def test_check_names_what_differs(self):
+        self.run_program("install")
+        registered = "registration:     Version is 1.0.0, expected 1.0.1"
+        self.check_fails("classes:          QBX_DriveCage differs in Extra\n", registered, version="1.0.1")
+
+    def test_upgrade_replaces_what_differs(self):
+        self.run_program("install")
+        with (self.home / "lib" / LIBRARY).open("rb") as mapped:
+            self.succeeds("install", version="1.0.1", output="version 1.0.1", calls=UPGRADE)
+            old = (self.home / "1.0.0" / LIBRARY).read_bytes()
+            self.assertEqual(mapped.read(), old, "the file that a process has mapped was changed")
+        self.succeeds("check", version="1.0.1", output="registration:     as in this version")
+
+    def test_removal_undoes_the_installation(self):
+        before = self.installed()
+        self.run_program("install")
+        self.succeeds("remove", output="removed", calls=[UNREGISTER, *DELETE_ALL])
+        self.assertEqual(self.installed(), before)
+        self.succeeds("remove", output="nothing to do: it is not installed")
 
     def test_dmtf_schema_is_loaded_and_stays(self):
-        self.write(classes={}, registered=[])
-        said = self.fails(LOAD, "old")[1]
-        self.assertIn("What stays:\n  the DMTF schema in root/qbx", said)
-        self.assertEqual([LOAD, DEFINE, REGISTER], self.call("install")[2])
-        self.assertIn("The DMTF schema stays in root/qbx", self.call("remove")[1])
+        self.write_state()
+        self.succeeds("install", calls=[LOAD, DEFINE, REGISTER])
+        stays = "The DMTF schema stays in root/qbx"
+        self.succeeds("remove", output=stays, calls=[UNREGISTER, *DELETE_ALL])
 
-    def test_what_is_refused_changes_nothing(self):
-        registration = self.call("install") and self.read()["registered"]
-        self.call("remove")
-        clean = self.read()
-        sensor = {"QBX_CageSensor": "<CLASS/>"}
-        cases = (
-            ({"registered": registration}, "registration of QBX_DriveCageProviderModule is there"),
-            ({"registered": [r.replace(MODULE, "Other") for r in registration]}, "module Other"),
-            ({"classes": {**clean["classes"], **sensor}}, "QBX_CageSensor are there already"),
-            ({"classes": {"CIM_Card": "<CLASS/>"}}, "others use root/qbx, and it lacks CIM_C"),
-        )
-        for state, said in cases:
-            with self.subTest(said=said):
-                self.write(**{**clean, **state})
-                before = self.there()
-                got = self.call("install")
-                self.assertIn(said, got[1])
-                self.assertIn("Nothing was changed.", got[1])
-                self.assertEqual((1, [], before), (got[0], got[2], self.there()))
-        self.write(**clean)
+    def test_system_instances_are_loaded_and_deleted(self):
+        file = self.home / "system.mof"
+        file.write_text("instance of QBX_DriveCage {};")
+        self.refused("none of the storage system in", "--system-instances", file)
+        file.write_text("instance of QBX_StorageSystem {};")
+        load = "cimmof -w -n root/qbx -I"
+        self.succeeds("install", "--system-instances", file, calls=[DEFINE, load, REGISTER])
+        self.succeeds("install", "--system-instances", file)
+        delete = "cimcli di -n root/qbx QBX_StorageSystem"
+        self.succeeds("remove", calls=[UNREGISTER, delete, *DELETE_ALL])
+
+    def test_process_is_changed_alone(self):
+        self.run_program("install")
+        move = f"cimprovider -g CIMServer -m {MODULE}"
+        self.succeeds("install", "--process", "server", output="run it in the server", calls=[move])
+        self.succeeds("check", output="runs in:          the server")
+
+    def test_dry_run_changes_nothing(self):
+        before = self.installed()
+        self.succeeds("install", "--dry-run", output="would define 3 classes in root/qbx")
+        self.assertEqual(self.installed(), before)
+
+    def test_queries_are_made_over_the_wire(self):
+        password = self.home / "password"
+        with Server(BUILD) as server:
+            options = ("--url", server.url, "--user", "admin", "--password-file", password)
+            password.write_text("wrong")
+            self.refused("log in: the server refuses user admin", *options)
+            password.write_text("admin")
+            output = self.run_program("install", *options)[1]
+        self.assertIn("query every class as admin\n  QBX_DriveCage 7", output)
+
+
+class Interruptions(Provider):
+    def stop(self, version, command, kind):
+        """An installation during which that happens: its output, and the commands after that."""
+        if version == "1.0.1":
+            self.run_program("install")
+        self.before = self.installed()
+        event = (command, kind)
+        status, output, calls = self.run_program("install", version=version, event=event)
+        self.assertEqual(status, 1, output)
+        return output, calls[calls.index(command) + 1 :]
+
+    @cases(
+        Case("in_the_definition", "1.0.0", DEFINE, []),
+        Case("in_the_registration", "1.0.0", REGISTER, DELETE_ALL),
+        Case("in_the_stop", "1.0.1", STOP, []),
+        Case("in_the_deletion", "1.0.1", DELETE_CAGE, [DEFINE, START]),
+        Case("in_the_new_definition", "1.0.1", DEFINE, [DEFINE, START]),
+        Case("in_the_new_registration", "1.0.1", REGISTER, [REGISTER, *DELETE_BOTH, DEFINE]),
+        Case("by_a_signal", "1.0.0", REGISTER, [UNREGISTER, *DELETE_ALL], "interrupt"),
+    )
+    def test_all_is_undone_after_a_failure(self, version, command, undo, kind="fail"):
+        output, calls = self.stop(version, command, kind)
+        self.assertIn("The server is as it was.", output)
+        self.assertEqual(calls, undo, output)
+        self.assertEqual(self.installed(), self.before)
+
+    def test_failed_loading_of_the_dmtf_schema_says_what_stays(self):
+        self.write_state()
+        output, calls = self.stop("1.0.0", LOAD, "fail")
+        self.assertIn("What stays:\n  the DMTF schema in root/qbx", output)
+        self.assertEqual(calls, [])
+        self.write_state(classes={"CIM_A": ["", []]})  # half of it, by this program
+        self.succeeds("install", calls=[LOAD, DEFINE, REGISTER])
+
+    @cases(
+        Case("installation", "install", "1.0.0", DEFINE, [REGISTER]),
+        Case("upgrade", "install", "1.0.1", DELETE_CAGE, [DEFINE, UNREGISTER, REGISTER]),
+        Case("removal", "remove", "1.0.0", UNREGISTER, DELETE_ALL),
+    )
+    def test_check_names_and_the_next_finishes_a_killed(self, command, version, event, rest):
+        if event != DEFINE:
+            self.run_program("install")
+        self.assertEqual(self.run_program(command, version=version, event=(event, "kill"))[0], -9)
+        what = f"{command} {version}" if command == "install" else command
+        line = f"installed:        begun, not finished: {what}; run qbx-provider {command} again"
+        self.check_fails(line, version=version)
+        self.succeeds(command, version=version, calls=rest)
+        if command == "install":
+            self.succeeds("check", version=version)
+
+
+class Refusals(Provider):
+    @cases(
+        Case("a_registration", f"registration of {MODULE} is there already",
+             {"classes": DMTF, "registered": registration(MODULE, "1.0.0")}),
+        Case("a_provider_of_its_classes", "is served by module Other",
+             {"classes": DMTF, "registered": registration("Other", "1.0.0")}),
+        Case("a_class", "QBX_DriveCage are there already", {"classes": {**DMTF, "QBX_DriveCage": ["CIM_B", []]}}),
+        Case("half_a_dmtf_schema", "others use root/qbx, and it lacks CIM_B", {"classes": {"CIM_A": ["", []]}}),
+    )  # fmt: skip
+    def test_others_have(self, reason, state):
+        self.write_state(**state)
+        self.refused(reason)
+
+    def test_others_have_replaced_the_library(self):
+        self.run_program("install")
+        (self.home / "lib" / LIBRARY).write_text("other")
+        self.refused("somebody else has replaced")
+
+    def test_server_is_another_version(self):
         self.run_server("2.15.0")
-        self.assertIn("it is version 2.15.0, this module is for 2.14", self.call("install")[1])
-        self.run_server("2.14.4", libraries="/")
-        self.assertIn("server does not find libqbxapi.so", self.call("install")[1])
-        self.assertEqual([], self.read()["calls"])
+        self.refused("it is version 2.15.0, this module is for 2.14")
 
-    def test_module_as_built_has_no_run_path(self):
-        said = subprocess.check_output(["readelf", "-d", LIBRARIES / LIBRARY], text=True)
-        self.assertNotRegex(said, "R(UN)?PATH")
-        self.assertIn("[libqbxapi.so]", said)
+    def test_server_does_not_find_the_arrays_library(self):
+        self.run_server("2.14.4", libraries="/")
+        self.refused("server does not find libqbxapi.so")
+
+
+class Module(unittest.TestCase):
+    def test_has_no_run_path(self):
+        output = subprocess.check_output(["readelf", "-d", LIBRARIES / LIBRARY], text=True)
+        self.assertNotRegex(output, "R(UN)?PATH")
+        self.assertIn("[libqbxapi.so]", output)
 
 
 if __name__ == "__main__":

@@ -6,4 +6,4 @@ for (const text of document.querySelectorAll("svg svg > text:not(.name)")) {
   if (inner.right > outer.right + 1 || inner.bottom > outer.bottom + 1) beyond.push(text.textContent);
 }
 document.title = JSON.stringify([document.documentElement.scrollWidth <= innerWidth, beyond,
-  document.body.innerText.includes("0 V, below its limit of 11 V"), document.querySelectorAll("svg svg").length]);
+  document.body.innerText.includes("58 °C, above its limit of 55 °C"), document.querySelectorAll("svg svg").length]);

@@ -1,4 +1,4 @@
-"""The example module, as its author would build it: from the installed toolkit, outside the tree."""
+"""The example module, built as its author would do it: from the installed toolkit, outside the tree."""
 
 import json
 import os
@@ -10,7 +10,7 @@ import tempfile
 import unittest
 
 from qbx_support import testing
-from qbx_support.clients import ErrorResponse, Wbemcli
+from qbx_support.clients import ResponseError, Wbemcli
 from qbx_support.server import ROOT, SAMPLE_ARRAY, Server
 
 SOURCES = ROOT / "Examples" / "Node"
@@ -20,9 +20,15 @@ FLAGS = ["-Wall", "-Wextra", "-Wpedantic", "-Werror", *SANITIZE]
 
 def must(*command, **variables):
     """Runs a command and returns its output; fails with its output when it fails."""
-    streams = {"stdin": subprocess.DEVNULL, "stdout": subprocess.PIPE, "stderr": subprocess.STDOUT}
-    env = {**os.environ, **variables}
-    done = subprocess.run(command, check=False, text=True, env=env, **streams)
+    done = subprocess.run(
+        command,
+        stdin=subprocess.DEVNULL,
+        stdout=subprocess.PIPE,
+        stderr=subprocess.STDOUT,
+        text=True,
+        env={**os.environ, **variables},
+        check=False,
+    )
     if done.returncode != 0:
         raise AssertionError(f"{command}: exit status {done.returncode}\n{done.stdout}")
     return done.stdout
@@ -33,6 +39,10 @@ def cmake(*arguments):
 
 
 class InstalledToolkit(unittest.TestCase):
+    folder: pathlib.Path
+    bare: pathlib.Path  # where the toolkit is installed without the stand-ins
+    prefix: pathlib.Path  # where everything is installed
+
     @classmethod
     def setUpClass(cls):
         cls.folder = pathlib.Path(tempfile.mkdtemp(prefix="qbx-example-"))
@@ -47,7 +57,7 @@ class InstalledToolkit(unittest.TestCase):
                      f"-DCMAKE_CXX_COMPILER={os.environ['QBX_CXX']}",
                      f"-DCMAKE_CXX_FLAGS={' '.join(FLAGS)}", *options)
 
-    def test_cmake_package_builds_a_module_that_the_server_serves(self):
+    def test_cmake_package_builds_module_that_the_server_loads(self):
         build = self.folder / "cmake"
         self.configure(build, self.prefix)
         cmake("--build", build)
@@ -66,35 +76,37 @@ class InstalledToolkit(unittest.TestCase):
             self.assertEqual(node["NetworkAddress"], f'"{array["nodeIPaddress"]}"')
             self.assertEqual(node["QuadPort"], "TRUE" if system["isQuadPort"] else "FALSE")
             self.assertEqual([(path, node)], client.instances("QBX_ExampleNode"))
-            with self.assertRaisesRegex(ErrorResponse, "Insufficient privilege for the user"):
+            with self.assertRaisesRegex(ResponseError, "Insufficient privilege for the user"):
                 Wbemcli(server, "blocked").names("QBX_ExampleNode")
             self.assertEqual(len(client.names("QBX_DriveCage")), len(array["cages"]))
 
-    def test_pkg_config_builds_the_same_module(self):
+    def test_pkg_config_builds_module(self):
         if not shutil.which("pkg-config"):
             self.skipTest("pkg-config is not installed (./qbx setup)")
-        words = must("pkg-config", "--cflags", "--libs", "qbx-common",
+        flags = must("pkg-config", "--cflags", "--libs", "qbx-common",
                      PKG_CONFIG_PATH=str(next(self.prefix.rglob("pkgconfig"))))
         module = self.folder / "module.so"
         no_undefined = [] if SANITIZE else ["-Wl,--no-undefined"]
         must(os.environ["QBX_CXX"], "-std=c++17", *FLAGS, "-shared", "-fPIC", "-fvisibility=hidden",
-             SOURCES / "QBX_ExampleNodeProvider.cpp", "-o", module, *no_undefined, *words.split())
+             SOURCES / "QBX_ExampleNodeProvider.cpp", "-o", module, *no_undefined, *flags.split())
         exported = must("nm", "--dynamic", "--defined-only", "--extern-only", module)
         self.assertIn(" T PegasusCreateProvider", exported)
         self.assertNotIn("QBX_Common", exported, "what the toolkit defines stays inside the module")
 
     @unittest.skipIf(SANITIZE, "a sanitized library cannot be loaded by Python")
-    def test_the_simulated_array_serves_the_sample_that_is_installed_with_it(self):
+    def test_installed_array_serves_installed_sample(self):
         library = next(self.prefix.rglob("libqbxapi.so"))
-        ask = f"import ctypes; ctypes.CDLL('{library}').api_getStorageArray(None)"
+        query = f"import ctypes; ctypes.CDLL('{library}').api_getStorageArray(None)"
         sample = next(self.prefix.rglob("sample-array.json"))
         self.assertTrue(sample.with_name(json.loads(sample.read_text())["$schema"]).is_file())
-        said = must(sys.executable, "-c", ask, QBX_ARRAY_FILE="", QBX_LOG_FILE="")
-        self.assertIn(f"{sample} is in service\n", said)
+        output = must(sys.executable, "-c", query, QBX_ARRAY_FILE="", QBX_LOG_FILE="")
+        self.assertIn(f"{sample} is in service\n", output)
 
-    def test_what_is_missing_is_said(self):
+    def test_rejects_missing_library_of_the_array(self):
         with self.assertRaisesRegex(AssertionError, "set QBX_STORAGE_API"):
             self.configure(self.folder / "no-api", self.bare)
+
+    def test_rejects_missing_cim_library(self):
         library = next(self.prefix.rglob("libqbxapi.so"))
         with self.assertRaisesRegex(AssertionError, "install the\\s+component 'standin_dev' too"):
             self.configure(self.folder / "no-cim", self.bare, f"-DQBX_STORAGE_API={library}")

@@ -1,384 +1,630 @@
-// The four associations: what a request may ask, what lies at the other end of an object and where
-// it comes from, and what is written on the way.
-#include "ProviderTest.h"
-
-#include <set>
+// The four associations: what lies at the other end of an object and where it comes from, which
+// requests are screened out, and what is written on the way.
+#include "Providers.h"
 
 namespace
 {
 
-struct Association
+// ---- The associations ----
+
+struct End
 {
-    std::string provider;
-    std::string className;
-    std::string query;  ///< of the array for a traversal
-    std::string cageRole;
-    Texts cageClasses;
-    std::string otherRole;
-    Texts otherClasses;
-    Texts referenceClasses;   ///< result classes of references
-    Texts associatedClasses;  ///< result classes of associators
+    std::string role;
+    Texts classes;
 };
 
-std::vector<Association> readAssociations()
+/// An association and the lines that tell its provider, P, from the others. Pairs of lines are what
+/// an operation writes as it begins and as it ends.
+struct AssociationRow : Row
 {
-    std::vector<Association> all;
-    for (const Texts& row : table("associations", 9)) {
-        all.push_back({row[0], row[1], row[2], row[3], split(row[4]), row[5], split(row[6]),
-                       split(row[7]), split(row[8])});
-    }
-    return all;
-}
+    std::string provider;
+    End cage;
+    End other;
+    Texts referenceClasses;   ///< accepted as result classes of references and referenceNames
+    Texts associatedClasses;  ///< accepted as result classes of associators and associatorNames
+    std::string query;        ///< the list that its enumerations read
+    Texts enumerateInstanceNames;
+    Texts enumerateInstances;
+    Texts getInstance;
+    Texts classes;  ///< associatorNames: the ends of the lines that show and that refuse classes
+    Texts steps;    ///< how the steps are called that find names and instances
+};
 
-const std::vector<Association> ALL = readAssociations();
-const Association& CARD = ALL[0];
-const Association& CONTAINER = ALL[2];
-const Association& SENSOR = ALL[3];
+const Texts CAGES = {"QBX_DriveCage", "QBX_DriveCageDC1Family", "QBX_DriveCageDC2Family",
+                     "QBX_DriveCageDC3Family"};
+const Texts CARDS = {"QBX_CageInterfaceCard", "QBX_CageInterfaceCardDC1Family",
+                     "QBX_CageInterfaceCardDC2Family", "QBX_CageInterfaceCardDC3Family"};
+const Texts PACKAGES = {"CIM_Chassis", "CIM_PhysicalPackage"};
 
-const Texts OPERATIONS = {"referenceNames", "references", "associatorNames", "associators"};
+const AssociationRow CARD_IN_CAGE = {
+    "QBX_InterfaceCardInDriveCage",
+    "QBX_FCALCardInDriveCageProvider",
+    {GROUP, CAGES},
+    {PART, CARDS},
+    {"CIM_PackageInChassis", "QBX_InterfaceCardInDriveCage"},
+    {PACKAGES, CARDS, CAGES},
+    "api_getFCALsNoMfg_Cached",
+    {"4: --> P::enumerateInstanceNames()\n", "4: <-- P::enumerateInstanceNames()\n"},
+    {"4: --> P::enumerateInstances() \n", "4: <-- P::enumerateInstances()\n"},
+    {"4: -->P::getInstance()\n", "4: <-- P::getInstance()\n"},
+    {"associationClass=CIM_A; resultClass=CIM_Chassis \n",
+     "associationClass=CIM_A, resultClass=CIM_R\n"},
+    {"_getRelatedInstanceNames", "_getRelatedInstances"}};
 
-bool isReferences(const std::string& operation)
-{
-    return operation[0] == 'r';
-}
+const AssociationRow MAGAZINE_IN_CAGE = {
+    "QBX_MagazineInDriveCage",
+    "QBX_MagazineInDriveCageProvider",
+    {GROUP, CAGES},
+    {PART, {"QBX_Magazine"}},
+    {"CIM_PackageInChassis", "QBX_MagazineInDriveCage"},
+    {PACKAGES, CAGES, "QBX_Magazine"},
+    "api_getMagazinesNoMfg_Cached",
+    {"4: --> P::enumerateInstanceNames()\n", "4: <-- P::enumerateInstanceNames() \n"},
+    {"4: --> P::enumerateInstances() \n", "4: <-- P::enumerateInstances() \n"},
+    {"4: -->P::getInstance() \n", "4: <-- P::getInstance()\n\n"},
+    {"associationClass = CIM_A; resultClass = CIM_Chassis \n",
+     "associationClass=CIM_A, resultClass=CIM_R\n"},
+    {"_getRelatedInstanceNames", "_getRelatedInstances"}};
 
-bool contains(const Texts& texts, const std::string& text)
-{
-    return std::find(texts.begin(), texts.end(), text) != texts.end();
-}
+const AssociationRow CAGE_IN_SYSTEM = {
+    "QBX_SysCageContainer",
+    "QBX_SysCageContainerProvider",
+    {PART, CAGES},
+    {GROUP, {"QBX_SystemPackage"}},
+    {"CIM_Container", "QBX_SysCageContainer"},
+    {PACKAGES, CAGES, "QBX_SystemPackage"},
+    "api_getCagesNoMfg_Cached",
+    {"4: -->P::enumerateInstanceNames()\n", "4: <--P::enumerateInstanceNames()\n"},
+    {"4: --> P::enumerateInstances() \n", "4: <-- P::enumerateInstances() \n"},
+    {"4: -->P::getInstance() \n", "4: <-- P::getInstance()\n"},
+    {"associationClass = CIM_A; resultClass = CIM_Chassis \n",
+     "associationClass=CIM_A, resultClass=CIM_R\n"},
+    {"_getRelatedInstanceNames", "_getRelatedInstances"}};
+
+const AssociationRow SENSOR_IN_CAGE = {
+    "QBX_SensorInDriveCage",
+    "QBX_SensorInDriveCageProvider",
+    {"Dependent", {"QBX_DriveCageDC2Family"}},
+    {"Antecedent", {"QBX_CageSensor"}},
+    {"CIM_PackageDependency", "QBX_SensorInDriveCage"},
+    {"CIM_Chassis", "CIM_Sensor", "QBX_CageSensor", "QBX_DriveCage", "QBX_DriveCageDC2Family"},
+    "api_getCages_Cached",
+    {"4: --> P::enumerateInstanceNames() \n", "4: <-- P::enumerateInstanceNames() \n"},
+    {"4: -->P::enumerateInstances()\n", "4: <-- P::enumerateInstances() \n"},
+    {"4: -->P::getInstance() \n", "4: <-- P::getInstance()\n\n"},
+    {"associationClass = CIM_A; resultClass = CIM_Chassis \n",
+     "associationClass = CIM_A, resultClass = CIM_R\n"},
+    {"_getRelatedInstanceName", "_getRelatedInstance"}};
+
+const std::vector<AssociationRow> ASSOCIATIONS = {CARD_IN_CAGE, MAGAZINE_IN_CAGE, CAGE_IN_SYSTEM,
+                                                  SENSOR_IN_CAGE};
+
+const std::vector<std::string> TRAVERSALS = {"referenceNames", "references", "associatorNames",
+                                             "associators"};
 
 /// The path of the association of a cage with an object at the other end.
-std::string associationOf(const Association& association, CIMObjectPath cage, CIMObjectPath other)
+std::string pathOfPair(const AssociationRow& its, CIMObjectPath cage, CIMObjectPath other)
 {
     cage.setHost("array1");
     other.setHost("array1");
-    return str(pathOf(association.className,
-                      {{association.cageRole, str(cage)}, {association.otherRole, str(other)}},
-                      "array1"));
+    return str(associationPath(its.name, its.cage.role, cage, its.other.role, other));
 }
 
-const std::string PACKAGE = "SystemPackage package";
-const std::string ASKED_LIST = "Tag GroupComponent PartComponent Antecedent Dependent";
+/// The lines and calls that begin a traversal; `classes` ends the line that shows them.
+Texts opening(const std::string& operation, const CIMObjectPath& object, const std::string& classes)
+{
+    const std::string shown = operation == "referenceNames" ? "references" : operation;
+    return {"4: -->P::" + operation + "\n",
+            "4: P::" + shown + ": objectName = " + str(object) + "; " + classes, OPEN};
+}
 
-class AssociationTest : public ProviderTest
+const Texts ALL_ROLES = {"Antecedent", "Dependent", GROUP, PART, "x"};
+const View WANTED = {true, false, listOf({"Tag"})};
+
+// ---- Enumerations ----
+
+class AssociationTest : public RowTest<AssociationRow>
 {
 protected:
-    void use(const Association& which, const std::string& arrayName = "empty")
-    {
-        association = &which;
-        start(which.provider, arrayName);
-    }
+    AssociationTest() { start(row.provider); }
 
-    /// Calls a traversal; keeps what its handler got.
-    std::string run(const std::string& operation, const CIMObjectPath& object,
-                    const Asked& asked = {})
+    /// The roles, or else the result roles, with which a traversal of an object of that class is
+    /// let through.
+    Texts acceptedRoles(const std::string& operation, const std::string& className, bool isResult)
     {
-        array.forget();
-        cimom.asked.clear();
-        got = Handler();
-        return thrownBy([&] {
-            traverse(*associations, operation, contextOf(), object, asked, listOf(ASKED_LIST), got);
-        });
-    }
-
-    /// The lines and calls of a traversal up to what it does with the parameters.
-    Texts opening(const std::string& operation, const CIMObjectPath& object,
-                  const Asked& asked = {}) const
-    {
-        Texts arguments = {str(object), asked.resultClass};
-        if (!isReferences(operation))
-            arguments.insert(arguments.begin() + 1, asked.associationClass);
-        return {lineOf(association->provider, operation + ">"),
-                lineOf(association->provider, operation + "?", arguments), OPEN};
-    }
-
-    /// The traversal must be let through, or refused with the one line that says so.
-    void expectScreened(const std::string& operation, const std::string& className,
-                        const Asked& asked, bool isAccepted)
-    {
-        SCOPED_TRACE(association->provider + "::" + operation + " " + className +
-                     " role=" + asked.role + " resultRole=" + asked.resultRole +
-                     " resultClass=" + asked.resultClass);
+        Texts accepted;
         const CIMObjectPath object =
-            pathOf(cased(className, std::toupper), {{"Tag", "nowhere"}, {"DeviceID", "nowhere"}});
-        EXPECT_EQ(run(operation, object, asked), "nothing");
-        if (isAccepted) {
-            EXPECT_EQ(got.steps.empty() ? "not opened" : got.steps.front(), "processing");
-            return;
+            pathOf(cased(className, std::toupper), {{"Tag", "no"}, {"DeviceID", "no"}});
+        for (const std::string& role : ALL_ROLES) {
+            const std::string given = cased(role, std::toupper);
+            read(operation, object, {}, {isResult ? "" : given, isResult ? given : "", "", ""});
+            if (!array.events().startingWith("handler.processing").empty())
+                accepted.push_back(role);
         }
-        EXPECT_EQ(got.steps, Texts{}) << "the handler is left alone";
-        Texts arguments = {asked.resultClass};
-        if (isReferences(operation)) arguments.insert(arguments.begin(), asked.role);
-        if (operation == "associatorNames")
-            arguments.insert(arguments.begin(), asked.associationClass);
-        const std::string line = lineOf(association->provider, operation + "!", arguments);
-        EXPECT_EQ(array.events(), opening(operation, object, asked) + Texts{line});
+        return accepted;
     }
 
-    /// The instances hold the references that their paths hold.
-    void expectReferences() const
+    /// Whatever its class, an object at an end must have the end's role.
+    void expectRoles(const Texts& classes, const Texts& roles, const Texts& resultRoles)
     {
-        for (const CIMInstance& instance : got.instances) {
-            const Array<CIMKeyBinding> keys = instance.getPath().getKeyBindings();
-            for (Uint32 i = 0; i < keys.size(); ++i) {
-                EXPECT_EQ(keys[i].getType(), CIMKeyBinding::REFERENCE);
-                EXPECT_EQ(valueOf(instance, str(keys[i].getName()).c_str()),
-                          "reference " + str(keys[i].getValue()));
-            }
-        }
-    }
-
-    const Association* association = nullptr;
-    Handler got;
-};
-
-// ---- What may be asked ----
-
-TEST_F(AssociationTest, RolesMustBeTheObjectsOwnAndResultRolesTheOtherEnds)
-{
-    for (const Association& each : ALL) {
-        use(each);
-        const Texts classes = each.cageClasses + each.otherClasses + Texts{"QBX_Disk"};
         for (const std::string& className : classes) {
-            const bool isCage = contains(each.cageClasses, className);
-            const bool isOther = contains(each.otherClasses, className);
-            for (const std::string role :
-                 {"", "GroupComponent", "PartComponent", "Antecedent", "Dependent", "x"}) {
-                const bool isCages = role.empty() || role == each.cageRole;
-                const bool isOthers = role.empty() || role == each.otherRole;
-                for (const std::string& operation : OPERATIONS) {
-                    expectScreened(operation, className, {cased(role, std::toupper), "", "", ""},
-                                   (isCages && !isOther) || (isOthers && !isCage));
-                    if (isReferences(operation)) continue;
-                    expectScreened(operation, className, {"", cased(role, std::toupper), "", ""},
-                                   (isCages && !isCage) || (isOthers && !isOther));
+            for (const std::string& operation : TRAVERSALS) {
+                SCOPED_TRACE(operation + " of a " + className);
+                EXPECT_LIST(acceptedRoles(operation, className, false), roles);
+                const bool isReferences = operation[0] == 'r';  // which have no result roles
+                EXPECT_LIST(acceptedRoles(operation, className, true),
+                            isReferences ? ALL_ROLES : resultRoles);
+                if (HasFailure()) return;
+            }
+        }
+    }
+
+    /// Which of all the classes in question each of two traversals accepts as result class.
+    void expectResultClasses(const std::string& names, const std::string& instances,
+                             const Texts& classes)
+    {
+        Texts all = {"CIM_Component", "CIM_PhysicalElement", "CIM_Dependency"};
+        for (const AssociationRow& each : ASSOCIATIONS)
+            all = {all, each.referenceClasses, each.associatedClasses};
+        all = all.sorted();
+        all.erase(std::unique(all.begin(), all.end()), all.end());
+        for (const std::string& operation : {names, instances}) {
+            for (const std::string& end : {row.cage.classes[0], row.other.classes[0]}) {
+                Texts accepted;
+                for (const std::string& each : all) {
+                    read(operation, pathOf(end, {{"Tag", "no"}, {"DeviceID", "no"}}), {},
+                         {"", "", cased(each, std::tolower), "CIM_Nonsense"});
+                    if (!array.events().startingWith("handler.processing").empty())
+                        accepted.push_back(each);
                 }
+                EXPECT_LIST(accepted, classes.sorted()) << operation << " of a " << end;
             }
         }
     }
-}
 
-TEST_F(AssociationTest, ResultClassesMustBeAmongThoseOfTheAssociation)
-{
-    std::set<std::string> candidates = {"CIM_Component", "CIM_PhysicalElement", "CIM_Dependency"};
-    for (const Association& each : ALL) {
-        for (const std::string& accepted : each.referenceClasses + each.associatedClasses)
-            candidates.insert(accepted);
+    void expectEvents(const std::string& operation, const CIMObjectPath& object, const Texts& lines,
+                      const std::string& view, const std::string& result)
+    {
+        EXPECT_EQ(read(operation, object, WANTED), "nothing");
+        const bool isNames = operation == "enumerateInstanceNames";
+        EXPECT_LIST(array.events(),
+                    own({lines[0], OPEN, isNames ? Texts{"4: -->P::_getInstanceNames\n"} : Texts(),
+                         "4: -->P::_getInstances\n", query(row.query),
+                         "cimom.getClass nobody " + row.name + view, SKELETON, FREED,
+                         "4: <--P::_getInstances\n",
+                         isNames ? Texts{"4: <--P::_getInstanceNames\n"} : Texts(),
+                         delivered(result), lines[1]}));
     }
-    for (const Association& each : ALL) {
-        use(each);
-        for (const std::string& candidate : candidates) {
-            for (const std::string& operation : OPERATIONS) {
-                const bool isAccepted = contains(
-                    isReferences(operation) ? each.referenceClasses : each.associatedClasses,
-                    candidate);
-                // The association class is nobody's business.
-                const Asked asked = {"", "", cased(candidate, std::toupper), "CIM_Nonsense"};
-                for (const std::string& className :
-                     {each.cageClasses[0], each.otherClasses[0], std::string("QBX_Disk")})
-                    expectScreened(operation, className, asked, isAccepted);
-            }
-        }
-    }
-}
-
-// ---- What lies at the other end, and where it comes from ----
-
-struct Traversal
-{
-    const Association& association;
-    std::string object;   ///< as at() reads it, like the others
-    bool isRefused;       ///< for want of a key
-    Texts others;         ///< at the other end
-    std::string fetched;  ///< a class that is asked for although there is no other
-    bool isContainer;
-    bool isSensor;
-    bool isCage;   ///< the object stands at the cage's end ...
-    bool isOther;  ///< ... or at the other
 };
 
-std::vector<Traversal> traversals()
+INSTANTIATE_TEST_SUITE_P(All, AssociationTest, testing::ValuesIn(ASSOCIATIONS), nameOfRow);
+
+TEST_P(AssociationTest, EnumerateInstanceNames)
 {
-    std::vector<Traversal> all;
-    for (const Texts& row : table("traversals", 4)) {
-        const auto its = std::find_if(ALL.begin(), ALL.end(), [&row](const Association& each) {
-            return each.className == "QBX_" + row[0];
-        });
-        const std::string className = "QBX_" + split(row[1])[0];
-        const bool isRefused = row[2] == "refused";
-        all.push_back({*its, row[1], isRefused, isRefused ? Texts{} : split(row[2], ';'), row[3],
-                       &*its == &CONTAINER, &*its == &SENSOR, contains(its->cageClasses, className),
-                       contains(its->otherClasses, className)});
+    expectEvents("enumerateInstanceNames", {}, row.enumerateInstanceNames, " FF", "1");
+}
+
+TEST_P(AssociationTest, EnumerateInstances)
+{
+    expectEvents("enumerateInstances", {}, row.enumerateInstances, " TF Tag", "1");
+}
+
+TEST_P(AssociationTest, GetInstance)
+{
+    EXPECT_EQ(read("enumerateInstanceNames", CIMObjectPath()), "nothing");
+    expectEvents("getInstance", CIMObjectPath(got.paths.at(0).c_str()), row.getInstance, " TF Tag",
+                 "one");
+}
+
+TEST_P(AssociationTest, GetInstanceWithAnotherNumberOfKeysThanTwoIsRefused)
+{
+    const Keys keys = {{GROUP, "a"}, {PART, "b"}, {"X", "c"}};
+    for (const int count : {0, 1, 3}) {
+        EXPECT_EQ(read("getInstance", pathOf(row.name, Keys(keys.begin(), keys.begin() + count))),
+                  "4 " + row.provider + " Expect two keys.");
+        EXPECT_LIST(array.events(), own({row.getInstance[0], OPEN,
+                                         "2: P::getInstance(): Invalid number of keys (" +
+                                             std::to_string(count) + ")\n"}));
     }
-    return all;
 }
 
-/// What the object manager is asked: for whole instances as the client wants them and on its
-/// behalf, for the classes of what is built on the spot, for paths where they are enough.
-Texts questions(const Traversal& row, const std::string& operation)
+// ---- What is screened out ----
+
+TEST_P(AssociationTest, ACageMustHaveItsRole)
 {
-    const bool isFull = operation == "associators";
-    const std::string view = isFull ? " TF " + ASKED_LIST : " FF";
-    const Texts found = row.fetched.empty() ? row.others : Texts{row.fetched};
-    Texts asked;
-    for (const std::string& object : found)
-        asked.push_back("getClass nobody " + str(at(object).getClassName()) + view);
-    if (row.isSensor && !asked.empty()) asked.resize(1);  // one for all
-    if (row.isContainer && !isFull) asked.clear();
-    if (row.isContainer && row.isCage)
-        asked = {isFull ? "enumerateInstances joe QBX_SystemPackage" + view
-                        : "enumerateInstanceNames joe QBX_SystemPackage"};
-    if (!row.isContainer && !row.isSensor && row.isOther && !found.empty())
-        asked = {"getInstance joe " + str(at(found[0])) + view};
-    if (operation != "references") return asked;
-    const std::string its = "getClass nobody " + row.association.className + " TF " + ASKED_LIST;
-    return asked + Texts(row.others.size(), its);
+    expectRoles(row.cage.classes, {row.cage.role}, {row.other.role});
 }
 
-/// The lines and calls after the opening, but those of building instances.
-Texts work(const Traversal& row, const std::string& operation, const CIMObjectPath& object)
+TEST_P(AssociationTest, TheOtherEndMustHaveItsRole)
 {
-    const std::string& provider = row.association.provider;
-    const bool isFull = operation == "associators";
-    Texts helpers = {"_getRelatedInstanceNames", "_getRelatedInstances"};
-    if (row.isContainer) helpers.pop_back();
-    if (isFull) helpers = {"_getRelatedInstances"};
-    Texts events;
-    for (const std::string& helper : helpers)
-        events.push_back(lineOf(provider, helper + ">", {str(object.getClassName())}));
-    const bool isByID = row.isSensor && !row.isCage;
-    const std::string key = isByID && !row.isOther ? "" : rest(row.object);
-    if (!row.isContainer) {
-        const std::string read = "QBX_Common::getStringProperty(), ";
-        events.push_back("4: -->" + read + "propertyName = " + (isByID ? "DeviceID\n" : "Tag\n"));
-        events.push_back("4: <--" + read + "value = " + key + "\n");
+    expectRoles(row.other.classes, {row.other.role}, {row.cage.role});
+}
+
+TEST_P(AssociationTest, AnObjectOfNeitherEndMayHaveBothRoles)
+{
+    const Texts both = Texts{row.cage.role, row.other.role}.sorted();
+    expectRoles({"QBX_Disk"}, both, both);
+}
+
+TEST_P(AssociationTest, ReferencesAcceptTheResultClassesOfTheAssociation)
+{
+    expectResultClasses("referenceNames", "references", row.referenceClasses);
+}
+
+TEST_P(AssociationTest, AssociatorsAcceptTheResultClassesOfBothEnds)
+{
+    expectResultClasses("associatorNames", "associators", row.associatedClasses);
+}
+
+TEST_P(AssociationTest, ARefusedTraversalIsTracedAndLeavesTheHandlerAlone)
+{
+    const Traversal asked = {"r", "", "CIM_R", "CIM_A"};
+    std::string classes = row.classes[0];
+    classes.replace(classes.find("CIM_Chassis"), std::string("CIM_Chassis").size(), "CIM_R");
+    const std::string role = "role = r, resultClass = CIM_R \n";
+    read("referenceNames", CAGE, {}, asked);
+    EXPECT_LIST(array.events(), own({opening("referenceNames", CAGE, "resultClass = CIM_R"),
+                                     "2: P::referenceNames: invalid params: " + role}));
+    read("references", CAGE, {}, asked);
+    EXPECT_LIST(array.events(), own({opening("references", CAGE, "resultClass = CIM_R \n"),
+                                     "2: P::references: invalid params: " + role}));
+    read("associatorNames", CAGE, {}, asked);
+    EXPECT_LIST(array.events(), own({opening("associatorNames", CAGE, classes),
+                                     "2: P::associatorNames: invalid params: " + row.classes[1]}));
+    read("associators", CAGE, {}, asked);
+    EXPECT_LIST(
+        array.events(),
+        own({opening("associators", CAGE, "associationClass = CIM_A; resultClass = CIM_R \n"),
+             "2: P::associators: invalid params: resultClass = CIM_R \n"}));
+}
+
+// ---- Where the other end comes from ----
+
+/// What an association does to find the one object at the other end of an object in ONE_OF_EACH.
+/// VIEW stands for what is wanted of an instance.
+struct LookupRow : Row
+{
+    LookupRow(const Row& row, const AssociationRow& association, const CIMObjectPath& from,
+              const Texts& toFind, const Texts& toFindNames = {})
+        : Row(row), its(association), object(from), find(toFind), findNames(toFindNames)
+    {
     }
-    if (row.isRefused) return events;
-    // Nothing is done for sensors without a key; not even the last line is written.
-    if (row.isSensor && key.empty()) helpers.pop_back();
-    // The container's cages alone are read with manufacturing data, to be published whole.
-    const std::string query =
-        row.isContainer && isFull ? "api_getCages_Cached" : row.association.query;
-    if (row.isContainer ? row.isOther : !key.empty())
-        events = events + reading(query) + Texts{FREED};
-    for (auto helper = helpers.rbegin(); helper != helpers.rend(); ++helper)
-        events.push_back(lineOf(provider, *helper + "<"));
-    return events + Texts{lineOf(provider, operation + "<")};
-}
+    const AssociationRow& its;
+    CIMObjectPath object;
+    Texts find;
+    Texts findNames;  ///< when that is another way
+};
 
-TEST_F(AssociationTest, EveryTraversalReachesTheOtherEnd)
+class LookupTest : public RowTest<LookupRow>
 {
-    for (const Traversal& row : traversals()) {
-        const Association& its = row.association;
-        use(its);
-        CIMObjectPath object = at(row.object, "as.the.client.says");
-        object.setClassName(CIMName(cased(str(object.getClassName()), std::toupper).c_str()));
-        // The container refers to the package that it found at the start, whichever is asked for.
-        const CIMObjectPath here = row.isContainer && row.isOther ? at(PACKAGE) : object;
-        const bool isFromManager = row.isContainer && row.isCage;
-        const bool isCage = row.object.find("DriveCage") == 0;  // of whatever family
-        Texts others;
-        Texts references;
-        for (const std::string& each : row.others) {
-            const CIMObjectPath other = at(each, isFromManager ? "server1" : "array1");
-            others.push_back(str(other));
-            references.push_back(associationOf(its, isCage ? here : other, isCage ? other : here));
+protected:
+    LookupTest() { start(row.its.provider); }
+
+    /// A step of the provider, with what it does.
+    Texts step(const std::string& name, const Texts& work) const
+    {
+        return {"4: -->P::" + name + ": className = " + str(row.object.getClassName()) + " \n",
+                work, "4: <--P::" + name + "\n"};
+    }
+
+    Texts findInstances(const std::string& view) const
+    {
+        Texts work = row.find;
+        for (std::string& event : work) {
+            if (const auto at = event.find("VIEW"); at != std::string::npos)
+                event.replace(at, 4, view);
         }
-        for (const std::string& operation : OPERATIONS) {
-            SCOPED_TRACE(its.provider + "::" + operation + " " + str(object));
-            array.serve("associations");
-            const std::string thrown = "4 " + its.provider + " Tag key not found.";
-            EXPECT_EQ(run(operation, object), row.isRefused ? thrown : "nothing");
-            EXPECT_EQ(array.events("uildInstance"),
-                      opening(operation, object) + work(row, operation, object));
-            if (row.isRefused) {
-                EXPECT_EQ(got.steps, Texts{});
-                continue;
-            }
-            EXPECT_EQ(got.steps, Texts{"processing"} + Texts(row.others.size(), "deliver") +
-                                     Texts{"complete"});
-            EXPECT_EQ(cimom.asked, questions(row, operation));
-            if (isFromManager && operation == "associators")
-                EXPECT_EQ(got.paths.at(0).find("QBX_SystemPackage"), 0u) << "without host";
-            else
-                EXPECT_EQ(got.paths, isReferences(operation) ? references : others);
-            if (operation == "references") expectReferences();
-        }
+        return step(row.its.steps[1], work);
+    }
+
+    Texts findNames() const
+    {
+        return step(row.its.steps[0], row.findNames.empty() ? findInstances("FF") : row.findNames);
+    }
+
+    void expectEvents(const std::string& operation, const std::string& resultClass,
+                      const std::string& classes, const Texts& work)
+    {
+        EXPECT_EQ(read(operation, row.object, WANTED, {"", "", resultClass, "CIM_A"}), "nothing");
+        EXPECT_LIST(array.events(), own({opening(operation, row.object, classes), work,
+                                         "4: <--P::" + operation + "\n"}));
+    }
+};
+
+TEST_P(LookupTest, ReferenceNames)
+{
+    const std::string asked = row.its.referenceClasses[0];
+    expectEvents("referenceNames", asked, "resultClass = " + asked,
+                 {findNames(), delivered("one")});
+}
+
+TEST_P(LookupTest, References)
+{
+    const std::string asked = row.its.referenceClasses[0];
+    expectEvents(
+        "references", asked, "resultClass = " + asked + " \n",
+        {findNames(), "handler.processing", "cimom.getClass nobody " + row.its.name + " TF Tag",
+         SKELETON, "handler.deliver one", "handler.complete"});
+}
+
+TEST_P(LookupTest, AssociatorNames)
+{
+    expectEvents("associatorNames", "CIM_Chassis", row.its.classes[0],
+                 {findNames(), delivered("one")});
+}
+
+TEST_P(LookupTest, Associators)
+{
+    expectEvents("associators", "CIM_Chassis",
+                 "associationClass = CIM_A; resultClass = CIM_Chassis \n",
+                 {findInstances("TF Tag"), delivered("one")});
+}
+
+const std::string CAGE_FETCHED = "cimom.getInstance joe " + str(CAGE) + " VIEW";
+const Texts CAGE_BUILT = {"cimom.getClass nobody QBX_DriveCageDC2Family VIEW", SKELETON};
+const Texts CARD_BUILT = {"cimom.getClass nobody QBX_CageInterfaceCardDC2Family VIEW", SKELETON};
+const Texts MAGAZINE_BUILT = {"cimom.getClass nobody QBX_Magazine VIEW",
+                              "4: -->QBX_MagazineProvider::buildInstance()\n", SKELETON,
+                              "4: <--QBX_MagazineProvider::buildInstance()\n"};
+const Texts SENSOR_BUILT = {"cimom.getClass nobody QBX_CageSensor VIEW",
+                            "4: -->QBX_CageSensorProvider::buildInstance()\n", SKELETON,
+                            "4: <--QBX_CageSensorProvider::buildInstance()\n"};
+
+// clang-format off
+const std::vector<LookupRow> LOOKUPS = {
+    LookupRow("CageOfCard", CARD_IN_CAGE, CARD,
+              {readKey("Tag", "card 0"), query("api_getFCALsNoMfg_Cached"), CAGE_FETCHED, FREED}),
+    LookupRow("CardInCage", CARD_IN_CAGE, CAGE,
+              {readKey("Tag", "cage 0"), query("api_getFCALsNoMfg_Cached"), CARD_BUILT, FREED}),
+    LookupRow("CageOfMagazine", MAGAZINE_IN_CAGE, MAGAZINE,
+              {readKey("Tag", "mag 0"), query("api_getMagazinesNoMfg_Cached"), CAGE_FETCHED,
+               FREED}),
+    LookupRow("MagazineInCage", MAGAZINE_IN_CAGE, CAGE,
+              {readKey("Tag", "cage 0"), query("api_getMagazinesNoMfg_Cached"), MAGAZINE_BUILT,
+               FREED}),
+    LookupRow("PackageOfCage", CAGE_IN_SYSTEM, CAGE,
+              {"cimom.enumerateInstances joe QBX_SystemPackage VIEW"},
+              {"cimom.enumerateInstanceNames joe QBX_SystemPackage"}),
+    LookupRow("CageInPackage", CAGE_IN_SYSTEM, PACKAGE,
+              {query("api_getCages_Cached"), CAGE_BUILT, FREED},
+              {query("api_getCagesNoMfg_Cached"), FREED}),
+    LookupRow("CageOfSensor", SENSOR_IN_CAGE, SENSOR,
+              {readKey("DeviceID", "cage 0-sensor0"), query("api_getCages_Cached"), CAGE_BUILT,
+               FREED}),
+    LookupRow("SensorInCage", SENSOR_IN_CAGE, CAGE,
+              {readKey("Tag", "cage 0"), query("api_getCages_Cached"), SENSOR_BUILT, FREED}),
+};
+// clang-format on
+INSTANTIATE_TEST_SUITE_P(All, LookupTest, testing::ValuesIn(LOOKUPS), nameOfRow);
+
+// ---- What lies at the other end ----
+
+/// Cages of the same name, elements of the same name in two cages, elements of a cage that is not
+/// listed, an absent magazine before one of its name, cages without sensors of their own.
+const std::string MANY = R"(
+  "cages": [
+    {"deviceID": "cage a", "type": "JB_LBOD", "lbod": {"sensors": [{"limit_low": 1}, null, {"reading": 1}]}},
+    {"deviceID": "cage b", "type": "JB_MBOD"},
+    {"deviceID": "cage c", "type": "JB_DC3", "lbod": {"sensors": [{"reading": 1}]}},
+    {"deviceID": "cage a", "type": "JB_MBOD", "lbod": {"sensors": [{"reading": 1}]}}],
+  "magazines": [
+    {"deviceID": "mag 0", "parentDeviceID": "cage a", "cageType": "JB_LBOD"},
+    {"deviceID": "mag 1", "parentDeviceID": "cage a", "cageType": "JB_LBOD", "isAbsent": true},
+    {"deviceID": "mag 2", "parentDeviceID": "cage a", "cageType": "JB_LBOD"},
+    {"deviceID": "mag 1", "parentDeviceID": "ghost", "cageType": "JB_DC3"}],
+  "fcals": [
+    {"deviceID": "card 0", "parentDeviceID": "cage a", "cageType": "JB_LBOD"},
+    {"deviceID": "card 1", "parentDeviceID": "cage a", "cageType": "JB_MBOD"},
+    {"deviceID": "card 2", "parentDeviceID": "ghost", "cageType": "JB_JBOD"},
+    {"deviceID": "card 0", "parentDeviceID": "cage b", "cageType": "JB_MBOD"}])";
+
+CIMObjectPath cage(const std::string& tag)
+{
+    return element("QBX_DriveCageDC2Family", tag);
+}
+
+CIMObjectPath card(const std::string& tag)
+{
+    return element("QBX_CageInterfaceCardDC2Family", tag);
+}
+
+CIMObjectPath magazine(const std::string& tag)
+{
+    return element("QBX_Magazine", tag);
+}
+
+const CIMObjectPath GHOST_DC1 = element("QBX_DriveCageDC1Family", "ghost");
+const CIMObjectPath GHOST_DC3 = element("QBX_DriveCageDC3Family", "ghost");
+const CIMObjectPath GHOSTS_CARD = element("QBX_CageInterfaceCardDC1Family", "card 2");
+const CIMObjectPath CAGE_C = element("QBX_DriveCageDC3Family", "cage c");
+
+/// An object of the array MANY and what lies at the other end, in order.
+struct OtherEndRow : Row
+{
+    const AssociationRow& its;
+    CIMObjectPath object;
+    std::vector<CIMObjectPath> others;
+};
+
+using OtherEndTest = RowTest<OtherEndRow>;
+
+TEST_P(OtherEndTest, IsReachedByEveryTraversal)
+{
+    start(row.its.provider, MANY);
+    CIMObjectPath object = row.object;
+    object.setHost("as.the.client.says");
+    const bool isCage = str(object.getClassName()).find("QBX_DriveCage") == 0;
+    Texts others;
+    Texts pairs;
+    for (const CIMObjectPath& other : row.others) {
+        others.push_back(str(other));
+        pairs.push_back(isCage ? pathOfPair(row.its, object, other)
+                               : pathOfPair(row.its, other, object));
+    }
+    for (const std::string& operation : TRAVERSALS) {
+        SCOPED_TRACE(operation);
+        EXPECT_EQ(read(operation, object), "nothing");
+        EXPECT_LIST(got.paths, operation[0] == 'r' ? pairs : others);
+        EXPECT_LIST(array.events().startingWith("handler."),
+                    {"handler.processing", Texts(others.size(), "handler.deliver one"),
+                     "handler.complete"});
     }
 }
 
-TEST_F(AssociationTest, AllAssociationsAreListedFromTheRecordsAlone)
+// clang-format off
+const std::vector<OtherEndRow> OTHER_ENDS = {
+    {"CardInTwoCagesHasTheFirst", CARD_IN_CAGE, card("card 0"), {cage("cage a")}},
+    {"CardOfAnUnlistedCage", CARD_IN_CAGE, GHOSTS_CARD, {GHOST_DC1}},
+    {"TheClassOfACardIsNotCompared", CARD_IN_CAGE, element("QBX_CageInterfaceCard", "card 0"),
+     {cage("cage a")}},
+    {"TheTagOfACardIsCompared", CARD_IN_CAGE, card("Card 0"), {}},
+    {"CardsOfACage", CARD_IN_CAGE, cage("cage a"), {card("card 0"), card("card 1")}},
+    {"CardsOfACageOfAnotherClass", CARD_IN_CAGE, CAGE_C, {}},
+    {"CardsOfAnUnlistedCage", CARD_IN_CAGE, GHOST_DC1, {GHOSTS_CARD}},
+    {"CardsOfACageNamedLikeAFormat", CARD_IN_CAGE, cage("cage 100%s"), {}},
+    {"AMagazineHasNoCards", CARD_IN_CAGE, magazine("cage a"), {}},
+    {"Magazine", MAGAZINE_IN_CAGE, magazine("mag 0"), {cage("cage a")}},
+    {"AbsentMagazineDoesNotCount", MAGAZINE_IN_CAGE, magazine("mag 1"), {GHOST_DC3}},
+    {"UnknownMagazine", MAGAZINE_IN_CAGE, magazine("mag 9"), {}},
+    {"MagazinesOfACage", MAGAZINE_IN_CAGE, cage("cage a"), {magazine("mag 0"), magazine("mag 2")}},
+    {"ACardHasNoMagazines", MAGAZINE_IN_CAGE, card("mag 0"), {}},
+    {"CagesOfThePackage", CAGE_IN_SYSTEM, PACKAGE,
+     {cage("cage a"), cage("cage b"), CAGE_C, cage("cage a")}},
+    {"ACardIsInNoPackage", CAGE_IN_SYSTEM, card("card 0"), {}},
+    {"SensorsOfTheFirstCageOfItsName", SENSOR_IN_CAGE, cage("cage a"),
+     {sensor("cage a-sensor0"), sensor("cage a-sensor2")}},
+    {"CageWithoutSensors", SENSOR_IN_CAGE, cage("cage b"), {}},
+    {"CageOfATypeWithoutSensors", SENSOR_IN_CAGE, cage("cage c"), {}},
+    {"TheTagOfACageIsCompared", SENSOR_IN_CAGE, cage("Cage a"), {}},
+    {"CageOfAnotherClassHasNoSensors", SENSOR_IN_CAGE, element("QBX_DriveCage", "cage a"), {}},
+    {"Sensor", SENSOR_IN_CAGE, sensor("cage a-sensor0"), {cage("cage a")}},
+    {"EmptyPlaceIsNoSensor", SENSOR_IN_CAGE, sensor("cage a-sensor1"), {}},
+    {"SensorOfACageThatCarriesNone", SENSOR_IN_CAGE, sensor("cage c-sensor0"), {}},
+    {"IndexOfASensorHasNoPadding", SENSOR_IN_CAGE, sensor("cage a-sensor02"), {}},
+    {"SensorWithoutDeviceID", SENSOR_IN_CAGE, pathOf("QBX_CageSensor"), {}},
+    {"CageWithoutTag", SENSOR_IN_CAGE, pathOf("QBX_DriveCageDC2Family"), {}},
+};
+// clang-format on
+INSTANTIATE_TEST_SUITE_P(All, OtherEndTest, testing::ValuesIn(OTHER_ENDS), nameOfRow);
+
+/// All associations of the array MANY, in order: a cage and the other end in turn.
+struct PairsRow : Row
 {
-    const std::vector<Texts> pairs = table("pairs", 3);
-    for (const Association& each : ALL) {
-        use(each, "associations");
-        Texts expected;
-        for (const Texts& row : pairs) {
-            if (each.className == "QBX_" + row[0])
-                expected.push_back(associationOf(each, at(row[1]), at(row[2])));
-        }
-        Handler handler;
-        provider->enumerateInstanceNames(contextOf(), CIMObjectPath(), handler);
-        EXPECT_EQ(handler.paths, expected);
-        cimom.asked.clear();
-        provider->enumerateInstances(contextOf(), CIMObjectPath(), false, true,
-                                     listOf("PartComponent"), handler);
-        EXPECT_EQ(handler.paths, expected + expected);
-        EXPECT_EQ(cimom.asked, Texts(expected.size(),
-                                     "getClass nobody " + each.className + " FT PartComponent"));
+    const AssociationRow& its;
+    std::vector<CIMObjectPath> ends;
+};
+
+using PairsTest = RowTest<PairsRow>;
+
+TEST_P(PairsTest, AreListedFromTheRecordsAlone)
+{
+    start(row.its.provider, MANY);
+    Texts paths;
+    for (std::size_t i = 0; i < row.ends.size(); i += 2)
+        paths.push_back(pathOfPair(row.its, row.ends[i], row.ends[i + 1]));
+    for (const std::string operation : {"enumerateInstanceNames", "enumerateInstances"}) {
+        EXPECT_EQ(read(operation, CIMObjectPath()), "nothing");
+        EXPECT_LIST(got.paths, paths);
     }
 }
+
+// clang-format off
+const std::vector<PairsRow> PAIRS = {
+    {"CardsInCages", CARD_IN_CAGE,
+     {cage("cage a"), card("card 0"), cage("cage a"), card("card 1"), GHOST_DC1, GHOSTS_CARD,
+      cage("cage b"), card("card 0")}},
+    {"MagazinesInCages", MAGAZINE_IN_CAGE,
+     {cage("cage a"), magazine("mag 0"), cage("cage a"), magazine("mag 2"), GHOST_DC3,
+      magazine("mag 1")}},
+    {"CagesInSystem", CAGE_IN_SYSTEM,
+     {cage("cage a"), PACKAGE, cage("cage b"), PACKAGE, CAGE_C, PACKAGE, cage("cage a"), PACKAGE}},
+    {"SensorsInCages", SENSOR_IN_CAGE,
+     {cage("cage a"), sensor("cage a-sensor0"), cage("cage a"), sensor("cage a-sensor2"),
+      cage("cage a"), sensor("cage a-sensor0")}},
+};
+// clang-format on
+INSTANTIATE_TEST_SUITE_P(All, PairsTest, testing::ValuesIn(PAIRS), nameOfRow);
 
 // ---- What goes wrong ----
 
-TEST_F(AssociationTest, WhatTheObjectManagerGivesIsNeitherChangedNorLost)
+using SingleAssociationTest = ProviderTest;
+
+TEST_F(SingleAssociationTest, WithoutTagNothingIsLookedFor)
 {
-    use(CARD, "associations");
-    CIMInstance its = cimom.onGetInstance(at("DriveCageDC2Family cage a"));
+    for (const std::string& name : {CARD_IN_CAGE.provider, MAGAZINE_IN_CAGE.provider}) {
+        start(name);
+        for (const std::string& operation : TRAVERSALS) {
+            EXPECT_EQ(read(operation, pathOf("QBX_DriveCage")),
+                      "4 " + name + " Tag key not found.");
+            EXPECT_LIST(array.calls(), {OPEN});
+        }
+    }
+}
+
+TEST_F(SingleAssociationTest, WithoutKeyTheSensorsWriteNoLineAsTheStepEnds)
+{
+    start("QBX_SensorInDriveCageProvider");
+    EXPECT_EQ(read("associators", pathOf("QBX_CageSensor")), "nothing");
+    EXPECT_LIST(array.events(), own({opening("associators", pathOf("QBX_CageSensor"),
+                                             "associationClass = ; resultClass =  \n"),
+                                     "4: -->P::_getRelatedInstance: className = QBX_CageSensor \n",
+                                     readKey("DeviceID", ""), "handler.processing",
+                                     "handler.complete", "4: <--P::associators\n"}));
+}
+
+TEST_F(SingleAssociationTest, WhatTheObjectManagerGivesIsNeitherChangedNorLost)
+{
+    start("QBX_FCALCardInDriveCageProvider");
+    CIMInstance its = cimom.onGetInstance(CAGE);
     const std::string bare = str(its.getPath());
     cimom.onGetInstance = [&its](const CIMObjectPath&) { return its; };
-    EXPECT_EQ(run("associators", at("CageInterfaceCardDC2Family card 0")), "nothing");
-    EXPECT_EQ(got.paths, Texts{str(at("DriveCageDC2Family cage a"))});
+    EXPECT_EQ(read("associators", CARD), "nothing");
+    EXPECT_LIST(got.paths, {str(CAGE)});
     EXPECT_EQ(str(its.getPath()), bare);
 
     // What has a path keeps it, and what cannot have this one stays as it came.
     its.setPath(pathOf("QBX_DriveCageDC2Family", {{"Tag", "another"}}));
-    run("associators", at("CageInterfaceCardDC2Family card 0"));
-    EXPECT_EQ(got.paths, Texts{str(its.getPath())});
+    read("associators", CARD);
+    EXPECT_LIST(got.paths, {str(its.getPath())});
     its = instanceOf(CIMName("QBX_Magazine"));
-    EXPECT_EQ(run("associators", at("CageInterfaceCardDC2Family card 0")), "nothing");
-    EXPECT_EQ(got.paths, Texts{str(its.getPath())});
+    EXPECT_EQ(read("associators", CARD), "nothing");
+    EXPECT_LIST(got.paths, {str(its.getPath())});
 }
 
-TEST_F(AssociationTest, ACageHasItsContainerWhateverTheObjectManagerKnowsOfPackages)
+TEST_F(SingleAssociationTest, ACageHasItsContainerWhateverTheObjectManagerKnowsOfPackages)
 {
-    use(CONTAINER);
-    const CIMObjectPath object = at("DriveCageDC2Family unheard of");
-    const CIMObjectPath another = at("SystemPackage another");
+    start("QBX_SysCageContainerProvider");
+    const CIMObjectPath another = element("QBX_SystemPackage", "another");
     for (const Uint32 known : {0, 2}) {
         cimom.onEnumerateInstanceNames = [&](const CIMName&) {
             return Array<CIMObjectPath>(known, another);
         };
         for (const char* operation : {"referenceNames", "references"}) {
-            run(operation, object);
-            EXPECT_EQ(got.paths, Texts{associationOf(CONTAINER, object, at(PACKAGE))});
+            read(operation, CAGE);
+            EXPECT_LIST(got.paths, {pathOfPair(CAGE_IN_SYSTEM, CAGE, PACKAGE)});
         }
-        run("associatorNames", object);
-        EXPECT_EQ(got.paths, Texts(known, str(another)));
+        EXPECT_EQ(read("associatorNames", cage("unheard of")), "nothing");
+        EXPECT_LIST(got.paths, Texts(known, str(another)));
     }
+}
 
-    // Nothing can refer to a package that was not there at the start.
+TEST_F(SingleAssociationTest, ThePackageOfTheStartIsReferredToWhicheverIsAskedFor)
+{
+    start("QBX_SysCageContainerProvider");
+    read("referenceNames", element("QBX_SystemPackage", "another"));
+    EXPECT_LIST(got.paths, {pathOfPair(CAGE_IN_SYSTEM, CAGE, PACKAGE)});
+}
+
+TEST_F(SingleAssociationTest, WithoutPackageAtTheStartThereIsNoAssociation)
+{
     cimom.onEnumerateInstanceNames = [](const CIMName&) { return Array<CIMObjectPath>(); };
-    use(CONTAINER, "associations");
-    EXPECT_NE(run("references", at(PACKAGE)), "nothing");
-    EXPECT_EQ(got.steps, Texts{"processing"});
-    EXPECT_EQ(run("associatorNames", at(PACKAGE)), "nothing");
-    EXPECT_EQ(got.paths.size(), 5u);
-    Handler names;
-    EXPECT_NE(
-        thrownBy([&] { provider->enumerateInstanceNames(contextOf(), CIMObjectPath(), names); }),
-        "nothing");
-    EXPECT_EQ(names.steps, Texts{});
+    start("QBX_SysCageContainerProvider");
+    EXPECT_NE(read("references", PACKAGE), "nothing");
+    EXPECT_LIST(array.events().startingWith("handler."), {"handler.processing"});
+    EXPECT_EQ(read("associatorNames", PACKAGE), "nothing");
+    EXPECT_LIST(got.paths, {str(CAGE)});
+    EXPECT_NE(read("enumerateInstanceNames", CIMObjectPath()), "nothing");
+    EXPECT_LIST(array.events().startingWith("handler."), Texts());
 }
 
 }  // namespace

@@ -1,278 +1,237 @@
-// Requests of every provider with each of their calls failing once: what becomes of the request,
-// and of the next one. Besides, requests of several threads at once.
-#include "ProviderTest.h"
+// Requests one of whose calls fails: what becomes of the request, and of the next one. Besides,
+// requests of several threads at once.
+#include "Providers.h"
 
-#include <fnmatch.h>
-
-#include <regex>
 #include <thread>
 
 namespace
 {
 
-/// What comes of a request.
-struct Result
+/// Where an event of that start stands in a list: all its positions.
+std::vector<std::size_t> positionsOf(const std::string& start, const Texts& events)
 {
-    std::string thrown;
-    Texts steps;    ///< of the handler
-    Texts objects;  ///< delivered, whole
-    Texts events;   ///< calls, upcalls and lines, in order
+    std::vector<std::size_t> found;
+    for (std::size_t i = 0; i < events.size(); ++i) {
+        if (events[i].compare(0, start.size(), start) == 0) found.push_back(i);
+    }
+    return found;
+}
 
-    Texts all() const { return Texts{thrown} + objects + events; }
+/// What the notes of a handler or of the object manager throw, and what becomes of that outside.
+struct Thrown
+{
+    std::function<void()> raise;
+    std::string text;
 };
 
-/// A request of data/requests.txt.
-struct Request
-{
-    std::string provider;
-    std::string operation;
-    CIMObjectPath object;
-    std::string tag;  ///< of the object
-    std::string arguments;
-    std::string thrown;
+const std::vector<Thrown> THROWN = {
+    {[] { throw CIMException(CIM_ERR_FAILED, "not now"); }, "1 not now"},
+    {[] { throw CIMException(CIM_ERR_NOT_FOUND, "not now"); }, "6 not now"},
+    {[] { throw AlreadyExistsException("not now"); },
+     thrownBy([] { throw AlreadyExistsException("not now"); })},
+    {[] { throw std::runtime_error("not now"); }, "not now"},
+    {[] { throw 5; }, "no exception"},
 };
 
-/// One fault of a request, and its outcome; see data/faults.txt.
-struct Fault
+/// A way in which a call that holds the semaphore fails: by the wait or by the call, which then
+/// returns the status.
+struct Way
 {
-    std::size_t position;  ///< of the call in the events of the whole request
-    std::string way;
-    std::string outcome;
-
-    /// The number in the way.
-    std::string status() const { return way.substr(way.find_first_of("-0123456789")); }
+    bool isWait;
+    int status;
+    bool doesWork;
 };
 
-bool begins(const std::string& text, const std::string& start)
-{
-    return text.compare(0, start.size(), start) == 0;
-}
+const std::vector<Way> FAILURES = {{true, -1, false}, {false, 11, false}, {false, -1, true}};
 
-/// True when the text fits one of the patterns, in which * stands for any text.
-bool fits(const std::string& text, const std::string& patterns)
-{
-    const Texts list = split(patterns);
-    return std::any_of(list.begin(), list.end(), [&text](const std::string& pattern) {
-        return fnmatch(pattern.c_str(), text.c_str(), 0) == 0;
-    });
-}
-
-bool isUpcall(const std::string& event)
-{
-    return begins(event, "0: cimom.") || begins(event, "0: handler.");
-}
-
-unsigned count(const Texts& events, const std::string& part)
-{
-    const auto has = [&part](const std::string& event) {
-        return event.find(part) != std::string::npos;
-    };
-    return static_cast<unsigned>(std::count_if(events.begin(), events.end(), has));
-}
-
-std::string textOf(const CIMInstance& instance)
-{
-    std::string text = str(instance.getPath());
-    for (Uint32 i = 0; i < instance.getPropertyCount(); ++i)
-        text += " " + str(instance.getProperty(i).getValue());
-    return text;
-}
-
-[[noreturn]] void raise(const std::string& way)
-{
-    if (way == "library") throw AlreadyExistsException("not now");
-    if (way == "standard") throw std::runtime_error("not now");
-    if (way == "other") throw 5;
-    throw CIMException(CIMStatusCode(std::stoi(way)), "not now");
-}
-
-/// Puts upcalls on record from now on, and makes that one fail; 0 for none.
-void watchUpcalls(std::size_t failing, const std::string& way = "")
-{
-    onUpcall = [number = std::size_t(0), failing, way](const std::string& upcall) mutable {
-        log_message(0, "%s", upcall.c_str());
-        if (++number == failing) raise(way);
-    };
-}
-
-class FaultTest : public ProviderTest
+class FaultTest : public RequestTest
 {
 protected:
-    FaultTest() { setenv("QBX_SIM_STRICT", "0", 1); }  // a misuse shows on record
-    ~FaultTest() override { onUpcall = nullptr; }
-
-    /// Calls `use(requests)` for each provider, which then serves data/faults.json.
-    template <class Use>
-    void forEachProvider(Use&& use)
+    FaultTest()
     {
-        std::map<std::string, std::vector<Request>> requests;
-        for (const Texts& row : table("requests", 5)) {
-            for (const std::string& operation : split(row[1]))
-                requests[row[0]].push_back(
-                    {row[0], operation, at(row[2]), rest(row[2]), row[3], row[4]});
-        }
-        for (auto& [name, its] : requests) {
-            start(name, "faults");
-            for (Request& request : its) {
-                if (request.operation != "getInstance") continue;
-                Handler names;
-                provider->enumerateInstanceNames(contextOf(), request.object, names);
-                request.object = CIMObjectPath(names.paths.at(0).c_str());
-            }
-            use(its);
-        }
+        EXPECT_EQ(make(), "nothing");
+        asEver = array.events();
     }
 
-    Result resultOf(const Request& request, const OperationContext& context = contextOf())
+    /// Makes the call at this position of asEver, or the wait before it, fail.
+    void plan(std::size_t position, const Way& way)
     {
-        array.forget();
-        Handler handler;
-        const std::string thrown = thrownBy(
-            [&] { run(request.operation, request.object, request.arguments, handler, context); });
-        Texts objects = handler.paths;
-        std::transform(handler.instances.begin(), handler.instances.end(), objects.begin(), textOf);
-        EXPECT_TRUE(TestArray::lists.empty()) << "a record list was not freed";
-        return {thrown, handler.steps, objects, array.events()};
-    }
-
-    /// Makes the fault happen in the next request, and returns all events up to the failing one.
-    Texts plan(const Texts& events, const Fault& fault)
-    {
-        const bool isWait = begins(fault.way, "wait");
-        Texts planned(events.begin(), events.begin() + fault.position + (isWait ? 0 : 1));
-        const std::string name = planned.back().substr(0, planned.back().find('('));
+        const std::string name = asEver[position].substr(0, asEver[position].find('('));
+        const Texts before = asEver.first(position);
         array.mend();
-        watchUpcalls(0);
-        if (fault.way == "nobody") {
-            planned.pop_back();
-        } else if (isUpcall(planned.back())) {
-            watchUpcalls(std::count_if(planned.begin(), planned.end(), isUpcall), fault.way);
-        } else {
-            array.fail(name, std::stoi(fault.status()), count(planned, name + "("),
-                       begins(fault.way, "after"));
-            planned.back().replace(planned.back().rfind(' ') + 1, std::string::npos,
-                                   fault.status());
-        }
-        return planned;
+        if (way.isWait)
+            array.fail("cim_sem_wait", way.status,
+                       unsigned(before.startingWith("cim_sem_wait").size()));
+        else
+            array.fail(name, way.status, 0, way.doesWork);
     }
 
-    void expectOutcome(const Request& request, const Result& whole, const Fault& fault)
+    /// The event at this position of asEver throws: the request must throw the same at once.
+    void expectPassedOn(std::size_t position)
     {
-        const Texts planned = plan(whole.events, fault);
-        const bool isNobodys = fault.way == "nobody";
-        const Result got = resultOf(request, isNobodys ? OperationContext() : contextOf());
-        const auto failed = got.events.begin() + std::min(planned.size(), got.events.size());
-        EXPECT_EQ(Texts(got.events.begin(), failed), planned) << "up to the fault";
-        const Texts after(failed, got.events.end());
-        EXPECT_LE(got.events.size(), whole.events.size()) << testing::PrintToString(after);
-        const Result expected = expectedOf(request, whole, fault);
-        const bool isThrown = expected.thrown != "nothing";
-        EXPECT_EQ(got.thrown, expected.thrown);
-        EXPECT_EQ(got.steps, expected.steps);
-        EXPECT_EQ(got.events.back() == lineOf(request.provider, request.operation + "<"),
-                  !isThrown);
-        if (!isThrown) {
-            EXPECT_EQ(got.objects, expected.objects);
-            EXPECT_EQ(count(got.events, "-->"), count(got.events, "<--"));
-        } else if (!begins(fault.outcome, "6 ")) {  // a search in vain goes on to its end
-            EXPECT_EQ(after.size(), count(after, FREED) + count(after, "cim_sem_post()"));
+        for (const Thrown& thrown : THROWN) {
+            const auto passed = positionsOf("handler.", asEver.first(position)).size() +
+                                positionsOf("cimom.", asEver.first(position)).size();
+            array.onNote = [&thrown, left = passed](const std::string&) mutable {
+                if (left-- == 0) thrown.raise();
+            };
+            ASSERT_EQ(make(), thrown.text) << asEver[position];
+            Texts done;
+            for (const std::string& event : array.events()) {
+                if (event != FREED || done.size() <= position) done.push_back(event);
+            }
+            EXPECT_LIST(done, asEver.first(position + 1)) << "nothing is done afterwards";
+            expectUnharmed(asEver);
         }
-        EXPECT_EQ(count(got.events, "cim_sem_wait() = 0"), count(got.events, "cim_sem_post()"));
-        EXPECT_EQ(resultOf(request).all(), whole.all()) << "the next request";
     }
 
-private:
-    /// What must come of the request, but its events and what was delivered before it threw.
-    static Result expectedOf(const Request& request, const Result& whole, const Fault& fault)
-    {
-        Result expected = whole;
-        const Texts words = split(fault.outcome);
-        if (fault.outcome == "passes") {
-            expected.thrown = thrownBy([&fault] { raise(fault.way); });
-        } else if (fault.outcome == "status") {
-            expected.steps[1] = "deliver sint32 " + fault.status();
-        } else if (words.size() == 3 && words[1] == "to") {
-            expected.objects = {whole.objects.begin() + std::stoi(words[0]),
-                                whole.objects.begin() + std::stoi(words[2])};
-            expected.steps = {"processing", "deliver " + std::to_string(expected.objects.size()),
-                              "complete"};
-            if (!begins(request.operation, "enumerate"))
-                expected.steps.erase(expected.steps.begin() + 1);
-        } else if (fault.outcome != "whole") {
-            std::string& thrown = expected.thrown;
-            thrown = std::regex_replace(fault.outcome, std::regex("PROVIDER"), request.provider);
-            thrown = std::regex_replace(thrown, std::regex("OPERATION"), request.operation);
-            thrown = std::regex_replace(thrown, std::regex("TAG"), request.tag);
-        }
-        if (expected.thrown == "nothing") return expected;
-        // Only references builds its results while the handler is open.
-        const Texts before(whole.events.begin(), whole.events.begin() + fault.position);
-        const bool mayBeOpen = request.operation == "references" ||
-                               begins(whole.events[fault.position], "0: handler.");
-        expected.steps.resize(mayBeOpen ? count(before, "0: handler.") : 0);
-        return expected;
-    }
+    Texts asEver;  ///< the events of the request when nothing fails
 };
 
-TEST_F(FaultTest, EachCallFailsOnceAndTheNextRequestIsRight)
+// ---- Reads ----
+
+using FailedReadTest = FaultTest;
+
+INSTANTIATE_TEST_SUITE_P(All, FailedReadTest, testing::ValuesIn(allReads()), nameOfRow);
+
+TEST_P(FailedReadTest, AFailedQueryReadsAsAnEmptyList)
 {
-    const std::vector<Texts> rows = table("faults", 5);
-    forEachProvider([&](const std::vector<Request>& requests) {
-        int cells = 0;
-        for (const Request& request : requests) {
-            array.mend();
-            watchUpcalls(0);
-            const Result whole = resultOf(request);
-            EXPECT_EQ(whole.thrown, request.thrown.empty() ? "nothing" : request.thrown);
-            EXPECT_EQ(whole.objects.empty(), !request.arguments.empty());
-            for (std::size_t i = 0; i < whole.events.size(); ++i) {
-                const std::string& event = whole.events[i];
-                SCOPED_TRACE(request.provider + "::" + request.operation + " " +
-                             str(request.object) + " " + request.arguments + "\n" + event);
-                std::map<std::string, std::string> outcomes;  // by way
-                for (const Texts& row : rows) {
-                    if (!fits(request.provider, row[0]) || !fits(request.operation, row[1]) ||
-                        !fits(event, row[2]))
-                        continue;
-                    for (const std::string& way : split(row[3]))
-                        outcomes.emplace(way, row[4]);
-                }
-                EXPECT_EQ(outcomes.empty(), !begins(event, "api_") && !isUpcall(event));
-                for (const auto& [way, outcome] : outcomes) {
-                    SCOPED_TRACE("failing: " + way + ", outcome: " + outcome);
-                    expectOutcome(request, whole, {i, way, outcome});
-                    ++cells;
-                }
-            }
+    Texts delivered = {"handler.processing", "handler.complete"};
+    std::string thrown = "nothing";
+    if (row.operation[0] == 'e') {
+        delivered = {"handler.processing", "handler.deliver 0", "handler.complete"};
+    } else if (row.operation == "getInstance") {
+        const bool isAssociation = associations != nullptr;
+        const Array<CIMKeyBinding> keys = row.object.getKeyBindings();
+        delivered = Texts();
+        thrown = "6 " + row.provider + " CIM Object not found." +
+                 (isAssociation ? "" : str(keys[1].getValue()));
+    }
+    for (const std::size_t query : positionsOf("api_get", asEver)) {
+        if (asEver[query] == "api_getCagesPS_Cached(0) = 0") continue;  // it is empty anyway
+        for (const Way& way : FAILURES) {
+            plan(query, way);
+            ASSERT_EQ(make(), thrown) << asEver[query] << " " << way.status;
+            EXPECT_LIST(array.events().startingWith("handler."), delivered);
+            expectUnharmed(asEver);
         }
-        RecordProperty(requests[0].provider, cells);
-    });
+    }
 }
 
-TEST_F(FaultTest, RequestsOfSeveralThreadsAtOnce)
+TEST_P(FailedReadTest, WhatTheHandlerThrowsIsPassedOn)
 {
-    forEachProvider([&](const std::vector<Request>& requests) {
-        const auto deliveredBy = [this](const Request& request) {
-            Handler handler;
-            const std::string thrown = thrownBy(
-                [&] { run(request.operation, request.object, request.arguments, handler); });
-            return handler.steps + handler.paths + Texts{thrown};
-        };
-        std::vector<Texts> expected;
-        for (const Request& request : requests)
-            expected.push_back(deliveredBy(request));
-        std::vector<std::thread> threads;
-        for (std::size_t thread = 0; thread < 4; ++thread) {
-            threads.emplace_back([&, thread] {
-                for (std::size_t i = 0; i < 5 * requests.size(); ++i) {
-                    const std::size_t each = (i + thread) % requests.size();
-                    EXPECT_EQ(deliveredBy(requests[each]), expected[each]);
-                }
-            });
+    for (const std::size_t step : positionsOf("handler.", asEver))
+        expectPassedOn(step);
+}
+
+TEST_P(FailedReadTest, WhatTheObjectManagerThrowsIsPassedOn)
+{
+    for (const std::size_t upcall : positionsOf("cimom.", asEver)) {
+        const bool isCageOfElement = asEver[upcall].find("cimom.getInstance") == 0;
+        if (!isCageOfElement) expectPassedOn(upcall);
+    }
+}
+
+/// The requests that fetch a cage from the object manager.
+std::vector<Request> readsOfCages()
+{
+    std::vector<Request> requests;
+    for (const Request& each : allReads()) {
+        if (each.object.identical(CARD) || each.object.identical(MAGAZINE)) {
+            if (each.operation[0] == 'r' || each.operation[0] == 'a') requests.push_back(each);
         }
-        for (std::thread& thread : threads)
-            thread.join();
-    });
+    }
+    return requests;
+}
+
+using FailedFetchTest = FaultTest;
+
+INSTANTIATE_TEST_SUITE_P(All, FailedFetchTest, testing::ValuesIn(readsOfCages()), nameOfRow);
+
+TEST_P(FailedFetchTest, ACageThatCannotBeFetchedIsMissing)
+{
+    for (const Thrown& thrown : THROWN) {
+        array.onNote = [&thrown](const std::string& note) {
+            if (note.find("cimom.getInstance") == 0) thrown.raise();
+        };
+        ASSERT_EQ(make(), "nothing") << thrown.text;
+        EXPECT_LIST(array.events().startingWith("handler."),
+                    {"handler.processing", "handler.complete"});
+        expectUnharmed(asEver);
+    }
+}
+
+// ---- Changes ----
+
+using FailedChangeTest = FaultTest;
+
+INSTANTIATE_TEST_SUITE_P(All, FailedChangeTest, testing::ValuesIn(CHANGES), nameOfRow);
+
+TEST_P(FailedChangeTest, WhatCannotBeLookedUpIsNotFound)
+{
+    const std::string tag = str(row.object.getKeyBindings()[1].getValue());
+    const std::string notFound =
+        "1 " + row.provider + "::" + row.operation + "()  Device not found with Tag=";
+    for (const Way& way : FAILURES) {
+        plan(positionsOf("api_find", asEver).at(0), way);
+        ASSERT_EQ(make(), notFound + tag) << way.status;
+        EXPECT_LIST(array.events().startingWith("handler."), Texts());
+        EXPECT_LIST(array.events().startingWith("4: <--QBX_Common"), {readKey("Tag", tag)[1]});
+        expectUnharmed(asEver);
+    }
+    EXPECT_EQ(makeOf(element(str(row.object.getClassName()), "x y")), notFound + "x y");
+    EXPECT_EQ(makeOf(pathOf(str(row.object.getClassName()))), notFound);
+}
+
+TEST_P(FailedChangeTest, TheStatusOfTheActionIsTheResultOfTheMethod)
+{
+    const bool isModify = row.operation == "modifyInstance";  // its status is ignored
+    const auto calls = positionsOf("api_", asEver);
+    for (const Way& way : {Way{true, 1, false}, Way{false, 11, false}, Way{false, -1, true}}) {
+        if (isModify && way.isWait) continue;  // it is called without the semaphore
+        plan(calls.back(), way);
+        ASSERT_EQ(make(), "nothing");
+        EXPECT_LIST(array.events().startingWith("handler."),
+                    isModify ? Texts() : delivered("sint32 " + std::to_string(way.status)));
+        expectUnharmed(asEver);
+    }
+}
+
+TEST_P(FailedChangeTest, WhatTheHandlerThrowsIsPassedOn)
+{
+    for (const std::size_t step : positionsOf("handler.", asEver))
+        expectPassedOn(step);
+}
+
+// ---- Threads ----
+
+using ThreadTest = RowTest<ProviderRow>;
+
+INSTANTIATE_TEST_SUITE_P(All, ThreadTest, testing::ValuesIn(PROVIDERS), nameOfRow);
+
+TEST_P(ThreadTest, RequestsOfSeveralThreadsAreAnsweredAlike)
+{
+    start(row.name);
+    std::vector<std::pair<Request, Texts>> expected;
+    for (const Request& request : allReads()) {
+        if (request.provider != row.name) continue;
+        Handler handler;
+        sendRead(request.operation, request.object, {}, {}, handler);
+        expected.push_back({request, handler.paths});
+    }
+    std::vector<std::thread> threads;
+    for (std::size_t first = 0; first < 4; ++first) {
+        threads.emplace_back([&, first] {
+            for (std::size_t i = first; i < first + 5 * expected.size(); ++i) {
+                const auto& [request, paths] = expected[i % expected.size()];
+                Handler handler;
+                sendRead(request.operation, request.object, {}, {}, handler);
+                EXPECT_LIST(handler.paths, paths);
+            }
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
-// What the tests of all providers share: the simulated array, an object manager to ask, a handler
-// that keeps what it is given, and short ways to build requests and read results.
+// What the tests of all providers share: named rows, short ways to write paths, parameters and the
+// events of a request, a handler and an object manager that note what they are asked, the fixture.
 #pragma once
 
 #include "TestArray.h"
@@ -12,18 +12,42 @@
 #include <Pegasus/Provider/CIMInstanceProvider.h>
 #include <Pegasus/Provider/CIMMethodProvider.h>
 
-#include <algorithm>
-#include <fstream>
-#include <map>
 #include <memory>
-#include <sstream>
 #include <stdexcept>
 
 using namespace Pegasus;
 
 extern "C" CIMProvider* PegasusCreateProvider(const String& name);
 
-// ---- Texts ----
+// ---- Rows ----
+
+/// The name of a row and where it stands. A row's type derives from it, so that {"Name", ...} in a
+/// list of rows knows its line.
+struct Row
+{
+    Row(const std::string& rowName, const char* rowFile = __builtin_FILE(),
+        int rowLine = __builtin_LINE())
+        : name(rowName), file(rowFile), line(rowLine)
+    {
+    }
+    Row(const char* rowName, const char* rowFile = __builtin_FILE(), int rowLine = __builtin_LINE())
+        : Row(std::string(rowName), rowFile, rowLine)
+    {
+    }
+    std::string name;
+    const char* file;
+    int line;
+};
+
+inline std::ostream& operator<<(std::ostream& out, const Row& row)
+{
+    return out << row.name;
+}
+
+/// For INSTANTIATE_TEST_SUITE_P: the name of the row is the name of its test.
+inline const auto nameOfRow = [](const auto& info) { return info.param.name; };
+
+// ---- Texts of CIM objects ----
 
 /// "(holds a NUL)" before a text that no C string shows whole.
 inline std::string str(const String& text)
@@ -43,230 +67,15 @@ inline std::string str(const CIMObjectPath& path)
     return str(path.toString());
 }
 
-/// "TYPE VALUE", "TYPE[] a b", with "null" for a null value.
+/// The value's text, with a blank between the items of an array; "null" for a null value.
 inline std::string str(const CIMValue& value)
 {
-    std::string text = cimTypeToString(value.getType());
-    if (value.isArray()) text += "[]";
-    return text + " " + (value.isNull() ? "null" : str(value.toString()));
+    if (value.isNull()) return "null";
+    const std::string text = str(value.toString());
+    return value.isArray() ? text.substr(0, text.find_last_not_of(' ') + 1) : text;
 }
 
-inline Texts operator+(Texts first, const Texts& second)
-{
-    first.insert(first.end(), second.begin(), second.end());
-    return first;
-}
-
-/// The text in lower or upper case, by std::tolower or std::toupper.
-inline std::string cased(std::string text, int (*change)(int))
-{
-    std::transform(text.begin(), text.end(), text.begin(), change);
-    return text;
-}
-
-/// The parts of a text, without blanks around them.
-inline Texts split(const std::string& text, char separator = ' ')
-{
-    Texts parts;
-    std::istringstream pieces(text);
-    for (std::string piece; std::getline(pieces, piece, separator);) {
-        const std::size_t first = piece.find_first_not_of(' ');
-        const std::size_t last = piece.find_last_not_of(' ');
-        parts.push_back(first == std::string::npos ? "" : piece.substr(first, last + 1 - first));
-    }
-    return parts;
-}
-
-/// The rows of data/NAME.txt, each of so many fields; fields that end a line may be missing. "\n"
-/// and "\t" are a newline and a tab.
-inline std::vector<Texts> table(const std::string& name, std::size_t fields)
-{
-    std::ifstream file(QBX_TEST_DATA "/" + name + ".txt");
-    if (!file) throw std::logic_error("no table " + name);
-    std::vector<Texts> rows;
-    for (std::string line; std::getline(file, line);) {
-        if (line.empty() || line[0] == '#') continue;
-        rows.push_back(split(line, '|'));
-        rows.back().resize(fields);
-        for (std::string& field : rows.back()) {
-            for (std::size_t at = 0; (at = field.find('\\', at)) != std::string::npos; ++at) {
-                if (field[at + 1] == 'n')
-                    field.replace(at, 2, "\n");
-                else if (field[at + 1] == 't')
-                    field.replace(at, 2, "\t");
-            }
-        }
-    }
-    return rows;
-}
-
-/// A log line of a provider, with its level and arguments: "OPERATION>" as it begins, "?" for what
-/// was asked, "!" for a refusal, "<" as it ends. See data/traces.txt.
-inline std::string lineOf(const std::string& provider, const std::string& key,
-                          const Texts& arguments = {})
-{
-    static const std::map<std::string, std::string> lines = [] {
-        std::map<std::string, std::string> texts;
-        for (const Texts& row : table("traces", 3))
-            texts[row[0] + row[1]] = row[2];
-        return texts;
-    }();
-    std::string line = lines.at(provider + key);
-    std::size_t from = 0;
-    for (const std::string& argument : arguments) {
-        from = line.find("%s", from);
-        line.replace(from, 2, argument);
-        from += argument.size();
-    }
-    return (key.back() == '!' ? "2: " : "4: ") + line;
-}
-
-/// The call that opens the API for the user of contextOf().
-inline const std::string OPEN = "api_qbxOpenForCimserver(\"joe\") = 0";
-
-/// The calls of a list query.
-inline Texts reading(const std::string& query)
-{
-    return {"cim_sem_wait() = 0", query + "(0) = 0", "cim_sem_post()"};
-}
-
-// ---- Requests and results ----
-
-/// A context that names the user.
-inline OperationContext contextOf(const char* user = "joe")
-{
-    OperationContext context;
-    context.insert(IdentityContainer(String(user)));
-    return context;
-}
-
-/// "Name=value" keys; a value is a STRING binding.
-using Keys = std::vector<std::pair<std::string, std::string>>;
-
-inline CIMObjectPath pathOf(const std::string& className, const Keys& keys = {},
-                            const std::string& host = "server1")
-{
-    Array<CIMKeyBinding> bindings;
-    for (const auto& [name, value] : keys)
-        bindings.append({CIMName(name.c_str()), value.c_str(), CIMKeyBinding::STRING});
-    return {host.c_str(), CIMNamespaceName("root/qbx"), CIMName(className.c_str()), bindings};
-}
-
-/// What follows the first word of a text.
-inline std::string rest(const std::string& text)
-{
-    const std::size_t blank = text.find(' ');
-    return blank == std::string::npos ? "" : text.substr(blank + 1);
-}
-
-/// The path of an object as this module writes it, from its class without "QBX_" and its tag.
-inline CIMObjectPath at(const std::string& classAndTag, const std::string& host = "array1")
-{
-    const std::string name = "QBX_" + split(classAndTag)[0];
-    const std::string tag = rest(classAndTag);
-    if (name != "QBX_CageSensor")
-        return pathOf(name, {{"CreationClassName", name}, {"Tag", tag}}, host);
-    return pathOf(name,
-                  {{"SystemCreationClassName", "QBX_StorageSystem"},
-                   {"SystemName", "System One"},
-                   {"CreationClassName", name},
-                   {"DeviceID", tag}},
-                  host);
-}
-
-/// The list of these names, separated by blanks.
-inline CIMPropertyList listOf(const std::string& names)
-{
-    Array<CIMName> array;
-    for (const std::string& name : split(names))
-        array.append(CIMName(name.c_str()));
-    return CIMPropertyList(array);
-}
-
-/// One value of a parameter by its text; see parameters().
-template <class Value>
-Value fromText(const std::string& text)
-{
-    return static_cast<Value>(std::stoll(text));
-}
-
-template <>
-inline bool fromText(const std::string& text)
-{
-    return text == "true";
-}
-
-template <>
-inline String fromText(const std::string& text)
-{
-    return text.c_str();
-}
-
-template <>
-inline CIMObjectPath fromText(const std::string& className)
-{
-    return className.empty() ? CIMObjectPath() : pathOf(className, {{"ID", "1"}});
-}
-
-/// A synchronization by the class of its target.
-inline CIMObjectPath synchronization(const std::string& targetClass)
-{
-    Keys keys = {{"SystemElement", "QBX_StorageVolume.ID=\"source\""}};
-    if (!targetClass.empty()) keys.push_back({"SyncedElement", targetClass + ".ID=\"target\""});
-    return pathOf("QBX_StorageSynchronized", keys);
-}
-
-template <class Value, Value (*READ)(const std::string&) = fromText<Value>>
-CIMValue valueFrom(const std::string& text, bool isArray)
-{
-    if (text == "null") return CIMValue(CIMValue(Value()).getType(), isArray);
-    if (!isArray) return CIMValue(READ(text));
-    Array<Value> values;
-    for (const std::string& item : split(text, ','))
-        values.append(READ(item));
-    return CIMValue(values);
-}
-
-/// Parameters as "Name=type:text", separated by blanks. A type (bool, u8 to u64, s16, str, ref,
-/// sync) with [] has values separated by commas; "null" is a null value. A reference is given by a
-/// class, "" for a path without one; a synchronization by the class of its target, "" for none.
-inline Array<CIMParamValue> parameters(const std::string& texts)
-{
-    static const std::map<std::string, CIMValue (*)(const std::string&, bool)> types = {
-        {"bool", valueFrom<bool>},
-        {"u8", valueFrom<Uint8>},
-        {"u16", valueFrom<Uint16>},
-        {"u32", valueFrom<Uint32>},
-        {"u64", valueFrom<Uint64>},
-        {"s16", valueFrom<Sint16>},
-        {"str", valueFrom<String>},
-        {"ref", valueFrom<CIMObjectPath>},
-        {"sync", valueFrom<CIMObjectPath, synchronization>}};
-    Array<CIMParamValue> result;
-    for (const std::string& word : split(texts)) {
-        const std::size_t equals = word.find('=');
-        const std::size_t colon = word.find(':', equals);
-        std::string type = word.substr(equals + 1, colon - equals - 1);
-        const bool isArray = type.back() == ']';
-        if (isArray) type.resize(type.size() - 2);
-        result.append(
-            {word.substr(0, equals).c_str(), types.at(type)(word.substr(colon + 1), isArray)});
-    }
-    return result;
-}
-
-/// An instance with the properties that parameters() would make.
-inline CIMInstance instanceWith(const CIMName& className, const std::string& properties)
-{
-    CIMInstance instance(className);
-    const Array<CIMParamValue> given = parameters(properties);
-    for (Uint32 i = 0; i < given.size(); ++i)
-        instance.addProperty(
-            CIMProperty(CIMName(given[i].getParameterName()), given[i].getValue()));
-    return instance;
-}
-
-/// The value of a property as str() writes it; "absent" when the instance lacks it.
+/// The value of a property; "absent" when the instance lacks it.
 inline std::string valueOf(const CIMInstance& instance, const char* property)
 {
     const Uint32 position = instance.findProperty(CIMName(property));
@@ -274,9 +83,22 @@ inline std::string valueOf(const CIMInstance& instance, const char* property)
     return str(instance.getProperty(position).getValue());
 }
 
+/// "NAME=VALUE" of every property that is not null, sorted.
+inline Texts propertiesOf(const CIMInstance& instance)
+{
+    Texts properties;
+    for (Uint32 i = 0; i < instance.getPropertyCount(); ++i) {
+        const CIMConstProperty property = instance.getProperty(i);
+        if (property.getValue().isNull()) continue;
+        properties.push_back(str(property.getName()) + "=" + str(property.getValue()));
+    }
+    return properties.sorted();
+}
+
 /// What an operation throws: "CODE MESSAGE" for a CIM exception, the message for another of the
 /// library's or the language's, "no exception" for what is neither; "nothing" when it returns.
-inline std::string thrownBy(const std::function<void()>& operation)
+template <class Operation>
+std::string thrownBy(Operation&& operation)
 {
     try {
         operation();
@@ -292,53 +114,183 @@ inline std::string thrownBy(const std::function<void()>& operation)
     return "nothing";
 }
 
-/// Is told of every upcall of a provider before it is answered: "handler.STEP", with the step as
-/// Handler keeps it, or "cimom.OPERATION ..." as StubObjectManager does. What it throws, the upcall
-/// throws.
-inline std::function<void(const std::string&)> onUpcall;
+/// The text with the change of std::tolower or std::toupper.
+inline std::string cased(std::string text, int (*change)(int))
+{
+    std::transform(text.begin(), text.end(), text.begin(), change);
+    return text;
+}
 
-/// Keeps what is delivered, of whatever kind, and the order of its calls ("processing",
-/// "deliver 2", "complete"; a single result is "deliver").
+// ---- Requests ----
+
+/// A context that names the user.
+inline OperationContext contextOf(const char* user = "joe")
+{
+    OperationContext context;
+    context.insert(IdentityContainer(String(user)));
+    return context;
+}
+
+/// The host of the paths that clients send.
+inline const std::string CLIENTS_HOST = "server1";
+
+/// Names and values of STRING keys.
+using Keys = std::vector<std::pair<std::string, std::string>>;
+
+inline CIMObjectPath pathOf(const std::string& className, const Keys& keys = {},
+                            const std::string& host = CLIENTS_HOST)
+{
+    Array<CIMKeyBinding> bindings;
+    for (const auto& [name, value] : keys)
+        bindings.append({CIMName(name.c_str()), value.c_str(), CIMKeyBinding::STRING});
+    return {host.c_str(), CIMNamespaceName("root/qbx"), CIMName(className.c_str()), bindings};
+}
+
+/// The path of a cage, magazine, card or system package as this module writes it.
+inline CIMObjectPath element(const std::string& className, const std::string& tag,
+                             const std::string& host = "array1")
+{
+    return pathOf(className, {{"CreationClassName", className}, {"Tag", tag}}, host);
+}
+
+/// The path of a sensor as this module writes it.
+inline CIMObjectPath sensor(const std::string& deviceID, const std::string& host = "array1")
+{
+    return pathOf("QBX_CageSensor",
+                  {{"SystemCreationClassName", "QBX_StorageSystem"},
+                   {"SystemName", "System One"},
+                   {"CreationClassName", "QBX_CageSensor"},
+                   {"DeviceID", deviceID}},
+                  host);
+}
+
+inline CIMPropertyList listOf(const Texts& names)
+{
+    Array<CIMName> array;
+    for (const std::string& name : names)
+        array.append(CIMName(name.c_str()));
+    return CIMPropertyList(array);
+}
+
+/// Method parameters, written as {uint16("LocateTimer", 5), ...}.
+struct Parameters : Array<CIMParamValue>
+{
+    Parameters(std::initializer_list<CIMParamValue> parameters)
+    {
+        for (const CIMParamValue& parameter : parameters)
+            append(parameter);
+    }
+};
+
+///@{
+/// A parameter, or a property of instanceWith().
+template <class Value>
+CIMParamValue parameter(const char* name, const Value& value)
+{
+    return {name, CIMValue(value)};
+}
+inline CIMParamValue uint16(const char* name, Uint16 value)
+{
+    return parameter(name, value);
+}
+inline CIMParamValue boolean(const char* name, bool value)
+{
+    return parameter(name, value);
+}
+inline CIMParamValue string(const char* name, const char* value)
+{
+    return parameter(name, String(value));
+}
+inline CIMParamValue null(const char* name, CIMType type, bool isArray = false)
+{
+    return {name, CIMValue(type, isArray)};
+}
+///@}
+
+inline CIMInstance instanceWith(const CIMName& className, const Parameters& properties)
+{
+    CIMInstance instance(className);
+    for (Uint32 i = 0; i < properties.size(); ++i)
+        instance.addProperty(
+            CIMProperty(CIMName(properties[i].getParameterName()), properties[i].getValue()));
+    return instance;
+}
+
+// ---- Events of a request, as TestArray::events() writes them ----
+
+/// The API is opened for the user of contextOf().
+inline const std::string OPEN = "api_qbxOpenForCimserver(\"joe\") = 0";
+
+/// A call of the array's library that holds the semaphore.
+inline Texts underSemaphore(const std::string& call)
+{
+    return {"cim_sem_wait() = 0", call, "cim_sem_post()"};
+}
+
+/// A list query that succeeds.
+inline Texts query(const std::string& operation)
+{
+    return underSemaphore(operation + "(0) = 0");
+}
+
+/// The handler gets one result, such as "4" for an array of four.
+inline Texts delivered(const std::string& result)
+{
+    return {"handler.processing", "handler.deliver " + result, "handler.complete"};
+}
+
+inline const Texts SKELETON = {"4: -->QBX_Common::_buildInstanceSkeleton()\n",
+                               "4: <--QBX_Common::_buildInstanceSkeleton()\n"};
+
+/// QBX_Common reads a key of a path.
+inline Texts readKey(const std::string& name, const std::string& value)
+{
+    return {"4: -->QBX_Common::getStringProperty(), propertyName = " + name + "\n",
+            "4: <--QBX_Common::getStringProperty(), value = " + value + "\n"};
+}
+
+/// Notes its calls ("handler.processing", "handler.deliver 2" for an array, "handler.deliver one",
+/// "handler.deliver sint32 0", "handler.complete") and keeps what is delivered.
 class Handler : public InstanceResponseHandler,
                 public ObjectPathResponseHandler,
                 public ObjectResponseHandler,
                 public MethodResultResponseHandler
 {
 public:
-    Texts steps;
     std::vector<CIMInstance> instances;
     Texts paths;  ///< of instances, too
 
-    void processing() override { step("processing"); }
-    void complete() override { step("complete"); }
+    void processing() override { TestArray::note("handler.processing"); }
+    void complete() override { TestArray::note("handler.complete"); }
     void deliver(const CIMInstance& instance) override { one(instance); }
     void deliver(const CIMObjectPath& path) override { one(path); }
     void deliver(const CIMObject& object) override { one(object); }
     void deliver(const Array<CIMInstance>& all) override { several(all); }
     void deliver(const Array<CIMObjectPath>& all) override { several(all); }
     void deliver(const Array<CIMObject>& all) override { several(all); }
-    void deliver(const CIMValue& value) override { step("deliver " + str(value)); }
-    void deliverParamValue(const CIMParamValue&) override { step("parameter"); }
-    void deliverParamValue(const Array<CIMParamValue>&) override { step("parameters"); }
-
-private:
-    void step(const std::string& text)
+    void deliver(const CIMValue& value) override
     {
-        if (onUpcall) onUpcall("handler." + text);
-        steps.push_back(text);
+        TestArray::note("handler.deliver " + std::string(cimTypeToString(value.getType())) + " " +
+                        str(value));
+    }
+    void deliverParamValue(const CIMParamValue&) override { TestArray::note("handler.parameter"); }
+    void deliverParamValue(const Array<CIMParamValue>&) override
+    {
+        TestArray::note("handler.parameters");
     }
 
+private:
     template <class Result>
     void one(const Result& result)
     {
-        step("deliver");
+        TestArray::note("handler.deliver one");
         keep(result);
     }
 
     template <class Result>
     void several(const Array<Result>& all)
     {
-        step("deliver " + std::to_string(all.size()));
+        TestArray::note("handler.deliver " + std::to_string(all.size()));
         for (Uint32 i = 0; i < all.size(); ++i)
             keep(all[i]);
     }
@@ -352,39 +304,6 @@ private:
     }
 };
 
-/// What a traversal may ask beside the object.
-struct Asked
-{
-    std::string role;
-    std::string resultRole;
-    std::string resultClass;
-    std::string associationClass;
-};
-
-/// Calls a traversal by its name, for qualifiers, no class origins and these properties.
-inline void traverse(CIMAssociationProvider& provider, const std::string& operation,
-                     const OperationContext& context, const CIMObjectPath& object,
-                     const Asked& asked, const CIMPropertyList& list, Handler& handler)
-{
-    const auto name = [](const std::string& text) {
-        return text.empty() ? CIMName() : CIMName(text.c_str());
-    };
-    const String role(asked.role.c_str());
-    const String resultRole(asked.resultRole.c_str());
-    const CIMName resultClass = name(asked.resultClass);
-    const CIMName association = name(asked.associationClass);
-    if (operation == "referenceNames")
-        provider.referenceNames(context, object, resultClass, role, handler);
-    else if (operation == "references")
-        provider.references(context, object, resultClass, role, true, false, list, handler);
-    else if (operation == "associatorNames")
-        provider.associatorNames(context, object, association, resultClass, role, resultRole,
-                                 handler);
-    else
-        provider.associators(context, object, association, resultClass, role, resultRole, true,
-                             false, list, handler);
-}
-
 // ---- The schema and the object manager ----
 
 /// The schema of the module, compiled once for the process.
@@ -395,7 +314,6 @@ inline cimom::Repository& schema()
         auto compiled = std::make_unique<cimom::Repository>();
         compiled->addNamespace(nameSpace);
         cimom::compileMof(*compiled, nameSpace, QBX_SCHEMA_DIR "/qbx.mof");
-        cimom::compileMof(*compiled, nameSpace, QBX_TEST_DATA "/sample.mof");
         return compiled;
     }();
     return *repository;
@@ -414,18 +332,17 @@ inline CIMInstance instanceOf(const CIMName& className)
 }
 
 /// The object manager behind the providers' handle: classes from the schema, instances as the test
-/// says. Writes down what it was asked.
+/// says. Notes its calls: "cimom.getClass USER CLASS TF Tag" asks with qualifiers (T), without
+/// class origins (F), for the property Tag; "nobody" is a context without a user.
 class StubObjectManager : public cimom::ObjectManager
 {
 public:
     StubObjectManager() { current = this; }
     ~StubObjectManager() override { current = nullptr; }
 
-    /// "getClass USER CLASS QUALIFIERS/ORIGIN [list]", "getInstance USER PATH ...", ...
-    Texts asked;
     ///@{
-    /// Answers the upcalls: at first with one instance that has no host and namespace, as the
-    /// server's have, of what is asked for, or a path with the key Tag "package".
+    /// The answers: at first one instance that has no host and namespace, as the server's have, of
+    /// what is asked for, or a path with the key Tag "package".
     std::function<CIMInstance(const CIMObjectPath&)> onGetInstance = withPath;
     std::function<Array<CIMInstance>(const CIMName&)> onEnumerateInstances =
         [](const CIMName& name) { return Array<CIMInstance>(1, withPath(packageOf(name))); };
@@ -433,33 +350,32 @@ public:
         [](const CIMName& name) { return Array<CIMObjectPath>(1, packageOf(name)); };
     ///@}
 
-    using Ctx = OperationContext;
-    using Ns = CIMNamespaceName;
-
-    CIMClass getClass(const Ctx& context, const Ns& nameSpace, const CIMName& className,
-                      const cimom::ClassView& view) override
+    CIMClass getClass(const OperationContext& context, const CIMNamespaceName& nameSpace,
+                      const CIMName& className, const cimom::ClassView& view) override
     {
         note("getClass", context,
              str(className) + (view.localOnly ? " local" : "") + viewText(view));
         return CIMClass(schema().getClass(nameSpace, className, view));
     }
 
-    CIMInstance getInstance(const Ctx& context, const Ns&, const CIMObjectPath& path,
-                            const cimom::InstanceView& view) override
+    CIMInstance getInstance(const OperationContext& context, const CIMNamespaceName&,
+                            const CIMObjectPath& path, const cimom::InstanceView& view) override
     {
         note("getInstance", context, str(path) + viewText(view));
         return onGetInstance(path);
     }
 
-    Array<CIMInstance> enumerateInstances(const Ctx& context, const Ns&, const CIMName& className,
-                                          bool deep, const cimom::InstanceView& view) override
+    Array<CIMInstance> enumerateInstances(const OperationContext& context, const CIMNamespaceName&,
+                                          const CIMName& className, bool deep,
+                                          const cimom::InstanceView& view) override
     {
         note("enumerateInstances", context,
              str(className) + (deep ? " deep" : "") + viewText(view));
         return onEnumerateInstances(className);
     }
 
-    Array<CIMObjectPath> enumerateInstanceNames(const Ctx& context, const Ns&,
+    Array<CIMObjectPath> enumerateInstanceNames(const OperationContext& context,
+                                                const CIMNamespaceName&,
                                                 const CIMName& className) override
     {
         note("enumerateInstanceNames", context, str(className));
@@ -469,13 +385,14 @@ public:
 private:
     static CIMObjectPath packageOf(const CIMName& className)
     {
-        return pathOf(str(className), {{"CreationClassName", str(className)}, {"Tag", "package"}});
+        return element(str(className), "package", CLIENTS_HOST);
     }
 
     static CIMInstance withPath(const CIMObjectPath& path)
     {
         CIMInstance instance = instanceOf(path.getClassName());
-        instance.setPath({String(), Ns(), path.getClassName(), path.getKeyBindings()});
+        instance.setPath(
+            {String(), CIMNamespaceName(), path.getClassName(), path.getKeyBindings()});
         return instance;
     }
 
@@ -490,23 +407,28 @@ private:
         return text;
     }
 
-    void note(const std::string& operation, const Ctx& context, const std::string& what)
+    static void note(const char* operation, const OperationContext& context,
+                     const std::string& what)
     {
         std::string user = "nobody";
         if (context.contains(IdentityContainer::NAME)) {
             const IdentityContainer identity = context.get(IdentityContainer::NAME);
             user = str(identity.getUserName());
         }
-        const std::string text = operation + " " + user + " " + what;
-        if (onUpcall) onUpcall("cimom." + text);
-        const std::lock_guard<std::mutex> guard(_lock);
-        asked.push_back(text);
+        TestArray::note("cimom." + std::string(operation) + " " + user + " " + what);
     }
-
-    std::mutex _lock;
 };
 
 // ---- The fixture ----
+
+/// One of each element: the members of its array file.
+inline const std::string ONE_OF_EACH = R"(
+  "nodeIPaddress": "192.0.2.1",
+  "cages": [{"deviceID": "cage 0", "type": "JB_LBOD", "lbod": {"sensors": [{"reading": 1}]}}],
+  "magazines": [
+    {"deviceID": "mag x", "parentDeviceID": "cage 0", "cageType": "JB_LBOD", "isAbsent": true},
+    {"deviceID": "mag 0", "parentDeviceID": "cage 0", "cageType": "JB_LBOD", "position": 65535}],
+  "fcals": [{"deviceID": "card 0", "parentDeviceID": "cage 0", "cageType": "JB_LBOD"}])";
 
 /// Ends a provider as the server does.
 struct Terminate
@@ -523,50 +445,119 @@ inline ProviderPtr create(const std::string& name)
     return provider;
 }
 
+/// What clients may ask beside the object of a traversal.
+struct Traversal
+{
+    std::string role;
+    std::string resultRole;
+    std::string resultClass;
+    std::string associationClass;
+};
+
+/// What clients may ask of the properties: "TF Tag" in the object manager's notes.
+struct View
+{
+    bool qualifiers = false;
+    bool classOrigin = false;
+    CIMPropertyList properties;
+};
+
 /// A fresh array and object manager; one initialized provider when asked.
 class ProviderTest : public testing::Test
 {
 protected:
     /// Creates the provider, initializes it, serves the array and forgets what was recorded so far.
-    void start(const std::string& name, const std::string& arrayName = "empty")
+    void start(const std::string& name, const std::string& elements = ONE_OF_EACH)
     {
         _provider = create(name);
         CIMOMHandle handle;
         _provider->initialize(handle);
+        _name = name;
         provider = dynamic_cast<CIMInstanceProvider*>(_provider.get());
         methods = dynamic_cast<CIMMethodProvider*>(_provider.get());
         associations = dynamic_cast<CIMAssociationProvider*>(_provider.get());
-        array.serve(arrayName);
-        cimom.asked.clear();
+        array.serve(elements);
     }
 
-    /// Calls the operation on a class or object, for all properties. `arguments` are a method's
-    /// name and parameters(), or instanceWith() to be modified.
-    void run(const std::string& operation, const CIMObjectPath& object,
-             const std::string& arguments, Handler& handler,
-             const OperationContext& context = contextOf()) const
+    /// The events, in which "P::" stands for the name of the provider that was started.
+    Texts own(Texts events) const
     {
-        const std::string method = arguments.substr(0, arguments.find(' '));
-        const CIMPropertyList all;
+        for (std::string& event : events) {
+            for (std::size_t at = 0; (at = event.find("P::", at)) != std::string::npos;)
+                event.replace(at, 1, _name);
+        }
+        return events;
+    }
+
+    ///@{
+    /// Makes a request for contextOf(), of which alone is on record afterwards; returns what it
+    /// threw and keeps what it delivered.
+    template <class Operation>
+    std::string run(Operation&& operation)
+    {
+        array.forget();
+        got = Handler();
+        return thrownBy(operation);
+    }
+
+    /// An operation that reads a class, an instance, or what lies at the other end of an object.
+    std::string read(const std::string& operation, const CIMObjectPath& object,
+                     const View& view = {}, const Traversal& asked = {})
+    {
+        return run([&] { sendRead(operation, object, view, asked, got); });
+    }
+
+    std::string invoke(const CIMObjectPath& object, const char* method,
+                       const Array<CIMParamValue>& in = {})
+    {
+        return run([&] { methods->invokeMethod(context, object, CIMName(method), in, got); });
+    }
+
+    std::string modify(const CIMObjectPath& object, const Parameters& properties,
+                       const CIMPropertyList& list = {})
+    {
+        const CIMInstance instance = instanceWith(object.getClassName(), properties);
+        return run([&] { provider->modifyInstance(context, object, instance, false, list, got); });
+    }
+    ///@}
+
+    void sendRead(const std::string& operation, const CIMObjectPath& object, const View& view,
+                  const Traversal& asked, Handler& handler) const
+    {
+        const auto nameOf = [](const std::string& text) {
+            return text.empty() ? CIMName() : CIMName(text.c_str());
+        };
+        const String role(asked.role.c_str());
+        const String resultRole(asked.resultRole.c_str());
+        const CIMName resultClass = nameOf(asked.resultClass);
+        const CIMName association = nameOf(asked.associationClass);
         if (operation == "enumerateInstanceNames")
             provider->enumerateInstanceNames(context, object, handler);
         else if (operation == "enumerateInstances")
-            provider->enumerateInstances(context, object, false, false, all, handler);
+            provider->enumerateInstances(context, object, view.qualifiers, view.classOrigin,
+                                         view.properties, handler);
         else if (operation == "getInstance")
-            provider->getInstance(context, object, false, false, all, handler);
-        else if (operation == "invokeMethod")
-            methods->invokeMethod(context, object, CIMName(method.c_str()),
-                                  parameters(rest(arguments)), handler);
-        else if (operation == "modifyInstance")
-            provider->modifyInstance(context, object,
-                                     instanceWith(object.getClassName(), arguments), false, all,
-                                     handler);
+            provider->getInstance(context, object, view.qualifiers, view.classOrigin,
+                                  view.properties, handler);
+        else if (operation == "referenceNames")
+            associations->referenceNames(context, object, resultClass, role, handler);
+        else if (operation == "references")
+            associations->references(context, object, resultClass, role, view.qualifiers,
+                                     view.classOrigin, view.properties, handler);
+        else if (operation == "associatorNames")
+            associations->associatorNames(context, object, association, resultClass, role,
+                                          resultRole, handler);
+        else if (operation == "associators")
+            associations->associators(context, object, association, resultClass, role, resultRole,
+                                      view.qualifiers, view.classOrigin, view.properties, handler);
         else
-            traverse(*associations, operation, context, object, {}, all, handler);
+            throw std::logic_error("no operation " + operation);
     }
 
     TestArray array;
     StubObjectManager cimom;
+    OperationContext context = contextOf();
+    Handler got;
     ///@{
     /// The provider that was started; null for what it does not provide.
     CIMInstanceProvider* provider = nullptr;
@@ -576,4 +567,16 @@ protected:
 
 private:
     ProviderPtr _provider;
+    std::string _name;
+};
+
+/// A test of each row of a list; a failure names the row's file and line.
+template <class RowType, class Fixture = ProviderTest>
+class RowTest : public Fixture, public testing::WithParamInterface<RowType>
+{
+protected:
+    const RowType& row = this->GetParam();
+
+private:
+    const testing::ScopedTrace _row{row.file, row.line, "row " + row.name};
 };

@@ -60,13 +60,13 @@ void __wrap_free(void* memory)
     const bool isList = TestArray::lists.erase(memory) != 0;
     guard.unlock();
     __real_free(memory);
-    if (isList) log_message(0, "freed");
+    if (isList) log_message(0, "%s", FREED.c_str());
 }
 
 }  // extern "C"
 
-/// Stands before the library's own, which tells nobody.
+/// Stands before the library's own, which leaves no trace.
 void Pegasus::CIMOMHandle::disallowProviderUnload()
 {
-    log_message(0, "disallowProviderUnload");
+    TestArray::note("cimom.disallowProviderUnload");
 }

@@ -1,36 +1,36 @@
 // The simulated array under the providers' tests: what it serves, what fails, and everything that
-// was called and written, in order.
+// happened, in order.
 #pragma once
+
+#include "Texts.h"
 
 #include <qbxapi.h>
 #include <qbxapi_sim.h>
 
-#include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <functional>
 #include <mutex>
 #include <set>
-#include <string>
-#include <vector>
-
-using Texts = std::vector<std::string>;
 
 /// The event of a record list being freed.
-inline const std::string FREED = "0: freed";
+inline const std::string FREED = "free(records)";
 
-/// The array of one test. Users are "joe", who may do everything, and nobody else. A change of a
-/// cage's location succeeds without changing anything.
+/// The array of one test, without elements at first. Users are "joe", who may do everything, and
+/// nobody else. A change of a cage's location succeeds without changing anything.
 class TestArray
 {
 public:
-    /// Serves an array without elements.
     TestArray()
     {
         current = this;
         setenv("QBX_LOG_FILE", "/dev/null", 1);
         setenv("QBX_SIM_STRICT", "1", 1);  // a misuse of the semaphore ends the program
-        serve("empty");
+        setenv("QBX_ARRAY_FILE", _file.c_str(), 1);
+        serve("");
     }
 
     /// Fails the test when the semaphore is held or a record list was not freed.
@@ -41,13 +41,18 @@ public:
         cim_sem_post();
         EXPECT_EQ(lists.size(), 0u) << "record lists that were not freed";
         lists.clear();
+        std::remove(_file.c_str());
         current = nullptr;
     }
 
-    /// Serves data/NAME.json from now on, without faults.
-    void serve(const std::string& name)
+    /// Serves these members of an array file ("cages": [...], ...) from now on, without faults.
+    void serve(const std::string& elements)
     {
-        setenv("QBX_ARRAY_FILE", (QBX_TEST_DATA "/" + name + ".json").c_str(), 1);
+        std::ofstream(_file) << R"({"storageArray": {"elementName": "array1", "name": "System One"},
+            "users": [{"name": "joe", "privileges": ["*"]}])"
+                             << (elements.empty() ? "" : ", ") << elements << "}";
+        qbxsim_reset();
+        EXPECT_EQ(qbxsim_loadFile(_file.c_str()), 0) << "no array file: " << elements;
         mend();
     }
 
@@ -76,50 +81,53 @@ public:
     std::function<void(api_MagazineIDs_t&)> editMagazineIDs;
     ///@}
 
-    /// Calls ("api_locateCage("cage0", 5) = 0"), log lines ("LEVEL: text") and FREED, in order, but
-    /// those that hold the text `without`.
-    Texts events(const std::string& without = "") const
+    /// Everything that happened, in order:
+    ///   api_locateCage("cage 0", 5) = 0     a call of the array's library, with its result
+    ///   4: --> QBX_...                      a log line with its level
+    ///   free(records)                       a record list was freed
+    ///   cimom.... and handler....           see note()
+    Texts events() const
     {
         Texts events;
-        for (std::size_t i = 0; const char* const record = qbxsim_callRecord(i); ++i) {
-            const std::string event = eventOf(record);
-            if (without.empty() || event.find(without) == std::string::npos)
-                events.push_back(event);
-        }
+        for (std::size_t i = 0; const char* const record = qbxsim_callRecord(i); ++i)
+            events.push_back(eventOf(record));
         return events;
     }
 
-    /// The calls among the events.
+    /// The events but log lines.
     Texts calls() const
     {
         Texts calls;
-        for (const std::string& event : events())
-            if (event[0] > '9') calls.push_back(event);
+        for (const std::string& event : events()) {
+            if (event[1] != ':') calls.push_back(event);
+        }
         return calls;
     }
 
-    /// The log lines among the events that begin with `prefix`.
-    Texts log(const std::string& prefix = "") const
+    /// Puts a call of a handler or of the object manager among the events, then lets onNote() know.
+    static void note(const std::string& event)
     {
-        Texts lines;
-        for (const std::string& event : events()) {
-            if (event[0] <= '9' && event != FREED && event.compare(0, prefix.size(), prefix) == 0)
-                lines.push_back(event);
-        }
-        return lines;
+        log_message(0, "%s", event.c_str());
+        if (current->onNote) current->onNote(event);
     }
+    /// What it throws, the noted call throws.
+    std::function<void(const std::string&)> onNote;
 
     static inline TestArray* current = nullptr;
     static inline std::mutex lock;
     static inline std::set<void*> lists;  ///< handed out and not yet freed
 
 private:
-    /// `log_message(4, "text")` as "4: text"; other records as they are.
-    static std::string eventOf(const std::string& text)
+    static std::string eventOf(const std::string& record)
     {
         const std::string log = "log_message(";
-        if (text.compare(0, log.size(), log) != 0) return text;
-        const std::size_t quote = text.find('"');
-        return text.substr(log.size(), 1) + ": " + text.substr(quote + 1, text.size() - quote - 3);
+        if (record.compare(0, log.size(), log) != 0) return record;
+        const char level = record[log.size()];
+        const std::size_t text = record.find('"') + 1;
+        const std::string prefix = level == '0' ? "" : std::string(1, level) + ": ";
+        return prefix + record.substr(text, record.size() - text - 2);
     }
+
+    const std::string _file =
+        testing::TempDir() + "qbx-providers-" + std::to_string(getpid()) + ".json";
 };

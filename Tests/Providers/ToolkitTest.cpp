@@ -1,4 +1,4 @@
-// The toolkit: values into instances, requests out of parameters, paths, associations, lookups.
+// QBX_Common: values into instances, requests out of parameters, paths, associations, lookups.
 #include "ProviderTest.h"
 
 #include "QBX_Common.h"
@@ -8,234 +8,319 @@ namespace
 
 using ToolkitTest = ProviderTest;
 
-const char TYPES[] = "QBX_TestTypes";
+/// The checks of one overload.
+struct OverloadRow : Row
+{
+    std::function<void(TestArray&)> check;
+};
+
+using OverloadTest = RowTest<OverloadRow>;
+
+TEST_P(OverloadTest, KeepsItsPromises)
+{
+    row.check(array);
+}
 
 // ---- Properties ----
 
-/// Stores the value in the property, where another type does not go, and in one that is not there.
-template <class Value>
-void expectStored(const char* property, const Value& value)
+CIMProperty nullProperty(const char* name, const CIMValue& like)
 {
-    CIMInstance instance = instanceOf(CIMName(TYPES));
-    instance.addProperty(CIMProperty(CIMName("I"), CIMValue(CIMTYPE_INSTANCE, false)));
-    const Uint32 position = instance.findProperty(CIMName(property));
-    QBX_Common::setPropertyValue(instance, CIMName(property), value);
-    EXPECT_TRUE(instance.getProperty(position).getValue().equal(CIMValue(value))) << property;
-    const Uint32 count = instance.getPropertyCount();
-    QBX_Common::setPropertyValue(instance, CIMName("Other"), value);
-    EXPECT_EQ(instance.getPropertyCount(), count) << "an absent property is skipped";
-    const char* const wrong = property == std::string("U8") ? "U16" : "U8";
-    EXPECT_THROW(QBX_Common::setPropertyValue(instance, CIMName(wrong), value),
-                 TypeMismatchException);
+    return CIMProperty(CIMName(name), CIMValue(like.getType(), like.isArray()));
 }
 
-TEST_F(ToolkitTest, EveryFormOfSetPropertyValueStoresItsType)
+/// Stores the value, skips a property that is not there, refuses one of another type.
+template <class Value>
+std::function<void(TestArray&)> stores(const Value& value)
 {
-    const CIMDateTime date("20260101000000.000000+000");
-    expectStored("I", instanceOf(CIMName("QBX_Magazine")));
-    expectStored("D", date);
-    expectStored("R", pathOf(TYPES, {{"K", "v"}}));
-    expectStored("Ds", Array<CIMDateTime>(2, date));
-    expectStored("Bs", Array<bool>(2, true));
-    expectStored("U64s", Array<Uint64>(2, Uint64(-1)));
-    expectStored("S32s", Array<Sint32>(2, Sint32(-1)));
-    expectStored("U16s", Array<Uint16>(2, Uint16(65535)));
-    expectStored("Ss", Array<String>(2, String("s")));
-    expectStored("S16", Sint16(-32768));
-    expectStored("U64", Uint64(-1));
-    expectStored("U32", Uint32(-1));
-    expectStored("U16", Uint16(65535));
-    expectStored("U8", Uint8(255));
-    expectStored("B", true);
-    expectStored("S", String("text"));
+    return [value](TestArray& array) {
+        CIMInstance instance(CIMName("QBX_Test"));
+        instance.addProperty(nullProperty("Value", CIMValue(value)));
+        instance.addProperty(nullProperty("Other", CIMValue(Real32(1))));
+        QBX_Common::setPropertyValue(instance, CIMName("value"), value);
+        EXPECT_TRUE(instance.getProperty(0).getValue().equal(CIMValue(value)));
+        QBX_Common::setPropertyValue(instance, CIMName("Absent"), value);
+        EXPECT_EQ(instance.getPropertyCount(), 2u);
+        EXPECT_THROW(QBX_Common::setPropertyValue(instance, CIMName("Other"), value),
+                     TypeMismatchException);
+        EXPECT_LIST(array.events(), Texts());
+    };
+}
 
-    CIMInstance instance = instanceOf(CIMName(TYPES));
-    QBX_Common::setPropertyValue(instance, CIMName("Other"), CIMInstance());  // nothing is made
-    QBX_Common::setPropertyValueToNull(instance, CIMName("u16"), CIMTYPE_UINT16);
-    EXPECT_EQ(valueOf(instance, "U16"), "uint16 null");
-    QBX_Common::setPropertyValueToNull(instance, CIMName("Other"), CIMTYPE_UINT16);
-    EXPECT_THROW(QBX_Common::setPropertyValueToNull(instance, CIMName("U16"), CIMTYPE_STRING),
+const CIMDateTime DATE("20260101000000.000000+000");
+
+const std::vector<OverloadRow> SET_PROPERTY_VALUE = {
+    {"Instance", stores(instanceWith(CIMName("QBX_Embedded"), {}))},
+    {"DateTime", stores(DATE)},
+    {"Reference", stores(pathOf("C", {{"K", "v"}}))},
+    {"DateTimeArray", stores(Array<CIMDateTime>(2, DATE))},
+    {"BooleanArray", stores(Array<bool>(2, true))},
+    {"Uint64Array", stores(Array<Uint64>(2, Uint64(-1)))},
+    {"Sint32Array", stores(Array<Sint32>(2, Sint32(-1)))},
+    {"Uint16Array", stores(Array<Uint16>(2, Uint16(65535)))},
+    {"StringArray", stores(Array<String>(2, String("s")))},
+    {"Sint16", stores(Sint16(-32768))},
+    {"Uint64", stores(Uint64(-1))},
+    {"Uint32", stores(Uint32(-1))},
+    {"Uint16", stores(Uint16(65535))},
+    {"Uint8", stores(Uint8(255))},
+    {"Boolean", stores(true)},
+    {"String", stores(String("text"))},
+};
+INSTANTIATE_TEST_SUITE_P(SetPropertyValue, OverloadTest, testing::ValuesIn(SET_PROPERTY_VALUE),
+                         nameOfRow);
+
+TEST_F(ToolkitTest, SetPropertyValueToNullKeepsTheType)
+{
+    CIMInstance instance = instanceWith(CIMName("C"), {uint16("Value", 7)});
+    QBX_Common::setPropertyValueToNull(instance, CIMName("value"), CIMTYPE_UINT16);
+    EXPECT_TRUE(instance.getProperty(0).getValue().equal(CIMValue(CIMTYPE_UINT16, false)));
+    QBX_Common::setPropertyValueToNull(instance, CIMName("Absent"), CIMTYPE_UINT16);
+    EXPECT_EQ(instance.getPropertyCount(), 1u);
+    EXPECT_THROW(QBX_Common::setPropertyValueToNull(instance, CIMName("Value"), CIMTYPE_STRING),
                  TypeMismatchException);
-    EXPECT_EQ(array.events(), Texts{}) << "setting a property writes no log";
 }
 
 TEST_F(ToolkitTest, SkeletonHasEveryPropertyAtTheClassDefault)
 {
-    CIMClass cimClass = storedClass("QBX_TestSubTypes");
+    CIMClass cimClass = storedClass("QBX_DriveCageDC2Family");
     const CIMInstance instance = QBX_Common::buildInstanceSkeleton(cimClass);
-    EXPECT_EQ(valueOf(instance, "U16"), "uint16 7");
-    EXPECT_EQ(valueOf(instance, "S"), "string null");
+    EXPECT_EQ(valueOf(instance, "RemovalConditions"), "2");
+    EXPECT_EQ(valueOf(instance, "Location"), "null");
     EXPECT_TRUE(instance.identical(cimClass.buildInstance(true, true, CIMPropertyList())))
-        << "with qualifiers and origins";
-    EXPECT_EQ(array.events(), (Texts{"4: -->QBX_Common::_buildInstanceSkeleton()\n",
-                                     "4: <--QBX_Common::_buildInstanceSkeleton()\n"}));
+        << "with qualifiers and class origins";
+    EXPECT_LIST(array.events(), SKELETON);
 }
 
 // ---- Keys and string properties ----
 
-const std::string ASKED = "4: -->QBX_Common::getStringProperty(), propertyName = ";
-const std::string READ = "4: <--QBX_Common::getStringProperty(), value = ";
-
-TEST_F(ToolkitTest, KeysAreReadByNameWithoutCaseAndTheLastOneWins)
+/// A key of a path and its value.
+struct KeyRow : Row
 {
-    const CIMObjectPath path("root/qbx:C.Number=16,TAG=\"second\"");
-    CIMObjectPath twice = pathOf("C", {{"Tag", "first"}, {"TAG", "second"}});
-    const std::tuple<CIMObjectPath, const char*, std::string> rows[] = {
-        {path, "tag", "second"}, {twice, "tag", "second"},     {path, "number", "16"},
-        {path, "DeviceID", ""},  {pathOf("C"), "no name", ""},  // it is compared with nothing
-    };
-    for (const auto& [object, key, value] : rows) {
-        array.forget();
-        EXPECT_EQ(str(QBX_Common::getStringProperty(object, key)), value) << key;
-        EXPECT_EQ(array.events(), (Texts{ASKED + key + "\n", READ + value + "\n"}));
-    }
+    CIMObjectPath path;
+    const char* key;
+    std::string value;
+};
+
+using KeyTest = RowTest<KeyRow>;
+
+TEST_P(KeyTest, IsReadByName)
+{
+    EXPECT_EQ(str(QBX_Common::getStringProperty(row.path, row.key)), row.value);
+    EXPECT_LIST(array.events(), readKey(row.key, row.value));
 }
+
+const std::vector<KeyRow> KEYS = {
+    {"InAnyCase", pathOf("C", {{"TAG", "a"}}), "tag", "a"},
+    {"LastOfSeveral", pathOf("C", {{"Tag", "a"}, {"TAG", "b"}}), "Tag", "b"},
+    {"EmptyLast", pathOf("C", {{"Tag", "a"}, {"TAG", ""}}), "Tag", ""},
+    {"Number", CIMObjectPath("root/qbx:C.Number=16"), "number", "16"},
+    {"Missing", pathOf("C", {{"Tag", "a"}}), "DeviceID", ""},
+    {"NameComparedWithNothing", pathOf("C"), "no name", ""},
+};
+INSTANTIATE_TEST_SUITE_P(GetStringProperty, KeyTest, testing::ValuesIn(KEYS), nameOfRow);
 
 TEST_F(ToolkitTest, StringPropertiesOfInstances)
 {
-    CIMInstance instance = instanceOf(CIMName(TYPES));
-    QBX_Common::setPropertyValue(instance, CIMName("S"), String("100% done"));
-    const std::pair<const char*, std::string> rows[] = {
-        {"s", "100% done"}, {"Empty", ""}, {"Missing", ""}};
-    for (const auto& [name, value] : rows) {
-        array.forget();
-        EXPECT_EQ(str(QBX_Common::getStringProperty(instance, name)), value);
-        EXPECT_EQ(array.events(), (Texts{ASKED + name + "\n", READ + value + "\n"}));
-    }
-    EXPECT_THROW(QBX_Common::getStringProperty(instance, "U8"), TypeMismatchException);
+    const CIMInstance instance = instanceWith(
+        CIMName("C"),
+        {string("S", "100% done"), null("Empty", CIMTYPE_STRING), uint16("Number", 1)});
+    EXPECT_EQ(str(QBX_Common::getStringProperty(instance, "s")), "100% done");
+    EXPECT_EQ(str(QBX_Common::getStringProperty(instance, "Empty")), "");
+    EXPECT_EQ(str(QBX_Common::getStringProperty(instance, "Missing")), "");
+    EXPECT_LIST(array.events(),
+                {readKey("s", "100% done"), readKey("Empty", ""), readKey("Missing", "")});
+    EXPECT_THROW(QBX_Common::getStringProperty(instance, "Number"), TypeMismatchException);
+}
 
-    array.forget();
-    EXPECT_EQ(str(QBX_Common::getStringProperty(instance, String())), "");
+TEST_F(ToolkitTest, EmptyPropertyNameAndUninitializedInstanceAreRejected)
+{
+    const Texts rejected = {"3: \tInvalid property name.\n"};
+    EXPECT_EQ(str(QBX_Common::getStringProperty(instanceWith(CIMName("C"), {}), String())), "");
     EXPECT_EQ(str(QBX_Common::getStringProperty(CIMInstance(), "S")), "");
-    const std::string rejected = "3: \tInvalid property name.\n";
-    EXPECT_EQ(array.events(), (Texts{ASKED + "\n", rejected, ASKED + "S\n", rejected}));
+    EXPECT_LIST(array.events(), {readKey("", "")[0], rejected, readKey("S", "")[0], rejected});
 }
 
 // ---- Parameters ----
 
-/// One overload of getParameter: what it writes, and that it follows the rules all of them share.
-/// `shown` are the ends of the exit line when nothing and when the value was read.
+/// Reads a parameter of the type by the rules that all overloads share. `shown` are the ends of the
+/// exit line before and after.
 template <class Value>
-void expectParameter(TestArray& array, const char* type, const Value& before, const Value& value,
-                     const std::pair<std::string, std::string>& shown)
+std::function<void(TestArray&)> reads(const std::string& type, const Value& before,
+                                      const Value& value, const Texts& shown)
 {
-    const auto list = [](const std::vector<std::pair<const char*, CIMValue>>& named) {
-        Array<CIMParamValue> result;
-        for (const auto& [name, each] : named)
-            result.append(CIMParamValue(name, each));
-        return result;
-    };
-    const CIMValue null(CIMValue(value).getType(), CIMValue(value).isArray());
-    const std::tuple<Array<CIMParamValue>, int, bool> rows[] = {
-        {list({{"Other", CIMValue(String("x"))}, {"wanted", CIMValue(value)}}), 0, true},
-        {list({{"Other", CIMValue(value)}}), 3, false},
-        {list({{"Wanted", null}}), 3, false},
-        {list({{"Wanted", null}, {"WANTED", CIMValue(value)}}), 4, true},
-        {list({{"Wanted", CIMValue(value)}, {"Wanted", null}, {"Wanted", CIMValue(before)}}), 0,
-         true},
-    };
-    const std::string operation = "QBX_Common::getParameter(" + std::string(type) + ")";
-    const std::string entry = "4: -->" + operation + ", paramName = Wanted\n";
-    for (const auto& [in, result, isRead] : rows) {
-        SCOPED_TRACE(operation + " " + std::to_string(result));
+    return [=](TestArray& array) {
+        const std::string operation = "QBX_Common::getParameter(" + type + ")";
+        const Texts missing = {"4: -->" + operation + ", paramName = Wanted\n",
+                               "4: <--" + operation + shown[0]};
+        const Texts found = {missing[0], "4: <--" + operation + shown[1]};
+        const CIMValue type_(value);
+        const CIMParamValue none = null("Wanted", type_.getType(), type_.isArray());
+        const auto expect = [&](const Parameters& in, int result, const Value& read,
+                                const Texts& events) {
+            array.forget();
+            Value out = before;
+            EXPECT_EQ(QBX_Common::getParameter(in, "Wanted", out), result);
+            EXPECT_TRUE(CIMValue(out).equal(CIMValue(read)));
+            EXPECT_LIST(array.events(), events);
+        };
+        expect({parameter("Other", before), parameter("wanted", value)}, 0, value, found);
+        expect({parameter("Other", value)}, 3, before, missing);
+        expect({none}, 3, before, missing);
+        expect({none, parameter("WANTED", value)}, 4, value, found);
+        expect({parameter("Wanted", value), none, parameter("Wanted", before)}, 0, value, found);
         array.forget();
         Value out = before;
-        EXPECT_EQ(QBX_Common::getParameter(in, "Wanted", out), result);
-        EXPECT_TRUE(CIMValue(out).equal(CIMValue(isRead ? value : before)));
-        EXPECT_EQ(array.events(),
-                  (Texts{entry, "4: <--" + operation + (isRead ? shown.second : shown.first)}));
-    }
-    array.forget();
-    Value out = before;
-    EXPECT_THROW(QBX_Common::getParameter(list({{"Wanted", CIMValue(Sint8(1))}}), "Wanted", out),
-                 TypeMismatchException);
-    EXPECT_EQ(array.events(), Texts{entry}) << "no exit line when it throws";
+        EXPECT_THROW(
+            QBX_Common::getParameter(Parameters{parameter("Wanted", Sint8(1))}, "Wanted", out),
+            TypeMismatchException);
+        EXPECT_LIST(array.events(), {missing[0]}) << "no exit line when it throws";
+    };
 }
 
-TEST_F(ToolkitTest, EveryFormOfGetParameter)
+Texts shown(const std::string& before, const std::string& after)
 {
-    const auto shown = [](const std::string& before, const std::string& after) {
-        return std::pair(", paramValue = " + before + "\n", ", paramValue = " + after + "\n");
-    };
-    expectParameter(array, "Uint16", Uint16(9), Uint16(65535), shown("9", "65535"));
-    expectParameter(array, "Boolean", false, true, shown("0", "1"));
-    expectParameter(array, "Uint32", Uint32(9), Uint32(-1), shown("9", "-1"));
-    expectParameter(array, "Uint64", Uint64(9), Uint64(-1), shown("9", "18446744073709551615"));
-    expectParameter(array, "String", String("before"), String("%s"), shown("before", "%s"));
-    expectParameter(array, "Uint8", Uint8(9), Uint8(255), shown("9", "255"));
-    expectParameter(array, "CIMDateTime", CIMDateTime(), CIMDateTime("20260101000000.000000+000"),
-                    shown("00000000000000.000000:000", "20260101000000.000000+000"));
-    expectParameter(array, "CIMObjectPath", CIMObjectPath("A.k=\"1\""), CIMObjectPath("B.k=\"2\""),
-                    shown("A.k=\"1\"", "B.k=\"2\""));
-    expectParameter(array, "Array<String>", Array<String>(), Array<String>(2, String("x")),
-                    {"", ""});
-    expectParameter(array, "Array<Uint16>", Array<Uint16>(), Array<Uint16>(2, Uint16(1)),
-                    {"\n", "\n"});
+    return {", paramValue = " + before + "\n", ", paramValue = " + after + "\n"};
 }
+
+const std::string DATE_TEXT = "20260101000000.000000+000";
+
+const std::vector<OverloadRow> GET_PARAMETER = {
+    {"Uint16", reads("Uint16", Uint16(9), Uint16(65535), shown("9", "65535"))},
+    {"Boolean", reads("Boolean", false, true, shown("0", "1"))},
+    {"Uint32", reads("Uint32", Uint32(9), Uint32(-1), shown("9", "-1"))},
+    {"Uint64", reads("Uint64", Uint64(9), Uint64(-1), shown("9", "18446744073709551615"))},
+    {"String", reads("String", String("before"), String("%s"), shown("before", "%s"))},
+    {"Uint8", reads("Uint8", Uint8(9), Uint8(255), shown("9", "255"))},
+    {"DateTime",
+     reads("CIMDateTime", CIMDateTime(), DATE, shown("00000000000000.000000:000", DATE_TEXT))},
+    {"Reference", reads("CIMObjectPath", CIMObjectPath("A.k=\"1\""), CIMObjectPath("B.k=\"2\""),
+                        shown("A.k=\"1\"", "B.k=\"2\""))},
+    {"StringArray",
+     reads("Array<String>", Array<String>(), Array<String>(2, String("x")), {"", ""})},
+    {"Uint16Array",
+     reads("Array<Uint16>", Array<Uint16>(), Array<Uint16>(2, Uint16(1)), {"\n", "\n"})},
+};
+INSTANTIATE_TEST_SUITE_P(GetParameter, OverloadTest, testing::ValuesIn(GET_PARAMETER), nameOfRow);
 
 // ---- Paths ----
 
-TEST_F(ToolkitTest, PathsMatchWithoutHostsAndWithQuotedReferences)
+/// Two paths; whether they denote the same object.
+struct PathsRow : Row
 {
-    for (const Texts& row : table("paths", 3)) {
-        const CIMObjectPath first(row[0].c_str());
-        EXPECT_EQ(QBX_Common::matchObjectPath(first, CIMObjectPath(row[1].c_str())),
-                  row[2] == "same")
-            << row[0] << "\n"
-            << row[1];
-    }
+    const char* first;
+    const char* second;
+    bool isSame;
+};
+
+using MatchTest = RowTest<PathsRow>;
+
+TEST_P(MatchTest, ComparesWhatThePathsDenote)
+{
+    const CIMObjectPath first(row.first);
+    const CIMObjectPath second(row.second);
+    EXPECT_EQ(QBX_Common::matchObjectPath(first, second), row.isSame);
+    EXPECT_EQ(QBX_Common::matchObjectPath(second, first), row.isSame);
+    EXPECT_LIST(array.events(), Texts());
+}
+
+const std::vector<PathsRow> PATHS = {
+    {"Hosts", R"(//h1/root/qbx:C.Tag="a b")", R"(root/qbx:C.Tag="a b")", true},
+    {"CaseOfNames", R"(root/qbx:C.Tag="a b")", R"(root/QBX:c.TAG="a b")", true},
+    {"Namespaces", R"(root/qbx:C.Tag="a b")", R"(root/other:C.Tag="a b")", false},
+    {"Classes", R"(root/qbx:C.Tag="a b")", R"(root/qbx:D.Tag="a b")", false},
+    {"CaseOfTexts", R"(root/qbx:C.Tag="a b")", R"(root/qbx:C.Tag="A b")", false},
+    {"MoreKeys", R"(root/qbx:C.Tag="a b")", R"(root/qbx:C.Tag="a b",X="1")", false},
+    {"NoKeys", R"(root/qbx:C.Tag="a b")", R"(root/qbx:C)", false},
+    {"Numbers", R"(root/qbx:C.N=10)", R"(root/qbx:C.N=0xA)", true},
+    {"NumberAndText", R"(root/qbx:C.N=10)", R"(root/qbx:C.N="10")", false},
+    {"TextsThatReadAsClassNames", R"(root/qbx:C.Tag="cage0")", R"(root/qbx:C.Tag="CAGE0")", true},
+    {"TextsThatReadAsNothing", R"(root/qbx:C.Tag="0cage")", R"(root/qbx:C.Tag="0CAGE")", false},
+    // References: the host inside them does not count either.
+    {"ReferenceHosts", R"(root/qbx:A.R="//h1/root/qbx:C.T=\"a b\"")",
+     R"(root/qbx:A.R="root/qbx:C.T=\"a b\"")", true},
+    {"ReferenceTexts", R"(root/qbx:A.R="//h1/root/qbx:C.T=\"a b\"")",
+     R"(root/qbx:A.R="//h2/root/qbx:C.T=\"a c\"")", false},
+    {"ReferenceKeyOrder", R"(root/qbx:A.R="root/qbx:C.K=\"1\",J=\"2\"")",
+     R"(root/qbx:A.R="root/qbx:C.J=\"2\",K=\"1\"")", true},
+    {"ReferenceNumbers", R"(root/qbx:A.R="//h1/root/qbx:C.N=10")",
+     R"(root/qbx:A.R="root/qbx:C.N=0xA")", true},
+    {"ReferenceCaseOfNames", R"(root/qbx:A.R="//h1/root/qbx:C.T=\"a\"")",
+     R"(root/qbx:A.R="//h2/ROOT/qbx:c.T=\"a\"")", true},
+    {"ReferenceCaseOfTexts", R"(root/qbx:A.R="//h1/root/qbx:C.T=\"a\"")",
+     R"(root/qbx:A.R="//h2/root/qbx:C.T=\"A\"")", false},
+};
+INSTANTIATE_TEST_SUITE_P(MatchObjectPath, MatchTest, testing::ValuesIn(PATHS), nameOfRow);
+
+TEST_F(ToolkitTest, AQuotedReferenceMatchesTheReference)
+{
     const std::string target = "//h/root/qbx:C.Tag=\"a b\"";
     Array<CIMKeyBinding> keys;
     keys.append(CIMKeyBinding(CIMName("R"), target.c_str(), CIMKeyBinding::REFERENCE));
     const CIMObjectPath reference("other", CIMNamespaceName("root/qbx"), CIMName("A"), keys);
     EXPECT_TRUE(QBX_Common::matchObjectPath(pathOf("A", {{"R", target}}), reference));
+    EXPECT_TRUE(QBX_Common::matchObjectPath(reference, pathOf("A", {{"R", target}})));
     EXPECT_FALSE(QBX_Common::matchObjectPath(CIMObjectPath(), reference));
-    EXPECT_EQ(array.events(), Texts{}) << "nothing is logged";
+}
+
+TEST_F(ToolkitTest, IsPartOfArrayComparesNamesWithoutCase)
+{
+    const Array<CIMName> names(1, CIMName("QBX_DriveCage"));
+    EXPECT_TRUE(QBX_Common::isPartOfArray(CIMName("qbx_drivecage"), names));
+    EXPECT_FALSE(QBX_Common::isPartOfArray(CIMName("QBX_DriveCages"), names));
+    EXPECT_FALSE(QBX_Common::isPartOfArray(CIMName("QBX_DriveCage"), Array<CIMName>()));
 }
 
 // ---- Associations ----
 
-TEST_F(ToolkitTest, AssociationsCarryTheHostInEveryReference)
+const CIMName ASSOCIATION("QBX_InterfaceCardInDriveCage");
+const CIMObjectPath C = pathOf("C", {{"T", "a"}}, "elsewhere");
+const CIMObjectPath D = pathOf("D", {{"T", "b"}}, "");
+
+TEST_F(ToolkitTest, AssociationPathsCarryTheHostInEveryReference)
 {
-    const CIMName name("QBX_TestAssociation");
-    const CIMObjectPath cage = pathOf("C", {{"Tag", "a"}}, "elsewhere");
-    const CIMObjectPath card = pathOf("D", {{"Tag", "b"}}, "");
     const CIMObjectPath path =
-        QBX_Common::buildAssocPath(name, "Zebra", "Ant", cage, card, "array1", "root/qbx");
+        QBX_Common::buildAssocPath(ASSOCIATION, "Zebra", "Ant", C, D, "h", "root/qbx");
     EXPECT_EQ(str(path),
-              "//array1/root/qbx:QBX_TestAssociation.Ant=\"//array1/root/qbx:D.Tag=\\\"b\\\"\","
-              "Zebra=\"//array1/root/qbx:C.Tag=\\\"a\\\"\"");
+              "//h/root/qbx:QBX_InterfaceCardInDriveCage."
+              R"(Ant="//h/root/qbx:D.T=\"b\"",Zebra="//h/root/qbx:C.T=\"a\"")");
     EXPECT_EQ(path.getKeyBindings()[0].getType(), CIMKeyBinding::REFERENCE);
-    EXPECT_EQ(str(cage.getHost()), "elsewhere") << "the caller's path is untouched";
-    EXPECT_EQ(str(QBX_Common::buildAssocPath(name, "One", "Two", cage, card, "h0", "h1", "h2",
-                                             "root/qbx")),
-              "//h0/root/qbx:QBX_TestAssociation.One=\"//h1/root/qbx:C.Tag=\\\"a\\\"\","
-              "Two=\"//h2/root/qbx:D.Tag=\\\"b\\\"\"");
+    EXPECT_EQ(str(C.getHost()), "elsewhere") << "the caller's path is untouched";
     EXPECT_EQ(
-        str(QBX_Common::buildAssocPath(name, "A", "B", "C", cage, card, cage, "h", "root/qbx")),
-        "//h/root/qbx:QBX_TestAssociation.A=\"//h/root/qbx:C.Tag=\\\"a\\\"\","
-        "B=\"//h/root/qbx:D.Tag=\\\"b\\\"\",C=\"//h/root/qbx:C.Tag=\\\"a\\\"\"");
+        str(QBX_Common::buildAssocPath(ASSOCIATION, "A", "B", C, D, "h0", "h1", "h2", "root/qbx")),
+        "//h0/root/qbx:QBX_InterfaceCardInDriveCage."
+        R"(A="//h1/root/qbx:C.T=\"a\"",B="//h2/root/qbx:D.T=\"b\"")");
+    EXPECT_EQ(str(QBX_Common::buildAssocPath(ASSOCIATION, "A", "B", "C", C, D, C, "h", "root/qbx")),
+              "//h/root/qbx:QBX_InterfaceCardInDriveCage.A=\"//h/root/qbx:C.T=\\\"a\\\"\","
+              R"(B="//h/root/qbx:D.T=\"b\"",C="//h/root/qbx:C.T=\"a\"")");
+}
 
-    CIMClass cimClass = storedClass("QBX_TestAssociation");
-    CIMInstance instance = QBX_Common::buildAssocInstance(name, "Zebra", "Ant", cage, card,
-                                                          cimClass, "array1", "root/qbx");
-    EXPECT_EQ(valueOf(instance, "Zebra"), "reference //array1/root/qbx:C.Tag=\"a\"");
-    EXPECT_EQ(valueOf(instance, "Ant"), "absent") << "a role that the class lacks is skipped";
-    EXPECT_EQ(str(instance.getPath()), str(path));
-    instance = QBX_Common::buildAssocInstance(name, "Zebra", "Ant", cage, card, cimClass, "h0",
-                                              "h1", "h2", "root/qbx");
-    EXPECT_EQ(valueOf(instance, "Zebra"), "reference //h1/root/qbx:C.Tag=\"a\"");
-    instance = QBX_Common::buildAssocInstance(name, "One", "Zebra", "Three", card, cage, card,
-                                              cimClass, "h", "root/qbx");
-    EXPECT_EQ(valueOf(instance, "Zebra"), "reference //h/root/qbx:C.Tag=\"a\"");
+TEST_F(ToolkitTest, AssociationInstancesHoldTheReferencesThatTheirClassHas)
+{
+    CIMClass cimClass = storedClass(ASSOCIATION);
+    const char* const group = "GroupComponent";
+    CIMInstance instance =
+        QBX_Common::buildAssocInstance(ASSOCIATION, group, "Ant", C, D, cimClass, "h", "root/qbx");
+    EXPECT_EQ(valueOf(instance, group), R"(//h/root/qbx:C.T="a")");
+    EXPECT_EQ(valueOf(instance, "Ant"), "absent");
+    EXPECT_EQ(str(instance.getPath()),
+              str(QBX_Common::buildAssocPath(ASSOCIATION, group, "Ant", C, D, "h", "root/qbx")));
+    instance = QBX_Common::buildAssocInstance(ASSOCIATION, group, "PartComponent", C, D, cimClass,
+                                              "h0", "h1", "h2", "root/qbx");
+    EXPECT_EQ(valueOf(instance, group), R"(//h1/root/qbx:C.T="a")");
+    EXPECT_EQ(valueOf(instance, "PartComponent"), R"(//h2/root/qbx:D.T="b")");
+    instance = QBX_Common::buildAssocInstance(ASSOCIATION, "A", group, "B", D, C, D, cimClass, "h",
+                                              "root/qbx");
+    EXPECT_EQ(valueOf(instance, group), R"(//h/root/qbx:C.T="a")");
     EXPECT_EQ(instance.getPath().getKeyBindings().size(), 3u);
+}
 
-    // Nothing can refer to a path without a class, which the path shows after the skeleton.
-    array.forget();
-    EXPECT_THROW(QBX_Common::buildAssocInstance(name, "One", "Two", CIMObjectPath(), card, cimClass,
+TEST_F(ToolkitTest, NothingCanReferToAPathWithoutClass)
+{
+    CIMClass cimClass = storedClass(ASSOCIATION);
+    EXPECT_THROW(QBX_Common::buildAssocInstance(ASSOCIATION, "A", "B", CIMObjectPath(), C, cimClass,
                                                 "h", "root/qbx"),
                  MalformedObjectNameException);
-    EXPECT_EQ(array.events().size(), 2u);
+    EXPECT_LIST(array.events(), SKELETON);
 }
 
 // ---- Node address and system objects ----
@@ -244,65 +329,114 @@ TEST_F(ToolkitTest, TheNodeAddressIsAskedForUpToFiveTimes)
 {
     EXPECT_EQ(str(QBX_Common::getSystemAddress()), "");
     EXPECT_EQ(array.calls().size(), 15u) << "five calls, each under the semaphore";
-    array.serve("one");
+}
+
+TEST_F(ToolkitTest, TheFirstNodeAddressCounts)
+{
+    array.serve(ONE_OF_EACH);
     array.fail("api_getNodeIPaddress", 1, 1);
     array.fail("api_getNodeIPaddress", 1, 2);
     EXPECT_EQ(str(QBX_Common::getSystemAddress()), "192.0.2.1");
     EXPECT_EQ(array.calls().size(), 9u);
-    array.mend();
-    array.fail("cim_sem_wait", 1);
-    EXPECT_EQ(str(QBX_Common::getSystemAddress()), "");
-    EXPECT_EQ(array.calls(), Texts(5, "cim_sem_wait() = 1"));
 }
 
-TEST_F(ToolkitTest, SystemObjectsAreFoundByTheFirstWayThatAnswers)
+TEST_F(ToolkitTest, TheNodeAddressIsNotAskedForWithoutSemaphore)
 {
-    const std::tuple<CIMObjectPath (*)(CIMOMHandle&), std::string, std::string, std::string>
-        rows[] = {
-            {QBX_Common::getSystemPkgObjectPath, "getSystemPkgObjectPath", "QBX_SystemPackage",
-             "2: cannot get at system pkg object path\n"},
-            {QBX_Common::getSystemObjectPath, "getSystemObjectPath", "QBX_StorageSystem",
-             "2: cannot get at system object path\n"},
-            {QBX_Common::getSystemViewObjectPath, "getSystemViewObjectPath",
-             "QBX_StorageSystemView", "2: cannot get at system view object path\n"},
+    array.fail("cim_sem_wait", 1);
+    EXPECT_EQ(str(QBX_Common::getSystemAddress()), "");
+    EXPECT_LIST(array.calls(), Texts(5, "cim_sem_wait() = 1"));
+}
+
+/// How a system object is looked for when the first upcalls throw: the events, in which GET and
+/// CLASS stand for the operation and the class, and whether it is found.
+struct SystemObjectRow : Row
+{
+    int failing;
+    std::function<void()> raise;
+    Texts events;
+    bool isFound;
+};
+
+class SystemObjectTest : public RowTest<SystemObjectRow>
+{
+protected:
+    void expectFound(CIMObjectPath (*find)(CIMOMHandle&), const std::string& operation,
+                     const std::string& className, const Texts& entry, const std::string& notFound,
+                     const Texts& exit)
+    {
+        CIMOMHandle handle;
+        QBX_Common::getSystemHostName(handle);  // known from here on
+        array.forget();
+        array.onNote = [this, left = row.failing](const std::string&) mutable {
+            if (left-- > 0) row.raise();
         };
-    CIMOMHandle handle;
-    QBX_Common::getSystemHostName(handle);  // known from here on
-    for (const auto& [find, operation, className, notFound] : rows) {
-        const std::string prefix = "2: QBX_Common::" + operation + ": ";
-        const Texts failures[] = {
-            {prefix + "CIM_ERR_FAILED: not now. Trying via cimom.\n", prefix + "not now.\n"},
-            {prefix + "Unknow exception! Trying via cimom\n",
-             prefix + "Unknow exception in cimom!\n"}};
-        for (const bool isUnknown : {false, true}) {
-            for (const std::size_t failed : {0, 1, 2, 3}) {  // 3: nothing there
-                SCOPED_TRACE(operation + " " + std::to_string(failed));
-                array.forget();
-                cimom.asked.clear();
-                cimom.onEnumerateInstanceNames = [&](const CIMName& name) {
-                    Array<CIMObjectPath> names;
-                    if (failed == 3) return names;
-                    if (cimom.asked.size() <= failed && isUnknown) throw 5;
-                    if (cimom.asked.size() <= failed) throw CIMException(CIM_ERR_FAILED, "not now");
-                    names.append(pathOf(str(name), {{"Tag", "1"}}, "other"));
-                    names.append(pathOf(str(name), {{"Tag", "2"}}, "other"));
-                    return names;
-                };
-                EXPECT_EQ(str(find(handle)),
-                          failed < 2 ? "//array1/root/qbx:" + className + ".Tag=\"1\"" : "");
-                EXPECT_EQ(cimom.asked, Texts(failed % 3 == 0 ? 1 : 2,
-                                             "enumerateInstanceNames nobody " + className));
-                Texts log(failures[isUnknown].begin(), failures[isUnknown].begin() + failed % 3);
-                if (failed >= 2) log.push_back(notFound);
-                EXPECT_EQ(array.log("2"), log);
-                const Texts all = array.log();
-                const std::string frame = "QBX_Common::" + operation + "()\n";
-                const bool isFramed =
-                    all.front() == "4: -->" + frame && all.back() == "4: <--" + frame;
-                EXPECT_EQ(isFramed, className != "QBX_SystemPackage");
+        EXPECT_EQ(str(find(handle)), row.isFound ? str(element(className, "package")) : "");
+        Texts events = {entry, "4: -->QBX_Common::enumerateInstanceNames()\n", row.events};
+        for (std::string& event : events) {
+            for (const auto& [word, text] : Keys{{"GET", operation}, {"CLASS", className}}) {
+                const std::size_t at = event.find(word);
+                if (at != std::string::npos) event.replace(at, word.size(), text);
             }
         }
+        EXPECT_LIST(array.events(), {events, row.isFound ? Texts() : Texts{notFound}, exit});
     }
+};
+
+TEST_P(SystemObjectTest, Package)
+{
+    expectFound(QBX_Common::getSystemPkgObjectPath, "getSystemPkgObjectPath", "QBX_SystemPackage",
+                {}, "2: cannot get at system pkg object path\n", {});
+}
+
+TEST_P(SystemObjectTest, System)
+{
+    expectFound(QBX_Common::getSystemObjectPath, "getSystemObjectPath", "QBX_StorageSystem",
+                {"4: -->QBX_Common::getSystemObjectPath()\n"},
+                "2: cannot get at system object path\n",
+                {"4: <--QBX_Common::getSystemObjectPath()\n"});
+}
+
+TEST_P(SystemObjectTest, SystemView)
+{
+    expectFound(QBX_Common::getSystemViewObjectPath, "getSystemViewObjectPath",
+                "QBX_StorageSystemView", {"4: -->QBX_Common::getSystemViewObjectPath()\n"},
+                "2: cannot get at system view object path\n",
+                {"4: <--QBX_Common::getSystemViewObjectPath()\n"});
+}
+
+const auto FAIL = [] { throw CIMException(CIM_ERR_FAILED, "not now"); };
+const auto FAIL_SOMEHOW = [] { throw 5; };
+const std::string UPCALL = "cimom.enumerateInstanceNames nobody CLASS";
+const Texts FAILED = {UPCALL, "2: QBX_Common::GET: CIM_ERR_FAILED: not now. Trying via cimom.\n",
+                      UPCALL};
+const Texts FAILED_SOMEHOW = {UPCALL, "2: QBX_Common::GET: Unknow exception! Trying via cimom\n",
+                              UPCALL};
+
+// clang-format off
+const std::vector<SystemObjectRow> SYSTEM_OBJECTS = {
+    {"Client", 0, FAIL, {UPCALL, "4: <--QBX_Common::enumerateInstanceNames()\n"}, true},
+    {"Handle", 1, FAIL, FAILED, true},
+    {"HandleSomehow", 1, FAIL_SOMEHOW, FAILED_SOMEHOW, true},
+    {"Neither", 2, FAIL, {FAILED, "2: QBX_Common::GET: not now.\n"}, false},
+    {"NeitherSomehow", 2, FAIL_SOMEHOW,
+     {FAILED_SOMEHOW, "2: QBX_Common::GET: Unknow exception in cimom!\n"}, false},
+};
+// clang-format on
+INSTANTIATE_TEST_SUITE_P(FoundBy, SystemObjectTest, testing::ValuesIn(SYSTEM_OBJECTS), nameOfRow);
+
+TEST_F(ToolkitTest, TheFirstOfSeveralSystemObjectsCountsWithTheHostOfTheArray)
+{
+    cimom.onEnumerateInstanceNames = [](const CIMName& name) {
+        Array<CIMObjectPath> names(1, element(str(name), "first", "other"));
+        names.append(element(str(name), "second", "other"));
+        return names;
+    };
+    CIMOMHandle handle;
+    EXPECT_EQ(str(QBX_Common::getSystemObjectPath(handle)),
+              str(element("QBX_StorageSystem", "first")));
+    cimom.onEnumerateInstanceNames = [](const CIMName&) { return Array<CIMObjectPath>(); };
+    EXPECT_EQ(str(QBX_Common::getSystemObjectPath(handle)), "");
+    EXPECT_LIST(array.events().startingWith("2:"), {"2: cannot get at system object path\n"});
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 """The schema with a MOF compiler that is not ours, and what must agree with it."""
 
+import json
+import os
 import pathlib
 import sys
 import unittest
@@ -43,7 +45,7 @@ class Schema(unittest.TestCase):
         schema = classes.compile_schema()
         expected = {}
         for name in set(classes.class_order()) - LOOKED_UP_ONLY:
-            line = [name] + classes.ancestors(schema, name)
+            line = [name, *classes.ancestors(schema, name)]
             expected[name] = [INSTANCES]
             if schema[name].qualifiers.get("Association"):
                 expected[name].append(ASSOCIATIONS)
@@ -54,6 +56,21 @@ class Schema(unittest.TestCase):
             for each in registration()["PG_ProviderCapabilities"]
         }
         self.assertEqual(registered, expected)
+
+    def test_manifest_declares_the_classes_of_the_mof(self):
+        schema = classes.compile_schema()
+        build = pathlib.Path(os.environ["QBX_BUILD"])
+        declared = json.loads((build / "Schema" / "manifest.json").read_text())
+        expected = [(name, schema[name].superclass) for name in classes.class_order()]
+        self.assertEqual(list(declared["classes"].items()), expected)
+        self.assertEqual(set(declared["looked_up"]), LOOKED_UP_ONLY)
+        references = {
+            part.reference_class
+            for name in declared["classes"]
+            for part in schema[name].properties.values()
+            if part.reference_class and part.class_origin == name
+        }
+        self.assertLessEqual(references, set(declared["classes"]))
 
 
 if __name__ == "__main__":

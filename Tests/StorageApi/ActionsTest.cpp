@@ -1,7 +1,8 @@
-// Actions change what later queries show, and nothing else, or say by their code why they could
+// Actions change what later queries show, and nothing else, or tell by their code why they could
 // not.
 #include "Simulator.h"
 
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <csignal>
@@ -12,13 +13,20 @@ namespace
 class ActionsTest : public SimulatorTest
 {
 protected:
+    ActionsTest()
+    {
+        array_["cacheSeconds"] = 1000;  // an action shows at once all the same
+        serve();
+        last_ = state();
+    }
+
     /// All that an action can change, by the names of the elements.
-    static Json picture()
+    static Json state()
     {
         Json all;
         for (const api_Cage_t& cage : cages())
             all[cage.deviceID] = {{"light", +cage.locateON},
-                                  {"at", cage.location},
+                                  {"location", cage.location},
                                   {"version", cage.u.lbod.fwVersion}};
         for (const auto& bay : records(api_getMagazines_Cached, &api_MagazineList_t::mags))
             all[bay.deviceID] = {{"light", +bay.locateON},
@@ -32,12 +40,30 @@ protected:
         return all;
     }
 
-    /// The result of an action, and what it changes in the picture.
-    void expect(int result, int code, const Json& news = Json::object())
+    /// Expects that these fields have changed since the last call, and no others. A failure shows
+    /// the fields that differ.
+    void expectChanges(const Json& changes, int line = __builtin_LINE())
     {
-        last_.merge_patch(news);
-        EXPECT_EQ(result, code) << news;
-        EXPECT_EQ(picture(), last_) << news;
+        const testing::ScopedTrace caller(__FILE__, line, "expectChanges " + changes.dump());
+        last_.merge_patch(changes);
+        const Json now = state();
+        EXPECT_EQ(Json::diff(last_, now).dump(), "[]");
+        last_ = now;
+    }
+
+    void expectNoChanges(int line = __builtin_LINE()) { expectChanges(Json::object(), line); }
+
+    /// Expects that with this text in the state file no location can be set, and all files stay.
+    void expectLocationRefused(const std::string& stateFile, const std::string& logged)
+    {
+        write("array.json.state", stateFile);
+        qbxsim_reset();
+        EXPECT_EQ(setLocation("dc1", "new"), QBXSIM_STATE_NOT_KEPT);
+        expectNoChanges();
+        EXPECT_EQ(read("array.json.state"), stateFile);
+        EXPECT_NE(read("log").find(logged), std::string::npos) << read("log");
+        const std::filesystem::directory_iterator files(folder_);
+        EXPECT_EQ(std::distance(begin(files), end(files)), 3) << "the array, its state, the log";
     }
 
     int upgrade(const char* cage, bool isPortA, const char* file) const
@@ -52,93 +78,164 @@ protected:
         return api_setCageLocation(&handle, text.c_str());
     }
 
-    Json last_ = picture();
+    Json last_;
 };
 
-TEST_F(ActionsTest, ShowAtOnceWhateverTheCacheTime)
-{
-    array_["cacheSeconds"] = 1000;
-    serve();
-    const api_CageHandle_t dc2 = foundCage("dc2"), lit = foundCage("lit"), none = {};
-    expect(api_locateCage(&dc2, 60), 0, {{"dc2", {{"light", 1}}}});
-    expect(api_locateCage(&lit, 0), 0, {{"lit", {{"light", 0}}}});
-    expect(api_locateCage(&none, 1), QBXSIM_NOT_FOUND);
-    expect(api_locateCage(nullptr, 1), QBXSIM_BAD_ARGUMENT);
-    expect(api_locateMagazine("dc2", 1, 60), 0, {{"m1", {{"light", 1}}}});
-    expect(api_locateMagazine("dc1", 1, 60), 0, {{"n1", {{"light", 1}}}});
-    expect(api_locateMagazine("dc2", 2, 60), QBXSIM_NOT_FOUND);  // absent
-    const Json port0 = {1, 0, 0, 0}, port1 = {0, 1, 0, 0}, port3 = {0, 0, 0, 1};
-    expect(api_locateFCALPort("dc2", 1, 60), 0, {{"ab", {{"A", port1}, {"B", port1}}}});
-    expect(api_locateFCALPort("dc1", 0, 60), 0, {{"a1", {{"A", port0}}}, {"b1", {{"B", port0}}}});
-    expect(api_locateFCALPort("dc3", 3, 60), 0, {{"a3", {{"A", port3}}}});
-    expect(api_locateFCALPort("lit", 1, 60), 0, {{"x0", {{"A", port1}, {"B", port1}}}});
-    expect(api_locateFCALPort("dc1", 2, 60), QBXSIM_NOT_FOUND);
-    const Json on = {1, ES_NORMAL}, off = {2, ES_DEGRADED};
-    expect(api_setMagazineLoop("dc2", 1, 0, 2), 0, {{"m1", {{"A", off}, {"B", off}}}});
-    expect(api_setMagazineLoop("dc2", 1, 255, 1), 0, {{"m1", {{"B", on}}}});
-    expect(api_setMagazineLoop("dc2", 1, 0, 3), QBXSIM_BAD_ARGUMENT);
-    expect(setLocation("dc1", "new"), 0, {{"dc1", {{"at", "new"}}}});
-    expect(setLocation("dc1", std::string(257, 'x')), QBXSIM_BAD_ARGUMENT);
+// ---- Locate ----
 
-    write("fw", R"({"qbxFirmware": 1, "version": "2", "cageTypes": ["JB_KBOD", 4]})");
-    write("newer", R"({"qbxFirmware": 2})");
-    write("long", std::string(65537, ' '));
-    ASSERT_EQ(mkfifo(path("fifo").c_str(), 0600), 0);
-    expect(upgrade("dc1", false, "fw"), 0, {{"b1", {{"KBOD", "2"}}}});
-    expect(upgrade("dc1", true, "fw"), 0, {{"a1", {{"KBOD", "2"}}}});
-    expect(upgrade("dc3", true, "fw"), 0, {{"a3", {{"DC3", "2"}}}});
-    expect(upgrade("dc3", false, "fw"), QBXSIM_NOT_SUPPORTED);
-    expect(upgrade("dc2", false, "."), QBXSIM_FIRMWARE_UNREADABLE);
-    expect(upgrade("dc2", false, "fifo"), QBXSIM_FIRMWARE_UNREADABLE);
-    expect(upgrade("dc2", false, "newer"), QBXSIM_FIRMWARE_INVALID);
-    expect(upgrade("dc2", false, "long"), QBXSIM_FIRMWARE_UNREADABLE);
-    write("fw", R"({"qbxFirmware": 1, "version": "3", "cageTypes": ["JB_LBOD"]})");
-    expect(upgrade("dc2", false, "fw"), 0, {{"dc2", {{"version", "3"}}}});
+TEST_F(ActionsTest, LocatesACage)
+{
+    const api_CageHandle_t dc2 = foundCage("dc2"), lit = foundCage("lit"), none = {};
+    EXPECT_EQ(api_locateCage(&dc2, 60), 0);
+    expectChanges({{"dc2", {{"light", 1}}}});
+    EXPECT_EQ(api_locateCage(&lit, 0), 0);
+    expectChanges({{"lit", {{"light", 0}}}});
+    EXPECT_EQ(api_locateCage(&none, 1), QBXSIM_NOT_FOUND);
+    EXPECT_EQ(api_locateCage(nullptr, 1), QBXSIM_BAD_ARGUMENT);
+    expectNoChanges();
 }
 
-TEST_F(ActionsTest, ALocationOutlivesARestartUntilTheFileGivesTheCageAnother)
+TEST_F(ActionsTest, LocatesAMagazineOfACageForItsTime)
 {
-    std::filesystem::create_symlink(path("elsewhere"), path("array.json.state.new"));
-    EXPECT_EQ(setLocation("dc2", "other"), 0);
-    EXPECT_FALSE(std::filesystem::exists(path("elsewhere")));
+    EXPECT_EQ(api_locateMagazine("dc2", 1, 2000), 0);
+    expectChanges({{"m1", {{"light", 1}}}});
+    qbxsim_advanceClock(1000);
+    expectNoChanges();
+    qbxsim_advanceClock(1000);
+    expectChanges({{"m1", {{"light", 0}}}});
+    EXPECT_EQ(api_locateMagazine("dc1", 1, 60), 0);
+    expectChanges({{"n1", {{"light", 1}}}});
+    EXPECT_EQ(api_locateMagazine("dc2", 2, 60), QBXSIM_NOT_FOUND) << "absent";
+    expectNoChanges();
+}
+
+TEST_F(ActionsTest, LocatesAPortOnTheLoopsThatItsCardsServe)
+{
+    const Json port0 = {1, 0, 0, 0}, port1 = {0, 1, 0, 0}, port3 = {0, 0, 0, 1};
+    EXPECT_EQ(api_locateFCALPort("dc2", 1, 60), 0);
+    expectChanges({{"ab", {{"A", port1}, {"B", port1}}}});
+    EXPECT_EQ(api_locateFCALPort("dc1", 0, 60), 0);
+    expectChanges({{"a1", {{"A", port0}}}, {"b1", {{"B", port0}}}});
+    EXPECT_EQ(api_locateFCALPort("dc3", 3, 60), 0);
+    expectChanges({{"a3", {{"A", port3}}}});
+    EXPECT_EQ(api_locateFCALPort("lit", 1, 60), 0);
+    expectChanges({{"x0", {{"A", port1}, {"B", port1}}}});
+    EXPECT_EQ(api_locateFCALPort("dc1", 2, 60), QBXSIM_NOT_FOUND) << "it has two ports";
+    expectNoChanges();
+}
+
+// ---- Loops and locations ----
+
+TEST_F(ActionsTest, SetsTheStateOfOneLoopOrBoth)
+{
+    const Json on = {1, ES_NORMAL}, off = {2, ES_DEGRADED};
+    EXPECT_EQ(api_setMagazineLoop("dc2", 1, 0, 2), 0);
+    expectChanges({{"m1", {{"A", off}, {"B", off}}}});
+    EXPECT_EQ(api_setMagazineLoop("dc2", 1, 255, 1), 0);
+    expectChanges({{"m1", {{"B", on}}}});
+    EXPECT_EQ(api_setMagazineLoop("dc2", 1, 1, 0), 0);
+    expectChanges({{"m1", {{"A", on}}}});
+    EXPECT_EQ(api_setMagazineLoop("dc2", 1, 0, 3), QBXSIM_BAD_ARGUMENT);
+    expectNoChanges();
+}
+
+TEST_F(ActionsTest, SetsALocationThatFits)
+{
+    const std::string longest(256, 'x');
+    EXPECT_EQ(setLocation("dc1", longest), 0);
+    expectChanges({{"dc1", {{"location", longest}}}});
+    EXPECT_EQ(setLocation("dc1", longest + 'x'), QBXSIM_BAD_ARGUMENT);
+    expectNoChanges();
+}
+
+TEST_F(ActionsTest, KeepsALocationOverARestart)
+{
     for (const std::string text : {"\xFF not UTF-8 \x01", "hex:41", "", "Rack 7 <\"&>"}) {
         EXPECT_EQ(setLocation("dc1", text), 0) << text;
         qbxsim_reset();
-        EXPECT_EQ(cages()[0].location, text);
+        EXPECT_EQ(cages().at(0).location, text);
     }
-    EXPECT_EQ(read("array.json"), array_.dump());
-    const auto mode = std::filesystem::status(path("array.json.state")).permissions();
-    EXPECT_EQ(mode & std::filesystem::perms::others_all, std::filesystem::perms::none);
+    EXPECT_EQ(read("array.json"), array_.dump()) << "the array file is never written";
+}
+
+TEST_F(ActionsTest, KeepsALocationUntilTheFileGivesTheCageAnother)
+{
+    array_["cacheSeconds"] = 0;
+    serve();
+    EXPECT_EQ(setLocation("dc1", "set"), 0);
+    EXPECT_EQ(setLocation("dc2", "other"), 0);
     write("array.json", array_.dump() + ' ');
-    EXPECT_STREQ(cages()[0].location, "Rack 7 <\"&>") << "the file says the same of the location";
+    EXPECT_STREQ(cages()[0].location, "set") << "the changed file has the same location as before";
     array_["cages"][0]["location"] = "moved";
     serve();
     EXPECT_STREQ(cages()[0].location, "moved");
     EXPECT_STREQ(cages()[1].location, "other");
 }
 
-TEST_F(ActionsTest, ALocationThatCannotBeKeptIsNotTaken)
+TEST_F(ActionsTest, WritesThePrivateStateFileThroughNoLink)
 {
-    const std::string big = R"({"locations": [{"cage": "dc2", "from": "not here", "to": ")" +
-                            std::string(9999, 'x') + R"("}]})";
+    setenv("QBX_ARRAY_STATE", path("state").c_str(), 1);
+    qbxsim_reset();
+    std::filesystem::create_symlink(path("elsewhere"), path("state.new"));
+    EXPECT_EQ(setLocation("dc2", "other"), 0);
+    EXPECT_FALSE(std::filesystem::exists(path("elsewhere")));
+    const auto mode = std::filesystem::status(path("state")).permissions();
+    EXPECT_EQ(mode & std::filesystem::perms::others_all, std::filesystem::perms::none);
+}
+
+TEST_F(ActionsTest, RefusesALocationWhenTheStateFileHasAnotherForm)
+{
+    expectLocationRefused("{\n\"locations\": [{}]}",
+                          "state:2: /locations/0: field 'cage' is missing");
+}
+
+TEST_F(ActionsTest, RefusesALocationWhenTheStateFileCannotGrow)
+{
     std::signal(SIGXFSZ, SIG_IGN);
-    for (const std::string state : {"{\n\"locations\": [{}]}", "[1e999]", big.c_str(), ""}) {
-        if (state.empty()) setenv("QBX_ARRAY_STATE", path("no such folder/state").c_str(), 1);
-        write("array.json.state", state);
-        serve();
-        qbxsim_reset();
-        const api_CageHandle_t lit = foundCage("lit");
-        expect(api_locateCage(&lit, 0), 0, {{"lit", {{"light", 0}}}});
-        write("array.json", array_.dump() + ' ');  // with a light that is on
-        withLimit(RLIMIT_FSIZE, 5000, [&] {
-            expect(setLocation("dc1", "new"), QBXSIM_STATE_NOT_KEPT, {{"lit", {{"light", 1}}}});
-        });
-        EXPECT_EQ(read("array.json.state"), state) << "not ours to overwrite";
-        const std::filesystem::directory_iterator files(folder_);
-        EXPECT_EQ(std::distance(begin(files), end(files)), 3) << "the array, its state, the log";
-    }
-    EXPECT_NE(read("log").find("state: File too large\n"), std::string::npos);
-    EXPECT_NE(read("log").find("state:2: /locations/0: field 'cage' is"), std::string::npos);
+    rlimit before = {};
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit limit = {5000, before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    const Json longEntry = {{"cage", "dc2"}, {"from", "not here"}, {"to", std::string(4900, 'x')}};
+    expectLocationRefused(Json{{"locations", {longEntry}}}.dump(), "state: File too large");
+    setrlimit(RLIMIT_FSIZE, &before);
+}
+
+// ---- Firmware ----
+
+TEST_F(ActionsTest, UpgradesTheCardsOfAPort)
+{
+    write("fw", R"({"qbxFirmware": 1, "version": "2", "cageTypes": ["JB_KBOD", 4]})");
+    EXPECT_EQ(upgrade("dc1", false, "fw"), 0);
+    expectChanges({{"b1", {{"KBOD", "2"}}}});
+    EXPECT_EQ(upgrade("dc1", true, "fw"), 0);
+    expectChanges({{"a1", {{"KBOD", "2"}}}});
+    EXPECT_EQ(upgrade("dc3", true, "fw"), 0);
+    expectChanges({{"a3", {{"DC3", "2"}}}});
+    EXPECT_EQ(upgrade("dc3", false, "fw"), QBXSIM_NOT_SUPPORTED) << "no card at port B";
+    expectNoChanges();
+}
+
+TEST_F(ActionsTest, UpgradesACageWithAProcessor)
+{
+    write("fw", R"({"qbxFirmware": 1, "version": "3", "cageTypes": ["JB_LBOD"]})");
+    EXPECT_EQ(upgrade("dc2", false, "fw"), 0);
+    expectChanges({{"dc2", {{"version", "3"}}}});
+    EXPECT_EQ(upgrade("dc1", false, "fw"), QBXSIM_FIRMWARE_MISMATCH);
+    expectNoChanges();
+}
+
+TEST_F(ActionsTest, RefusesWhatIsNoFirmwareFile)
+{
+    write("newer", R"({"qbxFirmware": 2, "version": "2", "cageTypes": [3]})");
+    write("long", std::string(65537, ' '));
+    ASSERT_EQ(mkfifo(path("fifo").c_str(), 0600), 0);
+    EXPECT_EQ(upgrade("dc2", false, "missing"), QBXSIM_FIRMWARE_MISSING);
+    EXPECT_EQ(upgrade("dc2", false, "."), QBXSIM_FIRMWARE_UNREADABLE);
+    EXPECT_EQ(upgrade("dc2", false, "fifo"), QBXSIM_FIRMWARE_UNREADABLE);
+    EXPECT_EQ(upgrade("dc2", false, "long"), QBXSIM_FIRMWARE_UNREADABLE);
+    EXPECT_EQ(upgrade("dc2", false, "newer"), QBXSIM_FIRMWARE_INVALID);
+    expectNoChanges();
 }
 
 }  // namespace

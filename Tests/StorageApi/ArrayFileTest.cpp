@@ -1,6 +1,5 @@
-// What an array file may say and how its faults are told (faults.json: files with the fault in
-// each, and values with the place in array.json where each is put); the schema that editors use
-// agrees.
+// What an array file may say, and the message that names the line and the field of a fault. The
+// JSON schema that editors use agrees with the reader.
 #include "Simulator.h"
 
 #include <valijson/adapters/nlohmann_json_adapter.hpp>
@@ -26,7 +25,7 @@ protected:
         return valijson::Validator().validate(schema, NlohmannJsonAdapter(array), nullptr);
     }
 
-    /// What loading a text says of its faults, without time, thread and file name.
+    /// What loading a file logs of its faults, without time, thread and file name.
     std::string faultIn(const std::string& text) const
     {
         write("log", "");
@@ -36,34 +35,165 @@ protected:
             ".*bad.json(:| is in service.*\n)| \\(no array is in .* mended\\)\n");
         return std::regex_replace(read("log"), frame, "");
     }
-
-    const Json faults_ = Json::parse(std::ifstream(TEST_DIR "/faults.json"));
 };
 
-TEST_F(ArrayFileTest, TellsLineAndFieldOfAFaultAndRefusesWhatTheSchemaDoes)
+TEST_F(ArrayFileTest, NamesTheLineOfASyntaxError)
 {
-    for (const Json& row : faults_["files"])
-        EXPECT_EQ(faultIn(row[0]), row[1]) << row;
-    for (const Json& row : faults_["values"]) {
-        Json array = array_;
-        array[Json::json_pointer(row[0])] = row[1];
-        const std::string fault = row[2];
-        const std::string place =
-            fault[0] == '/' ? "1: " : "1: " + row[0].get<std::string>() + ": ";
-        EXPECT_EQ(faultIn(array.dump()), fault.empty() ? "" : place + fault) << row;
-        EXPECT_EQ(schemaAccepts(array), fault.empty()) << row;
-    }
+    EXPECT_EQ(faultIn(""),
+              "1: syntax error while parsing value - unexpected end of input; expected '[', '{', "
+              "or a literal");
+    EXPECT_EQ(faultIn("{\n\"storageArray\": {},\n}"),
+              "3: syntax error while parsing object key - unexpected '}'; expected string literal");
+    EXPECT_EQ(faultIn(std::string(100, '[')), "1: nested too deep");
+    EXPECT_EQ(faultIn("{\"a\": [0,\n{\"b/c\":\n-1e999\n}]}"),
+              "3: /a/1/b~1c: the number is too big");
 }
 
-TEST_F(ArrayFileTest, TheSampleIsGoodAndServedByDefault)
+TEST_F(ArrayFileTest, NamesTheLineOfAValue)
+{
+    EXPECT_EQ(faultIn("{\"storageArray\": {}, \"magazines\": [{\"deviceID\": \"m\",\n\"cageType\": "
+                      "18446744073709551615}]}"),
+              "2: /magazines/0/cageType: number does not fit 32 bits");
+    EXPECT_EQ(faultIn("{\"storageArray\": {\"operationalStatus\": [1,\n2,\n\"\"\n]}}"),
+              "3: /storageArray/operationalStatus/2: expected a whole number from 0 to 65535, or "
+              "\"0x\" and hexadecimal digits");
+}
+
+TEST_F(ArrayFileTest, NamesTheLinesOfDuplicates)
+{
+    EXPECT_EQ(faultIn("{\n\"a\": 0,\n\"a\": 1}"), "3: /a: duplicate key, first in line 2");
+    EXPECT_EQ(faultIn(R"({"storageArray": {}, "users": [{"name": "u"},
+        {"name": "u"}]})"),
+              "2: /users/1: duplicate user 'u'");
+    EXPECT_EQ(faultIn(R"({"storageArray": {}, "faults": [{"operation": "cim_sem_wait", "code": 1},
+        {"operation": "cim_sem_wait", "delay": 1}]})"),
+              "2: /faults/1: duplicate fault of these calls");
+}
+
+TEST_F(ArrayFileTest, WarnsOfElementsWithTheSameName)
+{
+    EXPECT_EQ(faultIn(R"({"storageArray": {},
+        "cages": [{"deviceID": "c", "type": 0}, {"deviceID": "hex:63", "type": 1}],
+        "cagesPS": [{"name": "m", "type": 0}, {"name": "m", "type": 0}],
+        "magazines": [{"deviceID": "m", "isAbsent": true}, {"deviceID": "m"},
+        {"deviceID": "m"}]})"),
+              "2: /cages/1/deviceID: 'c' is given twice, first in line 2\n"
+              "5: /magazines/2/deviceID: 'm' is given twice, first in line 4\n"
+              "3: /cagesPS/1/name: 'm' is given twice, first in line 3\n");
+}
+
+TEST_F(ArrayFileTest, AcceptsValuesAtTheirLimits)
+{
+    const std::string longest(API_ID_SIZE, 'c');
+    array_["cacheSeconds"] = 86400;
+    array_["cages"] = {{{"deviceID", longest},
+                        {"type", INT32_MIN},
+                        {"position", 65535},
+                        {"wwn", "0xFFFFFFFFFFFFFFFF"},
+                        {"elementName", "hex:C3 28ff"},
+                        {"lbod", {{"sensors", Json(std::size_t{10}, Json())}}}}};
+    array_["magazines"][0] = {{"isAbsent", true}};
+    array_["fcals"][0]["loopA"] = {{"nodePort", {0, "0x19A", 65532, 1}}};
+    array_["faults"] = {{{"operation", "api_locateCage"}, {"call", 2}, {"code", INT32_MIN}},
+                        {{"operation", "api_locateCage"}, {"delay", UINT32_MAX}}};
+    EXPECT_EQ(faultIn(array_.dump()), "");
+    EXPECT_TRUE(schemaAccepts(array_));
+    const api_Cage_t cage = cages().at(0);
+    EXPECT_EQ(std::string(cage.deviceID, API_ID_SIZE), longest) << "full, so not terminated";
+    EXPECT_EQ(cage.type, INT32_MIN);
+    EXPECT_EQ(cage.wwn, UINT64_MAX);
+    EXPECT_STREQ(cage.elementName, "\xC3(\xFF");
+    EXPECT_EQ(cage.u.lbod.sensCount, 10) << "empty places count";
+}
+
+/// The name of a row, and the line that it begins on.
+struct RowName
+{
+    RowName(const char* itsText, int itsLine = __builtin_LINE()) : text(itsText), line(itsLine) {}
+    const char* text;
+    int line;
+};
+
+struct RefusedValue
+{
+    RowName name;
+    const char* pointer;  ///< where in array.json the value is put
+    const char* value;
+    const char* fault;  ///< what follows the pointer in the message
+};
+
+std::ostream& operator<<(std::ostream& out, const RefusedValue& row)
+{
+    return out << row.name.text;
+}
+
+class ArrayFileValueTest : public ArrayFileTest, public testing::WithParamInterface<RefusedValue>
+{
+};
+
+TEST_P(ArrayFileValueTest, IsRefusedByReaderAndSchema)
+{
+    const auto& [name, pointer, value, fault] = GetParam();
+    const testing::ScopedTrace row(__FILE__, name.line, std::string(pointer) + " = " + value);
+    array_[Json::json_pointer(pointer)] = Json::parse(value);
+    EXPECT_EQ(faultIn(array_.dump()), std::string("1: ") + pointer + fault);
+    EXPECT_FALSE(schemaAccepts(array_));
+}
+
+#define WANTS_UINT16 ": expected a whole number from 0 to 65535, or \"0x\" and hexadecimal digits"
+#define NO_FUNCTION " is no function of qbxapi.h that can fail"
+
+const RefusedValue VALUES[] = {
+    {"TooLongText", "/cages/0/mfg/vendor", R"("123456789 123456789 123456789 123")",
+     ": string of 33 bytes; the field holds 32"},
+    {"NumberForText", "/cages/0/deviceID", "1", ": expected a string"},
+    {"HalfAByteOfHex", "/cages/0/elementName", R"("hex:4")",
+     ": 'hex:' needs an even number of digits"},
+    {"OtherLettersInHex", "/cages/0/elementName", R"("hex:4G")",
+     ": '4G' is not a byte in hexadecimal"},
+    {"EnumerationAboveInt32", "/cages/0/type", "2147483648", ": number does not fit 32 bits"},
+    {"UnknownEnumerationName", "/cages/0/type", R"("JB_XBOD")",
+     ": expected a number or one of JB_UNKNOWN, JB_JBOD, JB_KBOD, JB_LBOD, JB_DC3, JB_MBOD"},
+    {"NumberAboveUint16", "/cages/0/position", "65536", WANTS_UINT16},
+    {"NegativeNumber", "/cages/0/position", "-1", WANTS_UINT16},
+    {"OtherLettersInHexNumber", "/cages/0/position", R"("0xFFFG")", WANTS_UINT16},
+    {"NumberForFlag", "/cages/0/locateON", "1", ": expected true or false"},
+    {"UnknownField", "/users/0/password", "1",
+     ": unknown field; known here: mayOpen, name, privileges"},
+    {"SecondUnionArm", "/cages/1/sbod", "{}", ": only one arm of the union can be given"},
+    {"MoreSensorsThanPlaces", "/cagesPS/0/sensors", "[null, null, null, null, null, null]",
+     ": array of 6 elements; there is room for 5"},
+    {"ObjectForArray", "/cages/1/lbod/sensors", "{}", ": expected an array"},
+    {"SensorCountAbovePlaces", "/cages/1/lbod/sensCount", "11",
+     ": the record has 10 sensor places"},
+    {"PresentMagazineWithoutName", "/magazines/0", R"({"isAbsent": false})",
+     ": field 'deviceID' is missing"},
+    {"CageWithoutType", "/cages/0", R"({"deviceID": "c"})", ": field 'type' is missing"},
+    {"NullForObject", "/magazines/0/mfg", "null", ": expected an object"},
+    {"CacheOfMoreThanADay", "/cacheSeconds", "86401", ": expected a number from 0 to 86400"},
+    {"PrivilegeInUpperCase", "/users/0/privileges/0", R"("A")", ": keys are in lower case"},
+    {"WildcardNotAtTheEnd", "/privilegeKeys/1", R"("*b")",
+     ": '*' can only stand at the end of a key"},
+    {"FaultOfUnknownOperation", "/faults/0", R"({"operation": "api_locateCages", "code": 5})",
+     "/operation: 'api_locateCages'" NO_FUNCTION},
+    {"FaultOfOperationWithoutResult", "/faults/0", R"({"operation": "cim_sem_post", "code": 5})",
+     "/operation: 'cim_sem_post'" NO_FUNCTION},
+    {"FaultWithTextForCode", "/faults/0", R"({"operation": "cim_sem_wait", "code": "5"})",
+     "/code: expected a number"},
+    {"FaultWithoutEffect", "/faults/0", R"({"operation": "cim_sem_wait", "delay": 0})",
+     ": neither 'code' nor 'delay' is given"},
+};
+
+INSTANTIATE_TEST_SUITE_P(ArrayFileTest, ArrayFileValueTest, testing::ValuesIn(VALUES),
+                         [](const auto& row) { return row.param.name.text; });
+
+TEST_F(ArrayFileTest, SampleMatchesTheSchemaAndIsServedByDefault)
 {
     EXPECT_TRUE(schemaAccepts(Json::parse(std::ifstream(SIMULATOR_DIR "/sample-array.json"))));
     unsetenv("QBX_ARRAY_FILE");
     qbxsim_reset();
     EXPECT_FALSE(cages().empty());
-    EXPECT_NE(
-        read("log").find("] simulated array, no hardware: " SIMULATOR_DIR "/sample-array.json"),
-        std::string::npos);
+    EXPECT_NE(read("log").find(": " SIMULATOR_DIR "/sample-array.json"), std::string::npos);
 }
 
 }  // namespace

@@ -2,14 +2,25 @@
 // who may do what; the semaphore and the log.
 #include "Simulator.h"
 
-#include <algorithm>
 #include <atomic>
 #include <cerrno>
-#include <csignal>
 #include <ctime>
 #include <future>
 #include <regex>
 #include <thread>
+
+static std::atomic<std::time_t> secondsAhead{0};
+
+/// The time of day in this process, for the simulated array too: a test can set it ahead, and files
+/// are old at once.
+extern "C" std::time_t time(std::time_t* result) noexcept
+{
+    timespec now = {};
+    clock_gettime(CLOCK_REALTIME, &now);
+    const std::time_t seconds = now.tv_sec + secondsAhead;
+    if (result != nullptr) *result = seconds;
+    return seconds;
+}
 
 namespace
 {
@@ -17,14 +28,22 @@ namespace
 class ServiceTest : public SimulatorTest
 {
 protected:
+    ~ServiceTest() override { secondsAhead = 0; }
+
     void serveCage(const char* name)
     {
         array_["cages"] = {{{"deviceID", name}, {"type", 0}}};
         serve();
     }
 
-    /// The log, without time, thread, file name and who says it.
-    std::string said() const
+    void serveFaults(const char* faults)
+    {
+        array_["faults"] = Json::parse(faults);
+        serve();
+    }
+
+    /// The log, without time, thread, file name and the simulator's own name.
+    std::string logged() const
     {
         const std::regex head(
             R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}[+-]\d\d:\d\d (\d) \[\d+\] )"),
@@ -35,116 +54,173 @@ protected:
     static std::string firstCage() { return cages().at(0).deviceID; }
 };
 
-TEST_F(ServiceTest, AChangedFileShowsAtTheNextQueryAndABadOneIsToldOnce)
+// ---- The array file ----
+
+TEST_F(ServiceTest, FailsUntilThereIsAnArrayFile)
 {
-    api_StorageArray_t record = {};
     std::filesystem::remove(path("array.json"));
+    api_StorageArray_t record = {};
     EXPECT_EQ(api_getStorageArray(&record), QBXSIM_NO_ARRAY);
     EXPECT_EQ(api_qbxOpenForCimserver("admin"), QBXSIM_NO_ARRAY);
-    serveCage("a");
-    EXPECT_EQ(firstCage(), "a");
-    serveCage("b");
-    EXPECT_EQ(firstCage(), "b") << "same file and size, and within one tick of its clock";
-    std::filesystem::rename(path("array.json"), path("b.json"));
-    EXPECT_EQ(firstCage() + firstCage(), "bb");
-    write("array.json", "{}");
-    EXPECT_EQ(firstCage(), "b");
-    std::this_thread::sleep_for(std::chrono::seconds(3));  // now the file's time can be trusted
-    EXPECT_EQ(firstCage() + firstCage(), "bb");
-    serveCage("c");
-    EXPECT_EQ(firstCage(), "c");
-    std::filesystem::rename(path("b.json"), path("array.json"));
-    EXPECT_EQ(firstCage(), "b");
-    serveCage("d");
-    withLimit(RLIMIT_NOFILE, 0, [] { EXPECT_EQ(firstCage() + firstCage(), "bb"); });
-    EXPECT_EQ(firstCage(), "d") << "the file is as it was when it could not be read";
-    const std::string good = "3 no hardware: is in service\n",
-                      again = "2 no hardware: is in service ",
-                      stays = " (the array read before stays in service)\n";
-    EXPECT_EQ(said(), "2 No such file or directory (no array is in service until it is mended)\n" +
-                          again + "now\n" + good + "2 No such file or directory" + stays +
-                          "2 1: /: field 'storageArray' is missing" + stays + again + "again\n" +
-                          good + "2 Too many open files" + stays + again + "again\n");
+    serve();
+    EXPECT_EQ(api_getStorageArray(&record), 0);
+    EXPECT_EQ(logged(),
+              "2 No such file or directory (no array is in service until it is mended)\n"
+              "2 no hardware: is in service now\n");
 }
 
-TEST_F(ServiceTest, FaultsOfTheFileHitTheirCallsFromTheMomentItIsServed)
+TEST_F(ServiceTest, ServesAChangedFileAtTheNextQuery)
 {
-    array_["faults"] = Json::parse(R"([{"operation": "api_locateMagazine", "call": 2, "code": -7},
-        {"operation": "cim_sem_wait", "code": 5}, {"operation": "cim_sem_wait", "call": 2, "delay": 1},
-        {"operation": "api_locateMagazine", "call": 1, "delay": 300}])");
-    for (const char* const address : {"1", "2"}) {
-        array_["nodeIPaddress"] = address;
-        serve();
-        const auto start = std::chrono::steady_clock::now();
-        EXPECT_EQ(cim_sem_wait(), 5);
-        EXPECT_EQ(api_locateMagazine("dc2", 1, 60), 0);
-        EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(300));
-        EXPECT_EQ(api_locateMagazine("dc2", 1, 0), -7);
-        EXPECT_EQ(records(api_getMagazines_Cached, &api_MagazineList_t::mags)[0].locateON, 1);
-        EXPECT_EQ(api_locateMagazine("dc2", 1, 0), 0);
-        qbxsim_failCall("cim_sem_wait", 2, 9);
-        EXPECT_EQ(cim_sem_wait(), *address == '1' ? 9 : 0) << "the header's faults come first";
+    for (const char* const name : {"a", "b", "a", "b", "a", "b"}) {
+        serveCage(name);
+        EXPECT_EQ(firstCage(), name) << "same file and size, and within one tick of its clock";
     }
-    cim_sem_post();
-    EXPECT_NE(said().find("is in service, with faults on demand: 4\n"), std::string::npos);
 }
 
-TEST_F(ServiceTest, CachedQueriesAnswerFromTheCacheUntilItsTimeIsOver)
+TEST_F(ServiceTest, ServesAChangedFileWhenTheLastChangeIsLongAgo)
 {
-    array_["cacheSeconds"] = 0.5;
+    secondsAhead = 60;  // the time of the file tells a change
+    serveCage("a");
+    const auto timeOfFile = std::filesystem::last_write_time(path("array.json"));
+    EXPECT_EQ(firstCage() + firstCage(), "aa");
+    while (std::filesystem::last_write_time(path("array.json")) == timeOfFile)
+        serveCage("b");
+    EXPECT_EQ(firstCage(), "b");
+}
+
+TEST_F(ServiceTest, LeavesTheLastGoodArrayInServiceWhileTheFileIsBadOrAway)
+{
+    serveCage("good");
+    EXPECT_EQ(firstCage(), "good");
+    write("array.json", "{}");
+    EXPECT_EQ(firstCage() + firstCage(), "goodgood");
+    serveCage("mended");
+    EXPECT_EQ(firstCage() + firstCage(), "mendedmended");
+    std::filesystem::rename(path("array.json"), path("away"));
+    EXPECT_EQ(firstCage() + firstCage(), "mendedmended");
+    std::filesystem::rename(path("away"), path("array.json"));
+    EXPECT_EQ(firstCage() + firstCage(), "mendedmended");
+    EXPECT_EQ(logged(),
+              "3 no hardware: is in service\n"
+              "2 1: /: field 'storageArray' is missing (the array read before stays in service)\n"
+              "2 no hardware: is in service again\n"
+              "2 No such file or directory (the array read before stays in service)\n"
+              "2 no hardware: is in service again\n");
+}
+
+// ---- Faults of the array file ----
+
+TEST_F(ServiceTest, FaultHitsTheNumberedCallOrEveryOther)
+{
+    serveFaults(R"([{"operation": "cim_sem_wait", "code": 5},
+                    {"operation": "cim_sem_wait", "call": 2, "delay": 50}])");
+    EXPECT_EQ(cim_sem_wait(), 5);
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(cim_sem_wait(), 0);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(50));
+    cim_sem_post();
+    EXPECT_EQ(cim_sem_wait(), 5);
+    EXPECT_EQ(logged(), "3 no hardware: is in service, with faults on demand: 2\n");
+}
+
+TEST_F(ServiceTest, FaultKeepsTheCallFromItsWork)
+{
+    for (const char* const address : {"192.0.2.1", "192.0.2.2"}) {
+        array_["nodeIPaddress"] = address;  // calls count anew with another file
+        serveFaults(R"([{"operation": "api_locateMagazine", "call": 2, "code": -7}])");
+        EXPECT_EQ(api_locateMagazine("dc2", 1, 60), 0) << address;
+        EXPECT_EQ(api_locateMagazine("dc2", 1, 0), -7) << address;
+        EXPECT_EQ(records(api_getMagazines_Cached, &api_MagazineList_t::mags)[0].locateON, 1);
+    }
+}
+
+TEST_F(ServiceTest, FaultOfTheHeaderComesBeforeThatOfTheFile)
+{
+    serveFaults(R"([{"operation": "cim_sem_wait", "code": 5}])");
+    qbxsim_failCall("cim_sem_wait", 2, 9);
+    EXPECT_EQ(cim_sem_wait(), 5);
+    EXPECT_EQ(cim_sem_wait(), 9);
+    qbxsim_reset();
+    EXPECT_EQ(cim_sem_wait() + cim_sem_wait(), 10) << "a reset forgets faults";
+}
+
+// ---- Queries ----
+
+TEST_F(ServiceTest, AnswersOnlyCachedQueriesFromTheCacheUntilItsTimeIsOver)
+{
+    char address[10] = {};
+    array_["cacheSeconds"] = 1000;
     serveCage("old");
     EXPECT_EQ(firstCage(), "old");
     array_["nodeIPaddress"] = "192.0.2.2";
     serveCage("new");
-    char address[10] = {};
     EXPECT_EQ(api_getNodeIPaddress(address, 9), QBXSIM_BAD_ARGUMENT);
     EXPECT_EQ(api_getNodeIPaddress(address, 10), 0);
-    EXPECT_STREQ(address, "192.0.2.2") << "this query is not a cached one";
+    EXPECT_STREQ(address, "192.0.2.2");
+    qbxsim_advanceClock(500);
     EXPECT_EQ(firstCage(), "old");
-    std::this_thread::sleep_for(std::chrono::milliseconds(600));
+    qbxsim_advanceClock(500);
     EXPECT_EQ(firstCage(), "new");
 }
 
-TEST_F(ServiceTest, ListsWantAZeroedListAndLackManufacturingDataWhereTheyShould)
+TEST_F(ServiceTest, RefusesAListThatIsNotZeroed)
 {
     api_CageList_t list = {7, nullptr};
     EXPECT_EQ(api_getCages_Cached(0, &list), QBXSIM_BAD_ARGUMENT);
-    EXPECT_STREQ(cages().at(0).mfg.vendor, "V");
-    EXPECT_STREQ(records(api_getCagesNoMfg_Cached, &api_CageList_t::cages).at(0).mfg.vendor, "");
 }
 
-TEST_F(ServiceTest, ElementsAreFoundByTheirWholeName)
+TEST_F(ServiceTest, LeavesManufacturingDataOutOfNoMfgLists)
 {
-    const std::string digits = "12345678901234567890123456789012345678901234567890123456789012345";
+    const auto vendor = [](const auto& list) { return std::string(list.at(0).mfg.vendor); };
+    EXPECT_EQ(vendor(cages()), "V");
+    EXPECT_EQ(vendor(records(api_getCagesNoMfg_Cached, &api_CageList_t::cages)), "");
+    EXPECT_EQ(vendor(records(api_getMagazinesNoMfg_Cached, &api_MagazineList_t::mags)), "");
+    EXPECT_EQ(vendor(records(api_getFCALsNoMfg_Cached, &api_FCALList_t::fcals)), "");
+}
+
+const std::string DIGITS = "12345678901234567890123456789012345678901234567890123456789012345";
+
+TEST_F(ServiceTest, FindsCagesByTheirWholeName)
+{
     api_CageHandle_t handle = {};
-    EXPECT_EQ(api_findCageName_Cached(digits.c_str(), &handle), 0);
-    EXPECT_EQ(api_findCageName_Cached((digits + '6').c_str(), &handle), QBXSIM_NOT_FOUND);
+    EXPECT_EQ(api_findCageName_Cached(DIGITS.c_str(), &handle), 0);
+    EXPECT_EQ(api_findCageName_Cached((DIGITS + '6').c_str(), &handle), QBXSIM_NOT_FOUND);
     EXPECT_EQ(api_findCageName_Cached("dc", &handle), QBXSIM_NOT_FOUND);
+}
+
+TEST_F(ServiceTest, FindsMagazinesAndCardsWhoseCageNameFits)
+{
     api_MagazineIDs_t ids = {};
     EXPECT_EQ(api_findMagazineIDs("m42", &ids), 0);
-    EXPECT_EQ(std::string(ids.cageName, 42), digits.substr(0, 42)) << "full, so not terminated";
+    EXPECT_EQ(std::string(ids.cageName, 42), DIGITS.substr(0, 42)) << "full, so not terminated";
     EXPECT_EQ(api_findMagazineIDs("m43", &ids), QBXSIM_NOT_SUPPORTED);
     EXPECT_EQ(api_findMagazineIDs("gone", &ids), QBXSIM_NOT_FOUND);
     char name[API_ID_SIZE] = {};
     EXPECT_EQ(api_findCageNameForFCAL("f64", name), 0);
-    EXPECT_EQ(name, digits.substr(0, 64));
+    EXPECT_EQ(name, DIGITS.substr(0, 64));
     EXPECT_EQ(api_findCageNameForFCAL("f65", name), QBXSIM_NOT_SUPPORTED);
 }
 
-TEST_F(ServiceTest, UsersMayWhatTheFileSays)
+TEST_F(ServiceTest, UsersMayDoWhatTheFileGrants)
 {
-    Json answers;
-    for (const char* const user : {"admin", "operator", "guest", "former", "Admin", ""}) {
-        answers[user].push_back(api_qbxOpenForCimserver(user));
+    using Answers = std::vector<int>;  // to opening the API, then for each privilege
+    const auto answers = [](const char* user) {
+        Answers all = {api_qbxOpenForCimserver(user)};
         for (const char* const key : {"a.locate", "a.upgrade", "b.other", "c.b.x", "A.locate"})
-            answers[user].push_back(api_authorizeCIMUser(user, key));
-    }
-    EXPECT_EQ(answers, Json::parse(R"({
-        "admin": [0, 0, 0, 3, 0, 3], "operator": [0, 0, 1, 3, 1, 3], "guest": [0, 2, 2, 2, 2, 2],
-        "former": [1, 0, 0, 3, 0, 3], "Admin": [1, 2, 2, 2, 2, 2], "": [1, 2, 2, 2, 2, 2]})"));
+            all.push_back(api_authorizeCIMUser(user, key));
+        return all;
+    };
+    EXPECT_EQ(answers("admin"), (Answers{0, 0, 0, 3, 0, 3}));
+    EXPECT_EQ(answers("operator"), (Answers{0, 0, 1, 3, 1, 3}));
+    EXPECT_EQ(answers("guest"), (Answers{0, 2, 2, 2, 2, 2})) << "without privileges";
+    EXPECT_EQ(answers("former"), (Answers{1, 0, 0, 3, 0, 3})) << "may not open";
+    EXPECT_EQ(answers("Admin"), (Answers{1, 2, 2, 2, 2, 2})) << "not listed";
+    EXPECT_EQ(answers(""), (Answers{1, 2, 2, 2, 2, 2})) << "not listed";
 }
 
-TEST_F(ServiceTest, TheSemaphoreLetsOneThreadInAtATime)
+// ---- Semaphore ----
+
+TEST_F(ServiceTest, SemaphoreLetsOneThreadInAtATime)
 {
     std::atomic<int> inside{0};
     const auto work = [&] {
@@ -157,12 +233,11 @@ TEST_F(ServiceTest, TheSemaphoreLetsOneThreadInAtATime)
             cim_sem_post();
         }
     };
-    const auto one = std::async(std::launch::async, work),
-               two = std::async(std::launch::async, work);
+    const auto other = std::async(std::launch::async, work);
     work();
 }
 
-TEST_F(ServiceTest, MisuseOfTheSemaphoreIsToldAndAbortsWhenStrict)
+TEST_F(ServiceTest, LogsMisuseOfTheSemaphore)
 {
     setenv("QBX_SIM_STRICT", "0", 1);
     cim_sem_post();
@@ -171,31 +246,53 @@ TEST_F(ServiceTest, MisuseOfTheSemaphoreIsToldAndAbortsWhenStrict)
     std::thread(cim_sem_post).join();
     EXPECT_EQ(cim_sem_wait(), EDEADLK) << "nor that of a thread that does not hold it";
     cim_sem_post();
-    EXPECT_NE(read("log").find("cim_sem_post without a cim_sem_wait"), std::string::npos);
+    EXPECT_NE(logged().find("cim_sem_post without a cim_sem_wait"), std::string::npos);
+}
+
+TEST_F(ServiceTest, AbortsOnMisuseOfTheSemaphoreWhenStrict)
+{
     setenv("QBX_SIM_STRICT", "1", 1);
     EXPECT_DEATH(cim_sem_post(), "misuse of the Storage-system API: cim_sem_post without");
     EXPECT_DEATH(static_cast<void>(cim_sem_wait() + cim_sem_wait()), "would wait for ever");
 }
 
-TEST_F(ServiceTest, TheLogHasOneLineAMessageUpToItsLevel)
+// ---- Log ----
+
+TEST_F(ServiceTest, LogHasMessagesUpToItsLevel)
 {
-    const std::string big(100000, 'x');
-    for (const char* const level : {"4", "much", "2"}) {
+    std::string expected;
+    for (const auto& [level, line] : {std::pair("2", ""), std::pair("3", "3 rejected\n"),
+                                      std::pair("much", "3 rejected\n")}) {  // that is no level
         setenv("QBX_LOG_LEVEL", level, 1);
-        setenv("TZ", "IST-5:30", 1);
-        tzset();
         qbxsim_reset();
-        log_message(4, "-->%s\n", level);
-        log_message(3, "%5d|%-4s|%c\n\n", 42, "a\nb", 'z');
-        log_message(2, "%s", "%s\x1B[2J \t\x7F K\xC3\xA4 \xFF");
+        log_message(4, "trace");
+        log_message(3, "rejected");
+        log_message(2, "failure");
+        expected += std::string(line) + "2 failure\n";
+        EXPECT_EQ(logged(), expected) << "level " << level;
     }
-    std::signal(SIGXFSZ, SIG_IGN);
-    withLimit(RLIMIT_FSIZE, 0, [] { log_message(2, "no room"); });
-    log_message(2, "%s", big.c_str());
-    const std::string odd = "2 %s\\x1B[2J \t\\x7F K\xC3\xA4 \xFF\n", number = "3    42|a\\nb |z\n";
+}
+
+TEST_F(ServiceTest, LogHasOneLineForAMessageWithControlCharactersEscaped)
+{
+    const std::string longText(100000, 'x');
+    log_message(3, "%5d|%-4s|%c\n\n", 42, "a\nb", 'z');
+    log_message(2, "%s", "%s\x1B[2J \t\x7F K\xC3\xA4 \xFF");
+    log_message(2, "%s", longText.c_str());
+    EXPECT_EQ(logged(),
+              "3    42|a\\nb |z\n"
+              "2 %s\\x1B[2J \t\\x7F K\xC3\xA4 \xFF\n"
+              "2 " +
+                  longText + '\n');
+}
+
+TEST_F(ServiceTest, LogHasTheLocalTimeWithItsOffset)
+{
+    setenv("TZ", "IST-5:30", 1);
+    tzset();
+    log_message(2, "now");
     unsetenv("TZ");
-    EXPECT_EQ(read("log").substr(23, 10), "+05:30 4 [");
-    EXPECT_EQ(said(), "4 -->4\n" + number + odd + number + odd + odd + "2 " + big + '\n');
+    EXPECT_EQ(read("log").substr(23, 10), "+05:30 2 [");
 }
 
 }  // namespace

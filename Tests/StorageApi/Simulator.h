@@ -6,7 +6,6 @@
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
-#include <sys/resource.h>
 
 #include <cstdlib>
 #include <filesystem>
@@ -38,18 +37,6 @@ inline api_CageHandle_t foundCage(const char* name)
     api_CageHandle_t cage = {};
     EXPECT_EQ(api_findCageName_Cached(name, &cage), 0) << name;
     return cage;
-}
-
-/// Does the work while the process has no more than that of a resource.
-template <class Work>
-void withLimit(__rlimit_resource resource, rlim_t most, const Work& work)
-{
-    rlimit before = {};
-    getrlimit(resource, &before);
-    const rlimit limit = {most, before.rlim_max};
-    setrlimit(resource, &limit);
-    work();
-    setrlimit(resource, &before);
 }
 
 /// Serves array.json of this folder, from a copy that a test can change.

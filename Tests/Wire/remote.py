@@ -8,6 +8,8 @@ import shutil
 import sys
 import unittest
 
+from qbx_support import odd_array
+
 FOLDER = pathlib.Path(__file__).resolve().parent
 
 
@@ -32,11 +34,15 @@ def command(text):
 def parse_arguments():
     parser = argparse.ArgumentParser(
         prog="qbx test",
-        description="Runs the wire tests at a server that is running. It must serve a fresh copy of the tests' array "
+        description="Runs the wire tests at a server that is running. It must serve a fresh file of --write-array "
         "(Docs/Equivalence.md) and know the users of the tests, each with its own name as password: admin, operator, "
         "viewer, guest, blocked, stranger. What the server cannot do is skipped by name, with the reason.",
     )
-    parser.add_argument("--server", metavar="URL", type=url, required=True, help="http://HOST:PORT")
+    action = parser.add_mutually_exclusive_group(required=True)
+    action.add_argument("--server", metavar="URL", type=url, help="http://HOST:PORT")
+    action.add_argument(
+        "--write-array", metavar="FILE", type=pathlib.Path, help="only writes the array file that the server must serve"
+    )
     parser.add_argument(
         "--array", metavar="FILE", type=writable_file, help="its array file; without it that file is not changed"
     )
@@ -56,6 +62,9 @@ def parse_arguments():
 
 def main():
     options = parse_arguments()
+    if options.write_array:
+        odd_array.write(options.write_array)
+        return
     os.environ["QBX_WIRE_URL"] = options.server
     os.environ["QBX_WIRE_INTEROP"] = options.interop
     for name in ("array", "control"):

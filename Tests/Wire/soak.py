@@ -1,4 +1,4 @@
-"""Many clients ask a server for minutes while its array changes: what `./qbx soak` runs."""
+"""Many clients send requests for minutes while the array changes: what `./qbx soak` runs."""
 
 import argparse
 import collections
@@ -14,53 +14,59 @@ import sys
 import threading
 import time
 
-from Tests.Wire.arrayfile import Array
-from qbx_support import testing
+from qbx_support import odd_array
 from qbx_support.cimxml import all_requests, http_fields
-from qbx_support.server import Server
+from qbx_support.server import ROOT, Server
 
+from Tests.Wire.expected import ASSOCIATIONS, ELEMENTS
+
+SECONDS = 300  # until the server has closed all connections
 LOGINS = ("admin", "admin", "operator", "viewer", "guest", "blocked")
+
+
+DESCRIPTION = """Builds the server under ThreadSanitizer, and lets clients send it all kinds of requests
+at once while the array file changes. Prints every 10 seconds what the responses were, the server's
+memory and descriptors. Exit status 1 for an unexpected response, more descriptors than before, a report
+of the sanitizer (or with --release, whose memory is its own: memory that keeps growing), or a crash."""
 
 
 class Soak:
     def __init__(self, server):
         self.server = server
         self.contents = json.loads(server.array.read_text(encoding="utf-8"))
-        array = Array(self.contents)
-        self.questions = list(
-            all_requests([each.path for each in array.everything()], array.associations)
-        )
-        self.answers, self.unexpected = collections.Counter(), []
+        self.requests = list(all_requests([each.path for each in ELEMENTS], ASSOCIATIONS))
+        self.responses: collections.Counter = collections.Counter()
+        self.unexpected: list[str] = []
         self.lock, self.over = threading.Lock(), threading.Event()
 
-    def ask(self, connection, user):
-        """Asks something, now and then with a fault in it, and notes the answer."""
-        method, target, body = random.choice(self.questions)
+    def send(self, connection, user):
+        """Sends a request, now and then with a fault in it, and counts the response."""
+        method, target, body = random.choice(self.requests)
         is_damaged = random.random() < 0.1
         if is_damaged:
             place = random.randrange(len(body))
             body = body[:place] + random.choice(("", "<", "\x01", "ä" + body[place:]))
         connection.request("POST", "/cimom", body.encode(), http_fields(method, target, user))
-        reply = connection.getresponse()
-        told = reply.read().decode()
-        error = re.search(r'<ERROR CODE="(\d+)" DESCRIPTION="([^"]*)"', told)
-        unexpected = reply.status not in ((200, 400, 501) if is_damaged else (200,))
+        response = connection.getresponse()
+        text = response.read().decode()
+        error = re.search(r'<ERROR CODE="(\d+)" DESCRIPTION="([^"]*)"', text)
+        unexpected = response.status not in ((200, 400, 501) if is_damaged else (200,))
         if error:  # FAILED, unless an element has gone meanwhile; ACCESS_DENIED
             unexpected |= error[1] == "1" and "not found" not in error[2]
             unexpected |= error[1] == "2" and user == "admin"
         with self.lock:
-            self.answers[f"{reply.status} error {error[1]}" if error else str(reply.status)] += 1
+            self.responses[f"{response.status} error {error[1]}" if error else str(response.status)] += 1
             if unexpected:
-                self.unexpected.append(f"{user} asked {body}: {reply.status} {told[-600:]}")
+                self.unexpected.append(f"{user} sent {body}: {response.status} {text[-600:]}")
 
     def client(self, user):
         while not self.over.is_set():
             with contextlib.closing(http.client.HTTPConnection(self.server.url[7:])) as connection:
                 try:
                     for _ in range(random.randrange(1, 200)):
-                        self.over.is_set() or self.ask(connection, user)
+                        self.over.is_set() or self.send(connection, user)
                 except (http.client.HTTPException, OSError) as error:
-                    self.unexpected.append(f"{user} got no answer: {error!r}")
+                    self.unexpected.append(f"{user} got no response: {error!r}")
                     time.sleep(1)
 
     def change_array(self):
@@ -85,10 +91,10 @@ class Soak:
 
     def report(self, seconds):
         with self.lock:
-            answers = ", ".join(f"{count} x {each}" for each, count in self.answers.items())
+            responses = ", ".join(f"{count} x {each}" for each, count in self.responses.items())
         memory, descriptors = self.resources()
         print(
-            f"{seconds:.0f} s: {answers}; {len(self.unexpected)} unexpected; "
+            f"{seconds:.0f} s: {responses}; {len(self.unexpected)} unexpected; "
             f"{memory} MB, {descriptors} descriptors",
             flush=True,
         )
@@ -99,8 +105,8 @@ class Soak:
         start = time.monotonic()
         with concurrent.futures.ThreadPoolExecutor(clients + 1) as threads:
             running = [threads.submit(self.change_array)]
-            for each in range(clients):
-                running.append(threads.submit(self.client, LOGINS[each % len(LOGINS)]))
+            for number in range(clients):
+                running.append(threads.submit(self.client, LOGINS[number % len(LOGINS)]))
             while (spent := time.monotonic() - start) < seconds and self.server.is_running():
                 memory.append(self.resources()[0])
                 self.report(spent)
@@ -111,7 +117,9 @@ class Soak:
         wrong = self.unexpected[:10]
         if not self.server.is_running():
             return [*wrong, "the server ended by itself"]
-        time.sleep(2)  # it closes what the clients have closed
+        deadline = time.monotonic() + SECONDS
+        while self.resources()[1] > descriptors + 4 and time.monotonic() < deadline:
+            time.sleep(0.1)  # it closes what the clients have closed
         if self.resources()[1] > descriptors + 4:  # the module has some of its own
             wrong.append(f"{self.resources()[1]} descriptors, {descriptors} before the clients")
         third = len(memory) // 3
@@ -121,17 +129,23 @@ class Soak:
 
 
 def main():
-    parser = argparse.ArgumentParser(prog="qbx soak")
-    parser.add_argument("--build", required=True)
-    parser.add_argument("--minutes", type=float, default=5)
-    parser.add_argument("--clients", type=int, default=16)
+    parser = argparse.ArgumentParser(prog="./qbx soak", description=DESCRIPTION)
+    parser.add_argument("--minutes", type=float, metavar="N", default=5, help="how long (default 5)")
+    parser.add_argument("--clients", type=int, metavar="N", default=16, help="how many (default 16)")
+    parser.add_argument(
+        "--release", action="store_true", help="the server as it is, without ThreadSanitizer"
+    )
+    parser.add_argument(
+        "--build", type=pathlib.Path, metavar="FOLDER", help="a build that is there already"
+    )
     options = parser.parse_args()
-    # What the server says at its end is to be the reason, such as a sanitizer's report.
+    build = options.build or ROOT / "build" / ("release" if options.release else "tsan")
+    # The log's end is to be the reason of a failure, such as a sanitizer's report.
     os.environ.update(QBX_LOG_LEVEL="0", TSAN_OPTIONS="halt_on_error=1")
-    server = Server(options.build, array=testing.ARRAY)
+    server = Server(build, array=odd_array.contents())
     server.log = None
     server.restart()
-    is_sanitized = pathlib.Path(options.build).name != "release"
+    is_sanitized = build.name != "release"
     wrong = Soak(server).run(60 * options.minutes, options.clients, is_sanitized)
     try:
         server.close()

@@ -1,113 +1,130 @@
-"""What clients are told while much is asked at once, and while something happens to the server."""
+"""Responses while many requests come at once, and while something happens to the server."""
 
 import random
 import re
 import threading
-import time
-import unittest
 from concurrent import futures
 
-from arrayfile import Array
+from expected import ASSOCIATIONS, ELEMENTS
 from qbx_support import testing
 from qbx_support.cimxml import Request, all_requests, http_request
-from qbx_support.raw import send
+from qbx_support.raw import SECONDS, send
 from qbx_support.server import USERS
 
-SECONDS = 60  # for an answer, and until all is well again
 CLIENTS = 8
 READS = re.compile("Enumerate|Get|Associator|Reference")
-MAY_ACT = ("admin", "operator")  # the others are refused: what is asked changes nothing
+MAY_ACT = ("admin", "operator")  # requests of the others to act are denied, and change nothing
 BLOCKED = "provider blocked"
 EMPTY = r"^<\?xml(?!.*(<ERROR|CLASSNAME))"
 
 
-class Disruption(unittest.TestCase):
+class Traffic:
+    """Clients that send requests all the time; counts the responses, and keeps those that differ from
+    what each request alone got."""
+
+    def __init__(self, test):
+        self.test, self.count = test, 0
+        self.others: list[str] = []
+        self.changed, self.over = threading.Condition(), False
+
+    def client(self):
+        while not self.over:
+            key = random.choice(self.test.keys)
+            response = self.test.response(key)
+            with self.changed:
+                self.count += 1
+                if response != self.test.alone[key]:
+                    self.others.append(response)
+                self.changed.notify_all()
+
+    def wait(self, count):
+        """Waits for so many responses more."""
+        with self.changed:
+            wanted = self.count + count
+            self.changed.wait_for(lambda: self.count >= wanted, SECONDS)
+            self.test.assertGreaterEqual(self.count, wanted, "no responses any more")
+
+    def __enter__(self):
+        self.pool = futures.ThreadPoolExecutor(CLIENTS)
+        self.running = [self.pool.submit(self.client) for _ in range(CLIENTS)]
+        return self
+
+    def __exit__(self, *_):
+        self.over = True
+        self.pool.shutdown()
+        for each in self.running:
+            each.result()
+
+
+class Disruption(testing.Test):
+    server: testing.EmbeddedServer | testing.ExternalServer
+    keys: list  # requests: (user, method, object, body)
+    alone: dict  # what each gets alone
+
     @classmethod
     def setUpClass(cls):
         cls.server = testing.open_server()
         cls.addClassCleanup(cls.server.close)
-        array = Array(cls.server.array)
-        everything = all_requests([each.path for each in array.everything()], array.associations)
-        asked = random.Random(1).sample(list(everything), 60)
+        requests = list(all_requests([each.path for each in ELEMENTS], ASSOCIATIONS))
         cls.keys = [
             (user, *each)
-            for each in asked
+            for each in random.Random(1).sample(requests, 60)
             for user in USERS
-            if READS.match(each[0]) or user not in MAY_ACT
+            if READS.match(each.method) or user not in MAY_ACT
         ]
-        cls.alone = {key: cls.told(key) for key in cls.keys}
+        cls.alone = {key: cls.response(key) for key in cls.keys}
 
     @classmethod
-    def told(cls, key):
-        """The lines of an answer without the closing ones, sorted: lists come in any order."""
-        user, *asked = key
+    def response(cls, key):
+        """The lines of the response without the closing ones, sorted: lists come in any order."""
+        user, *request = key
         try:
-            reply = send(cls.server.url, http_request(Request(*asked), user), SECONDS)
+            response = send(cls.server.url, http_request(Request(*request), user))
         except OSError:
-            return "no answer"
-        lines = [reply.status_line, *reply.body.splitlines()]
+            return "no response"
+        lines = [response.status_line, *response.body.splitlines()]
         return "".join(sorted(line for line in lines if not line.startswith("</")))
 
-    def assertAsBefore(self, keys):
-        for key in keys:
-            self.assertEqual(self.told(key), self.alone[key], key)
-
     def during(self, allowed, *actions):
-        """Clients ask all the time; what they are told is what they were told before, or that.
-        Returns the answers of the second kind."""
-        over, others, count = threading.Event(), [], []
-
-        def client():
-            while not over.is_set():
-                key = random.choice(self.keys)
-                came = self.told(key)
-                count.append(1)
-                if came != self.alone[key]:
-                    others.append(came)
-
-        with futures.ThreadPoolExecutor(CLIENTS) as pool:
-            running = [pool.submit(client) for _ in range(CLIENTS)]
-            try:
-                for action in actions:
-                    time.sleep(0.5)
-                    self.server.control(action)
-                time.sleep(0.5)
-            finally:
-                over.set()
-        for each in running:
-            each.result()
-        for came in others:
-            self.assertRegex(came, allowed)
-        self.assertGreater(len(count), 2 * CLIENTS)
-        self.assertAsBefore(self.keys[::3])
-        return others
+        """Runs control actions while clients send requests. Their responses are those from before,
+        or allowed ones, which it returns; afterwards those from before."""
+        with Traffic(self) as traffic:
+            for action in actions:
+                traffic.wait(2 * CLIENTS)
+                self.server.control(action)
+            traffic.wait(2 * CLIENTS)
+        for response in traffic.others:
+            self.assertRegex(response, allowed)
+        for key in self.keys[::3]:
+            self.assertResponse(self.response(key), self.alone[key], key)
+        return traffic.others
 
     def test_users_at_once_get_what_each_gets_alone(self):
-        errors = [came for came in self.alone.values() if "<ERROR" in came]
-        self.assertTrue(0 < len(errors) < len(self.alone), "refused, and not")
+        denied = [response for response in self.alone.values() if "<ERROR" in response]
+        self.assertTrue(0 < len(denied) < len(self.alone), "some are denied, and others not")
         keys = 2 * self.keys
         with futures.ThreadPoolExecutor(24) as pool:
-            for key, came in zip(keys, pool.map(self.told, keys)):
-                self.assertEqual(came, self.alone[key], key)
+            for key, response in zip(keys, pool.map(self.response, keys), strict=True):
+                self.assertResponse(response, self.alone[key], key)
 
-    def test_a_restart(self):
-        allowed = "^no answer$|^HTTP/1.1 503 |shutting down"
+    def test_restart(self):
+        allowed = "^no response$|^HTTP/1.1 503 |shutting down"
         if not isinstance(self.server, testing.EmbeddedServer):
-            allowed += f"|{EMPTY}"  # OpenPegasus leaves out what its providers cannot say any more
+            allowed += f"|{EMPTY}"  # OpenPegasus leaves out what its providers cannot return any more
         self.during(allowed, "restart")
 
-    def test_the_module_replaced(self):
-        """The embedded server goes on with the old one, and says so."""
+    def test_replaced_module(self):
+        """The embedded server keeps the old one, and logs that."""
         if isinstance(self.server, testing.EmbeddedServer):
             self.during("^$", "replace")
             self.assertIn("has changed since it was loaded", self.server.output.read_text())
         else:
             self.during(f"{BLOCKED}|{EMPTY}", "replace")
 
-    def test_the_providers_process_killed(self):
+    def test_killed_provider_agent(self):
         self.during("Lost connection with", "kill-agent")
 
-    def test_the_module_disabled(self):
+    def test_disabled_module(self):
         others = self.during(f"{BLOCKED}|{EMPTY}", "disable", "enable")
         self.assertRegex("".join(others), BLOCKED)
 

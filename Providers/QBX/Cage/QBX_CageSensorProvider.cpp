@@ -118,10 +118,10 @@ CIMObjectPath QBX_CageSensorProvider::buildObjectPath(const String& host, const 
         keys.append(CIMKeyBinding(name, value, CIMKeyBinding::STRING));
     };
     // In the order in which a path keeps them.
-    add(Property::CreationClassName, className.getString());
-    add(Property::DeviceID, deviceID);
-    add(Property::SystemCreationClassName, systemClass);
-    add(Property::SystemName, systemName);
+    add(QBX_Property::CreationClassName, className.getString());
+    add(QBX_Property::DeviceID, deviceID);
+    add(QBX_Property::SystemCreationClassName, systemClass);
+    add(QBX_Property::SystemName, systemName);
     return CIMObjectPath(host, nameSpace(), className, keys);
 }
 
@@ -150,18 +150,18 @@ CIMInstance QBX_CageSensorProvider::buildInstance(CIMClass cimClass, const api_s
     };
 
     // The property names the cage's class, the path's key of the same name the system's.
-    set(Property::SystemCreationClassName, String(QBX_DRIVE_CAGE_DC2));
-    set(Property::SystemName, systemName);
-    set(Property::CreationClassName, String(QBX_CAGE_SENSOR));
-    set(Property::DeviceID, deviceID);
-    set(Property::SensorType, Uint16(1));
-    set(Property::OtherSensorTypeDescription, text(sensor.name));
-    set(Property::Position, Uint16(sensor.position));
-    set(Property::BaseUnit, unitText(sensor.type));
-    set(Property::CurrentReading, Uint16(sensor.reading));
-    set(Property::LowLimit, Uint16(sensor.limit_low));
-    set(Property::HighLimit, Uint16(sensor.limit_high));
-    set(Property::State, Uint16(sensor.state));
+    set(QBX_Property::SystemCreationClassName, String(QBX_DRIVE_CAGE_DC2));
+    set(QBX_Property::SystemName, systemName);
+    set(QBX_Property::CreationClassName, String(QBX_CAGE_SENSOR));
+    set(QBX_Property::DeviceID, deviceID);
+    set(QBX_Property::SensorType, Uint16(1));
+    set(QBX_Property::OtherSensorTypeDescription, text(sensor.name));
+    set(QBX_Property::Position, Uint16(sensor.position));
+    set(QBX_Property::BaseUnit, unitText(sensor.type));
+    set(QBX_Property::CurrentReading, Uint16(sensor.reading));
+    set(QBX_Property::LowLimit, Uint16(sensor.limit_low));
+    set(QBX_Property::HighLimit, Uint16(sensor.limit_high));
+    set(QBX_Property::State, Uint16(sensor.state));
     instance.setPath(buildObjectPath(host, deviceID, systemName));
     log_message(QBX_LOG_TRACE, "<--QBX_CageSensorProvider::buildInstance()\n");
     return instance;

@@ -22,9 +22,7 @@ namespace
 
 const CIMName BASE(QBX_DRIVE_CAGE), DC1(QBX_DRIVE_CAGE_DC1), DC2(QBX_DRIVE_CAGE_DC2),
     DC3(QBX_DRIVE_CAGE_DC3);
-const Elements ELEMENTS = {
-    ClassName, names({QBX_DRIVE_CAGE, QBX_DRIVE_CAGE_DC1, QBX_DRIVE_CAGE_DC3, QBX_DRIVE_CAGE_DC2}),
-    QBX_KEY_TAG};
+const Elements ELEMENTS = {ClassName, names(QBX_DRIVE_CAGES), QBX_KEY_TAG};
 
 /// Makes the handle that of the cage of that name, ready to be acted on. The handle is the array's
 /// and must not move.
@@ -159,7 +157,7 @@ void QBX_DriveCageProvider::modifyInstance(const OperationContext& context,
                                            const CIMPropertyList& propertyList, ResponseHandler&)
 {
     log_message(QBX_LOG_TRACE, "-->QBX_DriveCageProvider::modifyInstance()\n");
-    openApiFor("modifyinstance", instanceReference.getClassName(), context, ClassName);
+    openApiFor("modifyinstance", instanceReference.getClassName(), context);
     requireLocationOnly(instanceObject, propertyList);
     const String tag = QBX_Common::getStringProperty(instanceReference, QBX_KEY_TAG);
     api_CageHandle_t cage = {};
@@ -223,7 +221,7 @@ void QBX_DriveCageProvider::invokeMethod(const OperationContext& context,
                 "-->QBX_DriveCageProvider::invokeMethod()\n\t className = %s, methodName = %s\n",
                 c_str(objectReference.getClassName().getString().getCString()),
                 c_str(methodName.getString().getCString()));
-    openApiFor(methodName.getString(), objectReference.getClassName(), context, ClassName);
+    openApiFor(methodName.getString(), objectReference.getClassName(), context);
     const String tag = QBX_Common::getStringProperty(objectReference, QBX_KEY_TAG);
     api_CageHandle_t cage = {};
     findCage(tag, "invokeMethod", cage);
@@ -293,44 +291,44 @@ CIMInstance QBX_DriveCageProvider::buildInstance(CIMClass cimClass, const api_Ca
         QBX_Common::setPropertyValue(instance, name, value);
     };
 
-    set(Property::CreationClassName, className.getString());
-    set(Property::Tag, tag);
-    set(Property::Name, worldWideName(cage.wwn));
-    set(Property::ChassisPackageType, Uint16(22));
-    set(Property::ChassisTypeDescription, String("Drive Cage"));
-    set(Property::MultipleSystemSupport, Uint16(2));
-    set(Property::RackMountable, Uint16(2));
-    set(Property::ElementName, text(cage.elementName));
-    set(Property::Location, text(cage.location));
-    set(Property::CageType, publishedCageType(cage.type));
-    set(Property::CageSubType, Uint16(cage.subType));
-    set(Property::Manufacturer, text(cage.mfg.vendor));
-    set(Property::Model, text(cage.mfg.model));
-    set(Property::SerialNumber, text(cage.mfg.serial));
-    set(Property::Position, Uint16(cage.position));
-    set(Property::LoopSplit, bool(cage.loopSplit));
-    set(Property::ChainPositionLoopA, Uint16(cage.chainPosA));
-    set(Property::ChainPositionLoopB, Uint16(cage.chainPosB));
-    set(Property::LocateON, bool(cage.locateON));
+    set(QBX_Property::CreationClassName, className.getString());
+    set(QBX_Property::Tag, tag);
+    set(QBX_Property::Name, worldWideName(cage.wwn));
+    set(QBX_Property::ChassisPackageType, Uint16(22));
+    set(QBX_Property::ChassisTypeDescription, String("Drive Cage"));
+    set(QBX_Property::MultipleSystemSupport, Uint16(2));
+    set(QBX_Property::RackMountable, Uint16(2));
+    set(QBX_Property::ElementName, text(cage.elementName));
+    set(QBX_Property::Location, text(cage.location));
+    set(QBX_Property::CageType, publishedCageType(cage.type));
+    set(QBX_Property::CageSubType, Uint16(cage.subType));
+    set(QBX_Property::Manufacturer, text(cage.mfg.vendor));
+    set(QBX_Property::Model, text(cage.mfg.model));
+    set(QBX_Property::SerialNumber, text(cage.mfg.serial));
+    set(QBX_Property::Position, Uint16(cage.position));
+    set(QBX_Property::LoopSplit, bool(cage.loopSplit));
+    set(QBX_Property::ChainPositionLoopA, Uint16(cage.chainPosA));
+    set(QBX_Property::ChainPositionLoopB, Uint16(cage.chainPosB));
+    set(QBX_Property::LocateON, bool(cage.locateON));
     _addOperationalStatus(cage, instance);
 
     switch (cage.type) {
         case JB_LBOD:
         case JB_MBOD:
-            set(Property::FirmwareVersion, text(cage.u.lbod.fwVersion));
-            set(Property::FirmwareStatus, Uint16(cage.u.lbod.fwState.actual));
-            set(Property::CPUState, Uint16(cage.u.lbod.cpuState.actual));
+            set(QBX_Property::FirmwareVersion, text(cage.u.lbod.fwVersion));
+            set(QBX_Property::FirmwareStatus, Uint16(cage.u.lbod.fwState.actual));
+            set(QBX_Property::CPUState, Uint16(cage.u.lbod.cpuState.actual));
             break;
         case JB_DC3:
-            set(Property::TempSensorState, Uint16(cage.u.sbod.tempState.actual));
-            set(Property::TempSensorValue, Uint16(cage.u.sbod.tempValue));
-            set(Property::OperatorPanelState, Uint16(cage.u.sbod.opPanelState.actual));
-            set(Property::AudibleAlarmState, Uint16(cage.u.sbod.audAlarmState.actual));
-            set(Property::EnclosureID, Uint16(cage.u.sbod.enclosureID));
+            set(QBX_Property::TempSensorState, Uint16(cage.u.sbod.tempState.actual));
+            set(QBX_Property::TempSensorValue, Uint16(cage.u.sbod.tempValue));
+            set(QBX_Property::OperatorPanelState, Uint16(cage.u.sbod.opPanelState.actual));
+            set(QBX_Property::AudibleAlarmState, Uint16(cage.u.sbod.audAlarmState.actual));
+            set(QBX_Property::EnclosureID, Uint16(cage.u.sbod.enclosureID));
             break;
         default:
-            set(Property::IsLeftSide, bool(cage.u.kbod.isLeft));
-            set(Property::IsRightSide, bool(cage.u.kbod.isRight));
+            set(QBX_Property::IsLeftSide, bool(cage.u.kbod.isLeft));
+            set(QBX_Property::IsRightSide, bool(cage.u.kbod.isRight));
             break;
     }
 
@@ -342,7 +340,7 @@ void QBX_DriveCageProvider::_addOperationalStatus(const api_Cage_t& cage, CIMIns
 {
     // The array's state codes are those of the CIM value map.
     const Array<Uint16> status(1, Uint16(cage.cimState));
-    QBX_Common::setPropertyValue(instance, Property::OperationalStatus, status);
+    QBX_Common::setPropertyValue(instance, QBX_Property::OperationalStatus, status);
 }
 
 Array<CIMObjectPath> QBX_DriveCageProvider::_build_ref(CIMName className)

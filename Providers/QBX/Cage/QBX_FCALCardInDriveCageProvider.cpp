@@ -73,9 +73,10 @@ using CardsInCages = QBX_ElementInCage<QBX_FCALCardProvider, FCALList>;
 
 QBX_FCALCardInDriveCageProvider::~QBX_FCALCardInDriveCageProvider() = default;
 
-QBX_FCALCardInDriveCageProvider::Frame QBX_FCALCardInDriveCageProvider::_frame()
+QBX_FCALCardInDriveCageProvider::Frame QBX_FCALCardInDriveCageProvider::_frame(
+    const SourceLocation& at)
 {
-    return Frame(*this, ClassName, TRACES);
+    return Frame(*this, ClassName, TRACES, at);
 }
 
 void QBX_FCALCardInDriveCageProvider::initialize(CIMOMHandle& cimom)
@@ -83,10 +84,8 @@ void QBX_FCALCardInDriveCageProvider::initialize(CIMOMHandle& cimom)
     trace(TRACES.initialize.entry);
     _cimom = cimom;
     _assoClassName = CIMName("QBX_InterfaceCardInDriveCage");
-    _cageClassNames =
-        names({QBX_DRIVE_CAGE, QBX_DRIVE_CAGE_DC1, QBX_DRIVE_CAGE_DC3, QBX_DRIVE_CAGE_DC2});
-    _fcalClassNames = names({QBX_INTERFACE_CARD, QBX_INTERFACE_CARD_DC1, QBX_INTERFACE_CARD_DC3,
-                             QBX_INTERFACE_CARD_DC2});
+    _cageClassNames = names(QBX_DRIVE_CAGES);
+    _fcalClassNames = names(QBX_INTERFACE_CARDS);
     _hostAddr = QBX_Common::getSystemHostName(cimom);
     cimom.disallowProviderUnload();
     trace(TRACES.initialize.exit);
@@ -264,11 +263,7 @@ Array<CIMInstance> QBX_FCALCardInDriveCageProvider::_getRelatedInstances(
 Array<CIMObjectPath> QBX_FCALCardInDriveCageProvider::_getRelatedInstanceNames(
     const CIMObjectPath& objectName, const OperationContext& context)
 {
-    traceClass(TRACES.getRelatedInstanceNames.entry, objectName);
-    const Array<CIMObjectPath> paths =
-        pathsOf(_getRelatedInstances(objectName, context, false, false, CIMPropertyList()));
-    trace(TRACES.getRelatedInstanceNames.exit);
-    return paths;
+    return _frame().relatedInstanceNames(objectName, context);
 }
 
 }  // namespace Pegasus

@@ -20,10 +20,7 @@ namespace
 
 const CIMName BASE(QBX_INTERFACE_CARD), DC1(QBX_INTERFACE_CARD_DC1), DC2(QBX_INTERFACE_CARD_DC2),
     DC3(QBX_INTERFACE_CARD_DC3);
-const Elements ELEMENTS = {ClassName,
-                           names({QBX_INTERFACE_CARD, QBX_INTERFACE_CARD_DC1,
-                                  QBX_INTERFACE_CARD_DC3, QBX_INTERFACE_CARD_DC2}),
-                           QBX_KEY_TAG};
+const Elements ELEMENTS = {ClassName, names(QBX_INTERFACE_CARDS), QBX_KEY_TAG};
 
 }  // namespace
 
@@ -149,7 +146,7 @@ void QBX_FCALCardProvider::invokeMethod(const OperationContext& context,
                 "-->QBX_FCALCardProvider::invokeMethod()\n\t className = %s, methodName = %s\n",
                 c_str(objectReference.getClassName().getString().getCString()),
                 c_str(methodName.getString().getCString()));
-    openApiFor(methodName.getString(), objectReference.getClassName(), context, ClassName);
+    openApiFor(methodName.getString(), objectReference.getClassName(), context);
     const bool isLocate = methodName == CIMName("Locate");
     if (isLocate && objectReference.getClassName() == CIMName(QBX_INTERFACE_CARD_DC3)) {
         throw CIMNotSupportedException(ClassName + " does not support invokeMethod.");
@@ -246,62 +243,62 @@ CIMInstance QBX_FCALCardProvider::buildInstance(CIMClass cimClass, const api_FCA
         QBX_Common::setPropertyValue(instance, name, value);
     };
 
-    set(Property::CreationClassName, className.getString());
-    set(Property::Tag, tag);
-    set(Property::Position, Uint16(card.position));
-    set(Property::ElementName, text(card.elementName));
-    set(Property::Manufacturer, text(card.mfg.vendor));
-    set(Property::Model, text(card.mfg.model));
-    set(Property::SerialNumber, text(card.mfg.serial));
-    set(Property::CageType, publishedCageType(card.cageType));
-    set(Property::LoopAPortWWNs, values<Uint64>(card.loopA.loopPortWWN, ports));
-    set(Property::LoopBPortWWNs, values<Uint64>(card.loopB.loopPortWWN, ports));
-    set(Property::LoopALinkSpeed, values<Uint16>(card.loopA.linkSpeed, ports));
-    set(Property::LoopBLinkSpeed, values<Uint16>(card.loopB.linkSpeed, ports));
-    set(Property::NodePortsLoopA, values<Uint64>(card.loopA.nodePortWWN, ports));
-    set(Property::NodePortsLoopB, values<Uint64>(card.loopB.nodePortWWN, ports));
-    set(Property::LoopALocateON, values<bool>(card.loopA.locateON, ports));
-    set(Property::LoopBLocateON, values<bool>(card.loopB.locateON, ports));
+    set(QBX_Property::CreationClassName, className.getString());
+    set(QBX_Property::Tag, tag);
+    set(QBX_Property::Position, Uint16(card.position));
+    set(QBX_Property::ElementName, text(card.elementName));
+    set(QBX_Property::Manufacturer, text(card.mfg.vendor));
+    set(QBX_Property::Model, text(card.mfg.model));
+    set(QBX_Property::SerialNumber, text(card.mfg.serial));
+    set(QBX_Property::CageType, publishedCageType(card.cageType));
+    set(QBX_Property::LoopAPortWWNs, values<Uint64>(card.loopA.loopPortWWN, ports));
+    set(QBX_Property::LoopBPortWWNs, values<Uint64>(card.loopB.loopPortWWN, ports));
+    set(QBX_Property::LoopALinkSpeed, values<Uint16>(card.loopA.linkSpeed, ports));
+    set(QBX_Property::LoopBLinkSpeed, values<Uint16>(card.loopB.linkSpeed, ports));
+    set(QBX_Property::NodePortsLoopA, values<Uint64>(card.loopA.nodePortWWN, ports));
+    set(QBX_Property::NodePortsLoopB, values<Uint64>(card.loopB.nodePortWWN, ports));
+    set(QBX_Property::LoopALocateON, values<bool>(card.loopA.locateON, ports));
+    set(QBX_Property::LoopBLocateON, values<bool>(card.loopB.locateON, ports));
 
     const auto setLEDs = [&set](const api_FCALLeds_t& leds) {
-        set(Property::SplitLED, Uint16(leds.split));
-        set(Property::SystemLED, Uint16(leds.system));
-        set(Property::HotplugLED, Uint16(leds.hpl));
+        set(QBX_Property::SplitLED, Uint16(leds.split));
+        set(QBX_Property::SystemLED, Uint16(leds.system));
+        set(QBX_Property::HotplugLED, Uint16(leds.hpl));
     };
     switch (card.cageType) {
         case JB_JBOD:
         case JB_KBOD:
-            set(Property::FirmwareVersion, text(card.u.kbod.fwVersion));
-            set(Property::FirmwareStatus, Uint16(card.u.kbod.fwState.actual));
-            set(Property::CPUSelfState, Uint16(card.u.kbod.cpuSelfState.actual));
-            set(Property::CPUPartnerState, Uint16(card.u.kbod.cpuPartnerState.actual));
-            set(Property::LoopALinkLED, values<Uint16>(card.u.kbod.loopALinkLED, 2));
-            set(Property::LoopBLinkLED, values<Uint16>(card.u.kbod.loopBLinkLED, 2));
+            set(QBX_Property::FirmwareVersion, text(card.u.kbod.fwVersion));
+            set(QBX_Property::FirmwareStatus, Uint16(card.u.kbod.fwState.actual));
+            set(QBX_Property::CPUSelfState, Uint16(card.u.kbod.cpuSelfState.actual));
+            set(QBX_Property::CPUPartnerState, Uint16(card.u.kbod.cpuPartnerState.actual));
+            set(QBX_Property::LoopALinkLED, values<Uint16>(card.u.kbod.loopALinkLED, 2));
+            set(QBX_Property::LoopBLinkLED, values<Uint16>(card.u.kbod.loopBLinkLED, 2));
             setLEDs(card.u.kbod.leds);
             break;
         case JB_LBOD:
         case JB_MBOD:
-            set(Property::LoopALinkRX, values<Uint16>(card.u.lbod.loopA.linkRX, 2));
-            set(Property::LoopALinkTX, values<Uint16>(card.u.lbod.loopA.linkTX, 2));
-            set(Property::LoopBLinkRX, values<Uint16>(card.u.lbod.loopB.linkRX, 2));
-            set(Property::LoopBLinkTX, values<Uint16>(card.u.lbod.loopB.linkTX, 2));
+            set(QBX_Property::LoopALinkRX, values<Uint16>(card.u.lbod.loopA.linkRX, 2));
+            set(QBX_Property::LoopALinkTX, values<Uint16>(card.u.lbod.loopA.linkTX, 2));
+            set(QBX_Property::LoopBLinkRX, values<Uint16>(card.u.lbod.loopB.linkRX, 2));
+            set(QBX_Property::LoopBLinkTX, values<Uint16>(card.u.lbod.loopB.linkTX, 2));
             setLEDs(card.u.lbod.leds);
             break;
         case JB_DC3:
-            set(Property::IsMaster, bool(card.u.sbod.master));
-            set(Property::LoopState, actualStates(card.u.sbod.loopState, 4));
-            set(Property::FirmwareVersion, text(card.u.sbod.fwVersion));
-            set(Property::FirmwareStatus, Uint16(card.u.sbod.fwState.actual));
-            set(Property::IFCState, Uint16(card.u.sbod.ifcState.actual));
-            set(Property::ESHState, Uint16(card.u.sbod.eshState.actual));
-            set(Property::ExtendedESHState, Uint16(card.u.sbod.extEshState.actual));
+            set(QBX_Property::IsMaster, bool(card.u.sbod.master));
+            set(QBX_Property::LoopState, actualStates(card.u.sbod.loopState, 4));
+            set(QBX_Property::FirmwareVersion, text(card.u.sbod.fwVersion));
+            set(QBX_Property::FirmwareStatus, Uint16(card.u.sbod.fwState.actual));
+            set(QBX_Property::IFCState, Uint16(card.u.sbod.ifcState.actual));
+            set(QBX_Property::ESHState, Uint16(card.u.sbod.eshState.actual));
+            set(QBX_Property::ExtendedESHState, Uint16(card.u.sbod.extEshState.actual));
             break;
         default:
             break;
     }
 
-    set(Property::PortsLoopA, nodePortTexts(card.loopA.nodePort, ports));
-    set(Property::PortsLoopB, nodePortTexts(card.loopB.nodePort, ports));
+    set(QBX_Property::PortsLoopA, nodePortTexts(card.loopA.nodePort, ports));
+    set(QBX_Property::PortsLoopB, nodePortTexts(card.loopB.nodePort, ports));
     _addOperationalStatus(card, instance);
     instance.setPath(buildObjectPath(className, host, tag));
     return instance;
@@ -311,7 +308,7 @@ void QBX_FCALCardProvider::_addOperationalStatus(const api_FCAL_t&, CIMInstance&
 {
     // Always "OK": a card's states reach clients through properties of their own.
     const Array<Uint16> status(1, Uint16(2));
-    QBX_Common::setPropertyValue(instance, Property::OperationalStatus, status);
+    QBX_Common::setPropertyValue(instance, QBX_Property::OperationalStatus, status);
 }
 
 Array<CIMObjectPath> QBX_FCALCardProvider::_build_ref(CIMName className)

@@ -73,9 +73,10 @@ using MagazinesInCages = QBX_ElementInCage<QBX_MagazineProvider, MagazineList>;
 
 QBX_MagazineInDriveCageProvider::~QBX_MagazineInDriveCageProvider() = default;
 
-QBX_MagazineInDriveCageProvider::Frame QBX_MagazineInDriveCageProvider::_frame()
+QBX_MagazineInDriveCageProvider::Frame QBX_MagazineInDriveCageProvider::_frame(
+    const SourceLocation& at)
 {
-    return Frame(*this, ClassName, TRACES);
+    return Frame(*this, ClassName, TRACES, at);
 }
 
 void QBX_MagazineInDriveCageProvider::initialize(CIMOMHandle& cimom)
@@ -83,8 +84,7 @@ void QBX_MagazineInDriveCageProvider::initialize(CIMOMHandle& cimom)
     trace(TRACES.initialize.entry);
     _cimom = cimom;
     _assoClassName = CIMName("QBX_MagazineInDriveCage");
-    _cageClassNames =
-        names({QBX_DRIVE_CAGE, QBX_DRIVE_CAGE_DC1, QBX_DRIVE_CAGE_DC3, QBX_DRIVE_CAGE_DC2});
+    _cageClassNames = names(QBX_DRIVE_CAGES);
     _magClassNames = names({QBX_MAGAZINE});
     _hostAddr = QBX_Common::getSystemHostName(cimom);
     cimom.disallowProviderUnload();
@@ -263,11 +263,7 @@ Array<CIMInstance> QBX_MagazineInDriveCageProvider::_getRelatedInstances(
 Array<CIMObjectPath> QBX_MagazineInDriveCageProvider::_getRelatedInstanceNames(
     const CIMObjectPath& objectName, const OperationContext& context)
 {
-    traceClass(TRACES.getRelatedInstanceNames.entry, objectName);
-    const Array<CIMObjectPath> paths =
-        pathsOf(_getRelatedInstances(objectName, context, false, false, CIMPropertyList()));
-    trace(TRACES.getRelatedInstanceNames.exit);
-    return paths;
+    return _frame().relatedInstanceNames(objectName, context);
 }
 
 }  // namespace Pegasus

@@ -168,7 +168,7 @@ void QBX_MagazineProvider::invokeMethod(const OperationContext& context,
                 "-->QBX_MagazineProvider::invokeMethod()\n\t className = %s, methodName = %s\n",
                 c_str(objectReference.getClassName().getString().getCString()),
                 c_str(methodName.getString().getCString()));
-    openApiFor(methodName.getString(), objectReference.getClassName(), context, ClassName);
+    openApiFor(methodName.getString(), objectReference.getClassName(), context);
     const String tag = QBX_Common::getStringProperty(objectReference, QBX_KEY_TAG);
     const api_MagazineIDs_t ids = findMagazine(tag);
 
@@ -214,23 +214,23 @@ CIMInstance QBX_MagazineProvider::buildInstance(CIMClass cimClass, const api_Mag
         QBX_Common::setPropertyValue(instance, name, value);
     };
 
-    set(Property::CreationClassName, className.getString());
-    set(Property::Tag, tag);
-    set(Property::Position, Uint16(magazine.position));
-    set(Property::ElementName, text(magazine.elemName));
-    set(Property::CageType, publishedCageType(magazine.cageType));
-    set(Property::Manufacturer, text(magazine.mfg.vendor));
-    set(Property::Model, text(magazine.mfg.model));
-    set(Property::SerialNumber, text(magazine.mfg.serial));
-    set(Property::LocationType, Uint16(3));
-    set(Property::MediaTypesSupported, Array<Uint16>(1, Uint16(29)));
-    set(Property::RemovalConditions, Uint16(4));
-    set(Property::StateOnLoopA, Uint16(magazine.stateLoopA.actual));
-    set(Property::StateOnLoopB, Uint16(magazine.stateLoopB.actual));
-    set(Property::LocateON, bool(magazine.locateON));
+    set(QBX_Property::CreationClassName, className.getString());
+    set(QBX_Property::Tag, tag);
+    set(QBX_Property::Position, Uint16(magazine.position));
+    set(QBX_Property::ElementName, text(magazine.elemName));
+    set(QBX_Property::CageType, publishedCageType(magazine.cageType));
+    set(QBX_Property::Manufacturer, text(magazine.mfg.vendor));
+    set(QBX_Property::Model, text(magazine.mfg.model));
+    set(QBX_Property::SerialNumber, text(magazine.mfg.serial));
+    set(QBX_Property::LocationType, Uint16(3));
+    set(QBX_Property::MediaTypesSupported, Array<Uint16>(1, Uint16(29)));
+    set(QBX_Property::RemovalConditions, Uint16(4));
+    set(QBX_Property::StateOnLoopA, Uint16(magazine.stateLoopA.actual));
+    set(QBX_Property::StateOnLoopB, Uint16(magazine.stateLoopB.actual));
+    set(QBX_Property::LocateON, bool(magazine.locateON));
     if (magazine.cageType != JB_DC3) {
-        set(Property::SystemLED, Uint16(magazine.u.lbod.systemLED));
-        set(Property::HotplugLED, Uint16(magazine.u.lbod.hplLED));
+        set(QBX_Property::SystemLED, Uint16(magazine.u.lbod.systemLED));
+        set(QBX_Property::HotplugLED, Uint16(magazine.u.lbod.hplLED));
     }
     _addOperationalStatus(magazine, instance);
     instance.setPath(buildObjectPath(className, host, tag));
@@ -242,7 +242,7 @@ void QBX_MagazineProvider::_addOperationalStatus(const api_Magazine_t&, CIMInsta
 {
     // Always "OK": the loop states reach clients through "StateOnLoopA" and "StateOnLoopB".
     const Array<Uint16> status(1, Uint16(2));
-    QBX_Common::setPropertyValue(instance, Property::OperationalStatus, status);
+    QBX_Common::setPropertyValue(instance, QBX_Property::OperationalStatus, status);
 }
 
 Array<CIMObjectPath> QBX_MagazineProvider::_build_ref(CIMName className)

@@ -8,7 +8,7 @@
 namespace Pegasus
 {
 /// The names of properties.
-namespace Property
+namespace QBX_Property
 {
 
 inline const CIMName AudibleAlarmState("AudibleAlarmState"), BaseUnit("BaseUnit"),
@@ -38,7 +38,7 @@ inline const CIMName AudibleAlarmState("AudibleAlarmState"), BaseUnit("BaseUnit"
     SystemLED("SystemLED"), SystemName("SystemName"), Tag("Tag"),
     TempSensorState("TempSensorState"), TempSensorValue("TempSensorValue");
 
-}  // namespace Property
+}  // namespace QBX_Property
 }  // namespace Pegasus
 
 #endif

@@ -76,9 +76,9 @@ String sensorID(const api_Cage_t& cage, unsigned int index)
 
 QBX_SensorInDriveCageProvider::~QBX_SensorInDriveCageProvider() = default;
 
-QBX_SensorInDriveCageProvider::Frame QBX_SensorInDriveCageProvider::_frame()
+QBX_SensorInDriveCageProvider::Frame QBX_SensorInDriveCageProvider::_frame(const SourceLocation& at)
 {
-    return Frame(*this, ClassName, TRACES);
+    return Frame(*this, ClassName, TRACES, at);
 }
 
 void QBX_SensorInDriveCageProvider::initialize(CIMOMHandle& cimom)
@@ -323,11 +323,7 @@ Array<CIMInstance> QBX_SensorInDriveCageProvider::_cageOf(const QBX_Records::Cag
 Array<CIMObjectPath> QBX_SensorInDriveCageProvider::_getRelatedInstanceNames(
     const CIMObjectPath& objectName)
 {
-    traceClass(TRACES.getRelatedInstanceNames.entry, objectName);
-    const Array<CIMObjectPath> paths =
-        pathsOf(_getRelatedInstances(objectName, false, false, CIMPropertyList()));
-    trace(TRACES.getRelatedInstanceNames.exit);
-    return paths;
+    return _frame().relatedInstanceNames(objectName);
 }
 
 }  // namespace Pegasus

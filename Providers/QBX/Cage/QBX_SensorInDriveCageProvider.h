@@ -66,7 +66,8 @@ public:
 private:
     using Frame = QBX_Frame::AssociationFrame<QBX_SensorInDriveCageProvider>;
     friend Frame;
-    Frame _frame();
+    /// The frame of the operation that calls.
+    Frame _frame(const QBX_Frame::SourceLocation& at = QBX_Frame::SourceLocation::here());
 
     Array<CIMInstance> _getInstances(Boolean includeQualifiers, Boolean includeClassOrigin,
                                      const CIMPropertyList& propertyList);

@@ -76,9 +76,9 @@ CIMObjectPath pathOf(const api_Cage_t& cage, const String& host)
 
 QBX_SysCageContainerProvider::~QBX_SysCageContainerProvider() = default;
 
-QBX_SysCageContainerProvider::Frame QBX_SysCageContainerProvider::_frame()
+QBX_SysCageContainerProvider::Frame QBX_SysCageContainerProvider::_frame(const SourceLocation& at)
 {
-    return Frame(*this, ClassName, TRACES);
+    return Frame(*this, ClassName, TRACES, at);
 }
 
 void QBX_SysCageContainerProvider::initialize(CIMOMHandle& cimom)
@@ -87,8 +87,7 @@ void QBX_SysCageContainerProvider::initialize(CIMOMHandle& cimom)
     _cimom = cimom;
     _assoClassName = CIMName("QBX_SysCageContainer");
     _sysPkgClassName = CIMName(QBX_SYSTEM_PACKAGE);
-    _cageClassNames =
-        names({QBX_DRIVE_CAGE, QBX_DRIVE_CAGE_DC1, QBX_DRIVE_CAGE_DC3, QBX_DRIVE_CAGE_DC2});
+    _cageClassNames = names(QBX_DRIVE_CAGES);
     _systemName = QBX_Common::getSystemName(cimom);
     _sysPkgObjectPath = QBX_Common::getSystemPkgObjectPath(_cimom);
     _hostAddr = QBX_Common::getSystemHostName(cimom);

@@ -1,68 +1,125 @@
 #include "ScriptedProvider.h"
 
+#include "Model/Text.h"
+
 #include <Pegasus/Provider/CIMAssociationProvider.h>
 #include <Pegasus/Provider/CIMInstanceProvider.h>
 #include <Pegasus/Provider/CIMMethodProvider.h>
 
+#include <map>
 #include <mutex>
 
-namespace scripted
+PEGASUS_USING_PEGASUS;
+
+namespace cimom
 {
 
-using cimom::toUtf8;
+void PrintTo(const Lines& lines, std::ostream* out)
+{
+    for (const std::string& line : lines)
+        *out << "\n    " << line;
+}
 
-Stage stage;
+std::string text(const CIMObjectPath& path)
+{
+    return toUtf8(path.toString());
+}
 
-std::string Text::of(const CIMValue& value)
+std::string text(const CIMValue& value)
 {
     return std::string(cimTypeToString(value.getType())) + (value.isArray() ? "[]=" : "=") +
            (value.isNull() ? "null" : toUtf8(value.toString()));
 }
 
-std::string Text::of(const CIMParamValue& parameter)
-{
-    return toUtf8(parameter.getParameterName()) + (parameter.isTyped() ? ":" : ":untyped ") +
-           of(parameter.getValue());
-}
-
-std::string Text::of(const CIMInstance& instance)
+std::string text(const CIMInstance& instance)
 {
     if (instance.isUninitialized()) return "";
-    std::string line = of(instance.getPath()) + (instance.object().qualifiers.empty() ? "{" : "#{");
-    for (const auto& property : instance.object().properties) {
-        line += (line.back() == '{' ? "" : " ") + toUtf8(property->name.getString());
-        line += property->qualifiers.empty() ? "" : "#";
-        line += (property->classOrigin.isNull() ? ":" : "@:") + of(property->value);
+    std::string line;
+    for (Uint32 i = 0; i < instance.getPropertyCount(); ++i) {
+        const CIMConstProperty property = instance.getProperty(i);
+        line += (i == 0 ? "" : ", ") + toUtf8(property.getName().getString()) + ":" +
+                text(property.getValue());
     }
-    return line + "}";
+    return text(instance.getPath()) + "{" + line + "}";
 }
+
+CIMInstance instanceOf(const std::string& path, std::initializer_list<CIMProperty> properties)
+{
+    const CIMObjectPath name(toString(path));
+    CIMInstance instance(name.getClassName());
+    instance.setPath(name);
+    for (const CIMProperty& property : properties)
+        instance.addProperty(property);
+    return instance;
+}
+
+namespace scripted
+{
+
+Lines calls;
+Lines lifecycle;
 
 namespace
 {
 
-using Ctx = const OperationContext&;
-using Path = const CIMObjectPath&;
-using Name = const CIMName&;
-using Role = const String&;
-using List = const CIMPropertyList&;
+std::mutex mutex;  // guards what is recorded and set
+std::map<std::string, Behavior> behaviors;
 
-void note(const std::string& line)
+void record(Lines& lines, const std::string& line)
 {
-    static std::mutex mutex;
-    std::unique_lock<std::mutex> lock(mutex);
-    stage.notes.push_back(line);
-    lock.unlock();
-    if (stage.onNote) stage.onNote(line);
+    const std::lock_guard<std::mutex> lock(mutex);
+    lines.push_back(line);
 }
 
-std::vector<CIMInstance> instancesOf(Name className)
+// The words of a call behind the operation: nothing for what is not given.
+std::string word(const std::string& name, const String& value)
 {
-    const auto found = stage.instances.find(toUtf8(className.getString()));
-    if (found != stage.instances.end()) return found->second;
-    CIMInstance only(className);
-    only.setPath(CIMObjectPath(className.getString() + ".Id=1"));
-    return {only};
+    return value.size() == 0 ? "" : " " + name + "=" + toUtf8(value);
 }
+std::string word(const std::string& name, const CIMName& value)
+{
+    return word(name, value.getString());
+}
+std::string word(const CIMPropertyList& list)
+{
+    std::string names;
+    for (Uint32 i = 0; i < list.size(); ++i)
+        names += (i == 0 ? "" : " ") + toUtf8(list[i].getString());
+    return list.isNull() ? "" : " PropertyList=[" + names + "]";
+}
+std::string view(bool qualifiers, bool classOrigin, const CIMPropertyList& list)
+{
+    return std::string(qualifiers ? " IncludeQualifiers" : "") +
+           (classOrigin ? " IncludeClassOrigin" : "") + word(list);
+}
+std::string word(const CIMName& method, const Array<CIMParamValue>& in)
+{
+    std::string list;
+    for (Uint32 i = 0; i < in.size(); ++i) {
+        list += (i == 0 ? "" : ", ") + toUtf8(in[i].getParameterName()) +
+                (in[i].isTyped() ? ":" : ":untyped ") + text(in[i].getValue());
+    }
+    return " " + toUtf8(method.getString()) + "(" + list + ")";
+}
+
+// What is delivered where nothing is set.
+void deliver(InstanceResponseHandler& handler, const std::string& path)
+{
+    handler.deliver(instanceOf(path));
+}
+void deliver(ObjectResponseHandler& handler, const std::string& path)
+{
+    handler.deliver(CIMObject(instanceOf(path)));
+}
+void deliver(ObjectPathResponseHandler& handler, const std::string& path)
+{
+    handler.deliver(CIMObjectPath(toString(path)));
+}
+void deliver(MethodResultResponseHandler& handler, const std::string&)
+{
+    handler.deliver(CIMValue(Uint32(0)));
+}
+void deliver(ResponseHandler&, const std::string&) {}
 
 class Bare : public CIMProvider
 {
@@ -70,140 +127,137 @@ class Bare : public CIMProvider
     void terminate() override { delete this; }
 };
 
+using Ctx = const OperationContext&;
+using Path = const CIMObjectPath&;
+using Name = const CIMName&;
+using Text = const String&;
+using List = const CIMPropertyList&;
+
 class Scripted : public CIMInstanceProvider, public CIMMethodProvider, public CIMAssociationProvider
 {
 public:
-    explicit Scripted(const String& name) : name_(toUtf8(name)) {}
+    explicit Scripted(const std::string& name) : name_(name), does_(provider(name)) {}
+
     void initialize(CIMOMHandle&) override
     {
-        note("initialize " + name_);
-        if (stage.scripts.count("initialize/" + name_) > 0) stage.fault();
+        record(lifecycle, "initialize " + name_);
+        if (does_.onInitialize) does_.onInitialize();
     }
     void terminate() override
     {
-        note("terminate " + name_);
+        record(lifecycle, "terminate " + name_);
         delete this;
     }
-
     void getInstance(Ctx c, Path p, bool q, bool o, List l, InstanceResponseHandler& h) override
     {
-        play("GI", c, p.getClassName(), h, p, q, o, l);
+        run(c, p.getClassName(), does_.onInstances, h, "getInstance " + text(p) + view(q, o, l));
     }
     void enumerateInstances(Ctx c, Path p, bool q, bool o, List l,
                             InstanceResponseHandler& h) override
     {
-        play("EI", c, p.getClassName(), h, p, q, o, l);
+        const std::string call = "enumerateInstances " + text(p) + view(q, o, l);
+        run(c, p.getClassName(), does_.onInstances, h, call);
     }
     void enumerateInstanceNames(Ctx c, Path p, ObjectPathResponseHandler& h) override
     {
-        play("EIN", c, p.getClassName(), h, p);
+        run(c, p.getClassName(), does_.onPaths, h, "enumerateInstanceNames " + text(p));
     }
     void modifyInstance(Ctx c, Path p, const CIMInstance& i, bool q, List l,
                         ResponseHandler& h) override
     {
-        play("MI", c, p.getClassName(), h, p, q, l, i);
+        const std::string call = "modifyInstance " + text(p) + " " + text(i) + view(q, false, l);
+        run(c, p.getClassName(), does_.onChange, h, call);
     }
     void createInstance(Ctx c, Path p, const CIMInstance& i, ObjectPathResponseHandler& h) override
     {
-        play("CI", c, p.getClassName(), h, p, i);
+        run(c, p.getClassName(), does_.onPaths, h, "createInstance " + text(p) + " " + text(i));
     }
     void deleteInstance(Ctx c, Path p, ResponseHandler& h) override
     {
-        play("DI", c, p.getClassName(), h, p);
+        run(c, p.getClassName(), does_.onChange, h, "deleteInstance " + text(p));
     }
     void invokeMethod(Ctx c, Path p, Name method, const Array<CIMParamValue>& in,
                       MethodResultResponseHandler& h) override
     {
-        play("IM", c, p.getClassName(), h, p, method, in);
+        run(c, method, does_.onMethod, h, "invokeMethod " + text(p) + word(method, in));
     }
-    void associators(Ctx c, Path p, Name association, Name resultClass, Role role, Role resultRole,
+    void associators(Ctx c, Path p, Name association, Name resultClass, Text role, Text resultRole,
                      bool q, bool o, List l, ObjectResponseHandler& h) override
     {
-        play("A", c, association, h, p, association, resultClass, role, resultRole, q, o, l);
+        const std::string filters = narrowed(association, resultClass, role, resultRole);
+        run(c, association, does_.onObjects, h, "associators " + text(p) + filters + view(q, o, l));
     }
-    void associatorNames(Ctx c, Path p, Name association, Name resultClass, Role role,
-                         Role resultRole, ObjectPathResponseHandler& h) override
+    void associatorNames(Ctx c, Path p, Name association, Name resultClass, Text role,
+                         Text resultRole, ObjectPathResponseHandler& h) override
     {
-        play("AN", c, association, h, p, association, resultClass, role, resultRole);
+        const std::string filters = narrowed(association, resultClass, role, resultRole);
+        run(c, association, does_.onPaths, h, "associatorNames " + text(p) + filters);
     }
-    void references(Ctx c, Path p, Name association, Role role, bool q, bool o, List l,
+    void references(Ctx c, Path p, Name association, Text role, bool q, bool o, List l,
                     ObjectResponseHandler& h) override
     {
-        play("R", c, association, h, p, association, role, q, o, l);
+        const std::string filters = word("ResultClass", association) + word("Role", role);
+        run(c, association, does_.onObjects, h, "references " + text(p) + filters + view(q, o, l));
     }
-    void referenceNames(Ctx c, Path p, Name association, Role role,
+    void referenceNames(Ctx c, Path p, Name association, Text role,
                         ObjectPathResponseHandler& h) override
     {
-        play("RN", c, association, h, p, association, role);
+        const std::string filters = word("ResultClass", association) + word("Role", role);
+        run(c, association, does_.onPaths, h, "referenceNames " + text(p) + filters);
     }
 
 private:
-    /// Notes the call and plays its script.
-    template <class Handler, class... Arguments>
-    void play(const std::string& operation, Ctx context, Name served, Handler& handler,
-              const Arguments&... arguments)
+    static std::string narrowed(Name association, Name resultClass, Text role, Text resultRole)
     {
-        std::string line = name_ + " " + operation;
-        ((line += " " + Text::of(arguments)), ...);
+        return word("AssocClass", association) + word("ResultClass", resultClass) +
+               word("Role", role) + word("ResultRole", resultRole);
+    }
+
+    template <class Handler>
+    void run(Ctx context, Name served, const std::function<void(Handler&)>& behavior,
+             Handler& handler, const std::string& call) const
+    {
         const String user = IdentityContainer(context.get(IdentityContainer::NAME)).getUserName();
-        note(line + (user.size() == 0 ? "" : " by " + toUtf8(user)));
-        auto script = stage.scripts.find(operation + "/" + toUtf8(served.getString()));
-        if (script == stage.scripts.end()) script = stage.scripts.find(operation);
-        Uint32 number = 0;
-        for (const char step : script == stage.scripts.end() ? "pdc" : script->second) {
-            if (step == 'p') handler.processing();
-            if (step == 'c') handler.complete();
-            if (step == 't') stage.fault();
-            deliver(step, ++number, served, handler);
-        }
-    }
-
-    // What a handler takes of an instance.
-    static CIMInstance item(InstanceResponseHandler&, const CIMInstance& i) { return i; }
-    static CIMObjectPath item(ObjectPathResponseHandler&, const CIMInstance& i)
-    {
-        return i.getPath();
-    }
-    static CIMObject item(ObjectResponseHandler&, const CIMInstance& i) { return CIMObject(i); }
-
-    // The steps that deliver.
-    static void deliver(char, Uint32, Name, ResponseHandler&) {}
-    static void deliver(char step, Uint32 number, Name, MethodResultResponseHandler& handler)
-    {
-        if (step == 'u') handler.deliver(CIMValue(CIMTYPE_UINT32, false));
-        if (step == 'd') handler.deliver(CIMValue(number));
-        if (step == 'o') handler.deliverParamValue(CIMParamValue("Out", CIMValue(number)));
-    }
-    template <class Handler, class Item = decltype(item(std::declval<Handler&>(), CIMInstance()))>
-    static void deliver(char step, Uint32, Name served, Handler& handler)
-    {
-        Array<Item> items;
-        for (const CIMInstance& instance : instancesOf(served))
-            items.append(item(handler, instance));
-        if (step == 'u') handler.deliver(Item());
-        if (step == 'D') handler.deliver(items);
-        for (Uint32 i = 0; step == 'd' && i < items.size(); ++i)
-            handler.deliver(items[i]);
+        record(calls, name_ + " " + call + (user.size() == 0 ? "" : " by " + toUtf8(user)));
+        if (behavior) return behavior(handler);
+        handler.processing();
+        deliver(handler, toUtf8(served.getString()) + ".Id=1");
+        handler.complete();
     }
 
     const std::string name_;
+    const Behavior& does_;
 };
 
 }  // namespace
 
+Behavior& provider(const std::string& name)
+{
+    const std::lock_guard<std::mutex> lock(mutex);
+    return behaviors[name];
+}
+
+void reset()
+{
+    behaviors.clear();
+    calls.clear();
+    lifecycle.clear();
+}
+
 CIMProvider* create(const String& providerName)
 {
     const std::string name = toUtf8(providerName);
-    note("create " + name);
+    record(lifecycle, "create " + name);
     if (name == "Missing") return nullptr;
     if (name == "Bare") return new Bare;
-    return new Scripted(providerName);
+    return new Scripted(name);
 }
 
 }  // namespace scripted
+}  // namespace cimom
 
 extern "C" PEGASUS_EXPORT Pegasus::CIMProvider* PegasusCreateProvider(
     const Pegasus::String& providerName)
 {
-    return scripted::create(providerName);
+    return cimom::scripted::create(providerName);
 }

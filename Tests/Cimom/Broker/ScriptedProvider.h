@@ -1,70 +1,86 @@
-// A provider for tests: it notes every call and does what the test's script says.
+// A provider for tests: it records every call and does what the test has set for it.
 #pragma once
 
-#include "Model/Schema.h"
-#include "Model/Text.h"
-
-#include <Pegasus/Common/CIMObject.h>
-#include <Pegasus/Common/CIMParamValue.h>
+#include <Pegasus/Common/CIMInstance.h>
+#include <Pegasus/Common/ResponseHandler.h>
 #include <Pegasus/Provider/CIMProvider.h>
 
 #include <functional>
-#include <map>
+#include <initializer_list>
+#include <ostream>
 #include <string>
 #include <vector>
+
+namespace cimom
+{
+
+/// Lines of text that a failing test prints one below the other.
+struct Lines : std::vector<std::string>
+{
+    using vector::vector;
+};
+void PrintTo(const Lines& lines, std::ostream* out);
+
+// How calls and results show what they hold.
+std::string text(const Pegasus::CIMObjectPath&);
+/// "type=value"
+std::string text(const Pegasus::CIMValue&);
+/// "PATH{Name:type=value, ...}", nothing for an uninitialized instance.
+std::string text(const Pegasus::CIMInstance&);
+
+template <class Item>
+Lines texts(const Pegasus::Array<Item>& items)
+{
+    Lines lines;
+    for (Pegasus::Uint32 i = 0; i < items.size(); ++i)
+        lines.push_back(text(items[i]));
+    return lines;
+}
+
+Pegasus::CIMInstance instanceOf(const std::string& path,
+                                std::initializer_list<Pegasus::CIMProperty> properties = {});
 
 namespace scripted
 {
 
-using namespace Pegasus;
-
-/// What all scripted providers of the process do, and what they were asked. A script is a word of
-/// steps: p processing, d deliver, D deliver an array, u deliver something uninitialized, o deliver
-/// an output parameter, c complete, t call `fault`. Methods deliver the number of the step.
-struct Stage
+/// What a provider does, by the kind of result. An operation for which nothing is set delivers
+/// CLASS.Id=1 of the class that it is asked for (a traversal: of the association class, a method:
+/// the number 0) and completes.
+struct Behavior
 {
-    /// By operation and class ("EI/T_Leaf"), or by operation alone; "pdc" when there is none.
-    std::map<std::string, std::string> scripts;
-    /// What step d delivers for a class, all of it; CLASS.Id=1 when there is nothing.
-    std::map<std::string, std::vector<CIMInstance>> instances;
-    /// Throws whatever the test wants thrown.
-    std::function<void()> fault;
-    /// "create NAME", "initialize NAME", "terminate NAME", "NAME OPERATION ARGUMENTS by USER".
-    std::vector<std::string> notes;
-    /// Called with every line when it has been noted.
-    std::function<void(const std::string& line)> onNote;
+    std::function<void()> onInitialize;
+    std::function<void(Pegasus::InstanceResponseHandler&)> onInstances;
+    std::function<void(Pegasus::ObjectPathResponseHandler&)> onPaths;
+    std::function<void(Pegasus::ObjectResponseHandler&)> onObjects;
+    std::function<void(Pegasus::ResponseHandler&)> onChange;
+    std::function<void(Pegasus::MethodResultResponseHandler&)> onMethod;
 };
 
-/// Assign {} to begin anew.
-extern Stage stage;
+/// The behavior of the provider of that name.
+Behavior& provider(const std::string& name);
 
-/// The factory; "Missing" gives no provider, "Bare" one without operations.
-CIMProvider* create(const String& providerName);
-
-/// Arguments and results as texts.
-struct Text
+/// Delivers these to whatever handler takes them, and completes.
+template <class Item>
+auto delivering(std::vector<Item> items)
 {
-    static std::string of(const String& text) { return cimom::toUtf8(text); }
-    static std::string of(const CIMName& name) { return of(name.getString()); }
-    static std::string of(bool flag) { return flag ? "1" : "0"; }
-    static std::string of(const CIMObjectPath& path) { return cimom::toUtf8(path.toString()); }
-    /// "type=value"
-    static std::string of(const CIMValue& value);
-    static std::string of(const CIMParamValue& parameter);
-    /// "PATH{Name:type=value ...}", # behind path and names where there are qualifiers, @ behind
-    /// names with an origin.
-    static std::string of(const CIMInstance& instance);
-    /// "[ITEM ITEM ...]", or "all" for a null property list.
-    template <class List, class Item = decltype(std::declval<const List&>()[0])>
-    static std::string of(const List& list)
-    {
-        if constexpr (std::is_same_v<List, CIMPropertyList>)
-            if (list.isNull()) return "all";
-        std::string line;
-        for (Uint32 i = 0; i < list.size(); ++i)
-            line += (i == 0 ? "" : " ") + of(list[i]);
-        return "[" + line + "]";
-    }
-};
+    return [items](auto& handler) {
+        for (const Item& item : items)
+            handler.deliver(item);
+        handler.complete();
+    };
+}
+
+/// The calls of providers, as in "Leaf getInstance //here/root/test:T_Leaf.Id=1 IncludeQualifiers
+/// PropertyList=[A B] by USER"; what is false, null or empty is left out.
+extern Lines calls;
+/// "create NAME", "initialize NAME", "terminate NAME".
+extern Lines lifecycle;
+
+/// Forgets what was set and recorded.
+void reset();
+
+/// The factory of the module; "Missing" gives no provider, "Bare" one without operations.
+Pegasus::CIMProvider* create(const Pegasus::String& providerName);
 
 }  // namespace scripted
+}  // namespace cimom

@@ -37,7 +37,7 @@ static_assert(
 // The code of an operation's failure is its class's.
 static_assert(!std::is_constructible_v<CIMOperationFailedException, CIMStatusCode, String>);
 
-TEST(ProviderExceptions, HaveTheCodesOfTheirClasses)
+TEST(ProviderException, HasTheStatusCodeOfItsClass)
 {
     const CIMOperationFailedException failures[] = {
         CIMOperationFailedException("m"),  CIMAccessDeniedException("m"),
@@ -46,5 +46,5 @@ TEST(ProviderExceptions, HaveTheCodesOfTheirClasses)
         CIMPropertyNotFoundException("m"), CIMMethodNotFoundException("m")};
     const int codes[] = {1, 2, 4, 6, 7, 11, 12, 17};
     for (size_t i = 0; i < std::size(codes); ++i)
-        EXPECT_EQ(codes[i], failures[i].getCode());
+        EXPECT_EQ(failures[i].getCode(), codes[i]);
 }

@@ -10,53 +10,257 @@ namespace cimom
 namespace
 {
 
-class RepositoryTest : public ::testing::Test, protected TestRepository
+// ---- Inheritance
+
+class Inheritance : public TestRepository
 {
 };
 
-TEST(RepositoryCases, AreTakenOrRefused)
+TEST_F(Inheritance, KeepsAllOfElementsThatAreNotOverridden)
 {
-    checkCases(CIMOM_TESTS "Repository/cases.txt", compiled);
+    const ClassPtr made = classOf("class T : t_base {};");
+    EXPECT_EQ(made->superClassName.getString(), "t_base");
+    EXPECT_EQ(lines(made->properties), R"(
+inherited [Key(TRUE), Text(id)] string Id of T_Base
+inherited [Mine(p), Fixed(p), Text(name)] string Name = x of T_Base
+inherited uint8 Sizes[2] = 1 2 of T_Base
+)");
+    EXPECT_EQ(lines(made->methods), R"(
+inherited [Mine(m), Fixed(m)] uint32 Run([Fixed(in)] string A) of T_Base
+inherited uint32 Stop() of T_Base
+)");
 }
 
-TEST_F(RepositoryTest, WhatIsTheSameIsShared)
+TEST_F(Inheritance, PassesQualifiersOfTheClassThatAreNotRestricted)
 {
-    const ClassPtr leaf = repository.getClass(ns, "T_Leaf");
-    const ClassPtr middle = repository.getClass(ns, "T_Middle");
-    EXPECT_EQ(leaf, repository.findClass(ns, "t_leaf"));
-    const ClassView view{true, true, false, {}};
-    std::vector<ClassPtr> seen(4);
-    std::vector<std::thread> threads;
-    for (ClassPtr& local : seen)
-        threads.emplace_back([&] { local = repository.getClass(ns, "T_Leaf", view); });
-    for (std::thread& thread : threads)
-        thread.join();
-    EXPECT_EQ(seen, std::vector<ClassPtr>(4, repository.getClass(ns, "T_Leaf", view)));
+    EXPECT_EQ(text(classOf("class T : T_Base {};")->qualifiers),
+              "[inherited Text(base), inherited Fixed(c)] ");
+}
+
+TEST_F(Inheritance, PutsOwnQualifiersOfTheClassBehindInheritedOnes)
+{
+    EXPECT_EQ(text(classOf(R"([Fixed("c"), Mine("t")] class T : T_Middle {};)")->qualifiers),
+              "[inherited Text(base), Fixed(c), Mine(t)] ");
+}
+
+TEST_F(Inheritance, MergesElementsThatOverrideIntoTheirPlaceBehindTheOthers)
+{
+    const ClassPtr made = classOf("class T : T_Middle {};");
+    EXPECT_EQ(lines(made->properties), R"(
+inherited [Key(TRUE), Text(id)] string Id of T_Base
+inherited uint8 Sizes[2] = 1 2 of T_Base
+inherited uint16 Own = 5 of T_Middle
+inherited [inherited Text(name), inherited Fixed(p), Override(Name), Values(v)] string NAME of T_Base
+)");
+    EXPECT_EQ(lines(made->methods), R"(
+inherited uint32 Stop() of T_Base
+inherited uint32 Own() of T_Middle
+inherited [inherited Fixed(m), Override(Run)] uint32 RUN([Fixed(in)] string B) of T_Base
+)");
+}
+
+TEST_F(Inheritance, PutsOwnElementsLastWithTheOriginOfWhatTheyOverride)
+{
+    const ClassPtr made = classOf(R"(class T : T_Middle {
+        uint8 Sizes[2]; sint8 More; uint16 own = 6; uint32 OWN(T_Later REF Later); };)");
+    EXPECT_EQ(lines(made->properties), R"(
+inherited [Key(TRUE), Text(id)] string Id of T_Base
+inherited [inherited Text(name), inherited Fixed(p), Override(Name), Values(v)] string NAME of T_Base
+uint8 Sizes[2] of T_Base
+sint8 More of T
+uint16 own = 6 of T_Middle
+)");
+    EXPECT_EQ(text(*made->method("OWN")), "uint32 OWN(T_Later REF Later) of T_Middle");
+}
+
+TEST_F(Inheritance, OfAnAssociationLetsAReferenceBeOverridden)
+{
+    EXPECT_EQ(lines(classOf(R"([Association] class T : T_Link { [Override("A"), Key] T REF A; };)")
+                        ->properties),
+              R"(
+inherited [Key(TRUE)] T_Leaf REF B of T_Link
+[Override(A), Key(TRUE)] T REF A of T_Link
+)");
+}
+
+TEST_F(Inheritance, MakesAnAssociationOfASubclass)
+{
+    const ClassPtr made = classOf("class T : T_Link { string Note; };");
+    EXPECT_TRUE(made->isAssociation());
+    EXPECT_FALSE(made->isAbstract());
+}
+
+TEST_F(Inheritance, LetsAKeyComeWithAnOverrideBelowAClassWithoutKeys)
+{
+    EXPECT_EQ(lines(classOf(R"(class T_NoKeys { string Id; };
+        class T : T_NoKeys { [Override("Id"), Key] string Id; };)")
+                        ->properties),
+              "\n[Override(Id), Key(TRUE)] string Id of T_NoKeys\n");
+}
+
+TEST_F(Inheritance, AcceptsIndications)
+{
+    EXPECT_EQ(text(classOf("[Indication] class T {};")->qualifiers), "[Indication(TRUE)] ");
+}
+
+TEST_F(Inheritance, AcceptsAQualifierDeclaredTwiceAlike)
+{
+    compile("Qualifier KEY : boolean, Scope(reference, property), Flavor(DisableOverride);");
+}
+
+// ---- Rules
+
+// The positions of faults are the compiler's business.
+class RepositoryRule : public FaultTest
+{
+};
+
+TEST_P(RepositoryRule, IsEnforced)
+{
+    check(": ");
+}
+
+const Fault rules[] = {
+    {"SuperclassExists", "class T : T_None {};",
+     "CIM_ERR_INVALID_SUPERCLASS: class T: its superclass T_None does not exist"},
+    {"ClassNameIsNew", "class t_LEAF : T_Base {};",
+     "CIM_ERR_ALREADY_EXISTS: class t_LEAF exists already"},
+    {"QualifierKeepsItsScope", "Qualifier Key : boolean, Scope(any), Flavor(DisableOverride);",
+     "CIM_ERR_ALREADY_EXISTS: qualifier Key is declared already, and differently"},
+    {"QualifierKeepsItsArraySize",
+     "Qualifier Values : string[2], Scope(property, parameter), Flavor(Translatable);",
+     "CIM_ERR_ALREADY_EXISTS: qualifier Values is declared already, and differently"},
+    {"InstanceIsOfConcreteClass", "instance of T_Base { Id = \"a\"; };",
+     "CIM_ERR_FAILED: attempted to instantiate an abstract class T_Base"},
+    {"InstanceHasItsKeys", "instance of T_Middle { Name = \"n\"; };",
+     "CIM_ERR_INVALID_PARAMETER: key property without a value: T_Middle.Id"},
+    {"ClassOfInstanceHasKeys", "class T_Keyless {}; instance of T_Keyless {};",
+     "CIM_ERR_FAILED: class has no keys: T_Keyless"},
+    {"InstancePathIsNew",
+     "instance of T_Middle { Id = \"a\"; };\ninstance of T_MIDDLE { Id = \"a\"; };",
+     "CIM_ERR_ALREADY_EXISTS: T_Middle.Id=\"a\""},
+};
+INSTANTIATE_TEST_SUITE_P(Of, RepositoryRule, testing::ValuesIn(rules), NameOfRow());
+
+class InheritanceRule : public FaultTest
+{
+};
+
+TEST_P(InheritanceRule, IsEnforced)
+{
+    check(": CIM_ERR_INVALID_PARAMETER: ");
+}
+
+const Fault inheritanceRules[] = {
+    {"QualifierSuitsClass", "[Key] class T {};",
+     "class T: qualifier Key: it may stand in scope REFERENCE PROPERTY only, not CLASS"},
+    {"QualifierSuitsReference", "[Association] class T { [Values] T_Base REF A; };",
+     "class T, property A: qualifier Values: it may stand in scope "
+     "PROPERTY PARAMETER only, not REFERENCE"},
+    {"QualifierSuitsParameter", "class T { uint8 M([Key] string P); };",
+     "class T, method M, parameter P: qualifier Key: it may stand in scope "
+     "REFERENCE PROPERTY only, not PARAMETER"},
+    {"FixedQualifierOfClassKeepsItsValue", "[Fixed(\"other\")] class T : T_Base {};",
+     "class T: qualifier Fixed is DisableOverride and has another value in the superclass"},
+    {"FixedQualifierOfMethodKeepsItsValue", "class T : T_Leaf { [Fixed(null)] uint32 Run(); };",
+     "class T, method Run: qualifier Fixed is DisableOverride and has another value "
+     "in the superclass"},
+    {"OverridingPropertyStaysScalar", "class T : T_Base { string Name[]; };",
+     "class T, property Name: its type differs from that in T_Base"},
+    {"OverridingPropertyKeepsItsType", "class T : T_Base { uint8 Name; };",
+     "class T, property Name: its type differs from that in T_Base"},
+    {"OverridingMethodKeepsItsType", "class T : T_Base { string Run(); };",
+     "class T, method Run: its type differs from that in T_Base"},
+    {"OverriddenPropertyExists", R"(class T : T_Base { [Override("Nome")] string Name; };)",
+     "class T, property Name: it overrides \"Nome\", which no superclass has"},
+    {"OverriddenMethodExists", R"(class T { [Override("M")] uint32 M(); };)",
+     "class T, method M: it overrides \"M\", which no superclass has"},
+    {"OverriddenNameIsAName", R"(class T : T_Base { [Override("no name")] string Name; };)",
+     "class T, property Name: it overrides \"no name\", which no superclass has"},
+    {"NewPropertyAddsNoKey", "class T : T_Base { [Key] string Two; };",
+     "class T, property Two: it cannot be a key, because T_Base has keys already"},
+    {"OverridingPropertyAddsNoKey", "class T : T_Base { [Key] string Name; };",
+     "class T, property Name: it cannot be a key, because T_Base has keys already"},
+    {"ReferenceNeedsAssociation", "class T : T_Link { T_Leaf REF A; };",
+     "class T, property A: a class with references needs the Association qualifier"},
+    {"ReferencedClassExists", "[Association] class T { [Key] T_None REF A; };",
+     "class T, property A: it refers to class T_None, which does not exist"},
+    {"AssociationDerivesFromAssociation", "[Association] class T : T_Base {};",
+     "class T: an association cannot derive from T_Base, which is none"},
+};
+INSTANTIATE_TEST_SUITE_P(Of, InheritanceRule, testing::ValuesIn(inheritanceRules), NameOfRow());
+
+// ---- Classes and instances
+
+class RepositoryTest : public TestRepository
+{
+};
+
+TEST_F(RepositoryTest, FindsClassesInAnyCase)
+{
+    EXPECT_NE(repository.findClass(nameSpace, CIMName("t_leaf")), nullptr);
+    EXPECT_EQ(repository.findClass(nameSpace, CIMName("T_None")), nullptr);
+}
+
+TEST_F(RepositoryTest, SharesInheritedElementsFromTheSecondGenerationOn)
+{
+    const ClassPtr leaf = repository.getClass(nameSpace, "T_Leaf");
+    const ClassPtr middle = repository.getClass(nameSpace, "T_Middle");
     EXPECT_EQ(leaf->property("Id"), middle->property("Id"));
     EXPECT_EQ(leaf->method("Stop"), middle->method("Stop"));
 }
 
-TEST_F(RepositoryTest, InstancesAreFoundByTheirKeysAndHandedOutAsCopies)
+TEST_F(RepositoryTest, MakesAViewOfAClassOnceForAllThreads)
+{
+    const ClassView view{true, true, false, {}};
+    std::vector<ClassPtr> seen(4);
+    std::vector<std::thread> threads;
+    for (ClassPtr& local : seen)
+        threads.emplace_back([&] { local = repository.getClass(nameSpace, "T_Leaf", view); });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(seen, std::vector<ClassPtr>(4, repository.getClass(nameSpace, "T_Leaf", view)));
+}
+
+TEST_F(RepositoryTest, CompletesInstancesWithDefaultsInFrontOfGivenProperties)
+{
+    compile(R"([Text("here")] instance of t_middle { [Mine("p")] NAME = "n"; ID = "a"; };)");
+    const CIMInstance stored = repository.instancesOf(nameSpace, "T_Middle").at(0);
+    EXPECT_EQ(text(stored.object().qualifiers), "[Text(here)] ");
+    EXPECT_EQ(lines(stored), R"(
+inherited uint8 Sizes[2] = 1 2 of T_Base
+inherited uint16 Own = 5 of T_Middle
+[Mine(p)] string NAME = n of T_Base
+string Id = a of T_Base
+)");
+}
+
+TEST_F(RepositoryTest, FindsInstancesByClassAndKeysAlone)
 {
     compile("instance of t_middle { ID = \"a\"; }; instance of T_Leaf { Id = \"a\"; };");
-    const CIMInstance stored = repository.getInstance(ns, String("//h/x:T_MIDDLE.ID=\"a\""));
+    const CIMInstance stored = repository.getInstance(nameSpace, String("//h/x:T_MIDDLE.ID=\"a\""));
     EXPECT_EQ(stored.getPath().toString(), "T_Middle.Id=\"a\"");
-    CIMInstance mine = repository.instancesOf(ns, "T_Middle").at(0);
+}
+
+TEST_F(RepositoryTest, HandsOutCopiesOfInstances)
+{
+    compile("instance of T_Middle { Id = \"a\"; };");
+    const CIMInstance stored = repository.getInstance(nameSpace, String("T_Middle.Id=\"a\""));
+    CIMInstance mine = repository.instancesOf(nameSpace, "T_Middle").at(0);
     mine.getProperty(mine.findProperty("Own")).setValue(CIMValue(Uint16(6)));
-    EXPECT_TRUE(stored.identical(repository.instancesOf(ns, "T_Middle").at(0)));
+    EXPECT_TRUE(stored.identical(repository.instancesOf(nameSpace, "T_Middle").at(0)));
 }
 
 TEST_F(RepositoryTest, PropertiesThatAFilterHasReplacedLiveOnWithoutTheirInstance)
 {
     // With all that the class has, as a provider may build it; the filter hides the qualifiers.
-    CIMInstance built = CIMClass(repository.getClass(ns, "T_Leaf", {false, true, true, {}}))
+    CIMInstance built = CIMClass(repository.getClass(nameSpace, "T_Leaf", {false, true, true, {}}))
                             .buildInstance(true, true, CIMPropertyList());
     const CIMName name = std::as_const(built).getProperty(0).getName();
     built = InstanceFilter(InstanceView{}).apply(built, built.getPath());
-    const std::weak_ptr<const Property> shown = built.object().properties[0];
     const CIMConstProperty kept = std::as_const(built).getProperty(0);
     built = CIMInstance();
-    ASSERT_FALSE(shown.expired());
+    EXPECT_GT(kept.shared().use_count(), 0);
     EXPECT_EQ(kept.getName(), name);
 }
 

@@ -1,42 +1,151 @@
-// A repository filled from schema.mof and further MOF, and what it holds then.
+// A repository with schema.mof, and what MOF makes of it.
 #pragma once
 
-#include "../Cases.h"
-#include "CimXml/Encode.h"
+#include "../Row.h"
+#include "Model/Text.h"
 #include "Mof/MofCompiler.h"
+
+#include <gtest/gtest.h>
 
 namespace cimom
 {
 
-struct TestRepository
+// ---- Elements as text: MOF with values as they print, "inherited" before what is propagated, and
+// the class of origin behind "of".
+
+inline std::string text(const Pegasus::CIMName& name)
 {
+    return toUtf8(name.getString());
+}
+
+inline std::string text(const CIMValue& value)
+{
+    std::string all = toUtf8(value.toString());
+    if (value.isArray() && !all.empty()) all.pop_back();  // the blank behind each element
+    return all;
+}
+
+inline std::string text(const Qualifiers& qualifiers)
+{
+    std::string all;
+    for (const Qualifier& each : qualifiers) {
+        all += (all.empty() ? "[" : ", ") + std::string(each.propagated ? "inherited " : "");
+        all += text(each.name) + (each.value.isNull() ? "" : "(" + text(each.value) + ")");
+    }
+    return all.empty() ? all : all + "] ";
+}
+
+/// Those that differ from a qualifier's usual ones.
+inline std::string text(const Flavor& flavor)
+{
+    return std::string(flavor.overridable ? "" : "DisableOverride ") +
+           (flavor.toSubclass ? "" : "Restricted ") + (flavor.toInstance ? "ToInstance " : "") +
+           (flavor.translatable ? "Translatable " : "");
+}
+
+/// TYPE NAME[SIZE] of a property or parameter.
+template <class Element>
+std::string declaration(const Element& element, CIMType type, bool isArray)
+{
+    const bool isReference = type == Pegasus::CIMTYPE_REFERENCE;
+    const std::string size = element.arraySize == 0 ? "" : std::to_string(element.arraySize);
+    return (isReference ? text(element.referenceClassName) + " REF"
+                        : Pegasus::cimTypeToString(type)) +
+           (" " + text(element.name)) + (isArray ? "[" + size + "]" : "");
+}
+
+inline std::string text(const Property& property)
+{
+    return (property.propagated ? "inherited " : "") + text(property.qualifiers) +
+           declaration(property, property.value.getType(), property.value.isArray()) +
+           (property.value.isNull() ? "" : " = " + text(property.value)) + " of " +
+           text(property.classOrigin);
+}
+
+inline std::string text(const Method& method)
+{
+    std::string parameters;
+    for (const Parameter& each : method.parameters)
+        parameters += (parameters.empty() ? "" : ", ") + text(each.qualifiers) +
+                      declaration(each, each.type, each.isArray);
+    return (method.propagated ? "inherited " : "") + text(method.qualifiers) +
+           Pegasus::cimTypeToString(method.type) + " " + text(method.name) + "(" + parameters +
+           ") of " + text(method.classOrigin);
+}
+
+/// Each element on a line of its own, behind a line feed.
+template <class Elements>
+std::string lines(const Elements& elements)
+{
+    std::string all;
+    for (const auto& each : elements)
+        all += "\n" + text(*each);
+    return all + "\n";
+}
+
+inline std::string lines(const Pegasus::CIMInstance& instance)
+{
+    std::string all = "\n";
+    for (Uint32 i = 0; i < instance.getPropertyCount(); ++i)
+        all += text(instance.getProperty(i).object()) + "\n";
+    return all;
+}
+
+/// "compiled", or the error of the call of the compiler.
+template <class Call>
+std::string outcomeOf(Call call)
+{
+    try {
+        call();
+        return "compiled";
+    } catch (const std::exception& fault) {
+        return fault.what();
+    }
+}
+
+/// The namespace "root/test" with schema.mof in it.
+class TestRepository : public testing::Test
+{
+protected:
     TestRepository()
     {
-        repository.addNamespace(ns);
-        compileMof(repository, ns, CIMOM_TESTS "Repository/schema.mof");
+        repository.addNamespace(nameSpace);
+        compileMof(repository, nameSpace, CIMOM_TESTS "Repository/schema.mof");
     }
 
-    /// The fault in the text, or what it made of class T and of T_Middle's instances.
-    std::string compile(const std::string& mof)
+    /// Throws the compiler's error.
+    void compile(const std::string& mof) { compileMofText(repository, nameSpace, mof, "MOF"); }
+
+    /// Class T that the text declares.
+    ClassPtr classOf(const std::string& mof)
     {
-        return answerOf([&] {
-            std::string all;
-            compileMofText(repository, ns, mof, "MOF");
-            if (const ClassPtr made = repository.findClass(ns, "T")) xml::appendClass(all, *made);
-            for (const CIMInstance& instance : repository.instancesOf(ns, "T_Middle"))
-                xml::appendInstance(all, instance.object());
-            return all;
-        });
+        compile(mof);
+        return repository.requireClass(nameSpace, Pegasus::CIMName("T"),
+                                       Pegasus::CIM_ERR_NOT_FOUND);
     }
 
-    const CIMNamespaceName ns{"root/test"};
+    const Pegasus::CIMNamespaceName nameSpace{"root/test"};
     Repository repository;
 };
 
-/// What a repository of its own makes of the text.
-inline std::string compiled(const std::string& mof)
+/// MOF that is refused, and the error, from some point on.
+struct Fault : Row
 {
-    return TestRepository().compile(mof);
-}
+    const char* mof;
+    const char* fault;
+};
+
+class FaultTest : public TestRepository, public testing::WithParamInterface<Fault>
+{
+protected:
+    /// Compiles the row's MOF; behind `start`, the error is the row's.
+    void check(const std::string& start)
+    {
+        const testing::ScopedTrace row(GetParam().file, GetParam().line, GetParam().mof);
+        const std::string outcome = outcomeOf([&] { compile(GetParam().mof); });
+        ASSERT_NE(outcome.find(start), std::string::npos) << outcome;
+        EXPECT_EQ(outcome.substr(outcome.find(start) + start.size()), GetParam().fault);
+    }
+};
 
 }  // namespace cimom

@@ -19,7 +19,7 @@ public:
     /// manager.
     void connectLocal();
     /// Does nothing when not connected.
-    void disconnect() { _connected = false; }
+    void disconnect() { connected_ = false; }
 
     /// Throws NotConnectedException, or CIMException for an error of the operation; its message
     /// starts with the name of the code, as in "CIM_ERR_NOT_FOUND: text".
@@ -27,7 +27,7 @@ public:
                                                 const CIMName& className);
 
 private:
-    Boolean _connected = false;
+    Boolean connected_ = false;
 };
 
 }  // namespace Pegasus

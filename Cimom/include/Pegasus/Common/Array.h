@@ -2,7 +2,7 @@
 #pragma once
 
 #include <Pegasus/Common/Counted.h>
-#include <Pegasus/Common/String.h>
+#include <Pegasus/Common/Exception.h>
 
 #include <functional>
 #include <type_traits>
@@ -10,14 +10,6 @@
 
 namespace Pegasus
 {
-
-namespace detail
-{
-
-/// Throws IndexOutOfBoundsException.
-[[noreturn]] void throwOutOfBounds();
-
-}  // namespace detail
 
 /// An array with value semantics; but elements that are handles stand for the same objects in all
 /// copies. Positions out of range throw IndexOutOfBoundsException.
@@ -34,12 +26,12 @@ public:
     }
     Array(const T* items, Uint32 size) { append(items, size); }
 
-    void clear() { _node.reset(); }
-    Uint32 size() const { return _node.get() ? Uint32(_node->items.size()) : 0; }
+    void clear() { node_.reset(); }
+    Uint32 size() const { return node_.get() ? Uint32(node_->items.size()) : 0; }
     /// Valid until the array changes.
     const T* getData() const
     {
-        return _node.get() ? reinterpret_cast<const T*>(_node->items.data()) : nullptr;
+        return node_.get() ? reinterpret_cast<const T*>(node_->items.data()) : nullptr;
     }
     T& operator[](Uint32 index)
     {
@@ -49,7 +41,7 @@ public:
     const T& operator[](Uint32 index) const
     {
         if (index >= size()) detail::throwOutOfBounds();
-        return _node->items[index].value;
+        return node_->items[index].value;
     }
 
     // What is appended may be elements of this array: it is copied before anything changes.
@@ -66,7 +58,7 @@ public:
     {
         const auto* const first = reinterpret_cast<const Item*>(x);
         const std::vector<Item> items(first, first + size);
-        if (size > 0) write().insert(_node->items.end(), items.begin(), items.end());
+        if (size > 0) write().insert(node_->items.end(), items.begin(), items.end());
     }
     void appendArray(const Array& x)
     {
@@ -89,11 +81,11 @@ private:
     /// The items for writing, which copies do not share any more.
     std::vector<Item>& write()
     {
-        if (!_node.isOnly()) _node.reset(_node.get() ? new Node{_node->items} : new Node());
-        return _node->items;
+        if (!node_.isOnly()) node_.reset(node_.get() ? new Node{node_->items} : new Node());
+        return node_->items;
     }
 
-    detail::Counted<Node> _node;  // null when it is empty
+    detail::Counted<Node> node_;  // null when it is empty
 };
 
 }  // namespace Pegasus

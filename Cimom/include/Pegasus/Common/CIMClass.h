@@ -3,6 +3,13 @@
 
 #include <Pegasus/Common/CIMInstance.h>
 
+namespace cimom
+{
+
+struct Class;
+
+}  // namespace cimom
+
 namespace Pegasus
 {
 
@@ -13,28 +20,25 @@ public:
     using Handle::Handle;
     CIMClass() = default;
 
-    const CIMName& getClassName() const { return object().name(); }
-    const CIMObjectPath& getPath() const { return object().path; }
+    const CIMName& getClassName() const;
+    const CIMObjectPath& getPath() const;
     /// Null for a root class.
-    const CIMName& getSuperClassName() const { return object().superClassName; }
+    const CIMName& getSuperClassName() const;
     /// True when the qualifier Association is there and true.
-    Boolean isAssociation() const { return object().isAssociation(); }
+    Boolean isAssociation() const;
     /// True when the qualifier Abstract is there and true.
-    Boolean isAbstract() const { return object().isAbstract(); }
+    Boolean isAbstract() const;
     /// Replaces the array by the names of the properties whose qualifier Key is true.
     void getKeyNames(Array<CIMName>& keyNames) const;
     /// The position of the property of that name (ignoring case), or PEG_NOT_FOUND.
-    Uint32 findProperty(const CIMName& name) const
-    {
-        return cimom::positionOf(object().properties, name);
-    }
+    Uint32 findProperty(const CIMName& name) const;
     /// Throws IndexOutOfBoundsException.
     CIMConstProperty getProperty(Uint32 index) const;
-    Uint32 getPropertyCount() const { return Uint32(object().properties.size()); }
+    Uint32 getPropertyCount() const;
 
     /// A new instance with the listed properties (null list: all) in the order of the class, with
     /// their default values. Qualifiers of the class and its properties, and class origins, only
-    /// when asked for. Its path is the bare class name. Abstract classes are accepted.
+    /// if requested. Its path is the bare class name. Abstract classes are accepted.
     CIMInstance buildInstance(Boolean includeQualifiers, Boolean includeClassOrigin,
                               const CIMPropertyList& propertyList) const;
 };

@@ -22,7 +22,7 @@ public:
     static CIMDateTime getCurrentDateTime();
 
     String toString() const;
-    Boolean isInterval() const { return _isInterval; }
+    Boolean isInterval() const { return isInterval_; }
     /// Compares points in time, whatever the UTC offset; asterisks match any digit. An interval and
     /// a time stamp do not compare: that throws TypeMismatchException.
     Boolean equal(const CIMDateTime& x) const;
@@ -30,10 +30,10 @@ public:
     Uint64 toMicroSeconds() const;
 
 private:
-    Uint64 _usec = 0;       // of the interval, or since the beginning of year 0 in local time
-    Sint32 _utcOffset = 0;  // minutes
-    Uint32 _wildcards = 0;  // asterisks, all at the end
-    Boolean _isInterval = true;
+    Uint64 usec_ = 0;       // of the interval, or since the beginning of year 0 in local time
+    Sint32 utcOffset_ = 0;  // minutes
+    Uint32 wildcards_ = 0;  // asterisks, all at the end
+    Boolean isInterval_ = true;
 };
 
 inline Boolean operator==(const CIMDateTime& x, const CIMDateTime& y)

@@ -6,6 +6,13 @@
 #include <Pegasus/Common/CIMProperty.h>
 #include <Pegasus/Common/CIMPropertyList.h>
 
+namespace cimom
+{
+
+struct Instance;
+
+}  // namespace cimom
+
 namespace Pegasus
 {
 
@@ -22,8 +29,8 @@ public:
     using Handle::Handle;
 
     /// The class name of the path.
-    const CIMName& getClassName() const { return getPath().getClassName(); }
-    const CIMObjectPath& getPath() const { return object().path; }
+    const CIMName& getClassName() const;
+    const CIMObjectPath& getPath() const;
     /// Takes over the path with its spelling of the class name. Throws TypeMismatchException when
     /// the path is of another class, UninitializedObjectException when it has none.
     void setPath(const CIMObjectPath& path);
@@ -33,7 +40,7 @@ public:
     /// Throws IndexOutOfBoundsException.
     CIMProperty getProperty(Uint32 index);
     CIMConstProperty getProperty(Uint32 index) const;
-    Uint32 getPropertyCount() const { return Uint32(object().properties.size()); }
+    Uint32 getPropertyCount() const;
 };
 
 }  // namespace detail
@@ -58,9 +65,9 @@ public:
     /// when the instance lacks one, MalformedObjectNameException when a reference key is null.
     CIMObjectPath buildPath(const CIMClass& cimClass) const;
     /// Same path, qualifiers and properties in the same order.
-    Boolean identical(const CIMInstance& x) const { return cimom::identical(object(), x.object()); }
+    Boolean identical(const CIMInstance& x) const;
     /// An independent deep copy.
-    CIMInstance clone() const { return CIMInstance(cimom::clone(object())); }
+    CIMInstance clone() const;
 };
 
 }  // namespace Pegasus

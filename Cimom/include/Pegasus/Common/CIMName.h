@@ -15,26 +15,26 @@ template <class Name>
 class NameText
 {
 public:
-    const String& getString() const { return _name; }
-    Boolean isNull() const { return _name.size() == 0; }
-    void clear() { _name.clear(); }
+    const String& getString() const { return name_; }
+    Boolean isNull() const { return name_.size() == 0; }
+    void clear() { name_.clear(); }
     Boolean equal(const Name& name) const
     {
         // Most names that are compared differ in length or at the end, and most equal ones share
         // their text.
-        const Uint32 size = _name.size();
-        if (size != name._name.size()) return false;
-        const Char16* const a = _name.getChar16Data();
-        const Char16* const b = name._name.getChar16Data();
+        const Uint32 size = name_.size();
+        if (size != name.name_.size()) return false;
+        const Char16* const a = name_.getChar16Data();
+        const Char16* const b = name.name_.getChar16Data();
         return a == b || ((a[size - 1] | ' ') == (b[size - 1] | ' ') &&
-                          String::equalNoCase(_name, name._name));
+                          String::equalNoCase(name_, name.name_));
     }
 
     friend Boolean operator==(const Name& name1, const Name& name2) { return name1.equal(name2); }
     friend Boolean operator!=(const Name& name1, const Name& name2) { return !name1.equal(name2); }
 
 protected:
-    String _name;
+    String name_;
 };
 
 }  // namespace detail
@@ -48,6 +48,7 @@ public:
     CIMName() = default;
     CIMName(const String& name);
     CIMName(const char* name) : CIMName(String(name)) {}
+    CIMName(const CIMName& name) = default;
     CIMName& operator=(const CIMName& name) = default;
     CIMName& operator=(const String& name) { return *this = CIMName(name); }
 
@@ -63,6 +64,7 @@ public:
     CIMNamespaceName() = default;
     CIMNamespaceName(const String& name);
     CIMNamespaceName(const char* name) : CIMNamespaceName(String(name)) {}
+    CIMNamespaceName(const CIMNamespaceName& name) = default;
     CIMNamespaceName& operator=(const CIMNamespaceName& name) = default;
     CIMNamespaceName& operator=(const String& name);
 

@@ -6,8 +6,8 @@
 namespace Pegasus
 {
 
-/// An object of an association's answer: always an instance here. A handle on the same object as
-/// the instance it was made from.
+/// An object in the result of an association operation: always an instance here. A handle on the
+/// same object as the instance it was made from.
 class CIMObject : public detail::InstanceHandle
 {
 public:
@@ -16,7 +16,7 @@ public:
     CIMObject(const CIMInstance& x) : InstanceHandle(x.shared()) {}
 
     /// An independent deep copy.
-    CIMObject clone() const { return CIMObject(cimom::clone(object())); }
+    CIMObject clone() const;
 };
 
 }  // namespace Pegasus

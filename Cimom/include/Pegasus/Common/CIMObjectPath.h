@@ -31,9 +31,9 @@ public:
     /// for arrays, objects and instances.
     CIMKeyBinding(const CIMName& name, const CIMValue& value);
 
-    const CIMName& getName() const { return _name; }
+    const CIMName& getName() const { return name_; }
     const String& getValue() const;
-    Type getType() const { return _type; }
+    Type getType() const { return type_; }
     /// Of a reference that is a key of a path: what its value reads as. Null otherwise.
     const CIMObjectPath* reference() const;
 
@@ -43,10 +43,10 @@ private:
     struct Reference;
     static CIMKeyBinding ofReference(const CIMName& name, const CIMObjectPath& reference);
 
-    CIMName _name;
-    String _value;
-    Type _type = STRING;
-    std::shared_ptr<const Reference> _reference;  // then the value is its text
+    CIMName name_;
+    String value_;
+    Type type_ = STRING;
+    std::shared_ptr<const Reference> reference_;  // then the value is its text
 };
 
 /// Same name without case, same kind, same value: numbers by value, booleans without case,
@@ -68,13 +68,13 @@ public:
     CIMObjectPath(const String& host, const CIMNamespaceName& nameSpace, const CIMName& className,
                   const Array<CIMKeyBinding>& keyBindings = Array<CIMKeyBinding>());
 
-    const String& getHost() const { return _host; }
+    const String& getHost() const { return host_; }
     void setHost(const String& host);
-    const CIMNamespaceName& getNameSpace() const { return _nameSpace; }
-    void setNameSpace(const CIMNamespaceName& nameSpace) { _nameSpace = nameSpace; }
-    const CIMName& getClassName() const { return _className; }
-    void setClassName(const CIMName& className) { _className = className; }
-    const Array<CIMKeyBinding>& getKeyBindings() const { return _keyBindings; }
+    const CIMNamespaceName& getNameSpace() const { return nameSpace_; }
+    void setNameSpace(const CIMNamespaceName& nameSpace) { nameSpace_ = nameSpace; }
+    const CIMName& getClassName() const { return className_; }
+    void setClassName(const CIMName& className) { className_ = className; }
+    const Array<CIMKeyBinding>& getKeyBindings() const { return keyBindings_; }
     void setKeyBindings(const Array<CIMKeyBinding>& keyBindings);
 
     String toString() const;
@@ -85,10 +85,10 @@ private:
     friend class ObjectPathReader;
     void sortKeys();
 
-    String _host;
-    CIMNamespaceName _nameSpace;
-    CIMName _className;
-    Array<CIMKeyBinding> _keyBindings;
+    String host_;
+    CIMNamespaceName nameSpace_;
+    CIMName className_;
+    Array<CIMKeyBinding> keyBindings_;
 };
 
 inline Boolean operator==(const CIMObjectPath& x, const CIMObjectPath& y)

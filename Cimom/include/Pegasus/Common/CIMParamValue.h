@@ -7,12 +7,7 @@
 namespace cimom
 {
 
-struct ParamValue
-{
-    Pegasus::String name;
-    Pegasus::CIMValue value;
-    bool isTyped = true;
-};
+struct ParamValue;
 
 }  // namespace cimom
 
@@ -28,9 +23,9 @@ public:
     /// is empty.
     CIMParamValue(String parameterName, CIMValue value, Boolean isTyped = true);
 
-    String getParameterName() const { return object().name; }
-    CIMValue getValue() const { return object().value; }
-    Boolean isTyped() const { return object().isTyped; }
+    String getParameterName() const;
+    CIMValue getValue() const;
+    Boolean isTyped() const;
 };
 
 }  // namespace Pegasus

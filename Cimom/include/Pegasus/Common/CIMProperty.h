@@ -2,7 +2,15 @@
 #pragma once
 
 #include <Pegasus/Common/CIMHandle.h>
-#include <Pegasus/Common/Elements.h>
+#include <Pegasus/Common/CIMName.h>
+#include <Pegasus/Common/CIMValue.h>
+
+namespace cimom
+{
+
+struct Property;
+
+}  // namespace cimom
 
 namespace Pegasus
 {
@@ -13,22 +21,22 @@ class CIMConstProperty;
 namespace detail
 {
 
-/// What both handles on properties offer.
+/// What both handles on properties offer; `Property` is const for the one without setters.
 template <class Property>
 class PropertyHandle : public Handle<Property>
 {
 public:
     using Handle<Property>::Handle;
 
-    const CIMName& getName() const { return this->object().name; }
-    const CIMValue& getValue() const { return this->object().value; }
-    CIMType getType() const { return getValue().getType(); }
-    Boolean isArray() const { return getValue().isArray(); }
+    const CIMName& getName() const;
+    const CIMValue& getValue() const;
+    CIMType getType() const;
+    Boolean isArray() const;
     /// The declared size of a fixed-size array, else 0.
-    Uint32 getArraySize() const { return this->object().arraySize; }
-    const CIMName& getReferenceClassName() const { return this->object().referenceClassName; }
-    const CIMName& getClassOrigin() const { return this->object().classOrigin; }
-    Boolean getPropagated() const { return this->object().propagated; }
+    Uint32 getArraySize() const;
+    const CIMName& getReferenceClassName() const;
+    const CIMName& getClassOrigin() const;
+    Boolean getPropagated() const;
     /// Same name, value, reference class, origin, propagation and qualifiers; the array size does
     /// not count.
     Boolean identical(const CIMConstProperty& x) const;
@@ -63,17 +71,5 @@ public:
     CIMConstProperty() = default;
     CIMConstProperty(const CIMProperty& x) : PropertyHandle(x.shared()) {}
 };
-
-template <class Property>
-Boolean detail::PropertyHandle<Property>::identical(const CIMConstProperty& x) const
-{
-    return cimom::identical(this->object(), x.object());
-}
-
-template <class Property>
-CIMProperty detail::PropertyHandle<Property>::clone() const
-{
-    return CIMProperty(cimom::clone(this->object()));
-}
 
 }  // namespace Pegasus

@@ -18,21 +18,21 @@ public:
     /// Throws UninitializedObjectException when a name is null.
     CIMPropertyList(const Array<CIMName>& propertyNames);
 
-    Boolean isNull() const { return _isNull; }
-    Uint32 size() const { return _names.size(); }
+    Boolean isNull() const { return isNull_; }
+    Uint32 size() const { return names_.size(); }
     /// Throws IndexOutOfBoundsException.
-    const CIMName& operator[](Uint32 index) const { return _names[index]; }
+    const CIMName& operator[](Uint32 index) const { return names_[index]; }
     /// True when the name is listed (ignoring case); false for the null list.
     Boolean contains(const CIMName& name) const;
     /// True when the name is listed or the list is null.
-    Boolean useThisProperty(const CIMName& name) const { return _isNull || contains(name); }
+    Boolean useThisProperty(const CIMName& name) const { return isNull_ || contains(name); }
     /// The names, with ", " between them; "NULL" or "EMPTY" where there are none.
     String toString() const;
 
 private:
-    Array<CIMName> _names;
-    std::shared_ptr<const std::vector<CIMName>> _sorted;  // of a long list
-    Boolean _isNull = true;
+    Array<CIMName> names_;
+    std::shared_ptr<const std::vector<CIMName>> sorted_;  // of a long list
+    Boolean isNull_ = true;
 };
 
 }  // namespace Pegasus

@@ -36,7 +36,7 @@ namespace Pegasus
     CODE(CIM_ERR_SERVER_LIMITS_EXCEEDED, 27)              \
     CODE(CIM_ERR_SERVER_IS_SHUTTING_DOWN, 28)
 
-// With a type, so that a number that is no code is still a value to report.
+// With an underlying type, so that a number which is not a CIM status code can be reported.
 enum CIMStatusCode : Sint32
 {
 #define PEGASUS_CODE(NAME, NUMBER) NAME = NUMBER,

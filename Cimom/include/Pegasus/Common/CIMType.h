@@ -7,7 +7,7 @@
 namespace Pegasus
 {
 
-// With a type, so that a number that is no type can be told from one.
+// With an underlying type, so that a number which is not a CIM type can be recognised.
 enum CIMType : Sint32
 {
 #define PEGASUS_TYPE(NAME, TEXT, T) CIMTYPE_##NAME,
@@ -15,7 +15,7 @@ enum CIMType : Sint32
 #undef PEGASUS_TYPE
 };
 
-/// "boolean" to "instance"; "unknown" for what is no type.
+/// "boolean" to "instance"; "unknown" for a number that is not a CIM type.
 const char* cimTypeToString(const CIMType type);
 
 }  // namespace Pegasus

@@ -1,4 +1,4 @@
-// The table of CIM types, of which everything that differs by type is made.
+// The table of CIM types. Everything that differs by type is generated from it.
 #pragma once
 
 /// The types, their names and the C++ types of their values: TYPE(NAME, TEXT, T) for each.

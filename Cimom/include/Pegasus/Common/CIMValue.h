@@ -72,7 +72,7 @@ private:
     void copyTo(T& x) const;
 
     // Never changed, so copies share it. Empty for the null boolean.
-    std::shared_ptr<const Content> _content;
+    std::shared_ptr<const Content> content_;
 };
 
 inline Boolean operator==(const CIMValue& x, const CIMValue& y)

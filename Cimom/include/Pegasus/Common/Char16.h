@@ -11,18 +11,18 @@ class Char16
 {
 public:
     constexpr Char16() = default;
-    constexpr Char16(Uint16 x) : _code(x) {}
-    operator Uint16() const { return _code; }
+    constexpr Char16(Uint16 x) : code_(x) {}
+    operator Uint16() const { return code_; }
 
-    friend Boolean operator==(Char16 x, Char16 y) { return x._code == y._code; }
-    friend Boolean operator==(Char16 x, char y) { return x._code == Uint16(y); }
+    friend Boolean operator==(Char16 x, Char16 y) { return x.code_ == y.code_; }
+    friend Boolean operator==(Char16 x, char y) { return x.code_ == Uint16(y); }
     friend Boolean operator==(char x, Char16 y) { return y == x; }
     friend Boolean operator!=(Char16 x, Char16 y) { return !(x == y); }
     friend Boolean operator!=(Char16 x, char y) { return !(x == y); }
     friend Boolean operator!=(char x, Char16 y) { return !(x == y); }
 
 private:
-    Uint16 _code = 0;
+    Uint16 code_ = 0;
 };
 
 }  // namespace Pegasus

@@ -17,14 +17,14 @@ class Counted
 public:
     Counted() noexcept = default;
     // No moves: the source of a move keeps its value, as everywhere in this library.
-    Counted(const Counted& x) noexcept : _node(x._node)
+    Counted(const Counted& x) noexcept : node_(x.node_)
     {
-        if (_node) _node->references.fetch_add(1, std::memory_order_relaxed);
+        if (node_) node_->references.fetch_add(1, std::memory_order_relaxed);
     }
     Counted& operator=(const Counted& x) noexcept
     {
         Counted copy(x);
-        std::swap(_node, copy._node);
+        std::swap(node_, copy.node_);
         return *this;
     }
     ~Counted() { reset(); }
@@ -32,20 +32,20 @@ public:
     /// Points to a new node, which it takes over, or to none.
     void reset(Node* other = nullptr) noexcept
     {
-        Node* const node = std::exchange(_node, other);
+        Node* const node = std::exchange(node_, other);
         if (node && node->references.fetch_sub(1, std::memory_order_acq_rel) == 1) delete node;
     }
 
-    Node* get() const noexcept { return _node; }
-    Node* operator->() const noexcept { return _node; }
+    Node* get() const noexcept { return node_; }
+    Node* operator->() const noexcept { return node_; }
     /// True when nobody else points to the node, which may be changed then.
     bool isOnly() const noexcept
     {
-        return _node && _node->references.load(std::memory_order_acquire) == 1;
+        return node_ && node_->references.load(std::memory_order_acquire) == 1;
     }
 
 private:
-    Node* _node = nullptr;
+    Node* node_ = nullptr;
 };
 
 }  // namespace Pegasus::detail

@@ -11,15 +11,15 @@ namespace Pegasus
 class Exception
 {
 public:
-    Exception(const String& message) : _message(message) {}
+    Exception(const String& message) : message_(message) {}
     virtual ~Exception();
-    virtual const String& getMessage() const { return _message; }
+    virtual const String& getMessage() const { return message_; }
 
 protected:
-    Exception(const char* words, const String& text) : _message(String(words) + text) {}
+    Exception(const char* words, const String& text) : message_(String(words) + text) {}
 
 private:
-    String _message;
+    String message_;
 };
 
 /// Defines an exception whose message is what its base makes of FIRST and the text given.
@@ -51,6 +51,16 @@ PEGASUS_EXCEPTION_OF_TEXT(DynamicCastFailedException, "dynamic cast failed")
 PEGASUS_EXCEPTION(DateTimeOutOfRangeException, Exception, "DateTime is out of range : ")
 PEGASUS_EXCEPTION_OF_TEXT(InvalidDateTimeFormatException, "invalid datetime format")
 
+namespace detail
+{
+
+/// Throws UninitializedObjectException.
+[[noreturn]] void throwUninitialized();
+/// Throws IndexOutOfBoundsException.
+[[noreturn]] void throwOutOfBounds();
+
+}  // namespace detail
+
 /// "type mismatch", with ": MESSAGE" if there is one
 class TypeMismatchException : public Exception
 {
@@ -69,13 +79,13 @@ class CIMException : public Exception
 {
 public:
     CIMException(CIMStatusCode code = CIM_ERR_SUCCESS, const String& message = String::EMPTY)
-        : Exception(message), _code(code)
+        : Exception(message), code_(code)
     {
     }
-    CIMStatusCode getCode() const { return _code; }
+    CIMStatusCode getCode() const { return code_; }
 
 private:
-    CIMStatusCode _code;
+    CIMStatusCode code_;
 };
 
 }  // namespace Pegasus

@@ -1,4 +1,4 @@
-// Exceptions that are the library's own matter. Include <Pegasus/Common/MessageLoader.h> first.
+// Exceptions of the library's own implementation. Include <Pegasus/Common/MessageLoader.h> first.
 #pragma once
 
 #include <Pegasus/Common/Exception.h>
@@ -9,7 +9,8 @@ namespace Pegasus
 PEGASUS_EXCEPTION_OF_TEXT(NullPointer, "null pointer")
 PEGASUS_EXCEPTION(NoSuchProperty, Exception, "no such property: ")
 
-/// A CIMException that is thrown with its place. Clients are not told the place, so it is not kept.
+/// A CIMException that is thrown with its file and line. Clients do not receive these, so they are
+/// not kept.
 class TraceableCIMException : public CIMException
 {
 public:

@@ -38,7 +38,7 @@ private:
     const Container* find(const String& name) const;
 
     // Never changed, so copies of a context share them.
-    std::vector<std::shared_ptr<const Container>> _containers;
+    std::vector<std::shared_ptr<const Container>> containers_;
 };
 
 /// The user who sent the request.
@@ -49,15 +49,15 @@ public:
 
     /// Throws DynamicCastFailedException unless the container is an IdentityContainer.
     IdentityContainer(const OperationContext::Container& container);
-    IdentityContainer(const String& userName) : _userName(userName) {}
+    IdentityContainer(const String& userName) : userName_(userName) {}
 
     String getName() const override { return NAME; }
     OperationContext::Container* clone() const override { return new IdentityContainer(*this); }
     void destroy() override { delete this; }
-    String getUserName() const { return _userName; }
+    String getUserName() const { return userName_; }
 
 private:
-    String _userName;
+    String userName_;
 };
 
 }  // namespace Pegasus

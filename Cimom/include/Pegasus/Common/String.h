@@ -16,13 +16,13 @@ class CString
 public:
     /// Holds a null pointer.
     CString() = default;
-    operator const char*() const { return _text ? _text->c_str() : nullptr; }
+    operator const char*() const { return text_ ? text_->c_str() : nullptr; }
 
 private:
-    explicit CString(std::string text) : _text(std::make_shared<const std::string>(std::move(text)))
+    explicit CString(std::string text) : text_(std::make_shared<const std::string>(std::move(text)))
     {
     }
-    std::shared_ptr<const std::string> _text;
+    std::shared_ptr<const std::string> text_;
     friend class String;
 };
 
@@ -31,7 +31,7 @@ private:
 /// 8-bit arguments are UTF-8. Text that is not throws Exception ("The byte sequence starting at
 /// index N is not valid UTF-8 encoding: ..."); encoded surrogates, U+FFFE and U+FFFF become U+FFFD.
 /// A null pointer throws the internal exception NullPointer. Positions past the end throw
-/// IndexOutOfBoundsException unless said otherwise. Letter case means ASCII letters only.
+/// IndexOutOfBoundsException unless stated otherwise. Letter case means ASCII letters only.
 class String
 {
 public:
@@ -45,10 +45,10 @@ public:
     /// n counts bytes.
     String(const char* str, Uint32 n);
 
-    void clear() { _units.reset(); }
-    Uint32 size() const { return _units.size(); }
+    void clear() { units_.reset(); }
+    Uint32 size() const { return units_.size(); }
     /// Ends with a zero unit. Valid until the string changes.
-    const Char16* getChar16Data() const { return _units.data(); }
+    const Char16* getChar16Data() const { return units_.data(); }
     /// The text in UTF-8.
     CString getCString() const;
     /// The position after the last unit is valid and holds zero.
@@ -75,7 +75,7 @@ public:
     static Boolean equalNoCase(const String& s1, const String& s2);
 
 private:
-    detail::Units _units;
+    detail::Units units_;
 };
 
 inline Boolean operator==(const String& str1, const String& str2)

@@ -14,12 +14,12 @@ namespace Pegasus::detail
 class Units
 {
 public:
-    void reset() noexcept { _node.reset(); }
-    Uint32 size() const noexcept { return _node.get() ? _node->size : 0; }
+    void reset() noexcept { node_.reset(); }
+    Uint32 size() const noexcept { return node_.get() ? node_->size : 0; }
     const Char16* data() const noexcept
     {
         static constexpr Char16 terminator;
-        return _node.get() ? unitsOf(_node.get()) : &terminator;
+        return node_.get() ? unitsOf(node_.get()) : &terminator;
     }
 
     /// Makes this copy the only one, of that size, and returns its units for writing. The first
@@ -37,7 +37,7 @@ private:
     };
     static Char16* unitsOf(Node* node) noexcept { return reinterpret_cast<Char16*>(node + 1); }
 
-    Counted<Node> _node;
+    Counted<Node> node_;
 };
 
 }  // namespace Pegasus::detail

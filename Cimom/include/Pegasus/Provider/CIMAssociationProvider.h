@@ -6,8 +6,8 @@
 namespace Pegasus
 {
 
-/// Answers which objects an object is associated with. Role, result role and result class are for
-/// the provider to check; an empty role and a null class name do not restrict.
+/// Delivers the objects that an object is associated with. The provider has to check role, result
+/// role and result class; an empty role and a null class name do not restrict the result.
 class CIMAssociationProvider : public virtual CIMProvider
 {
 public:

@@ -32,8 +32,8 @@ public:
                                                 const CIMNamespaceName& nameSpace,
                                                 const CIMName& className);
 
-    /// Asks the object manager not to unload the provider while it is idle. The embedded one never
-    /// does.
+    /// Keeps the object manager from unloading the provider while it is idle. The embedded one
+    /// never unloads any.
     void disallowProviderUnload();
     void allowProviderUnload();
 };

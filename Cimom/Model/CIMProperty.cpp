@@ -1,0 +1,107 @@
+#include <Pegasus/Common/CIMProperty.h>
+
+#include "Model/Elements.h"
+
+namespace Pegasus
+{
+
+namespace
+{
+
+/// A fixed size needs an array of that size (also for a null), none accepts any value.
+bool fitsArraySize(const CIMValue& value, Uint32 arraySize)
+{
+    return arraySize == 0 || (value.isArray() && value.getArraySize() == arraySize);
+}
+
+}  // namespace
+
+namespace detail
+{
+
+template <class Property>
+const CIMName& PropertyHandle<Property>::getName() const
+{
+    return this->object().name;
+}
+
+template <class Property>
+const CIMValue& PropertyHandle<Property>::getValue() const
+{
+    return this->object().value;
+}
+
+template <class Property>
+CIMType PropertyHandle<Property>::getType() const
+{
+    return getValue().getType();
+}
+
+template <class Property>
+Boolean PropertyHandle<Property>::isArray() const
+{
+    return getValue().isArray();
+}
+
+template <class Property>
+Uint32 PropertyHandle<Property>::getArraySize() const
+{
+    return this->object().arraySize;
+}
+
+template <class Property>
+const CIMName& PropertyHandle<Property>::getReferenceClassName() const
+{
+    return this->object().referenceClassName;
+}
+
+template <class Property>
+const CIMName& PropertyHandle<Property>::getClassOrigin() const
+{
+    return this->object().classOrigin;
+}
+
+template <class Property>
+Boolean PropertyHandle<Property>::getPropagated() const
+{
+    return this->object().propagated;
+}
+
+template <class Property>
+Boolean PropertyHandle<Property>::identical(const CIMConstProperty& x) const
+{
+    return cimom::identical(this->object(), x.object());
+}
+
+template <class Property>
+CIMProperty PropertyHandle<Property>::clone() const
+{
+    return CIMProperty(std::make_shared<cimom::Property>(this->object()));
+}
+
+template class PropertyHandle<cimom::Property>;
+template class PropertyHandle<const cimom::Property>;
+
+}  // namespace detail
+
+CIMProperty::CIMProperty(const CIMName& name, const CIMValue& value, Uint32 arraySize,
+                         const CIMName& referenceClassName, const CIMName& classOrigin,
+                         Boolean propagated)
+    : PropertyHandle(std::make_shared<cimom::Property>(
+          cimom::Property{name, value, arraySize, referenceClassName, classOrigin, propagated, {}}))
+{
+    const bool isReference = value.getType() == CIMTYPE_REFERENCE;
+    if (name.isNull()) throw UninitializedObjectException();
+    if (!fitsArraySize(value, arraySize)) throw TypeMismatchException();
+    if (isReference ? value.isArray() : !referenceClassName.isNull()) throw TypeMismatchException();
+}
+
+void CIMProperty::setValue(const CIMValue& value)
+{
+    cimom::Property& property = object();
+    if (!property.value.typeCompatible(value) || !fitsArraySize(value, property.arraySize))
+        throw TypeMismatchException();
+    property.value = value;
+}
+
+}  // namespace Pegasus

@@ -1,0 +1,133 @@
+#include "Model/Elements.h"
+
+#include <algorithm>
+#include <string_view>
+
+namespace cimom
+{
+
+using namespace Pegasus;
+
+namespace
+{
+
+bool identical(const Qualifier& a, const Qualifier& b)
+{
+    return a.name.equal(b.name) && a.value.equal(b.value) && a.propagated == b.propagated &&
+           a.flavor.overridable == b.flavor.overridable &&
+           a.flavor.toSubclass == b.flavor.toSubclass &&
+           a.flavor.toInstance == b.flavor.toInstance &&
+           a.flavor.translatable == b.flavor.translatable;
+}
+
+bool identical(const Qualifiers& a, const Qualifiers& b)
+{
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](const Qualifier& x, const Qualifier& y) { return identical(x, y); });
+}
+
+bool identical(const InstanceProperties& a, const InstanceProperties& b)
+{
+    bool same = a.size() == b.size();
+    for (std::size_t i = 0; same && i < a.size(); ++i)
+        same = identical(*a[i], *b[i]);
+    return same;
+}
+
+}  // namespace
+
+Qualifiers::Qualifiers(std::vector<Qualifier> qualifiers)
+{
+    if (qualifiers.empty()) return;
+    list_ = std::make_shared<const std::vector<Qualifier>>(std::move(qualifiers));
+}
+
+const Qualifier* Qualifiers::find(const CIMName& name) const
+{
+    const Qualifier* const found =
+        std::find_if(begin(), end(), [&](const Qualifier& x) { return x.name.equal(name); });
+    return found == end() ? nullptr : found;
+}
+
+bool Qualifiers::isTrue(const char* name) const
+{
+    // Without a CIMName made of the characters, as this is called often.
+    const std::string_view wanted(name);
+    const auto isSameLetter = [](char a, Uint16 b) { return (a | 0x20) == (b | 0x20); };
+    return std::any_of(begin(), end(), [&](const Qualifier& x) {
+        const Char16* const own = x.name.getString().getChar16Data();
+        return std::equal(wanted.begin(), wanted.end(), own, own + x.name.getString().size(),
+                          isSameLetter) &&
+               x.value.equal(CIMValue(true));
+    });
+}
+
+Uint32 InstanceProperties::positionOf(const CIMName& name) const
+{
+    // Most instances have their properties where the class has them.
+    const Uint32 declared = definition_ ? definition_->properties.positionOf(name) : notDeclared;
+    if (declared < slots_.size() && slots_[declared].declared == declared) return declared;
+    for (Uint32 i = 0; i < slots_.size(); ++i) {
+        if (get(slots_[i])->name.equal(name)) return i;
+    }
+    return PEG_NOT_FOUND;
+}
+
+const Property* InstanceProperties::find(const CIMName& name) const
+{
+    const Uint32 position = positionOf(name);
+    return position == PEG_NOT_FOUND ? nullptr : get(slots_[position]);
+}
+
+std::shared_ptr<const Property> InstanceProperties::shared(std::size_t position) const
+{
+    const Slot& slot = slots_[position];
+    if (slot.own) return slot.own;
+    return definition_->properties[slot.declared];
+}
+
+const std::shared_ptr<Property>& InstanceProperties::own(std::size_t position)
+{
+    Slot& slot = slots_[position];
+    if (!slot.own) slot.own = std::make_shared<Property>(*get(slot));
+    return slot.own;
+}
+
+InstanceProperties InstanceProperties::selected(const std::vector<Uint32>& positions) const
+{
+    InstanceProperties result(definition_);
+    result.reserve(positions.size());
+    for (const Uint32 position : positions)
+        result.slots_.push_back(slots_[position]);
+    return result;
+}
+
+InstanceProperties InstanceProperties::clone() const
+{
+    InstanceProperties copy(*this);
+    for (Slot& slot : copy.slots_) {
+        if (slot.own) slot.own = std::make_shared<Property>(*slot.own);
+    }
+    return copy;
+}
+
+bool identical(const Property& a, const Property& b)
+{
+    return a.name.equal(b.name) && a.value.equal(b.value) &&
+           a.referenceClassName.equal(b.referenceClassName) && a.classOrigin.equal(b.classOrigin) &&
+           a.propagated == b.propagated && identical(a.qualifiers, b.qualifiers);
+}
+
+bool identical(const Instance& a, const Instance& b)
+{
+    return a.path.identical(b.path) && identical(a.qualifiers, b.qualifiers) &&
+           identical(a.properties, b.properties);
+}
+
+std::shared_ptr<Instance> clone(const Instance& instance)
+{
+    return std::make_shared<Instance>(
+        Instance{instance.path, instance.qualifiers, instance.properties.clone()});
+}
+
+}  // namespace cimom

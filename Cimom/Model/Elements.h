@@ -1,0 +1,297 @@
+// Classes, instances and what they are made of, as plain values.
+//
+// The library's public classes are handles on these. The object manager works on them directly.
+#pragma once
+
+#include <Pegasus/Common/CIMName.h>
+#include <Pegasus/Common/CIMObjectPath.h>
+#include <Pegasus/Common/CIMType.h>
+#include <Pegasus/Common/CIMValue.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace cimom
+{
+
+using Pegasus::CIMName;
+using Pegasus::CIMObjectPath;
+using Pegasus::CIMType;
+using Pegasus::CIMValue;
+using Pegasus::Uint32;
+
+/// How a qualifier reaches subclasses and clients.
+struct Flavor
+{
+    bool overridable = true;  ///< false: DisableOverride
+    bool toSubclass = true;   ///< false: Restricted
+    bool toInstance = false;
+    bool translatable = false;
+};
+
+struct Qualifier
+{
+    CIMName name;
+    CIMValue value;
+    Flavor flavor;
+    bool propagated = false;
+};
+
+/// The qualifiers of an element in their order. Copies share them: a list never changes once made.
+class Qualifiers
+{
+public:
+    Qualifiers() = default;
+    explicit Qualifiers(std::vector<Qualifier> qualifiers);
+
+    const Qualifier* begin() const { return list_ ? list_->data() : nullptr; }
+    const Qualifier* end() const { return list_ ? list_->data() + list_->size() : nullptr; }
+    bool empty() const { return !list_; }
+    /// Null when there is none of that name (ignoring case).
+    const Qualifier* find(const CIMName& name) const;
+    /// True when the qualifier is there, a boolean, and true. The name is of ASCII letters.
+    bool isTrue(const char* name) const;
+
+private:
+    std::shared_ptr<const std::vector<Qualifier>> list_;  // null when there are none
+};
+
+struct Property
+{
+    CIMName name;
+    CIMValue value;  ///< also fixes type and arrayness
+    Uint32 arraySize = 0;
+    CIMName referenceClassName;
+    CIMName classOrigin;
+    bool propagated = false;
+    Qualifiers qualifiers;
+};
+
+struct Parameter
+{
+    CIMName name;
+    CIMType type = Pegasus::CIMTYPE_BOOLEAN;
+    bool isArray = false;
+    Uint32 arraySize = 0;
+    CIMName referenceClassName;
+    Qualifiers qualifiers;
+};
+
+struct Method
+{
+    CIMName name;
+    CIMType type = Pegasus::CIMTYPE_BOOLEAN;  ///< of the return value
+    CIMName classOrigin;
+    bool propagated = false;
+    std::vector<Parameter> parameters;
+    Qualifiers qualifiers;
+};
+
+/// An argument or output parameter of a method call.
+struct ParamValue
+{
+    Pegasus::String name;
+    CIMValue value;
+    bool isTyped = true;
+};
+
+/// The position of the element of that name (ignoring case); PEG_NOT_FOUND when there is none.
+template <class Element>
+Uint32 positionOf(const std::vector<Element>& elements, const CIMName& name)
+{
+    for (Uint32 i = 0; i < elements.size(); ++i) {
+        if (elements[i].name.equal(name)) return i;
+    }
+    return PEG_NOT_FOUND;
+}
+
+/// The properties or methods of a class, in their order: found by name (ignoring case) at once, and
+/// shared, as they never change.
+template <class Element>
+class Elements
+{
+public:
+    using Pointer = std::shared_ptr<const Element>;
+
+    void reserve(std::size_t size) { elements_.reserve(size); }
+    void push_back(Pointer element)
+    {
+        elements_.push_back(std::move(element));
+        if (2 * elements_.size() > slots_.size()) grow();
+        insert(Uint32(elements_.size()) - 1);
+    }
+
+    std::size_t size() const { return elements_.size(); }
+    const Pointer& operator[](std::size_t position) const { return elements_[position]; }
+    auto begin() const { return elements_.begin(); }
+    auto end() const { return elements_.end(); }
+
+    /// PEG_NOT_FOUND when there is none of that name.
+    Uint32 positionOf(const CIMName& name) const
+    {
+        if (slots_.empty()) return PEG_NOT_FOUND;
+        std::size_t slot = firstSlot(name);
+        while (slots_[slot] != PEG_NOT_FOUND && !elements_[slots_[slot]]->name.equal(name))
+            slot = next(slot);
+        return slots_[slot];
+    }
+    /// Null when there is none of that name.
+    const Element* find(const CIMName& name) const
+    {
+        const Uint32 position = positionOf(name);
+        return position == PEG_NOT_FOUND ? nullptr : elements_[position].get();
+    }
+
+private:
+    // A hash table with open addressing, of which at least half is free. Its size is a power of 2.
+
+    /// A few characters tell the names of one class apart well enough.
+    std::size_t firstSlot(const CIMName& name) const
+    {
+        const Pegasus::Char16* const text = name.getString().getChar16Data();
+        const std::size_t size = name.getString().size();
+        if (size == 0) return 0;
+        const auto lower = [text](std::size_t at) { return std::size_t(text[at] | 0x20U); };
+        const std::size_t hash =
+            size + 3 * lower(size / 3) + 7 * lower(2 * size / 3) + 11 * lower(size - 1);
+        return hash & (slots_.size() - 1);
+    }
+    std::size_t next(std::size_t slot) const { return (slot + 1) & (slots_.size() - 1); }
+    void insert(Uint32 position)
+    {
+        std::size_t slot = firstSlot(elements_[position]->name);
+        while (slots_[slot] != PEG_NOT_FOUND)
+            slot = next(slot);
+        slots_[slot] = position;
+    }
+    void grow()
+    {
+        slots_.assign(std::max<std::size_t>(8, 2 * slots_.size()), PEG_NOT_FOUND);
+        for (Uint32 i = 0; i + 1 < elements_.size(); ++i)
+            insert(i);
+    }
+
+    std::vector<Pointer> elements_;
+    std::vector<Uint32> slots_;  // positions, or PEG_NOT_FOUND
+};
+
+/// A class. Immutable once it is in a repository, and shared by everybody who fetched it, as are
+/// its properties and methods.
+struct Class
+{
+    CIMObjectPath path;  ///< its class name is the class's
+    CIMName superClassName;
+    Qualifiers qualifiers;
+    Elements<Property> properties;
+    Elements<Method> methods;
+
+    const CIMName& name() const { return path.getClassName(); }
+    bool isAssociation() const { return qualifiers.isTrue("Association"); }
+    bool isAbstract() const { return qualifiers.isTrue("Abstract"); }
+    /// Null when there is none of that name (ignoring case).
+    const Property* property(const CIMName& wanted) const { return properties.find(wanted); }
+    const Method* method(const CIMName& wanted) const { return methods.find(wanted); }
+};
+
+using ClassPtr = std::shared_ptr<const Class>;
+
+/// The properties of an instance, in their order. Each is either one of the class that the instance
+/// was built from, as it is declared, or the instance's own.
+///
+/// The class's are shared with it and never change. The instance's own may be shared with handles
+/// on them, through which they change.
+class InstanceProperties
+{
+public:
+    InstanceProperties() = default;
+    /// None yet of an instance of that class.
+    explicit InstanceProperties(ClassPtr definition) : definition_(std::move(definition)) {}
+
+    std::size_t size() const { return slots_.size(); }
+    const Property* operator[](std::size_t position) const { return get(slots_[position]); }
+    /// PEG_NOT_FOUND when there is none of that name (ignoring case).
+    Uint32 positionOf(const CIMName& name) const;
+    /// Null when there is none of that name (ignoring case).
+    const Property* find(const CIMName& name) const;
+    /// The property itself, which lives on without the instance.
+    std::shared_ptr<const Property> shared(std::size_t position) const;
+
+    void reserve(std::size_t size) { slots_.reserve(size); }
+    /// Adds the property at that position of the class.
+    void addDeclared(Uint32 position) { slots_.push_back({position, nullptr}); }
+    /// Adds one of the instance's own.
+    void push_back(std::shared_ptr<Property> own)
+    {
+        slots_.push_back({notDeclared, std::move(own)});
+    }
+    /// Puts one of the instance's own, of the same name, in place of what is there.
+    void replace(std::size_t position, std::shared_ptr<Property> own)
+    {
+        slots_[position].own = std::move(own);
+    }
+    /// The property to be changed, which is a copy from now on where it was the class's.
+    const std::shared_ptr<Property>& own(std::size_t position);
+    /// Those at these positions, in this order.
+    InstanceProperties selected(const std::vector<Uint32>& positions) const;
+    /// A copy that shares no property which can change.
+    InstanceProperties clone() const;
+
+    class Iterator
+    {
+    public:
+        Iterator(const InstanceProperties& properties, std::size_t at)
+            : properties_(properties), at_(at)
+        {
+        }
+        const Property* operator*() const { return properties_[at_]; }
+        Iterator& operator++()
+        {
+            ++at_;
+            return *this;
+        }
+        bool operator!=(const Iterator& x) const { return at_ != x.at_; }
+
+    private:
+        const InstanceProperties& properties_;
+        std::size_t at_;
+    };
+    Iterator begin() const { return {*this, 0}; }
+    Iterator end() const { return {*this, size()}; }
+
+private:
+    static constexpr Uint32 notDeclared = PEG_NOT_FOUND;
+    struct Slot
+    {
+        Uint32 declared;                ///< where the class has it
+        std::shared_ptr<Property> own;  ///< null: it is as the class has it
+    };
+    const Property* get(const Slot& slot) const
+    {
+        return slot.own ? slot.own.get() : definition_->properties[slot.declared].get();
+    }
+
+    ClassPtr definition_;  // keeps the class's properties; null when all are the instance's own
+    std::vector<Slot> slots_;
+};
+
+/// An instance.
+struct Instance
+{
+    CIMObjectPath path;  ///< its class name is the instance's
+    Qualifiers qualifiers;
+    InstanceProperties properties;
+
+    /// Null when there is none of that name (ignoring case).
+    const Property* property(const CIMName& wanted) const { return properties.find(wanted); }
+};
+
+/// Same content, down to the qualifiers; the array size of a property does not count.
+bool identical(const Property&, const Property&);
+bool identical(const Instance&, const Instance&);
+/// A copy that shares no property which can change.
+std::shared_ptr<Instance> clone(const Instance&);
+
+}  // namespace cimom

@@ -1,0 +1,199 @@
+// Requests whose XML or whose elements are not what they have to be. What is wrong with the
+// elements around the call, and with header fields, the recorded exchanges show.
+#include "ServiceFixture.h"
+
+PEGASUS_USING_PEGASUS;
+
+namespace cimom
+{
+namespace
+{
+
+/// What stands in an instance that is to be created, and the end of the detail of the refusal.
+struct MalformedContent : Row
+{
+    std::string content;
+    std::string detail;
+};
+
+using MalformedInstance = ServiceTableTest<MalformedContent>;
+
+CimRequest create(const std::string& content)
+{
+    return intrinsic("CreateInstance",
+                     parameter("NewInstance", element("INSTANCE CLASSNAME='T_Leaf'", content)));
+}
+
+TEST_P(MalformedInstance, IsRefusedAndCallsNoProvider)
+{
+    const std::string refusal = send(create(GetParam().content)).refusal;
+    EXPECT_EQ(refusal.substr(0, 22), "400 request-not-valid:") << refusal;
+    EXPECT_EQ(refusal.substr(refusal.rfind(": ") + 2), GetParam().detail)
+        << refusal << " for " << GetParam().content;
+    EXPECT_EQ(scripted::calls, Lines{});
+}
+
+// Properties in the instance, and what they consist of.
+std::string property(const std::string& attributes, const std::string& content = "")
+{
+    return element("PROPERTY NAME='P' " + attributes, content);
+}
+std::string array(const std::string& content)
+{
+    return element("PROPERTY.ARRAY NAME='P' TYPE='string'", content);
+}
+std::string reference(const std::string& path)
+{
+    return element("PROPERTY.REFERENCE NAME='P'", element("VALUE.REFERENCE", path));
+}
+std::string key(const std::string& content)
+{
+    return reference(
+        element("INSTANCENAME CLASSNAME='C'", element("KEYBINDING NAME='k'", content)));
+}
+
+const std::string embedded = "EmbeddedObject='instance' TYPE='string'";
+const MalformedContent malformedContents[] = {
+    {"UnknownElement", "<FOO/>", "Unexpected FOO element in INSTANCE element"},
+    {"Text", "text" + property("TYPE='string'"), "Unexpected text in INSTANCE element"},
+    {"PropertyTwice", property("TYPE='string'") + "<PROPERTY NAME='p' TYPE='string'/>",
+     "property \"p\""},
+    {"PropertyWithoutName", "<PROPERTY TYPE='string'/>", "missing PROPERTY.NAME attribute"},
+    {"PropertyOfNoName", "<PROPERTY NAME='a b' TYPE='string'/>",
+     "Illegal value for PROPERTY.NAME attribute"},
+    {"PropertyOfUnknownType", property("TYPE='int'"), "Illegal value for PROPERTY.TYPE attribute"},
+    {"PropertyMaybePropagated", property("TYPE='string' PROPAGATED='maybe'"),
+     "Illegal value for PROPERTY.PROPAGATED attribute"},
+    {"PropertyWithArray", property("TYPE='uint8'", "<VALUE.ARRAY/>"),
+     "Unexpected VALUE.ARRAY element in PROPERTY element"},
+    {"ValueWithElement", property("TYPE='string'", value("<B/>")),
+     "Unexpected B element in VALUE element"},
+    {"ArrayWithValue", array(value("x")), "Unexpected VALUE element in PROPERTY.ARRAY element"},
+    {"ArrayWithNull", array("<VALUE.ARRAY><VALUE.NULL/></VALUE.ARRAY>"),
+     "Unexpected VALUE.NULL element in VALUE.ARRAY element"},
+    {"EmbeddedUnknownKind", property("TYPE='string' EmbeddedObject='x'"),
+     "Illegal value for PROPERTY.EmbeddedObject attribute"},
+    {"EmbeddedInstanceWithoutClass", property(embedded, value("&lt;INSTANCE/>")),
+     "missing INSTANCE.CLASSNAME attribute"},
+    {"ReferenceToNothing", reference(""), "Expected one element in VALUE.REFERENCE"},
+    {"ReferenceToUnknownElement", reference("<FOO/>"), "Expected INSTANCEPATH element"},
+    {"ReferenceToEmptyPath", reference("<LOCALINSTANCEPATH/>"),
+     "Expected LOCALNAMESPACEPATH element and one more"},
+    {"ReferenceToEmptyNamespace",
+     reference("<INSTANCEPATH><NAMESPACEPATH><HOST/><LOCALNAMESPACEPATH/></NAMESPACEPATH>"
+               "<CLASSNAME NAME='A'/></INSTANCEPATH>"),
+     ""},
+    {"NameWithUnknownElement", reference("<INSTANCENAME CLASSNAME='C'><FOO/></INSTANCENAME>"),
+     "Expected KEYBINDING element"},
+    {"NameThatIsTooLong", key(element("KEYVALUE", std::string(65536, 'x'))),
+     "the path is longer than 65536 characters"},
+    {"KeyWithValue", key(value("x")), "Expected KEYVALUE element"},
+    {"KeyOfUnknownType", key("<KEYVALUE VALUETYPE='x'>1</KEYVALUE>"),
+     "Illegal value for KEYVALUE.VALUETYPE attribute"},
+    {"KeyWithElement", key("<KEYVALUE><B/></KEYVALUE>"),
+     "Expected close of KEYVALUE element, got  instead"},
+    {"KeyWithCdata", key("<KEYVALUE><![CDATA[x]]></KEYVALUE>"),
+     "Expected close of KEYVALUE element, got x instead"},
+};
+INSTANTIATE_TEST_SUITE_P(By, MalformedInstance, ::testing::ValuesIn(malformedContents),
+                         NameOfRow());
+
+// ---- Documents: what the parser itself finds, the recorded exchanges show ----
+
+/// A document behind its XML declaration, and the error of the request.
+struct BadDocument : Row
+{
+    std::string document;
+    std::string error;
+};
+
+using MalformedDocument = ServiceTableTest<BadDocument>;
+
+TEST_P(MalformedDocument, IsRefused)
+{
+    CimRequest request;
+    request.body = "<?xml version=\"1.0\"?>" + GetParam().document;
+    const std::string refusal = send(request).refusal;
+    EXPECT_EQ(refusal.substr(0, GetParam().error.size()), GetParam().error) << refusal;
+}
+
+std::string repeated(int times, const std::string& text)
+{
+    std::string result;
+    for (int i = 0; i < times; ++i)
+        result += text;
+    return result;
+}
+
+const std::string notWellFormed = "400 request-not-well-formed: ";
+const std::string notValid1 = "400 request-not-valid: ";
+const std::string onLine1 = "Validation error: on line 1: ";
+const BadDocument badDocuments[] = {
+    {"ReferenceToZero", "<A>&#0;</A>", notWellFormed},
+    {"ReferenceBeyond32Bits", "<A>&#4294967297;</A>", notWellFormed},
+    {"ReferenceWithoutEnd", "<A>&#1</A>", notWellFormed},
+    {"CutOffBehindReference", "<A>&#1", notWellFormed},
+    {"OverlongUtf8", "<A>\xE0\x82\x80</A>", notValid1 + "Invalid UTF-8 character detected."},
+    {"SurrogateBehindTheElement", "<A/>\xED\xA0\x80",
+     notValid1 + "Invalid UTF-8 character detected."},
+    {"Entity", "<!DOCTYPE A [<!ENTITY e \"x\">]><A>&e;</A>",
+     notValid1 + onLine1 + "Expected open of CIM element"},
+    {"NestedAsDeeplyAsAllowed", repeated(64, "<A>") + repeated(64, "</A>"),
+     notValid1 + onLine1 + "Expected open of CIM element"},
+    {"NestedTooDeeply", repeated(65, "<A>"),
+     notValid1 + onLine1 + "elements are nested too deeply"},
+    {"AsManyElementsAsAllowed", "<A>" + repeated(99999, "<B/>") + "</A>",
+     notValid1 + onLine1 + "Expected open of CIM element"},
+    {"TooManyElements", "<A>" + repeated(100000, "<B/>"),
+     notValid1 + onLine1 + "too many elements"},
+};
+INSTANTIATE_TEST_SUITE_P(By, MalformedDocument, ::testing::ValuesIn(badDocuments), NameOfRow());
+
+/// Whole requests to damage.
+class DamagedRequest : public ServiceTest
+{
+protected:
+    const CimRequest whole =
+        extrinsic("<PARAMVALUE NAME='Count' PARAMTYPE='uint32'><VALUE>&#32;5</VALUE></PARAMVALUE>");
+};
+
+TEST_F(DamagedRequest, CutOffAnywhereIsRefusedAndCallsNoProvider)
+{
+    for (std::size_t size = 0; size < whole.body.size(); ++size) {
+        CimRequest request = whole;
+        request.body.resize(size);
+        ASSERT_EQ(answerCimRequest(*broker, request).status, 400) << request.body;
+        ASSERT_EQ(scripted::calls, Lines{}) << request.body;
+    }
+}
+
+TEST_F(DamagedRequest, MayNotNestEmbeddedInstancesTooDeeply)
+{
+    std::string content = "x";
+    for (int i = 0; i < 7; ++i) {
+        std::string escaped;
+        for (const char c : element("INSTANCE CLASSNAME='A'", property(embedded, value(content))))
+            escaped += c == '<' ? "&lt;" : c == '&' ? "&amp;" : std::string(1, c);
+        content = escaped;
+    }
+    const std::string refusal = send(create(property(embedded, value(content)))).refusal;
+    EXPECT_NE(refusal.find(onLine1 + "elements are nested too deeply"), std::string::npos)
+        << refusal;
+}
+
+TEST(XmlTree, TakesReferencesToControlCharactersAndNoncharacters)
+{
+    // The parser uses one of the noncharacters itself.
+    const std::string same =
+        "\xEF\xB7\x90@\xEF\xB7\xAF\xEF\xB7\x90\xF4\x8F\xBF\xBE\xEF\xB7\x90\x41";
+    const std::string written =
+        "&#1;&#x1f;&#31; &#x20;&#x7F;&#65519;&#xFDD0;&#xfdef;&#x10FFFE;" + same;
+    const std::string expected =
+        "\x01\x1f\x1f  \x7f\xEF\xBF\xAF\xEF\xB7\x90\xEF\xB7\xAF\xF4\x8F\xBF\xBE" + same;
+    const XmlElement root = parseXml("<A X='" + written + "'>\n" + written + "<!-- &#1; --></A>");
+    EXPECT_EQ(root.text, expected);
+    EXPECT_EQ(*root.attribute("X"), expected);
+}
+
+}  // namespace
+}  // namespace cimom

@@ -1,0 +1,221 @@
+// Calls of methods: how the values of parameters are read, by type, and the response.
+#include "ServiceFixture.h"
+
+PEGASUS_USING_PEGASUS;
+
+namespace cimom
+{
+namespace
+{
+
+/// PARAMVALUE; without a type when that is empty.
+std::string parameterOf(const std::string& name, const std::string& type,
+                        const std::string& content)
+{
+    const std::string paramType = type.empty() ? "" : " PARAMTYPE='" + type + "'";
+    return element("PARAMVALUE NAME='" + name + "'" + paramType, content);
+}
+
+const std::string calledWith = "Machine invokeMethod //here/root/test:T_Machine.Id=1 ";
+
+/// A type, the content of a VALUE element, and the value that a provider gets; no value when the
+/// content is none of the type. What replies are written with is read back in the tests of
+/// encoding.
+struct TypedText : Row
+{
+    std::string type;
+    std::string content;
+    std::string expected;
+};
+
+using ArgumentValue = ServiceTableTest<TypedText>;
+
+TEST_P(ArgumentValue, IsReadByItsType)
+{
+    const std::string& type = GetParam().type;
+    const Reply reply = send(extrinsic(parameterOf("P", type, value(GetParam().content))));
+    const bool isValid = GetParam().expected != "invalid";
+    const std::string refusal =
+        "400 request-not-valid: Semantic error: on line 1: Invalid " + type + " value";
+    EXPECT_EQ(reply.refusal, isValid ? "" : refusal);
+    const std::string call = calledWith + "Run(P:" + type + "=" + GetParam().expected + ") by me";
+    EXPECT_EQ(scripted::calls, isValid ? Lines{call} : Lines{}) << GetParam().content;
+}
+
+const TypedText typedTexts[] = {
+    {"Uint8Hexadecimal", "uint8", "0xff", "255"},
+    {"Uint8HexadecimalInCapitals", "uint8", "0XFF", "255"},
+    {"Uint8AmongBlanks", "uint8", " 7 ", "7"},
+    {"Uint8TooGreat", "uint8", "256", "invalid"},
+    {"Uint8TooGreatHexadecimal", "uint8", "0x100", "invalid"},
+    {"Uint8WithPlus", "uint8", "+5", "invalid"},
+    {"Uint8WithMinus", "uint8", "-1", "invalid"},
+    {"Uint8WithLeadingZeros", "uint8", "007", "invalid"},
+    {"Uint8WithLetter", "uint8", "5x", "invalid"},
+    {"Uint8WithoutDigits", "uint8", "0x", "invalid"},
+    {"Uint8WithExponent", "uint8", "1e1", "invalid"},
+    {"Sint8WithPlus", "sint8", "+7", "7"},
+    {"Sint8SmallestHexadecimal", "sint8", "-0x80", "-128"},
+    {"Sint8TooSmall", "sint8", "-129", "invalid"},
+    {"Sint8TooGreat", "sint8", "128", "invalid"},
+    {"Sint8WithTwoMinus", "sint8", "--1", "invalid"},
+    {"Sint8WithPlusAndMinus", "sint8", "+-1", "invalid"},
+    {"Sint8WithoutDigits", "sint8", "-", "invalid"},
+    {"Uint64TooGreat", "uint64", "18446744073709551616", "invalid"},
+    {"Sint64TooGreat", "sint64", "9223372036854775808", "invalid"},
+    {"Real32Infinite", "real32", "INF", "inf"},
+    {"Real32TooGreat", "real32", "1e39", "invalid"},
+    {"Real32Empty", "real32", "", "invalid"},
+    {"Real64WithSigns", "real64", "+1.5e+5", "1.5000000000000000e+05"},
+    {"Real64WithoutZero", "real64", ".5", "5.0000000000000000e-01"},
+    {"Real64Whole", "real64", "1", "1.0000000000000000e+00"},
+    {"Real64NotANumber", "real64", "nan", "nan"},
+    {"Real64TooGreat", "real64", "1e999", "invalid"},
+    {"Real64Hexadecimal", "real64", "0x1p3", "invalid"},
+    {"Real64WithPlusAndMinus", "real64", "+-1", "invalid"},
+    {"Real64WithTwoPoints", "real64", "1.5.2", "invalid"},
+    {"BooleanTrue", "boolean", "true", "TRUE"},
+    {"BooleanAsNumber", "boolean", "1", "invalid"},
+    {"DatetimeOfMonth13", "datetime", "20261302030405.678901+060", "invalid"},
+    {"Char16AsReference", "char16", "&#32;", " "},
+    {"Char16OfTwo", "char16", "ab", "invalid"},
+    {"StringAmongBlanks", "string", " a  b ", "a  b"},
+    {"StringWithBlanksAsReferences", "string", "&#32;a&#32;", " a "},
+    {"StringWithComment", "string", "a<!-- c -->b", "ab"},
+    {"StringAsCdata", "string", " <![CDATA[ <x>&#1; ]]> ", " <x>&#1; "},
+    {"StringBeyondAscii", "string", "a&#228;\xC3\xA4&#x1F600;",
+     "a\xC3\xA4\xC3\xA4\xF0\x9F\x98\x80"},
+};
+INSTANTIATE_TEST_SUITE_P(Of, ArgumentValue, ::testing::ValuesIn(typedTexts), NameOfRow());
+
+// ---- Arrays, references and null ----
+
+/// A type, the content of the parameter, and what a provider gets.
+using ArgumentElement = ServiceTableTest<TypedText>;
+
+TEST_P(ArgumentElement, BecomesAValueOfItsShape)
+{
+    const Reply reply = send(extrinsic(parameterOf("P", GetParam().type, GetParam().content)));
+    EXPECT_EQ(reply.error(), "no error");
+    EXPECT_EQ(scripted::calls, Lines{calledWith + "Run(P:" + GetParam().expected + ") by me"})
+        << GetParam().content;
+}
+
+std::string referenceTo(const std::string& path)
+{
+    return element("VALUE.REFERENCE", path);
+}
+
+const std::string leafElement = instanceNameElement("T_Leaf.Id=1");
+const std::string inX = localNamespacePath("root/x");
+const std::string atHost = element("NAMESPACEPATH", element("HOST", "h:5989") + inX);
+const TypedText contents[] = {
+    {"ArrayWithoutElements", "uint8", "<VALUE.ARRAY/>", "uint8[]="},
+    {"ReferenceWithoutType", "", referenceTo(leafElement), "reference=T_Leaf.Id=1"},
+    {"ReferenceToAClass", "", referenceTo("<CLASSNAME NAME='T_Leaf'/>"), "reference=T_Leaf"},
+    {"ReferenceToAClassAtAHost", "",
+     referenceTo(element("CLASSPATH", atHost + "<CLASSNAME NAME='T_Leaf'/>")),
+     "reference=//h:5989/root/x:T_Leaf"},
+    {"ArrayOfReferences", "",
+     element("VALUE.REFARRAY", referenceTo(leafElement) + referenceTo(leafElement)),
+     "reference[]=T_Leaf.Id=1 T_Leaf.Id=1 "},
+    {"ReferenceWithKeysOfAllKinds", "",
+     referenceTo("<INSTANCENAME CLASSNAME='C'>"
+                 "<KEYBINDING NAME='t'><KEYVALUE VALUETYPE='string'>v &#32;</KEYVALUE></KEYBINDING>"
+                 "<KEYBINDING NAME='s'><KEYVALUE>w</KEYVALUE></KEYBINDING>"
+                 "<KEYBINDING NAME='n'><KEYVALUE VALUETYPE='numeric'>-1</KEYVALUE></KEYBINDING>"
+                 "<KEYBINDING NAME='b'><KEYVALUE VALUETYPE='boolean'>TRUE</KEYVALUE></KEYBINDING>"
+                 "<KEYBINDING NAME='r'>" +
+                 referenceTo(leafElement) + "</KEYBINDING></INSTANCENAME>"),
+     "reference=C.b=TRUE,n=-1,r=\"T_Leaf.Id=1\",s=\"w\",t=\"v  \""},
+};
+INSTANTIATE_TEST_SUITE_P(Of, ArgumentElement, ::testing::ValuesIn(contents), NameOfRow());
+
+using MethodCall = ServiceTest;
+
+TEST_F(MethodCall, IsRefusedWhenTheTypeOfAParameterIsUnknownOrDoesNotFit)
+{
+    const std::string wrong = "400 request-not-valid: Semantic error: on line 1: ";
+    EXPECT_EQ(send(extrinsic(parameterOf("P", "int", value("5")))).refusal,
+              wrong + "Illegal value for PARAMVALUE.PARAMTYPE attribute");
+    EXPECT_EQ(send(extrinsic(parameterOf("P", "reference", value("x")))).refusal,
+              wrong + "PARAMVALUE.PARAMTYPE does not fit the value");
+    EXPECT_EQ(
+        send(extrinsic(parameterOf("P", "", "<VALUE.REFARRAY><VALUE/></VALUE.REFARRAY>"))).refusal,
+        "400 request-not-valid: Validation error: on line 1: Unexpected VALUE element in "
+        "VALUE.REFARRAY element");
+}
+
+// ---- Untyped values get the type that the method declares ----
+
+using UntypedArgument = ServiceTest;
+
+TEST_F(UntypedArgument, GetsTheDeclaredType)
+{
+    send(extrinsic(parameterOf("count", "", value("5")) + parameterOf("Fast", "", "") +
+                   parameterOf("Out", "", element("VALUE.ARRAY", value("6")))));
+    EXPECT_EQ(scripted::calls,
+              Lines{calledWith + "Run(count:uint32=5, Fast:boolean=null, Out:uint32[]=6 ) by me"});
+}
+
+TEST_F(UntypedArgument, StaysTextWhenTheMethodDoesNotDeclareIt)
+{
+    send(extrinsic(parameterOf("Unknown", "", value("x"))));
+    EXPECT_EQ(scripted::calls, Lines{calledWith + "Run(Unknown:untyped string=x) by me"});
+}
+
+TEST_F(UntypedArgument, MustBeOfTheDeclaredType)
+{
+    EXPECT_EQ(send(extrinsic(parameterOf("Count", "", value("x")))).error(),
+              "4 CIM_ERR_INVALID_PARAMETER: Malformed uint32 value");
+    EXPECT_EQ(send(extrinsic(parameterOf("Count", "sint8", value("-5")))).error(), "no error")
+        << "a typed one need not be";
+}
+
+TEST_F(UntypedArgument, NeedsADeclaredMethod)
+{
+    EXPECT_EQ(send(extrinsic(parameterOf("X", "", value("x")), "Nope")).error(),
+              "17 CIM_ERR_METHOD_NOT_FOUND");
+    EXPECT_EQ(send(extrinsic(parameterOf("X", "string", value("x")), "Nope")).error(), "no error");
+}
+
+// ---- The call and its response ----
+
+TEST_F(MethodCall, ReturnsTheReturnValueAndTheOutputParameters)
+{
+    scripted::provider("Machine").onMethod = [](MethodResultResponseHandler& handler) {
+        handler.deliver(CIMValue(Uint32(1)));
+        handler.deliverParamValue(CIMParamValue("Out", CIMValue(Uint8(2))));
+        handler.deliverParamValue(CIMParamValue("Text", CIMValue(String("<")), false));
+        handler.complete();
+    };
+    const Reply reply = send(extrinsic(""));
+    EXPECT_EQ(reply.response.name + attribute(reply.response, "NAME"), "METHODRESPONSERun");
+    Lines results;
+    for (const XmlElement& each : reply.response.children)
+        results.push_back(each.name + " " + attribute(each, "NAME") + " " +
+                          attribute(each, "PARAMTYPE") + " " + the(each, "VALUE").text);
+    EXPECT_EQ(results,
+              (Lines{"RETURNVALUE  uint32 1", "PARAMVALUE Out uint8 2", "PARAMVALUE Text  <"}));
+}
+
+TEST_F(MethodCall, OfAClassIsACallOnItsPath)
+{
+    const std::string object = element(
+        "LOCALCLASSPATH", localNamespacePath("root/test") + "<CLASSNAME NAME='t_machine'/>");
+    send(requestOf("rUN", "root/test:t_machine", element("METHODCALL NAME='rUN'", object)));
+    EXPECT_EQ(scripted::calls,
+              Lines{"Machine invokeMethod //here/root/test:t_machine rUN() by me"});
+}
+
+TEST_F(MethodCall, MayNameTheKeysInAnyOrderInItsHeader)
+{
+    CimRequest request = extrinsic("", "Run", "T_Static.Id=1,Number=2");
+    request.object = "root/test:T_Static.Number=2,Id=1";
+    EXPECT_EQ(send(request).error(), "16 CIM_ERR_METHOD_NOT_AVAILABLE: Run");
+    request.object = "root/test:T_Static.Number=2,Id=2";
+    EXPECT_EQ(send(request).refusal.substr(0, 20), "400 header-mismatch:");
+}
+
+}  // namespace
+}  // namespace cimom

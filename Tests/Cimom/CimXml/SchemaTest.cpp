@@ -1,0 +1,174 @@
+// Operations on the schema, and how classes and qualifier declarations are written.
+#include "ServiceFixture.h"
+
+PEGASUS_USING_PEGASUS;
+
+namespace cimom
+{
+namespace
+{
+
+/// An element with its attributes, as in "PROPERTY NAME=Id TYPE=uint32", and the values in it, as
+/// in "= x y".
+std::string described(const XmlElement& element)
+{
+    std::string line = element.name;
+    for (const auto& [name, text] : element.attributes)
+        line += " " + name + "=" + text;
+    for (const XmlElement& child : element.children) {
+        if (child.name == "VALUE") line += " = " + child.text;
+        if (child.name == "VALUE.ARRAY") line += " =";
+        for (const XmlElement* item : all(child, "VALUE"))
+            line += child.name == "VALUE.ARRAY" ? " " + item->text : "";
+    }
+    return line;
+}
+
+/// The element and all below, each described on a line of its own; those of values and scopes
+/// belong to the element that they are in.
+Lines lines(const XmlElement& element)
+{
+    Lines found{described(element)};
+    for (const XmlElement& child : element.children) {
+        if (child.name.rfind("VALUE", 0) == 0) continue;
+        for (const std::string& line : lines(child))
+            found.push_back(line);
+    }
+    return found;
+}
+
+class SchemaOperation : public ServiceTest
+{
+protected:
+    Lines getClass(const std::string& name, const std::string& parameters = "")
+    {
+        const CimRequest request = intrinsic("GetClass", className(name) + parameters);
+        return lines(the(send(request).response, "CLASS"));
+    }
+    Lines getQualifier(const char* name)
+    {
+        const CimRequest request =
+            intrinsic("GetQualifier", parameter("QualifierName", value(name)));
+        return lines(the(send(request).response, "QUALIFIER.DECLARATION"));
+    }
+    Lines classNames(const std::string& parameters)
+    {
+        return namesOf(send(intrinsic("EnumerateClassNames", parameters)).response, "CLASSNAME");
+    }
+};
+
+TEST_F(SchemaOperation, GetClassReturnsWhatTheClassDeclaresItselfWithQualifiers)
+{
+    EXPECT_EQ(getClass("t_LEAF"),
+              (Lines{"CLASS NAME=T_Leaf SUPERCLASS=T_Mid",
+                     "QUALIFIER NAME=Note TYPE=string TRANSLATABLE=true = class",
+                     "PROPERTY NAME=L TYPE=string = l",
+                     "QUALIFIER NAME=Note TYPE=string TRANSLATABLE=true = property"}));
+}
+
+TEST_F(SchemaOperation, GetClassReturnsEverythingThatAClassCanDeclare)
+{
+    EXPECT_EQ(
+        getClass("T_All"),
+        (Lines{
+            "CLASS NAME=T_All", "QUALIFIER NAME=Note TYPE=string TRANSLATABLE=true = a < b",
+            "PROPERTY NAME=Id TYPE=uint32",
+            "QUALIFIER NAME=Key TYPE=boolean OVERRIDABLE=false = TRUE",
+            "PROPERTY.ARRAY NAME=Fixed TYPE=uint8 ARRAYSIZE=4",
+            "PROPERTY NAME=Number TYPE=sint64 = -5", "QUALIFIER NAME=Values TYPE=string = x  y",
+            "METHOD NAME=Do TYPE=boolean", "QUALIFIER NAME=Note TYPE=string TRANSLATABLE=true = m",
+            "PARAMETER NAME=Count TYPE=uint32", "PARAMETER.ARRAY NAME=Bytes TYPE=uint8 ARRAYSIZE=4",
+            "QUALIFIER NAME=Note TYPE=string TRANSLATABLE=true = p",
+            "PARAMETER.REFERENCE NAME=One REFERENCECLASS=T_Base"}));
+}
+
+TEST_F(SchemaOperation, GetClassReturnsInheritedElementsAndOriginsOnRequest)
+{
+    const std::string parameters = flag("LocalOnly", "FALSE") + flag("IncludeQualifiers", "FALSE") +
+                                   flag("IncludeClassOrigin");
+    EXPECT_EQ(getClass("T_AllSub", parameters),
+              (Lines{"CLASS NAME=T_AllSub SUPERCLASS=T_All",
+                     "PROPERTY NAME=Id CLASSORIGIN=T_All PROPAGATED=true TYPE=uint32",
+                     "PROPERTY.ARRAY NAME=Fixed TYPE=uint8 ARRAYSIZE=4 CLASSORIGIN=T_All "
+                     "PROPAGATED=true",
+                     "PROPERTY NAME=Number CLASSORIGIN=T_All PROPAGATED=true TYPE=sint64 = -5",
+                     "PROPERTY NAME=Own CLASSORIGIN=T_AllSub TYPE=string",
+                     "METHOD NAME=Do TYPE=boolean CLASSORIGIN=T_All PROPAGATED=true",
+                     "PARAMETER NAME=Count TYPE=uint32",
+                     "PARAMETER.ARRAY NAME=Bytes TYPE=uint8 ARRAYSIZE=4",
+                     "PARAMETER.REFERENCE NAME=One REFERENCECLASS=T_Base"}));
+}
+
+TEST_F(SchemaOperation, GetClassReturnsListedPropertiesAndAllMethods)
+{
+    EXPECT_EQ(getClass("T_LinkSub", flag("LocalOnly", "FALSE") + propertyList({"lower"})),
+              (Lines{"CLASS NAME=T_LinkSub SUPERCLASS=T_Link",
+                     "QUALIFIER NAME=Association TYPE=boolean OVERRIDABLE=false = TRUE",
+                     "PROPERTY.REFERENCE NAME=Lower REFERENCECLASS=T_Static PROPAGATED=true",
+                     "QUALIFIER NAME=Key TYPE=boolean OVERRIDABLE=false = TRUE"}));
+    EXPECT_EQ(getClass("T_All", propertyList({})).at(2), "METHOD NAME=Do TYPE=boolean");
+}
+
+TEST_F(SchemaOperation, EnumerateClassesReturnsSubclassesAsAsked)
+{
+    const Reply direct = send(intrinsic("EnumerateClasses", className("T_Base")));
+    EXPECT_EQ(namesOf(direct.response, "CLASS"), (Lines{"T_Mid", "T_Side"}));
+    EXPECT_EQ(namesOf(direct.response, "PROPERTY"), Lines{"M"});
+    const std::string parameters = flag("DeepInheritance") + flag("LocalOnly", "FALSE") +
+                                   flag("IncludeQualifiers", "FALSE") + flag("IncludeClassOrigin");
+    const Reply whole = send(intrinsic("EnumerateClasses", className("T_Mid") + parameters));
+    EXPECT_EQ(lines(the(whole.response, "CLASS", "T_Leaf")).back(),
+              "PROPERTY NAME=L CLASSORIGIN=T_Leaf TYPE=string = l");
+    EXPECT_EQ(send(intrinsic("EnumerateClasses", className("T_Leaf"))).response.children.size(),
+              0U);
+}
+
+TEST_F(SchemaOperation, EnumerateClassNamesReturnsSubclassesInSchemaOrder)
+{
+    EXPECT_EQ(classNames(className("t_BASE")), (Lines{"T_Mid", "T_Side"}));
+    EXPECT_EQ(classNames(className("T_Base") + flag("DeepInheritance")),
+              (Lines{"T_Mid", "T_Leaf", "T_Side"}));
+    EXPECT_EQ(classNames("").at(1), "T_Static") << "the second class without superclass";
+    EXPECT_EQ(classNames(flag("DeepInheritance")).at(1), "T_Mid");
+}
+
+TEST_F(SchemaOperation, GetQualifierReturnsTheDeclaration)
+{
+    EXPECT_EQ(getQualifier("kEY"),
+              (Lines{"QUALIFIER.DECLARATION NAME=Key TYPE=boolean OVERRIDABLE=false = FALSE",
+                     "SCOPE REFERENCE=true PROPERTY=true"}));
+    EXPECT_EQ(getQualifier("Abstract").at(0),
+              "QUALIFIER.DECLARATION NAME=Abstract TYPE=boolean TOSUBCLASS=false = FALSE");
+    EXPECT_EQ(getQualifier("Values").at(0),
+              "QUALIFIER.DECLARATION NAME=Values TYPE=string ISARRAY=true");
+    EXPECT_EQ(getQualifier("Note"),
+              (Lines{"QUALIFIER.DECLARATION NAME=Note TYPE=string TRANSLATABLE=true",
+                     "SCOPE CLASS=true ASSOCIATION=true REFERENCE=true PROPERTY=true METHOD=true "
+                     "PARAMETER=true INDICATION=true"}));
+}
+
+TEST_F(SchemaOperation, EnumerateQualifiersReturnsDeclarationsInTheirOrder)
+{
+    EXPECT_EQ(namesOf(send(intrinsic("EnumerateQualifiers")).response, "QUALIFIER.DECLARATION"),
+              (Lines{"Abstract", "Association", "Key", "Note", "Values"}));
+}
+
+TEST_F(SchemaOperation, RejectsUnknownNames)
+{
+    const auto error = [this](const char* operation, const std::string& parameters,
+                              const char* nameSpace = "root/test") {
+        return send(intrinsic(operation, parameters, nameSpace)).error();
+    };
+    EXPECT_EQ(error("GetClass", className("t_None")), "6 CIM_ERR_NOT_FOUND: t_None");
+    EXPECT_EQ(error("GetQualifier", parameter("QualifierName", value("nOne"))),
+              "6 CIM_ERR_NOT_FOUND: nOne");
+    EXPECT_EQ(error("EnumerateClasses", className("T_None")), "5 CIM_ERR_INVALID_CLASS: T_None");
+    EXPECT_EQ(error("EnumerateClassNames", className("T_None")), "5 CIM_ERR_INVALID_CLASS: T_None");
+    EXPECT_EQ(error("GetClass", className("T_Base"), "root/none"),
+              "3 CIM_ERR_INVALID_NAMESPACE: root/none");
+    EXPECT_EQ(error("EnumerateClassNames", "", "root/none"),
+              "3 CIM_ERR_INVALID_NAMESPACE: root/none");
+}
+
+}  // namespace
+}  // namespace cimom

@@ -1,0 +1,480 @@
+"""What every client must see: test_wbemcli.py and test_pywbem.py run these classes, each through its
+client. The server serves the array of odd cases; expected.py has what clients see of it."""
+
+import json
+import tempfile
+import time
+import unittest
+
+from expected import (
+    ABSENT,
+    ASSOCIATIONS,
+    CAGES,
+    CARD,
+    CARDS,
+    DC1,
+    DC2,
+    ELEMENTS,
+    MAGAZINE,
+    MAGAZINES,
+    SENSOR,
+    SENSORS,
+    SYSTEM,
+    element,
+    path,
+)
+from qbx_support.clients import Pywbem, ResponseError, Wbemcli
+from qbx_support.server import SAMPLE_FIRMWARE
+from qbx_support.testing import Case, EmbeddedServer, ExternalServer, Test, cases, missing, open_server
+
+CAGE_CLASSES = ["QBX_DriveCage"] + [f"QBX_DriveCageDC{family}Family" for family in (1, 2, 3)]
+CARD_CLASSES = [name.replace("DriveCage", "CageInterfaceCard") for name in CAGE_CLASSES]
+ELEMENT_CLASSES = [*CAGE_CLASSES, *CARD_CLASSES, "QBX_Magazine", "QBX_CageSensor"]
+STATUS = {
+    "FAILED": 1,
+    "ACCESS_DENIED": 2,
+    "INVALID_PARAMETER": 4,
+    "INVALID_CLASS": 5,
+    "NOT_FOUND": 6,
+    "NOT_SUPPORTED": 7,
+}
+FIRMWARE_MISSING, FIRMWARE_MISMATCH = 20, 23  # results of the simulated array
+ON_LOOP, OFF_LOOP = 1, 2  # its states
+SECONDS = 300  # until a change shows
+
+IN_CHASSIS = {"result": "CIM_PhysicalPackage", "association": "CIM_PackageInChassis"}
+BY_CLASS = [Case(name, name) for name in ELEMENT_CLASSES]
+BY_ASSOCIATION = [Case(name, name) for name in ASSOCIATIONS]
+
+
+def with_key(of, key, value):
+    """The path of an element with another key."""
+    return (of.path[0], {**of.path[1], key: value})
+
+
+def served(name):
+    """The elements that an enumeration of a class lists: also those of the families below."""
+    return [each for each in ELEMENTS if each.path[0] in (name, *(f"{name}DC{n}Family" for n in "123"))]
+
+
+class ClientTest(Test):
+    """A server, and a client of it."""
+
+    client_class: type[Wbemcli] | type[Pywbem]  # set by the test modules
+    client: Wbemcli | Pywbem
+    server: EmbeddedServer | ExternalServer
+
+    @classmethod
+    def setUpClass(cls):
+        if reason := missing(cls.client_class.name):
+            raise unittest.SkipTest(reason)
+        cls.server = open_server()
+        cls.addClassCleanup(cls.server.close)
+        cls.client = cls.client_class(cls.server)
+
+    def as_user(self, user, password=None):
+        return self.client_class(self.server, user, password)
+
+    def shown(self, paths):
+        """Paths as the client shows them."""
+        return [self.client.shown_path(each) for each in paths]
+
+    def values(self, values):
+        """Values as the client shows them."""
+        return {name: self.client.shown(value) for name, value in values.items()}
+
+    def assertExpected(self, actual, expected):
+        self.assertResponse(actual, expected, self.client.last)
+
+    def assertInstance(self, actual, of):
+        """That the properties of an instance are those of an element."""
+        if not of.complete:
+            actual = {name: value for name, value in actual.items() if name in of.values}
+        request = f"{self.client.last}\ninstance: {self.client.shown_path(of.path)}"
+        self.assertResponse(actual, self.values(of.values), request)
+
+    def assertShows(self, *elements):
+        for each in elements:
+            self.assertInstance(self.client.get(each.path), each)
+
+    def assertError(self, status, text, operation, *arguments, **named):
+        """That the response is an error of this status and text (None: any)."""
+        client = operation.__self__
+        try:
+            result = operation(*arguments, **named)
+        except ResponseError as error:
+            actual = (error.code, error.text)
+            text = error.text if text is None else f"CIM_ERR_{status}: {text}"
+            self.assertResponse(actual, (STATUS[status], text), client.last)
+        else:
+            self.fail(f"request: {client.last}\nexpected: error {status}\n  actual: {result!r}")
+
+
+class Reading(ClientTest):
+    """Enumerations and single instances."""
+
+    @cases(*BY_CLASS, Case("CIM_Chassis", "CIM_Chassis"), Case("CIM_Sensor", "CIM_Sensor"))
+    def test_lists_names_of(self, name):
+        expected = {"CIM_Chassis": CAGES, "CIM_Sensor": SENSORS}.get(name) or served(name)
+        self.assertExpected(self.client.names(name), self.shown(each.path for each in expected))
+
+    @cases(*BY_CLASS)
+    def test_lists_instances_of(self, name):
+        instances, expected = self.client.instances(name), served(name)
+        paths = [shown for shown, _ in instances]
+        self.assertExpected(paths, self.shown(each.path for each in expected))
+        unmatched = list(expected)
+        for shown, values in instances:
+            same = [each for each in unmatched if self.client.shown_path(each.path) == shown]
+            right = [each for each in same if values == self.values(each.values)]
+            unmatched.remove((right or same)[0])  # two sensors may have the same id
+            self.assertInstance(values, (right or same)[0])
+
+    @cases(*BY_CLASS)
+    def test_gets_each_instance_as_it_is_listed(self, name):
+        listed: dict = {}  # of two sensors with the same id the first is found
+        for shown, values in self.client.instances(name):
+            listed.setdefault(str(shown), values)
+        for each in served(name):
+            values = self.client.get(each.path)
+            self.assertExpected(values, listed[str(self.client.shown_path(each.path))])
+
+    @cases(*BY_CLASS)
+    def test_gets_only_listed_properties_of(self, name):
+        of = next(each for each in served(name) if each.complete)
+        expected = self.values({"Position": of.values["Position"]})
+        self.assertExpected(self.client.get(of.path, ["Position"]), expected)
+
+    def test_compares_names_without_case(self):
+        name, keys = MAGAZINE.path
+        upper = (name.upper(), {key.lower(): value for key, value in keys.items()})
+        self.assertInstance(self.client.get(upper), MAGAZINE)
+
+    def test_compares_keys_with_case(self):
+        self.assertError("NOT_FOUND", None, self.client.get, path("QBX_Magazine", "MAG0-0"))
+
+    def test_compares_keys_that_could_be_class_names_without_case(self):
+        self.assertInstance(self.client.get(with_key(DC2, "Tag", "CAGE0")), DC2)
+
+    @cases(
+        Case("cage", DC2, "QBX_DriveCageProvider"),
+        Case("card", CARD, "QBX_FCALCardProvider"),
+        Case("magazine", MAGAZINE, "QBX_MagazineProvider"),
+    )
+    def test_rejects_unknown_or_missing_tag_of(self, of, provider):
+        name, get = of.path[0], self.client.get
+        text = f"{provider} CIM Object not found.no such tag"
+        self.assertError("NOT_FOUND", text, get, path(name, "no such tag"))
+        without = (name, {"CreationClassName": name})
+        self.assertError("INVALID_PARAMETER", f"{provider} Tag key not found.", get, without)
+
+    def test_rejects_unknown_sensor(self):
+        text = "QBX_CageSensorProvider CIM Object not found.no such id"
+        unknown = with_key(SENSOR, "DeviceID", "no such id")
+        self.assertError("NOT_FOUND", text, self.client.get, unknown)
+
+    def test_rejects_sensor_of_another_system(self):
+        elsewhere = with_key(SENSOR, "SystemName", "another system")
+        self.assertError("NOT_FOUND", None, self.client.get, elsewhere)
+
+    @cases(
+        Case("names", "names", "QBX_Disk"),
+        Case("instances", "instances", "QBX_Disk"),
+        Case("get", "get", ("QBX_Disk", {"Tag": "1"})),
+    )
+    def test_rejects_unknown_class_in(self, operation, what):
+        self.assertError("INVALID_CLASS", "QBX_Disk", getattr(self.client, operation), what)
+
+    @cases(*(Case(name, name) for name in CAGE_CLASSES))
+    def test_finds_no_cage_of_another_class_as(self, name):
+        for each in CAGES:
+            if each.path[0] != name:
+                self.assertError("NOT_FOUND", None, self.client.get, (name, each.path[1]))
+
+    def test_has_no_absent_magazine(self):
+        self.assertError("NOT_FOUND", None, self.client.get, path("QBX_Magazine", ABSENT))
+
+    @cases(
+        Case("system", "QBX_StorageSystem", {"CreationClassName": "QBX_StorageSystem", "Name": SYSTEM}),
+        Case("package", *path("QBX_SystemPackage", SYSTEM)),
+        Case("view", "QBX_StorageSystemView", {"InstanceID": f"QBX:{SYSTEM}"}),
+    )
+    def test_lists_instance_of_the_system(self, name, keys):
+        self.assertExpected(self.client.names(name), self.shown([(name, keys)]))
+
+    def test_describes_the_system(self):
+        expected = {"ElementName": "qbx-sim", "Model": "QBX Simulated Array", "SerialNumber": "1000001"}
+        (_, values), = self.client.instances("QBX_StorageSystem")
+        actual = {name: values.get(name) for name in expected}
+        self.assertExpected(actual, self.values(expected))
+
+
+class Access(ClientTest):
+    """Who may do what. An operation that is denied changes nothing."""
+
+    @cases(
+        Case("names", "names", "QBX_DriveCage"),
+        Case("instances", "instances", "QBX_DriveCage"),
+        Case("get", "get", DC2.path),
+        Case("names_of_association", "names", "QBX_MagazineInDriveCage"),
+        Case("associator_names", "associator_names", MAGAZINE.path),
+        Case("method", "invoke", DC2.path, "Locate", []),
+        Case("modification", "set", DC2.path, "Location", "x"),
+    )
+    def test_denies_unknown_and_blocked_users(self, operation, *arguments):
+        text = "Insufficient privilege for the user"
+        for user in ("stranger", "blocked"):
+            self.assertError("ACCESS_DENIED", text, getattr(self.as_user(user), operation), *arguments)
+
+    def test_lists_names_of_cards_for_everybody(self):
+        stranger = self.as_user("stranger")
+        names = stranger.names("QBX_CageInterfaceCard")
+        self.assertResponse(names, self.shown(each.path for each in CARDS), stranger.last)
+        self.assertError("ACCESS_DENIED", None, stranger.instances, "QBX_CageInterfaceCard")
+
+    @cases(
+        Case("wrong_password", "admin", "wrong"),
+        Case("empty_password", "admin", ""),
+        Case("unknown_name", "nobody-at-all", "admin"),
+    )
+    def test_rejects(self, user, password):
+        client = self.as_user(user, password)
+        with self.assertRaises(ResponseError) as caught:
+            client.names("QBX_DriveCage")
+        self.assertEqual(caught.exception.code, 401)
+
+    @cases(Case("cage", DC2), Case("magazine", MAGAZINE))
+    def test_lets_operator_locate(self, of):
+        operator = self.as_user("operator")
+        result = operator.invoke(of.path, "Locate", [("LocateTimer", 0)])
+        self.assertResponse(result, 0, operator.last)
+
+    LOOP = ("invoke", MAGAZINE.path, "SetLoopState", [("IsOnloop", False)])
+    MOVE = ("set", DC2.path, "Location", "moved")
+    LOCATE = ("invoke", DC2.path, "Locate", [("LocateTimer", 60)])
+
+    @cases(
+        Case("operator_loop", "operator", *LOOP),
+        Case("operator_location", "operator", *MOVE),
+        Case("viewer_loop", "viewer", *LOOP),
+        Case("viewer_location", "viewer", *MOVE),
+        Case("viewer_light", "viewer", *LOCATE),
+        Case("guest_loop", "guest", *LOOP),
+        Case("guest_location", "guest", *MOVE),
+        Case("guest_light", "guest", *LOCATE),
+    )
+    def test_denies(self, user, operation, *arguments):
+        act, text = getattr(self.as_user(user), operation), "Insufficient generic privilege"
+        self.assertError("ACCESS_DENIED", text, act, *arguments)
+        self.assertShows(DC2, MAGAZINE)
+
+    def test_rejects_method_without_privilege_key(self):
+        if self.client.name == "wbemcli":
+            self.skipTest("wbemcli sends only methods that the class declares")
+        text = "Does not support in generic!"
+        self.assertError("NOT_SUPPORTED", text, self.client.invoke, DC2.path, "Explode", [])
+
+
+class Topology(ClientTest):
+    """The four associations, walked from every element in both directions."""
+
+    def ends(self, *associations):
+        """Every element at an end of an association: (association, role here, path here, role
+        there, [paths there])."""
+        found: dict = {}
+        for name in associations or ASSOCIATIONS:
+            first, second, pairs = ASSOCIATIONS[name]
+            for one, other in pairs:
+                for here, start, there, end in ((first, one, second, other), (second, other, first, one)):
+                    entry = found.setdefault((name, here, str(start)), (name, here, start, there, []))
+                    entry[-1].append(end)
+        return found.values()
+
+    def links(self, name):
+        """The instances of an association, as the client shows them."""
+        first, second, pairs = ASSOCIATIONS[name]
+        return [(name, {first: one, second: other}) for one, other in pairs]
+
+    def shown_links(self, links):
+        return [(self.client.shown_path(link), self.values(link[1])) for link in links]
+
+    @cases(*BY_ASSOCIATION)
+    def test_associator_names_by(self, name):
+        for _, here, start, there, others in self.ends(name):
+            narrowed = {"association": name, "role": here, "result_role": there}
+            names = self.client.associator_names(start, **narrowed)
+            self.assertExpected(names, self.shown(others))
+            turned = {"association": name, "role": there, "result_role": here}
+            self.assertExpected(self.client.associator_names(start, **turned), [])
+
+    @cases(*BY_ASSOCIATION)
+    def test_associators_by(self, name):
+        """Cards and magazines of a cage come without manufacturing data: that takes a slower query."""
+        known = {self.client.shown_path(each.path): each for each in reversed(ELEMENTS)}
+        unknown = {"Manufacturer": "", "Model": "", "SerialNumber": ""}
+        seen = set()
+        for _, here, start, _, others in self.ends(name):
+            if here in seen:
+                continue  # one element at each end
+            seen.add(here)
+            instances = self.client.associators(start, association=name, role=here)
+            self.assertExpected([shown for shown, _ in instances], self.shown(others))
+            for shown, values in instances:
+                if of := known.get(shown):
+                    if of in CARDS + MAGAZINES:
+                        of = of._replace(values=of.values | unknown)
+                    self.assertInstance(values, of)
+            turned = {"association": name, "result_role": here}
+            self.assertExpected(self.client.associators(start, **turned), [])
+
+    @cases(*BY_ASSOCIATION)
+    def test_references_by(self, name):
+        for _, here, start, there, others in self.ends(name):
+            links = [(name, {here: start, there: other}) for other in others]
+            names = self.client.reference_names(start, result=name, role=here)
+            self.assertExpected(names, self.shown(links))
+            self.assertExpected(self.client.reference_names(start, result=name, role=there), [])
+            instances = self.client.references(start, result=name, role=here)
+            self.assertExpected(instances, self.shown_links(links))
+
+    @cases(*BY_ASSOCIATION)
+    def test_lists_instances_of(self, name):
+        links = self.links(name)
+        self.assertExpected(self.client.names(name), self.shown(links))
+        self.assertExpected(self.client.instances(name), self.shown_links(links))
+        self.assertExpected(self.client.get(links[0]), self.values(links[0][1]))
+
+    def test_associator_names_without_filters(self):
+        everything: dict = {}
+        for _, _, start, _, others in self.ends():
+            everything.setdefault(str(start), (start, []))[1].extend(others)
+        for start, expected in everything.values():
+            self.assertExpected(self.client.associator_names(start), self.shown(expected))
+
+    @cases(
+        Case("another_role", DC2.path, {"role": "Owner"}),
+        Case("another_class", DC2.path, {"result": "QBX_StorageSystem"}),
+        *(Case(f"unknown_{name}", path(name, "none"), IN_CHASSIS)
+          for name in (*CAGE_CLASSES, "QBX_Magazine")),
+    )  # fmt: skip
+    def test_finds_no_associator_of(self, start, narrowed):
+        self.assertExpected(self.client.associator_names(start, **narrowed), [])
+
+
+class Acting(ClientTest):
+    """Methods and modifications, each on a server of its own, unless that is not ours: then a test
+    takes back what it has done."""
+
+    @classmethod
+    def setUpClass(cls):
+        if reason := missing(cls.client_class.name):
+            raise unittest.SkipTest(reason)
+
+    def setUp(self):
+        self.server = open_server()
+        self.addCleanup(self.server.close)
+        self.client = self.client_class(self.server)
+
+    def assertBecomes(self, of, **expected):
+        """That an element shows these values, at once or when an array's cache is over."""
+        deadline, expected = time.monotonic() + SECONDS, self.values(expected)
+        while True:
+            values = self.client.get(of.path)
+            actual = {name: values.get(name) for name in expected}
+            if actual == expected or time.monotonic() > deadline:
+                return self.assertExpected(actual, expected)
+            time.sleep(0.1)
+
+    def invoke(self, of, method, *parameters, result=0):
+        actual = self.client.invoke(of.path, method, parameters)
+        self.assertExpected(actual, result)
+
+    @cases(Case("cage", DC2), Case("magazine", MAGAZINE))
+    def test_locate_lights(self, of):
+        self.invoke(of, "Locate", ("LocateTimer", 65535))
+        self.assertBecomes(of, LocateON=True)
+        self.invoke(of, "Locate", ("LocateTimer", 0))
+        self.assertBecomes(of, LocateON=False)
+
+    @cases(Case("cage", DC2), Case("magazine", MAGAZINE))
+    def test_light_ends_after_the_requested_time(self, of):
+        self.invoke(of, "Locate", ("LocateTimer", 1))
+        self.assertBecomes(of, LocateON=False)
+
+    def test_locate_lights_one_port_of_a_card(self):
+        self.invoke(CARD, "Locate", ("LocateTimer", 65535), ("Port", 0))
+        self.addCleanup(self.invoke, CARD, "Locate", ("LocateTimer", 0), ("Port", 0))
+        self.assertBecomes(CARD, LoopALocateON=[True, True])
+
+    @cases(
+        Case("on", [("IsOnloop", True)], ON_LOOP, ON_LOOP),
+        Case("off", [("IsOnloop", False)], OFF_LOOP, OFF_LOOP),
+        Case("off_loop_A", [("IsOnloop", False), ("IsPortA", True)], OFF_LOOP, ON_LOOP),
+        Case("off_loop_B", [("IsOnloop", False), ("IsPortA", False)], ON_LOOP, OFF_LOOP),
+        Case("off_and_A_on", [("IsOnloop", True), ("IsPortA", True)], ON_LOOP, OFF_LOOP, False),
+    )
+    def test_sets_loop_state(self, parameters, loop_a, loop_b, before=True):
+        self.invoke(MAGAZINE, "SetLoopState", ("IsOnloop", before))
+        self.addCleanup(self.invoke, MAGAZINE, "SetLoopState", ("IsOnloop", True))
+        self.invoke(MAGAZINE, "SetLoopState", *parameters)
+        self.assertBecomes(MAGAZINE, StateOnLoopA=loop_a, StateOnLoopB=loop_b)
+
+    @cases(
+        Case("missing", DC2, "/nowhere/firmware.json", FIRMWARE_MISSING),
+        Case("of_another_type", DC1, str(SAMPLE_FIRMWARE), FIRMWARE_MISMATCH),
+    )
+    def test_upgrade_returns_error_of_firmware(self, of, file, result):
+        self.invoke(of, "Upgrade", ("FileName", file), ("IsPortA", True), result=result)
+        self.assertShows(of)
+
+    def test_upgrade_installs_firmware(self):
+        before = DC2.values["FirmwareVersion"]
+        firmware = json.loads(SAMPLE_FIRMWARE.read_text(encoding="utf-8"))
+        old = self.enterContext(tempfile.NamedTemporaryFile("w", suffix=".json"))
+        json.dump(firmware | {"version": before}, old)
+        old.flush()
+        for file, version in ((str(SAMPLE_FIRMWARE), firmware["version"]), (old.name, before)):
+            self.invoke(DC2, "Upgrade", ("FileName", file), ("IsPortA", True))
+            self.assertBecomes(DC2, FirmwareVersion=version)
+
+    @cases(
+        Case("upgrade_without_file", DC2.path, "Upgrade", "INVALID_PARAMETER",
+             "QBX_DriveCageProvider:Locate parameter not found: FileName"),
+        Case("locate_of_DC3_card", element("card4-0").path, "Locate", "NOT_SUPPORTED",
+             "QBX_FCALCardProvider does not support invokeMethod."),
+        Case("locate_of_unknown_magazine", path("QBX_Magazine", "none"), "Locate", "FAILED",
+             "QBX_MagazineProvider::invokeMethod()  Device not found with Tag=none"),
+    )  # fmt: skip
+    def test_rejects(self, start, method, status, text):
+        self.assertError(status, text, self.client.invoke, start, method, [])
+
+    def test_location_survives_restart(self):
+        of = element("cage9")
+        self.addCleanup(lambda: self.client.set(of.path, "Location", of.values["Location"]))
+        for location in (self.client.hard_text, "Küche"):
+            self.client.set(of.path, "Location", location)
+            self.assertBecomes(of, Location=location)
+        self.server.control("restart")
+        self.client = self.client_class(self.server)
+        self.assertShows(of._replace(values=of.values | {"Location": "Küche"}))
+
+    def test_shows_changed_array_file(self):
+        file = self.server.array
+        if not file:
+            self.skipTest("needs --array, the array file that the server serves")
+        self.addCleanup(file.write_text, file.read_text(encoding="utf-8"), encoding="utf-8")
+        contents = json.loads(file.read_text(encoding="utf-8"))
+        contents["cages"][0]["elementName"] = "changed"
+        file.write_text(json.dumps(contents), encoding="utf-8")
+        self.assertBecomes(DC2, ElementName="changed")
+
+    @cases(
+        Case("another_property", "set", DC1, "ElementName", "INVALID_PARAMETER",
+             "Invalid parameter: ElementName"),
+        Case("a_whole_instance", "send_back", DC1, "Location", "INVALID_PARAMETER", None),
+        Case("a_magazine", "set", MAGAZINE, "ElementName", "NOT_SUPPORTED",
+             "QBX_MagazineProvider does not support modifyInstance."),
+    )  # fmt: skip
+    def test_rejects_modification_of(self, operation, of, name, status, text):
+        self.assertError(status, text, getattr(self.client, operation), of.path, name, "x")
+        self.assertShows(of)
