@@ -11,7 +11,7 @@ from qbx_support.server import ROOT
 
 FOLDER = ROOT / "Tests" / "Wire" / "exchanges"
 PROBE_SCHEMA = f"--schema=root/qbx={FOLDER / 'probe.mof'}"  # what the recorded server served
-ANY = "any"  # whatever the text
+ANY = "any"  # the HTTP library's own text
 
 
 @dataclasses.dataclass(frozen=True)

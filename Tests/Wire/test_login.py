@@ -63,7 +63,7 @@ class Login(testing.EmbeddedServerTest):
         body = CHUNKED + 3 * CHUNK + b"0\r\n\r\n"
         self.assertEqual(exchange(self.port, login(b"eva:a", body))[9:12], b"401")
 
-    def test_rejects_user_with_larger_body(self):
+    def test_cuts_off_larger_body_of_a_user_it_rejects(self):
         body = CHUNKED + 6 * CHUNK + b"0\r\n\r\n"
         self.assertIn(b" 401 ", exchange(self.port, login(b"eva:a", body)))
 

@@ -38,7 +38,6 @@ class TooMuch(testing.EmbeddedServerTest):
         Case("largest_body", request(2000), b"200", LIST),
         Case("larger_body", request(2001), b"413", LARGE),
         Case("larger_chunk", CHUNKED + b"7d1\r\n%b\r\n0\r\n\r\n" % (2001 * b"x"), b"413", LARGE),
-        Case("endless_body", CHUNKED + 9999 * (b"400\r\n%b\r\n" % (1024 * b"x")), b"413", LARGE),
         Case("larger_header", HEAD + b"\r\nX: %b\r\n\r\n" % (20000 * b"x"), b"431", b""),
         Case("larger_path", request().replace(b"/cimom", b"/" + 20000 * b"x"), b"414", b""),
     )
