@@ -79,8 +79,6 @@ unsigned checkReplies(std::string response, bool mayLackBodies)
               "a head in ASCII: " + head);
         response.erase(0, end + 4);
         const bool isLast = field(head, "Connection") == "close";
-        // The HTTP library (0.9.75) sends the head of its own refusals twice.
-        if (isLast && response.compare(0, head.size(), head) == 0) break;
         const std::string length = field(head, "Content-Length");
         check(!length.empty() || status == "100", "a length: " + head);
         const std::size_t size = length.empty() ? 0 : std::stoul(length);

@@ -33,7 +33,7 @@ struct Message
 
 /// The first child, which must have one of these names.
 const XmlElement& childOf(const XmlElement& parent, std::initializer_list<const char*> names,
-                          const std::string& error)
+                          const char* error)
 {
     for (const char* name : names) {
         if (!parent.children.empty() && parent.children[0].name == name) return parent.children[0];
@@ -83,9 +83,9 @@ Message readMessage(const CimRequest& request, const XmlElement& root)
                          "expected IMETHODCALL or METHODCALL element")};
 }
 
-const std::string& requiredHeader(const std::optional<std::string>& value, const std::string& name)
+const std::string& requiredHeader(const std::optional<std::string>& value, const char* name)
 {
-    if (!value) throw mismatch("Missing " + name + " HTTP header.");
+    if (!value) throw mismatch(std::string("Missing ") + name + " HTTP header.");
     return *value;
 }
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <exception>
 #include <expat.h>
 #include <memory>
 
@@ -14,7 +15,7 @@ namespace
 {
 
 constexpr std::size_t maxDepth = 64;
-constexpr std::size_t maxElements = 100000;
+constexpr std::size_t maxNodes = 100000;  // elements and attributes
 constexpr std::string_view blanks = " \t\r\n";
 
 // Expat parses a stand-in for each reference to the characters 1 to 32: a mark, the noncharacter
@@ -100,24 +101,28 @@ public:
         XML_SetElementHandler(
             parser_.get(),
             [](void* self, const char* name, const char** attributes) {
-                of(self).start(name, attributes);
+                of(self).guard([&](TreeBuilder& tree) { tree.start(name, attributes); });
             },
-            [](void* self, const char*) { of(self).end(); });
+            [](void* self, const char*) { of(self).guard([](TreeBuilder& tree) { tree.end(); }); });
         XML_SetCharacterDataHandler(parser_.get(), [](void* self, const char* text, int length) {
-            of(self).text({text, static_cast<std::size_t>(length)});
+            of(self).guard([&](TreeBuilder& tree) {
+                tree.text({text, static_cast<std::size_t>(length)});
+            });
         });
         XML_SetCdataSectionHandler(
-            parser_.get(), [](void* self) { of(self).cdata(true); },
-            [](void* self) { of(self).cdata(false); });
-        XML_SetStartDoctypeDeclHandler(parser_.get(),
-                                       [](void* self, const char*, const char*, const char*, int) {
-                                           of(self).refuse("Expected open of CIM element");
-                                       });
+            parser_.get(),
+            [](void* self) { of(self).guard([](TreeBuilder& tree) { tree.cdata(true); }); },
+            [](void* self) { of(self).guard([](TreeBuilder& tree) { tree.cdata(false); }); });
+        XML_SetStartDoctypeDeclHandler(parser_.get(), [](void* self, const char*, const char*,
+                                                         const char*, int) {
+            of(self).guard([](TreeBuilder& tree) { tree.refuse("Expected open of CIM element"); });
+        });
     }
 
     XmlElement build(const std::string& document)
     {
         XML_Parse(parser_.get(), document.data(), static_cast<int>(document.size()), XML_TRUE);
+        if (failure_) std::rethrow_exception(failure_);
         const std::string line = std::to_string(XML_GetCurrentLineNumber(parser_.get()));
         if (refused()) throw notValid("Validation error: on line " + line + ": " + invalid_);
         if (done_) return std::move(root_);
@@ -136,27 +141,44 @@ private:
         stop();
     }
 
-    /// Expat reports the rest of the current tag even after it was stopped.
+    /// Runs a step of a callback. What it throws, such as bad_alloc, must not pass through expat's
+    /// C code: it is kept until the parser has stopped. Expat reports the rest of the current tag
+    /// even after that.
+    template <class Step>
+    void guard(Step step) noexcept
+    {
+        if (failure_ || refused()) return;
+        try {
+            step(*this);
+        } catch (...) {
+            failure_ = std::current_exception();
+            stop();
+        }
+    }
+
     bool refused() const { return !invalid_.empty(); }
+
+    /// Counts an element or attribute against the bound of the whole document.
+    bool hasRoom() { return ++nodes_ <= maxNodes; }
 
     void start(const char* name, const char** attributes)
     {
-        if (refused()) return;
         const std::size_t depth = depth_ + open_.size();
         if (depth >= maxDepth) return refuse("elements are nested too deeply");
-        if (++elements_ > maxElements) return refuse("too many elements");
+        if (!hasRoom()) return refuse("too many elements");
         XmlElement& element = open_.empty() ? root_ : open_.back()->children.emplace_back();
         element.name = name;
         element.depth = static_cast<unsigned>(depth);
         element.line = static_cast<unsigned>(XML_GetCurrentLineNumber(parser_.get()));
-        for (; *attributes; attributes += 2)
+        for (; *attributes; attributes += 2) {
+            if (!hasRoom()) return refuse("too many attributes");
             element.attributes.emplace_back(attributes[0], restored(attributes[1]));
+        }
         open_.push_back(&element);
     }
 
     void end()
     {
-        if (refused()) return;
         XmlElement& element = *open_.back();
         open_.pop_back();
         element.text = restored(trimmed(element.text));
@@ -168,7 +190,6 @@ private:
 
     void text(std::string_view chunk)
     {
-        if (refused()) return;
         std::string& text = open_.back()->text;
         for (const char c : chunk) {
             const bool kept = inCdata_ && blanks.find(c) != std::string_view::npos;
@@ -179,14 +200,15 @@ private:
     void cdata(bool begins)
     {
         inCdata_ = begins;
-        if (!refused()) open_.back()->hasCdata = true;
+        open_.back()->hasCdata = true;
     }
 
     const unsigned depth_;
     std::unique_ptr<std::remove_pointer_t<XML_Parser>, decltype(&XML_ParserFree)> parser_;
     XmlElement root_;
     std::vector<XmlElement*> open_;
-    std::size_t elements_ = 0;
+    std::size_t nodes_ = 0;
+    std::exception_ptr failure_;
     bool inCdata_ = false;
     bool done_ = false;
     std::string invalid_;

@@ -3,10 +3,8 @@
 #include "Model/Text.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <cstring>
-#include <gnutls/gnutls.h>
-#include <memory>
+#include <charconv>
+#include <openssl/evp.h>
 
 namespace cimom
 {
@@ -14,24 +12,24 @@ namespace cimom
 namespace
 {
 
-/// The value of a header field, its name compared without case; null when it is absent.
-const char* field(MHD_Connection* connection, const char* name)
+/// The value with %XX turned back into bytes; a % without two digits behind it stays.
+std::string percentDecoded(std::string_view text)
 {
-    return MHD_lookup_connection_value(connection, MHD_HEADER_KIND, name);
+    std::string result;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        unsigned char byte = 0;
+        const char* const digits = text.data() + i + 1;
+        const bool isEscape = text[i] == '%' && i + 2 < text.size() &&
+                              std::from_chars(digits, digits + 2, byte, 16).ptr == digits + 2;
+        result += isEscape ? static_cast<char>(byte) : text[i];
+        if (isEscape) i += 2;
+    }
+    return result;
 }
 
-std::optional<std::string> valueOf(MHD_Connection* connection, const char* name)
+std::optional<std::string> decoded(const std::string* value)
 {
-    const char* value = field(connection, name);
-    return value ? std::optional<std::string>(value) : std::nullopt;
-}
-
-/// The value with %XX turned back into bytes.
-std::optional<std::string> decodedValueOf(MHD_Connection* connection, const char* name)
-{
-    std::optional<std::string> value = valueOf(connection, name);
-    if (value) value->resize(MHD_http_unescape(value->data()));
-    return value;
+    return value ? std::optional(percentDecoded(*value)) : std::nullopt;
 }
 
 std::string_view trimmed(std::string_view text)
@@ -51,15 +49,23 @@ bool isCimXml(std::string_view contentType)
 }
 
 /// Standard base64 with or without padding; nothing for any other text.
-std::optional<std::string> decodeBase64(std::string text)
+std::optional<std::string> decodeBase64(std::string_view encoded)
 {
-    text.append((4 - text.size() % 4) % 4, '=');
-    const gnutls_datum_t encoded{reinterpret_cast<unsigned char*>(text.data()),
-                                 static_cast<unsigned>(text.size())};
-    gnutls_datum_t decoded{};
-    if (gnutls_base64_decode2(&encoded, &decoded) != GNUTLS_E_SUCCESS) return std::nullopt;
-    const std::unique_ptr<unsigned char, gnutls_free_function> bytes(decoded.data, gnutls_free);
-    return std::string(decoded.data, decoded.data + decoded.size);
+    // OpenSSL takes blanks and whole blocks only, and counts the padding as bytes.
+    static const std::string_view digits =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    const std::size_t size = std::min(encoded.find_first_not_of(digits), encoded.size());
+    const std::string_view padding = encoded.substr(size);
+    const std::size_t missing = (4 - size % 4) % 4;
+    if (missing == 3 || !(padding.empty() || padding == std::string_view("==", missing)))
+        return std::nullopt;
+    const std::string blocks = std::string(encoded.substr(0, size)) + std::string(missing, '=');
+    std::string bytes(blocks.size() / 4 * 3, '\0');
+    EVP_DecodeBlock(reinterpret_cast<unsigned char*>(bytes.data()),
+                    reinterpret_cast<const unsigned char*>(blocks.data()),
+                    static_cast<int>(blocks.size()));
+    bytes.resize(bytes.size() - missing);
+    return bytes;
 }
 
 HttpReply cimErrorReply(int status, const std::string& cimError, const std::string& detail)
@@ -71,19 +77,6 @@ HttpReply cimErrorReply(int status, const std::string& cimError, const std::stri
     if (!detail.empty())
         reply.fields.emplace_back("PGErrorDetail", percentEncoded(detail.substr(0, 500)));
     return reply;
-}
-
-/// Counts the fields that say where a body ends, those that somebody could read so twice: the
-/// library looks at the first only, and appends a value on a line of its own to the name.
-MHD_Result countFraming(void* count, MHD_ValueKind, const char* name, const char* value)
-{
-    const auto starts = [&](std::string_view known) {
-        return equalNoCase(std::string_view(name).substr(0, known.size()), known);
-    };
-    const bool isOdd = std::strpbrk(name, " \t:") || (value && std::strchr(value, '\r'));
-    const bool counts = starts("Content-Length") || starts("Transfer-Encoding");
-    *static_cast<unsigned*>(count) += isOdd ? 2 : counts ? 1 : 0;
-    return MHD_YES;
 }
 
 }  // namespace
@@ -112,12 +105,6 @@ HttpReply plainReply(int status, const std::string& detail, bool close)
     return reply;
 }
 
-HttpReply tooLargeReply(std::size_t maxBody)
-{
-    return plainReply(413, "The request body is larger than " + std::to_string(maxBody) + " bytes.",
-                      true);
-}
-
 HttpReply unauthorizedReply(const std::string& realm, const std::string& detail)
 {
     HttpReply reply = plainReply(401, detail);
@@ -129,6 +116,7 @@ HttpReply httpReply(CimReply&& cim)
 {
     if (cim.status != 200) return cimErrorReply(cim.status, cim.cimError, cim.detail);
     HttpReply reply;
+    reply.isDenied = cim.body.size() < 2000 && cim.body.find("<ERROR CODE=\"2\"") != cim.body.npos;
     reply.body = std::move(cim.body);
     reply.rest = std::move(cim.rest);
     reply.fields = {{"Content-Type", "application/xml; charset=utf-8"},
@@ -136,75 +124,76 @@ HttpReply httpReply(CimReply&& cim)
     return reply;
 }
 
-std::string plainText(const HttpReply& reply)
+std::string headText(const HttpReply& reply, const std::string& framing)
 {
-    std::string text = "HTTP/1.1 " + std::to_string(reply.status) + " " +
-                       MHD_get_reason_phrase_for(static_cast<unsigned>(reply.status)) + "\r\n";
+    std::string text = "HTTP/1.1 " + std::to_string(reply.status) + " ";
+    text.append(reasonPhrase(reply.status)).append("\r\n").append(framing);
     for (const auto& [name, value] : reply.fields)
-        text += name + ": " + value + "\r\n";
-    return text + "Content-Length: 0\r\nConnection: close\r\n\r\n";
+        text.append(name).append(": ").append(value).append("\r\n");
+    return text + (reply.close ? "Connection: close\r\n\r\n" : "\r\n");
 }
 
-std::optional<HttpReply> refuseAtOnce(MHD_Connection* connection, std::string_view verb,
-                                      std::size_t maxBody)
+std::optional<HttpReply> refuseAtOnce(const RequestHead& head)
 {
     static const std::string_view otherVerbs[] = {"GET", "HEAD", "PUT", "DELETE", "M-POST"};
-    if (std::find(std::begin(otherVerbs), std::end(otherVerbs), verb) != std::end(otherVerbs)) {
+    if (std::find(std::begin(otherVerbs), std::end(otherVerbs), head.verb) !=
+        std::end(otherVerbs)) {
         HttpReply reply = plainReply(405, "This server answers CIM-XML requests: POST only.", true);
         reply.fields.emplace_back("Allow", "POST");
         return reply;
     }
-    if (verb == "OPTIONS") return plainReply(400, "", true);
-    if (verb != "POST") return plainReply(501, "", true);
-    unsigned count = 0;
-    MHD_get_connection_values(connection, MHD_HEADER_KIND, &countFraming, &count);
-    if (count > 1)
-        return plainReply(400, "It is not clear from the header where the body ends.", true);
-    const char* length = field(connection, "Content-Length");
-    const char* coding = field(connection, "Transfer-Encoding");
+    if (head.verb == "OPTIONS") return plainReply(400, "", true);
+    if (head.verb != "POST") return plainReply(501, "", true);
+    const std::string* length = head.field("Content-Length");
+    const std::string* coding = head.field("Transfer-Encoding");
     if (!length && !coding) {
         return plainReply(411, "The request needs a Content-Length header or a chunked body.",
                           true);
     }
-    if (coding && !equalNoCase(coding, "chunked"))
+    // The parser lets equal ones pass, in one line or in several.
+    const bool isList = length && !std::all_of(length->begin(), length->end(), isDigit);
+    if (isList || head.count("Content-Length") + head.count("Transfer-Encoding") > 1)
+        return plainReply(400, "It is not clear from the header where the body ends.", true);
+    if (coding && !equalNoCase(*coding, "chunked"))
         return plainReply(501, "The only transfer coding known here is chunked.", true);
-    // The library has refused what is no number.
-    if (length && std::strtoull(length, nullptr, 10) > maxBody) return tooLargeReply(maxBody);
     return std::nullopt;
 }
 
-std::optional<HttpReply> refuseFields(MHD_Connection* connection)
+std::optional<HttpReply> refuseFields(const RequestHead& head)
 {
-    if (!field(connection, "Host"))
+    if (!head.field("Host"))
         return plainReply(400, "HTTP request message lacks a Host header field.");
-    const char* operation = field(connection, "CIMOperation");
+    const std::string* operation = head.field("CIMOperation");
     if (!operation) return plainReply(400, "");
-    const char* contentType = field(connection, "Content-Type");
-    if (!contentType || !isCimXml(contentType))
+    const std::string* contentType = head.field("Content-Type");
+    if (!contentType || !isCimXml(*contentType))
         return plainReply(400, "HTTP Content-Type header error.");
-    if (equalNoCase(operation, "MethodCall")) return std::nullopt;
+    if (equalNoCase(*operation, "MethodCall")) return std::nullopt;
     return cimErrorReply(400, "unsupported-operation",
-                         std::string("CIMOperation value \"") + operation + "\" is not supported.");
+                         "CIMOperation value \"" + *operation + "\" is not supported.");
 }
 
-std::optional<Credentials> basicCredentials(MHD_Connection* connection)
+std::optional<Credentials> basicCredentials(const RequestHead& head)
 {
     const std::string_view scheme = "Basic ";
-    const std::string text = valueOf(connection, "Authorization").value_or("");
+    const std::string* field = head.field("Authorization");
+    const std::string_view text = field ? *field : std::string_view();
     if (!equalNoCase(text.substr(0, scheme.size()), scheme)) return std::nullopt;
-    const std::string_view encoded = trimmed(std::string_view(text).substr(scheme.size()));
-    const auto decoded = decodeBase64(std::string(encoded));
+    const auto decoded = decodeBase64(trimmed(text.substr(scheme.size())));
     const std::size_t colon = decoded ? decoded->find(':') : std::string::npos;
     if (colon == std::string::npos) return std::nullopt;
     return Credentials{decoded->substr(0, colon), decoded->substr(colon + 1)};
 }
 
-void readCimFields(MHD_Connection* connection, CimRequest& request)
+CimRequest cimRequest(const RequestHead& head)
 {
-    request.protocolVersion = valueOf(connection, "CIMProtocolVersion");
-    request.method = decodedValueOf(connection, "CIMMethod");
-    request.object = decodedValueOf(connection, "CIMObject");
-    request.batch = field(connection, "CIMBatch") != nullptr;
+    const std::string* version = head.field("CIMProtocolVersion");
+    return {version ? std::optional(*version) : std::nullopt,
+            decoded(head.field("CIMMethod")),
+            decoded(head.field("CIMObject")),
+            head.field("CIMBatch") != nullptr,
+            "",
+            ""};
 }
 
 }  // namespace cimom

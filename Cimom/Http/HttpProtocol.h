@@ -2,8 +2,8 @@
 #pragma once
 
 #include "CimXml/Service.h"
+#include "Http/RequestParser.h"
 
-#include <microhttpd.h>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -20,6 +20,7 @@ struct HttpReply
     std::string body;
     Pieces rest = nullptr;  ///< of a long body
     bool close = false;     ///< end the connection afterwards
+    bool isDenied = false;  ///< the operation failed with CIM_ERR_ACCESS_DENIED
 };
 
 struct Credentials
@@ -32,22 +33,21 @@ struct Credentials
 std::string percentEncoded(std::string_view text);
 /// A reply without body that names its reason in the PGErrorDetail field (empty: no field).
 HttpReply plainReply(int status, const std::string& detail, bool close = false);
-/// The reply to a body that is larger than so many bytes.
-HttpReply tooLargeReply(std::size_t maxBody);
 /// 401 with the challenge.
 HttpReply unauthorizedReply(const std::string& realm, const std::string& detail);
 HttpReply httpReply(CimReply&&);
-/// A reply without body as it goes over the wire.
-std::string plainText(const HttpReply&);
+/// The status line and the header fields as they go over the wire; `framing` is the field that says
+/// where the body ends, with its line end.
+std::string headText(const HttpReply&, const std::string& framing);
 
 /// The reply to a request that can be refused before its body is read, whoever sends it; nothing
 /// when it may go on. These end the connection.
-std::optional<HttpReply> refuseAtOnce(MHD_Connection*, std::string_view verb, std::size_t maxBody);
+std::optional<HttpReply> refuseAtOnce(const RequestHead&);
 /// The reply to a request whose header fields are not acceptable; nothing when they are.
-std::optional<HttpReply> refuseFields(MHD_Connection*);
+std::optional<HttpReply> refuseFields(const RequestHead&);
 /// The user and password of a request; nothing when it holds no Basic credentials.
-std::optional<Credentials> basicCredentials(MHD_Connection*);
-/// Sets the CIM fields of an acceptable request; leaves body and user.
-void readCimFields(MHD_Connection*, CimRequest&);
+std::optional<Credentials> basicCredentials(const RequestHead&);
+/// The CIM fields of an acceptable request, without body and user.
+CimRequest cimRequest(const RequestHead&);
 
 }  // namespace cimom

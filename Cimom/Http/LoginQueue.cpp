@@ -1,7 +1,5 @@
 #include "Http/LoginQueue.h"
 
-#include "Http/PasswordFile.h"
-
 #include <algorithm>
 #include <thread>
 
@@ -11,61 +9,66 @@ namespace cimom
 namespace
 {
 
-const long mostRunning = std::max(1U, std::thread::hardware_concurrency() / 2);
-constexpr unsigned mostPending = 4;          // of an address that has sent a wrong password
+constexpr unsigned mostOfSuspect = 4;        // of an address that has sent a wrong password
+constexpr unsigned mostPending = 32;         // addresses of a rank; a hash takes tens of ms
 constexpr std::size_t mostAddresses = 4096;  // any further ones count as one
 
 }  // namespace
 
-bool LoginQueue::Address::isBusy() const
+LoginQueue::LoginQueue() : turns_(std::max(1U, std::thread::hardware_concurrency() / 2)) {}
+
+LoginQueue::Rank LoginQueue::Address::rank() const
 {
-    return pending > mostPending && limitedUntil > std::chrono::steady_clock::now();
+    if (suspectUntil > std::chrono::steady_clock::now()) return Suspect;
+    return hasLoggedIn ? Known : Unknown;
 }
 
 LoginQueue::Address& LoginQueue::addressOf(const std::string& address)
 {
-    const Time now = std::chrono::steady_clock::now();
-    for (auto entry = addresses_.begin(); entry != addresses_.end();) {
-        const bool over = entry->second.pending == 0 && entry->second.limitedUntil < now;
-        entry = over ? addresses_.erase(entry) : std::next(entry);
+    const auto found = addresses_.find(address);
+    if (found != addresses_.end()) return found->second;
+    if (addresses_.size() >= mostAddresses) {
+        std::erase_if(addresses_, [](const auto& entry) {
+            return entry.second.pending == 0 && entry.second.rank() == Unknown;
+        });
     }
     return addresses_[addresses_.size() < mostAddresses ? address : ""];
 }
 
-Login LoginQueue::check(const PasswordFile& users, const std::string& address,
-                        const std::string& user, const std::string& password)
+std::unique_ptr<LoginQueue::Place> LoginQueue::enter(const std::string& address)
 {
-    const auto isRemembered = [&] { return users.isRemembered(user, password); };
-    if (isRemembered()) return Login::Right;
-    std::unique_lock<std::mutex> lock(mutex_);
     Address& from = addressOf(address);
-    const auto turn = queue_.insert(queue_.end(), &from);
-    ++from.pending;
-    changed_.wait(lock, [&] {
-        return isRemembered() || from.isBusy() || std::distance(queue_.begin(), turn) < mostRunning;
-    });
-    Login login = Login::Busy;
-    if (isRemembered()) {
-        login = Login::Right;
-    } else if (!from.isBusy()) {
-        lock.unlock();
-        login = users.check(user, password) ? Login::Right : Login::Wrong;
-        lock.lock();
-        if (login == Login::Wrong) {
-            ++from.wrong;
-            from.limitedUntil = std::chrono::steady_clock::now() + std::chrono::minutes(1);
-        }
-    }
-    --from.pending;
-    queue_.erase(turn);
-    changed_.notify_all();
-    return login;
+    const Rank rank = from.rank();
+    const bool isFull = rank != Known && from.pending == 0 && pending_[rank] >= mostPending;
+    if (isFull || (rank == Suspect && from.pending >= mostOfSuspect)) return nullptr;
+    return std::make_unique<Place>(*this, from);
 }
 
-std::chrono::milliseconds LoginQueue::delay(const std::string& address)
+LoginQueue::Place::Place(LoginQueue& queue, Address& address)
+    : queue_(queue), address_(address), rank_(address.rank())
 {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    return std::chrono::milliseconds(200U << std::min(addressOf(address).wrong, 5U));
+    if (address_.pending++ > 0) return;
+    address_.pendingAs = address_.rank();
+    ++queue_.pending_[address_.pendingAs];
+}
+
+LoginQueue::Place::~Place()
+{
+    if (--address_.pending == 0) --queue_.pending_[address_.pendingAs];
+}
+
+void LoginQueue::Place::noteRight()
+{
+    address_.hasLoggedIn = true;
+}
+
+std::chrono::milliseconds LoginQueue::Place::noteWrong()
+{
+    if (address_.rank() != Suspect) address_.wrong = 0;
+    ++address_.wrong;
+    address_.suspectUntil = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    queue_.turns_.refuse(&address_, mostOfSuspect);
+    return std::chrono::milliseconds(200U << std::min(address_.wrong, 5U));
 }
 
 }  // namespace cimom

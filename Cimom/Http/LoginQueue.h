@@ -1,57 +1,81 @@
-// The order in which passwords are checked, and how many of them.
+// Who may have a password checked, and in which order.
 #pragma once
 
+#include "Http/Turns.h"
+
+#include <array>
 #include <chrono>
-#include <condition_variable>
-#include <list>
 #include <map>
-#include <mutex>
+#include <memory>
 #include <string>
 
 namespace cimom
 {
 
-class PasswordFile;
-
-/// What a login comes to. Busy: it is not checked, because too many of its address wait.
-enum class Login
-{
-    Right,
-    Wrong,
-    Busy
-};
-
 /// Logins that wait for their turn. Hashes, which take much time and memory, are computed on half
-/// of the processors, in turn; an address that has sent a wrong password in the last minute has a
-/// few places only. Who sends a password that is remembered does not wait. Outlives the password
-/// files that are read meanwhile. Safe for any number of threads.
+/// of the processors: first for addresses from which somebody has logged in, then for new ones, and
+/// last for those that have sent a wrong password in the last minute. These have a few places each,
+/// and of either kind a bounded number of addresses waits. Outlives the password files that are
+/// read meanwhile. For one thread.
 class LoginQueue
 {
+    struct Address;
+
 public:
-    /// Checks the password of a user that somebody at that address sends.
-    Login check(const PasswordFile& users, const std::string& address, const std::string& user,
-                const std::string& password);
-    /// How long the answer to a wrong password from that address is to be held back: the longer,
-    /// the more of them it has sent lately.
-    std::chrono::milliseconds delay(const std::string& address);
+    LoginQueue();
+
+    /// A place in the queue, held as long as this object lives.
+    class Place
+    {
+    public:
+        Place(LoginQueue&, Address&);
+        Place(const Place&) = delete;
+        Place& operator=(const Place&) = delete;
+        ~Place();
+
+        Turns::Party& party() const { return address_; }
+        unsigned rank() const { return rank_; }
+        void noteRight();
+        /// Notes a wrong password; returns how long the answer is to be held back: the longer, the
+        /// more of them the address has sent lately.
+        std::chrono::milliseconds noteWrong();
+
+    private:
+        LoginQueue& queue_;
+        Address& address_;
+        const unsigned rank_;
+    };
+
+    /// A place for a login from that address; null when too many wait.
+    std::unique_ptr<Place> enter(const std::string& address);
+    /// Of those that have a place, to compute a hash.
+    Turns& turns() { return turns_; }
 
 private:
     using Time = std::chrono::steady_clock::time_point;
-    struct Address
+    enum Rank : unsigned
     {
-        unsigned pending = 0;  ///< logins that wait or are checked
-        unsigned wrong = 0;    ///< wrong passwords lately
-        Time limitedUntil;
+        Known,
+        Unknown,
+        Suspect,
+        Ranks
+    };
+    struct Address : Turns::Party
+    {
+        Rank rank() const;
 
-        bool isBusy() const;
+        unsigned pending = 0;      ///< logins that wait or are checked
+        Rank pendingAs = Unknown;  ///< what it was when the first of them came
+        unsigned wrong = 0;        ///< wrong passwords lately
+        bool hasLoggedIn = false;
+        Time suspectUntil;
     };
 
     Address& addressOf(const std::string& address);
 
-    std::mutex mutex_;
-    std::condition_variable changed_;
-    std::list<const Address*> queue_;  ///< the first ones are being checked
     std::map<std::string, Address> addresses_;
+    std::array<unsigned, Ranks> pending_{};  ///< addresses
+    Turns turns_;
 };
 
 }  // namespace cimom

@@ -4,7 +4,10 @@
 #include <crypt.h>
 #include <cstring>
 #include <fstream>
-#include <gnutls/crypto.h>
+#include <openssl/crypto.h>
+#include <openssl/evp.h>
+#include <openssl/hmac.h>
+#include <openssl/rand.h>
 #include <stdexcept>
 
 namespace cimom
@@ -18,7 +21,7 @@ bool hasHash(const std::string& password, const std::string& hash) noexcept
 {
     crypt_data data{};
     const char* computed = crypt_rn(password.c_str(), hash.c_str(), &data, sizeof(data));
-    return computed && gnutls_memcmp(computed, hash.c_str(), hash.size() + 1) == 0;
+    return computed && CRYPTO_memcmp(computed, hash.c_str(), hash.size() + 1) == 0;
 }
 
 /// The digest of the text under a key.
@@ -26,8 +29,9 @@ template <class Key>
 std::array<unsigned char, 32> digest(const Key& key, const std::string& text)
 {
     std::array<unsigned char, 32> digest{};
-    if (gnutls_hmac_fast(GNUTLS_MAC_SHA256, key.data(), key.size(), text.data(), text.size(),
-                         digest.data()) != 0) {
+    if (!HMAC(EVP_sha256(), key.data(), static_cast<int>(key.size()),
+              reinterpret_cast<const unsigned char*>(text.data()), text.size(), digest.data(),
+              nullptr)) {
         throw std::runtime_error("no digest");
     }
     return digest;
@@ -60,7 +64,7 @@ PasswordFile::PasswordFile(const std::filesystem::path& file)
     if (users_.empty())
         throw std::runtime_error(file.string() +
                                  ":1: no user in the password file; add \"user:hash\"");
-    if (gnutls_rnd(GNUTLS_RND_KEY, key_.data(), key_.size()) != 0)
+    if (RAND_bytes(key_.data(), static_cast<int>(key_.size())) != 1)
         throw std::runtime_error("no random numbers");
 }
 
@@ -94,7 +98,7 @@ bool PasswordFile::isRemembered(const std::string& user, const std::string& pass
     const auto found = users_.find(user);
     const std::lock_guard<std::mutex> lock(mutex_);
     return found != users_.end() && found->second.remembered &&
-           gnutls_memcmp(found->second.remembered->data(), mark.data(), mark.size()) == 0;
+           CRYPTO_memcmp(found->second.remembered->data(), mark.data(), mark.size()) == 0;
 }
 
 bool PasswordFile::check(const std::string& user, const std::string& password) const

@@ -147,9 +147,14 @@ std::optional<ServerOptions> parseCommandLine(int argc, char** argv)
     addLimit("--max-header", options.http.maxHeader, "Bytes of a request's header", 1024,
              100000000);
     addLimit("--max-body", options.http.maxBody, "Bytes of a request's body", 1024, 1000000000);
+    addLimit(
+        "--max-memory", options.http.maxMemory,
+        "Bytes that the bodies of requests may take together; 0: an eighth of what the process "
+        "may use",
+        0, 1000000000000);
+    addLimit("--max-operations", options.http.maxOperations, "Operations at once", 1, 1000);
     ConnectionLimits& connections = options.http.connections;
-    addLimit("--max-connections", connections.most, "Connections at once, each with a thread", 1,
-             100000);
+    addLimit("--max-connections", connections.most, "Connections at once", 1, 100000);
     addLimit("--max-connections-per-address", connections.mostPerAddress,
              "Connections at once from one address", 1, 100000);
     addLimit("--timeout", timeout, "Seconds for a request's header, and for its body", 1, 86400);

@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <ctime>
 #include <iostream>
+#include <malloc.h>
 #include <termios.h>
 #include <unistd.h>
 #include <utility>
@@ -159,7 +160,8 @@ void serve(ServerOptions options)
     warnOfOpenFile(options.http.keyFile);
     std::cout << "ready: " + url(options, server->port()) + "\n" << std::flush;
     waitForStop(*server, options.http.users);
-    server->stop();
+    // Threads that go on with an operation would meet a broker that is no more.
+    if (!server->stop()) std::_Exit(0);
     ObjectManager::current = nullptr;
 }
 
@@ -189,6 +191,10 @@ int main(int argc, char** argv)
 {
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);  // a log at the limit to the size of files
+    // What one thread has freed serves the others, and large bodies go back to the system: in many
+    // arenas both stay with the thread.
+    mallopt(M_ARENA_MAX, 4);
+    mallopt(M_MMAP_THRESHOLD, 512 * 1024);
     try {
         const auto options = parseCommandLine(argc, argv);
         if (!options) return 0;

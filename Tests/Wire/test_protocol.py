@@ -49,7 +49,7 @@ class TooMuch(testing.EmbeddedServerTest):
 
     def test_endless_body_is_cut_off(self):
         sent = CHUNKED + 9999 * (b"400\r\n%b\r\n" % (1024 * b"x"))
-        self.assertEqual(exchange(self.port, sent), b"")
+        self.assertIn(self.LARGE, exchange(self.port, sent))
 
 
 UNCLEAR = "not%20clear%20from%20the%20header%20where%20the%20body%20ends"
@@ -96,11 +96,11 @@ class Framing(testing.EmbeddedServerTest):
         Case("negative_length", ["Content-Length: -5"], PLAIN, 400, ""),
         Case("hexadecimal_length", ["Content-Length: 0x{size}"], PLAIN, 400, ""),
         Case("empty_length", ["Content-Length:"], PLAIN, 400, ""),
-        Case("length_beyond_64_bits", ["Content-Length: 18446744073709551621"], PLAIN, 413, ""),
+        Case("length_beyond_64_bits", ["Content-Length: 18446744073709551621"], PLAIN, 400, ""),
         Case("coding_list", [CODING + ", identity"], ONE_CHUNK, 501, UNKNOWN_CODING),
         Case("gzip", ["Transfer-Encoding: gzip, chunked"], ONE_CHUNK, 501, UNKNOWN_CODING),
         Case("unknown_coding", ["Transfer-Encoding: xchunked"], ONE_CHUNK, 501, UNKNOWN_CODING),
-        Case("control_in_coding", ["Transfer-Encoding: \vchunked"], ONE_CHUNK, 501, UNKNOWN_CODING),
+        Case("control_in_coding", ["Transfer-Encoding: \vchunked"], ONE_CHUNK, 400, UNCLEAR),
         Case("empty_coding", ["Transfer-Encoding: "], ONE_CHUNK, 501, UNKNOWN_CODING),
         Case("identity", ["Transfer-Encoding: identity"], PLAIN, 501, UNKNOWN_CODING),
         Case("sign_before_chunk", [CODING], "+" + ONE_CHUNK, 400, ""),
@@ -109,9 +109,18 @@ class Framing(testing.EmbeddedServerTest):
         Case("blank_before_chunk", [CODING], " " + ONE_CHUNK, 400, ""),
         Case("line_before_chunk", [CODING], "\r\n" + ONE_CHUNK, 400, ""),
         Case("letter_before_chunk", [CODING], "g" + ONE_CHUNK, 400, ""),
-        Case("chunk_beyond_64_bits", [CODING], "10000000000000000" + ONE_CHUNK, 413, ""),
+        Case("chunk_beyond_64_bits", [CODING], "10000000000000000" + ONE_CHUNK, 400, ""),
         Case("longer_chunk", [CODING], "{size}\r\n{body}more\r\n0\r\n\r\n", 400, ""),
         Case("text_behind_size", [CODING], "{size} x\r\n{body}\r\n0\r\n\r\n", 400, ""),
+        Case("chunk_beyond_32_bits", [CODING], "1{size:0>16}\r\n{body}\r\n0\r\n\r\n", 400, ""),
+        Case("bare_LF_behind_size", [CODING], "{size}\n{body}\r\n0\r\n\r\n", 400, ""),
+        Case("blanks_behind_coding", [CODING + " \t"], ONE_CHUNK, 200, "<INSTANCENAME"),
+        Case("text_behind_length", [LENGTH + " x"], PLAIN, 400, UNCLEAR),
+        Case("empty_name", [":", LENGTH], PLAIN, 400, UNCLEAR),
+        Case("NUL_as_name", ["\0: x", LENGTH], PLAIN, 400, UNCLEAR),
+        Case("NUL_in_name", ["X\0Y: x", LENGTH], PLAIN, 400, UNCLEAR),
+        Case("bare_LF", [LENGTH, "X: y\n" + CODING], PLAIN, 400, UNCLEAR),
+        Case("folded_line", [LENGTH, "X: y\r\n folded"], PLAIN, 400, UNCLEAR),
         Case("field_without_colon", ["nonsense", LENGTH], PLAIN, 400, ""),
         Case("byte_that_is_no_text", ["CIMMethod: \xff", LENGTH], PLAIN, 400,
              "CIMMethod%20value%20%22%FF%22%20does%20not%20match"),
@@ -126,34 +135,28 @@ class Framing(testing.EmbeddedServerTest):
         sent += body.format(**values).encode("latin-1")
         received = exchange(self.port, sent + KEPT)
         message = f"\nrequest: {sent.decode('latin-1')}\nresponse: {received[:2000]}"
-        self.assertEqual({*re.findall(rb"HTTP/1.1 (\d+)", received)}, {b"%d" % status}, message)
+        self.assertEqual(re.findall(rb"HTTP/1.1 (\d+)", received), [b"%d" % status], message)
         self.assertIn(part.encode(), received)
 
 
 class Connections(testing.EmbeddedServerTest):
     @cases(
-        Case("of_all", "--max-connections", "122", (1, 0, 2)),
-        Case("of_an_address", "--max-connections-per-address", "111", (0, 1, 2)),
+        Case("of_all", "--max-connections", "122", (1, 0, 3)),
+        Case("of_an_address", "--max-connections-per-address", "111", (0, 1, 2, 3)),
     )
     def test_beyond_the_limit(self, limit, sources, order):
-        """They displace those that never sent a request, beginning with the address that has most.
-        Without such they get 503 at once, until there is room."""
-        with started("--no-auth", limit, "3") as (_, port, _):
-            with contextlib.ExitStack() as clients:
-                quiet = [
-                    clients.enter_context(connected(port, b"", f"127.0.0.{source}"))
-                    for source in sources
-                ]
-                for displaced in order:
-                    client = clients.enter_context(connected(port, KEPT))
-                    self.assertIn(LIST, client.recv(4096))
-                    self.assertIn(b" 503 ", receive_all(quiet[displaced]))
-                received = exchange(port, b"")
-                self.assertIn(b" 503 ", received)
-                self.assertIn(b"PGErrorDetail: Too%20many%20connections.", received)
-            deadline = time.monotonic() + SECONDS
-            while LIST not in exchange(port, request()):
-                self.assertLess(time.monotonic(), deadline, "no room after the clients have left")
+        """The client that waits and has most connections loses one: first one on which no request
+        was accepted, which gets 503, then one that is kept alive."""
+        with started("--no-auth", limit, "3") as (_, port, _), contextlib.ExitStack() as clients:
+            waiting = [
+                clients.enter_context(connected(port, b"", f"127.0.0.{source}"))
+                for source in sources
+            ]
+            for displaced in order:
+                waiting.append(clients.enter_context(connected(port, KEPT)))
+                self.assertIn(LIST, waiting[-1].recv(4096))
+                part = b"PGErrorDetail: Too%20many%20connections." if displaced < 3 else b""
+                self.assertIn(part, receive_all(waiting[displaced]))
 
     @cases(Case("nothing", b""), Case("a_header", HEAD), Case("a_part", request()[:-1]))
     def test_ends_client_that_sends_only(self, sent):

@@ -7,9 +7,11 @@
 #include <future>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
+#include <semaphore>
 #include <sys/socket.h>
 #include <thread>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace cimom
@@ -19,97 +21,221 @@ namespace
 
 using namespace std::chrono_literals;
 
-const std::string request =
-    "POST / HTTP/1.1\r\nHost: x\r\nContent-Type: text/xml\r\nCIMOperation: MethodCall\r\n"
-    "Content-Length: 2\r\n\r\nhi";
-
-/// All that the server at this port answers to these bytes, to a client that rests between reading
-/// parts of it; nothing when it does not listen.
-std::string answer(std::uint16_t port, const std::string& bytes,
-                   std::chrono::milliseconds rest = 0ms)
+std::string head(const std::string& length, const std::string& more = "")
 {
-    std::string text;
-    const int fd = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0) {
-        send(fd, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-        char part[32768];
-        for (ssize_t size; (size = recv(fd, part, sizeof(part), 0)) > 0;) {
-            text.append(part, static_cast<std::size_t>(size));
+    return "POST / HTTP/1.1\r\nHost: x\r\nContent-Type: text/xml\r\nCIMOperation: MethodCall\r\n" +
+           more + "Content-Length: " + length + "\r\n\r\n";
+}
+
+const std::string request = head("2") + "hi";
+const std::string lastRequest = head("2", "Connection: close\r\n") + "hi";
+
+/// A client's connection from an address of this machine.
+class Client
+{
+public:
+    explicit Client(std::uint16_t port, const std::string& sent = "", std::uint32_t source = 1)
+        : socket_(socket(AF_INET, SOCK_STREAM, 0))
+    {
+        sockaddr_in from{AF_INET, 0, {htonl((127U << 24) + source)}, {}};
+        sockaddr_in to{AF_INET, htons(port), {htonl(INADDR_LOOPBACK)}, {}};
+        bind(socket_, reinterpret_cast<sockaddr*>(&from), sizeof(from));
+        connect(socket_, reinterpret_cast<sockaddr*>(&to), sizeof(to));
+        send(sent);
+    }
+    Client(Client&& other) noexcept : socket_(std::exchange(other.socket_, -1)) {}
+    ~Client() { close(socket_); }
+
+    void send(const std::string& bytes) const
+    {
+        ::send(socket_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    }
+
+    /// All that comes until the server ends the connection; rests between reading parts of it.
+    std::string receive(std::chrono::milliseconds rest = 0ms) const
+    {
+        std::string text;
+        while (receivePart(text))
             std::this_thread::sleep_for(rest);
+        return text;
+    }
+    /// The status of the next reply, which has no body; 0 when the connection has ended.
+    int receiveStatus() const
+    {
+        std::string text;
+        while (text.find("\r\n\r\n") == text.npos && receivePart(text)) {
         }
+        return text.empty() ? 0 : std::stoi(text.substr(9));
     }
-    close(fd);
-    return text;
-}
 
-TEST(HttpServer, OperationsRunSideBySideForAsLongAsTheyWantAndStopLetsThemFinish)
-{
-    constexpr unsigned clients = 8;
-    std::atomic<unsigned> arrived{0};
-    std::promise<void> all;
-    const std::shared_future<void> met = all.get_future().share();
-    HttpOptions options;
-    options.port = 0;
-    options.connections.timeout = 1s;
-    const auto server = startHttpServer(options, [&](const CimRequest&) {
-        const unsigned number = ++arrived;
-        if (number == clients) all.set_value();
-        EXPECT_EQ(met.wait_for(20s), std::future_status::ready);
-        std::this_thread::sleep_for(number == 1 ? 4s : 3s);
-        return CimReply();
-    });
-    std::vector<std::future<std::string>> answers;
-    for (unsigned i = 0; i < clients; ++i)
-        answers.push_back(
-            std::async(std::launch::async, answer, server->port(), request + request, 0ms));
-    met.wait();
-    std::this_thread::sleep_for(1500ms);  // more than the time for a request
-    server->stop();
-    unsigned refused = 0;
-    for (auto& each : answers) {
-        const std::string both = each.get(), down = "PGErrorDetail: The%20server%20is%20shutting";
-        EXPECT_EQ(both.substr(0, 13), "HTTP/1.1 200 ");
-        refused += both.find(down) != std::string::npos;
+private:
+    bool receivePart(std::string& text) const
+    {
+        char part[32768];
+        const ssize_t size = recv(socket_, part, sizeof(part), 0);
+        if (size > 0) text.append(part, static_cast<std::size_t>(size));
+        return size > 0;
     }
-    EXPECT_GE(refused, clients - 1);  // the last reply may be the last thing that the server does
-    EXPECT_EQ(answer(server->port(), request), "");
-    EXPECT_EQ(arrived, clients);
-    server->stop();
-}
 
-TEST(HttpServer, ReadersMustTakeTheirReplyInTime)
+    int socket_;
+};
+
+/// A server whose operations are the test's.
+class HttpServerTest : public ::testing::Test
 {
+protected:
+    HttpServerTest() { options.port = 0; }
+    ~HttpServerTest() override { release(); }
+
+    void start(HttpServer::Handler handler)
+    {
+        server = startHttpServer(options, std::move(handler));
+    }
+
+    /// Starts it with operations that arrive, and end when they are released.
+    void startBlocking()
+    {
+        start([this](const CimRequest&) {
+            arrived.release();
+            released.wait();
+            return CimReply();
+        });
+    }
+    void release()
+    {
+        if (!std::exchange(isReleased, true)) mayEnd.set_value();
+    }
+
+    Client client(const std::string& sent, std::uint32_t source = 1) const
+    {
+        return Client(server->port(), sent, source);
+    }
+
     HttpOptions options;
-    options.port = 0;
-    options.connections.timeout = 1s;
-    options.connections.slowestReader = 16 << 20;  // bytes a second, and the size of the reply
-    const auto server = startHttpServer(options, [](const CimRequest&) {
-        return CimReply{200, "", "", std::string(16 << 20, 'x')};
-    });
-    EXPECT_GT(answer(server->port(), request).size(), 16U << 20);
-    EXPECT_LT(answer(server->port(), request, 10ms).size(), 16U << 20);  // in 5 s or more
+    std::counting_semaphore<> arrived{0};
+    bool isReleased = false;
+    std::promise<void> mayEnd;
+    const std::shared_future<void> released = mayEnd.get_future().share();
+    std::unique_ptr<HttpServer> server;
+};
+
+TEST_F(HttpServerTest, RunsOperationsSideBySide)
+{
+    startBlocking();
+    std::vector<Client> clients;
+    for (unsigned i = 0; i < options.maxOperations; ++i)
+        clients.push_back(client(request));
+    for (unsigned i = 0; i < options.maxOperations; ++i)
+        arrived.acquire();
+    release();
+    for (const Client& each : clients)
+        EXPECT_EQ(each.receiveStatus(), 200);
 }
 
-TEST(HttpServer, LogsWhatFailedAndHowOften)
+TEST_F(HttpServerTest, OperationsMayTakeLongerThanRequests)
+{
+    options.connections.timeout = 1s;
+    startBlocking();
+    const Client slow = client(request);
+    EXPECT_EQ(client("").receiveStatus(), 408);  // after the time for a request
+    release();
+    EXPECT_EQ(slow.receiveStatus(), 200);
+}
+
+TEST_F(HttpServerTest, StopLetsOperationsFinishAndRefusesMore)
+{
+    startBlocking();
+    const Client running = client(request + request);
+    arrived.acquire();
+    auto stopped = std::async(std::launch::async, [this] { return server->stop(); });
+    while (client(request).receive() != "") {  // listens until it begins to stop
+    }
+    release();
+    const std::string replies = running.receive();
+    EXPECT_EQ(replies.substr(0, 13), "HTTP/1.1 200 ");
+    EXPECT_NE(replies.find("PGErrorDetail: The%20server%20is%20shutting%20down"), replies.npos);
+    EXPECT_TRUE(stopped.get());
+    EXPECT_TRUE(server->stop());
+}
+
+TEST_F(HttpServerTest, StopEndsInTimeWhileAnOperationRuns)
 {
     std::string log;
-    HttpOptions options;
-    options.port = 0;
     options.log = [&](const std::string& line) { log += line + "\n"; };
-    auto server = startHttpServer(options, [&](const CimRequest&) -> CimReply {
+    options.lastOperations = 0s;
+    startBlocking();
+    const Client running = client(request);
+    arrived.acquire();
+    EXPECT_FALSE(server->stop());
+    EXPECT_EQ(running.receive(), "");
+    EXPECT_EQ(log, "stops while 1 operations still run\n");
+}
+
+TEST_F(HttpServerTest, ReadersMustTakeTheirReplyInTime)
+{
+    options.connections.timeout = 1s;
+    options.connections.slowestReader = 16 << 20;  // bytes a second, and the size of the reply
+    start([](const CimRequest&) { return CimReply{200, "", "", std::string(16 << 20, 'x')}; });
+    EXPECT_GT(client(lastRequest).receive().size(), 16U << 20);
+    EXPECT_LT(client(lastRequest).receive(10ms).size(),
+              16U << 20);  // in 5 s or more
+}
+
+TEST_F(HttpServerTest, LogsWhatFailedAndHowOften)
+{
+    std::string log;
+    options.log = [&](const std::string& line) { log += line + "\n"; };
+    start([&](const CimRequest&) -> CimReply {
         if (log.empty()) throw Pegasus::Exception("no \xC3\xA4");
         throw std::runtime_error("no disk");
     });
     for (unsigned i = 0; i < 8; ++i)
-        EXPECT_EQ(answer(server->port(), request).substr(0, 13), "HTTP/1.1 500 ");
+        EXPECT_EQ(client(request).receiveStatus(), 500);
     server.reset();
     const std::string disk = "internal error: no disk", each = disk + "\n";
     EXPECT_EQ(log, "internal error: no \xC3\xA4\n" + each + each + each + each + each + disk +
                        " (2 more of these)\n");
+}
+
+TEST_F(HttpServerTest, AnswersAFailedAllocationWith503)
+{
+    start([](const CimRequest&) -> CimReply { throw std::bad_alloc(); });
+    EXPECT_EQ(client(request).receiveStatus(), 503);
+}
+
+TEST_F(HttpServerTest, RefusesABodyBeyondTheMemoryOfAllBeforeItComes)
+{
+    options.maxMemory = 1'000'000;
+    startBlocking();
+    const std::string large = head("900000");
+    const Client first = client(large + std::string(900'000, 'x'));
+    arrived.acquire();
+    EXPECT_EQ(client(large).receiveStatus(), 503);
+    const Client small = client(request);
+    arrived.acquire();
+    release();
+    EXPECT_EQ(first.receiveStatus(), 200);
+    EXPECT_EQ(client(large + std::string(900'000, 'x')).receiveStatus(), 200);
+}
+
+TEST_F(HttpServerTest, EndsTheConnectionOfAUserWhoIsDeniedAgainAndAgain)
+{
+    start([](const CimRequest&) {
+        return CimReply{200, "", "", "<ERROR CODE=\"2\" DESCRIPTION=\"x\"/>"};
+    });
+    const std::string replies = client(request + request + request + request).receive();
+    const std::size_t last = replies.find("Connection: close");
+    EXPECT_NE(last, replies.npos);
+    EXPECT_EQ(replies.find("HTTP/1.1 200 ", last), replies.npos);
+}
+
+TEST_F(HttpServerTest, RefusesConnectionsWhenAllAreAtWork)
+{
+    options.connections.most = 1;
+    startBlocking();
+    const Client running = client(request);
+    arrived.acquire();
+    EXPECT_NE(client("").receive().find("Too%20many%20connections."), std::string::npos);
 }
 
 }  // namespace
