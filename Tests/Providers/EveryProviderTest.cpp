@@ -190,9 +190,9 @@ const std::vector<ElementRow> ELEMENTS = {
       "cimom.getClass nobody QBX_Magazine TF Tag", BUILT, FREED, "4: <-- P::_build_instances\n"}},
     {"QBX_CageSensorProvider", SENSOR,
      {"4: --> P::_build_ref\n", query("api_getCages_Cached"), FREED,
-      query("api_getCagesPS_Cached"), "4: <-- P::_build_ref\n"},
+      query("api_getCagesPS_Cached"), FREED, "4: <-- P::_build_ref\n"},
      {"4: --> P::_build_instances\n", "cimom.getClass nobody QBX_CageSensor TF Tag",
-      query("api_getCages_Cached"), BUILT, FREED, query("api_getCagesPS_Cached"),
+      query("api_getCages_Cached"), BUILT, FREED, query("api_getCagesPS_Cached"), FREED,
       "4: <-- P::_build_instances\n"}},
 };
 // clang-format on

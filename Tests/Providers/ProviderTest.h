@@ -425,6 +425,7 @@ private:
 inline const std::string ONE_OF_EACH = R"(
   "nodeIPaddress": "192.0.2.1",
   "cages": [{"deviceID": "cage 0", "type": "JB_LBOD", "lbod": {"sensors": [{"reading": 1}]}}],
+  "cagesPS": [{"name": "cage 0", "type": "JB_LBOD"}],
   "magazines": [
     {"deviceID": "mag x", "parentDeviceID": "cage 0", "cageType": "JB_LBOD", "isAbsent": true},
     {"deviceID": "mag 0", "parentDeviceID": "cage 0", "cageType": "JB_LBOD", "position": 65535}],

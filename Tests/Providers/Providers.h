@@ -130,17 +130,4 @@ protected:
         if (row.operation == "modifyInstance") return modify(object, row.in);
         return read(row.operation, object);
     }
-
-    /// The array is left as it was found, and the next request is answered as ever.
-    void expectUnharmed(const Texts& asEver)
-    {
-        EXPECT_TRUE(TestArray::lists.empty()) << "a record list was not freed";
-        const Texts events = array.events();
-        EXPECT_EQ(events.startingWith("cim_sem_wait() = 0").size(),
-                  events.startingWith("cim_sem_post()").size());
-        array.onNote = nullptr;
-        array.mend();
-        EXPECT_EQ(make(), "nothing") << "the next request";
-        EXPECT_LIST(array.events(), asEver);
-    }
 };
