@@ -48,7 +48,7 @@ const AssociationRow CARD_IN_CAGE = {
     {"4: --> P::enumerateInstances() \n", "4: <-- P::enumerateInstances()\n"},
     {"4: -->P::getInstance()\n", "4: <-- P::getInstance()\n"},
     {"associationClass=CIM_A; resultClass=CIM_Chassis \n",
-     "associationClass=CIM_A, resultClass=CIM_R\n"},
+     "associationClass=CIM_A, resultClass=CIM_Chassis\n"},
     {"_getRelatedInstanceNames", "_getRelatedInstances"}};
 
 const AssociationRow MAGAZINE_IN_CAGE = {
@@ -63,7 +63,7 @@ const AssociationRow MAGAZINE_IN_CAGE = {
     {"4: --> P::enumerateInstances() \n", "4: <-- P::enumerateInstances() \n"},
     {"4: -->P::getInstance() \n", "4: <-- P::getInstance()\n\n"},
     {"associationClass = CIM_A; resultClass = CIM_Chassis \n",
-     "associationClass=CIM_A, resultClass=CIM_R\n"},
+     "associationClass=CIM_A, resultClass=CIM_Chassis\n"},
     {"_getRelatedInstanceNames", "_getRelatedInstances"}};
 
 const AssociationRow CAGE_IN_SYSTEM = {
@@ -78,7 +78,7 @@ const AssociationRow CAGE_IN_SYSTEM = {
     {"4: --> P::enumerateInstances() \n", "4: <-- P::enumerateInstances() \n"},
     {"4: -->P::getInstance() \n", "4: <-- P::getInstance()\n"},
     {"associationClass = CIM_A; resultClass = CIM_Chassis \n",
-     "associationClass=CIM_A, resultClass=CIM_R\n"},
+     "associationClass=CIM_A, resultClass=CIM_Chassis\n"},
     {"_getRelatedInstanceNames", "_getRelatedInstances"}};
 
 const AssociationRow SENSOR_IN_CAGE = {
@@ -93,7 +93,7 @@ const AssociationRow SENSOR_IN_CAGE = {
     {"4: -->P::enumerateInstances()\n", "4: <-- P::enumerateInstances() \n"},
     {"4: -->P::getInstance() \n", "4: <-- P::getInstance()\n\n"},
     {"associationClass = CIM_A; resultClass = CIM_Chassis \n",
-     "associationClass = CIM_A, resultClass = CIM_R\n"},
+     "associationClass = CIM_A, resultClass = CIM_Chassis\n"},
     {"_getRelatedInstanceName", "_getRelatedInstance"}};
 
 const std::vector<AssociationRow> ASSOCIATIONS = {CARD_IN_CAGE, MAGAZINE_IN_CAGE, CAGE_IN_SYSTEM,
@@ -118,7 +118,7 @@ Texts opening(const std::string& operation, const CIMObjectPath& object, const s
             "4: P::" + shown + ": objectName = " + str(object) + "; " + classes, OPEN};
 }
 
-const Texts ALL_ROLES = {"Antecedent", "Dependent", GROUP, PART, "x"};
+const std::string ASSOCIATOR_CLASSES = "associationClass = CIM_A; resultClass = CIM_Chassis \n";
 const View WANTED = {true, false, listOf({"Tag"})};
 
 // ---- Enumerations ----
@@ -128,58 +128,52 @@ class AssociationTest : public RowTest<AssociationRow>
 protected:
     AssociationTest() { start(row.provider); }
 
-    /// The roles, or else the result roles, with which a traversal of an object of that class is
-    /// let through.
-    Texts acceptedRoles(const std::string& operation, const std::string& className, bool isResult)
+    /// True when the traversal of an object of that class is let through.
+    bool accepts(const std::string& operation, const std::string& className, const Traversal& asked)
     {
-        Texts accepted;
-        const CIMObjectPath object =
-            pathOf(cased(className, std::toupper), {{"Tag", "no"}, {"DeviceID", "no"}});
-        for (const std::string& role : ALL_ROLES) {
-            const std::string given = cased(role, std::toupper);
-            read(operation, object, {}, {isResult ? "" : given, isResult ? given : "", "", ""});
-            if (!array.events().startingWith("handler.processing").empty())
-                accepted.push_back(role);
-        }
-        return accepted;
+        read(operation, pathOf(className, {{"Tag", "no"}, {"DeviceID", "no"}}), {}, asked);
+        return !array.events().startingWith("handler.processing").empty();
     }
 
-    /// Whatever its class, an object at an end must have the end's role.
-    void expectRoles(const Texts& classes, const Texts& roles, const Texts& resultRoles)
+    /// Objects of the class must have one of the roles, what is asked for one of the result roles.
+    void expectRoles(const std::string& className, const Texts& roles, const Texts& resultRoles)
     {
-        for (const std::string& className : classes) {
-            for (const std::string& operation : TRAVERSALS) {
-                SCOPED_TRACE(operation + " of a " + className);
-                EXPECT_LIST(acceptedRoles(operation, className, false), roles);
-                const bool isReferences = operation[0] == 'r';  // which have no result roles
-                EXPECT_LIST(acceptedRoles(operation, className, true),
-                            isReferences ? ALL_ROLES : resultRoles);
-                if (HasFailure()) return;
+        const std::string shouted = cased(className, std::toupper);
+        for (const std::string& operation : TRAVERSALS) {
+            const bool hasResultRole = operation[0] == 'a';
+            for (const std::string role : {"ANTECEDENT", "dependent", GROUP, PART, "x"}) {
+                EXPECT_EQ(accepts(operation, shouted, {role, "", "", ""}), roles.hold(role))
+                    << operation << " of a " << className << " with role " << role;
+                EXPECT_EQ(accepts(operation, shouted, {"", role, "", ""}),
+                          !hasResultRole || resultRoles.hold(role))
+                    << operation << " of a " << className << " with result role " << role;
             }
         }
     }
 
-    /// Which of all the classes in question each of two traversals accepts as result class.
+    /// The two traversals accept the classes, and no other of the associations', as result class.
     void expectResultClasses(const std::string& names, const std::string& instances,
                              const Texts& classes)
     {
         Texts all = {"CIM_Component", "CIM_PhysicalElement", "CIM_Dependency"};
         for (const AssociationRow& each : ASSOCIATIONS)
             all = {all, each.referenceClasses, each.associatedClasses};
-        all = all.sorted();
-        all.erase(std::unique(all.begin(), all.end()), all.end());
         for (const std::string& operation : {names, instances}) {
-            for (const std::string& end : {row.cage.classes[0], row.other.classes[0]}) {
-                Texts accepted;
-                for (const std::string& each : all) {
-                    read(operation, pathOf(end, {{"Tag", "no"}, {"DeviceID", "no"}}), {},
-                         {"", "", cased(each, std::tolower), "CIM_Nonsense"});
-                    if (!array.events().startingWith("handler.processing").empty())
-                        accepted.push_back(each);
-                }
-                EXPECT_LIST(accepted, classes.sorted()) << operation << " of a " << end;
-            }
+            for (const std::string& each : all)
+                EXPECT_EQ(accepts(operation, row.cage.classes[0],
+                                  {"", "", cased(each, std::tolower), "CIM_Nonsense"}),
+                          classes.hold(each))
+                    << operation << " with result class " << each;
         }
+    }
+
+    /// `classes` and `refused` end the lines that show the classes and that refuse them.
+    void expectRefusal(const std::string& operation, const std::string& classes,
+                       const std::string& refused)
+    {
+        read(operation, CAGE, {}, {"r", "", "CIM_Chassis", "CIM_A"});
+        EXPECT_LIST(array.events(), own({opening(operation, CAGE, classes),
+                                         "2: P::" + operation + ": invalid params: " + refused}));
     }
 
     void expectEvents(const std::string& operation, const CIMObjectPath& object, const Texts& lines,
@@ -219,7 +213,7 @@ TEST_P(AssociationTest, GetInstance)
 TEST_P(AssociationTest, GetInstanceWithAnotherNumberOfKeysThanTwoIsRefused)
 {
     const Keys keys = {{GROUP, "a"}, {PART, "b"}, {"X", "c"}};
-    for (const int count : {0, 1, 3}) {
+    for (const int count : {1, 3}) {
         EXPECT_EQ(read("getInstance", pathOf(row.name, Keys(keys.begin(), keys.begin() + count))),
                   "4 " + row.provider + " Expect two keys.");
         EXPECT_LIST(array.events(), own({row.getInstance[0], OPEN,
@@ -230,20 +224,18 @@ TEST_P(AssociationTest, GetInstanceWithAnotherNumberOfKeysThanTwoIsRefused)
 
 // ---- What is screened out ----
 
-TEST_P(AssociationTest, ACageMustHaveItsRole)
+TEST_P(AssociationTest, AnObjectAtAnEndMustHaveItsRole)
 {
-    expectRoles(row.cage.classes, {row.cage.role}, {row.other.role});
-}
-
-TEST_P(AssociationTest, TheOtherEndMustHaveItsRole)
-{
-    expectRoles(row.other.classes, {row.other.role}, {row.cage.role});
+    for (const std::string& className : row.cage.classes)
+        expectRoles(className, {row.cage.role}, {row.other.role});
+    for (const std::string& className : row.other.classes)
+        expectRoles(className, {row.other.role}, {row.cage.role});
 }
 
 TEST_P(AssociationTest, AnObjectOfNeitherEndMayHaveBothRoles)
 {
-    const Texts both = Texts{row.cage.role, row.other.role}.sorted();
-    expectRoles({"QBX_Disk"}, both, both);
+    const Texts both = {row.cage.role, row.other.role};
+    expectRoles("QBX_Disk", both, both);
 }
 
 TEST_P(AssociationTest, ReferencesAcceptTheResultClassesOfTheAssociation)
@@ -258,24 +250,11 @@ TEST_P(AssociationTest, AssociatorsAcceptTheResultClassesOfBothEnds)
 
 TEST_P(AssociationTest, ARefusedTraversalIsTracedAndLeavesTheHandlerAlone)
 {
-    const Traversal asked = {"r", "", "CIM_R", "CIM_A"};
-    std::string classes = row.classes[0];
-    classes.replace(classes.find("CIM_Chassis"), std::string("CIM_Chassis").size(), "CIM_R");
-    const std::string role = "role = r, resultClass = CIM_R \n";
-    read("referenceNames", CAGE, {}, asked);
-    EXPECT_LIST(array.events(), own({opening("referenceNames", CAGE, "resultClass = CIM_R"),
-                                     "2: P::referenceNames: invalid params: " + role}));
-    read("references", CAGE, {}, asked);
-    EXPECT_LIST(array.events(), own({opening("references", CAGE, "resultClass = CIM_R \n"),
-                                     "2: P::references: invalid params: " + role}));
-    read("associatorNames", CAGE, {}, asked);
-    EXPECT_LIST(array.events(), own({opening("associatorNames", CAGE, classes),
-                                     "2: P::associatorNames: invalid params: " + row.classes[1]}));
-    read("associators", CAGE, {}, asked);
-    EXPECT_LIST(
-        array.events(),
-        own({opening("associators", CAGE, "associationClass = CIM_A; resultClass = CIM_R \n"),
-             "2: P::associators: invalid params: resultClass = CIM_R \n"}));
+    const std::string role = "role = r, resultClass = CIM_Chassis \n";
+    expectRefusal("referenceNames", "resultClass = CIM_Chassis", role);
+    expectRefusal("references", "resultClass = CIM_Chassis \n", role);
+    expectRefusal("associatorNames", row.classes[0], row.classes[1]);
+    expectRefusal("associators", ASSOCIATOR_CLASSES, "resultClass = CIM_Chassis \n");
 }
 
 // ---- Where the other end comes from ----
@@ -284,15 +263,10 @@ TEST_P(AssociationTest, ARefusedTraversalIsTracedAndLeavesTheHandlerAlone)
 /// VIEW stands for what is wanted of an instance.
 struct LookupRow : Row
 {
-    LookupRow(const Row& row, const AssociationRow& association, const CIMObjectPath& from,
-              const Texts& toFind, const Texts& toFindNames = {})
-        : Row(row), its(association), object(from), find(toFind), findNames(toFindNames)
-    {
-    }
     const AssociationRow& its;
     CIMObjectPath object;
     Texts find;
-    Texts findNames;  ///< when that is another way
+    Texts findNames = {};  ///< when that is another way
 };
 
 class LookupTest : public RowTest<LookupRow>
@@ -355,8 +329,7 @@ TEST_P(LookupTest, AssociatorNames)
 
 TEST_P(LookupTest, Associators)
 {
-    expectEvents("associators", "CIM_Chassis",
-                 "associationClass = CIM_A; resultClass = CIM_Chassis \n",
+    expectEvents("associators", "CIM_Chassis", ASSOCIATOR_CLASSES,
                  {findInstances("TF Tag"), delivered("one")});
 }
 
@@ -372,27 +345,27 @@ const Texts SENSOR_BUILT = {"cimom.getClass nobody QBX_CageSensor VIEW",
 
 // clang-format off
 const std::vector<LookupRow> LOOKUPS = {
-    LookupRow("CageOfCard", CARD_IN_CAGE, CARD,
-              {readKey("Tag", "card 0"), query("api_getFCALsNoMfg_Cached"), CAGE_FETCHED, FREED}),
-    LookupRow("CardInCage", CARD_IN_CAGE, CAGE,
-              {readKey("Tag", "cage 0"), query("api_getFCALsNoMfg_Cached"), CARD_BUILT, FREED}),
-    LookupRow("CageOfMagazine", MAGAZINE_IN_CAGE, MAGAZINE,
+    {"CageOfCard", CARD_IN_CAGE, CARD,
+              {readKey("Tag", "card 0"), query("api_getFCALsNoMfg_Cached"), CAGE_FETCHED, FREED}},
+    {"CardInCage", CARD_IN_CAGE, CAGE,
+              {readKey("Tag", "cage 0"), query("api_getFCALsNoMfg_Cached"), CARD_BUILT, FREED}},
+    {"CageOfMagazine", MAGAZINE_IN_CAGE, MAGAZINE,
               {readKey("Tag", "mag 0"), query("api_getMagazinesNoMfg_Cached"), CAGE_FETCHED,
-               FREED}),
-    LookupRow("MagazineInCage", MAGAZINE_IN_CAGE, CAGE,
+               FREED}},
+    {"MagazineInCage", MAGAZINE_IN_CAGE, CAGE,
               {readKey("Tag", "cage 0"), query("api_getMagazinesNoMfg_Cached"), MAGAZINE_BUILT,
-               FREED}),
-    LookupRow("PackageOfCage", CAGE_IN_SYSTEM, CAGE,
+               FREED}},
+    {"PackageOfCage", CAGE_IN_SYSTEM, CAGE,
               {"cimom.enumerateInstances joe QBX_SystemPackage VIEW"},
-              {"cimom.enumerateInstanceNames joe QBX_SystemPackage"}),
-    LookupRow("CageInPackage", CAGE_IN_SYSTEM, PACKAGE,
+              {"cimom.enumerateInstanceNames joe QBX_SystemPackage"}},
+    {"CageInPackage", CAGE_IN_SYSTEM, PACKAGE,
               {query("api_getCages_Cached"), CAGE_BUILT, FREED},
-              {query("api_getCagesNoMfg_Cached"), FREED}),
-    LookupRow("CageOfSensor", SENSOR_IN_CAGE, SENSOR,
+              {query("api_getCagesNoMfg_Cached"), FREED}},
+    {"CageOfSensor", SENSOR_IN_CAGE, SENSOR,
               {readKey("DeviceID", "cage 0-sensor0"), query("api_getCages_Cached"), CAGE_BUILT,
-               FREED}),
-    LookupRow("SensorInCage", SENSOR_IN_CAGE, CAGE,
-              {readKey("Tag", "cage 0"), query("api_getCages_Cached"), SENSOR_BUILT, FREED}),
+               FREED}},
+    {"SensorInCage", SENSOR_IN_CAGE, CAGE,
+              {readKey("Tag", "cage 0"), query("api_getCages_Cached"), SENSOR_BUILT, FREED}},
 };
 // clang-format on
 INSTANTIATE_TEST_SUITE_P(All, LookupTest, testing::ValuesIn(LOOKUPS), nameOfRow);
@@ -479,29 +452,21 @@ const std::vector<OtherEndRow> OTHER_ENDS = {
      {cage("cage a")}},
     {"TheTagOfACardIsCompared", CARD_IN_CAGE, card("Card 0"), {}},
     {"CardsOfACage", CARD_IN_CAGE, cage("cage a"), {card("card 0"), card("card 1")}},
-    {"CardsOfACageOfAnotherClass", CARD_IN_CAGE, CAGE_C, {}},
     {"CardsOfAnUnlistedCage", CARD_IN_CAGE, GHOST_DC1, {GHOSTS_CARD}},
-    {"CardsOfACageNamedLikeAFormat", CARD_IN_CAGE, cage("cage 100%s"), {}},
     {"AMagazineHasNoCards", CARD_IN_CAGE, magazine("cage a"), {}},
-    {"Magazine", MAGAZINE_IN_CAGE, magazine("mag 0"), {cage("cage a")}},
     {"AbsentMagazineDoesNotCount", MAGAZINE_IN_CAGE, magazine("mag 1"), {GHOST_DC3}},
-    {"UnknownMagazine", MAGAZINE_IN_CAGE, magazine("mag 9"), {}},
     {"MagazinesOfACage", MAGAZINE_IN_CAGE, cage("cage a"), {magazine("mag 0"), magazine("mag 2")}},
-    {"ACardHasNoMagazines", MAGAZINE_IN_CAGE, card("mag 0"), {}},
     {"CagesOfThePackage", CAGE_IN_SYSTEM, PACKAGE,
      {cage("cage a"), cage("cage b"), CAGE_C, cage("cage a")}},
     {"ACardIsInNoPackage", CAGE_IN_SYSTEM, card("card 0"), {}},
     {"SensorsOfTheFirstCageOfItsName", SENSOR_IN_CAGE, cage("cage a"),
      {sensor("cage a-sensor0"), sensor("cage a-sensor2")}},
-    {"CageWithoutSensors", SENSOR_IN_CAGE, cage("cage b"), {}},
-    {"CageOfATypeWithoutSensors", SENSOR_IN_CAGE, cage("cage c"), {}},
-    {"TheTagOfACageIsCompared", SENSOR_IN_CAGE, cage("Cage a"), {}},
+    {"CageOfATypeThatCarriesNone", SENSOR_IN_CAGE, cage("cage c"), {}},
     {"CageOfAnotherClassHasNoSensors", SENSOR_IN_CAGE, element("QBX_DriveCage", "cage a"), {}},
     {"Sensor", SENSOR_IN_CAGE, sensor("cage a-sensor0"), {cage("cage a")}},
     {"EmptyPlaceIsNoSensor", SENSOR_IN_CAGE, sensor("cage a-sensor1"), {}},
     {"SensorOfACageThatCarriesNone", SENSOR_IN_CAGE, sensor("cage c-sensor0"), {}},
     {"IndexOfASensorHasNoPadding", SENSOR_IN_CAGE, sensor("cage a-sensor02"), {}},
-    {"SensorWithoutDeviceID", SENSOR_IN_CAGE, pathOf("QBX_CageSensor"), {}},
     {"CageWithoutTag", SENSOR_IN_CAGE, pathOf("QBX_DriveCageDC2Family"), {}},
 };
 // clang-format on
@@ -589,6 +554,17 @@ TEST_F(SingleAssociationTest, WhatTheObjectManagerGivesIsNeitherChangedNorLost)
     its = instanceOf(CIMName("QBX_Magazine"));
     EXPECT_EQ(read("associators", CARD), "nothing");
     EXPECT_LIST(got.paths, {str(its.getPath())});
+}
+
+TEST_F(SingleAssociationTest, ACageThatCannotBeFetchedIsMissing)
+{
+    start("QBX_FCALCardInDriveCageProvider");
+    cimom.onGetInstance = [](const CIMObjectPath&) -> CIMInstance { throw 5; };
+    for (const std::string& operation : TRAVERSALS) {
+        EXPECT_EQ(read(operation, CARD), "nothing");
+        EXPECT_LIST(array.events().startingWith("handler."),
+                    {"handler.processing", "handler.complete"});
+    }
 }
 
 TEST_F(SingleAssociationTest, ACageHasItsContainerWhateverTheObjectManagerKnowsOfPackages)
