@@ -143,7 +143,7 @@ TEST_P(DriveCageMethodTest, CallsTheArray)
 }
 
 const CIMParamValue FIRMWARE = string("FileName", "/fw.bin");
-const CIMParamValue PORT_B = boolean("isporta", false);
+const CIMParamValue PORT_B = parameter("isporta", false);
 const std::string NO_FILE = "4 QBX_DriveCageProvider:Locate parameter not found: FileName";
 const std::string NO_PORT = "4 QBX_DriveCageProvider:Locate parameter not found: IsPortA";
 

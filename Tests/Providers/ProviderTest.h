@@ -25,13 +25,8 @@ extern "C" CIMProvider* PegasusCreateProvider(const String& name);
 /// list of rows knows its line.
 struct Row
 {
-    Row(const std::string& rowName, const char* rowFile = __builtin_FILE(),
-        int rowLine = __builtin_LINE())
-        : name(rowName), file(rowFile), line(rowLine)
-    {
-    }
     Row(const char* rowName, const char* rowFile = __builtin_FILE(), int rowLine = __builtin_LINE())
-        : Row(std::string(rowName), rowFile, rowLine)
+        : name(rowName), file(rowFile), line(rowLine)
     {
     }
     std::string name;
@@ -106,8 +101,6 @@ std::string thrownBy(Operation&& operation)
         return std::to_string(exception.getCode()) + " " + str(exception.getMessage());
     } catch (const Exception& exception) {
         return str(exception.getMessage());
-    } catch (const std::exception& exception) {
-        return exception.what();
     } catch (...) {
         return "no exception";
     }
@@ -190,10 +183,6 @@ CIMParamValue parameter(const char* name, const Value& value)
     return {name, CIMValue(value)};
 }
 inline CIMParamValue uint16(const char* name, Uint16 value)
-{
-    return parameter(name, value);
-}
-inline CIMParamValue boolean(const char* name, bool value)
 {
     return parameter(name, value);
 }
@@ -344,8 +333,6 @@ public:
     /// The answers: at first one instance that has no host and namespace, as the server's have, of
     /// what is asked for, or a path with the key Tag "package".
     std::function<CIMInstance(const CIMObjectPath&)> onGetInstance = withPath;
-    std::function<Array<CIMInstance>(const CIMName&)> onEnumerateInstances =
-        [](const CIMName& name) { return Array<CIMInstance>(1, withPath(packageOf(name))); };
     std::function<Array<CIMObjectPath>(const CIMName&)> onEnumerateInstanceNames =
         [](const CIMName& name) { return Array<CIMObjectPath>(1, packageOf(name)); };
     ///@}
@@ -371,7 +358,7 @@ public:
     {
         note("enumerateInstances", context,
              str(className) + (deep ? " deep" : "") + viewText(view));
-        return onEnumerateInstances(className);
+        return Array<CIMInstance>(1, withPath(packageOf(className)));
     }
 
     Array<CIMObjectPath> enumerateInstanceNames(const OperationContext& context,

@@ -69,10 +69,9 @@ inline std::vector<Request> allReads()
 {
     std::vector<Request> requests;
     const auto add = [&](const ProviderRow& its, const char* operation, const CIMObjectPath& of) {
-        requests.push_back({{its.name + "_" + operation + "_" + str(of.getClassName()).substr(4)},
-                            its.name,
-                            operation,
-                            of});
+        const std::string name =
+            its.name + "_" + operation + "_" + str(of.getClassName()).substr(4);
+        requests.push_back({name.c_str(), its.name, operation, of});
     };
     for (const ProviderRow& its : PROVIDERS) {
         for (const char* operation :
@@ -89,9 +88,9 @@ inline std::vector<Request> allReads()
 
 /// Each change that a provider supports.
 inline const Parameters FIRMWARE_TO_PORT_A = {string("FileName", "/missing"),
-                                              boolean("IsPortA", true)};
+                                              parameter("IsPortA", true)};
 inline const Parameters LOCATION = {string("Location", "Row5")};
-inline const Parameters OFF_LOOP_ON_ALL_PORTS = {boolean("IsOnloop", false)};
+inline const Parameters OFF_LOOP_ON_ALL_PORTS = {parameter("IsOnloop", false)};
 inline const Parameters FIRST_PORT = {uint16("Port", 0)};
 
 inline const std::vector<Request> CHANGES = {
