@@ -281,6 +281,7 @@ protected:
                 work, "4: <--P::" + name + "\n"};
     }
 
+    /// The step that finds instances.
     Texts findInstances(const std::string& view) const
     {
         Texts work = row.find;
@@ -290,47 +291,26 @@ protected:
         }
         return step(row.its.steps[1], work);
     }
-
-    Texts findNames() const
-    {
-        return step(row.its.steps[0], row.findNames.empty() ? findInstances("FF") : row.findNames);
-    }
-
-    void expectEvents(const std::string& operation, const std::string& resultClass,
-                      const std::string& classes, const Texts& work)
-    {
-        EXPECT_EQ(read(operation, row.object, WANTED, {"", "", resultClass, "CIM_A"}), "nothing");
-        EXPECT_LIST(array.events(), own({opening(operation, row.object, classes), work,
-                                         "4: <--P::" + operation + "\n"}));
-    }
 };
-
-TEST_P(LookupTest, ReferenceNames)
-{
-    const std::string asked = row.its.referenceClasses[0];
-    expectEvents("referenceNames", asked, "resultClass = " + asked,
-                 {findNames(), delivered("one")});
-}
 
 TEST_P(LookupTest, References)
 {
     const std::string asked = row.its.referenceClasses[0];
-    expectEvents(
-        "references", asked, "resultClass = " + asked + " \n",
-        {findNames(), "handler.processing", "cimom.getClass nobody " + row.its.name + " TF Tag",
-         SKELETON, "handler.deliver one", "handler.complete"});
-}
-
-TEST_P(LookupTest, AssociatorNames)
-{
-    expectEvents("associatorNames", "CIM_Chassis", row.its.classes[0],
-                 {findNames(), delivered("one")});
+    EXPECT_EQ(read("references", row.object, WANTED, {"", "", asked, ""}), "nothing");
+    EXPECT_LIST(
+        array.events(),
+        own({opening("references", row.object, "resultClass = " + asked + " \n"),
+             step(row.its.steps[0], row.findNames.empty() ? findInstances("FF") : row.findNames),
+             "handler.processing", "cimom.getClass nobody " + row.its.name + " TF Tag", SKELETON,
+             "handler.deliver one", "handler.complete", "4: <--P::references\n"}));
 }
 
 TEST_P(LookupTest, Associators)
 {
-    expectEvents("associators", "CIM_Chassis", ASSOCIATOR_CLASSES,
-                 {findInstances("TF Tag"), delivered("one")});
+    EXPECT_EQ(read("associators", row.object, WANTED, {"", "", "CIM_Chassis", "CIM_A"}), "nothing");
+    EXPECT_LIST(array.events(),
+                own({opening("associators", row.object, ASSOCIATOR_CLASSES),
+                     findInstances("TF Tag"), delivered("one"), "4: <--P::associators\n"}));
 }
 
 const std::string CAGE_FETCHED = "cimom.getInstance joe " + str(CAGE) + " VIEW";
@@ -443,6 +423,7 @@ TEST_P(OtherEndTest, IsReachedByEveryTraversal)
         EXPECT_LIST(array.events().startingWith("handler."),
                     {"handler.processing", Texts(others.size(), "handler.deliver one"),
                      "handler.complete"});
+        EXPECT_EQ(array.events().back(), own({"4: <--P::" + operation + "\n"})[0]);
     }
 }
 

@@ -242,14 +242,6 @@ TEST_F(ToolkitTest, AQuotedReferenceMatchesTheReference)
     EXPECT_FALSE(QBX_Common::matchObjectPath(CIMObjectPath(), reference));
 }
 
-TEST_F(ToolkitTest, IsPartOfArrayComparesNamesWithoutCase)
-{
-    const Array<CIMName> names(1, CIMName("QBX_DriveCage"));
-    EXPECT_TRUE(QBX_Common::isPartOfArray(CIMName("qbx_drivecage"), names));
-    EXPECT_FALSE(QBX_Common::isPartOfArray(CIMName("QBX_DriveCages"), names));
-    EXPECT_FALSE(QBX_Common::isPartOfArray(CIMName("QBX_DriveCage"), Array<CIMName>()));
-}
-
 // ---- Associations ----
 
 const CIMName ASSOCIATION("QBX_InterfaceCardInDriveCage");
@@ -292,15 +284,6 @@ TEST_F(ToolkitTest, AssociationInstancesHoldTheReferencesThatTheirClassHas)
                                               "root/qbx");
     EXPECT_EQ(valueOf(instance, group), R"(//h/root/qbx:C.T="a")");
     EXPECT_EQ(instance.getPath().getKeyBindings().size(), 3u);
-}
-
-TEST_F(ToolkitTest, NothingCanReferToAPathWithoutClass)
-{
-    CIMClass cimClass = storedClass(ASSOCIATION);
-    EXPECT_THROW(QBX_Common::buildAssocInstance(ASSOCIATION, "A", "B", CIMObjectPath(), C, cimClass,
-                                                "h", "root/qbx"),
-                 MalformedObjectNameException);
-    EXPECT_LIST(array.events(), SKELETON);
 }
 
 // ---- Node address and system objects ----
