@@ -13,6 +13,7 @@
 #include <Pegasus/Provider/CIMMethodProvider.h>
 
 #include <memory>
+#include <regex>
 #include <stdexcept>
 
 using namespace Pegasus;
@@ -467,10 +468,8 @@ protected:
     /// The events, in which "P::" stands for the name of the provider that was started.
     Texts own(Texts events) const
     {
-        for (std::string& event : events) {
-            for (std::size_t at = 0; (at = event.find("P::", at)) != std::string::npos;)
-                event.replace(at, 1, _name);
-        }
+        for (std::string& event : events)
+            event = std::regex_replace(event, std::regex("P::"), _name + "::");
         return events;
     }
 
