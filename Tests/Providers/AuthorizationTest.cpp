@@ -106,7 +106,6 @@ int allocatedFromStoragePool(const String& user, const Array<CIMParamValue>& key
 const char VOLUME[] = "QBX_StorageVolume";
 const char POOL[] = "QBX_DynamicStoragePool";
 const CIMParamValue MODE = uint16("mode", 65535);
-const CIMParamValue NO_ELEMENT = null("TheElement", CIMTYPE_REFERENCE);
 const CIMParamValue SIZE = parameter("SIZE", Uint64(1));
 const CIMParamValue ELEMENT_NAME = string("elementname", "");
 const CIMParamValue GROUP_REFERENCE = reference("TARGETGROUP", "QBX_ReplicationGroup");
@@ -228,10 +227,11 @@ const std::vector<AuthorizationRow> CONFIGURATION = {
     {"SetVolume", SET_VOLUME, {ELEMENT_NAME, reference("TheElement", VOLUME)},
      {ELEMENT + "setvolume"}},
     {"GrowAndSetVolume", SET_VOLUME,
-     {uint16("ElementName", 0), reference("TheElement", VOLUME), string("Size", "")},
+     {reference("ElementName", ""), reference("TheElement", VOLUME), string("Size", "")},
      {ELEMENT + "growvolume", ELEMENT + "setvolume"}},
 
-    {"DeleteNothing", DELETE_VOLUME, {NO_ELEMENT}, {}},
+    {"DeleteNullElements", DELETE_VOLUME,
+     {null("TheElements", CIMTYPE_REFERENCE, true), reference("TheElement", VOLUME)}, {RETURN}},
     {"DeleteVolume", DELETE_VOLUME, {reference("theELEMENT", "qbx_SomeStoragevolume")}, {RETURN}},
     {"DeleteOfAnotherPrefix", DELETE_VOLUME, {reference("TheElement", "XYZ_StorageVolume")}, {}},
     {"DeleteOneAndOthers", DELETE_VOLUME,

@@ -35,6 +35,7 @@ struct ProviderRow : Row
 {
     CIMObjectPath object;             ///< an instance of its class
     std::vector<CIMObjectPath> ends;  ///< of an association: what it associates
+    Texts initialize;                 ///< the events of its initialization
 
     bool isAssociation() const { return !ends.empty(); }
     std::string className() const { return str(object.getClassName()); }
@@ -42,16 +43,27 @@ struct ProviderRow : Row
     std::string key() const { return name == "QBX_CageSensorProvider" ? "DeviceID" : "Tag"; }
 };
 
+inline const std::string UNLOAD = "cimom.disallowProviderUnload";
+inline const Texts ELEMENTS_START = {"4: --> P::initialize()\n", UNLOAD, "4: <--P::initialize()\n"};
+inline const Texts ASSOCIATION_STARTS = {"4: --> P::initialize(cimom)\n)", UNLOAD,
+                                         "4: <-- P::initialize(cimom)\n)"};
+
+// clang-format off
 inline const std::vector<ProviderRow> PROVIDERS = {
-    {"QBX_DriveCageProvider", CAGE, {}},
-    {"QBX_FCALCardProvider", CARD, {}},
-    {"QBX_MagazineProvider", MAGAZINE, {}},
-    {"QBX_CageSensorProvider", SENSOR, {}},
-    {"QBX_FCALCardInDriveCageProvider", CARD_IN_CAGE_PATH, {CAGE, CARD}},
-    {"QBX_MagazineInDriveCageProvider", MAGAZINE_IN_CAGE_PATH, {CAGE, MAGAZINE}},
-    {"QBX_SysCageContainerProvider", CAGE_IN_SYSTEM_PATH, {CAGE, PACKAGE}},
-    {"QBX_SensorInDriveCageProvider", SENSOR_IN_CAGE_PATH, {CAGE, SENSOR}},
+    {"QBX_DriveCageProvider", CAGE, {}, {UNLOAD, "4: -->P::initialize()\n"}},
+    {"QBX_FCALCardProvider", CARD, {}, ELEMENTS_START},
+    {"QBX_MagazineProvider", MAGAZINE, {}, ELEMENTS_START},
+    {"QBX_CageSensorProvider", SENSOR, {}, ELEMENTS_START},
+    {"QBX_FCALCardInDriveCageProvider", CARD_IN_CAGE_PATH, {CAGE, CARD}, ASSOCIATION_STARTS},
+    {"QBX_MagazineInDriveCageProvider", MAGAZINE_IN_CAGE_PATH, {CAGE, MAGAZINE},
+     ASSOCIATION_STARTS},
+    {"QBX_SysCageContainerProvider", CAGE_IN_SYSTEM_PATH, {CAGE, PACKAGE},
+     {"4: --> P::initialize(cimom)\n)", "4: -->QBX_Common::enumerateInstanceNames()\n",
+      "cimom.enumerateInstanceNames nobody QBX_SystemPackage",
+      "4: <--QBX_Common::enumerateInstanceNames()\n", UNLOAD, "4: <-- P::initialize(cimom)\n)"}},
+    {"QBX_SensorInDriveCageProvider", SENSOR_IN_CAGE_PATH, {CAGE, SENSOR}, ASSOCIATION_STARTS},
 };
+// clang-format on
 
 /// A request to a provider: a read, a method call with the method and its parameters, or a
 /// modification of properties.
