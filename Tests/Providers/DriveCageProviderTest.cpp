@@ -133,9 +133,7 @@ TEST_F(DriveCageProviderTest, GetInstanceNamesTheFirstOfSeveralTagsInItsMessage)
 
 // ---- Methods ----
 
-class DriveCageMethodTest : public MethodTest
-{
-};
+using DriveCageMethodTest = MethodTest;
 
 TEST_P(DriveCageMethodTest, CallsTheArray)
 {

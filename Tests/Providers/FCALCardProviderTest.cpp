@@ -181,21 +181,14 @@ INSTANTIATE_TEST_SUITE_P(FCALCard, NodePortTest, testing::ValuesIn(NODE_PORTS), 
 
 // ---- Methods ----
 
-class FCALCardMethodTest : public MethodTest
-{
-protected:
-    const std::string lookup = R"(api_findCageNameForFCAL("card 0") = 0)";
-};
-
-TEST_P(FCALCardMethodTest, CallsTheArray)
-{
-    expectOutcome("QBX_FCALCardProvider", CARD, lookup);
-}
+using FCALCardMethodTest = MethodTest;
 
 TEST_P(FCALCardMethodTest, CallsTheArrayForACardOfAnyOtherFamilyThanDC3)
 {
-    for (const char* className : {"QBX_CageInterfaceCard", "qbx_cageINTERFACECardDC1Family"})
-        expectOutcome("QBX_FCALCardProvider", element(className, "card 0"), lookup);
+    for (const char* className : {"QBX_CageInterfaceCard", "qbx_cageINTERFACECardDC1Family",
+                                  "QBX_CageInterfaceCardDC2Family"})
+        expectOutcome("QBX_FCALCardProvider", element(className, "card 0"),
+                      R"(api_findCageNameForFCAL("card 0") = 0)");
 }
 
 const CIMParamValue PORT_1 = uint16("Port", 1);

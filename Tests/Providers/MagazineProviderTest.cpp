@@ -81,9 +81,7 @@ TEST_F(MagazineProviderTest, AnAbsentMagazineIsNeitherListedNorFound)
 
 // ---- Methods ----
 
-class MagazineMethodTest : public MethodTest
-{
-};
+using MagazineMethodTest = MethodTest;
 
 TEST_P(MagazineMethodTest, CallsTheArray)
 {
