@@ -171,7 +171,7 @@ TEST_P(ThreadTest, RequestsOfSeveralThreadsAreAnsweredAlike)
         if (request.provider != row.name) continue;
         EXPECT_EQ(read(request.operation, request.object), "nothing");
         threads.emplace_back([this, request, expected = got.paths] {
-            for (int i = 0; i < 5; ++i) {
+            for (int i = 0; i < 20; ++i) {
                 Handler handler;
                 sendRead(request.operation, request.object, {}, {}, handler);
                 EXPECT_LIST(handler.paths, expected);
