@@ -214,6 +214,10 @@ const std::vector<PathsRow> PATHS = {
      R"(root/qbx:A.R="root/qbx:C.T=\"a b\"")", true},
     {"ReferenceTexts", R"(root/qbx:A.R="//h1/root/qbx:C.T=\"a b\"")",
      R"(root/qbx:A.R="//h2/root/qbx:C.T=\"a c\"")", false},
+    {"ReferenceKeyOrder", R"(root/qbx:A.R="root/qbx:C.K=\"1\",J=\"2\"")",
+     R"(root/qbx:A.R="root/qbx:C.J=\"2\",K=\"1\"")", true},
+    {"ReferenceCaseOfTexts", R"(root/qbx:A.R="//h1/root/qbx:C.T=\"a\"")",
+     R"(root/qbx:A.R="//h2/root/qbx:C.T=\"A\"")", false},
     {"ReferenceCaseOfNames", R"(root/qbx:A.R="//h1/root/qbx:C.T=\"a\"")",
      R"(root/qbx:A.R="//h2/ROOT/qbx:c.T=\"a\"")", true},
 };
