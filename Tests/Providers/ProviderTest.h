@@ -92,7 +92,7 @@ inline Texts propertiesOf(const CIMInstance& instance)
 }
 
 /// What an operation throws: "CODE MESSAGE" for a CIM exception, the message for another of the
-/// library's or the language's, "no exception" for what is neither; "nothing" when it returns.
+/// library's, "no exception" for what is neither; "nothing" when it returns.
 template <class Operation>
 std::string thrownBy(Operation&& operation)
 {
