@@ -111,6 +111,9 @@ class Proxy:
 class ServerTest(Test):
     """Tests with one server; each writes the array that it wants, or acts on elements of its own."""
 
+    server: Server
+    url: str
+
     @classmethod
     def setUpClass(cls):
         cls.server = Server(os.environ["QBX_BUILD"])
@@ -131,7 +134,7 @@ class Documents(Test):
 
     def test_version_is_that_of_the_project(self):
         project = (ROOT / "CMakeLists.txt").read_text()
-        version = re.search(r"project\(\w+ VERSION (\S+)", project)[1]
+        (version,) = re.findall(r"project\(\w+ VERSION (\S+)", project)
         self.assertEqual(run("--version").stdout, f"qbx-enclosure {version}\n")
 
 
@@ -330,21 +333,29 @@ class Actions(ServerTest):
         self.assertEqual(actual, status)
 
 
+class WebServer(http.server.BaseHTTPRequestHandler):
+    """Knows no methods at all."""
+
+    def log_message(self, *_):
+        """Logs nothing."""
+
+
 class Errors(ServerTest):
     """Each is one line, without a password in it."""
+
+    places: dict
 
     @classmethod
     def setUpClass(cls):
         super().setUpClass()
         keep = cls.enterClassContext
         silent = keep(socket.create_server(("127.0.0.1", 0))).getsockname()[1]
-        web = http.server.HTTPServer(("127.0.0.1", 0), http.server.BaseHTTPRequestHandler)
-        web.RequestHandlerClass.log_message = lambda *_: None
+        web = http.server.HTTPServer(("127.0.0.1", 0), WebServer)
         threading.Thread(target=web.serve_forever, daemon=True).start()
         key, cert = cls.server.folder / "key", cls.server.folder / "cert"
-        make = "openssl req -x509 -newkey rsa:2048 -nodes -subj /CN=127.0.0.1 -addext"
-        make = [*make.split(), "subjectAltName=IP:127.0.0.1", "-keyout", key, "-out", cert]
-        subprocess.run(make, check=True, capture_output=True)
+        make = "req -x509 -newkey rsa:2048 -nodes -subj /CN=127.0.0.1 -addext subjectAltName=IP:127.0.0.1"
+        command = ["openssl", *make.split(), "-keyout", str(key), "-out", str(cert)]
+        subprocess.run(command, check=True, capture_output=True)
         tls = keep(started("--no-auth", "--cert", cert, "--key", key))[1]
         here = "127.0.0.1"
         cls.places = {"SILENT": f"{here}:{silent}", "WEB": f"{here}:{web.server_port}",
@@ -401,12 +412,13 @@ class Metrics(ServerTest):
         options = ("--port", place.partition(":")[2], "--interval", "86400")
         command = [sys.executable, PROGRAM, proxy.url, "metrics", *options]
         with subprocess.Popen(command, stdout=subprocess.PIPE, text=True) as process:
+            assert process.stdout
             self.assertEqual(process.stdout.readline(), f"ready: http://{place}/metrics\n")
             scrapes = [urllib.request.urlopen(f"http://{place}/metrics").read() for _ in range(5)]
             process.terminate()
         self.assertEqual(proxy.operations, READ_SCHEMA + READ_ELEMENTS)
-        age = [float(re.search(rb"(?m)^qbx_poll_age_seconds (.*)$", each)[1]) for each in scrapes]
-        self.assertTrue(0 < age[0] < age[-1], age)
+        ages = [float(each) for each in re.findall(rb"(?m)^qbx_poll_age_seconds (.*)$", b"".join(scrapes))]
+        self.assertTrue(0 < ages[0] < ages[-1], ages)
         hot = 'cage="cage1",id="cage1-sensor6",sensor="Exhaust temperature",unit="C"'
         for line in ("qbx_up 1.0", f"qbx_sensor_reading{{{hot}}} 58.0",
                      'qbx_problems{cage="cage1"} 3.0', f"qbx_sensor_high_limit{{{hot}}} 55.0"):
@@ -482,8 +494,8 @@ class OddTexts(ServerTest):
         options = ["--headless", "--no-sandbox", "--disable-gpu", "--window-size=1280,1000", "--dump-dom"]
         command = [browser, *options, f"--user-data-dir={page.parent}", page.as_uri()]
         done = subprocess.run(command, capture_output=True, text=True, timeout=1200)
-        seen = json.loads(re.search("<title>(.*?)</title>", done.stdout)[1])
-        self.assertEqual(seen, [True, [], True, boxes])
+        seen, *_ = re.findall("<title>(.*?)</title>", done.stdout)
+        self.assertEqual(json.loads(seen), [True, [], True, boxes])
 
 
 if __name__ == "__main__":
