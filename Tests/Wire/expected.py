@@ -16,7 +16,6 @@ Element = collections.namedtuple("Element", "path cage complete values")
 SYSTEM = "QBX-1000001"
 BAD = "\ufffd"  # for a byte that is no UTF-8, and for each byte of a character that XML forbids
 HOSTILE = "h" + 6 * BAD  # the cage of hostile texts
-ABSENT = "mag0-2"
 
 
 def path(name, tag):
