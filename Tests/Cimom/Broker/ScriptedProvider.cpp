@@ -103,23 +103,18 @@ std::string word(const CIMName& method, const Array<CIMParamValue>& in)
 }
 
 // What is delivered where nothing is set.
-void deliver(InstanceResponseHandler& handler, const std::string& path)
+template <class Handler>
+void deliverOne(Handler& handler, const std::string& path)
 {
-    handler.deliver(instanceOf(path));
+    if constexpr (std::is_same_v<Handler, InstanceResponseHandler>)
+        handler.deliver(instanceOf(path));
+    else if constexpr (std::is_same_v<Handler, ObjectResponseHandler>)
+        handler.deliver(CIMObject(instanceOf(path)));
+    else if constexpr (std::is_same_v<Handler, ObjectPathResponseHandler>)
+        handler.deliver(CIMObjectPath(toString(path)));
+    else if constexpr (std::is_same_v<Handler, MethodResultResponseHandler>)
+        handler.deliver(CIMValue(Uint32(0)));
 }
-void deliver(ObjectResponseHandler& handler, const std::string& path)
-{
-    handler.deliver(CIMObject(instanceOf(path)));
-}
-void deliver(ObjectPathResponseHandler& handler, const std::string& path)
-{
-    handler.deliver(CIMObjectPath(toString(path)));
-}
-void deliver(MethodResultResponseHandler& handler, const std::string&)
-{
-    handler.deliver(CIMValue(Uint32(0)));
-}
-void deliver(ResponseHandler&, const std::string&) {}
 
 class Bare : public CIMProvider
 {
@@ -221,7 +216,7 @@ private:
         record(calls, name_ + " " + call + (user.size() == 0 ? "" : " by " + toUtf8(user)));
         if (behavior) return behavior(handler);
         handler.processing();
-        deliver(handler, toUtf8(served.getString()) + ".Id=1");
+        deliverOne(handler, toUtf8(served.getString()) + ".Id=1");
         handler.complete();
     }
 

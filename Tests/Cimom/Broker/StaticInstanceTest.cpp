@@ -94,13 +94,6 @@ TEST_F(WritableInstances, AreDeleted)
         << "it is one of T_StaticSub";
 }
 
-TEST_F(WritableInstances, TakeOneProperty)
-{
-    const CIMObjectPath path(first);
-    broker->setProperty(me, test, path, "Text", CIMValue(String("g")));
-    EXPECT_EQ(text(broker->getProperty(me, test, path, "text")), "string=g");
-}
-
 TEST_F(WritableInstances, AreNotThoseOfTheInteropNamespace)
 {
     const std::string registered = "PG_ProviderModule.Name=\"Scripted\"";
@@ -165,16 +158,6 @@ const Modification modifications[] = {
      {textA, undeclared},
      {},
      "CIM_ERR_NO_SUCH_PROPERTY: More",
-     "string=before"},
-    {"RejectsUndeclaredPropertyInTheList",
-     {textA},
-     listOf({"Text", "More"}),
-     "CIM_ERR_NO_SUCH_PROPERTY: More",
-     "string=before"},
-    {"RejectsAnotherType",
-     {{"Text", Uint8(1)}},
-     {},
-     "CIM_ERR_INVALID_PARAMETER: class T_Static has no property Text of this type",
      "string=before"},
 };
 INSTANTIATE_TEST_SUITE_P(By, ModifyStaticInstance, ::testing::ValuesIn(modifications), NameOfRow());

@@ -147,12 +147,6 @@ TEST_F(SchemaOperation, GetQualifierReturnsTheDeclaration)
                      "PARAMETER=true INDICATION=true"}));
 }
 
-TEST_F(SchemaOperation, EnumerateQualifiersReturnsDeclarationsInTheirOrder)
-{
-    EXPECT_EQ(namesOf(send(intrinsic("EnumerateQualifiers")).response, "QUALIFIER.DECLARATION"),
-              (Lines{"Abstract", "Association", "Key", "Note", "Values"}));
-}
-
 TEST_F(SchemaOperation, RejectsUnknownNames)
 {
     const auto error = [this](const char* operation, const std::string& parameters,

@@ -228,10 +228,10 @@ struct Writer
     }
 
     static Json show(const Char16& unit) { return Uint16(unit); }
-    static Json show(const CIMName& x) { return x.isNull() ? Json() : show(x.getString()); }
-    static Json show(const CIMNamespaceName& x)
+    template <class Name, class = decltype(&Name::legal)>  // CIMName or CIMNamespaceName
+    static Json show(const Name& name)
     {
-        return x.isNull() ? Json() : show(x.getString());
+        return name.isNull() ? Json() : show(name.getString());
     }
     static Json show(const CIMProperty& property) { return show(CIMConstProperty(property)); }
     static Json show(const CIMObject& object) { return {{"instance", show(CIMInstance(object))}}; }
