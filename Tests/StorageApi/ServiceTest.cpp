@@ -114,16 +114,6 @@ TEST_F(ServiceTest, FaultKeepsTheCallFromItsWork)
     }
 }
 
-TEST_F(ServiceTest, FaultOfTheHeaderComesBeforeThatOfTheFile)
-{
-    serveFaults(R"([{"operation": "cim_sem_wait", "code": 5}])");
-    qbxsim_failCall("cim_sem_wait", 2, 9);
-    EXPECT_EQ(cim_sem_wait(), 5);
-    EXPECT_EQ(cim_sem_wait(), 9);
-    qbxsim_reset();
-    EXPECT_EQ(cim_sem_wait() + cim_sem_wait(), 10) << "a reset forgets faults";
-}
-
 // ---- Queries ----
 
 TEST_F(ServiceTest, AnswersOnlyCachedQueriesFromTheCacheUntilItsTimeIsOver)

@@ -67,7 +67,6 @@ const InstanceDelivery instanceDeliveries[] = {
     {"OneAndAnArray", {{Deliver, DeliverArrayOfTwo, Complete}}, tooMany, {one, two, two}},
     {"ArrayOnly", {{DeliverArrayOfTwo, Complete}}, tooMany, {one, one}},
     {"WithoutComplete", {{Deliver}}, "", {}},
-    {"Nothing", {{}}, "", {}},
     {"CompleteOnly", {{Complete}}, tooFew, {}},
     {"CompleteOnlyAndCatch", {{CompleteAndCatch}}, "CIM_ERR_NOT_FOUND", {}},
     {"CompleteTwice", {{Deliver, Complete, Complete}}, tooFew, {one}},

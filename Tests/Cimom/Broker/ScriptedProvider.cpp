@@ -8,6 +8,7 @@
 
 #include <map>
 #include <mutex>
+#include <type_traits>
 
 PEGASUS_USING_PEGASUS;
 
@@ -75,10 +76,6 @@ void record(Lines& lines, const std::string& line)
 std::string word(const std::string& name, const String& value)
 {
     return value.size() == 0 ? "" : " " + name + "=" + toUtf8(value);
-}
-std::string word(const std::string& name, const CIMName& value)
-{
-    return word(name, value.getString());
 }
 std::string word(const CIMPropertyList& list)
 {
@@ -191,21 +188,26 @@ public:
     void references(Ctx c, Path p, Name association, Text role, bool q, bool o, List l,
                     ObjectResponseHandler& h) override
     {
-        const std::string filters = word("ResultClass", association) + word("Role", role);
-        run(c, association, does_.onObjects, h, "references " + text(p) + filters + view(q, o, l));
+        run(c, association, does_.onObjects, h,
+            "references " + text(p) + narrowed(association, role) + view(q, o, l));
     }
     void referenceNames(Ctx c, Path p, Name association, Text role,
                         ObjectPathResponseHandler& h) override
     {
-        const std::string filters = word("ResultClass", association) + word("Role", role);
-        run(c, association, does_.onPaths, h, "referenceNames " + text(p) + filters);
+        run(c, association, does_.onPaths, h,
+            "referenceNames " + text(p) + narrowed(association, role));
     }
 
 private:
+    static std::string narrowed(Name association, Text role)
+    {
+        return word("ResultClass", association.getString()) + word("Role", role);
+    }
     static std::string narrowed(Name association, Name resultClass, Text role, Text resultRole)
     {
-        return word("AssocClass", association) + word("ResultClass", resultClass) +
-               word("Role", role) + word("ResultRole", resultRole);
+        return word("AssocClass", association.getString()) +
+               word("ResultClass", resultClass.getString()) + word("Role", role) +
+               word("ResultRole", resultRole);
     }
 
     template <class Handler>

@@ -59,6 +59,8 @@ const MalformedContent malformedContents[] = {
     {"PropertyTwice", property("TYPE='string'") + "<PROPERTY NAME='p' TYPE='string'/>",
      "property \"p\""},
     {"PropertyWithoutName", "<PROPERTY TYPE='string'/>", "missing PROPERTY.NAME attribute"},
+    {"PropertyOfNoName", "<PROPERTY NAME='a b' TYPE='string'/>",
+     "Illegal value for PROPERTY.NAME attribute"},
     {"PropertyOfUnknownType", property("TYPE='int'"), "Illegal value for PROPERTY.TYPE attribute"},
     {"ArrayWithNull", array("<VALUE.ARRAY><VALUE.NULL/></VALUE.ARRAY>"),
      "Unexpected VALUE.NULL element in VALUE.ARRAY element"},

@@ -51,10 +51,6 @@ protected:
             intrinsic("GetQualifier", parameter("QualifierName", value(name)));
         return lines(the(send(request).response, "QUALIFIER.DECLARATION"));
     }
-    Lines classNames(const std::string& parameters)
-    {
-        return namesOf(send(intrinsic("EnumerateClassNames", parameters)).response, "CLASSNAME");
-    }
 };
 
 TEST_F(SchemaOperation, GetClassReturnsWhatTheClassDeclaresItselfWithQualifiers)
@@ -121,15 +117,6 @@ TEST_F(SchemaOperation, EnumerateClassesReturnsSubclassesAsAsked)
               "PROPERTY NAME=L CLASSORIGIN=T_Leaf TYPE=string = l");
     EXPECT_EQ(send(intrinsic("EnumerateClasses", className("T_Leaf"))).response.children.size(),
               0U);
-}
-
-TEST_F(SchemaOperation, EnumerateClassNamesReturnsSubclassesInSchemaOrder)
-{
-    EXPECT_EQ(classNames(className("t_BASE")), (Lines{"T_Mid", "T_Side"}));
-    EXPECT_EQ(classNames(className("T_Base") + flag("DeepInheritance")),
-              (Lines{"T_Mid", "T_Leaf", "T_Side"}));
-    EXPECT_EQ(classNames("").at(1), "T_Static") << "the second class without superclass";
-    EXPECT_EQ(classNames(flag("DeepInheritance")).at(1), "T_Mid");
 }
 
 TEST_F(SchemaOperation, GetQualifierReturnsTheDeclaration)

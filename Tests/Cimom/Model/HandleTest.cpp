@@ -132,6 +132,11 @@ TEST(String, ThrowsBeyondItsEndAndForNull)
     EXPECT_THROW(String(static_cast<const char*>(nullptr)), Exception);
 }
 
+TEST(String, ReplacesWhatIsNoCharacter)
+{
+    EXPECT_EQ(String("\xEF\xBF\xBE"), String("\xEF\xBF\xBD"));  // U+FFFE
+}
+
 // Each thread has its own copies; that these share what they hold must not show.
 TEST(Handle, MayBeCopiedAndItsKeysSortedByManyThreads)
 {

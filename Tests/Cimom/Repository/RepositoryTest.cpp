@@ -75,13 +75,6 @@ inherited [Key(TRUE)] T_Leaf REF B of T_Link
 )");
 }
 
-TEST_F(Inheritance, MakesAnAssociationOfASubclass)
-{
-    const ClassPtr made = classOf("class T : T_Link { string Note; };");
-    EXPECT_TRUE(made->isAssociation());
-    EXPECT_FALSE(made->isAbstract());
-}
-
 TEST_F(Inheritance, LetsAKeyComeWithAnOverrideBelowAClassWithoutKeys)
 {
     EXPECT_EQ(lines(classOf(R"(class T_NoKeys { string Id; };
