@@ -118,11 +118,7 @@ struct Modification : Row
     std::string text;
 };
 
-class ModifyStaticInstance : public WritableInstances,
-                             public ::testing::WithParamInterface<Modification>
-{
-    const ::testing::ScopedTrace row_{GetParam().file, GetParam().line, GetParam().name};
-};
+using ModifyStaticInstance = BrokerTableTest<Modification, WritableInstances>;
 
 TEST_P(ModifyStaticInstance, ChangesAllOrNothing)
 {

@@ -20,8 +20,7 @@ std::string typeAndValues(const XmlElement& property)
 }
 
 /// Runs with a provider that delivers instances of T_Leaf.
-template <class Base>
-class EncodingBase : public Base
+class Encoding : public ServiceTest
 {
 protected:
     /// The reply with these instances.
@@ -29,11 +28,16 @@ protected:
     {
         scripted::provider("Leaf").onInstances = scripted::delivering<CIMInstance>(instances);
         const std::string origins = flag("IncludeClassOrigin");
-        return this->send(intrinsic("EnumerateInstances", className("T_Leaf") + origins));
+        return send(intrinsic("EnumerateInstances", className("T_Leaf") + origins));
     }
     Reply written(const CIMValue& value)
     {
         return written(std::vector<CIMInstance>{instanceOf("T_Leaf.Id=1", {{"P", value}})});
+    }
+    /// The element of a property with that value.
+    XmlElement property(const CIMValue& value)
+    {
+        return the(written(value).response, "INSTANCE").children.at(0);
     }
 };
 
@@ -46,7 +50,7 @@ struct WrittenValue : Row
     std::string written;
 };
 
-using PropertyValue = EncodingBase<ServiceTableTest<WrittenValue>>;
+using PropertyValue = BrokerTableTest<WrittenValue, Encoding>;
 
 TEST_P(PropertyValue, IsWrittenWithItsTypeAndReadAsWritten)
 {
@@ -109,16 +113,6 @@ const WrittenValue writtenValues[] = {
      ".ARRAY string [" + innerText + "]"},
 };
 INSTANTIATE_TEST_SUITE_P(Of, PropertyValue, ::testing::ValuesIn(writtenValues), NameOfRow());
-
-class Encoding : public EncodingBase<ServiceTest>
-{
-protected:
-    /// The element of a property with that value.
-    XmlElement property(const CIMValue& value)
-    {
-        return the(written(value).response, "INSTANCE").children.at(0);
-    }
-};
 
 TEST_F(Encoding, EscapesWhatReadersDoNotTakeAsItIs)
 {
