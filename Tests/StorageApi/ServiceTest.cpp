@@ -133,11 +133,11 @@ TEST_F(ServiceTest, AnswersOnlyCachedQueriesFromTheCacheUntilItsTimeIsOver)
     EXPECT_EQ(firstCage(), "new");
 }
 
-TEST_F(ServiceTest, RefusesAListThatIsNotZeroed)
+TEST_F(ServiceTest, RefusesNullArgumentsAndListsThatAreNotZeroed)
 {
     api_CageList_t list = {7, nullptr};
     EXPECT_EQ(api_getCages_Cached(0, &list), QBXSIM_BAD_ARGUMENT);
-    EXPECT_EQ(api_getCages_Cached(0, nullptr), QBXSIM_BAD_ARGUMENT);
+    EXPECT_EQ(api_locateCage(nullptr, 1), QBXSIM_BAD_ARGUMENT);
 }
 
 TEST_F(ServiceTest, LeavesManufacturingDataOutOfNoMfgLists)
