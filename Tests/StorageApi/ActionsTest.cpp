@@ -182,6 +182,7 @@ TEST_F(ActionsTest, UpgradesTheCardsOfAPort)
     EXPECT_EQ(upgrade("dc3", true, "fw"), 0);
     expectChanges({{"a3", {{"DC3", "2"}}}});
     EXPECT_EQ(upgrade("dc3", false, "fw"), QBXSIM_NOT_SUPPORTED) << "no card at port B";
+    EXPECT_EQ(upgrade("dc2", false, "fw"), QBXSIM_FIRMWARE_MISMATCH);
     expectNoChanges();
 }
 
