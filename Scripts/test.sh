@@ -101,7 +101,7 @@ tested() {
     {
         read -r -a counts
         cat
-    } < <("$python" "$root/Tests/summary.py" "$preset" "$result")
+    } < <("$python" "$root/Scripts/summary.py" "$preset" "$result")
     passed=$((passed + counts[0])) failed=$((failed + counts[1])) skipped=$((skipped + counts[2]))
     [[ ${counts[1]} -eq 0 ]] || echo "$preset: all output is in $log" >&2
 }

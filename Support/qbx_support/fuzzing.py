@@ -6,7 +6,9 @@ import re
 import subprocess
 import sys
 
-FOLDER = pathlib.Path(__file__).resolve().parent
+from qbx_support.server import ROOT
+
+FOLDER = ROOT / "Fuzz"
 TARGETS = ("array", "cimxml", "http", "mof", "text")
 
 
