@@ -16,7 +16,7 @@ import urllib.parse
 import xml.etree.ElementTree as ElementTree
 
 from qbx_support import exchanges, odd_array
-from qbx_support.cimxml import http_request, request
+from qbx_support.cimxml import http_request, instance_paths, request
 from qbx_support.raw import send
 from qbx_support.server import ROOT, Server, StartError
 
@@ -87,15 +87,6 @@ def lines(element, where=""):
         yield from lines(each, where)
 
 
-def path(element):
-    """An INSTANCENAME as (class, {key: text or path})."""
-    keys = {}
-    for each in element.findall("KEYBINDING"):
-        inner = each.find(".//INSTANCENAME")
-        keys[each.attrib["NAME"]] = each[0].text if inner is None else path(inner)
-    return element.attrib["CLASSNAME"], keys
-
-
 class Side:
     """A server: its URL, what it is, and its responses, {request: lines counted}. A response may
     take so many seconds."""
@@ -133,8 +124,7 @@ class Side:
         """{class: [path]} of the module's elements, in order."""
         found = {}
         for name in OWN:
-            root = ElementTree.fromstring(self.objects("EnumerateInstanceNames", name))
-            paths = sorted(map(path, root.findall(".//IRETURNVALUE/INSTANCENAME")), key=str)
+            paths = sorted(instance_paths(self.objects("EnumerateInstanceNames", name)), key=str)
             own = [each for each in paths if each[0] == name]
             if not own:
                 sys.exit(f"qbx compare: {self.url} has no {name}: is the array the right one?")

@@ -71,7 +71,7 @@ def values(element):
     if not numbers:
         return ""
     shown = ("any other" if number == ".." else number for number in numbers)
-    return " Values: " + ", ".join(f"{n} {w}" for n, w in zip(shown, words)) + "."
+    return " Values: " + ", ".join(f"{n} {w}" for n, w in zip(shown, words, strict=True)) + "."
 
 
 def type_name(element):
@@ -89,7 +89,7 @@ def ancestors(classes, name):
 
 def keys(classes, name):
     found = []
-    for each in [name] + ancestors(classes, name):
+    for each in [name, *ancestors(classes, name)]:
         for prop in classes[each].properties.values():
             if qualifier(prop, "Key") and prop.name not in found:
                 found.append(prop.name)

@@ -81,7 +81,7 @@ apt_get() {
 first_available() {
     local name
     for name in "$@"; do
-        if apt-cache policy "$name" 2>/dev/null | grep -q "^  Candidate: [^(]"; then
+        if [[ $(apt-cache policy "$name" 2>/dev/null) == *"Candidate: "[!\(]* ]]; then
             echo "$name"
             return
         fi

@@ -101,7 +101,7 @@ tested() {
     {
         read -r -a counts
         cat
-    } < <("$python" "$root/Tests/summary.py" "$preset" "$result")
+    } < <("$python" "$root/Scripts/summary.py" "$preset" "$result")
     passed=$((passed + counts[0])) failed=$((failed + counts[1])) skipped=$((skipped + counts[2]))
     [[ ${counts[1]} -eq 0 ]] || echo "$preset: all output is in $log" >&2
 }
@@ -114,10 +114,11 @@ run_tests() {
         --quick) presets=(dev) ;;
     esac
     passed=0 failed=0 skipped=0
-    step=0 steps=$((3 + 2 * ${#presets[@]}))
+    step=0 steps=$((4 + 2 * ${#presets[@]}))
     [[ ${1-} != --all ]] || steps=$((steps + 4))
     checked_with tools format check_format
     checked_with tools shellcheck check_scripts
+    checked_with tools python check_python
     checked docs build_docs
     for preset in "${presets[@]}"; do
         tested "$preset"

@@ -54,9 +54,10 @@ String userName(const OperationContext&);
 /// argument, here() is the place of the call.
 struct SourceLocation
 {
-    const char* file;
-    Uint32 line;
+    const char* file;  ///< without folders
+    Uint32 line;       ///< in that file
 
+    /// The place of the call.
     static constexpr SourceLocation here(const char* itsFile = __builtin_FILE(),
                                          Uint32 itsLine = __builtin_LINE())
     {

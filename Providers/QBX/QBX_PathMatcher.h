@@ -13,6 +13,7 @@ namespace Pegasus
 class QBX_PathMatcher
 {
 public:
+    /// Reads the path that others are compared with.
     explicit QBX_PathMatcher(const CIMObjectPath& path);
     ~QBX_PathMatcher();
     QBX_PathMatcher(const QBX_PathMatcher&) = delete;

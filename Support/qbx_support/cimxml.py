@@ -7,6 +7,7 @@ import base64
 import collections
 import json
 import urllib.parse
+import xml.etree.ElementTree as ElementTree
 from xml.sax.saxutils import escape
 
 from qbx_support.server import NAMESPACE, SAMPLE_FIRMWARE
@@ -46,6 +47,20 @@ def instance_name(path):
         for key, value in path[1].items()
     )
     return f'<INSTANCENAME CLASSNAME="{path[0]}">{keys}</INSTANCENAME>'
+
+
+def path_of(element):
+    """The path of an INSTANCENAME."""
+    keys = {}
+    for each in element.findall("KEYBINDING"):
+        inner = each.find(".//INSTANCENAME")
+        keys[each.attrib["NAME"]] = each[0].text if inner is None else path_of(inner)
+    return element.attrib["CLASSNAME"], keys
+
+
+def instance_paths(body):
+    """The paths in the response to EnumerateInstanceNames."""
+    return [path_of(each) for each in ElementTree.fromstring(body).findall(".//IRETURNVALUE/INSTANCENAME")]
 
 
 def class_name(name):

@@ -65,8 +65,8 @@ class EmbeddedServer(Server):
         for each in ("bin", "Schema"):
             (home / each).symlink_to(build / each)
         (home / "lib").mkdir()
-        for each in (build / "lib").iterdir():
-            (home / "lib" / each.name).symlink_to(each)
+        for library in (build / "lib").iterdir():
+            (home / "lib" / library.name).symlink_to(library)
         self.module = home / "lib" / MODULE
         self.replace()
         super().__init__(home, *options, array=odd_array.contents())

@@ -98,7 +98,7 @@ class InstalledToolkit(unittest.TestCase):
         library = next(self.prefix.rglob("libqbxapi.so"))
         query = f"import ctypes; ctypes.CDLL('{library}').api_getStorageArray(None)"
         sample = next(self.prefix.rglob("sample-array.json"))
-        self.assertTrue(sample.with_name(json.loads(sample.read_text())["$schema"]).is_file())
+        self.assertTrue((sample.parent / json.loads(sample.read_text())["$schema"]).is_file())
         output = must(sys.executable, "-c", query, QBX_ARRAY_FILE="", QBX_LOG_FILE="")
         self.assertIn(f"{sample} is in service\n", output)
 

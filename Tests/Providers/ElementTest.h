@@ -29,7 +29,7 @@ inline CIMParamValue timer(Uint16 seconds)
     return uint16("LocateTimer", seconds);
 }
 inline const CIMParamValue NULL_TIMER = null("LocateTimer", CIMTYPE_UINT16);
-inline const CIMParamValue PORT_A = boolean("IsPortA", true);
+inline const CIMParamValue PORT_A = parameter("IsPortA", true);
 inline const CIMParamValue NULL_PORT_A = null("IsPortA", CIMTYPE_BOOLEAN);
 
 /// A method call, of the element in ONE_OF_EACH. The array's library carries out nothing: every

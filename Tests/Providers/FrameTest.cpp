@@ -19,11 +19,8 @@ TEST_P(AccessTest, IsDeniedToAUserWhomTheArrayRefuses)
 {
     for (const int status : {1, -1}) {
         array.fail("api_qbxOpenForCimserver", status);
-        if (isForAnybody(row)) {
-            EXPECT_EQ(make(), "nothing");
-            continue;
-        }
-        ASSERT_EQ(make(), "2 Insufficient privilege for the user");
+        ASSERT_EQ(make(), isForAnybody(row) ? "nothing" : "2 Insufficient privilege for the user");
+        if (isForAnybody(row)) continue;
         EXPECT_LIST(array.calls(),
                     {"api_qbxOpenForCimserver(\"joe\") = " + std::to_string(status)});
         EXPECT_LIST(array.events().startingWith("4: <--"), Texts()) << "no exit line";
@@ -34,9 +31,7 @@ TEST_P(AccessTest, NeedsAUser)
 {
     context = OperationContext();
     EXPECT_EQ(make(), isForAnybody(row) ? "nothing" : "object not found");
-    if (isForAnybody(row)) return;
-    EXPECT_LIST(array.calls(), Texts());
-    EXPECT_LIST(array.events().startingWith("4: <--"), Texts()) << "no exit line";
+    EXPECT_LIST(array.calls().startingWith("api_qbx"), Texts());
 }
 
 // ---- Changes ----

@@ -81,9 +81,7 @@ TEST_F(MagazineProviderTest, AnAbsentMagazineIsNeitherListedNorFound)
 
 // ---- Methods ----
 
-class MagazineMethodTest : public MethodTest
-{
-};
+using MagazineMethodTest = MethodTest;
 
 TEST_P(MagazineMethodTest, CallsTheArray)
 {
@@ -98,15 +96,15 @@ const std::string IDS = "(\"" + std::string(42, 'c') + "\", 65535, ";
 const std::string SET_LOOP = "api_setMagazineLoop" + IDS;
 const std::string LOCATE = "api_locateMagazine" + IDS;
 
-const CIMParamValue ON_LOOP = boolean("IsOnloop", true);
-const CIMParamValue OFF_LOOP = boolean("isONLOOP", false);
+const CIMParamValue ON_LOOP = parameter("IsOnloop", true);
+const CIMParamValue OFF_LOOP = parameter("isONLOOP", false);
 const CIMParamValue NULL_ON_LOOP = null("IsOnloop", CIMTYPE_BOOLEAN);
 const std::string NO_LOOP = "4 QBX_MagazineProvider:SetLoopState parameter not found: IsOnloop";
 
 const std::vector<MethodRow> MAGAZINE_METHODS = {
     {"OffLoopOnBothPorts", "SetLoopState", {OFF_LOOP}, SET_LOOP + "0, 2)"},
     {"OnLoopOnPortA", "setloopSTATE", {PORT_A, ON_LOOP}, SET_LOOP + "1, 0)"},
-    {"OnLoopOnPortB", "SetLoopState", {ON_LOOP, boolean("isporta", false)}, SET_LOOP + "1, 1)"},
+    {"OnLoopOnPortB", "SetLoopState", {ON_LOOP, parameter("isporta", false)}, SET_LOOP + "1, 1)"},
     {"NullPortIsNoPort", "SetLoopState", {ON_LOOP, NULL_PORT_A}, SET_LOOP + "1, 2)"},
     {"PortAfterNull", "SetLoopState", {ON_LOOP, NULL_PORT_A, PORT_A}, SET_LOOP + "1, 0)"},
     {"SetLoopStateWithoutIsOnloop", "SetLoopState", {}, NO_LOOP},

@@ -35,6 +35,7 @@ struct ProviderRow : Row
 {
     CIMObjectPath object;             ///< an instance of its class
     std::vector<CIMObjectPath> ends;  ///< of an association: what it associates
+    Texts initialize;                 ///< the events of its initialization
 
     bool isAssociation() const { return !ends.empty(); }
     std::string className() const { return str(object.getClassName()); }
@@ -42,16 +43,27 @@ struct ProviderRow : Row
     std::string key() const { return name == "QBX_CageSensorProvider" ? "DeviceID" : "Tag"; }
 };
 
+inline const std::string UNLOAD = "cimom.disallowProviderUnload";
+inline const Texts ELEMENTS_START = {"4: --> P::initialize()\n", UNLOAD, "4: <--P::initialize()\n"};
+inline const Texts ASSOCIATION_STARTS = {"4: --> P::initialize(cimom)\n)", UNLOAD,
+                                         "4: <-- P::initialize(cimom)\n)"};
+
+// clang-format off
 inline const std::vector<ProviderRow> PROVIDERS = {
-    {"QBX_DriveCageProvider", CAGE, {}},
-    {"QBX_FCALCardProvider", CARD, {}},
-    {"QBX_MagazineProvider", MAGAZINE, {}},
-    {"QBX_CageSensorProvider", SENSOR, {}},
-    {"QBX_FCALCardInDriveCageProvider", CARD_IN_CAGE_PATH, {CAGE, CARD}},
-    {"QBX_MagazineInDriveCageProvider", MAGAZINE_IN_CAGE_PATH, {CAGE, MAGAZINE}},
-    {"QBX_SysCageContainerProvider", CAGE_IN_SYSTEM_PATH, {CAGE, PACKAGE}},
-    {"QBX_SensorInDriveCageProvider", SENSOR_IN_CAGE_PATH, {CAGE, SENSOR}},
+    {"QBX_DriveCageProvider", CAGE, {}, {UNLOAD, "4: -->P::initialize()\n"}},
+    {"QBX_FCALCardProvider", CARD, {}, ELEMENTS_START},
+    {"QBX_MagazineProvider", MAGAZINE, {}, ELEMENTS_START},
+    {"QBX_CageSensorProvider", SENSOR, {}, ELEMENTS_START},
+    {"QBX_FCALCardInDriveCageProvider", CARD_IN_CAGE_PATH, {CAGE, CARD}, ASSOCIATION_STARTS},
+    {"QBX_MagazineInDriveCageProvider", MAGAZINE_IN_CAGE_PATH, {CAGE, MAGAZINE},
+     ASSOCIATION_STARTS},
+    {"QBX_SysCageContainerProvider", CAGE_IN_SYSTEM_PATH, {CAGE, PACKAGE},
+     {"4: --> P::initialize(cimom)\n)", "4: -->QBX_Common::enumerateInstanceNames()\n",
+      "cimom.enumerateInstanceNames nobody QBX_SystemPackage",
+      "4: <--QBX_Common::enumerateInstanceNames()\n", UNLOAD, "4: <-- P::initialize(cimom)\n)"}},
+    {"QBX_SensorInDriveCageProvider", SENSOR_IN_CAGE_PATH, {CAGE, SENSOR}, ASSOCIATION_STARTS},
 };
+// clang-format on
 
 /// A request to a provider: a read, a method call with the method and its parameters, or a
 /// modification of properties.
@@ -69,10 +81,9 @@ inline std::vector<Request> allReads()
 {
     std::vector<Request> requests;
     const auto add = [&](const ProviderRow& its, const char* operation, const CIMObjectPath& of) {
-        requests.push_back({{its.name + "_" + operation + "_" + str(of.getClassName()).substr(4)},
-                            its.name,
-                            operation,
-                            of});
+        const std::string name =
+            its.name + "_" + operation + "_" + str(of.getClassName()).substr(4);
+        requests.push_back({name.c_str(), its.name, operation, of});
     };
     for (const ProviderRow& its : PROVIDERS) {
         for (const char* operation :
@@ -89,9 +100,9 @@ inline std::vector<Request> allReads()
 
 /// Each change that a provider supports.
 inline const Parameters FIRMWARE_TO_PORT_A = {string("FileName", "/missing"),
-                                              boolean("IsPortA", true)};
+                                              parameter("IsPortA", true)};
 inline const Parameters LOCATION = {string("Location", "Row5")};
-inline const Parameters OFF_LOOP_ON_ALL_PORTS = {boolean("IsOnloop", false)};
+inline const Parameters OFF_LOOP_ON_ALL_PORTS = {parameter("IsOnloop", false)};
 inline const Parameters FIRST_PORT = {uint16("Port", 0)};
 
 inline const std::vector<Request> CHANGES = {
@@ -129,18 +140,5 @@ protected:
         if (row.operation == "invokeMethod") return invoke(object, row.method, row.in);
         if (row.operation == "modifyInstance") return modify(object, row.in);
         return read(row.operation, object);
-    }
-
-    /// The array is left as it was found, and the next request is answered as ever.
-    void expectUnharmed(const Texts& asEver)
-    {
-        EXPECT_TRUE(TestArray::lists.empty()) << "a record list was not freed";
-        const Texts events = array.events();
-        EXPECT_EQ(events.startingWith("cim_sem_wait() = 0").size(),
-                  events.startingWith("cim_sem_post()").size());
-        array.onNote = nullptr;
-        array.mend();
-        EXPECT_EQ(make(), "nothing") << "the next request";
-        EXPECT_LIST(array.events(), asEver);
     }
 };

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <strings.h>
+
 #include <algorithm>
 #include <sstream>
 #include <string>
@@ -34,6 +36,14 @@ struct Texts : std::vector<std::string>
             if (text.compare(0, start.size(), start) == 0) found.push_back(text);
         }
         return found;
+    }
+
+    /// True when one is that text, case ignored.
+    bool hold(const std::string& text) const
+    {
+        return std::any_of(begin(), end(), [&](const std::string& each) {
+            return strcasecmp(each.c_str(), text.c_str()) == 0;
+        });
     }
 
     /// The entries up to there.

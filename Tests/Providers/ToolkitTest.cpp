@@ -23,26 +23,16 @@ TEST_P(OverloadTest, KeepsItsPromises)
 
 // ---- Properties ----
 
-CIMProperty nullProperty(const char* name, const CIMValue& like)
-{
-    return CIMProperty(CIMName(name), CIMValue(like.getType(), like.isArray()));
-}
-
-/// Stores the value, skips a property that is not there, refuses one of another type.
+/// Stores the value in the property of its type.
 template <class Value>
 std::function<void(TestArray&)> stores(const Value& value)
 {
-    return [value](TestArray& array) {
+    return [value, like = CIMValue(value)](TestArray&) {
         CIMInstance instance(CIMName("QBX_Test"));
-        instance.addProperty(nullProperty("Value", CIMValue(value)));
-        instance.addProperty(nullProperty("Other", CIMValue(Real32(1))));
+        instance.addProperty(
+            CIMProperty(CIMName("Value"), CIMValue(like.getType(), like.isArray())));
         QBX_Common::setPropertyValue(instance, CIMName("value"), value);
         EXPECT_TRUE(instance.getProperty(0).getValue().equal(CIMValue(value)));
-        QBX_Common::setPropertyValue(instance, CIMName("Absent"), value);
-        EXPECT_EQ(instance.getPropertyCount(), 2u);
-        EXPECT_THROW(QBX_Common::setPropertyValue(instance, CIMName("Other"), value),
-                     TypeMismatchException);
-        EXPECT_LIST(array.events(), Texts());
     };
 }
 
@@ -93,31 +83,16 @@ TEST_F(ToolkitTest, SkeletonHasEveryPropertyAtTheClassDefault)
 
 // ---- Keys and string properties ----
 
-/// A key of a path and its value.
-struct KeyRow : Row
+TEST_F(ToolkitTest, TheLastKeyOfItsNameIsReadWhateverItsType)
 {
-    CIMObjectPath path;
-    const char* key;
-    std::string value;
-};
-
-using KeyTest = RowTest<KeyRow>;
-
-TEST_P(KeyTest, IsReadByName)
-{
-    EXPECT_EQ(str(QBX_Common::getStringProperty(row.path, row.key)), row.value);
-    EXPECT_LIST(array.events(), readKey(row.key, row.value));
+    const CIMObjectPath several = pathOf("C", {{"Tag", "a"}, {"TAG", "b"}});
+    EXPECT_EQ(str(QBX_Common::getStringProperty(several, "tag")), "b");
+    EXPECT_EQ(str(QBX_Common::getStringProperty(several, "DeviceID")), "");
+    const CIMObjectPath numbered("root/qbx:C.Number=16");
+    EXPECT_EQ(str(QBX_Common::getStringProperty(numbered, "number")), "16");
+    EXPECT_LIST(array.events(),
+                {readKey("tag", "b"), readKey("DeviceID", ""), readKey("number", "16")});
 }
-
-const std::vector<KeyRow> KEYS = {
-    {"InAnyCase", pathOf("C", {{"TAG", "a"}}), "tag", "a"},
-    {"LastOfSeveral", pathOf("C", {{"Tag", "a"}, {"TAG", "b"}}), "Tag", "b"},
-    {"EmptyLast", pathOf("C", {{"Tag", "a"}, {"TAG", ""}}), "Tag", ""},
-    {"Number", CIMObjectPath("root/qbx:C.Number=16"), "number", "16"},
-    {"Missing", pathOf("C", {{"Tag", "a"}}), "DeviceID", ""},
-    {"NameComparedWithNothing", pathOf("C"), "no name", ""},
-};
-INSTANTIATE_TEST_SUITE_P(GetStringProperty, KeyTest, testing::ValuesIn(KEYS), nameOfRow);
 
 TEST_F(ToolkitTest, StringPropertiesOfInstances)
 {
@@ -142,39 +117,40 @@ TEST_F(ToolkitTest, EmptyPropertyNameAndUninitializedInstanceAreRejected)
 
 // ---- Parameters ----
 
-/// Reads a parameter of the type by the rules that all overloads share. `shown` are the ends of the
-/// exit line before and after.
+/// Reads a parameter of the type. `shown` are the ends of the exit line before and after.
 template <class Value>
 std::function<void(TestArray&)> reads(const std::string& type, const Value& before,
                                       const Value& value, const Texts& shown)
 {
     return [=](TestArray& array) {
-        const std::string operation = "QBX_Common::getParameter(" + type + ")";
-        const Texts missing = {"4: -->" + operation + ", paramName = Wanted\n",
-                               "4: <--" + operation + shown[0]};
-        const Texts found = {missing[0], "4: <--" + operation + shown[1]};
-        const CIMValue type_(value);
-        const CIMParamValue none = null("Wanted", type_.getType(), type_.isArray());
-        const auto expect = [&](const Parameters& in, int result, const Value& read,
-                                const Texts& events) {
-            array.forget();
-            Value out = before;
-            EXPECT_EQ(QBX_Common::getParameter(in, "Wanted", out), result);
-            EXPECT_TRUE(CIMValue(out).equal(CIMValue(read)));
-            EXPECT_LIST(array.events(), events);
-        };
-        expect({parameter("Other", before), parameter("wanted", value)}, 0, value, found);
-        expect({parameter("Other", value)}, 3, before, missing);
-        expect({none}, 3, before, missing);
-        expect({none, parameter("WANTED", value)}, 4, value, found);
-        expect({parameter("Wanted", value), none, parameter("Wanted", before)}, 0, value, found);
-        array.forget();
         Value out = before;
-        EXPECT_THROW(
-            QBX_Common::getParameter(Parameters{parameter("Wanted", Sint8(1))}, "Wanted", out),
-            TypeMismatchException);
-        EXPECT_LIST(array.events(), {missing[0]}) << "no exit line when it throws";
+        EXPECT_EQ(QBX_Common::getParameter(Parameters{}, "Wanted", out), 3);
+        EXPECT_EQ(QBX_Common::getParameter(Parameters{parameter("wanted", value)}, "Wanted", out),
+                  0);
+        EXPECT_TRUE(CIMValue(out).equal(CIMValue(value)));
+        const std::string operation = "QBX_Common::getParameter(" + type + ")";
+        const std::string entry = "4: -->" + operation + ", paramName = Wanted\n";
+        EXPECT_LIST(array.events(), {entry, "4: <--" + operation + shown[0], entry,
+                                     "4: <--" + operation + shown[1]});
     };
+}
+
+TEST_F(ToolkitTest, TheFirstParameterOfItsNameThatIsNotNullIsRead)
+{
+    const CIMParamValue none = null("Wanted", CIMTYPE_UINT16);
+    Uint16 out = 9;
+    EXPECT_EQ(QBX_Common::getParameter(Parameters{uint16("Other", 1), none}, "Wanted", out), 3);
+    EXPECT_EQ(out, 9);
+    EXPECT_EQ(QBX_Common::getParameter(Parameters{none, uint16("WANTED", 2)}, "Wanted", out), 4);
+    EXPECT_EQ(out, 2);
+    const Parameters several = {uint16("Wanted", 3), none, uint16("Wanted", 4)};
+    EXPECT_EQ(QBX_Common::getParameter(several, "Wanted", out), 0);
+    EXPECT_EQ(out, 3);
+
+    array.forget();
+    EXPECT_THROW(QBX_Common::getParameter(Parameters{string("Wanted", "1")}, "Wanted", out),
+                 TypeMismatchException);
+    EXPECT_EQ(array.events().size(), 1u) << "no exit line when it throws";
 }
 
 Texts shown(const std::string& before, const std::string& after)
@@ -230,11 +206,9 @@ const std::vector<PathsRow> PATHS = {
     {"Classes", R"(root/qbx:C.Tag="a b")", R"(root/qbx:D.Tag="a b")", false},
     {"CaseOfTexts", R"(root/qbx:C.Tag="a b")", R"(root/qbx:C.Tag="A b")", false},
     {"MoreKeys", R"(root/qbx:C.Tag="a b")", R"(root/qbx:C.Tag="a b",X="1")", false},
-    {"NoKeys", R"(root/qbx:C.Tag="a b")", R"(root/qbx:C)", false},
     {"Numbers", R"(root/qbx:C.N=10)", R"(root/qbx:C.N=0xA)", true},
     {"NumberAndText", R"(root/qbx:C.N=10)", R"(root/qbx:C.N="10")", false},
     {"TextsThatReadAsClassNames", R"(root/qbx:C.Tag="cage0")", R"(root/qbx:C.Tag="CAGE0")", true},
-    {"TextsThatReadAsNothing", R"(root/qbx:C.Tag="0cage")", R"(root/qbx:C.Tag="0CAGE")", false},
     // References: the host inside them does not count either.
     {"ReferenceHosts", R"(root/qbx:A.R="//h1/root/qbx:C.T=\"a b\"")",
      R"(root/qbx:A.R="root/qbx:C.T=\"a b\"")", true},
@@ -242,12 +216,10 @@ const std::vector<PathsRow> PATHS = {
      R"(root/qbx:A.R="//h2/root/qbx:C.T=\"a c\"")", false},
     {"ReferenceKeyOrder", R"(root/qbx:A.R="root/qbx:C.K=\"1\",J=\"2\"")",
      R"(root/qbx:A.R="root/qbx:C.J=\"2\",K=\"1\"")", true},
-    {"ReferenceNumbers", R"(root/qbx:A.R="//h1/root/qbx:C.N=10")",
-     R"(root/qbx:A.R="root/qbx:C.N=0xA")", true},
-    {"ReferenceCaseOfNames", R"(root/qbx:A.R="//h1/root/qbx:C.T=\"a\"")",
-     R"(root/qbx:A.R="//h2/ROOT/qbx:c.T=\"a\"")", true},
     {"ReferenceCaseOfTexts", R"(root/qbx:A.R="//h1/root/qbx:C.T=\"a\"")",
      R"(root/qbx:A.R="//h2/root/qbx:C.T=\"A\"")", false},
+    {"ReferenceCaseOfNames", R"(root/qbx:A.R="//h1/root/qbx:C.T=\"a\"")",
+     R"(root/qbx:A.R="//h2/ROOT/qbx:c.T=\"a\"")", true},
 };
 INSTANTIATE_TEST_SUITE_P(MatchObjectPath, MatchTest, testing::ValuesIn(PATHS), nameOfRow);
 
@@ -260,14 +232,6 @@ TEST_F(ToolkitTest, AQuotedReferenceMatchesTheReference)
     EXPECT_TRUE(QBX_Common::matchObjectPath(pathOf("A", {{"R", target}}), reference));
     EXPECT_TRUE(QBX_Common::matchObjectPath(reference, pathOf("A", {{"R", target}})));
     EXPECT_FALSE(QBX_Common::matchObjectPath(CIMObjectPath(), reference));
-}
-
-TEST_F(ToolkitTest, IsPartOfArrayComparesNamesWithoutCase)
-{
-    const Array<CIMName> names(1, CIMName("QBX_DriveCage"));
-    EXPECT_TRUE(QBX_Common::isPartOfArray(CIMName("qbx_drivecage"), names));
-    EXPECT_FALSE(QBX_Common::isPartOfArray(CIMName("QBX_DriveCages"), names));
-    EXPECT_FALSE(QBX_Common::isPartOfArray(CIMName("QBX_DriveCage"), Array<CIMName>()));
 }
 
 // ---- Associations ----
@@ -314,15 +278,6 @@ TEST_F(ToolkitTest, AssociationInstancesHoldTheReferencesThatTheirClassHas)
     EXPECT_EQ(instance.getPath().getKeyBindings().size(), 3u);
 }
 
-TEST_F(ToolkitTest, NothingCanReferToAPathWithoutClass)
-{
-    CIMClass cimClass = storedClass(ASSOCIATION);
-    EXPECT_THROW(QBX_Common::buildAssocInstance(ASSOCIATION, "A", "B", CIMObjectPath(), C, cimClass,
-                                                "h", "root/qbx"),
-                 MalformedObjectNameException);
-    EXPECT_LIST(array.events(), SKELETON);
-}
-
 // ---- Node address and system objects ----
 
 TEST_F(ToolkitTest, TheNodeAddressIsAskedForUpToFiveTimes)
@@ -340,89 +295,84 @@ TEST_F(ToolkitTest, TheFirstNodeAddressCounts)
     EXPECT_EQ(array.calls().size(), 9u);
 }
 
-TEST_F(ToolkitTest, TheNodeAddressIsNotAskedForWithoutSemaphore)
-{
-    array.fail("cim_sem_wait", 1);
-    EXPECT_EQ(str(QBX_Common::getSystemAddress()), "");
-    EXPECT_LIST(array.calls(), Texts(5, "cim_sem_wait() = 1"));
-}
-
-/// How a system object is looked for when the first upcalls throw: the events, in which GET and
-/// CLASS stand for the operation and the class, and whether it is found.
+/// A system object: how it is looked for, its class, the lines at the begin and at the end.
 struct SystemObjectRow : Row
 {
-    int failing;
-    std::function<void()> raise;
-    Texts events;
-    bool isFound;
+    CIMObjectPath (*find)(CIMOMHandle&);
+    const char* className;
+    Texts entry;
+    Texts exit;
+    std::string notFound;
 };
 
 class SystemObjectTest : public RowTest<SystemObjectRow>
 {
 protected:
-    void expectFound(CIMObjectPath (*find)(CIMOMHandle&), const std::string& operation,
-                     const std::string& className, const Texts& entry, const std::string& notFound,
-                     const Texts& exit)
+    /// The first upcalls throw; `events` are expected after the first of them.
+    void expectEvents(int failing, const std::function<void()>& raise, const Texts& events)
     {
         CIMOMHandle handle;
         QBX_Common::getSystemHostName(handle);  // known from here on
         array.forget();
-        array.onNote = [this, left = row.failing](const std::string&) mutable {
-            if (left-- > 0) row.raise();
+        array.onNote = [&raise, left = failing](const std::string&) mutable {
+            if (left-- > 0) raise();
         };
-        EXPECT_EQ(str(find(handle)), row.isFound ? str(element(className, "package")) : "");
-        Texts events = {entry, "4: -->QBX_Common::enumerateInstanceNames()\n", row.events};
-        for (std::string& event : events) {
-            for (const auto& [word, text] : Keys{{"GET", operation}, {"CLASS", className}}) {
-                const std::size_t at = event.find(word);
-                if (at != std::string::npos) event.replace(at, word.size(), text);
-            }
-        }
-        EXPECT_LIST(array.events(), {events, row.isFound ? Texts() : Texts{notFound}, exit});
+        const bool isFound = failing < 2;
+        EXPECT_EQ(str(row.find(handle)), isFound ? str(element(row.className, "package")) : "");
+        EXPECT_LIST(array.events(),
+                    {row.entry, "4: -->QBX_Common::enumerateInstanceNames()\n", upcall, events,
+                     isFound ? Texts() : Texts{row.notFound}, row.exit});
     }
+
+    const std::string upcall = std::string("cimom.enumerateInstanceNames nobody ") + row.className;
+    const std::string line = "2: QBX_Common::" + row.name;
+    const std::function<void()> fail = [] { throw CIMException(CIM_ERR_FAILED, "not now"); };
+    const std::function<void()> failSomehow = [] { throw 5; };
 };
 
-TEST_P(SystemObjectTest, Package)
+TEST_P(SystemObjectTest, IsFoundByTheClient)
 {
-    expectFound(QBX_Common::getSystemPkgObjectPath, "getSystemPkgObjectPath", "QBX_SystemPackage",
-                {}, "2: cannot get at system pkg object path\n", {});
+    expectEvents(0, fail, {"4: <--QBX_Common::enumerateInstanceNames()\n"});
 }
 
-TEST_P(SystemObjectTest, System)
+TEST_P(SystemObjectTest, IsFoundByTheHandleWhenTheClientFails)
 {
-    expectFound(QBX_Common::getSystemObjectPath, "getSystemObjectPath", "QBX_StorageSystem",
-                {"4: -->QBX_Common::getSystemObjectPath()\n"},
-                "2: cannot get at system object path\n",
-                {"4: <--QBX_Common::getSystemObjectPath()\n"});
+    expectEvents(1, fail, {line + ": CIM_ERR_FAILED: not now. Trying via cimom.\n", upcall});
+    expectEvents(1, failSomehow, {line + ": Unknow exception! Trying via cimom\n", upcall});
 }
 
-TEST_P(SystemObjectTest, SystemView)
+TEST_P(SystemObjectTest, IsMissingWhenBothFail)
 {
-    expectFound(QBX_Common::getSystemViewObjectPath, "getSystemViewObjectPath",
-                "QBX_StorageSystemView", {"4: -->QBX_Common::getSystemViewObjectPath()\n"},
-                "2: cannot get at system view object path\n",
-                {"4: <--QBX_Common::getSystemViewObjectPath()\n"});
+    expectEvents(
+        2, fail,
+        {line + ": CIM_ERR_FAILED: not now. Trying via cimom.\n", upcall, line + ": not now.\n"});
+    expectEvents(2, failSomehow,
+                 {line + ": Unknow exception! Trying via cimom\n", upcall,
+                  line + ": Unknow exception in cimom!\n"});
 }
 
-const auto FAIL = [] { throw CIMException(CIM_ERR_FAILED, "not now"); };
-const auto FAIL_SOMEHOW = [] { throw 5; };
-const std::string UPCALL = "cimom.enumerateInstanceNames nobody CLASS";
-const Texts FAILED = {UPCALL, "2: QBX_Common::GET: CIM_ERR_FAILED: not now. Trying via cimom.\n",
-                      UPCALL};
-const Texts FAILED_SOMEHOW = {UPCALL, "2: QBX_Common::GET: Unknow exception! Trying via cimom\n",
-                              UPCALL};
-
-// clang-format off
 const std::vector<SystemObjectRow> SYSTEM_OBJECTS = {
-    {"Client", 0, FAIL, {UPCALL, "4: <--QBX_Common::enumerateInstanceNames()\n"}, true},
-    {"Handle", 1, FAIL, FAILED, true},
-    {"HandleSomehow", 1, FAIL_SOMEHOW, FAILED_SOMEHOW, true},
-    {"Neither", 2, FAIL, {FAILED, "2: QBX_Common::GET: not now.\n"}, false},
-    {"NeitherSomehow", 2, FAIL_SOMEHOW,
-     {FAILED_SOMEHOW, "2: QBX_Common::GET: Unknow exception in cimom!\n"}, false},
+    {"getSystemPkgObjectPath",
+     QBX_Common::getSystemPkgObjectPath,
+     "QBX_SystemPackage",
+     {},
+     {},
+     "2: cannot get at system pkg object path\n"},
+    {"getSystemObjectPath",
+     QBX_Common::getSystemObjectPath,
+     "QBX_StorageSystem",
+     {"4: -->QBX_Common::getSystemObjectPath()\n"},
+     {"4: <--QBX_Common::getSystemObjectPath()\n"},
+     "2: cannot get at system object path\n"},
+    {"getSystemViewObjectPath",
+     QBX_Common::getSystemViewObjectPath,
+     "QBX_StorageSystemView",
+     {"4: -->QBX_Common::getSystemViewObjectPath()\n"},
+     {"4: <--QBX_Common::getSystemViewObjectPath()\n"},
+     "2: cannot get at system view object path\n"},
 };
-// clang-format on
-INSTANTIATE_TEST_SUITE_P(FoundBy, SystemObjectTest, testing::ValuesIn(SYSTEM_OBJECTS), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(SystemObjects, SystemObjectTest, testing::ValuesIn(SYSTEM_OBJECTS),
+                         nameOfRow);
 
 TEST_F(ToolkitTest, TheFirstOfSeveralSystemObjectsCountsWithTheHostOfTheArray)
 {

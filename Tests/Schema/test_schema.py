@@ -10,8 +10,8 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(ROOT / "Docs"))
 
 try:
-    import pywbem
     import classes
+    import pywbem
 except ImportError:
     print("SKIPPED: pywbem is not installed (./qbx setup, where pip can reach it)")
     sys.exit(77)
@@ -26,7 +26,7 @@ def registration():
     compiler = pywbem.MOFCompiler(repository, search_paths=[str(ROOT / "Schema")], log_func=None)
     compiler.compile_file(str(ROOT / "Cimom" / "Broker" / "interop.mof"), "root/interop")
     compiler.compile_file(str(ROOT / "Schema" / "registration.mof"), "root/interop")
-    found = {}
+    found: dict = {}
     for instance in repository.instances["root/interop"]:
         found.setdefault(instance.classname, []).append(instance)
     return found

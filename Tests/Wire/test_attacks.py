@@ -93,12 +93,12 @@ class Attacks(testing.EmbeddedServerTest):
             field = b"\r\nAuthorization: Basic %b\r\n" % login
             return exchange(port, REQUEST.replace(b"\r\n", field, 1), source)
 
+        pool = self.enterContext(concurrent.futures.ThreadPoolExecutor(120))
         with started("--users", folder / "users") as (_, port, _):
-            with concurrent.futures.ThreadPoolExecutor(120) as pool:
-                guesses = [pool.submit(guess, b"wrong", f"127.0.1.{n + 1}") for n in range(120)]
-                while b"<INSTANCENAME" not in (response := guess(b"right", "127.0.2.1")):
-                    self.assertEqual(response[9:12], b"503")
-                statuses = [guess.result()[9:12] for guess in guesses]
+            guesses = [pool.submit(guess, b"wrong", f"127.0.1.{n + 1}") for n in range(120)]
+            while b"<INSTANCENAME" not in (response := guess(b"right", "127.0.2.1")):
+                self.assertEqual(response[9:12], b"503")
+            statuses = [guess.result()[9:12] for guess in guesses]
         self.assertEqual({*statuses}, {b"401", b"503"})
 
 

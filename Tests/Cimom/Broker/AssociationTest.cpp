@@ -66,80 +66,37 @@ TEST_F(Associations, RejectUnknownClassesAndNamespaces)
               "CIM_ERR_INVALID_NAMESPACE: root/none");
 }
 
-// ---- What the four operations have in common ----
-
-struct Operation : Row
+TEST_F(Associations, GiveObjectsTheHostAndNamespaceThatTheyLack)
 {
-    /// The paths that T_Leaf.Id=1 leads to.
-    Lines (*paths)(Broker&, const OperationContext&);
-};
-
-class EachTraversal : public BrokerTableTest<Operation>
-{
-protected:
-    Lines paths() { return GetParam().paths(*broker, me); }
-    static void deliver(ObjectPathResponseHandler& handler, const char* path)
-    {
-        handler.deliver(CIMObjectPath(path));
+    const Traversal traversal = from("T_Leaf.Id=1", "T_LinkSub");
+    for (const auto& [delivered, expected] : {std::pair("C.Id=1", "//here/root/test:C.Id=1"),
+                                              std::pair("a/b:C.Id=2", "//here/a/b:C.Id=2"),
+                                              std::pair("//h/x:C.Id=3", "//h/x:C.Id=3")}) {
+        const CIMInstance object = instanceOf(delivered);
+        scripted::provider("LinkSub").onPaths =
+            scripted::delivering<CIMObjectPath>({object.getPath()});
+        scripted::provider("LinkSub").onObjects = scripted::delivering<CIMObject>({object});
+        EXPECT_EQ(texts(broker->associatorNames(me, test, traversal)), Lines{expected});
+        EXPECT_EQ(text(broker->associators(me, test, traversal, {})[0].getPath()), expected);
     }
-    static void deliver(ObjectResponseHandler& handler, const char* path)
-    {
-        handler.deliver(CIMObject(instanceOf(path)));
-    }
-    template <class Behavior>
-    static void setBehavior(const char* provider, Behavior behavior)
-    {
-        scripted::provider(provider).onPaths = behavior;
-        scripted::provider(provider).onObjects = behavior;
-    }
-};
-
-TEST_P(EachTraversal, GivesPathsTheHostAndNamespaceThatTheyLack)
-{
-    setBehavior("Link", [](auto& handler) {
-        for (const char* path : {"C.Id=1", "a/b:C.Id=2", "//h/x:C.Id=3"})
-            deliver(handler, path);
-        handler.complete();
-    });
-    setBehavior("LinkSub", [](auto& handler) { handler.complete(); });
-    EXPECT_EQ(paths(), (Lines{"//here/root/test:C.Id=1", "//here/a/b:C.Id=2", "//h/x:C.Id=3"}));
 }
 
-TEST_P(EachTraversal, OmitsAssociationsWhoseProviderDoesNotSupportIt)
+TEST_F(Associations, OmitProvidersThatDoNotSupportIt)
 {
-    setBehavior("Link", [](auto&) { throw CIMNotSupportedException("not here"); });
-    EXPECT_EQ(paths(), Lines{"//here/root/test:T_LinkSub.Id=1"});
-    setBehavior("LinkSub", [](auto&) { throw CIMNotSupportedException("not here"); });
-    EXPECT_EQ(paths(), Lines{});
+    const auto refuse = [](auto&) { throw CIMNotSupportedException("not here"); };
+    scripted::provider("Link").onPaths = refuse;
+    EXPECT_EQ(texts(broker->associatorNames(me, test, from("T_Leaf.Id=1"))),
+              Lines{"//here/root/test:T_LinkSub.Id=1"});
+    scripted::provider("LinkSub").onPaths = refuse;
+    EXPECT_EQ(broker->associatorNames(me, test, from("T_Leaf.Id=1")).size(), 0U);
 }
 
-TEST_P(EachTraversal, ReturnsOtherErrorsOfOneProvider)
+TEST_F(Associations, ReturnOtherErrorsOfOneProvider)
 {
-    setBehavior("Link", [](auto&) { throw CIMAccessDeniedException("no"); });
-    EXPECT_EQ(errorOf([&] { paths(); }), "CIM_ERR_ACCESS_DENIED: no");
+    scripted::provider("Link").onObjects = [](auto&) { throw CIMAccessDeniedException("no"); };
+    EXPECT_EQ(errorOf([&] { broker->references(me, test, from("T_Leaf.Id=1"), {}); }),
+              "CIM_ERR_ACCESS_DENIED: no");
 }
-
-Lines pathsOf(const Array<CIMInstance>& instances)
-{
-    Lines paths;
-    for (Uint32 i = 0; i < instances.size(); ++i)
-        paths.push_back(text(instances[i].getPath()));
-    return paths;
-}
-
-const CIMNamespaceName root("root/test");
-const Traversal ofLeaf = from("T_Leaf.Id=1");
-const Operation traversals[] = {
-    {"Associators",
-     [](auto& broker, auto& me) { return pathsOf(broker.associators(me, root, ofLeaf, {})); }},
-    {"AssociatorNames",
-     [](auto& broker, auto& me) { return texts(broker.associatorNames(me, root, ofLeaf)); }},
-    {"References",
-     [](auto& broker, auto& me) { return pathsOf(broker.references(me, root, ofLeaf, {})); }},
-    {"ReferenceNames",
-     [](auto& broker, auto& me) { return texts(broker.referenceNames(me, root, ofLeaf)); }},
-};
-INSTANTIATE_TEST_SUITE_P(Of, EachTraversal, ::testing::ValuesIn(traversals), NameOfRow());
 
 }  // namespace
 }  // namespace cimom

@@ -130,8 +130,8 @@ protected:
 };
 
 /// The same for a table: failures name the row.
-template <class RowType>
-class BrokerTableTest : public BrokerTest, public ::testing::WithParamInterface<RowType>
+template <class RowType, class Base = BrokerTest>
+class BrokerTableTest : public Base, public ::testing::WithParamInterface<RowType>
 {
     const ::testing::ScopedTrace row_{this->GetParam().file, this->GetParam().line,
                                       this->GetParam().name};

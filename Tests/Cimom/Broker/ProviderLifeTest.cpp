@@ -160,16 +160,6 @@ TEST_F(Upcall, IsForTheUserOfTheContextOrNobody)
                      "Leaf enumerateInstanceNames //here/root/test:T_Leaf by me"}));
 }
 
-TEST_F(Upcall, DuringInitializationReachesOtherProviders)
-{
-    Lines results;
-    scripted::provider("Leaf").onInitialize = [&] {
-        results = {upcall("T_Side"), upcall("T_Static")};
-    };
-    EXPECT_EQ(upcall("T_Leaf"), "T_Leaf.Id=1");
-    EXPECT_EQ(results, (Lines{"T_Side.Id=1", "T_Static.Id=1,Number=1"}));
-}
-
 TEST_F(Upcall, DuringInitializationIsRejectedWhenItNeedsThatProvider)
 {
     std::string error;

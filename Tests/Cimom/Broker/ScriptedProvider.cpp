@@ -8,6 +8,7 @@
 
 #include <map>
 #include <mutex>
+#include <type_traits>
 
 PEGASUS_USING_PEGASUS;
 
@@ -76,10 +77,6 @@ std::string word(const std::string& name, const String& value)
 {
     return value.size() == 0 ? "" : " " + name + "=" + toUtf8(value);
 }
-std::string word(const std::string& name, const CIMName& value)
-{
-    return word(name, value.getString());
-}
 std::string word(const CIMPropertyList& list)
 {
     std::string names;
@@ -103,23 +100,18 @@ std::string word(const CIMName& method, const Array<CIMParamValue>& in)
 }
 
 // What is delivered where nothing is set.
-void deliver(InstanceResponseHandler& handler, const std::string& path)
+template <class Handler>
+void deliverOne(Handler& handler, const std::string& path)
 {
-    handler.deliver(instanceOf(path));
+    if constexpr (std::is_same_v<Handler, InstanceResponseHandler>)
+        handler.deliver(instanceOf(path));
+    else if constexpr (std::is_same_v<Handler, ObjectResponseHandler>)
+        handler.deliver(CIMObject(instanceOf(path)));
+    else if constexpr (std::is_same_v<Handler, ObjectPathResponseHandler>)
+        handler.deliver(CIMObjectPath(toString(path)));
+    else if constexpr (std::is_same_v<Handler, MethodResultResponseHandler>)
+        handler.deliver(CIMValue(Uint32(0)));
 }
-void deliver(ObjectResponseHandler& handler, const std::string& path)
-{
-    handler.deliver(CIMObject(instanceOf(path)));
-}
-void deliver(ObjectPathResponseHandler& handler, const std::string& path)
-{
-    handler.deliver(CIMObjectPath(toString(path)));
-}
-void deliver(MethodResultResponseHandler& handler, const std::string&)
-{
-    handler.deliver(CIMValue(Uint32(0)));
-}
-void deliver(ResponseHandler&, const std::string&) {}
 
 class Bare : public CIMProvider
 {
@@ -196,21 +188,26 @@ public:
     void references(Ctx c, Path p, Name association, Text role, bool q, bool o, List l,
                     ObjectResponseHandler& h) override
     {
-        const std::string filters = word("ResultClass", association) + word("Role", role);
-        run(c, association, does_.onObjects, h, "references " + text(p) + filters + view(q, o, l));
+        run(c, association, does_.onObjects, h,
+            "references " + text(p) + narrowed(association, role) + view(q, o, l));
     }
     void referenceNames(Ctx c, Path p, Name association, Text role,
                         ObjectPathResponseHandler& h) override
     {
-        const std::string filters = word("ResultClass", association) + word("Role", role);
-        run(c, association, does_.onPaths, h, "referenceNames " + text(p) + filters);
+        run(c, association, does_.onPaths, h,
+            "referenceNames " + text(p) + narrowed(association, role));
     }
 
 private:
+    static std::string narrowed(Name association, Text role)
+    {
+        return word("ResultClass", association.getString()) + word("Role", role);
+    }
     static std::string narrowed(Name association, Name resultClass, Text role, Text resultRole)
     {
-        return word("AssocClass", association) + word("ResultClass", resultClass) +
-               word("Role", role) + word("ResultRole", resultRole);
+        return word("AssocClass", association.getString()) +
+               word("ResultClass", resultClass.getString()) + word("Role", role) +
+               word("ResultRole", resultRole);
     }
 
     template <class Handler>
@@ -221,7 +218,7 @@ private:
         record(calls, name_ + " " + call + (user.size() == 0 ? "" : " by " + toUtf8(user)));
         if (behavior) return behavior(handler);
         handler.processing();
-        deliver(handler, toUtf8(served.getString()) + ".Id=1");
+        deliverOne(handler, toUtf8(served.getString()) + ".Id=1");
         handler.complete();
     }
 

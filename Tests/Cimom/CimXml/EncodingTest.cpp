@@ -20,8 +20,7 @@ std::string typeAndValues(const XmlElement& property)
 }
 
 /// Runs with a provider that delivers instances of T_Leaf.
-template <class Base>
-class EncodingBase : public Base
+class Encoding : public ServiceTest
 {
 protected:
     /// The reply with these instances.
@@ -29,11 +28,16 @@ protected:
     {
         scripted::provider("Leaf").onInstances = scripted::delivering<CIMInstance>(instances);
         const std::string origins = flag("IncludeClassOrigin");
-        return this->send(intrinsic("EnumerateInstances", className("T_Leaf") + origins));
+        return send(intrinsic("EnumerateInstances", className("T_Leaf") + origins));
     }
     Reply written(const CIMValue& value)
     {
         return written(std::vector<CIMInstance>{instanceOf("T_Leaf.Id=1", {{"P", value}})});
+    }
+    /// The element of a property with that value.
+    XmlElement property(const CIMValue& value)
+    {
+        return the(written(value).response, "INSTANCE").children.at(0);
     }
 };
 
@@ -46,22 +50,17 @@ struct WrittenValue : Row
     std::string written;
 };
 
-using PropertyValue = EncodingBase<ServiceTableTest<WrittenValue>>;
+using PropertyValue = BrokerTableTest<WrittenValue, Encoding>;
 
-TEST_P(PropertyValue, IsWrittenWithItsType)
+TEST_P(PropertyValue, IsWrittenWithItsTypeAndReadAsWritten)
 {
     const Reply reply = written(GetParam().value);
     EXPECT_EQ(typeAndValues(the(reply.response, "INSTANCE").children.at(0)), GetParam().written);
-}
-
-TEST_P(PropertyValue, IsReadAsWritten)
-{
-    const std::string body = written(GetParam().value).body;
-    const std::size_t start = body.find("<INSTANCE ");
-    const std::string instance = body.substr(start, body.find("</VALUE.NAMEDINSTANCE>") - start);
+    const std::size_t start = reply.body.find("<INSTANCE ");
+    const std::string instance =
+        reply.body.substr(start, reply.body.find("</VALUE.NAMEDINSTANCE>") - start);
     scripted::calls.clear();
-    EXPECT_EQ(send(intrinsic("CreateInstance", parameter("NewInstance", instance))).error(),
-              "no error");
+    send(intrinsic("CreateInstance", parameter("NewInstance", instance)));
     EXPECT_EQ(scripted::calls, Lines{"Leaf createInstance //here/root/test:T_Leaf T_Leaf{P:" +
                                      text(GetParam().value) + "} by me"});
 }
@@ -90,22 +89,15 @@ using limits = std::numeric_limits<T>;
 const WrittenValue writtenValues[] = {
     {"Boolean", CIMValue(true), " boolean [TRUE]"},
     {"Uint8", CIMValue(Uint8(255)), " uint8 [255]"},
-    {"Sint8", CIMValue(Sint8(-128)), " sint8 [-128]"},
-    {"Uint16", CIMValue(Uint16(65535)), " uint16 [65535]"},
-    {"Sint16", CIMValue(Sint16(-32768)), " sint16 [-32768]"},
-    {"Uint32", CIMValue(Uint32(4294967295U)), " uint32 [4294967295]"},
-    {"Sint32", CIMValue(Sint32(-7)), " sint32 [-7]"},
     {"Uint64", CIMValue(limits<Uint64>::max()), " uint64 [18446744073709551615]"},
     {"Sint64", CIMValue(limits<Sint64>::min()), " sint64 [-9223372036854775808]"},
     {"Real32", CIMValue(Real32(0.1F)), " real32 [1.0000000e-01]"},
-    {"Real64", CIMValue(Real64(1.0 / 3)), " real64 [3.3333333333333331e-01]"},
     {"Real64Least", CIMValue(limits<Real64>::denorm_min()), " real64 [4.9406564584124654e-324]"},
     {"Real64Infinite", CIMValue(-limits<Real64>::infinity()), " real64 [-inf]"},
     {"Char16", CIMValue(Char16(' ')), " char16 [ ]"},
     {"Datetime", CIMValue(CIMDateTime(String("20260102030405.678901+060"))),
      " datetime [20260102030405.678901+060]"},
     {"StringEmpty", CIMValue(String()), " string []"},
-    {"StringWithBlanks", CIMValue(String("  a  b c  ")), " string [  a  b c  ]"},
     {"StringWithMarkup", CIMValue(toString(markup)), " string [" + std::string(markup) + "]"},
     {"StringLong", CIMValue(toString(std::string(65, 'x') + "<")),
      " string [" + std::string(65, 'x') + "<]"},
@@ -114,25 +106,13 @@ const WrittenValue writtenValues[] = {
     {"Numbers", two(Sint16(-32768), Sint16(0)), ".ARRAY sint16 [-32768] [0]"},
     {"ArrayWithoutElements", CIMValue(Array<Boolean>()), ".ARRAY boolean"},
     {"NullArray", CIMValue(CIMTYPE_SINT8, true), ".ARRAY sint8"},
-    {"NullReference", CIMValue(CIMTYPE_REFERENCE, false), ".REFERENCE "},
     {"Reference", pathValue("C.b=TRUE,k=\"v  <\\\"\",n=-1"), ".REFERENCE "},
-    {"ReferenceInANamespace", pathValue("root/x:C.k=\"a\""), ".REFERENCE "},
     {"ReferenceAtAHost", pathValue("//h:5989/root:A.r=\"root:C.k=\\\"v\\\"\""), ".REFERENCE "},
     {"EmbeddedInstance", CIMValue(inner), " string [" + innerText + "]"},
     {"EmbeddedObjects", CIMValue(Array<CIMObject>(1, CIMObject(inner))),
      ".ARRAY string [" + innerText + "]"},
 };
 INSTANTIATE_TEST_SUITE_P(Of, PropertyValue, ::testing::ValuesIn(writtenValues), NameOfRow());
-
-class Encoding : public EncodingBase<ServiceTest>
-{
-protected:
-    /// The element of a property with that value.
-    XmlElement property(const CIMValue& value)
-    {
-        return the(written(value).response, "INSTANCE").children.at(0);
-    }
-};
 
 TEST_F(Encoding, EscapesWhatReadersDoNotTakeAsItIs)
 {
@@ -160,31 +140,6 @@ TEST_F(Encoding, WritesOriginPropagationAndReferenceClass)
     EXPECT_EQ(attribute(property, "REFERENCECLASS"), "T_Base");
     EXPECT_EQ(attribute(property, "CLASSORIGIN"), "T_Mid");
     EXPECT_EQ(attribute(property, "PROPAGATED"), "true");
-}
-
-TEST_F(Encoding, WritesReferencesWithAsMuchOfThePathAsTheyHave)
-{
-    const auto pathIn = [this](const char* text) {
-        return the(property(pathValue(text)), "VALUE.REFERENCE").children.at(0);
-    };
-    EXPECT_EQ(pathIn("C.k=1").name, "INSTANCENAME");
-    const XmlElement local = pathIn("root/x:C.k=1");
-    EXPECT_EQ(local.name, "LOCALINSTANCEPATH");
-    EXPECT_EQ(namesOf(local, "NAMESPACE"), (Lines{"root", "x"}));
-    const XmlElement whole = pathIn("//h:5989/root/x/y:C.k=1");
-    EXPECT_EQ(whole.name, "INSTANCEPATH");
-    EXPECT_EQ(the(whole, "HOST").text, "h:5989");
-    EXPECT_EQ(namesOf(whole, "NAMESPACE"), (Lines{"root", "x", "y"}));
-}
-
-TEST_F(Encoding, WritesKeysWithTheirType)
-{
-    Lines keys;
-    const XmlElement reference = property(pathValue("C.b=TRUE,n=-1,s=\"v  <\",t=\"root:D.k=1\""));
-    for (const XmlElement* key : all(reference, "KEYVALUE"))
-        keys.push_back(attribute(*key, "VALUETYPE") + " " + key->text);
-    EXPECT_EQ(keys, (Lines{"boolean TRUE", "numeric -1", "string v  <", "numeric 1"}));
-    EXPECT_EQ(the(reference, "KEYBINDING", "t").children.at(0).name, "VALUE.REFERENCE");
 }
 
 // ---- Many in one reply: what they have in common must not hide where they differ ----

@@ -44,42 +44,27 @@ TEST_P(ArgumentValue, IsReadByItsType)
 
 const TypedText typedTexts[] = {
     {"Uint8Hexadecimal", "uint8", "0xff", "255"},
-    {"Uint8HexadecimalInCapitals", "uint8", "0XFF", "255"},
     {"Uint8AmongBlanks", "uint8", " 7 ", "7"},
     {"Uint8TooGreat", "uint8", "256", "invalid"},
-    {"Uint8TooGreatHexadecimal", "uint8", "0x100", "invalid"},
     {"Uint8WithPlus", "uint8", "+5", "invalid"},
     {"Uint8WithMinus", "uint8", "-1", "invalid"},
     {"Uint8WithLeadingZeros", "uint8", "007", "invalid"},
-    {"Uint8WithLetter", "uint8", "5x", "invalid"},
-    {"Uint8WithoutDigits", "uint8", "0x", "invalid"},
-    {"Uint8WithExponent", "uint8", "1e1", "invalid"},
     {"Sint8WithPlus", "sint8", "+7", "7"},
     {"Sint8SmallestHexadecimal", "sint8", "-0x80", "-128"},
     {"Sint8TooSmall", "sint8", "-129", "invalid"},
-    {"Sint8TooGreat", "sint8", "128", "invalid"},
-    {"Sint8WithTwoMinus", "sint8", "--1", "invalid"},
-    {"Sint8WithPlusAndMinus", "sint8", "+-1", "invalid"},
-    {"Sint8WithoutDigits", "sint8", "-", "invalid"},
     {"Uint64TooGreat", "uint64", "18446744073709551616", "invalid"},
-    {"Sint64TooGreat", "sint64", "9223372036854775808", "invalid"},
     {"Real32Infinite", "real32", "INF", "inf"},
     {"Real32TooGreat", "real32", "1e39", "invalid"},
-    {"Real32Empty", "real32", "", "invalid"},
     {"Real64WithSigns", "real64", "+1.5e+5", "1.5000000000000000e+05"},
     {"Real64WithoutZero", "real64", ".5", "5.0000000000000000e-01"},
-    {"Real64Whole", "real64", "1", "1.0000000000000000e+00"},
     {"Real64NotANumber", "real64", "nan", "nan"},
-    {"Real64TooGreat", "real64", "1e999", "invalid"},
     {"Real64Hexadecimal", "real64", "0x1p3", "invalid"},
     {"Real64WithPlusAndMinus", "real64", "+-1", "invalid"},
-    {"Real64WithTwoPoints", "real64", "1.5.2", "invalid"},
     {"BooleanTrue", "boolean", "true", "TRUE"},
     {"BooleanAsNumber", "boolean", "1", "invalid"},
     {"DatetimeOfMonth13", "datetime", "20261302030405.678901+060", "invalid"},
     {"Char16AsReference", "char16", "&#32;", " "},
     {"Char16OfTwo", "char16", "ab", "invalid"},
-    {"StringAmongBlanks", "string", " a  b ", "a  b"},
     {"StringWithBlanksAsReferences", "string", "&#32;a&#32;", " a "},
     {"StringWithComment", "string", "a<!-- c -->b", "ab"},
     {"StringAsCdata", "string", " <![CDATA[ <x>&#1; ]]> ", " <x>&#1; "},
@@ -88,50 +73,28 @@ const TypedText typedTexts[] = {
 };
 INSTANTIATE_TEST_SUITE_P(Of, ArgumentValue, ::testing::ValuesIn(typedTexts), NameOfRow());
 
-// ---- Arrays, references and null ----
+// ---- Arrays and references: their paths are read back in the tests of encoding ----
 
-/// A type, the content of the parameter, and what a provider gets.
-using ArgumentElement = ServiceTableTest<TypedText>;
-
-TEST_P(ArgumentElement, BecomesAValueOfItsShape)
-{
-    const Reply reply = send(extrinsic(parameterOf("P", GetParam().type, GetParam().content)));
-    EXPECT_EQ(reply.error(), "no error");
-    EXPECT_EQ(scripted::calls, Lines{calledWith + "Run(P:" + GetParam().expected + ") by me"})
-        << GetParam().content;
-}
+using MethodCall = ServiceTest;
 
 std::string referenceTo(const std::string& path)
 {
     return element("VALUE.REFERENCE", path);
 }
 
-const std::string leafElement = instanceNameElement("T_Leaf.Id=1");
-const std::string inX = localNamespacePath("root/x");
-const std::string atHost = element("NAMESPACEPATH", element("HOST", "h:5989") + inX);
-const TypedText contents[] = {
-    {"ArrayWithoutElements", "uint8", "<VALUE.ARRAY/>", "uint8[]="},
-    {"ReferenceWithoutType", "", referenceTo(leafElement), "reference=T_Leaf.Id=1"},
-    {"ReferenceToAClass", "", referenceTo("<CLASSNAME NAME='T_Leaf'/>"), "reference=T_Leaf"},
-    {"ReferenceToAClassAtAHost", "",
-     referenceTo(element("CLASSPATH", atHost + "<CLASSNAME NAME='T_Leaf'/>")),
-     "reference=//h:5989/root/x:T_Leaf"},
-    {"ArrayOfReferences", "",
-     element("VALUE.REFARRAY", referenceTo(leafElement) + referenceTo(leafElement)),
-     "reference[]=T_Leaf.Id=1 T_Leaf.Id=1 "},
-    {"ReferenceWithKeysOfAllKinds", "",
-     referenceTo("<INSTANCENAME CLASSNAME='C'>"
-                 "<KEYBINDING NAME='t'><KEYVALUE VALUETYPE='string'>v &#32;</KEYVALUE></KEYBINDING>"
-                 "<KEYBINDING NAME='s'><KEYVALUE>w</KEYVALUE></KEYBINDING>"
-                 "<KEYBINDING NAME='n'><KEYVALUE VALUETYPE='numeric'>-1</KEYVALUE></KEYBINDING>"
-                 "<KEYBINDING NAME='b'><KEYVALUE VALUETYPE='boolean'>TRUE</KEYVALUE></KEYBINDING>"
-                 "<KEYBINDING NAME='r'>" +
-                 referenceTo(leafElement) + "</KEYBINDING></INSTANCENAME>"),
-     "reference=C.b=TRUE,n=-1,r=\"T_Leaf.Id=1\",s=\"w\",t=\"v  \""},
-};
-INSTANTIATE_TEST_SUITE_P(Of, ArgumentElement, ::testing::ValuesIn(contents), NameOfRow());
-
-using MethodCall = ServiceTest;
+TEST_F(MethodCall, PassesArraysAndReferences)
+{
+    const std::string leaf = referenceTo(instanceNameElement("T_Leaf.Id=1"));
+    const std::string ofClass = referenceTo("<CLASSNAME NAME='T_Leaf'/>");
+    const std::string stringKey = referenceTo(element(
+        "INSTANCENAME CLASSNAME='C'", "<KEYBINDING NAME='k'><KEYVALUE>1</KEYVALUE></KEYBINDING>"));
+    send(extrinsic(parameterOf("Empty", "uint8", "<VALUE.ARRAY/>") +
+                   parameterOf("Paths", "", element("VALUE.REFARRAY", leaf + ofClass)) +
+                   parameterOf("Path", "", stringKey)));
+    EXPECT_EQ(scripted::calls,
+              Lines{calledWith + "Run(Empty:uint8[]=, Paths:reference[]=T_Leaf.Id=1 T_Leaf , "
+                                 "Path:reference=C.k=\"1\") by me"});
+}
 
 TEST_F(MethodCall, IsRefusedWhenTheTypeOfAParameterIsUnknownOrDoesNotFit)
 {

@@ -51,10 +51,6 @@ protected:
             intrinsic("GetQualifier", parameter("QualifierName", value(name)));
         return lines(the(send(request).response, "QUALIFIER.DECLARATION"));
     }
-    Lines classNames(const std::string& parameters)
-    {
-        return namesOf(send(intrinsic("EnumerateClassNames", parameters)).response, "CLASSNAME");
-    }
 };
 
 TEST_F(SchemaOperation, GetClassReturnsWhatTheClassDeclaresItselfWithQualifiers)
@@ -123,17 +119,10 @@ TEST_F(SchemaOperation, EnumerateClassesReturnsSubclassesAsAsked)
               0U);
 }
 
-TEST_F(SchemaOperation, EnumerateClassNamesReturnsSubclassesInSchemaOrder)
-{
-    EXPECT_EQ(classNames(className("t_BASE")), (Lines{"T_Mid", "T_Side"}));
-    EXPECT_EQ(classNames(className("T_Base") + flag("DeepInheritance")),
-              (Lines{"T_Mid", "T_Leaf", "T_Side"}));
-    EXPECT_EQ(classNames("").at(1), "T_Static") << "the second class without superclass";
-    EXPECT_EQ(classNames(flag("DeepInheritance")).at(1), "T_Mid");
-}
-
 TEST_F(SchemaOperation, GetQualifierReturnsTheDeclaration)
 {
+    const std::string unknown = parameter("QualifierName", value("nOne"));
+    EXPECT_EQ(send(intrinsic("GetQualifier", unknown)).error(), "6 CIM_ERR_NOT_FOUND: nOne");
     EXPECT_EQ(getQualifier("kEY"),
               (Lines{"QUALIFIER.DECLARATION NAME=Key TYPE=boolean OVERRIDABLE=false = FALSE",
                      "SCOPE REFERENCE=true PROPERTY=true"}));
@@ -145,29 +134,6 @@ TEST_F(SchemaOperation, GetQualifierReturnsTheDeclaration)
               (Lines{"QUALIFIER.DECLARATION NAME=Note TYPE=string TRANSLATABLE=true",
                      "SCOPE CLASS=true ASSOCIATION=true REFERENCE=true PROPERTY=true METHOD=true "
                      "PARAMETER=true INDICATION=true"}));
-}
-
-TEST_F(SchemaOperation, EnumerateQualifiersReturnsDeclarationsInTheirOrder)
-{
-    EXPECT_EQ(namesOf(send(intrinsic("EnumerateQualifiers")).response, "QUALIFIER.DECLARATION"),
-              (Lines{"Abstract", "Association", "Key", "Note", "Values"}));
-}
-
-TEST_F(SchemaOperation, RejectsUnknownNames)
-{
-    const auto error = [this](const char* operation, const std::string& parameters,
-                              const char* nameSpace = "root/test") {
-        return send(intrinsic(operation, parameters, nameSpace)).error();
-    };
-    EXPECT_EQ(error("GetClass", className("t_None")), "6 CIM_ERR_NOT_FOUND: t_None");
-    EXPECT_EQ(error("GetQualifier", parameter("QualifierName", value("nOne"))),
-              "6 CIM_ERR_NOT_FOUND: nOne");
-    EXPECT_EQ(error("EnumerateClasses", className("T_None")), "5 CIM_ERR_INVALID_CLASS: T_None");
-    EXPECT_EQ(error("EnumerateClassNames", className("T_None")), "5 CIM_ERR_INVALID_CLASS: T_None");
-    EXPECT_EQ(error("GetClass", className("T_Base"), "root/none"),
-              "3 CIM_ERR_INVALID_NAMESPACE: root/none");
-    EXPECT_EQ(error("EnumerateClassNames", "", "root/none"),
-              "3 CIM_ERR_INVALID_NAMESPACE: root/none");
 }
 
 }  // namespace

@@ -170,13 +170,12 @@ struct Reply
 };
 
 /// A broker's test that sends requests.
-template <class Base>
-class ServiceBase : public Base
+class ServiceTest : public BrokerTest
 {
 protected:
     Reply send(const CimRequest& request)
     {
-        const CimReply sent = answerCimRequest(*this->broker, request);
+        const CimReply sent = answerCimRequest(*broker, request);
         if (sent.status != 200)
             return {std::to_string(sent.status) + " " + sent.cimError + ": " + sent.detail, "", {}};
         Reply reply{"", sent.body, {}};
@@ -189,8 +188,7 @@ protected:
     }
 };
 
-using ServiceTest = ServiceBase<BrokerTest>;
 template <class RowType>
-using ServiceTableTest = ServiceBase<BrokerTableTest<RowType>>;
+using ServiceTableTest = BrokerTableTest<RowType, ServiceTest>;
 
 }  // namespace cimom

@@ -28,19 +28,9 @@ TEST_P(MofProperty, HasTheDeclaredTypeAndDefault)
 
 const Declared properties[] = {
     {"BooleanInAnyCase", "boolean P = tRuE;", "boolean P = TRUE"},
-    {"BooleanArray", "boolean P[] = {TRUE, false};", "boolean P[] = TRUE FALSE"},
-    {"GreatestUint8", "uint8 P = 255;", "uint8 P = 255"},
-    {"LeastSint8", "sint8 P = -128;", "sint8 P = -128"},
     {"HexadecimalUint16", "uint16 P = 0xFFff;", "uint16 P = 65535"},
-    {"NegativeHexadecimalSint16", "sint16 P = -0x8000;", "sint16 P = -32768"},
-    {"MinusZero", "sint16 P = -0;", "sint16 P = 0"},
-    {"Zero", "uint32 P = 0;", "uint32 P = 0"},
     {"PlusSignBeforeSint32", "sint32 P = +2147483647;", "sint32 P = 2147483647"},
-    {"GreatestUint64", "uint64 P = 18446744073709551615;", "uint64 P = 18446744073709551615"},
-    {"LeastSint64", "sint64 P = -9223372036854775808;", "sint64 P = -9223372036854775808"},
-    {"NegativeReal32", "real32 P = -1.5;", "real32 P = -1.5000000000000000e+00"},
     {"RealWithExponent", "real64 P = +.25e-2;", "real64 P = 2.5000000000000001e-03"},
-    {"RealWithoutPoint", "real64 P = 3;", "real64 P = 3.0000000000000000e+00"},
     {"EscapedQuoteCharacter", R"(char16 P = '\'';)", "char16 P = '"},
     {"HexadecimalCharacter", R"(char16 P = '\x20AC';)", "char16 P = €"},
     {"EmptyString", R"(string P = "";)", "string P = "},
@@ -52,13 +42,9 @@ const Declared properties[] = {
     {"StringArray", R"(string P[] = {"a" "b", "c"};)", "string P[] = ab c"},
     {"EmptyArray", "string P[] = {};", "string P[] = "},
     {"FixedSizeArray", "uint16 P[2] = {1, 2};", "uint16 P[2] = 1 2"},
-    {"FixedSizeArrayWithoutDefault", "uint8 P[0x10];", "uint8 P[16]"},
     {"TimeStamp", "datetime P = \"20240229120000.000000+060\";",
      "datetime P = 20240229120000.000000+060"},
-    {"Interval", "datetime P = \"00000001000000.000000:000\";",
-     "datetime P = 00000001000000.000000:000"},
     {"NullInAnyCase", "uint8 P = nUlL;", "uint8 P"},
-    {"NullArray", "string P[] = NULL;", "string P[]"},
     {"QualifierWithSingleValueForArray", R"([Values("a")] string P;)", "[Values(a)] string P"},
     {"QualifierWithNull", "[MaxLen(8), Mine(NULL)] string P;", "[MaxLen(8), Mine] string P"},
     {"BooleanQualifierWithoutValue", "[Key] string P;", "[Key(TRUE)] string P"},
@@ -67,9 +53,7 @@ INSTANTIATE_TEST_SUITE_P(Of, MofProperty, testing::ValuesIn(properties), NameOfR
 
 // ---- Declarations
 
-class Mof : public TestRepository
-{
-};
+using Mof = TestRepository;
 
 TEST_F(Mof, DeclaresMethods)
 {
@@ -120,47 +104,13 @@ TEST_F(Mof, ReadsQualifiersWithTheFlavorsOfTheirDeclaration)
     EXPECT_EQ(text(made->qualifiers.find("Mine")->flavor), "");
 }
 
-TEST_F(Mof, PassesOverPragmasWithoutMeaning)
-{
-    EXPECT_EQ(classOf("#pragma locale(\"en_US\")\n#pragma whatever\nclass T {};")->name(),
-              CIMName("T"));
-}
-
-TEST_F(Mof, KeepsWhatWasCompiledBeforeTheFault)
-{
-    EXPECT_THROW(compile("class T {}; klass"), std::runtime_error);
-    EXPECT_NE(repository.findClass(nameSpace, CIMName("T")), nullptr);
-}
-
-TEST_F(Mof, EndsWithSuccessOrFaultForEveryPrefixAndChangedByte)
-{
-    const std::string good =
-        "#pragma locale(\"en\")\nQualifier Key : boolean, Scope(property);\n"
-        "Qualifier Q : uint8[] = {1}, Scope(any), Flavor(Restricted);\n"
-        "[Q{2}: ToSubclass] class T { [Key] string Id; real32 R[2] = {1.5e1, -2};"
-        " uint32 M([Q] T REF P[]); };\n instance of T { Id = \"\\x41\" \"b\"; };";
-    for (std::size_t i = 0; i < good.size(); ++i) {
-        std::string changed = good;
-        changed[i] = "\"{\xC3"[i % 4];  // each fourth time a zero
-        for (const std::string& mof : {good.substr(0, i), changed}) {
-            Repository fresh;
-            fresh.addNamespace(nameSpace);
-            const std::string outcome =
-                outcomeOf([&] { compileMofText(fresh, nameSpace, mof, "MOF"); });
-            EXPECT_TRUE(outcome == "compiled" || outcome.substr(0, 4) == "MOF:") << mof << outcome;
-        }
-    }
-}
-
 // ---- Faults
 
-class MofCompilerFault : public FaultTest
-{
-};
+using MofCompilerFault = FaultTest;
 
 TEST_P(MofCompilerFault, IsReportedWithItsPlace)
 {
-    check("MOF:");
+    expectFault("MOF:" + GetParam().fault);
 }
 
 const Fault mofFaults[] = {
@@ -179,12 +129,7 @@ const Fault mofFaults[] = {
     {"OpenComment", "class T { /* no end", "1:11: comment without end, expected \"*/\""},
     {"UnexpectedCharacter", "class T { string @; };", "1:18: unexpected '@'"},
     {"ControlCharacter", "class T\x01", "1:8: unexpected control character 1"},
-    {"BytesThatAreNotUtf8", "class T { string \xFF; };", "1:18: expected a text in UTF-8"},
     // Structure
-    {"EndBehindClassName", "class T\n",
-     "2:1: expected '{' or ':' after the class name, found the end of the text"},
-    {"MissingSemicolon", "class T {\n\tstring A\n\tstring B; };",
-     "3:2: expected ';', '=', '[' or '(' after A, found 'string'"},
     {"UnknownType", "class T { void M(); };",
      "1:11: 'void' is no CIM data type; a reference is written CLASS REF NAME"},
     {"MethodThatReturnsReference", "class T { T_Base REF M(); };",
@@ -193,12 +138,6 @@ const Fault mofFaults[] = {
      "1:37: a property cannot be an array of references"},
     {"ArraySizeZero", "class T { uint8 A[0]; };",
      "1:19: expected an array size of 1 to 65535, found '0'"},
-    {"CommaBehindLastParameter", "class T { uint32 M(string A,); };",
-     "1:29: expected a type, found ')'"},
-    {"RepeatedProperty", "class T { string A; STRING a; };", "1:28: 'a' is there already"},
-    {"RepeatedParameter", "class T { uint32 M(string A, string a); };",
-     "1:37: 'a' is there already"},
-    {"RepeatedMethod", "class T { uint32 M(); uint32 m(); };", "1:30: 'm' is there already"},
     {"RepeatedQualifier", "class T { [MaxLen(1), maxlen(2)] string A; };",
      "1:23: 'maxlen' is there already"},
     // Qualifiers
@@ -208,40 +147,19 @@ const Fault mofFaults[] = {
      "1:18: expected a single value, found a list in braces"},
     {"ContradictingFlavors", "[Mine(\"x\") : Restricted ToSubclass] class T {};",
      "1:25: flavor ToSubclass contradicts one that stands before it"},
-    {"UnknownFlavor", "[Mine : Loose] class T {};",
-     "1:9: expected EnableOverride, DisableOverride, ToSubclass, Restricted, ToInstance or "
-     "Translatable, found 'Loose'"},
     {"UnknownScope", "Qualifier Q : string, Scope(klass);",
      "1:29: expected class, association, indication, property, reference, method, parameter or "
      "any, found 'klass'"},
     {"QualifierOfReferenceType", "Qualifier Q : T_Base REF, Scope(any);",
      "1:15: a qualifier cannot be a reference"},
     // Values
-    {"BeyondUint8", "class T { uint8 A = 256; };",
-     "1:21: expected uint8, decimal or hexadecimal, 0 to 255, found '256'"},
-    {"BelowSint8", "class T { sint8 A = -129; };",
-     "1:21: expected sint8, decimal or hexadecimal, -128 to 127, found '-129'"},
-    {"LeadingZero", "class T { uint16 A = 0777; };",
-     "1:22: expected uint16, decimal or hexadecimal, 0 to 65535, found '0777'"},
     {"StringForNumber", "class T { uint16 A = \"1\"; };",
      "1:22: expected uint16, decimal or hexadecimal, 0 to 65535, found string \"1\""},
-    {"BeyondReal32", "class T { real32 A = 1e99; };",
-     "1:22: expected real32, a decimal number in its range such as -1.5e3, found '1e99'"},
     {"TwoPoints", "class T { real64 A = 1.2.3; };",
      "1:22: expected real64, a decimal number in its range such as -1.5e3, found '1.2.3'"},
-    {"NumberForBoolean", "class T { boolean A = 1; };", "1:23: expected TRUE or FALSE, found '1'"},
     {"WordForString", "class T { string A = x; };", "1:22: expected a value, found 'x'"},
-    {"NumberForString", "class T { string A = 5; };",
-     "1:22: expected a string in double quotes, found '5'"},
-    {"TwoCharactersForOne", "class T { char16 A = 'xy'; };",
-     "1:22: expected one 16-bit character in single quotes, found character 'xy'"},
-    {"WordForDatetime", "class T { datetime A = \"today\"; };",
-     "1:24: expected a datetime in double quotes, yyyymmddhhmmss.mmmmmmsutc or an interval, "
-     "ddddddddhhmmss.mmmmmm:000, found string \"today\""},
     {"SingleValueForArray", "class T { uint8 A[] = 5; };",
      "1:23: expected a list in braces, found '5'"},
-    {"NullInArray", "class T { uint8 A[] = {1, NULL}; };",
-     "1:27: expected uint8, decimal or hexadecimal, 0 to 255, found 'NULL'"},
     {"TooManyForFixedSize", "class T { uint8 A[2] = {1, 2, 3}; };",
      "1:24: expected 2 values for the fixed size of the array, found 3"},
     // Instances
@@ -249,12 +167,8 @@ const Fault mofFaults[] = {
      "1:13: class T_None does not exist in namespace root/test"},
     {"UnknownProperty", "instance of T_Middle {\n  Id = \"a\";\n  Colour = 1; };",
      "3:3: class T_Middle has no property Colour"},
-    {"ValueOfOtherType", R"(instance of T_Middle { Id = "a"; Own = "x"; };)",
-     "1:40: expected uint16, decimal or hexadecimal, 0 to 65535, found string \"x\""},
     {"RepeatedValue", R"(instance of T_Middle { Id = "a"; ID = "b"; };)",
      "1:34: 'ID' is there already"},
-    {"MissingEqualSign", "instance of T_Middle { Id \"a\"; };",
-     "1:27: expected '=' and a value after the property's name, found string \"a\""},
     {"ReferenceThatIsNoPath",
      R"([Association] class T_L { [Key] T_Base REF A; }; instance of T_L { A = "no path"; };)",
      "1:72: expected an object path in double quotes, Class.Key=\"value\", found string \"no "
@@ -292,13 +206,6 @@ TEST_F(MofFiles, RejectIncludeThatIsNowhere)
 {
     EXPECT_EQ(compileFile("missing.mof"),
               "missing.mof:2:9: cannot find the file to include, \"none.mof\", in ., search");
-}
-
-TEST_F(MofFiles, RejectMissingFileAndFolder)
-{
-    EXPECT_EQ(compileFile("none.mof"),
-              "cannot read the MOF file none.mof: No such file or directory");
-    EXPECT_EQ(compileFile("sub"), "cannot read the MOF file sub: it is a folder");
 }
 
 }  // namespace

@@ -9,8 +9,9 @@ import sys
 import unittest
 
 from qbx_support import odd_array
+from qbx_support.server import ROOT
 
-FOLDER = pathlib.Path(__file__).resolve().parent
+FOLDER = ROOT / "Tests" / "Wire"
 
 
 def url(text):

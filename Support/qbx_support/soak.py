@@ -15,12 +15,13 @@ import threading
 import time
 
 from qbx_support import odd_array
-from qbx_support.cimxml import all_requests, http_fields
+from qbx_support.arrays import ASSOCIATIONS
+from qbx_support.cimxml import all_requests, class_name, http_fields, http_request, instance_paths, request
+from qbx_support.raw import send
 from qbx_support.server import ROOT, Server
 
-from Tests.Wire.expected import ASSOCIATIONS, ELEMENTS
-
 SECONDS = 300  # until the server has closed all connections
+CLASSES = ("CIM_Chassis", "QBX_CageInterfaceCard", "QBX_Magazine", "QBX_CageSensor")
 LOGINS = ("admin", "admin", "operator", "viewer", "guest", "blocked")
 
 
@@ -34,10 +35,16 @@ class Soak:
     def __init__(self, server):
         self.server = server
         self.contents = json.loads(server.array.read_text(encoding="utf-8"))
-        self.requests = list(all_requests([each.path for each in ELEMENTS], ASSOCIATIONS))
+        self.requests = list(all_requests(self.paths(), ASSOCIATIONS))
         self.responses: collections.Counter = collections.Counter()
         self.unexpected: list[str] = []
         self.lock, self.over = threading.Lock(), threading.Event()
+
+    def paths(self):
+        """The paths of all elements, as the server lists them."""
+        requests = [request("EnumerateInstanceNames", ClassName=class_name(each)) for each in CLASSES]
+        responses = [send(self.server.url, http_request(each, "admin")) for each in requests]
+        return [path for response in responses for path in instance_paths(response.body)]
 
     def send(self, connection, user):
         """Sends a request, now and then with a fault in it, and counts the response."""

@@ -6,7 +6,9 @@ import re
 import subprocess
 import sys
 
-FOLDER = pathlib.Path(__file__).resolve().parent
+from qbx_support.server import ROOT
+
+FOLDER = ROOT / "Fuzz"
 TARGETS = ("array", "cimxml", "http", "mof", "text")
 
 
@@ -58,8 +60,9 @@ def run(target, build, minutes):
     text = log.read_text(errors="replace")
     runs = re.search(r"^stat::number_of_executed_units: *(\d+)", text, re.MULTILINE)
     places = re.findall(r" cov: (\d+)", text)
+    count = f"{runs[1] if runs else 0} runs, {places[-1] if places else 0} places reached"
     found = "nothing found" if status == 0 else f"FOUND something: see {log} and {findings}"
-    return status == 0, f"{target}: {runs[1] if runs else 0} runs, {places[-1] if places else 0} places reached, {found}"
+    return status == 0, f"{target}: {count}, {found}"
 
 
 def main():

@@ -17,14 +17,16 @@ MAX_OUTPUT_LINES = 40
 
 def read(path):
     """(name, output) of the tests that passed, failed and were skipped."""
-    passed, failed, skipped = [], [], []
+    passed: list = []
+    failed: list = []
+    skipped: list = []
     try:
         cases = list(ElementTree.parse(path).iter("testcase"))
     except (OSError, ElementTree.ParseError) as error:
         return [], [("ctest", f"no result file: {error}")], []
     for case in cases:
         kinds = {"fail": failed, "notrun": skipped, "disabled": skipped}
-        kind = kinds.get(case.get("status"), passed)
+        kind = kinds.get(case.get("status", ""), passed)
         kind.append((case.get("name"), (case.findtext("system-out") or "").strip()))
     if not cases:
         failed.append(("ctest", "no test was run"))
