@@ -1,7 +1,5 @@
 """Writes the tables of instructions in Docs/Performance.md from a file that ./qbx bench has written."""
 
-import re
-
 from qbx_support.server import ROOT
 
 DOCUMENT = ROOT / "Docs" / "Performance.md"
@@ -37,7 +35,8 @@ def write(found):
     stamp = f"Of {found['date'][:10]}, commit {found['commit']}:\n\n"
     for name, content in ("module", module_table(found)), ("requests", request_table(found)):
         begin, end = f"<!-- {name}: written by ./qbx bench --document -->\n", f"<!-- end of {name} -->"
-        marked = re.compile(f"({re.escape(begin)}).*?({re.escape(end)})", re.DOTALL)
-        text, count = marked.subn(lambda marks, new=stamp + content: marks[1] + new + marks[2], text)
-        assert count == 1, f"{DOCUMENT} has no marks for {name}"
+        before, found_begin, rest = text.partition(begin)
+        _, found_end, after = rest.partition(end)
+        assert found_begin and found_end, f"{DOCUMENT} has no marks for {name}"
+        text = before + begin + stamp + content + end + after
     DOCUMENT.write_text(text, encoding="utf-8")
