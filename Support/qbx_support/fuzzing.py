@@ -67,7 +67,7 @@ def run(target, build, minutes):
 
 def main():
     options = parse_arguments()
-    subprocess.run([sys.executable, "-m", "Fuzz.seeds", options.build / "seeds"], check=True)
+    subprocess.run([sys.executable, "-m", "qbx_support.fuzz_seeds", options.build / "seeds"], check=True)
     results = []
     for target in options.targets or TARGETS:
         print(f"fuzz: {target}, {options.minutes} minutes", flush=True)
