@@ -91,6 +91,10 @@ TEST_F(ActionsTest, LocatesAMagazineOfACageForItsTime)
     expectNoChanges();
     qbxsim_advanceClock(1000);
     expectChanges({{"m1", {{"light", 0}}}});
+    EXPECT_EQ(api_locateMagazine("dc2", 1, 1), 0);
+    expectChanges({{"m1", {{"light", 1}}}});
+    EXPECT_EQ(api_locateMagazine("dc2", 1, 0), 0);
+    expectChanges({{"m1", {{"light", 0}}}});
     EXPECT_EQ(api_locateMagazine("dc2", 2, 60), QBXSIM_NOT_FOUND) << "absent";
     expectNoChanges();
 }
