@@ -136,7 +136,7 @@ TEST_F(Encoding, WritesOriginPropagationAndReferenceClass)
 {
     const CIMProperty all("P", pathValue("C.k=1"), 0, CIMName("T_Base"), CIMName("T_Mid"), true);
     const Reply reply = written(std::vector<CIMInstance>{instanceOf("T_Leaf.Id=1", {all})});
-    const XmlElement& property = the(reply.response, "PROPERTY.REFERENCE", "P");
+    const XmlElement property = the(reply.response, "PROPERTY.REFERENCE", "P");
     EXPECT_EQ(attribute(property, "REFERENCECLASS"), "T_Base");
     EXPECT_EQ(attribute(property, "CLASSORIGIN"), "T_Mid");
     EXPECT_EQ(attribute(property, "PROPAGATED"), "true");
