@@ -44,7 +44,7 @@ def chunks(stream):
 
 class Response:
     """The next response of a stream: status_line, fields (those of COMPARED, "-" for a missing one)
-    and body. Raises ConnectionError when it is cut short. The status line is empty when nothing
+and body. Raises ConnectionError when it is cut short. The status line is empty when nothing
     comes. An interim response (100) is skipped."""
 
     def __init__(self, stream):
@@ -57,6 +57,8 @@ class Response:
         self.status_line = stream.readline().decode().strip()
         fields = http.client.parse_headers(stream)
         self.fields = {name: fields.get(name, "-") for name in COMPARED}
+        known = set(map(str.lower, COMPARED))
+        self.others = [(name.lower(), each) for name, each in fields.items() if name.lower() not in known]
         length = int(fields.get("Content-Length", 0))
         chunked = fields.get("Transfer-Encoding") == "chunked"
         body = b"".join(chunks(stream)) if chunked else stream.read(length)
