@@ -15,7 +15,7 @@ import time
 import urllib.parse
 import xml.etree.ElementTree as ElementTree
 
-from qbx_support import exchanges, odd_array
+from qbx_support import odd_array
 from qbx_support.cimxml import http_request, instance_paths, request
 from qbx_support.raw import send
 from qbx_support.server import ROOT, Server, StartError
@@ -45,7 +45,6 @@ EMPTY = re.compile(
     r"HTTP/1\.1 200 OK|[\w-]+: (-|MethodResponse|application/xml; charset=utf-8)|<\?xml [^>]*>|no body"
     r"|(CIM|MESSAGE|SIMPLERSP|I?METHODRESPONSE|IRETURNVALUE)\b.*"
 )
-OF_CLASS = re.compile(r".*?(?=\.\w+=|: |$)", re.DOTALL)  # of a line
 
 # How a value or a part of a path is shown, by its element and attributes; any other as in XML.
 SHOWN = {
@@ -224,8 +223,19 @@ def by_class(found, common):
     for line in found:
         if left[line] and ": QUALIFIER" not in line:
             left[line] -= 1
-            sequences[OF_CLASS.match(line)[0]].append(line)
+            sequences[re.split(r"\.\w+=|: ", line, maxsplit=1)[0]].append(line)
     return sequences
+
+
+def differences(found):
+    """What only the one of two responses has, what only the other has, and what both have: counters
+    of lines. Another order of what both have is a line of the first."""
+    one: collections.Counter = collections.Counter(found[0])
+    other: collections.Counter = collections.Counter(found[1])
+    common = one & other
+    orders = [by_class(each, common) for each in found]
+    moved = [f"order of {each}" for each in orders[0] if orders[0][each] != orders[1][each]]
+    return one - other + collections.Counter(moved), other - one, common
 
 
 class Comparison:
@@ -239,39 +249,32 @@ class Comparison:
         self.unexplained: dict[str, list] = {}
         self.counts = dict.fromkeys(("equal", "explained", "excused", "unexplained", "content"), 0)
         for name in sides[0].responses:
-            self.compare(name)
+            self.compare(name, [each for each in reasons if each.requests.search(name)])
 
-    def compare(self, name):
-        """Compares the responses to a request."""
-        reasons = [each for each in self.known if each.requests.search(name)]
+    def compare(self, name, reasons):
+        """Compares the responses to a request, for which there may be these reasons."""
         found = [side.responses[name] for side in self.sides]
         for reason in reasons:
             written = [reason.written(each, number) for number, each in enumerate(found)]
             if written != found:
                 self.reasons[reason.text][name] = []
             found = written
-        one, other = map(collections.Counter, found)
-        common = one & other
-        pair = [one - other, other - one]
-        orders = [by_class(each, common) for each in found]
-        for order in (each for each in orders[0] if orders[0][each] != orders[1][each]):
-            pair[0][f"order of {order}"] = 1
+        *pair, common = differences(found)
         different = any(pair)
-        fitting = [reason.fitting(pair) for reason in reasons]
-        for reason, fits in zip(reasons, fitting, strict=True):
+        fitting = [(reason.text, *reason.fitting(pair)) for reason in reasons]
+        for text, *fits in fitting:
             for number, each in enumerate(fits):
                 for line in sorted(each & pair[number].keys()):
                     if number or pair[0][line] == 1:  # not for what the embedded server says twice
                         del pair[number][line]
-                        shown = self.reasons[reason.text].setdefault(name, [])
-                        shown.append(f"{number + 1}: {line}")
+                        self.reasons[text].setdefault(name, []).append(f"{number + 1}: {line}")
         left = [f"{n}: {line}" for n, each in enumerate(pair, 1) for line in each.elements()]
         if left:
             self.unexplained[name] = left
-        content = left or not all(map(EMPTY.fullmatch, common))
-        self.counts["content"] += bool(content)
-        how = "unexplained" if left else "equal" if not different else "explained"
-        self.counts[how if content or how == "equal" else "excused"] += 1
+        content = bool(left) or not all(map(EMPTY.fullmatch, common))
+        self.counts["content"] += content
+        how = "unexplained" if left else "explained" if content else "excused"
+        self.counts[how if different else "equal"] += 1
 
     def summary(self):
         return (
@@ -292,6 +295,26 @@ class Comparison:
         for reason, found in sorted(self.reasons.items(), key=lambda each: -len(each[1])):
             yield f"\n## {reason}\n\n{len(found)} requests.\n"
             yield from examples(found, EXAMPLES)
+
+    def table(self, own_schema):
+        """The result as lines of Markdown, with the reasons for the embedded server's own schema or
+        with the others."""
+        of = "own" if own_schema else "the other's"
+        yield f"{datetime.date.today()}, with {of} schema: {self.summary()}.\n"
+        yield "| What is excused, and why | Requests |\n|---|---|"
+        for each in self.known:
+            if each.own_schema == own_schema:
+                yield f"| {each.text} | {len(self.reasons[each.text])} |"
+
+
+def write_table(path, own_schema, table):
+    """Writes the table between its two marks in a document."""
+    begin, end = (f"<!-- {each} of table, {own_schema=} -->" for each in ("begin", "end"))
+    head, mark, rest = path.read_text(encoding="utf-8").partition(begin)
+    if not mark or end not in rest:
+        sys.exit(f"qbx compare: {path} has no {begin} with its end")
+    text = "\n".join([head + begin, *table, end + rest.partition(end)[2]])
+    path.write_text(text, encoding="utf-8")
 
 
 def known(own_schema):
@@ -354,6 +377,10 @@ def main():
         "--out", type=pathlib.Path, metavar="FOLDER", default=ROOT / "build" / "compare",
         help="where report.md and report.json go (default: build/compare)",
     )  # fmt: skip
+    parser.add_argument(
+        "--table", type=pathlib.Path, metavar="FILE",
+        help="write the table of reasons into this document, between its marks",
+    )  # fmt: skip
     options = parser.parse_args()
     try:
         with contextlib.ExitStack() as stack:
@@ -365,12 +392,15 @@ def main():
                 list(pool.map(lambda side: side.run(Suite(paths, side.interop)), sides))
     except StartError as error:
         sys.exit(f"qbx compare: {error}")
-    found = Comparison(sides, known(own_schema=not options.schema))
+    own_schema = not options.schema
+    found = Comparison(sides, known(own_schema))
     options.out.mkdir(parents=True, exist_ok=True)
     (options.out / "report.md").write_text("\n".join([*found.report(), ""]), encoding="utf-8")
     everything = {"summary": found.summary(), "reasons": found.reasons}
     everything["unexplained"] = found.unexplained
     (options.out / "report.json").write_text(json.dumps(everything, indent=1), encoding="utf-8")
+    if options.table:
+        write_table(options.table, own_schema, found.table(own_schema))
     print("\n".join(examples(found.unexplained, 20)))
     print(f"{found.summary()}; see {options.out}/report.md")
     sys.exit(bool(found.unexplained))

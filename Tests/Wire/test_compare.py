@@ -68,13 +68,14 @@ class Reasons(testing.Test):
 
 
 def separate(entries):
-    """The reasons with each pattern by itself: what it may wait for, OpenPegasus sends."""
+    """The reasons with each pattern by itself: what the others wait for, OpenPegasus may send."""
     for entry in entries:
-        both = [(kind, each) for kind in ("embedded", "other") for each in entry.get(kind, [])]
-        for kind, each in [] if "same" in entry else both:
-            yield Reason({"reason": each, "requests": entry["requests"], kind: [each]})
         if "same" in entry:
             yield Reason(entry)
+            continue
+        for kind in {"embedded", "other"} & entry.keys():
+            for each in entry[kind]:
+                yield Reason({"reason": each, "requests": entry["requests"], kind: [each]})
 
 
 PATH = r"<INSTANCENAME .*?</INSTANCENAME>"
@@ -82,7 +83,12 @@ PROPERTY = r'(<PROPERTY(?:.ARRAY)? NAME="%s" .*?>).*?(</PROPERTY.*?>)'
 
 
 class Faults(testing.EmbeddedServerTest):
-    """Faults in the responses of the embedded server, as all requests show them: pattern, replacement."""
+    """Faults in the responses of the embedded server to such requests: a pattern is replaced. Each
+    response with the fault differs without a reason."""
+
+    side: Side
+    responses: dict
+    reasons: list
 
     @classmethod
     def setUpClass(cls):
