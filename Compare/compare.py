@@ -31,7 +31,7 @@ EXAMPLES, LENGTH = 3, 300  # of a reason in the report; of a line in it
 DESCRIPTION = """\
 Sends two servers some 800 requests, and lists every difference between their responses with its
 reason, from Compare/known.json. The word embedded stands for the embedded server, which is built and
-started. Both must serve the same array in the same state, and know the users of the tests: admin,
+started. Both run on this machine, serve the same array in the same state, and know the users: admin,
 operator, viewer, guest, blocked and stranger, each his own password. The requests change the array.
 Exit status 1 when a difference has no reason. Docs/Equivalence.md tells more."""
 
@@ -254,7 +254,7 @@ class Comparison:
     def compare(self, name, reasons):
         """Compares the responses to a request, for which there may be these reasons."""
         found = [side.responses[name] for side in self.sides]
-        for reason in reasons:
+        for reason in reasons if found[0] != found[1] else ():
             written = [reason.written(each, number) for number, each in enumerate(found)]
             if written != found:
                 self.reasons[reason.text][name] = []
@@ -300,7 +300,7 @@ class Comparison:
         """The result as lines of Markdown, with the reasons for the embedded server's own schema or
         with the others."""
         of = "own" if own_schema else "the other's"
-        yield f"{datetime.date.today()}, with {of} schema: {self.summary()}.\n"
+        yield f"\n{datetime.date.today()}, with {of} schema: {self.summary()}.\n"
         yield "| What is excused, and why | Requests |\n|---|---|"
         for each in self.known:
             if each.own_schema == own_schema:
@@ -313,7 +313,7 @@ def write_table(path, own_schema, table):
     head, mark, rest = path.read_text(encoding="utf-8").partition(begin)
     if not mark or end not in rest:
         sys.exit(f"qbx compare: {path} has no {begin} with its end")
-    text = "\n".join([head + begin, *table, end + rest.partition(end)[2]])
+    text = "\n".join([head + begin, *table, "", end + rest.partition(end)[2]])
     path.write_text(text, encoding="utf-8")
 
 
