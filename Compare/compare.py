@@ -96,7 +96,7 @@ def lines(element, where=""):
     else:
         values = [each for each in children if VALUE.fullmatch(each.tag)]
         given = dict(element.attrib)
-        name = given.pop("NAME", None) or given.pop("CLASSNAME", "")
+        name = given.pop("CLASSNAME" if element.tag == "INSTANCE" else "NAME", "")
         here = f"{where}{element.tag}{name and ' ' + name}{attributes(given)}"
         text = own_text(element)
         if element.tag.startswith(("PROPERTY", "QUALIFIER", "RETURNVALUE")):
@@ -109,8 +109,8 @@ def lines(element, where=""):
 
 
 class Side:
-    """A server: its URL, what it is, and its responses, {request: lines counted}. A response may
-    take so many seconds."""
+    """A server: its URL, what it is, and its responses, {request: lines}. A response may take so
+    many seconds."""
 
     def __init__(self, url, seconds=SECONDS):
         self.url, self.seconds, self.responses = url, seconds, {}
