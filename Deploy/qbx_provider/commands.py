@@ -229,6 +229,7 @@ def check(target: Target, payload: Payload, client: Client) -> bool:
         line("module", "" if status == "OK" else status, "OK")
         line("runs in", "", "the server" if registered.group else "a process of its own")
         if status == "OK":
+            client.check_login()
             say("queries:")
             query_classes(server, payload, client)
             require_present_library(target)

@@ -44,7 +44,8 @@ class WireClient:
             port = server.settings.get("httpsPort" if secure else "httpPort") or 5988 + secure
             url = f"http{'s' if secure else ''}://localhost:{port}"
         self.user, self.url = user, url
-        self.authorization = base64.b64encode(f"{user}:{password}".encode()).decode()
+        login = base64.b64encode(f"{user}:{password}".encode()).decode()
+        self.login = {"Authorization": f"Basic {login}"}
         context = ssl.create_default_context()
         if urllib.parse.urlsplit(url).hostname in ("localhost", "127.0.0.1", "::1"):
             context.check_hostname = False  # the server's certificate has its other name
@@ -53,7 +54,17 @@ class WireClient:
         self.opener = urllib.request.build_opener(urllib.request.ProxyHandler({}), secure_handler)
 
     def check_login(self) -> None:
-        """Raises CommandError when the server refuses the user or cannot be reached."""
+        """Raises CommandError when the server refuses the user or cannot be reached. Says so when it
+        would let in anybody."""
+        self.query()
+        login, self.login = self.login, {}
+        with contextlib.suppress(CommandError):
+            self.query()
+            say(f"authentication is off: the server has not checked user {self.user} and the password")
+        self.login = login
+
+    def query(self) -> None:
+        """Raises CommandError when there is no CIM response."""
         with contextlib.suppress(QueryError):
             self.count("CIM_ManagedElement")
 
@@ -64,7 +75,7 @@ class WireClient:
             "CIMOperation": "MethodCall",
             "CIMMethod": "EnumerateInstanceNames",
             "CIMObject": urllib.parse.quote(NAMESPACE, safe=""),
-            "Authorization": f"Basic {self.authorization}",
+            **self.login,
         }
         body = ENUMERATE.format(class_name).encode()
         try:

@@ -11,13 +11,12 @@ from qbx_support.server import ROOT
 
 FOLDER = ROOT / "Tests" / "Wire" / "exchanges"
 PROBE_SCHEMA = f"--schema=root/qbx={FOLDER / 'probe.mof'}"  # what the recorded server served
-ANY = "any"  # the HTTP library's own text
 
 
 @dataclasses.dataclass(frozen=True)
 class Deviation:
     """Why the embedded server's response differs from the recorded one, and what it is: status,
-    CIMError, PGErrorDetail (decoded, "-" for none), and a part of the body."""
+    CIMError, PGErrorDetail (decoded, "-" for none), and a part of the body, which is empty otherwise."""
 
     reason: str
     status: int

@@ -43,9 +43,10 @@ def chunks(stream):
 
 
 class Response:
-    """The next response of a stream: status_line, fields (those of COMPARED, "-" for a missing one)
-    and body. Raises ConnectionError when it is cut short. The status line is empty when nothing
-    comes. An interim response (100) is skipped."""
+    """The next response of a stream: status_line, fields (those of COMPARED, "-" for a missing one),
+    others (the other header fields, [(name in lower case, value)]) and body. Raises ConnectionError
+    when it is cut short. The status line is empty when nothing comes. An interim response (100) is
+    skipped."""
 
     def __init__(self, stream):
         self.read(stream)
@@ -57,6 +58,8 @@ class Response:
         self.status_line = stream.readline().decode().strip()
         fields = http.client.parse_headers(stream)
         self.fields = {name: fields.get(name, "-") for name in COMPARED}
+        named = [(name.lower(), value) for name, value in fields.items()]
+        self.others = [each for each in named if each[0] not in map(str.lower, COMPARED)]
         length = int(fields.get("Content-Length", 0))
         chunked = fields.get("Transfer-Encoding") == "chunked"
         body = b"".join(chunks(stream)) if chunked else stream.read(length)

@@ -205,7 +205,12 @@ class Commands(Provider):
             self.refused("log in: the server refuses user admin", *options)
             password.write_text("admin")
             output = self.run_program("install", *options)[1]
+            server.users = None
+            server.restart()
+            password.write_text("wrong")
+            self.assertIn("authentication is off", self.run_program("install", *options)[1])
         self.assertIn("query every class as admin\n  QBX_DriveCage 7", output)
+        self.assertNotIn("authentication is off", output)
 
 
 class Interruptions(Provider):
