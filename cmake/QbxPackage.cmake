@@ -66,7 +66,7 @@ function(qbx_configure_script package name output)
   foreach(fragment ${fragments})
     get_filename_component(variable ${fragment} NAME_WE)
     file(READ ${fragment} ${variable})
-    string(STRIP "${${variable}}" ${variable})
+    string(REGEX REPLACE "^# shellcheck[^\n]*\n|\n$" "" ${variable} "${${variable}}")
   endforeach()
   configure_file(${PROJECT_SOURCE_DIR}/Deploy/${package}/${name} ${output} @ONLY)
 endfunction()
@@ -95,4 +95,9 @@ foreach(component ${CPACK_COMPONENTS_ALL})
       execute_process(COMMAND ${GZIP} -9nf \${page})
     endforeach()" COMPONENT ${component})
 endforeach()
+
+# The packaged program takes the system's Python, with the modules that the package depends on.
+install(CODE "execute_process(COMMAND sed -i \"1s|/usr/bin/env python3|/usr/bin/python3|\"
+    \$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${CMAKE_INSTALL_DATADIR}/qbx/enclosure/qbx-enclosure)"
+  COMPONENT enclosure)
 include(CPack)

@@ -1,3 +1,4 @@
+# shellcheck shell=sh
 # What qbx-provider has installed into a server that is a package goes with it. A server with a home
 # of its own is its administrator's: qbx-provider remove --home.
 if [ -e /var/lib/qbx-provider/record.json ]; then

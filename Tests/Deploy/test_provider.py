@@ -9,9 +9,12 @@ import shutil
 import subprocess
 import tempfile
 import unittest
+import unittest.mock
 
 from qbx_support.server import ROOT, Server
 from qbx_support.testing import Case, Test, cases
+
+from Deploy.qbx_provider.server import Server as PegasusServer
 
 BUILD = pathlib.Path(os.environ["QBX_BUILD"]).resolve()
 PROGRAM, LIBRARIES = ROOT / "Deploy" / "qbx-provider", BUILD / "lib"
@@ -26,6 +29,7 @@ SUPERCLASSES = {"QBX_StorageSystem": "CIM_A", "QBX_DriveCage": "CIM_B", "QBX_Dri
 MANIFEST = {"classes": SUPERCLASSES, "looked_up": ["QBX_StorageSystem"]}
 DMTF = {"CIM_A": ["", []], "CIM_B": ["", []]}
 EMPTY: dict = {"classes": {}, "registered": [], "instances": []}
+SETTINGS = ["providerDir=lib"]
 
 LOAD = "cimmof -w -aE -n root/qbx -I"
 DEFINE, REGISTER = "cimmof -w -aEV -n root/qbx -I", "cimmof -w -n root/PG_InterOp -I"
@@ -103,18 +107,19 @@ class Provider(Test):
         return json.loads((self.home / "state.json").read_text())
 
     def write_state(self, **changes):
-        (self.home / "state.json").write_text(json.dumps({**EMPTY, **changes, "calls": []}))
+        (self.home / "state.json").write_text(json.dumps({**EMPTY, "settings": SETTINGS, **changes, "calls": []}))
 
-    def run_program(self, command, *options, version="1.0.0", event=None):
+    def run_program(self, command, *options, version="1.0.0", event=None, home=None):
         """Exit status and output of the program, and the commands that changed the server."""
         self.write_state(**self.state() | ({"event": event} if event else {}))
         folder = self.home / version
-        arguments = [command, "--home", self.home, "--module", folder / LIBRARY, "--mof", folder]
+        home = ["--home", self.home] if home is None else home
+        arguments = [command, *home, "--module", folder / LIBRARY, "--mof", folder]
         done = subprocess.run([PROGRAM, *arguments, *options], capture_output=True, text=True)
         return done.returncode, done.stdout + done.stderr, self.state()["calls"]
 
-    def succeeds(self, command, *options, version="1.0.0", output="", calls=()):
-        result = self.run_program(command, *options, version=version)
+    def succeeds(self, command, *options, version="1.0.0", output="", calls=(), home=None):
+        result = self.run_program(command, *options, version=version, home=home)
         self.assertIn(output, result[1])
         self.assertEqual((result[0], result[2]), (0, list(calls)), result[1])
 
@@ -211,6 +216,26 @@ class Commands(Provider):
             self.assertIn("authentication is off", self.run_program("install", *options)[1])
         self.assertIn("query every class as admin\n  QBX_DriveCage 7", output)
         self.assertNotIn("authentication is off", output)
+
+
+    def test_packaged_server_has_its_own_places(self):
+        """tog-pegasus: its settings name no folder."""
+        root = self.home / "root"
+        root.mkdir()
+        (root / "usr").symlink_to(self.home)
+        modules, schema = (root / "usr" / each for each in ("lib64/Pegasus/providers", "share/Pegasus/mof/CIM241"))
+        for folder in modules, schema:
+            folder.mkdir(parents=True)
+        (schema / "CIM_Schema.mof").touch()
+        self.write_state(settings=["enableHttpConnection=false"])
+        server = PegasusServer(None, root)
+        self.assertEqual(modules, server.provider_folder)
+        self.assertEqual(schema, server.schema_folder(None))
+        self.assertEqual(root / "var/lib/Pegasus/repository", server.repository)
+
+    def test_pegasus_home_names_the_server(self):
+        with unittest.mock.patch.dict(os.environ, PEGASUS_HOME=str(self.home)):
+            self.succeeds("remove", home=(), output="nothing to do: it is not installed")
 
 
 class Interruptions(Provider):
