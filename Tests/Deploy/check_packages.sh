@@ -71,7 +71,7 @@ changed() {
     local file
     find "$top/upper" \( -path '*/var/lib/dpkg' -o -path '*/var/cache' -o -path '*/var/log' \
         -o -path '*/rpmdb' -o -path '*/etc/*-' -o -regex '.*/etc/\(passwd\|group\|shadow\|gshadow\|subuid\|subgid\)' \) \
-        -prune -o -type f -size +0 -print | while read -r file; do
+        -prune -o \( -type f -size +0 -o -type l \) -print | while read -r file; do
         cmp -s "$file" "${file#"$top/upper"}" || echo "${file#"$top/upper"}"
     done | sort | xargs
 }
