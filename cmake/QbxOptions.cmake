@@ -21,7 +21,7 @@ if(QBX_SANITIZE)
 endif()
 
 # With QBX_UNITY, the sources of a target are compiled as one file: a build from nothing takes less of the
-# processor's time where they share large headers and templates. Without it, as in the preset dev, each
+# processor's time where they share large headers and templates. Without it, as in all presets but release, each
 # file must include what it needs. If two cannot be compiled together, they have a local name in common:
 # rename one.
 function(qbx_unity target)
