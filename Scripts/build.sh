@@ -25,6 +25,7 @@ logged() {
     shift 2
     make_folder "$logs"
     if ! "$@" 2>&1 | tee "$log" | follow "$label"; then
+        ! disk_is_full "$log" || die "$label: FAILED: the disk is full; free some space and try again"
         echo "$label: FAILED, the end of $log:" >&2
         tail -n 60 "$log" >&2
         return 1

@@ -48,10 +48,16 @@ missing_dependencies() {
     done < <(dependencies_of "$@")
 }
 
+# Whether a step has failed because the disk is full: its log says so, or could not be written.
+disk_is_full() {
+    grep -qs 'No space left on device\|not have enough free space\|enough free space in\|Disk quota exceeded' "$1" ||
+        [[ $(df --output=avail -k "$(dirname "$1")" | tail -n 1) -lt 1024 ]]
+}
+
 # One line on why apt-get failed, from its log, and what to do.
 explain_apt_failure() {
     local log=$1 gone
-    if grep -q 'No space left on device\|not have enough free space\|enough free space in' "$log"; then
+    if disk_is_full "$log"; then
         die "apt-get: the disk is full; free some space and try again"
     elif grep -q 'Could not get lock\|Unable to acquire the dpkg frontend lock' "$log"; then
         die "apt-get: another program still uses apt after $apt_lock_wait s; end it, or wait, and try again"
@@ -89,10 +95,18 @@ first_available() {
     echo "$1"  # apt-get says that it is not there
 }
 
+# What to install for lines of dependencies.txt.
+packages_for() {
+    local line
+    for line in "$@"; do
+        # shellcheck disable=SC2046  # words are wanted
+        first_available $(cut -d'|' -f1 <<<"$line")
+    done
+}
+
 # Installs the groups of dependencies, as root or through sudo. On a system without apt: lists what is missing.
 install_groups() {
-    local -a missing names=()
-    local line
+    local -a missing names
     mapfile -t missing < <(missing_dependencies "$@")
     [[ ${#missing[@]} -gt 0 ]] || return 0
     if ! has_apt; then
@@ -105,23 +119,20 @@ install_groups() {
         # Ask for the password now, while the terminal is still the user's.
         if ! command -v sudo >/dev/null || ! sudo -v; then
             die "neither root nor allowed to sudo. Let an administrator run:" \
-                "apt-get install $(printf '%s\n' "${missing[@]}" | awk '{printf "%s ", $1}' | tr -d '|')"
+                "apt-get install $(packages_for "${missing[@]}" | xargs)"
         fi
         as_root=(sudo)
     fi
     make_folder "$logs"
     echo "setup: reading the lists of packages"
     apt_get update -q
-    for line in "${missing[@]}"; do
-        # shellcheck disable=SC2046  # words are wanted
-        names+=("$(first_available $(cut -d'|' -f1 <<<"$line"))")
-    done
+    mapfile -t names < <(packages_for "${missing[@]}")
     echo "setup: installing ${names[*]} (can take some minutes)"
     apt_get install -y -q --no-install-recommends "${names[@]}"
 }
 
 make_folder() {
-    mkdir -p "$@" || die "cannot create $*: free some space, or make the folder writable"
+    mkdir -p "$@" 2>/dev/null || die "cannot create $*: free some space, or make the folder writable"
 }
 
 # ---- Python programs ----
@@ -134,8 +145,9 @@ make_venv() {
     fi
     rm -rf "$venv"
     make_folder "$build" "$logs"
-    "$python" -m venv --system-site-packages "$venv" >"$logs/venv.log" 2>&1 ||
-        die "$python -m venv failed: $(tail -n 1 "$logs/venv.log"); see $logs/venv.log"
+    "$python" -m venv --system-site-packages "$venv" >"$logs/venv.log" 2>&1 && return
+    ! disk_is_full "$logs/venv.log" || die "$python -m venv: the disk is full; free some space and try again"
+    die "$python -m venv failed: $(tail -n 1 "$logs/venv.log"); see $logs/venv.log"
 }
 
 # Installs a list of Python programs into build/venv unless it is there. Says in one line, once, when pip cannot.
@@ -157,7 +169,7 @@ install_python() {
 }
 
 explain_pip_failure() {
-    if grep -q 'No space left' "$1"; then
+    if disk_is_full "$1"; then
         echo "the disk is full: pip installed nothing, what needs it is skipped"
     else
         echo "pip cannot install it ($(grep -m1 '^ERROR' "$1" | cut -c1-120)); what needs it is skipped." \

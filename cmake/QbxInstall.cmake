@@ -131,11 +131,4 @@ if(QBX_CIM STREQUAL "embedded")
   install(FILES ${PROJECT_SOURCE_DIR}/Docs/qbx-cimserver.1
     DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT standin)
   install(FILES ${standin_schema} ${module_schema} DESTINATION ${standin_data}/schema COMPONENT standin)
-  if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
-    qbx_configure_file(qbx-cimserver.service)
-    install(FILES ${PROJECT_BINARY_DIR}/package/qbx-cimserver.service
-      DESTINATION lib/systemd/system COMPONENT standin)
-    install(FILES ${PROJECT_SOURCE_DIR}/Deploy/qbx-cimserver/default
-      DESTINATION /etc/default RENAME qbx-cimserver COMPONENT standin)
-  endif()
 endif()

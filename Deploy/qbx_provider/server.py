@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import dataclasses
 import os
 import pathlib
 import re
@@ -15,13 +16,34 @@ from .registration import Registration, property_values
 
 SERVER_VERSION = "2.14"  # the module is built for the binary interface of its library
 INTEROP_NAMESPACES = ("root/PG_InterOp", "root/interop")
-# Where packages of the server put its programs, and the DMTF schema.
-PACKAGES = {
-    "/usr": "/usr/sbin:/usr/bin",
-    "/opt/tog-pegasus": "/opt/tog-pegasus/sbin:/opt/tog-pegasus/bin",
-}
-SCHEMA_FOLDERS = ("/usr/share/Pegasus/mof", "/opt/tog-pegasus/share/mof")
 CIM_ERR_INVALID_NAMESPACE = 3  # exit status of cimcli
+
+
+@dataclasses.dataclass(frozen=True)
+class Places:
+    """Where a packaged server has what. Its settings do not tell: these are compiled in."""
+
+    programs: tuple[str, ...]
+    providers: tuple[str, ...]  # folders of modules: the first that exists
+    repository: str
+    schema: str  # folder of the DMTF schema
+
+
+# By the folder that the package is in.
+PACKAGES = {
+    "/usr": Places(  # tog-pegasus of the RPM distributions; its settings are in /etc/Pegasus
+        ("/usr/sbin", "/usr/bin"),
+        ("/usr/lib64/Pegasus/providers", "/usr/lib/Pegasus/providers"),
+        "/var/lib/Pegasus/repository",
+        "/usr/share/Pegasus/mof",
+    ),
+    "/opt/tog-pegasus": Places(  # the server's own packages
+        ("/opt/tog-pegasus/sbin", "/opt/tog-pegasus/bin"),
+        ("/opt/tog-pegasus/providers/lib",),
+        "/var/opt/tog-pegasus/repository",
+        "/opt/tog-pegasus/share/mof",
+    ),
+}
 
 
 def process_file(pid: int, name: str) -> str:
@@ -45,10 +67,12 @@ class Server:
     them; interop: the namespace of the registrations. Raises CommandError when one cannot be had.
     """
 
-    def __init__(self, home: str | None):
+    def __init__(self, home: str | None, root: pathlib.Path = pathlib.Path("/")):
+        """`home`: the server's folder, or one of PACKAGES; None: any of those, below `root`."""
         own = home and home not in PACKAGES  # an installation that is all in one folder
         self.home = pathlib.Path(home).resolve() if home and own else None
-        self.path = self._program_path()
+        self.root = root
+        self.places, self.path = self._find_programs(home)
         self.environment = dict(os.environ)
         if self.home:
             libraries = f"{self.home}/lib:{os.environ.get('LD_LIBRARY_PATH', '')}".rstrip(":")
@@ -65,14 +89,22 @@ class Server:
         self.settings = dict(line.split("=", 1) for line in listed.splitlines() if "=" in line)
         self.interop = self._interop_namespace()
 
-    def _program_path(self) -> str:
-        places = [f"{self.home}/bin"] if self.home else list(PACKAGES.values())
-        for place in places:
-            if shutil.which("cimserver", path=place):
-                return place
-        tried = ", ".join(f"{place.split(':')[0]}/cimserver" for place in places)
+    def _find_programs(self, given: str | None) -> tuple[Places, str]:
+        """The places of the server, and the search path of its programs."""
+        packages = [PACKAGES[given]] if given in PACKAGES else list(PACKAGES.values())
+        if self.home:
+            home = str(self.home)
+            packages = [Places((f"{home}/bin",), (f"{home}/lib",), f"{home}/repository", home)]
+        for places in packages:
+            path = os.pathsep.join(map(self._below_root, places.programs))
+            if shutil.which("cimserver", path=path):
+                return places, path
+        tried = ", ".join(f"{self._below_root(places.programs[0])}/cimserver" for places in packages)
         remedy = "Set PEGASUS_HOME, or give --home, to the folder that holds the server's bin/."
         raise CommandError("find the server", f"there is no {tried}", remedy)
+
+    def _below_root(self, path: str) -> str:
+        return path if self.home else str(self.root / path.lstrip("/"))
 
     def _find_process(self) -> int:
         program = os.path.realpath(shutil.which("cimserver", path=self.path) or "")
@@ -137,17 +169,20 @@ class Server:
 
     @property
     def provider_folder(self) -> pathlib.Path:
-        """Where modules are loaded from: the first folder of the setting, below the home."""
-        folder = self.settings.get("providerDir", "lib").split(":")[0]
-        return (self.home or pathlib.Path("/usr")) / folder
+        """Where modules are loaded from: the first folder of the setting, which is below the home; of a
+        packaged server the one that exists."""
+        if self.home:
+            return self.home / self.settings.get("providerDir", "lib").split(":")[0]
+        folders = [pathlib.Path(self._below_root(folder)) for folder in self.places.providers]
+        return next((folder for folder in folders if folder.is_dir()), folders[0])
 
     @property
     def repository(self) -> pathlib.Path:
-        return (self.home or pathlib.Path("/var/lib/Pegasus")) / "repository"
+        return pathlib.Path(self._below_root(self.places.repository))
 
     def schema_folder(self, given: str | None) -> pathlib.Path | None:
         """The folder of a DMTF schema, of several the newest (CIM241: 2.41); None: none."""
-        own = [self.home, os.environ.get("PEGASUS_ROOT"), *SCHEMA_FOLDERS]
+        own = [self._below_root(self.places.schema), os.environ.get("PEGASUS_ROOT")]
         roots = [pathlib.Path(root) for root in ([given] if given else own) if root]
         file = "CIM_Schema.mof"
         found = [

@@ -1,25 +1,29 @@
 #!/usr/bin/env bash
-# Installs, runs, upgrades and purges the packages of a folder in a root of their own: an overlay over
+# Installs, runs, upgrades and removes the packages of a folder in a root of their own: an overlay over
 # this system, where only they change something. Exit status 77, with the reason, where that cannot
 # be had.
-#   check_packages.sh FOLDER
+#   check_packages.sh FORMAT FOLDER    FORMAT: deb or rpm; FOLDER/older has an older version of them
 set -euo pipefail
 
-if [[ ${2-} != inside ]]; then
-    unshare -m true 2>/dev/null || { echo "skipped: only root may have a root of its own"; exit 77; }
-    exec unshare -m --propagation private "$0" "$(realpath "$1")" inside
+if [[ ${3-} != inside ]]; then
+    unshare -m true 2>/dev/null || { echo "SKIPPED: only root may have a root of its own"; exit 77; }
+    exec unshare -m --propagation private "$0" "$1" "$(realpath "$2")" inside
 fi
 
+format=$1
+packages=("$2"/*."$format")
 top=$(mktemp -d)
 server=
 trap 'stop; umount -l "$top"; rmdir "$top"' EXIT
 mount -t tmpfs none "$top"
-mkdir "$top"/{upper,work,root,packages}
+mkdir "$top"/{upper,work,root}
 root=$top/root
 mount -t overlay -o "lowerdir=/,upperdir=$top/upper,workdir=$top/work" none "$root" ||
-    { echo "skipped: no overlay over this system can be mounted"; exit 77; }
+    { echo "SKIPPED: no overlay over this system can be mounted"; exit 77; }
 mount -t proc none "$root/proc"
 mount --rbind /dev "$root/dev"
+mkdir -p "$root/packages"
+mount --bind "$2" "$root/packages"
 
 fail() {
     echo "FAILED: $*" >&2
@@ -30,14 +34,46 @@ inside() {
     chroot "$root" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin DEBIAN_FRONTEND=noninteractive "$@"
 }
 
-# What the root has otherwise than the system, but for the package manager's own files and logs.
+# ---- What the package managers do: deb_ and rpm_ ----
+
+deb_name() { dpkg-deb -f "$1" Package; }
+deb_version() { dpkg-deb -f "$1" Version; }
+deb_install() { inside sh -c "dpkg -i $1/*.deb"; }
+deb_remove() { inside dpkg --purge "$@"; }
+deb_verify() { inside dpkg --verify "$@"; }
+
+# The database of this root is empty: nothing that packages depend on is in it.
+rpm_in_root() { inside rpm --dbpath /rpmdb "$@"; }
+rpm_name() { rpm -qp --qf '%{NAME}' "$1"; }
+rpm_version() { rpm -qp --qf '%{VERSION}' "$1"; }
+rpm_install() { inside sh -c "rpm --dbpath /rpmdb -U --nodeps $1/*.rpm"; }
+rpm_remove() { rpm_in_root -e "$@"; }
+rpm_verify() { rpm_in_root -V --nodeps "$@"; }
+
+# ---- Steps ----
+
+# Each library and file that the packages depend on is there, or of the CIM server.
+check_requirements() {
+    local capability libraries
+    libraries=$(ldconfig -p)
+    while read -r capability; do
+        case $capability in
+            /*) [[ -e ${capability%% *} ]] ;;
+            libpeg*) ;;
+            lib*.so*) grep -q "^[[:space:]]*${capability%%(*} " <<<"$libraries" ;;
+        esac || fail "needed by a package, and not to be had: $capability"
+    done < <(rpm -qp --requires "${packages[@]}")
+    ! rpm -qp --provides "${packages[@]}" | grep '\.so' || fail "a private library is for everybody"
+}
+
+# What the root has otherwise than the system, but for the package manager's own files, logs and users.
 changed() {
     local file
-    find "$top/upper" \( -path '*/var/lib/dpkg' -o -path '*/var/cache' -o -path '*/var/log' \) -prune \
-        -o -type f -size +0 ! -path "$top/upper/older/*" ! -path "$top/upper/newer/*" \
-        ! -path '*/etc/*-' -print | while read -r file; do
+    find "$top/upper" \( -path '*/var/lib/dpkg' -o -path '*/var/cache' -o -path '*/var/log' \
+        -o -path '*/rpmdb' -o -path '*/etc/*-' -o -regex '.*/etc/\(passwd\|group\|shadow\|gshadow\|subuid\|subgid\)' \) \
+        -prune -o \( -type f -size +0 -o -type l \) -print | while read -r file; do
         cmp -s "$file" "${file#"$top/upper"}" || echo "${file#"$top/upper"}"
-    done
+    done | sort | xargs
 }
 
 # Starts what the unit starts, as its user, and queries it.
@@ -70,34 +106,38 @@ stop() {
     server=
 }
 
-names=()
-for deb in "$1"/*.deb; do
-    names+=("$(dpkg-deb -f "$deb" Package)")
-    dpkg-deb -R "$deb" "$top/older"
-    sed -i 's/^Version: .*/Version: 0.0.1/' "$top/older/DEBIAN/control"
-    dpkg-deb -b "$top/older" "$top/packages/" >/dev/null
-    rm -r "$top/older"
-done
-cp -r "$1" "$root/newer"
-cp -r "$top/packages" "$root/older"
-rm -rf "${top:?}/packages"
+# Does it with the package manager, whose output only a failure needs.
+manage() {
+    "${format}_$1" "${@:2}" >"$top/log" 2>&1 || fail "$(cat "$top/log")"
+}
 
+[[ $format != rpm ]] || check_requirements
+names=()
+for package in "${packages[@]}"; do
+    names+=("$("${format}_name" "$package")")
+done
 echo "install: ${names[*]}"
-inside sh -c 'dpkg -i /older/*.deb' >"$top/log" 2>&1 || fail "$(cat "$top/log")"
+manage install /packages/older
+manage verify "${names[@]}"
 echo "admin:$(echo secret | inside qbx-cimserver --hash-password)" >>"$root/etc/qbx-cimserver/users"
 serve_and_query
 echo "upgrade"
-inside sh -c 'dpkg -i /newer/*.deb' >"$top/log" 2>&1 || fail "$(cat "$top/log")"
+manage install /packages
+manage verify "${names[@]}"
 inside grep -q ^admin: /etc/qbx-cimserver/users || fail "the upgrade loses the users"
 serve_and_query
-for deb in "$1"/*.deb; do
-    version=$(dpkg-deb -f "$deb" Version) program=$(basename "$deb" | sed 's/_.*//;s/drivecage-//')
-    [[ $program != qbx-cimserver && $program != qbx-provider ]] ||
-        inside "$program" --version | grep -qx "$program $version" || fail "$program: not version $version"
+version=$("${format}_version" "${packages[0]}")
+for program in qbx-cimserver qbx-provider; do
+    ! inside sh -c "command -v $program" >/dev/null || inside "$program" --version |
+        grep -qx "$program $version" || fail "$program: not version $version"
 done
-echo "purge"
-inside dpkg --purge "${names[@]}" >"$top/log" 2>&1 || fail "$(cat "$top/log")"
-left=$(changed)
-[[ -z $left ]] || fail "left behind: $left"
-inside getent passwd qbx-cimserver && fail "the user is left"
+echo "remove"
+manage remove "${names[@]}"
+leaves=
+if [[ $format == rpm ]]; then
+    leaves=/etc/qbx-cimserver/users  # and the user
+elif inside getent passwd qbx-cimserver; then
+    fail "the user is left"
+fi
+[[ $(changed) == "$leaves" ]] || fail "left behind: $(changed), expected: $leaves"
 echo "passed"

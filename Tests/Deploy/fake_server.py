@@ -4,6 +4,7 @@
   classes     {name: [superclass, [property...]]}
   registered  [[class, {property: value, or list of values}]...] of the interop namespace
   instances   [class...] of the other instances
+  settings    the lines that cimconfig lists
   calls       the commands that changed something, without absolute paths
   event       [command, kind]: what happens at this command, once: "fail" (it does nothing), "kill"
               or "interrupt" (it is done, and then its caller gets a signal)
@@ -108,7 +109,7 @@ def cimcli(operation, name):
 
 
 if PROGRAM == "cimconfig":
-    print("providerDir=lib")
+    print(*STATE["settings"], sep="\n")
 elif PROGRAM == "cimprovider":
     cimprovider(*ARGUMENTS)
 elif PROGRAM == "cimcli":

@@ -13,6 +13,8 @@ import unittest
 from qbx_support.server import ROOT, Server
 from qbx_support.testing import Case, Test, cases
 
+from Deploy.qbx_provider.server import Server as PegasusServer
+
 BUILD = pathlib.Path(os.environ["QBX_BUILD"]).resolve()
 PROGRAM, LIBRARIES = ROOT / "Deploy" / "qbx-provider", BUILD / "lib"
 LIBRARY, MODULE = "libQBX_DriveCageProvider.so", "QBX_DriveCageProviderModule"
@@ -26,6 +28,7 @@ SUPERCLASSES = {"QBX_StorageSystem": "CIM_A", "QBX_DriveCage": "CIM_B", "QBX_Dri
 MANIFEST = {"classes": SUPERCLASSES, "looked_up": ["QBX_StorageSystem"]}
 DMTF = {"CIM_A": ["", []], "CIM_B": ["", []]}
 EMPTY: dict = {"classes": {}, "registered": [], "instances": []}
+SETTINGS = ["providerDir=lib"]
 
 LOAD = "cimmof -w -aE -n root/qbx -I"
 DEFINE, REGISTER = "cimmof -w -aEV -n root/qbx -I", "cimmof -w -n root/PG_InterOp -I"
@@ -103,14 +106,15 @@ class Provider(Test):
         return json.loads((self.home / "state.json").read_text())
 
     def write_state(self, **changes):
-        (self.home / "state.json").write_text(json.dumps({**EMPTY, **changes, "calls": []}))
+        (self.home / "state.json").write_text(json.dumps({**EMPTY, "settings": SETTINGS, **changes, "calls": []}))
 
     def run_program(self, command, *options, version="1.0.0", event=None):
         """Exit status and output of the program, and the commands that changed the server."""
         self.write_state(**self.state() | ({"event": event} if event else {}))
         folder = self.home / version
-        arguments = [command, "--home", self.home, "--module", folder / LIBRARY, "--mof", folder]
-        done = subprocess.run([PROGRAM, *arguments, *options], capture_output=True, text=True)
+        arguments = [command, "--module", folder / LIBRARY, "--mof", folder]
+        environment = {**os.environ, "PEGASUS_HOME": str(self.home)}
+        done = subprocess.run([PROGRAM, *arguments, *options], capture_output=True, text=True, env=environment)
         return done.returncode, done.stdout + done.stderr, self.state()["calls"]
 
     def succeeds(self, command, *options, version="1.0.0", output="", calls=()):
@@ -194,7 +198,7 @@ class Commands(Provider):
 
     def test_dry_run_changes_nothing(self):
         before = self.installed()
-        self.succeeds("install", "--dry-run", output="would define 3 classes in root/qbx")
+        self.succeeds("install", "--home", self.home, "--dry-run", output="would define 3 classes in root/qbx")
         self.assertEqual(self.installed(), before)
 
     def test_queries_are_made_over_the_wire(self):
@@ -211,6 +215,21 @@ class Commands(Provider):
             self.assertIn("authentication is off", self.run_program("install", *options)[1])
         self.assertIn("query every class as admin\n  QBX_DriveCage 7", output)
         self.assertNotIn("authentication is off", output)
+
+
+    def test_packaged_server_has_its_own_places(self):
+        root = self.home / "root"
+        root.mkdir()
+        (root / "usr").symlink_to(self.home)
+        modules, schema = root / "usr/lib64/Pegasus/providers", root / "usr/share/Pegasus/mof/CIM241"
+        modules.mkdir(parents=True)
+        schema.mkdir(parents=True)
+        (schema / "CIM_Schema.mof").touch()
+        self.write_state(settings=["httpPort=5988"])  # folders are not among them
+        server = PegasusServer(None, root)
+        self.assertEqual(modules, server.provider_folder)
+        self.assertEqual(schema, server.schema_folder(None))
+        self.assertEqual(root / "var/lib/Pegasus/repository", server.repository)
 
 
 class Interruptions(Provider):
