@@ -3,13 +3,14 @@ Python's own values."""
 
 import re
 import urllib.parse
+from collections.abc import Callable
 from typing import Any, NamedTuple
 from xml.etree import ElementTree
 from xml.sax.saxutils import escape, quoteattr
 
 from .transport import ReplyError
 
-MOST_NODES = 4_000_000  # elements and attributes of a response; 64 MB of good ones have fewer
+MOST_MARKS = 5_000_000  # "<" and "=" of a response, which bound its memory; good 64 MB have fewer
 # What the return value of an operation consists of.
 RETURNED = {
     "EnumerateInstances": "VALUE.NAMEDINSTANCE",
@@ -23,6 +24,10 @@ RETURNED = {
 MESSAGE = """<?xml version="1.0" encoding="utf-8"?>
 <CIM CIMVERSION="2.0" DTDVERSION="2.0"><MESSAGE ID="1" PROTOCOLVERSION="1.0"><SIMPLEREQ>\
 {}</SIMPLEREQ></MESSAGE></CIM>"""
+BOOLEANS = {"TRUE": True, "FALSE": False}
+NUMBER = re.compile("[+-]?([0-9]{1,20}|0[xX][0-9A-Fa-f]{1,16})")
+NUMBERS = {f"uint{bits}": range(1 << bits) for bits in (8, 16, 32, 64)}
+NUMBERS |= {f"sint{bits}": range(-1 << bits - 1, 1 << bits - 1) for bits in (8, 16, 32, 64)}
 HEADER_SAFE = "".join(map(chr, range(0x20, 0x7F))).replace("%", "")
 
 
@@ -129,18 +134,10 @@ def request(namespace: str, operation: str, target: Path | None, arguments: dict
 
 
 class Builder(ElementTree.TreeBuilder):
-    """Builds the tree of a response; refuses what could fill the memory."""
-
-    nodes = 0
-
-    def start(self, tag, attrs):
-        self.nodes += 1 + len(attrs)
-        if self.nodes > MOST_NODES:
-            raise ReplyError(f"the response has more than {MOST_NODES} XML elements and attributes")
-        return super().start(tag, attrs)
+    """Builds the tree of a response."""
 
     def doctype(self, *_):
-        """Definitions of a response are nobody's business; entities in them are a known attack."""
+        """Nothing defines entities: those of a few lines can expand to gigabytes."""
         raise ReplyError("the response has a document type definition")
 
 
@@ -154,53 +151,54 @@ def attribute(element: ElementTree.Element, name: str = "NAME") -> str:
 def child(element: ElementTree.Element, path: str) -> ElementTree.Element:
     found = element.find(path)
     if found is None:
-        raise ReplyError(f"{element.tag} without {path} in the response")
+        raise ReplyError(f"{element.tag} without {path.removeprefix('.//')} in the response")
     return found
 
 
 def scalar(text: str, kind: str) -> Any:
     """A value of a CIM type."""
-    if kind == "boolean" and text.strip().upper() in ("TRUE", "FALSE"):
-        return text.strip().upper() == "TRUE"
-    if whole := re.fullmatch("([us])int(8|16|32|64)", kind):
-        bits = int(whole[2])
-        lowest, count = (0 if whole[1] == "u" else -(1 << bits - 1)), 1 << bits
-        if re.fullmatch(r"\s*[+-]?([0-9]{1,20}|0[xX][0-9A-Fa-f]{1,16})\s*", text, re.ASCII):
-            number = int(text, 16 if "x" in text.lower() else 10)
-            if lowest <= number < lowest + count:
-                return number
-    elif kind != "boolean":
+    if kind == "boolean":
+        if text.strip().upper() in BOOLEANS:
+            return BOOLEANS[text.strip().upper()]
+    elif kind not in NUMBERS:
         return text
+    elif NUMBER.fullmatch(text.strip()):
+        number = int(text, 16 if "x" in text.lower() else 10)
+        if number in NUMBERS[kind]:
+            return number
     raise ReplyError(f"{text[:40]!r} is no {kind}")
 
 
-def path_of(element: ElementTree.Element) -> Path:
-    """The path of an INSTANCENAME."""
-    keys = []
+def path_of(element: ElementTree.Element, *, end: bool = False) -> Path:
+    """The path of an INSTANCENAME; `end`: that of an association's end, which has no ends itself."""
+    keys: list[tuple[str, str, str | Path]] = []
     for binding in element.findall("KEYBINDING"):
         held = binding.find("KEYVALUE")
-        kind = "string" if held is None else held.get("VALUETYPE", "string")
-        text = path_of(child(binding, ".//INSTANCENAME")) if held is None else held.text or ""
-        keys.append((attribute(binding), kind, text))
+        if held is not None:
+            keys.append((attribute(binding), held.get("VALUETYPE", "string"), held.text or ""))
+        elif not end:
+            keys.append((attribute(binding), "", path_of(child(binding, ".//INSTANCENAME"), end=True)))
     return Path(attribute(element, "CLASSNAME"), tuple(keys))
 
 
 def held_by(element: ElementTree.Element) -> Any:
     """The value of a property or a qualifier; None when it is null."""
     kind = element.get("TYPE", "string")
-    entries = element.find("VALUE.ARRAY")
-    if entries is not None:
-        return [scalar(each.text or "", kind) if each.tag == "VALUE" else None for each in entries]
-    single = element.find("VALUE")
-    return None if single is None else scalar(single.text or "", kind)
+    for each in element:
+        if each.tag == "VALUE":
+            return scalar(each.text or "", kind)
+        if each.tag == "VALUE.ARRAY":
+            return [scalar(one.text or "", kind) if one.tag == "VALUE" else None for one in each]
+    return None
 
 
 def instance_of(element: ElementTree.Element) -> Instance:
     """The instance of an INSTANCE, a VALUE.NAMEDINSTANCE or a VALUE.OBJECTWITHPATH."""
-    name = element.find(".//INSTANCENAME") if element.tag != "INSTANCE" else None
-    inner = element if element.tag == "INSTANCE" else child(element, "INSTANCE")
+    path, inner = Path("", ()), element
+    if element.tag != "INSTANCE":
+        path, inner = path_of(child(element, ".//INSTANCENAME")), child(element, "INSTANCE")
     values = {attribute(each).lower(): held_by(each) for each in inner if each.tag.startswith("PROPERTY")}
-    return Instance(Path("", ()) if name is None else path_of(name), values)
+    return Instance(path, values)
 
 
 def class_of(element: ElementTree.Element) -> dict[str, dict[str, Any]]:
@@ -212,14 +210,19 @@ def class_of(element: ElementTree.Element) -> dict[str, dict[str, Any]]:
     }
 
 
+DECODERS: dict[str, Callable[[ElementTree.Element], Any]] = {"INSTANCENAME": path_of, "CLASS": class_of}
+
+
 def response(body: bytes, operation: str) -> list:
     """What the response to an operation returns: of a method its return value. Raises CimError for
     the server's error, ReplyError for what is no response to it."""
-    parser = ElementTree.XMLParser(target=Builder())
+    if body.count(b"<") + body.count(b"=") > MOST_MARKS:
+        raise ReplyError(f"the response has more than {MOST_MARKS} XML tags and attributes")
+    parser = ElementTree.XMLParser(target=Builder(), encoding="utf-8")
     try:
         parser.feed(body)
         root = parser.close()
-    except (ElementTree.ParseError, ValueError, LookupError) as error:  # of an unknown encoding
+    except ElementTree.ParseError as error:
         raise ReplyError(f"responds, but not in XML ({error}); is that a CIM server?") from error
     found = child(root, "MESSAGE/SIMPLERSP/*")
     if not found.tag.endswith("METHODRESPONSE") or attribute(found).lower() != operation.lower():
@@ -233,8 +236,7 @@ def response(body: bytes, operation: str) -> list:
     for each in found.findall("IRETURNVALUE/*"):
         if each.tag != wanted:
             raise ReplyError(f"the response has {each.tag} where {wanted} is expected")
-        decode = {"INSTANCENAME": path_of, "CLASS": class_of}.get(each.tag, instance_of)
-        result.append(decode(each))
+        result.append(DECODERS.get(each.tag, instance_of)(each))
     if operation.startswith("Get") and len(result) != 1:
         raise ReplyError(f"the response has {len(result)} {wanted}, 1 is expected")
     return result

@@ -49,15 +49,11 @@ class Transport:
         """The body of the response to a request with these header fields. Raises StatusError,
         ReplyError, and for what prevents a response OSError (in time: TimeoutError), HTTPException."""
         end = time.monotonic() + self.timeout
-        reply = b""
         try:
-            reply = self._exchange({**self.fields, **fields}, body, end)
-        except (OSError, http.client.HTTPException):
-            if time.monotonic() < end:
-                raise
-        if time.monotonic() >= end:
-            raise TimeoutError
-        return reply
+            return self._exchange({**self.fields, **fields}, body, end)
+        finally:
+            if time.monotonic() >= end:  # whatever else it looks like
+                raise TimeoutError
 
     def _exchange(self, fields: dict[str, str], body: bytes, end: float) -> bytes:
         with contextlib.ExitStack() as stack:
