@@ -43,6 +43,9 @@ mapfile -t passed_on < <(env | grep -E '^(PIP_[A-Z_]*|CXX|CC|CI)=')
 mount -t proc proc "$system/proc"
 mount --rbind --make-rslave /dev "$system/dev"
 git clone -q --no-hardlinks "file://$project" "$system/project"
+if [[ -d $project/build/packages ]]; then
+    install -D -t "$system/project/build/packages" "$project"/build/packages/*
+fi
 
 run() {
     echo "$suite: $*"
