@@ -44,7 +44,7 @@ def parser() -> Parser:
     of_common = common.add_argument
     of_common("--namespace", default="root/qbx", metavar="NAME", help="the module's (root/qbx)")
     of_common("--timeout", type=number(1, 86400), metavar="SECONDS",
-              help="how long to wait for a response (30; upgrade: 1800)")
+              help="how long a request may take (30; upgrade: 1800)")
     of_common("--ca", metavar="FILE", help="PEM file of who vouches for the server")
     of_common("--no-verify", action="store_true", help="take any certificate")
     of_common("--well", type=codes, default={1}, metavar="CODES",
