@@ -43,9 +43,8 @@ mapfile -t passed_on < <(env | grep -E '^(PIP_[A-Z_]*|CXX|CC|CI)=')
 mount -t proc proc "$system/proc"
 mount --rbind --make-rslave /dev "$system/dev"
 git clone -q --no-hardlinks "file://$project" "$system/project"
-if [[ -d $project/build/packages ]]; then
-    install -D -t "$system/project/build/packages" "$project"/build/packages/*
-fi
+[[ ! -d $project/build/packages ]] ||  # what ./qbx package and ./qbx wheel have built
+    find "$project/build/packages" -maxdepth 1 -type f -exec install -D -t "$system/project/build/packages" {} +
 
 run() {
     echo "$suite: $*"
