@@ -28,6 +28,8 @@ BOOLEANS = {"TRUE": True, "FALSE": False}
 NUMBER = re.compile("[+-]?([0-9]{1,20}|0[xX][0-9A-Fa-f]{1,16})")
 NUMBERS = {f"uint{bits}": range(1 << bits) for bits in (8, 16, 32, 64)}
 NUMBERS |= {f"sint{bits}": range(-1 << bits - 1, 1 << bits - 1) for bits in (8, 16, 32, 64)}
+PARAMETER_TYPES = {bool: "boolean", int: "uint16", str: "string"}
+QUOTED = str.maketrans({'"': r"\"", "\\": r"\\"})
 HEADER_SAFE = "".join(map(chr, range(0x20, 0x7F))).replace("%", "")
 
 
@@ -83,11 +85,9 @@ def value(given: object) -> str:
 
 def instance_name(path: Path) -> str:
     """An INSTANCENAME."""
-    content = ""
-    for name, kind, key in path.keys:
-        held = f"<VALUE.REFERENCE>{instance_name(key)}</VALUE.REFERENCE>" if isinstance(key, Path) else (
-            f"<KEYVALUE VALUETYPE={quoteattr(kind)}>{escape(key)}</KEYVALUE>")  # fmt: skip
-        content += named("KEYBINDING", name, held)
+    keys = ((name, f"<KEYVALUE VALUETYPE={quoteattr(kind)}>{escape(str(key))}</KEYVALUE>")
+            for name, kind, key in path.keys)  # fmt: skip
+    content = "".join(named("KEYBINDING", *key) for key in keys)
     return f"<INSTANCENAME CLASSNAME={quoteattr(path.classname)}>{content}</INSTANCENAME>"
 
 
@@ -104,11 +104,6 @@ def argument(name: str, given: object) -> str:
     return value(given)
 
 
-def parameter_type(given: object) -> str:
-    """The CIM type of a method's argument; numbers are uint16."""
-    return {bool: "boolean", int: "uint16"}.get(type(given), "string")
-
-
 def request(namespace: str, operation: str, target: Path | None, arguments: dict) -> tuple[dict, bytes]:
     """The header fields and the body of a request: for an operation, or for the method of this name
     when there is a target."""
@@ -116,11 +111,10 @@ def request(namespace: str, operation: str, target: Path | None, arguments: dict
     local = f"<LOCALNAMESPACEPATH>{levels}</LOCALNAMESPACEPATH>"
     if target:
         local = f"<LOCALINSTANCEPATH>{local}{instance_name(target)}</LOCALINSTANCEPATH>"
-        given = [named("PARAMVALUE", name, value(each), PARAMTYPE=parameter_type(each))
+        given = [named("PARAMVALUE", name, value(each), PARAMTYPE=PARAMETER_TYPES[type(each)])
                  for name, each in arguments.items()]  # fmt: skip
-        quoted = [re.sub(r'(["\\])', r"\\\1", str(each)) for _, _, each in target.keys]
-        keys = ",".join(f'{key[0]}="{each}"' for key, each in zip(target.keys, quoted, strict=True))
-        call, place = "METHODCALL", f"{namespace}:{target.classname}.{keys}"
+        keys = (f'{name}="{str(key).translate(QUOTED)}"' for name, _, key in target.keys)
+        call, place = "METHODCALL", f"{namespace}:{target.classname}.{','.join(keys)}"
     else:
         given = [named("IPARAMVALUE", name, argument(name, each)) for name, each in arguments.items()]
         call, place = "IMETHODCALL", namespace

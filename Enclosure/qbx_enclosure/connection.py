@@ -15,11 +15,9 @@ from .cimxml import CimError, Path, request, response
 from .transport import ReplyError, StatusError, Transport
 
 PORTS = {"http": 5988, "https": 5989}
-# By status code, as DSP0200 names them.
-CODES = (
-    "0", "CIM_ERR_FAILED", "CIM_ERR_ACCESS_DENIED", "CIM_ERR_INVALID_NAMESPACE",
-    "CIM_ERR_INVALID_PARAMETER", "CIM_ERR_INVALID_CLASS", "CIM_ERR_NOT_FOUND", "CIM_ERR_NOT_SUPPORTED",
-)  # fmt: skip
+# CIM_ERR_..., by status code.
+CODES = ("0", "FAILED", "ACCESS_DENIED", "INVALID_NAMESPACE", "INVALID_PARAMETER", "INVALID_CLASS", "NOT_FOUND",
+         "NOT_SUPPORTED")  # fmt: skip
 # What a failed connection means: the first kind of error that it is.
 FAILURES: tuple[tuple[type[Exception], str], ...] = (
     (socket.gaierror, "unknown host; check the name"),
@@ -114,7 +112,8 @@ class Client:
         except StatusError as error:
             raise EnclosureError(f"{self.url}: {self._rejection(error)}") from error
         except ReplyError as error:
-            name = arguments.get("ClassName") or (target or arguments.get("InstanceName", target) or ("",))[0]
+            of = target or next(iter(arguments.values()))
+            name = getattr(getattr(of, "path", of), "classname", of)
             raise EnclosureError(f"{self.url}: {operation} {clean(name)}: {one_line(error)}") from error
         except (OSError, UnicodeError, http.client.HTTPException) as error:
             raise EnclosureError(f"{self.url}: {self._failure(error)}") from error
@@ -122,18 +121,18 @@ class Client:
     def _refusal(self, error: CimError, privilege: str) -> str:
         """What a CIM error means to an administrator."""
         text, user = one_line(error), clean(self.user)
-        name = CODES[error.code] if error.code < len(CODES) else f"status {error.code}"
-        if name == "CIM_ERR_INVALID_NAMESPACE":
+        name = CODES[error.code] if error.code < len(CODES) else str(error.code)
+        if name == "INVALID_NAMESPACE":
             return f"no namespace {clean(self.namespace)} there; --namespace NAME queries another"
-        if name == "CIM_ERR_INVALID_CLASS":
+        if name == "INVALID_CLASS":
             return f"the drive cage module is not installed there ({text})"
-        if name == "CIM_ERR_ACCESS_DENIED" and "generic privilege" in text and privilege:
+        if name == "ACCESS_DENIED" and "generic privilege" in text and privilege:
             return f"user {user} lacks the privilege {clean(privilege)}; grant it on the array"
-        if name == "CIM_ERR_ACCESS_DENIED":
+        if name == "ACCESS_DENIED":
             return f"the array refuses user {user}; add the user on the array ({text})"
-        if name == "CIM_ERR_NOT_SUPPORTED" and privilege:
+        if name == "NOT_SUPPORTED" and privilege:
             return f"this hardware or this version of the array cannot do that ({text})"
-        return f"{name}: {text}"
+        return f"CIM_ERR_{name}: {text}"
 
     def _rejection(self, error: StatusError) -> str:
         """What an HTTP status means."""

@@ -3,13 +3,16 @@
 # bare system: Tests/System/bare_system.sh SUITE Tests/Enclosure/installed.sh
 set -eu
 export DEBIAN_FRONTEND=noninteractive
-data=/usr/share/qbx-cimserver
+if [ -n "${PIP_CERT-}" ]; then  # which the package ca-certificates replaces
+    cp "$PIP_CERT" cert.pem && export PIP_CERT="$PWD/cert.pem"
+fi
 apt-get update -q >/dev/null
 apt-get install -y -q --no-install-recommends ./build/packages/qbx-cimserver_*.deb ./build/packages/qbx-enclosure_*.deb >/dev/null
 echo "admin:$(echo secret | qbx-cimserver --hash-password)" >/etc/qbx-cimserver/users
 mkfifo ready
 qbx-cimserver --users /etc/qbx-cimserver/users --port 0 --provider-dir /usr/lib/*/qbx-cimserver \
-    --schema root/qbx=$data/schema/qbx.mof --schema root/interop=$data/schema/registration.mof >ready &
+    --schema root/qbx=/usr/share/qbx-cimserver/schema/qbx.mof \
+    --schema root/interop=/usr/share/qbx-cimserver/schema/registration.mof >ready &
 trap 'kill $!' EXIT
 url=$(sed -n 's|ready: http://\([^/]*\)/.*|http://admin:secret@\1|p;q' ready)
 
