@@ -507,7 +507,7 @@ class Metrics(ServerTest):
             scrapes = [scraped(f"http://127.0.0.1:{port}/metrics") for _ in range(5)]
             process.terminate()
         self.assertEqual(self.operations() - before, READS)
-        ages = [float(line.split()[1]) for lines in scrapes for line in lines if line.startswith("qbx_poll_age_seconds ")]
+        ages = [float(each.split()[1]) for page in scrapes for each in page if each.startswith("qbx_poll_age_seconds ")]
         self.assertTrue(0 < ages[0] < ages[-1], ages)
         hot = 'cage="cage1",id="cage1-sensor6",sensor="Exhaust temperature",unit="C"'
         for line in ("qbx_up 1.0", f"qbx_sensor_reading{{{hot}}} 58.0",
