@@ -129,8 +129,8 @@ run_tests() {
         checked_with tidy clang-tidy check_tidy
         checked packages cmd_package --check
         checked_with wheel wheel cmd_wheel
-        checked enclosure-12 "$root/Tests/System/bare_system.sh" bookworm Tests/Enclosure/installed.sh
-        checked enclosure-13 "$root/Tests/System/bare_system.sh" trixie Tests/Enclosure/installed.sh
+        checked_with wheel enclosure-12 "$root/Tests/System/bare_system.sh" bookworm Tests/Enclosure/installed.sh
+        checked_with wheel enclosure-13 "$root/Tests/System/bare_system.sh" trixie Tests/Enclosure/installed.sh
         checked debian-12 "$root/Tests/System/bare_system.sh" bookworm
         checked debian-13 "$root/Tests/System/bare_system.sh" trixie
     fi
