@@ -53,7 +53,8 @@ def clean(text: object) -> str:
 
 
 def one_line(text: object) -> str:
-    return clean(" ".join(str(text).split()))[:300]
+    """The start of a text, as one line for a message."""
+    return clean(" ".join(str(text)[:1000].split()))[:300]
 
 
 def hidden(text: str) -> str:

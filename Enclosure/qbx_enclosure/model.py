@@ -49,7 +49,7 @@ class Words:
             for name, qualifiers in [item for each in found for item in each.items()]:
                 numbers, words = map(qualifiers.get, ("valuemap", "values"))
                 if isinstance(numbers, list) and isinstance(words, list):
-                    pairs = zip(map(str, numbers), map(one_line, words), strict=False)
+                    pairs = zip(map(str, numbers[:MOST_ENTRIES]), map(one_line, words), strict=False)
                     self.maps[kind, name] = [pair for pair in pairs if MAPPED.fullmatch(pair[0])]
 
     def of(self, kind: str, name: str, value: int) -> str:
