@@ -44,7 +44,8 @@ mount -t proc proc "$system/proc"
 mount --rbind --make-rslave /dev "$system/dev"
 git clone -q --no-hardlinks "file://$project" "$system/project"
 [[ ! -d $project/build/packages ]] ||  # what ./qbx package and ./qbx wheel have built
-    find "$project/build/packages" -maxdepth 1 -type f -exec install -D -t "$system/project/build/packages" {} +
+    find "$project/build/packages" \( -name '*.deb' -o -name '*.whl' \) \
+        -exec install -D -t "$system/project/build/packages" {} +
 
 run() {
     echo "$suite: $*"
