@@ -115,7 +115,7 @@ run_tests() {
     esac
     passed=0 failed=0 skipped=0
     step=0 steps=$((4 + 2 * ${#presets[@]}))
-    [[ ${1-} != --all ]] || steps=$((steps + 4))
+    [[ ${1-} != --all ]] || steps=$((steps + 7))
     checked_with tools format check_format
     checked_with tools shellcheck check_scripts
     checked_with tools python check_python
@@ -125,8 +125,12 @@ run_tests() {
     done
     if [[ ${1-} == --all ]]; then
         install_python tidy
+        install_python wheel
         checked_with tidy clang-tidy check_tidy
         checked packages cmd_package --check
+        checked_with wheel wheel cmd_wheel
+        checked_with wheel enclosure-12 "$root/Tests/System/bare_system.sh" bookworm Tests/Enclosure/installed.sh
+        checked_with wheel enclosure-13 "$root/Tests/System/bare_system.sh" trixie Tests/Enclosure/installed.sh
         checked debian-12 "$root/Tests/System/bare_system.sh" bookworm
         checked debian-13 "$root/Tests/System/bare_system.sh" trixie
     fi

@@ -29,9 +29,6 @@ set(CPACK_DEBIAN_STANDIN_PACKAGE_DEPENDS "adduser, init-system-helpers (>= 1.51)
 set(CPACK_DEBIAN_ENCLOSURE_PACKAGE_ARCHITECTURE all)
 set(CPACK_DEBIAN_ENCLOSURE_PACKAGE_DEPENDS
   "python3:any, python3-jinja2, python3-prometheus-client, python3-rich")
-set(CPACK_DEBIAN_ENCLOSURE_PACKAGE_RECOMMENDS "python3-pip")
-string(APPEND description_of_enclosure " It needs pywbem, which
-Debian does not have: pip installs it.")
 
 # The licence as Debian's machine-readable copyright file.
 file(READ ${PROJECT_SOURCE_DIR}/LICENSE license)

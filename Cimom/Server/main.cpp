@@ -24,9 +24,11 @@ namespace
 
 using namespace cimom;
 
-/// One line on standard error: local time with offset, level (always that of failures), thread,
-/// text; the form of the array's log, so that both can be read as one.
-void log(const std::string& text)
+constexpr int failure = 2, information = 3;  // levels of the array's log
+
+/// One line on standard error: local time with offset, level, thread, text; the form of the array's
+/// log, so that both can be read as one.
+void writeLog(int level, const std::string& text)
 {
     std::timespec now{};
     std::timespec_get(&now, TIME_UTC);
@@ -34,10 +36,15 @@ void log(const std::string& text)
     localtime_r(&now.tv_sec, &local);
     char time[32] = "", start[80] = "";
     std::strftime(time, sizeof(time), "%Y-%m-%dT%H:%M:%S%z", &local);
-    std::snprintf(start, sizeof(start), "%.19s.%03ld%.3s:%s 2 [%d] ", time, now.tv_nsec / 1000000,
-                  time + 19, time + 22, static_cast<int>(gettid()));
+    std::snprintf(start, sizeof(start), "%.19s.%03ld%.3s:%s %d [%d] ", time, now.tv_nsec / 1000000,
+                  time + 19, time + 22, level, static_cast<int>(gettid()));
     std::cerr.clear();  // of a disk that was full
     std::cerr << start + text + "\n";
+}
+
+void log(const std::string& text)
+{
+    writeLog(failure, text);
 }
 
 /// The signals that main waits for; they are blocked in every thread.
@@ -63,7 +70,7 @@ void waitForStop(HttpServer& server, const std::filesystem::path& users)
         if (now == std::exchange(known, now) && signal != SIGHUP) continue;
         try {
             server.reload();
-            log("users, certificate and key have been read again");
+            writeLog(information, "users, certificate and key have been read again");
         } catch (const std::exception& error) {
             log(std::string("warning: ") + error.what() +
                 "; what was read before stays in service");

@@ -1,27 +1,36 @@
 """The connection to the CIM server. What can go wrong becomes one line, with what to do."""
 
 import getpass
+import http.client
 import os
 import re
+import socket
+import ssl
 import sys
 import unicodedata
 import urllib.parse
-import warnings
 from typing import Any
 
-import pywbem
+from .cimxml import CimError, Path, request, response
+from .transport import ReplyError, StatusError, Transport
 
-# What the text of a failed connection holds, and what it means.
-FAILURES = (
-    ("not known|resol", "unknown host; check the name"),
-    ("refused", "connection refused; check the port, and that the server runs"),
-    ("WRONG_VERSION_NUMBER", "no TLS on this port; try http://"),
-    ("NO_CERTIFICATE", "the --ca file holds no certificate in PEM form"),
-    ("Failed to establish", "cannot be reached; check the host, the port and firewalls"),
-    ("timed out|within", "no response in time; is it hung? --timeout SECONDS waits longer"),
-    ("Connection aborted", "ended the connection; is that a CIM server, and http right?"),
+PORTS = {"http": 5988, "https": 5989}
+# CIM_ERR_..., by status code.
+CODES = ("0", "FAILED", "ACCESS_DENIED", "INVALID_NAMESPACE", "INVALID_PARAMETER", "INVALID_CLASS", "NOT_FOUND",
+         "NOT_SUPPORTED")  # fmt: skip
+# What a failed connection means: the first kind of error that it is.
+FAILURES: tuple[tuple[type[Exception], str], ...] = (
+    (socket.gaierror, "unknown host; check the name"),
+    (UnicodeError, "unknown host; check the name"),
+    (ConnectionRefusedError, "connection refused; check the port, and that the server runs"),
+    (TimeoutError, "no response in time; is it hung? --timeout SECONDS waits longer"),
+    (ConnectionError, "ended the connection; is that a CIM server, and http right?"),
+    (http.client.HTTPException, "does not respond in HTTP; is that a CIM server, and http right?"),
+    (ssl.SSLError, "TLS failed; is that a CIM server, and https right?"),
+    (OSError, "cannot be reached; check the host, the port and firewalls"),
 )
 STEERING = ("Cc", "Cf", "Cs", "Zl", "Zp")  # categories of characters
+SECRET = re.compile(r"(//|[\s'\"]|^)[^\s/]*:.*@")  # a user with a password
 
 
 class EnclosureError(Exception):
@@ -44,33 +53,45 @@ def clean(text: object) -> str:
 
 
 def one_line(text: object) -> str:
-    return clean(" ".join(str(text).split()))[:300]
+    """The start of a text, as one line for a message."""
+    return clean(" ".join(str(text)[:1000].split()))[:300]
+
+
+def hidden(text: str) -> str:
+    """A text for a message: passwords in its URLs are left out."""
+    return SECRET.sub(r"\1...@", text)
 
 
 class Client:
-    """Asks one CIM server; every failure is a EnclosureError."""
+    """Queries one CIM server; every failure is an EnclosureError. Threads may share it."""
 
     def __init__(self, url: str, namespace: str, timeout: int, ca: str | None, verify: bool):
         try:
             parts = urllib.parse.urlsplit(url)
-            good = parts.scheme in ("http", "https") and parts.hostname and parts.port != 0
+            good = parts.scheme in PORTS and parts.hostname and parts.port != 0
         except ValueError:
             good = False
         if not good or parts.path.strip("/"):
-            named = one_line(re.sub("//.*@", "//...@", url))  # no password in a message
             form = "http(s)://[USER[:PASSWORD]@]HOST[:PORT]"
-            raise EnclosureError(f"{named} is no server's URL; give {form}")
-        if ca and not (os.path.isfile(ca) and os.access(ca, os.R_OK)):
-            raise EnclosureError(f"--ca {clean(ca)}: no such file, or not readable")
+            raise EnclosureError(f"{one_line(re.sub('//.*@', '//...@', url))} is no server's URL; give {form}")
         self.url = f"{parts.scheme}://{parts.netloc.rpartition('@')[2]}"
         self.user = urllib.parse.unquote(parts.username or "")
         self.namespace = namespace
-        login = (self.user, self._password(parts.password)) if self.user else None
-        warnings.simplefilter("ignore")  # --no-verify is what the user wants
-        options = {"ca_certs": ca, "no_verification": not verify, "timeout": timeout}
-        self.connection = pywbem.WBEMConnection(self.url, login, namespace, **options)
-        if ca or not verify:  # else REQUESTS_CA_BUNDLE would count more
-            self.connection.session.trust_env = False
+        login = f"{self.user}:{self._password(parts.password)}" if self.user else ""
+        tls = self._tls(ca, verify) if parts.scheme == "https" else None
+        port = parts.port or PORTS[parts.scheme]
+        self.transport = Transport(parts.hostname or "", port, tls, login, timeout)
+
+    def _tls(self, ca: str | None, verify: bool) -> ssl.SSLContext:
+        try:
+            context = ssl.create_default_context(cafile=ca)
+        except ssl.SSLError as error:
+            raise EnclosureError(f"--ca {clean(ca)}: holds no certificate in PEM form") from error
+        except OSError as error:
+            raise EnclosureError(f"--ca {clean(ca)}: {error.strerror}") from error
+        if not verify:
+            context.check_hostname, context.verify_mode = False, ssl.CERT_NONE
+        return context
 
     def _password(self, given: str | None) -> str:
         if given is not None:
@@ -81,45 +102,53 @@ class Client:
             raise EnclosureError(f"no password for {clean(self.user)}: give it in QBX_PASSWORD or the URL")
         return getpass.getpass(f"Password of {clean(self.user)} at {self.url}: ")
 
-    def request(self, operation: str, *arguments: Any, privilege: str = "", **named: Any) -> Any:
-        """The result of a WBEM operation; `privilege` is the one that the array requires of the
-        user for it, to be named in a refusal."""
+    def request(self, operation: str, *, target: Path | None = None, privilege: str = "", **arguments: Any) -> list:
+        """What a WBEM operation returns, or the method of this name of a target. `privilege` is the one
+        that the array requires of the user for it, to be named in a refusal."""
         try:
-            return getattr(self.connection, operation)(*arguments, **named)
-        except pywbem.CIMError as error:
+            message = request(self.namespace, operation, target, arguments)
+            return response(self.transport.post(*message), operation)
+        except CimError as error:
             raise EnclosureError(f"{self.url}: {self._refusal(error, privilege)}") from error
-        except (pywbem.Error, OSError) as error:
+        except StatusError as error:
+            raise EnclosureError(f"{self.url}: {self._rejection(error)}") from error
+        except ReplyError as error:
+            of = target or next(iter(arguments.values()))
+            name = getattr(getattr(of, "path", of), "classname", of)
+            raise EnclosureError(f"{self.url}: {operation} {clean(name)}: {one_line(error)}") from error
+        except (OSError, UnicodeError, http.client.HTTPException) as error:
             raise EnclosureError(f"{self.url}: {self._failure(error)}") from error
 
-    def _refusal(self, error: pywbem.CIMError, privilege: str) -> str:
+    def _refusal(self, error: CimError, privilege: str) -> str:
         """What a CIM error means to an administrator."""
-        code, text, user = error.status_code, one_line(error.status_description), clean(self.user)
-        if code == pywbem.CIM_ERR_INVALID_NAMESPACE:
+        text, user = one_line(error), clean(self.user)
+        name = CODES[error.code] if error.code < len(CODES) else str(error.code)
+        if name == "INVALID_NAMESPACE":
             return f"no namespace {clean(self.namespace)} there; --namespace NAME queries another"
-        if code == pywbem.CIM_ERR_INVALID_CLASS:
+        if name == "INVALID_CLASS":
             return f"the drive cage module is not installed there ({text})"
-        if code == pywbem.CIM_ERR_ACCESS_DENIED and "generic privilege" in text and privilege:
-            return f"user {user} lacks the privilege {privilege}; grant it on the array"
-        if code == pywbem.CIM_ERR_ACCESS_DENIED:
+        if name == "ACCESS_DENIED" and "generic privilege" in text and privilege:
+            return f"user {user} lacks the privilege {clean(privilege)}; grant it on the array"
+        if name == "ACCESS_DENIED":
             return f"the array refuses user {user}; add the user on the array ({text})"
-        if code == pywbem.CIM_ERR_NOT_SUPPORTED and privilege:
+        if name == "NOT_SUPPORTED" and privilege:
             return f"this hardware or this version of the array cannot do that ({text})"
-        return f"{error.status_code_name}: {text}"
+        return f"CIM_ERR_{name}: {text}"
+
+    def _rejection(self, error: StatusError) -> str:
+        """What an HTTP status means."""
+        if error.status == http.HTTPStatus.UNAUTHORIZED:
+            wrong = f"wrong password of {clean(self.user)}" if self.user else "requires a user"
+            return f"{wrong}; give USER:PASSWORD@ in the URL"
+        busy = error.status == http.HTTPStatus.SERVICE_UNAVAILABLE
+        return f"{one_line(error)}; {'try again later' if busy else 'is that a CIM server?'}"
 
     def _failure(self, error: Exception) -> str:
         """What went wrong before a CIM server could respond."""
-        text = str(error)
-        if isinstance(error, pywbem.AuthError):
-            wrong = f"wrong password of {clean(self.user)}" if self.user else "requires a user"
-            return f"{wrong}; give USER:PASSWORD@ in the URL"
-        if isinstance(error, pywbem.HTTPError):
-            hint = "try again later" if error.status == 503 else "is that a CIM server?"
-            status = f"responds with HTTP {error.status} {error.reason} {error.cimerror or ''}"
-            return f"{one_line(status)}; {hint}"
-        if isinstance(error, pywbem.ParseError):
-            return "responds, but not in CIM-XML; is that a CIM server?"
-        untrusted = re.search(r"certificate verify failed: (.*?) \(_ssl", text)
-        if untrusted:
+        if isinstance(error, ssl.SSLCertVerificationError):
             hint = "name its authority by --ca FILE, or give --no-verify"
-            return f"certificate not trusted ({one_line(untrusted[1])}); {hint}"
-        return next((meaning for part, meaning in FAILURES if re.search(part, text)), one_line(text))
+            return f"certificate not trusted ({one_line(error.verify_message)}); {hint}"
+        if isinstance(error, ssl.SSLError) and error.reason == "WRONG_VERSION_NUMBER":
+            return "no TLS on this port; try http://"
+        meaning = next(meaning for kind, meaning in FAILURES if isinstance(error, kind))
+        return f"{meaning} ({one_line(error)})" if isinstance(error, http.client.HTTPException) else meaning

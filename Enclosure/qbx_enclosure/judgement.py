@@ -1,16 +1,12 @@
 """What needs attention in an enclosure, and the facts about each of its elements in words."""
 
 import collections
-import json
-import pathlib
 
-from .model import Element, Enclosure
+from .model import NAMES, Element, Enclosure
 
 STATUS_OK = 2
 OFF = 1
 AMBER = (4, 5)
-# By property, what people call it: codes that should mean "well" (by kind), and lights.
-NAMES = json.loads(pathlib.Path(__file__).with_name("names.json").read_text(encoding="utf-8"))
 STATES, LIGHTS = NAMES["states"], NAMES["lights"]
 
 

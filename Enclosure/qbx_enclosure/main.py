@@ -7,7 +7,7 @@ import re
 import sys
 
 from . import actions, metrics, report, show
-from .connection import Client, EnclosureError
+from .connection import Client, EnclosureError, clean, hidden
 from .judgement import judge
 from .model import read, read_words
 from .version import VERSION
@@ -32,17 +32,24 @@ def codes(text: str) -> set[int]:
     return {number(0, 65535)(each) for each in text.split(",")}
 
 
-def parser() -> argparse.ArgumentParser:
-    common = argparse.ArgumentParser(add_help=False)
+class Parser(argparse.ArgumentParser):
+    """A parser whose messages show no password and steer no terminal."""
+
+    def error(self, message: str):
+        super().error(hidden(clean(message)))
+
+
+def parser() -> Parser:
+    common = Parser(add_help=False)
     of_common = common.add_argument
     of_common("--namespace", default="root/qbx", metavar="NAME", help="the module's (root/qbx)")
     of_common("--timeout", type=number(1, 86400), metavar="SECONDS",
-              help="how long to wait for a response (30; upgrade: 1800)")
+              help="how long a request may take (30; upgrade: 1800)")
     of_common("--ca", metavar="FILE", help="PEM file of who vouches for the server")
     of_common("--no-verify", action="store_true", help="take any certificate")
     of_common("--well", type=codes, default={1}, metavar="CODES",
               help="the array's state codes that mean well, such as 1,7 (1)")
-    top = argparse.ArgumentParser(
+    top = Parser(
         prog="qbx-enclosure",
         usage="qbx-enclosure [URL] [COMMAND] [OPTION...]",
         description="Shows and operates the drive cages of an array through the CIM server at URL: "
@@ -85,7 +92,7 @@ def parser() -> argparse.ArgumentParser:
     option("--interval", type=number(1, 86400), default=60, metavar="SECONDS",
            help="between two polls of the server (60)")
     option("--once", action="store_true", help="print them and end")
-    command("report", "write a page for a browser", "file", chooses=True)
+    command("report", "write a page for a browser into a file; -: standard output", "file", chooses=True)
     return top
 
 
@@ -94,15 +101,17 @@ def arguments(words: list[str]) -> argparse.Namespace:
     options = parser()
     for unsendable in filter(None, map(UNSENDABLE.search, words)):
         options.error(f"{unsendable.string!a}: U+{ord(unsendable[0]):04X} cannot be sent")
-    url = next((each for each in words if re.match("[A-Za-z]+://", each)), None)
-    rest = [each for each in words if each != url]
+    urls = [each for each in words if re.match("[A-Za-z]+://", each)]
+    if len(urls) > 1:
+        options.error(f"there are {len(urls)} URLs; give one")
+    rest = [each for each in words if each not in urls]
     command = next((each for each in rest if each in COMMANDS), None)
     if command:
         rest.remove(command)
     elif not {"-h", "--help", "--version"} & set(rest):
         command = "tree"
     given = options.parse_args(([command] if command else []) + rest)
-    given.url = url or os.environ.get("QBX_URL", "http://localhost:5988")
+    given.url = urls[0] if urls else os.environ.get("QBX_URL", "http://localhost:5988")
     given.timeout = given.timeout or TIMEOUTS.get(given.command, 30)
     return given
 

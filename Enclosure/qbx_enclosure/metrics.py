@@ -1,6 +1,7 @@
 """Metrics for Prometheus. One poll of the server serves all scrapes until the next."""
 
 import argparse
+import os
 import sys
 import time
 from collections.abc import Iterator
@@ -9,11 +10,12 @@ from prometheus_client import CollectorRegistry, generate_latest, start_http_ser
 from prometheus_client.core import GaugeMetricFamily
 from prometheus_client.registry import Collector
 
-from .connection import Client, EnclosureError
-from .judgement import NAMES, STATES, judge
-from .model import Enclosure, Words, read, read_words
+from .connection import Client, EnclosureError, one_line
+from .judgement import STATES, judge
+from .model import NAMES, Enclosure, Words, read, read_words
 
 METRICS = NAMES["metrics"]  # name: [text, labels]
+INVENTORY = ("qbx_elements", "qbx_cage_info")  # what the last successful poll found stays true longer
 
 
 def samples(enclosure: Enclosure) -> Iterator[tuple]:
@@ -43,8 +45,14 @@ def samples(enclosure: Enclosure) -> Iterator[tuple]:
             yield "qbx_locator_on", each.is_located(), holder, each.kind, each.tag
 
 
+def log(level: int, text: str) -> None:
+    """A line on standard error, for systemd's journal with its level: 3 error, 6 information."""
+    mark = f"<{level}>" if "JOURNAL_STREAM" in os.environ else ""
+    print(f"{mark}qbx-enclosure: {text}", file=sys.stderr, flush=True)
+
+
 class EnclosureCollector(Collector):
-    """Holds what the last successful poll found, and gives it to every scrape."""
+    """Polls one array, and gives what it found to every scrape until the next poll."""
 
     def __init__(self, client: Client, well: set[int]):
         self.client = client
@@ -54,23 +62,32 @@ class EnclosureCollector(Collector):
         self.problem = ""
 
     def poll(self) -> None:
-        """Queries the server. A failure is printed once, and leaves what was found before."""
+        """Queries the server. A failure is logged once, as is its end."""
         before = self.problem
         try:
             self.words = self.words or read_words(self.client, self.well)
             enclosure = judge(read(self.client, self.words))
-            self.found, self.problem = (time.monotonic(), enclosure), ""
+            self.found, self.problem = (time.time(), enclosure), ""
         except EnclosureError as error:
             self.problem = str(error)
+        except Exception as error:  # a fault of this program is no reason to end
+            self.problem = f"{self.client.url}: {type(error).__name__}: {one_line(error)}"
         if self.problem not in ("", before):
-            print(f"qbx-enclosure: {self.problem}", file=sys.stderr, flush=True)
+            log(3, self.problem)
+        elif before and not self.problem:
+            log(6, f"{self.client.url}: answers again")
 
     def samples(self) -> Iterator[tuple]:
+        """While the array does not answer: what it consists of, and when that was found. Prometheus
+        would take a kept reading for a present one."""
         yield "qbx_up", not self.problem
         if self.found:
             when, enclosure = self.found
-            yield "qbx_poll_age_seconds", time.monotonic() - when
-            yield from samples(enclosure)
+            yield "qbx_last_success_timestamp_seconds", when
+            yield "qbx_poll_age_seconds", time.time() - when
+            for sample in samples(enclosure):
+                if not self.problem or sample[0] in INVENTORY:
+                    yield sample
 
     def collect(self) -> list[GaugeMetricFamily]:
         """What prometheus_client asks for at each scrape. Two sensors can have all labels in

@@ -2,18 +2,27 @@
 
 import dataclasses
 import functools
+import json
+import pathlib
 import re
 from typing import Any
 
-import pywbem
+from .cimxml import Instance, Path
+from .connection import Client, EnclosureError, clean, one_line
 
-from .connection import Client, EnclosureError, clean
+# By property, what people call it: codes that should mean "well" (by kind), and lights; and what kind
+# of value is in it: those of no other kind have codes.
+NAMES = json.loads(pathlib.Path(__file__).with_name("names.json").read_text(encoding="utf-8"))
 
 CLASSES = {
     "cage": "QBX_DriveCage",
     "magazine": "QBX_Magazine",
     "card": "QBX_CageInterfaceCard",
     "sensor": "QBX_CageSensor",
+}
+# What identifies an element, and what people call it.
+IDENTITIES = dict.fromkeys(CLASSES, ("Tag", "ElementName")) | {
+    "sensor": ("DeviceID", "OtherSensorTypeDescription")
 }
 # What is in a cage, by kind: association, role of the cage, role of the part.
 HOLDING = {
@@ -24,19 +33,24 @@ HOLDING = {
 LIGHT = re.compile(r"LED$|Link[RT]X$")
 UNITS = {"C": "°C", "R": "rpm"}  # other letters are the unit's own
 WHOLE: dict[str, Any] = {"DeepInheritance": True, "LocalOnly": False}
+CODED = [*NAMES["lights"], *(name for names in NAMES["states"].values() for name in names)]
+KINDS = {name.lower(): (name, kind) for kind, names in ({"code": CODED} | NAMES["values"]).items() for name in names}
+MOST_CHARACTERS, MOST_ENTRIES = 1024, 256  # of a text, of an array
+MAPPED = re.compile(r"\d+|(0[xX][0-9A-Fa-f]+|\d*)\.\.(0[xX][0-9A-Fa-f]+|\d*)")  # in a ValueMap
 
 
 class Words:
     """The words that the server's schema has for the values of properties."""
 
-    def __init__(self, classes: dict[str, list[pywbem.CIMClass]], well: set[int]):
+    def __init__(self, classes: dict[str, list[dict]], well: set[int]):
         self.well = well  # state codes that mean that something is as it should be
         self.maps: dict[tuple[str, str], list[tuple[str, str]]] = {}
         for kind, found in classes.items():
-            for name, declared in [item for each in found for item in each.properties.items()]:
-                numbers, words = map(declared.qualifiers.get, ("ValueMap", "Values"))
-                if numbers and words:
-                    self.maps[kind, name] = list(zip(numbers.value, words.value, strict=False))
+            for name, qualifiers in [item for each in found for item in each.items()]:
+                numbers, words = map(qualifiers.get, ("valuemap", "values"))
+                if isinstance(numbers, list) and isinstance(words, list):
+                    pairs = zip(map(str, numbers[:MOST_ENTRIES]), map(one_line, words), strict=False)
+                    self.maps[kind, name] = [pair for pair in pairs if MAPPED.fullmatch(pair[0])]
 
     def of(self, kind: str, name: str, value: int) -> str:
         """The word for a value; "unknown (N)" or "state N" when the schema has none."""
@@ -45,11 +59,11 @@ class Words:
             return "well" if value in self.well else f"state {value}"
         for number, word in entries:
             if number == str(value):
-                return clean(word)
+                return word
         for number, word in entries:  # ranges: "N..M", and ".." for all the rest
             low, dots, high = number.partition("..")
             if dots and (int(low or "0", 0) <= value <= int(high or "65535", 0)):
-                return f"{clean(word)} ({value})"
+                return f"{word} ({value})"
         return f"unknown ({value})"
 
 
@@ -58,7 +72,7 @@ class Element:
     """A cage, magazine, card or sensor: its properties, and what is wrong with it or worth a note."""
 
     kind: str
-    path: pywbem.CIMInstanceName
+    path: Path
     values: dict
     words: Words
     problems: list[str] = dataclasses.field(default_factory=list)
@@ -68,10 +82,7 @@ class Element:
 
     def __post_init__(self):
         """Sets tag (what identifies it), label (what people call it), name (both), order."""
-        names = ("Tag", "ElementName")
-        if self.kind == "sensor":
-            names = ("DeviceID", "OtherSensorTypeDescription")
-        self.tag, self.label = (self.get(each, "") for each in names)
+        self.tag, self.label = (self.get(each, "") for each in IDENTITIES[self.kind])
         both = f"{self.tag} ({self.label})" if self.label not in ("", self.tag) else self.tag
         self.name = self.label if self.kind == "sensor" and self.label else both
         self.cage = self if self.kind == "cage" else None
@@ -173,27 +184,46 @@ def one(elements: list[Element], kind: str, name: str) -> Element:
     raise EnclosureError(f"no {kind} {clean(name)}; there is {tags or 'none'}")
 
 
-def plain(value: object) -> object:
-    """A value of a property as Python's own, texts without control characters."""
+def fits(value: object, kind: str) -> bool:
+    """Whether a value is of a kind that NAMES has."""
+    if kind == "code":  # one, or an array of them
+        return fits(value, "number[]" if isinstance(value, list) else "number")
     if isinstance(value, list):
-        return [plain(each) for each in value]
-    if isinstance(value, str):
-        return clean(value)
-    return int(value) if isinstance(value, pywbem.CIMInt) else value
+        one_kind, array, _ = kind.partition("[]")
+        return bool(array) and len(value) <= MOST_ENTRIES and all(fits(each, one_kind) for each in value)
+    if isinstance(value, bool) or kind == "flag":
+        return isinstance(value, bool) and kind == "flag"
+    if isinstance(value, int):
+        return kind == "wwn" or (kind == "number" and 0 <= value <= 65535)
+    return isinstance(value, str) and kind == "text" and len(value) <= MOST_CHARACTERS
 
 
-def reference(path: pywbem.CIMInstanceName) -> tuple:
-    """A path in a form to compare: hosts and the case of names do not count."""
-    keys = sorted((name.lower(), str(value)) for name, value in path.keybindings.items())
-    return (path.classname.lower(), *keys)
+def values_of(instance: Instance, identity: str) -> dict:
+    """The values that are known here, by name in lower case, texts without control characters."""
+    values = {}
+    for name, kind in (KINDS[each] for each in instance.values if each in KINDS):
+        value = instance.values[name.lower()]
+        if value is not None and not fits(value, kind):
+            raise EnclosureError(f"{name} is {one_line(value)[:60] or 'empty'}, {kind} is expected")
+        texts = [clean(each) for each in value] if kind == "text[]" and value else value
+        values[name.lower()] = clean(value) if isinstance(value, str) else texts
+    if not values.get(identity.lower()):
+        raise EnclosureError(f"an instance has no {identity}")
+    return values
 
 
 def elements_of(client: Client, kind: str, words: Words) -> list[Element]:
     """All elements of a kind, by position."""
     elements = []
-    for each in client.request("EnumerateInstances", CLASSES[kind], **WHOLE):
-        values = {name.lower(): plain(value) for name, value in each.items()}
+    for each in client.request("EnumerateInstances", ClassName=CLASSES[kind], **WHOLE):
+        try:
+            values = values_of(each, IDENTITIES[kind][0])
+        except EnclosureError as error:
+            raise EnclosureError(f"{client.url}: EnumerateInstances {CLASSES[kind]}: {error}") from error
         elements.append(Element(kind, each.path, values, words))
+    twice = len(elements) - len({each.path.identity() for each in elements})
+    if twice and kind != "sensor":  # the array's sensors may share a name
+        raise EnclosureError(f"{client.url}: EnumerateInstances {CLASSES[kind]}: a path is there twice")
     return sorted(elements, key=lambda element: element.order)
 
 
@@ -205,7 +235,8 @@ def read_words(client: Client, well: set[int]) -> Words:
             options = {"ClassName": name, "IncludeQualifiers": True, **WHOLE}
             classes[kind] = client.request("EnumerateClasses", **options)
         else:
-            classes[kind] = [client.request("GetClass", name, LocalOnly=False, IncludeQualifiers=True)]
+            options = {"ClassName": name, "LocalOnly": False, "IncludeQualifiers": True}
+            classes[kind] = client.request("GetClass", **options)
     return Words(classes, well)
 
 
@@ -216,25 +247,36 @@ def read(client: Client, words: Words) -> Enclosure:
     if not cages:
         why = "the array's library has failed or is busy, or the array has none"
         raise EnclosureError(f"{client.url} lists no drive cage: {why}; look in the log of the module")
-    by_path = {reference(cage.path): cage for cage in cages}
+    by_path = {cage.path.identity(): cage for cage in cages}
     by_tag = {cage.tag: cage for cage in cages}
     outside: list[Element] = []
-    for kind, (association, whole, part) in HOLDING.items():
-        ends = [path.keybindings for path in client.request("EnumerateInstanceNames", association)]
-        holders = {reference(each[part]): by_path.get(reference(each[whole])) for each in ends}
+    for kind, ends in HOLDING.items():
+        held = holders(client, *ends)
         for each in found[kind]:
-            each.cage = holders.get(reference(each.path))
+            each.cage = by_path.get(held.get(each.path.identity(), ()))
             if kind == "sensor" and not each.cage:  # of a power supply: in no association
                 each.cage = by_tag.get(each.tag.rpartition("-sensor")[0])
             (each.cage.parts if each.cage else outside).append(each)
     return Enclosure(package_name(client), cages, outside)
 
 
+def holders(client: Client, association: str, whole: str, part: str) -> dict[tuple, tuple]:
+    """By the path of a part the path of what holds it, as an association has them."""
+    held = {}
+    for path in client.request("EnumerateInstanceNames", ClassName=association):
+        ends = path.key(part), path.key(whole)
+        if not all(isinstance(end, Path) for end in ends):
+            where = f"{client.url}: EnumerateInstanceNames {association}"
+            raise EnclosureError(f"{where}: a path has no {part} or no {whole} that names an instance")
+        held[ends[0].identity()] = ends[1].identity()
+    return held
+
+
 def package_name(client: Client) -> str:
     """The system package, as people name it."""
-    packages = client.request("EnumerateInstances", "QBX_SystemPackage", **WHOLE)
+    packages = client.request("EnumerateInstances", ClassName="QBX_SystemPackage", **WHOLE)
     if not packages:
         return "system package not listed"
-    named = [packages[0].get(each) for each in ("ElementName", "Tag", "Model", "SerialNumber")]
-    name, tag, model, serial = map(clean, (each or "" for each in named))
+    named = map(packages[0].values.get, ("elementname", "tag", "model", "serialnumber"))
+    name, tag, model, serial = (one_line(each or "") for each in named)
     return ", ".join(filter(None, (name or tag, model, serial and f"serial {serial}")))

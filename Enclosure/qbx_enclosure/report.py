@@ -2,6 +2,7 @@
 
 import datetime
 import pathlib
+import sys
 
 import jinja2
 
@@ -41,7 +42,7 @@ def rows(cage: Element, kind: str) -> list[list[tuple[int, Element | None]]]:
 
 
 def write(file: str, url: str, enclosure: Enclosure, shown: Enclosure) -> int:
-    """Writes the page."""
+    """Writes the page into a file; "-" is standard output."""
     source = jinja2.PackageLoader(__package__, ".")
     templates = jinja2.Environment(loader=source, autoescape=True, trim_blocks=True)
     templates.globals.update(facts=facts, lamps=lamps, rows=rows)
@@ -53,6 +54,9 @@ def write(file: str, url: str, enclosure: Enclosure, shown: Enclosure) -> int:
         url=url,
         when=datetime.datetime.now().astimezone().strftime("%Y-%m-%d %H:%M:%S %z"),
     )
+    if file == "-":
+        sys.stdout.buffer.write(page.encode())
+        return 0
     try:
         pathlib.Path(file).write_text(page, encoding="utf-8")
     except OSError as error:

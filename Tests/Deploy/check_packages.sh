@@ -127,7 +127,7 @@ manage verify "${names[@]}"
 inside grep -q ^admin: /etc/qbx-cimserver/users || fail "the upgrade loses the users"
 serve_and_query
 version=$("${format}_version" "${packages[0]}")
-for program in qbx-cimserver qbx-provider; do
+for program in qbx-cimserver qbx-enclosure qbx-provider; do
     ! inside sh -c "command -v $program" >/dev/null || inside "$program" --version |
         grep -qx "$program $version" || fail "$program: not version $version"
 done

@@ -43,6 +43,9 @@ mapfile -t passed_on < <(env | grep -E '^(PIP_[A-Z_]*|CXX|CC|CI)=')
 mount -t proc proc "$system/proc"
 mount --rbind --make-rslave /dev "$system/dev"
 git clone -q --no-hardlinks "file://$project" "$system/project"
+[[ ! -d $project/build/packages ]] ||  # what ./qbx package and ./qbx wheel have built
+    find "$project/build/packages" -maxdepth 2 \( -name '*.deb' -o -name '*.whl' \) \
+        -exec install -D -t "$system/project/build/packages" {} +
 
 run() {
     echo "$suite: $*"

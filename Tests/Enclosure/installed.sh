@@ -1,0 +1,30 @@
+#!/bin/sh
+# Installs qbx-enclosure as its package and as a wheel, and queries the packaged embedded server, in a
+# bare system: Tests/System/bare_system.sh SUITE Tests/Enclosure/installed.sh
+set -eu
+export DEBIAN_FRONTEND=noninteractive
+if [ -n "${PIP_CERT-}" ]; then  # which the package ca-certificates replaces
+    cp "$PIP_CERT" cert.pem && export PIP_CERT="$PWD/cert.pem"
+fi
+apt-get update -q >/dev/null
+apt-get install -y -q --no-install-recommends ./build/packages/qbx-cimserver_*.deb ./build/packages/qbx-enclosure_*.deb >/dev/null
+echo "admin:$(echo secret | qbx-cimserver --hash-password)" >/etc/qbx-cimserver/users
+mkfifo ready
+qbx-cimserver --users /etc/qbx-cimserver/users --port 0 --provider-dir /usr/lib/*/qbx-cimserver \
+    --schema root/qbx=/usr/share/qbx-cimserver/schema/qbx.mof \
+    --schema root/interop=/usr/share/qbx-cimserver/schema/registration.mof >ready &
+trap 'kill $!' EXIT
+url=$(sed -n 's|ready: http://\([^/]*\)/.*|http://admin:secret@\1|p;q' ready)
+
+check() {
+    "$@" --version | grep -x "qbx-enclosure $(sed -n 's/^project(.* VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)"
+    "$@" "$url" health | grep '^NEEDS ATTENTION: 3 elements in 1 cage'
+    "$@" "$url" report - | grep -q '<h2>Drive cages</h2>'
+    "$@" "$url" metrics --once | grep -x 'qbx_up 1.0'
+}
+
+check qbx-enclosure
+apt-get purge -y -q qbx-enclosure python3-rich >/dev/null
+apt-get install -y -q --no-install-recommends pipx >/dev/null
+pipx install build/packages/qbx_enclosure-*.whl
+check /root/.local/bin/qbx-enclosure
