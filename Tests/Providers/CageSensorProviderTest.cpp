@@ -110,19 +110,6 @@ TEST_F(CageSensorProviderTest, PlacesBeyondTheCountAreNotRead)
     EXPECT_LIST(deviceIDs(), {"a-sensor0"});
 }
 
-TEST_F(CageSensorProviderTest, TheCountIsNotClamped)
-{
-    // An eleventh sensor lies in what follows the record: the next cage's name.
-    array.serve(
-        R"("cages": [{"deviceID": "a", "type": "JB_LBOD"}, {"deviceID": "b", "type": "JB_DC3"}])");
-    array.editCages = [](api_CageList_t& cages) {
-        cages.cages[0].u.lbod.sensCount = 11;
-        std::memset(cages.cages[1].deviceID, 'x', sizeof(cages.cages[1].deviceID));
-    };
-    EXPECT_LIST(deviceIDs(), {"a-sensor10"});
-    EXPECT_EQ(valueOf(got.instances.at(0), "CurrentReading"), "30840");
-}
-
 TEST_F(CageSensorProviderTest, BothListsAreReadWhateverBecomesOfTheOther)
 {
     array.serve(R"("cages": [{"deviceID": "a", "type": "JB_LBOD",

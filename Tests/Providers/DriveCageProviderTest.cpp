@@ -8,16 +8,14 @@ namespace
 
 // ---- Properties ----
 
-/// A cage with another value in every field that all types have.
+/// A cage with another value in every field that all types have; it shows as CAGE_COMMON.
 api_Cage_t cageOf(jb_type_e type)
 {
     api_Cage_t cage = {};
     setText(cage.deviceID, "cage 7");
     setText(cage.elementName, "Cage seven");
     cage.position = 65535;
-    setText(cage.mfg.vendor, "the vendor");
-    setText(cage.mfg.model, "the model");
-    setText(cage.mfg.serial, "the serial");
+    setMade(cage.mfg);
     cage.wwn = 0x1A2B;
     setText(cage.location, "Row 5");
     cage.type = type;
@@ -31,45 +29,30 @@ api_Cage_t cageOf(jb_type_e type)
     return cage;
 }
 
-/// What the instance must hold: its own properties besides those that all cages have. The schema
-/// sets RemovalConditions.
-void expectProperties(const api_Cage_t& cage, const std::string& className, const Texts& own)
+// clang-format off
+const Texts CAGE_COMMON = {  // the schema sets RemovalConditions
+    MADE, "CageSubType=65535", "ChainPositionLoopA=11", "ChainPositionLoopB=12",
+    "ChassisPackageType=22", "ChassisTypeDescription=Drive Cage", "ElementName=Cage seven",
+    "Location=Row 5", "MultipleSystemSupport=2", "Name=0000000000001A2B", "OperationalStatus=13",
+    "Position=65535", "RackMountable=2", "RemovalConditions=2", "Tag=cage 7"};
+// clang-format on
+
+void expectCage(const api_Cage_t& cage, const std::string& className, const Texts& own)
 {
-    const CIMInstance instance =
-        QBX_DriveCageProvider::buildInstance(storedClass(className.c_str()), cage, "array1");
-    const Texts common = {"CageSubType=65535",
-                          "ChainPositionLoopA=11",
-                          "ChainPositionLoopB=12",
-                          "ChassisPackageType=22",
-                          "ChassisTypeDescription=Drive Cage",
-                          "ElementName=Cage seven",
-                          "Location=Row 5",
-                          "Manufacturer=the vendor",
-                          "Model=the model",
-                          "MultipleSystemSupport=2",
-                          "Name=0000000000001A2B",
-                          "OperationalStatus=13",
-                          "Position=65535",
-                          "RackMountable=2",
-                          "RemovalConditions=2",
-                          "SerialNumber=the serial",
-                          "Tag=cage 7"};
-    EXPECT_LIST(propertiesOf(instance),
-                (common + Texts{"CreationClassName=" + className} + own).sorted());
-    EXPECT_EQ(str(instance.getPath()), str(element(className, "cage 7")));
+    expectProperties<QBX_DriveCageProvider>(cage, className, {CAGE_COMMON, own});
 }
 
 TEST(DriveCageInstance, DC2FamilyHasFirmwareAndProcessor)
 {
-    api_Cage_t cage = cageOf(JB_LBOD);
-    setText(cage.u.lbod.fwVersion, "1.2");
-    cage.u.lbod.fwState = {65536 + 21, ES_FAILED};
-    cage.u.lbod.cpuState = {22, ES_FAILED};
-    const Texts own = {"FirmwareVersion=1.2", "FirmwareStatus=21", "CPUState=22", "LocateON=FALSE",
-                       "LoopSplit=TRUE"};
-    expectProperties(cage, "QBX_DriveCageDC2Family", own + Texts{"CageType=3"});
-    cage.type = JB_MBOD;
-    expectProperties(cage, "QBX_DriveCageDC2Family", own + Texts{"CageType=5"});
+    for (const jb_type_e type : {JB_LBOD, JB_MBOD}) {
+        api_Cage_t cage = cageOf(type);
+        setText(cage.u.lbod.fwVersion, "1.2");
+        cage.u.lbod.fwState = {65536 + 21, ES_FAILED};
+        cage.u.lbod.cpuState = {22, ES_FAILED};
+        expectCage(cage, "QBX_DriveCageDC2Family",
+                   {"CageType=" + std::to_string(type), "FirmwareVersion=1.2", "FirmwareStatus=21",
+                    "CPUState=22", "LocateON=FALSE", "LoopSplit=TRUE"});
+    }
 }
 
 TEST(DriveCageInstance, DC3FamilyHasEnclosureServices)
@@ -81,7 +64,7 @@ TEST(DriveCageInstance, DC3FamilyHasEnclosureServices)
     cage.u.sbod.opPanelState = {24, ES_FAILED};
     cage.u.sbod.audAlarmState = {25, ES_FAILED};
     cage.u.sbod.enclosureID = 255;
-    expectProperties(
+    expectCage(
         cage, "QBX_DriveCageDC3Family",
         {"CageType=4", "LocateON=TRUE", "LoopSplit=FALSE", "TempSensorState=21",
          "TempSensorValue=22", "OperatorPanelState=24", "AudibleAlarmState=25", "EnclosureID=255"});
@@ -89,15 +72,13 @@ TEST(DriveCageInstance, DC3FamilyHasEnclosureServices)
 
 TEST(DriveCageInstance, DC1FamilyHasItsSideAndReportsOneCageType)
 {
-    api_Cage_t cage = cageOf(JB_JBOD);
-    cage.u.kbod.isLeft = 1;
-    const Texts own = {"CageType=2", "LocateON=FALSE", "LoopSplit=TRUE"};
-    expectProperties(cage, "QBX_DriveCageDC1Family",
-                     own + Texts{"IsLeftSide=TRUE", "IsRightSide=FALSE"});
-    cage = cageOf(JB_KBOD);
-    cage.u.kbod.isRight = 1;
-    expectProperties(cage, "QBX_DriveCageDC1Family",
-                     own + Texts{"IsLeftSide=FALSE", "IsRightSide=TRUE"});
+    for (const jb_type_e type : {JB_JBOD, JB_KBOD}) {
+        api_Cage_t cage = cageOf(type);
+        cage.u.kbod.isLeft = 1;
+        expectCage(cage, "QBX_DriveCageDC1Family",
+                   {"CageType=2", "LocateON=FALSE", "LoopSplit=TRUE", "IsLeftSide=TRUE",
+                    "IsRightSide=FALSE"});
+    }
 }
 
 TEST(DriveCageInstance, UnknownTypesHaveTheirSide)
@@ -105,9 +86,9 @@ TEST(DriveCageInstance, UnknownTypesHaveTheirSide)
     for (const int type : {0, 6, 65535}) {
         api_Cage_t cage = cageOf(jb_type_e(type));
         cage.u.kbod.isRight = 1;
-        expectProperties(cage, "QBX_DriveCage",
-                         {"CageType=" + std::to_string(type), "LocateON=FALSE", "LoopSplit=TRUE",
-                          "IsLeftSide=FALSE", "IsRightSide=TRUE"});
+        expectCage(cage, "QBX_DriveCage",
+                   {"CageType=" + std::to_string(type), "LocateON=FALSE", "LoopSplit=TRUE",
+                    "IsLeftSide=FALSE", "IsRightSide=TRUE"});
     }
 }
 
@@ -169,12 +150,12 @@ TEST_F(DriveCageProviderTest, ModifyInstanceSetsTheLocationOutsideTheSemaphoreIg
     array.fail("api_setCageLocation", 99);
     EXPECT_EQ(modify(CAGE, {string("Location", "Row5")}), "nothing");
     EXPECT_LIST(
-        array.events(),
-        own({"4: -->P::modifyInstance()\n", OPEN,
-             R"(api_authorizeCIMUser("joe", "qbx_drivecagedc2family.modifyinstance") = 0)",
-             readKey("Tag", "cage 0"), underSemaphore(R"(api_findCageName_Cached("cage 0") = 0)"),
-             readKey("Location", "Row5"), R"(api_setCageLocation("cage 0", "Row5") = 99)",
-             "4: <--P::modifyInstance()\n"}));
+        events(),
+        {"4: -->P::modifyInstance()\n", OPEN,
+         R"(api_authorizeCIMUser("joe", "qbx_drivecagedc2family.modifyinstance") = 0)",
+         readKey("Tag", "cage 0"), underSemaphore(R"(api_findCageName_Cached("cage 0") = 0)"),
+         readKey("Location", "Row5"), R"(api_setCageLocation("cage 0", "Row5") = 99)",
+         "4: <--P::modifyInstance()\n"});
 }
 
 /// A modification: the location that is set, or what is thrown ("4 ...").

@@ -12,6 +12,26 @@ void setText(char (&field)[N], const char* text)
     std::snprintf(field, N, "%s", text);
 }
 
+/// Fills the manufacturing data of a record, which an instance holds as MADE.
+inline void setMade(api_Mfg_t& mfg)
+{
+    setText(mfg.vendor, "the vendor");
+    setText(mfg.model, "the model");
+    setText(mfg.serial, "the serial");
+}
+inline const Texts MADE = {"Manufacturer=the vendor", "Model=the model", "SerialNumber=the serial"};
+
+/// Builds the instance of a record, which must hold these properties and its class, and no others.
+template <class Provider, class Record>
+void expectProperties(const Record& record, const std::string& className, const Texts& properties)
+{
+    const CIMClass cimClass = storedClass(className.c_str());
+    const CIMInstance instance = Provider::buildInstance(cimClass, record, "array1");
+    const std::string creationClassName = "CreationClassName=" + className;
+    EXPECT_LIST(propertiesOf(instance), Texts{properties, creationClassName}.sorted());
+    EXPECT_EQ(str(instance.getPath()), str(element(className, record.deviceID)));
+}
+
 /// An array file's list with one element of each cage type, in whose text $ stands for the type.
 inline std::string oneOfEachType(const std::string& list, const std::string& element)
 {
@@ -45,11 +65,13 @@ struct MethodRow : Row
 class MethodTest : public RowTest<MethodRow>
 {
 protected:
+    std::string elements = ONE_OF_EACH;
+
     /// `lookup` is the call that finds the element. Of several keys "Tag" the last one counts.
     void expectOutcome(const std::string& providerName, const CIMObjectPath& object,
                        const std::string& lookup)
     {
-        start(providerName);
+        start(providerName, elements);
         for (const char* action : {"api_locateCage", "api_upgradeCage", "api_setMagazineLoop",
                                    "api_locateMagazine", "api_locateFCALPort"})
             array.fail(action, -7);
@@ -61,13 +83,12 @@ protected:
         const std::string key = cased(className + "." + row.method, std::tolower);
         Texts calls = {OPEN, "api_authorizeCIMUser(\"joe\", \"" + key + "\") = 0",
                        underSemaphore(lookup)};
-        if (row.outcome.empty()) calls = calls + delivered("sint32 0");
+        if (row.outcome.empty()) calls = {calls, delivered("sint32 0")};
         if (row.outcome.substr(0, 1) == "a")
             calls = {calls, underSemaphore(row.outcome + " = -7"), delivered("sint32 -7")};
         EXPECT_LIST(array.calls(), calls);
-        EXPECT_EQ(array.events().front(),
-                  own({"4: -->P::invokeMethod()\n\t className = " + className +
-                       ", methodName = " + row.method + "\n"})[0]);
-        EXPECT_EQ(array.events().back() == own({"4: <--P::invokeMethod()\n"})[0], !isThrown);
+        const std::string called = "className = " + className + ", methodName = " + row.method;
+        EXPECT_EQ(events().front(), "4: -->P::invokeMethod()\n\t " + called + "\n");
+        EXPECT_EQ(events().back() == "4: <--P::invokeMethod()\n", !isThrown);
     }
 };

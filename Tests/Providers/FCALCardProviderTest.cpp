@@ -20,7 +20,7 @@ void setPorts(api_FCALLoop_t& loop, unsigned number)
     }
 }
 
-/// A card with another value in every field that all types have.
+/// A card with another value in every field that all types have; it shows as CARD_COMMON.
 api_FCAL_t cardOf(jb_type_e type)
 {
     api_FCAL_t card = {};
@@ -31,87 +31,88 @@ api_FCAL_t cardOf(jb_type_e type)
     card.cagePosition = 31;
     card.position = 65535;
     setText(card.elementName, "Card seven");
-    setText(card.mfg.vendor, "the vendor");
-    setText(card.mfg.model, "the model");
-    setText(card.mfg.serial, "the serial");
+    setMade(card.mfg);
     setPorts(card.loopA, 100);
     setPorts(card.loopB, 201);
     return card;
 }
 
-/// What the instance must hold: its own properties besides those that all cards have. The schema
-/// sets RemovalConditions.
-void expectCard(const api_FCAL_t& card, const std::string& className, const Texts& own)
-{
-    const CIMInstance instance =
-        QBX_FCALCardProvider::buildInstance(storedClass(className.c_str()), card, "array1");
-    const Texts common = {"ElementName=Card seven",  "Manufacturer=the vendor",
-                          "Model=the model",         "OperationalStatus=2",
-                          "Position=65535",          "RemovalConditions=2",
-                          "SerialNumber=the serial", "Tag=card 7"};
-    EXPECT_LIST(propertiesOf(instance),
-                (common + Texts{"CreationClassName=" + className} + own).sorted());
-    EXPECT_EQ(str(instance.getPath()), str(element(className, "card 7")));
-}
+// clang-format off
+const Texts CARD_COMMON = {  // the schema sets RemovalConditions
+    MADE, "ElementName=Card seven", "OperationalStatus=2", "Position=65535", "RemovalConditions=2",
+    "Tag=card 7"};
 
-const Texts TWO_PORTS = {"LoopALinkSpeed=120 121",
-                         "LoopALocateON=TRUE FALSE",
-                         "LoopAPortWWNs=18446744073709551515 18446744073709551514",
-                         "LoopBLinkSpeed=221 222",
-                         "LoopBLocateON=FALSE TRUE",
-                         "LoopBPortWWNs=18446744073709551414 18446744073709551413",
-                         "NodePortsLoopA=4294967395 4294967396",
-                         "NodePortsLoopB=4294967496 4294967497",
-                         "PortsLoopA=0:13:6 0:13:7",
-                         "PortsLoopB=1:10:3 1:10:4"};
+const Texts TWO_PORTS = {
+    "LoopALinkSpeed=120 121", "LoopALocateON=TRUE FALSE",
+    "LoopAPortWWNs=18446744073709551515 18446744073709551514",
+    "LoopBLinkSpeed=221 222", "LoopBLocateON=FALSE TRUE",
+    "LoopBPortWWNs=18446744073709551414 18446744073709551413",
+    "NodePortsLoopA=4294967395 4294967396", "NodePortsLoopB=4294967496 4294967497",
+    "PortsLoopA=0:13:6 0:13:7", "PortsLoopB=1:10:3 1:10:4"};
+
+const Texts FOUR_PORTS = {
+    "LoopALinkSpeed=120 121 122 123", "LoopALocateON=TRUE FALSE TRUE FALSE",
+    "LoopAPortWWNs=18446744073709551515 18446744073709551514 18446744073709551513 "
+    "18446744073709551512",
+    "LoopBLinkSpeed=221 222 223 224", "LoopBLocateON=FALSE TRUE FALSE TRUE",
+    "LoopBPortWWNs=18446744073709551414 18446744073709551413 18446744073709551412 "
+    "18446744073709551411",
+    "NodePortsLoopA=4294967395 4294967396 4294967397 4294967398",
+    "NodePortsLoopB=4294967496 4294967497 4294967498 4294967499",
+    "PortsLoopA=0:13:6 0:13:7 0:14:0 0:14:1", "PortsLoopB=1:10:3 1:10:4 1:10:5 1:10:6"};
+// clang-format on
 
 const api_FCALLeds_t LEDS = {LED_STATE_OFF, LED_STATE_GREEN, LED_STATE_BLUE};
 const Texts LED_PROPERTIES = {"SplitLED=1", "SystemLED=2", "HotplugLED=6"};
 
+void expectCard(const api_FCAL_t& card, const std::string& className, const Texts& own)
+{
+    expectProperties<QBX_FCALCardProvider>(card, className, {CARD_COMMON, own});
+}
+
 TEST(FCALCardInstance, OfUnknownCageTypeHasTwoPortsOnly)
 {
-    expectCard(cardOf(JB_UNKNOWN), "QBX_CageInterfaceCard", TWO_PORTS + Texts{"CageType=0"});
-    expectCard(cardOf(jb_type_e(6)), "QBX_CageInterfaceCard", TWO_PORTS + Texts{"CageType=6"});
+    expectCard(cardOf(JB_UNKNOWN), "QBX_CageInterfaceCard", {TWO_PORTS, "CageType=0"});
+    expectCard(cardOf(jb_type_e(6)), "QBX_CageInterfaceCard", {TWO_PORTS, "CageType=6"});
 }
 
 TEST(FCALCardInstance, DC1FamilyHasFirmwareProcessorsAndLights)
 {
-    api_FCAL_t card = cardOf(JB_KBOD);
-    card.u.kbod.leds = LEDS;
-    card.u.kbod.fwState = {65536 + 21, ES_FAILED};
-    setText(card.u.kbod.fwVersion, "1.2");
-    card.u.kbod.cpuSelfState = {22, ES_FAILED};
-    card.u.kbod.cpuPartnerState = {23, ES_FAILED};
-    card.u.kbod.loopALinkLED[0] = LED_STATE_GREEN_BLINKING;
-    card.u.kbod.loopALinkLED[1] = LED_STATE_AMBER;
-    card.u.kbod.loopBLinkLED[0] = LED_STATE_AMBER_BLINKING;
-    card.u.kbod.loopBLinkLED[1] = LED_STATE_BLUE_BLINKING;
-    const Texts own = {"CageType=2",      "FirmwareVersion=1.2", "FirmwareStatus=21",
-                       "CPUSelfState=22", "CPUPartnerState=23",  "LoopALinkLED=3 4",
-                       "LoopBLinkLED=5 7"};
-    expectCard(card, "QBX_CageInterfaceCardDC1Family", {TWO_PORTS, LED_PROPERTIES, own});
-    card.cageType = JB_JBOD;
-    expectCard(card, "QBX_CageInterfaceCardDC1Family", {TWO_PORTS, LED_PROPERTIES, own});
+    for (const jb_type_e type : {JB_JBOD, JB_KBOD}) {
+        api_FCAL_t card = cardOf(type);
+        card.u.kbod.leds = LEDS;
+        card.u.kbod.fwState = {65536 + 21, ES_FAILED};
+        setText(card.u.kbod.fwVersion, "1.2");
+        card.u.kbod.cpuSelfState = {22, ES_FAILED};
+        card.u.kbod.cpuPartnerState = {23, ES_FAILED};
+        card.u.kbod.loopALinkLED[0] = LED_STATE_GREEN_BLINKING;
+        card.u.kbod.loopALinkLED[1] = LED_STATE_AMBER;
+        card.u.kbod.loopBLinkLED[0] = LED_STATE_AMBER_BLINKING;
+        card.u.kbod.loopBLinkLED[1] = LED_STATE_BLUE_BLINKING;
+        expectCard(
+            card, "QBX_CageInterfaceCardDC1Family",
+            {TWO_PORTS, LED_PROPERTIES, "CageType=2", "FirmwareVersion=1.2", "FirmwareStatus=21",
+             "CPUSelfState=22", "CPUPartnerState=23", "LoopALinkLED=3 4", "LoopBLinkLED=5 7"});
+    }
 }
 
 TEST(FCALCardInstance, DC2FamilyHasLinksAndLights)
 {
-    api_FCAL_t card = cardOf(JB_LBOD);
-    card.u.lbod.leds = LEDS;
-    card.u.lbod.loopA.linkRX[0] = LED_STATE_OFF;
-    card.u.lbod.loopA.linkRX[1] = LED_STATE_GREEN;
-    card.u.lbod.loopA.linkTX[0] = LED_STATE_GREEN_BLINKING;
-    card.u.lbod.loopA.linkTX[1] = LED_STATE_AMBER;
-    card.u.lbod.loopB.linkRX[0] = LED_STATE_AMBER_BLINKING;
-    card.u.lbod.loopB.linkRX[1] = LED_STATE_BLUE;
-    card.u.lbod.loopB.linkTX[0] = LED_STATE_BLUE_BLINKING;
-    card.u.lbod.loopB.linkTX[1] = LED_STATE_OFF;
-    const Texts own = {"LoopALinkRX=1 2", "LoopALinkTX=3 4", "LoopBLinkRX=5 6", "LoopBLinkTX=7 1"};
-    expectCard(card, "QBX_CageInterfaceCardDC2Family",
-               {TWO_PORTS, LED_PROPERTIES, own, "CageType=3"});
-    card.cageType = JB_MBOD;
-    expectCard(card, "QBX_CageInterfaceCardDC2Family",
-               {TWO_PORTS, LED_PROPERTIES, own, "CageType=5"});
+    for (const jb_type_e type : {JB_LBOD, JB_MBOD}) {
+        api_FCAL_t card = cardOf(type);
+        card.u.lbod.leds = LEDS;
+        card.u.lbod.loopA.linkRX[0] = LED_STATE_OFF;
+        card.u.lbod.loopA.linkRX[1] = LED_STATE_GREEN;
+        card.u.lbod.loopA.linkTX[0] = LED_STATE_GREEN_BLINKING;
+        card.u.lbod.loopA.linkTX[1] = LED_STATE_AMBER;
+        card.u.lbod.loopB.linkRX[0] = LED_STATE_AMBER_BLINKING;
+        card.u.lbod.loopB.linkRX[1] = LED_STATE_BLUE;
+        card.u.lbod.loopB.linkTX[0] = LED_STATE_BLUE_BLINKING;
+        card.u.lbod.loopB.linkTX[1] = LED_STATE_OFF;
+        expectCard(card, "QBX_CageInterfaceCardDC2Family",
+                   {TWO_PORTS, LED_PROPERTIES, "CageType=" + std::to_string(type),
+                    "LoopALinkRX=1 2", "LoopALinkTX=3 4", "LoopBLinkRX=5 6", "LoopBLinkTX=7 1"});
+    }
 }
 
 TEST(FCALCardInstance, DC3FamilyHasFourPortsAndEnclosureServices)
@@ -125,22 +126,9 @@ TEST(FCALCardInstance, DC3FamilyHasFourPortsAndEnclosureServices)
     card.u.sbod.ifcState = {22, ES_FAILED};
     card.u.sbod.eshState = {23, ES_FAILED};
     card.u.sbod.extEshState = {24, ES_FAILED};
-    const Texts ports = {
-        "LoopALinkSpeed=120 121 122 123",
-        "LoopALocateON=TRUE FALSE TRUE FALSE",
-        "LoopAPortWWNs=18446744073709551515 18446744073709551514 18446744073709551513 "
-        "18446744073709551512",
-        "LoopBLinkSpeed=221 222 223 224",
-        "LoopBLocateON=FALSE TRUE FALSE TRUE",
-        "LoopBPortWWNs=18446744073709551414 18446744073709551413 18446744073709551412 "
-        "18446744073709551411",
-        "NodePortsLoopA=4294967395 4294967396 4294967397 4294967398",
-        "NodePortsLoopB=4294967496 4294967497 4294967498 4294967499",
-        "PortsLoopA=0:13:6 0:13:7 0:14:0 0:14:1",
-        "PortsLoopB=1:10:3 1:10:4 1:10:5 1:10:6"};
     expectCard(
         card, "QBX_CageInterfaceCardDC3Family",
-        {ports, "CageType=4", "IsMaster=TRUE", "LoopState=31 32 33 34", "FirmwareVersion=1.2",
+        {FOUR_PORTS, "CageType=4", "IsMaster=TRUE", "LoopState=31 32 33 34", "FirmwareVersion=1.2",
          "FirmwareStatus=21", "IFCState=22", "ESHState=23", "ExtendedESHState=24"});
 }
 

@@ -8,8 +8,9 @@ namespace
 
 // ---- Properties ----
 
-/// The properties of a magazine with another value in every field.
-Texts magazineProperties(jb_type_e type, bool isLocated)
+/// Builds a magazine with another value in every field, which must show as its own properties
+/// besides those that all magazines have.
+void expectMagazine(jb_type_e type, bool isLocated, const Texts& own)
 {
     api_Magazine_t magazine = {};
     setText(magazine.deviceID, "mag 7");
@@ -19,51 +20,33 @@ Texts magazineProperties(jb_type_e type, bool isLocated)
     setText(magazine.cageElementName, "Cage seven");
     magazine.cagePosition = 31;
     setText(magazine.elemName, "Magazine seven");
-    setText(magazine.mfg.vendor, "the vendor");
-    setText(magazine.mfg.model, "the model");
-    setText(magazine.mfg.serial, "the serial");
+    setMade(magazine.mfg);
     magazine.stateLoopA = {65536 + 21, ES_FAILED};
     magazine.stateLoopB = {22, ES_FAILED};
     magazine.locateON = isLocated;
     magazine.diskCount = 32;
     magazine.u.lbod.systemLED = LED_STATE_GREEN;
     magazine.u.lbod.hplLED = LED_STATE_BLUE_BLINKING;
-    const CIMInstance instance =
-        QBX_MagazineProvider::buildInstance(storedClass("QBX_Magazine"), magazine, "array1");
-    EXPECT_EQ(str(instance.getPath()), str(element("QBX_Magazine", "mag 7")));
-    return propertiesOf(instance);
+    expectProperties<QBX_MagazineProvider>(
+        magazine, "QBX_Magazine",
+        {MADE, own, "ElementName=Magazine seven", "LocationType=3", "MediaTypesSupported=29",
+         "OperationalStatus=2", "Position=65535", "RemovalConditions=4", "StateOnLoopA=21",
+         "StateOnLoopB=22", "Tag=mag 7"});
 }
-
-const Texts COMMON = {"CreationClassName=QBX_Magazine",
-                      "ElementName=Magazine seven",
-                      "LocationType=3",
-                      "Manufacturer=the vendor",
-                      "MediaTypesSupported=29",
-                      "Model=the model",
-                      "OperationalStatus=2",
-                      "Position=65535",
-                      "RemovalConditions=4",
-                      "SerialNumber=the serial",
-                      "StateOnLoopA=21",
-                      "StateOnLoopB=22",
-                      "Tag=mag 7"};
 
 TEST(MagazineInstance, HasTheFieldsOfItsRecord)
 {
-    const Texts own = {"CageType=3", "LocateON=TRUE", "SystemLED=2", "HotplugLED=7"};
-    EXPECT_LIST(magazineProperties(JB_LBOD, true), (COMMON + own).sorted());
+    expectMagazine(JB_LBOD, true, {"CageType=3", "LocateON=TRUE", "SystemLED=2", "HotplugLED=7"});
 }
 
 TEST(MagazineInstance, OfJbodReportsTheCageTypeOfKbod)
 {
-    const Texts own = {"CageType=2", "LocateON=FALSE", "SystemLED=2", "HotplugLED=7"};
-    EXPECT_LIST(magazineProperties(JB_JBOD, false), (COMMON + own).sorted());
+    expectMagazine(JB_JBOD, false, {"CageType=2", "LocateON=FALSE", "SystemLED=2", "HotplugLED=7"});
 }
 
 TEST(MagazineInstance, OfDC3HasNoLights)
 {
-    const Texts own = {"CageType=4", "LocateON=TRUE"};
-    EXPECT_LIST(magazineProperties(JB_DC3, true), (COMMON + own).sorted());
+    expectMagazine(JB_DC3, true, {"CageType=4", "LocateON=TRUE"});
 }
 
 // ---- Absent magazines ----
@@ -83,16 +66,18 @@ TEST_F(MagazineProviderTest, AnAbsentMagazineIsNeitherListedNorFound)
 
 using MagazineMethodTest = MethodTest;
 
+/// The longest name of a cage that fits beside a magazine's number, where it has no terminator.
+const std::string FULL_NAME(42, 'c');
+
 TEST_P(MagazineMethodTest, CallsTheArray)
 {
-    array.editMagazineIDs = [](api_MagazineIDs_t& ids) {
-        std::memset(ids.cageName, 'c', sizeof(ids.cageName));  // no terminator
-    };
+    const std::string cage = ", \"parentDeviceID\": \"" + FULL_NAME + "\"";
+    elements = R"("magazines": [{"deviceID": "mag 0", "position": 65535)" + cage + "}]";
     expectOutcome("QBX_MagazineProvider", MAGAZINE, R"(api_findMagazineIDs("mag 0") = 0)");
 }
 
 /// The calls with the cage and the number of the magazine.
-const std::string IDS = "(\"" + std::string(42, 'c') + "\", 65535, ";
+const std::string IDS = "(\"" + FULL_NAME + "\", 65535, ";
 const std::string SET_LOOP = "api_setMagazineLoop" + IDS;
 const std::string LOCATE = "api_locateMagazine" + IDS;
 

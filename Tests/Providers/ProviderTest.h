@@ -465,11 +465,12 @@ protected:
         array.serve(elements);
     }
 
-    /// The events, in which "P::" stands for the name of the provider that was started.
-    Texts own(Texts events) const
+    /// What happened since the request began, with P for the name of the provider that was started.
+    Texts events() const
     {
+        Texts events = array.events();
         for (std::string& event : events)
-            event = std::regex_replace(event, std::regex("P::"), _name + "::");
+            event = std::regex_replace(event, std::regex(_name + "::"), "P::");
         return events;
     }
 

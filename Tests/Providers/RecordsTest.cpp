@@ -44,4 +44,16 @@ const std::vector<TextRow> TEXTS = {
 // clang-format on
 INSTANTIATE_TEST_SUITE_P(Records, TextTest, testing::ValuesIn(TEXTS), nameOfRow);
 
+TEST(SensorWalk, DoesNotClampTheCount)
+{
+    api_sensor_t sensors[12] = {};
+    sensors[11].reading = 1;
+    unsigned found = 0;
+    QBX_Records::forEachSensor(sensors, 12, [&](const api_sensor_t&, unsigned index) {
+        found = index;
+        return true;
+    });
+    EXPECT_EQ(found, 11u);
+}
+
 }  // namespace
