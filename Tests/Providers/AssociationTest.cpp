@@ -123,7 +123,7 @@ const View WANTED = {true, false, listOf({"Tag"})};
 
 // ---- Enumerations ----
 
-class AssociationTest : public RowTest<AssociationRow>
+class AssociationTest : public RowTest<AssociationRow, ProviderTest>
 {
 protected:
     AssociationTest() { start(row.provider); }
@@ -175,7 +175,7 @@ protected:
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(All, AssociationTest, testing::ValuesIn(ASSOCIATIONS), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(All, AssociationTest, testing::ValuesIn(ASSOCIATIONS), NameOfRow());
 
 TEST_P(AssociationTest, EnumerateInstanceNames)
 {
@@ -254,7 +254,7 @@ struct LookupRow : Row
     Texts findNames = {};  ///< when that is another way
 };
 
-class LookupTest : public RowTest<LookupRow>
+class LookupTest : public RowTest<LookupRow, ProviderTest>
 {
 protected:
     LookupTest() { start(row.its.provider); }
@@ -329,7 +329,7 @@ const std::vector<LookupRow> LOOKUPS = {
               {readKey("Tag", "cage 0"), query("api_getCages_Cached"), SENSOR_BUILT, FREED}},
 };
 // clang-format on
-INSTANTIATE_TEST_SUITE_P(All, LookupTest, testing::ValuesIn(LOOKUPS), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(All, LookupTest, testing::ValuesIn(LOOKUPS), NameOfRow());
 
 // ---- What lies at the other end ----
 
@@ -382,7 +382,7 @@ struct OtherEndRow : Row
     std::vector<CIMObjectPath> others;
 };
 
-using OtherEndTest = RowTest<OtherEndRow>;
+using OtherEndTest = RowTest<OtherEndRow, ProviderTest>;
 
 TEST_P(OtherEndTest, IsReachedByEveryTraversal)
 {
@@ -435,7 +435,7 @@ const std::vector<OtherEndRow> OTHER_ENDS = {
     {"CageWithoutTag", SENSOR_IN_CAGE, pathOf("QBX_DriveCageDC2Family"), {}},
 };
 // clang-format on
-INSTANTIATE_TEST_SUITE_P(All, OtherEndTest, testing::ValuesIn(OTHER_ENDS), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(All, OtherEndTest, testing::ValuesIn(OTHER_ENDS), NameOfRow());
 
 TEST_F(SingleAssociationTest, AssociationsAreListedInTheOrderOfTheirRecords)
 {

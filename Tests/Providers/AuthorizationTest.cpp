@@ -21,7 +21,7 @@ struct AuthorizationRow : Row
 
 const Texts PASSES = {"(passes)"};
 
-class AuthorizationTest : public RowTest<AuthorizationRow>
+class AuthorizationTest : public RowTest<AuthorizationRow, ProviderTest>
 {
 protected:
     /// The array must be asked for the keys up to that one (from 1; 0: none), which it refuses with
@@ -178,7 +178,8 @@ const std::vector<AuthorizationRow> REPLICATION = {
      {operation(19), GROUP_REFERENCE, synchronizations({VOLUME, "", VOLUME})}, {}},
 };
 // clang-format on
-INSTANTIATE_TEST_SUITE_P(Replication, AuthorizationTest, testing::ValuesIn(REPLICATION), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(Replication, AuthorizationTest, testing::ValuesIn(REPLICATION),
+                         NameOfRow());
 
 // ---- Storage configuration service ----
 
@@ -248,7 +249,7 @@ const std::vector<AuthorizationRow> CONFIGURATION = {
 };
 // clang-format on
 INSTANTIATE_TEST_SUITE_P(Configuration, AuthorizationTest, testing::ValuesIn(CONFIGURATION),
-                         nameOfRow);
+                         NameOfRow());
 
 using StorageMethodTest = ProviderTest;
 

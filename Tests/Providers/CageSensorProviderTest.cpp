@@ -43,7 +43,7 @@ struct UnitRow : Row
     const char* text;
 };
 
-using UnitTest = RowTest<UnitRow>;
+using UnitTest = RowTest<UnitRow, ProviderTest>;
 
 TEST_P(UnitTest, IsOneCharacterOrNone)
 {
@@ -58,7 +58,7 @@ const std::vector<UnitRow> UNITS = {
     {"ControlCharacter", '\x07', "\xEF\xBF\xBD"},
     {"Tab", '\t', "\t"},
 };
-INSTANTIATE_TEST_SUITE_P(CageSensor, UnitTest, testing::ValuesIn(UNITS), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(CageSensor, UnitTest, testing::ValuesIn(UNITS), NameOfRow());
 
 // ---- Which sensors ----
 

@@ -140,7 +140,7 @@ const std::vector<MethodRow> CAGE_METHODS = {
 };
 // clang-format on
 INSTANTIATE_TEST_SUITE_P(DriveCage, DriveCageMethodTest, testing::ValuesIn(CAGE_METHODS),
-                         nameOfRow);
+                         NameOfRow());
 
 // ---- Modification ----
 
@@ -168,7 +168,7 @@ struct ModificationRow : Row
 
 const Texts NO_LIST = {"(null)"};
 
-using ModificationTest = RowTest<ModificationRow>;
+using ModificationTest = RowTest<ModificationRow, ProviderTest>;
 
 TEST_P(ModificationTest, SetsTheLocationOrThrows)
 {
@@ -204,6 +204,7 @@ const std::vector<ModificationRow> MODIFICATIONS = {
     {"ReplacementAndTab", {string("Location", "\xEF\xBF\xBD\t")}, NO_LIST, "\xEF\xBF\xBD\t"},
     {"CharacterThatNoReplyCanCarry", {string("Location", "Row\x1F")}, NO_LIST, BAD_CHARACTER},
 };
-INSTANTIATE_TEST_SUITE_P(DriveCage, ModificationTest, testing::ValuesIn(MODIFICATIONS), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(DriveCage, ModificationTest, testing::ValuesIn(MODIFICATIONS),
+                         NameOfRow());
 
 }  // namespace

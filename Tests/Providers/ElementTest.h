@@ -62,7 +62,7 @@ struct MethodRow : Row
     std::string outcome;
 };
 
-class MethodTest : public RowTest<MethodRow>
+class MethodTest : public RowTest<MethodRow, ProviderTest>
 {
 protected:
     std::string elements = ONE_OF_EACH;

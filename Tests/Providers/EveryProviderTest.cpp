@@ -6,9 +6,9 @@
 namespace
 {
 
-using EveryProviderTest = RowTest<ProviderRow>;
+using EveryProviderTest = RowTest<ProviderRow, ProviderTest>;
 
-INSTANTIATE_TEST_SUITE_P(All, EveryProviderTest, testing::ValuesIn(PROVIDERS), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(All, EveryProviderTest, testing::ValuesIn(PROVIDERS), NameOfRow());
 
 // ---- Life ----
 
@@ -100,7 +100,7 @@ struct ElementRow : Row
     Texts instances;
 };
 
-class ElementReadTest : public RowTest<ElementRow>
+class ElementReadTest : public RowTest<ElementRow, ProviderTest>
 {
 protected:
     ElementReadTest() { start(row.name); }
@@ -160,7 +160,7 @@ const std::vector<ElementRow> ELEMENTS = {
       "4: <-- P::_build_instances\n"}},
 };
 // clang-format on
-INSTANTIATE_TEST_SUITE_P(Elements, ElementReadTest, testing::ValuesIn(ELEMENTS), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(Elements, ElementReadTest, testing::ValuesIn(ELEMENTS), NameOfRow());
 
 // ---- Cages by class ----
 
@@ -170,7 +170,7 @@ struct ClassRow : Row
     Texts tags;
 };
 
-using ClassTest = RowTest<ClassRow>;
+using ClassTest = RowTest<ClassRow, ProviderTest>;
 
 TEST_P(ClassTest, ListsTheCagesOfTheClassOnly)
 {
@@ -193,6 +193,6 @@ const std::vector<ClassRow> CLASSES = {
     {"QBX_DriveCageDC2Family", {"t3", "t5"}},
     {"QBX_DriveCageDC3Family", {"t4"}},
 };
-INSTANTIATE_TEST_SUITE_P(Cages, ClassTest, testing::ValuesIn(CLASSES), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(Cages, ClassTest, testing::ValuesIn(CLASSES), NameOfRow());
 
 }  // namespace

@@ -139,7 +139,7 @@ struct NodePortRow : Row
     std::string text;
 };
 
-using NodePortTest = RowTest<NodePortRow>;
+using NodePortTest = RowTest<NodePortRow, ProviderTest>;
 
 TEST_P(NodePortTest, IsPublishedAsNodeSlotAndPort)
 {
@@ -165,7 +165,7 @@ const std::vector<NodePortRow> NODE_PORTS = {
     {"HighestNodeBit", 0x0200, "4:0:0"},
     {"BitsAboveTheNodeDoNotCount", 0x0400, "0:0:0"},
 };
-INSTANTIATE_TEST_SUITE_P(FCALCard, NodePortTest, testing::ValuesIn(NODE_PORTS), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(FCALCard, NodePortTest, testing::ValuesIn(NODE_PORTS), NameOfRow());
 
 // ---- Methods ----
 
@@ -194,7 +194,8 @@ const std::vector<MethodRow> CARD_METHODS = {
     {"UnknownMethodDoesNothing", "Reset", {PORT_1}, ""},
 };
 // clang-format on
-INSTANTIATE_TEST_SUITE_P(FCALCard, FCALCardMethodTest, testing::ValuesIn(CARD_METHODS), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(FCALCard, FCALCardMethodTest, testing::ValuesIn(CARD_METHODS),
+                         NameOfRow());
 
 using FCALCardProviderTest = ProviderTest;
 

@@ -70,7 +70,7 @@ protected:
     Texts asEver;  ///< the events of the request when nothing fails
 };
 
-INSTANTIATE_TEST_SUITE_P(All, FaultTest, testing::ValuesIn(allRequests()), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(All, FaultTest, testing::ValuesIn(allRequests()), NameOfRow());
 
 TEST_P(FaultTest, WhatTheHandlerOrTheObjectManagerThrowsIsPassedOnAtOnce)
 {
@@ -96,7 +96,7 @@ TEST_P(FaultTest, WhatTheHandlerOrTheObjectManagerThrowsIsPassedOnAtOnce)
 
 using FailedReadTest = FaultTest;
 
-INSTANTIATE_TEST_SUITE_P(All, FailedReadTest, testing::ValuesIn(allReads()), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(All, FailedReadTest, testing::ValuesIn(allReads()), NameOfRow());
 
 TEST_P(FailedReadTest, AFailedQueryReadsAsAnEmptyList)
 {
@@ -126,7 +126,7 @@ TEST_P(FailedReadTest, AFailedQueryReadsAsAnEmptyList)
 
 using FailedChangeTest = FaultTest;
 
-INSTANTIATE_TEST_SUITE_P(All, FailedChangeTest, testing::ValuesIn(CHANGES), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(All, FailedChangeTest, testing::ValuesIn(CHANGES), NameOfRow());
 
 TEST_P(FailedChangeTest, WhatCannotBeLookedUpIsNotFound)
 {
@@ -159,9 +159,9 @@ TEST_P(FailedChangeTest, TheStatusOfTheActionIsTheResultOfTheMethod)
 
 // ---- Threads ----
 
-using ThreadTest = RowTest<ProviderRow>;
+using ThreadTest = RowTest<ProviderRow, ProviderTest>;
 
-INSTANTIATE_TEST_SUITE_P(All, ThreadTest, testing::ValuesIn(PROVIDERS), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(All, ThreadTest, testing::ValuesIn(PROVIDERS), NameOfRow());
 
 TEST_P(ThreadTest, RequestsOfSeveralThreadsAreAnsweredAlike)
 {

@@ -6,7 +6,7 @@ namespace
 
 using AccessTest = RequestTest;
 
-INSTANTIATE_TEST_SUITE_P(All, AccessTest, testing::ValuesIn(allRequests()), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(All, AccessTest, testing::ValuesIn(allRequests()), NameOfRow());
 
 /// The one operation that asks nothing of its user.
 bool isForAnybody(const Request& request)
@@ -38,7 +38,7 @@ TEST_P(AccessTest, NeedsAUser)
 
 using PrivilegeTest = RequestTest;
 
-INSTANTIATE_TEST_SUITE_P(All, PrivilegeTest, testing::ValuesIn(CHANGES), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(All, PrivilegeTest, testing::ValuesIn(CHANGES), NameOfRow());
 
 TEST_P(PrivilegeTest, TheDecisionOfTheArrayCounts)
 {

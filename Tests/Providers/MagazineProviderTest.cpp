@@ -100,6 +100,6 @@ const std::vector<MethodRow> MAGAZINE_METHODS = {
     {"UnknownMethodDoesNothing", "Eject", {ON_LOOP}, ""},
 };
 INSTANTIATE_TEST_SUITE_P(Magazine, MagazineMethodTest, testing::ValuesIn(MAGAZINE_METHODS),
-                         nameOfRow);
+                         NameOfRow());
 
 }  // namespace

@@ -1,7 +1,8 @@
-// What the tests of all providers share: named rows, short ways to write paths, parameters and the
+// What the tests of all providers share: short ways to write paths, parameters and the
 // events of a request, a handler and an object manager that note what they are asked, the fixture.
 #pragma once
 
+#include "../Row.h"
 #include "TestArray.h"
 
 #include "Model/ObjectManager.h"
@@ -19,29 +20,6 @@
 using namespace Pegasus;
 
 extern "C" CIMProvider* PegasusCreateProvider(const String& name);
-
-// ---- Rows ----
-
-/// The name of a row and where it stands. A row's type derives from it, so that {"Name", ...} in a
-/// list of rows knows its line.
-struct Row
-{
-    Row(const char* rowName, const char* rowFile = __builtin_FILE(), int rowLine = __builtin_LINE())
-        : name(rowName), file(rowFile), line(rowLine)
-    {
-    }
-    std::string name;
-    const char* file;
-    int line;
-};
-
-inline std::ostream& operator<<(std::ostream& out, const Row& row)
-{
-    return out << row.name;
-}
-
-/// For INSTANTIATE_TEST_SUITE_P: the name of the row is the name of its test.
-inline const auto nameOfRow = [](const auto& info) { return info.param.name; };
 
 // ---- Texts of CIM objects ----
 
@@ -554,14 +532,5 @@ private:
     ProviderPtr _provider;
     std::string _name;
 };
-
-/// A test of each row of a list; a failure names the row's file and line.
-template <class RowType, class Fixture = ProviderTest>
-class RowTest : public Fixture, public testing::WithParamInterface<RowType>
-{
-protected:
-    const RowType& row = this->GetParam();
-
-private:
-    const testing::ScopedTrace _row{row.file, row.line, "row " + row.name};
-};
+}
+;

@@ -123,7 +123,7 @@ inline std::vector<Request> allRequests()
 
 /// A test of one request, whose provider is started. A misuse of the semaphore shows among the
 /// events.
-class RequestTest : public RowTest<Request>
+class RequestTest : public RowTest<Request, ProviderTest>
 {
 protected:
     RequestTest()

@@ -13,7 +13,7 @@ struct TextRow : Row
     std::string text;
 };
 
-using TextTest = RowTest<TextRow>;
+using TextTest = RowTest<TextRow, ProviderTest>;
 
 TEST_P(TextTest, IsReadToTheEndOfItsFieldAndCleaned)
 {
@@ -42,7 +42,7 @@ const std::vector<TextRow> TEXTS = {
     {"WhiteSpace", "a\tb\nc\rd", "a\tb\nc\rd"},
 };
 // clang-format on
-INSTANTIATE_TEST_SUITE_P(Records, TextTest, testing::ValuesIn(TEXTS), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(Records, TextTest, testing::ValuesIn(TEXTS), NameOfRow());
 
 TEST(SensorWalk, DoesNotClampTheCount)
 {

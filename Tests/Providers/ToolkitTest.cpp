@@ -168,7 +168,7 @@ struct PathsRow : Row
     bool isSame;
 };
 
-using MatchTest = RowTest<PathsRow>;
+using MatchTest = RowTest<PathsRow, ProviderTest>;
 
 TEST_P(MatchTest, ComparesWhatThePathsDenote)
 {
@@ -201,7 +201,7 @@ const std::vector<PathsRow> PATHS = {
     {"ReferenceCaseOfNames", R"(root/qbx:A.R="//h1/root/qbx:C.T=\"a\"")",
      R"(root/qbx:A.R="//h2/ROOT/qbx:c.T=\"a\"")", true},
 };
-INSTANTIATE_TEST_SUITE_P(MatchObjectPath, MatchTest, testing::ValuesIn(PATHS), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(MatchObjectPath, MatchTest, testing::ValuesIn(PATHS), NameOfRow());
 
 TEST_F(ToolkitTest, AQuotedReferenceMatchesTheReference)
 {
@@ -286,7 +286,7 @@ struct SystemObjectRow : Row
     Texts exit;
 };
 
-class SystemObjectTest : public RowTest<SystemObjectRow>
+class SystemObjectTest : public RowTest<SystemObjectRow, ProviderTest>
 {
 protected:
     SystemObjectTest() { QBX_Common::getSystemHostName(handle); }  // known from here on
@@ -348,7 +348,7 @@ const std::vector<SystemObjectRow> SYSTEM_OBJECTS = {
 };
 // clang-format on
 INSTANTIATE_TEST_SUITE_P(SystemObjects, SystemObjectTest, testing::ValuesIn(SYSTEM_OBJECTS),
-                         nameOfRow);
+                         NameOfRow());
 
 TEST_F(ToolkitTest, TheFirstOfSeveralSystemObjectsCountsWithTheHostOfTheArray)
 {
