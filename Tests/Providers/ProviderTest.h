@@ -532,5 +532,3 @@ private:
     ProviderPtr _provider;
     std::string _name;
 };
-}
-;

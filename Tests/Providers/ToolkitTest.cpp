@@ -2,6 +2,7 @@
 #include "ProviderTest.h"
 
 #include "QBX_Common.h"
+#include "QBX_Frame.h"
 
 namespace
 {
@@ -259,6 +260,14 @@ TEST_F(ToolkitTest, AssociationInstancesHoldTheReferencesThatTheirClassHas)
 }
 
 // ---- Node address and system objects ----
+
+TEST_F(ToolkitTest, PathsHaveTheHostOfTheStartUnlessThatIsNoHostName)
+{
+    CIMOMHandle handle;
+    EXPECT_EQ(str(QBX_Frame::pathHost("before", handle)), "before");
+    EXPECT_EQ(str(QBX_Frame::pathHost("My Array", handle)), "array1");
+    EXPECT_EQ(str(QBX_Frame::pathHost("", handle)), "") << "the array did not answer";
+}
 
 TEST_F(ToolkitTest, TheNodeAddressIsAskedForUpToFiveTimes)
 {

@@ -192,10 +192,16 @@ void QBX_SysCageContainerProvider::deleteInstance(const OperationContext&, const
 
 // ---- The association ----
 
+CIMObjectPath QBX_SysCageContainerProvider::_package()
+{
+    return QBX_Common::isHostName(_hostAddr) ? _sysPkgObjectPath
+                                             : QBX_Common::getSystemPkgObjectPath(_cimom);
+}
+
 CIMObjectPath QBX_SysCageContainerProvider::_buildAssociationName(const CIMObjectPath& cagePath)
 {
-    return QBX_Common::buildAssocPath(_assoClassName, GROUP, PART, _sysPkgObjectPath, cagePath,
-                                      _hostAddr, nameSpace().getString());
+    return QBX_Common::buildAssocPath(_assoClassName, GROUP, PART, _package(), cagePath,
+                                      pathHost(_hostAddr, _cimom), nameSpace().getString());
 }
 
 CIMInstance QBX_SysCageContainerProvider::_buildAssociationInstance(
@@ -204,8 +210,9 @@ CIMInstance QBX_SysCageContainerProvider::_buildAssociationInstance(
 {
     CIMClass cimClass =
         elementClass(_cimom, _assoClassName, includeQualifiers, includeClassOrigin, propertyList);
-    return QBX_Common::buildAssocInstance(_assoClassName, GROUP, PART, _sysPkgObjectPath, cagePath,
-                                          cimClass, _hostAddr, nameSpace().getString());
+    return QBX_Common::buildAssocInstance(_assoClassName, GROUP, PART, _package(), cagePath,
+                                          cimClass, pathHost(_hostAddr, _cimom),
+                                          nameSpace().getString());
 }
 
 template <class Visit>
@@ -240,8 +247,9 @@ Array<CIMInstance> QBX_SysCageContainerProvider::_getInstances(Boolean includeQu
     trace(TRACES.getInstances.entry);
     Array<CIMInstance> instances;
     for (const api_Cage_t& cage : CageList(api_getCagesNoMfg_Cached)) {
-        instances.append(_buildAssociationInstance(pathOf(cage, _hostAddr), includeQualifiers,
-                                                   includeClassOrigin, propertyList));
+        instances.append(_buildAssociationInstance(pathOf(cage, pathHost(_hostAddr, _cimom)),
+                                                   includeQualifiers, includeClassOrigin,
+                                                   propertyList));
     }
     trace(TRACES.getInstances.exit);
     return instances;
@@ -266,7 +274,8 @@ Array<CIMInstance> QBX_SysCageContainerProvider::_getRelatedInstances(
         for (const api_Cage_t& cage : CageList(api_getCages_Cached)) {
             const CIMClass cimClass = QBX_DriveCageProvider::_getCIMClass(
                 _cimom, cage.type, includeQualifiers, includeClassOrigin, propertyList);
-            related.append(QBX_DriveCageProvider::buildInstance(cimClass, cage, _hostAddr));
+            related.append(
+                QBX_DriveCageProvider::buildInstance(cimClass, cage, pathHost(_hostAddr, _cimom)));
         }
     }
     trace(TRACES.getRelatedInstances.exit);
@@ -282,7 +291,7 @@ Array<CIMObjectPath> QBX_SysCageContainerProvider::_getRelatedInstanceNames(
         related = _cimom.enumerateInstanceNames(context, nameSpace(), _sysPkgClassName);
     } else if (objectName.getClassName() == _sysPkgClassName) {
         for (const api_Cage_t& cage : CageList(api_getCagesNoMfg_Cached))
-            related.append(pathOf(cage, _hostAddr));
+            related.append(pathOf(cage, pathHost(_hostAddr, _cimom)));
     }
     trace(TRACES.getRelatedInstanceNames.exit);
     return related;
