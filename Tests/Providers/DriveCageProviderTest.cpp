@@ -1,94 +1,81 @@
 // QBX_DriveCageProvider: the properties of cages, their methods and their modification.
 #include "ElementTest.h"
 
-#include "QBX_DriveCageProvider.h"
-
 namespace
 {
 
 // ---- Properties ----
 
-/// A cage with another value in every field that all types have; it shows as CAGE_COMMON.
-api_Cage_t cageOf(jb_type_e type)
+class DriveCageInstanceTest : public ElementTest
 {
-    api_Cage_t cage = {};
-    setText(cage.deviceID, "cage 7");
-    setText(cage.elementName, "Cage seven");
-    cage.position = 65535;
-    setMade(cage.mfg);
-    cage.wwn = 0x1A2B;
-    setText(cage.location, "Row 5");
-    cage.type = type;
-    cage.subType = JB_SUBTYP_UNKNOWN;
-    cage.loopSplit = type != JB_DC3;
-    cage.chainPosA = 11;
-    cage.chainPosB = 12;
-    cage.locateON = type == JB_DC3;
-    cage.cimState = API_STATE_LOST_COMMUNICATION;
-    cage.overallState = ES_FAILED;
-    return cage;
-}
+protected:
+    /// A cage of the type with these fields of its own shows these properties of its own.
+    void expectCage(int type, const std::string& fields, const std::string& className,
+                    const Texts& own)
+    {
+        const std::string cage = R"("cages": [{"deviceID": "cage 7", "elementName": "Cage seven",
+            "position": 65535, "wwn": "0x1A2B", "location": "Row 5", "subType": -1,
+            "loopSplit": true, "chainPosA": 11, "chainPosB": 12, "cimState": 13,
+            "overallState": 3, "type": )" +
+                                 std::to_string(type);
+        const Texts common = {MADE,
+                              "CageSubType=65535",
+                              "ChainPositionLoopA=11",
+                              "ChainPositionLoopB=12",
+                              "ChassisPackageType=22",
+                              "ChassisTypeDescription=Drive Cage",
+                              "ElementName=Cage seven",
+                              "Location=Row 5",
+                              "LoopSplit=TRUE",
+                              "MultipleSystemSupport=2",
+                              "Name=0000000000001A2B",
+                              "OperationalStatus=13",
+                              "Position=65535",
+                              "RackMountable=2",
+                              "RemovalConditions=2",
+                              "Tag=cage 7"};
+        expectInstance("QBX_DriveCageProvider", cage + ", " + MFG + ", " + fields + "}]", className,
+                       {common, own});
+    }
+};
 
-// clang-format off
-const Texts CAGE_COMMON = {  // the schema sets RemovalConditions
-    MADE, "CageSubType=65535", "ChainPositionLoopA=11", "ChainPositionLoopB=12",
-    "ChassisPackageType=22", "ChassisTypeDescription=Drive Cage", "ElementName=Cage seven",
-    "Location=Row 5", "MultipleSystemSupport=2", "Name=0000000000001A2B", "OperationalStatus=13",
-    "Position=65535", "RackMountable=2", "RemovalConditions=2", "Tag=cage 7"};
-// clang-format on
-
-void expectCage(const api_Cage_t& cage, const std::string& className, const Texts& own)
+TEST_F(DriveCageInstanceTest, DC2FamilyHasFirmwareAndProcessor)
 {
-    expectProperties<QBX_DriveCageProvider>(cage, className, {CAGE_COMMON, own});
-}
-
-TEST(DriveCageInstance, DC2FamilyHasFirmwareAndProcessor)
-{
-    for (const jb_type_e type : {JB_LBOD, JB_MBOD}) {
-        api_Cage_t cage = cageOf(type);
-        setText(cage.u.lbod.fwVersion, "1.2");
-        cage.u.lbod.fwState = {65536 + 21, ES_FAILED};
-        cage.u.lbod.cpuState = {22, ES_FAILED};
-        expectCage(cage, "QBX_DriveCageDC2Family",
-                   {"CageType=" + std::to_string(type), "FirmwareVersion=1.2", "FirmwareStatus=21",
-                    "CPUState=22", "LocateON=FALSE", "LoopSplit=TRUE"});
+    for (const int type : {3, 5}) {
+        expectCage(type,
+                   R"("lbod": {"fwVersion": "1.2", "fwState": {"actual": 65557, "overall": 3},
+                               "cpuState": {"actual": 22, "overall": 3}})",
+                   "QBX_DriveCageDC2Family",
+                   {"CageType=" + std::to_string(type), "LocateON=FALSE", "FirmwareVersion=1.2",
+                    "FirmwareStatus=21", "CPUState=22"});
     }
 }
 
-TEST(DriveCageInstance, DC3FamilyHasEnclosureServices)
+TEST_F(DriveCageInstanceTest, DC3FamilyHasEnclosureServices)
 {
-    api_Cage_t cage = cageOf(JB_DC3);
-    cage.u.sbod.tempState = {21, ES_FAILED};
-    cage.u.sbod.tempValue = 22;
-    cage.u.sbod.tempThresh = {23, ES_FAILED};
-    cage.u.sbod.opPanelState = {24, ES_FAILED};
-    cage.u.sbod.audAlarmState = {25, ES_FAILED};
-    cage.u.sbod.enclosureID = 255;
-    expectCage(
-        cage, "QBX_DriveCageDC3Family",
-        {"CageType=4", "LocateON=TRUE", "LoopSplit=FALSE", "TempSensorState=21",
-         "TempSensorValue=22", "OperatorPanelState=24", "AudibleAlarmState=25", "EnclosureID=255"});
+    expectCage(4,
+               R"("locateON": true, "sbod": {"tempState": {"actual": 21}, "tempValue": 22,
+                  "tempThresh": {"actual": 23}, "opPanelState": {"actual": 24},
+                  "audAlarmState": {"actual": 25}, "enclosureID": 255})",
+               "QBX_DriveCageDC3Family",
+               {"CageType=4", "LocateON=TRUE", "TempSensorState=21", "TempSensorValue=22",
+                "OperatorPanelState=24", "AudibleAlarmState=25", "EnclosureID=255"});
 }
 
-TEST(DriveCageInstance, DC1FamilyHasItsSideAndReportsOneCageType)
+TEST_F(DriveCageInstanceTest, DC1FamilyHasItsSideAndReportsOneCageType)
 {
-    for (const jb_type_e type : {JB_JBOD, JB_KBOD}) {
-        api_Cage_t cage = cageOf(type);
-        cage.u.kbod.isLeft = 1;
-        expectCage(cage, "QBX_DriveCageDC1Family",
-                   {"CageType=2", "LocateON=FALSE", "LoopSplit=TRUE", "IsLeftSide=TRUE",
-                    "IsRightSide=FALSE"});
+    for (const int type : {1, 2}) {
+        expectCage(type, R"("kbod": {"isLeft": true})", "QBX_DriveCageDC1Family",
+                   {"CageType=2", "LocateON=FALSE", "IsLeftSide=TRUE", "IsRightSide=FALSE"});
     }
 }
 
-TEST(DriveCageInstance, UnknownTypesHaveTheirSide)
+TEST_F(DriveCageInstanceTest, UnknownTypesHaveTheirSide)
 {
     for (const int type : {0, 6, 65535}) {
-        api_Cage_t cage = cageOf(jb_type_e(type));
-        cage.u.kbod.isRight = 1;
-        expectCage(cage, "QBX_DriveCage",
-                   {"CageType=" + std::to_string(type), "LocateON=FALSE", "LoopSplit=TRUE",
-                    "IsLeftSide=FALSE", "IsRightSide=TRUE"});
+        expectCage(type, R"("kbod": {"isRight": true})", "QBX_DriveCage",
+                   {"CageType=" + std::to_string(type), "LocateON=FALSE", "IsLeftSide=FALSE",
+                    "IsRightSide=TRUE"});
     }
 }
 

@@ -3,34 +3,28 @@
 
 #include "Providers.h"
 
-#include <cstring>
-
-/// Fills a text field of a record.
-template <std::size_t N>
-void setText(char (&field)[N], const char* text)
-{
-    std::snprintf(field, N, "%s", text);
-}
-
-/// Fills the manufacturing data of a record, which an instance holds as MADE.
-inline void setMade(api_Mfg_t& mfg)
-{
-    setText(mfg.vendor, "the vendor");
-    setText(mfg.model, "the model");
-    setText(mfg.serial, "the serial");
-}
+/// Manufacturing data of a record, and how an instance shows it.
+inline const std::string MFG =
+    R"("mfg": {"vendor": "the vendor", "model": "the model", "serial": "the serial"})";
 inline const Texts MADE = {"Manufacturer=the vendor", "Model=the model", "SerialNumber=the serial"};
 
-/// Builds the instance of a record, which must hold these properties and its class, and no others.
-template <class Provider, class Record>
-void expectProperties(const Record& record, const std::string& className, const Texts& properties)
+class ElementTest : public ProviderTest
 {
-    const CIMClass cimClass = storedClass(className.c_str());
-    const CIMInstance instance = Provider::buildInstance(cimClass, record, "array1");
-    const std::string creationClassName = "CreationClassName=" + className;
-    EXPECT_LIST(propertiesOf(instance), Texts{properties, creationClassName}.sorted());
-    EXPECT_EQ(str(instance.getPath()), str(element(className, record.deviceID)));
-}
+protected:
+    /// Of this array file the provider makes one instance of the class, with these properties and
+    /// no others.
+    void expectInstance(const std::string& providerName, const std::string& elements,
+                        const std::string& className, const Texts& properties)
+    {
+        start(providerName, elements);
+        EXPECT_EQ(read("enumerateInstances", pathOf(className)), "nothing");
+        ASSERT_EQ(got.instances.size(), 1u);
+        const CIMInstance& instance = got.instances[0];
+        EXPECT_LIST(propertiesOf(instance),
+                    Texts{properties, "CreationClassName=" + className}.sorted());
+        EXPECT_LIST(got.paths, {str(element(className, valueOf(instance, "Tag")))});
+    }
+};
 
 /// An array file's list with one element of each cage type, in whose text $ stands for the type.
 inline std::string oneOfEachType(const std::string& list, const std::string& element)

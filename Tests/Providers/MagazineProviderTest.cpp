@@ -1,52 +1,45 @@
 // QBX_MagazineProvider: the properties of magazines and their methods.
 #include "ElementTest.h"
 
-#include "QBX_MagazineProvider.h"
-
 namespace
 {
 
 // ---- Properties ----
 
-/// Builds a magazine with another value in every field, which must show as its own properties
-/// besides those that all magazines have.
-void expectMagazine(jb_type_e type, bool isLocated, const Texts& own)
+class MagazineInstanceTest : public ElementTest
 {
-    api_Magazine_t magazine = {};
-    setText(magazine.deviceID, "mag 7");
-    setText(magazine.parentDeviceID, "cage 7");
-    magazine.cageType = type;
-    magazine.position = 65535;
-    setText(magazine.cageElementName, "Cage seven");
-    magazine.cagePosition = 31;
-    setText(magazine.elemName, "Magazine seven");
-    setMade(magazine.mfg);
-    magazine.stateLoopA = {65536 + 21, ES_FAILED};
-    magazine.stateLoopB = {22, ES_FAILED};
-    magazine.locateON = isLocated;
-    magazine.diskCount = 32;
-    magazine.u.lbod.systemLED = LED_STATE_GREEN;
-    magazine.u.lbod.hplLED = LED_STATE_BLUE_BLINKING;
-    expectProperties<QBX_MagazineProvider>(
-        magazine, "QBX_Magazine",
-        {MADE, own, "ElementName=Magazine seven", "LocationType=3", "MediaTypesSupported=29",
-         "OperationalStatus=2", "Position=65535", "RemovalConditions=4", "StateOnLoopA=21",
-         "StateOnLoopB=22", "Tag=mag 7"});
+protected:
+    /// A magazine of the cage type shows these properties of its own.
+    void expectMagazine(int type, const std::string& isLocated, const Texts& own)
+    {
+        const std::string magazine = R"("magazines": [{"deviceID": "mag 7", "position": 65535,
+            "parentDeviceID": "cage 7", "cageElementName": "Cage seven", "cagePosition": 31,
+            "elemName": "Magazine seven", "diskCount": 32,
+            "stateLoopA": {"actual": 65557, "overall": 3}, "stateLoopB": {"actual": 22},
+            "lbod": {"systemLED": 2, "hplLED": 7}, "locateON": )" +
+                                     isLocated;
+        expectInstance("QBX_MagazineProvider",
+                       magazine + ", " + MFG + ", \"cageType\": " + std::to_string(type) + "}]",
+                       "QBX_Magazine",
+                       {MADE, own, "ElementName=Magazine seven", "LocationType=3",
+                        "MediaTypesSupported=29", "OperationalStatus=2", "Position=65535",
+                        "RemovalConditions=4", "StateOnLoopA=21", "StateOnLoopB=22", "Tag=mag 7"});
+    }
+};
+
+TEST_F(MagazineInstanceTest, HasTheFieldsOfItsRecord)
+{
+    expectMagazine(3, "true", {"CageType=3", "LocateON=TRUE", "SystemLED=2", "HotplugLED=7"});
 }
 
-TEST(MagazineInstance, HasTheFieldsOfItsRecord)
+TEST_F(MagazineInstanceTest, OfJbodReportsTheCageTypeOfKbod)
 {
-    expectMagazine(JB_LBOD, true, {"CageType=3", "LocateON=TRUE", "SystemLED=2", "HotplugLED=7"});
+    expectMagazine(1, "false", {"CageType=2", "LocateON=FALSE", "SystemLED=2", "HotplugLED=7"});
 }
 
-TEST(MagazineInstance, OfJbodReportsTheCageTypeOfKbod)
+TEST_F(MagazineInstanceTest, OfDC3HasNoLights)
 {
-    expectMagazine(JB_JBOD, false, {"CageType=2", "LocateON=FALSE", "SystemLED=2", "HotplugLED=7"});
-}
-
-TEST(MagazineInstance, OfDC3HasNoLights)
-{
-    expectMagazine(JB_DC3, true, {"CageType=4", "LocateON=TRUE"});
+    expectMagazine(4, "true", {"CageType=4", "LocateON=TRUE"});
 }
 
 // ---- Absent magazines ----
