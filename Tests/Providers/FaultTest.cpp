@@ -1,8 +1,5 @@
-// Requests one of whose calls fails: what becomes of the request, and of the next one. Besides,
-// requests of several threads at once.
+// Requests one of whose calls fails: what becomes of the request, and of the next one.
 #include "Providers.h"
-
-#include <thread>
 
 namespace
 {
@@ -155,31 +152,6 @@ TEST_P(FailedChangeTest, TheStatusOfTheActionIsTheResultOfTheMethod)
                     isModify ? Texts() : delivered("sint32 " + std::to_string(way.status)));
         expectUnharmed();
     }
-}
-
-// ---- Threads ----
-
-using ThreadTest = RowTest<ProviderRow, ProviderTest>;
-
-INSTANTIATE_TEST_SUITE_P(All, ThreadTest, testing::ValuesIn(PROVIDERS), NameOfRow());
-
-TEST_P(ThreadTest, RequestsOfSeveralThreadsAreAnsweredAlike)
-{
-    start(row.name);
-    std::vector<std::thread> threads;
-    for (const Request& request : allReads()) {
-        if (request.provider != row.name) continue;
-        EXPECT_EQ(read(request.operation, request.object), "nothing");
-        threads.emplace_back([this, request, expected = got.paths] {
-            for (int i = 0; i < 20; ++i) {
-                Handler handler;
-                sendRead(request.operation, request.object, {}, {}, handler);
-                EXPECT_LIST(handler.paths, expected);
-            }
-        });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
 }
 
 }  // namespace

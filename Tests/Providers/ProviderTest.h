@@ -412,10 +412,10 @@ inline ProviderPtr create(const std::string& name)
 /// What clients may ask beside the object of a traversal.
 struct Traversal
 {
-    std::string role;
-    std::string resultRole;
-    std::string resultClass;
-    std::string associationClass;
+    String role;
+    String resultRole;
+    CIMName resultClass;
+    CIMName associationClass;
 };
 
 /// What clients may ask of the properties: "TF Tag" in the object manager's notes.
@@ -465,9 +465,9 @@ protected:
 
     /// An operation that reads a class, an instance, or what lies at the other end of an object.
     std::string read(const std::string& operation, const CIMObjectPath& object,
-                     const View& view = {}, const Traversal& asked = {})
+                     const View& view = {}, const Traversal& traversal = {})
     {
-        return run([&] { sendRead(operation, object, view, asked, got); });
+        return run([&] { sendRead(operation, object, view, traversal); });
     }
 
     std::string invoke(const CIMObjectPath& object, const char* method,
@@ -484,39 +484,6 @@ protected:
     }
     ///@}
 
-    void sendRead(const std::string& operation, const CIMObjectPath& object, const View& view,
-                  const Traversal& asked, Handler& handler) const
-    {
-        const auto nameOf = [](const std::string& text) {
-            return text.empty() ? CIMName() : CIMName(text.c_str());
-        };
-        const String role(asked.role.c_str());
-        const String resultRole(asked.resultRole.c_str());
-        const CIMName resultClass = nameOf(asked.resultClass);
-        const CIMName association = nameOf(asked.associationClass);
-        if (operation == "enumerateInstanceNames")
-            provider->enumerateInstanceNames(context, object, handler);
-        else if (operation == "enumerateInstances")
-            provider->enumerateInstances(context, object, view.qualifiers, view.classOrigin,
-                                         view.properties, handler);
-        else if (operation == "getInstance")
-            provider->getInstance(context, object, view.qualifiers, view.classOrigin,
-                                  view.properties, handler);
-        else if (operation == "referenceNames")
-            associations->referenceNames(context, object, resultClass, role, handler);
-        else if (operation == "references")
-            associations->references(context, object, resultClass, role, view.qualifiers,
-                                     view.classOrigin, view.properties, handler);
-        else if (operation == "associatorNames")
-            associations->associatorNames(context, object, association, resultClass, role,
-                                          resultRole, handler);
-        else if (operation == "associators")
-            associations->associators(context, object, association, resultClass, role, resultRole,
-                                      view.qualifiers, view.classOrigin, view.properties, handler);
-        else
-            throw std::logic_error("no operation " + operation);
-    }
-
     TestArray array;
     StubObjectManager cimom;
     OperationContext context = contextOf();
@@ -529,6 +496,32 @@ protected:
     ///@}
 
 private:
+    void sendRead(const std::string& operation, const CIMObjectPath& object, const View& view,
+                  const Traversal& traversal)
+    {
+        const auto& [role, resultRole, resultClass, association] = traversal;
+        const auto& [qualifiers, classOrigin, properties] = view;
+        if (operation == "enumerateInstanceNames")
+            provider->enumerateInstanceNames(context, object, got);
+        else if (operation == "enumerateInstances")
+            provider->enumerateInstances(context, object, qualifiers, classOrigin, properties, got);
+        else if (operation == "getInstance")
+            provider->getInstance(context, object, qualifiers, classOrigin, properties, got);
+        else if (operation == "referenceNames")
+            associations->referenceNames(context, object, resultClass, role, got);
+        else if (operation == "references")
+            associations->references(context, object, resultClass, role, qualifiers, classOrigin,
+                                     properties, got);
+        else if (operation == "associatorNames")
+            associations->associatorNames(context, object, association, resultClass, role,
+                                          resultRole, got);
+        else if (operation == "associators")
+            associations->associators(context, object, association, resultClass, role, resultRole,
+                                      qualifiers, classOrigin, properties, got);
+        else
+            throw std::logic_error("no operation " + operation);
+    }
+
     ProviderPtr _provider;
     std::string _name;
 };
