@@ -417,6 +417,7 @@ const std::vector<OtherEndRow> OTHER_ENDS = {
     {"ACardIsInNoPackage", CAGE_IN_SYSTEM, card("card 0"), {}},
     {"SensorsOfTheFirstCageOfItsName", SENSOR_IN_CAGE, cage("cage a"),
      {sensor("cage a-sensor0"), sensor("cage a-sensor2")}},
+    {"CageWithoutSensors", SENSOR_IN_CAGE, cage("cage b"), {}},
     {"CageOfATypeThatCarriesNone", SENSOR_IN_CAGE, cage("cage c"), {}},
     {"CageOfAnotherClassHasNoSensors", SENSOR_IN_CAGE, element("QBX_DriveCage", "cage a"), {}},
     {"Sensor", SENSOR_IN_CAGE, sensor("cage a-sensor0"), {cage("cage a")}},
@@ -438,6 +439,15 @@ TEST_F(SingleAssociationTest, AssociationsAreListedInTheOrderOfTheirRecords)
                                 pathOfPair(CARD_IN_CAGE, GHOST_DC1, GHOSTS_CARD),
                                 pathOfPair(CARD_IN_CAGE, cage("cage b"), card("card 0"))});
     }
+}
+
+TEST_F(SingleAssociationTest, SensorsOfCagesThatCarryNoneAreNotListed)
+{
+    start(SENSOR_IN_CAGE.provider, MANY);
+    EXPECT_EQ(read("enumerateInstanceNames", CIMObjectPath()), "nothing");
+    EXPECT_LIST(got.paths, {pathOfPair(SENSOR_IN_CAGE, cage("cage a"), sensor("cage a-sensor0")),
+                            pathOfPair(SENSOR_IN_CAGE, cage("cage a"), sensor("cage a-sensor2")),
+                            pathOfPair(SENSOR_IN_CAGE, cage("cage a"), sensor("cage a-sensor0"))});
 }
 
 // ---- What goes wrong ----

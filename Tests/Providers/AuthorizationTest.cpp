@@ -103,6 +103,13 @@ int allocatedFromStoragePool(const String& user, const Array<CIMParamValue>& key
         user, pathOf("QBX_AllocatedFromStoragePool", texts));
 }
 
+template <QBX_VolumeKind kind>
+int deleteOf(const String& user, const Array<CIMParamValue>& parameters)
+{
+    const auto kindOf = [](const CIMObjectPath&) { return kind; };
+    return authorize_DeleteStorageVolumeByKind(user, parameters, kindOf);
+}
+
 const char VOLUME[] = "QBX_StorageVolume";
 const char POOL[] = "QBX_DynamicStoragePool";
 const CIMParamValue MODE = uint16("mode", 65535);
@@ -171,6 +178,7 @@ const std::vector<AuthorizationRow> REPLICATION = {
     {"ListGroupWithoutClass", LIST_SYNC, {operation(19), reference("TargetGroup", "")}, {}},
     {"ListSynchronizationOfAnotherType", LIST_SYNC,
      {operation(19), GROUP_REFERENCE, string("Synchronization", "x")}, {}},
+    {"ListGroupOfAnotherType", LIST_SYNC, {operation(19), string("TargetGroup", "x")}, {}},
     {"ListEmptySynchronizations", LIST_SYNC, {operation(19), GROUP_REFERENCE, synchronizations({})},
      {}},
     {"ListReturnOfNoPath", LIST_SYNC, {operation(19), synchronization("no!class")}, {}},
@@ -217,6 +225,8 @@ const std::vector<AuthorizationRow> CONFIGURATION = {
      {DELETE + "deletedynamicstoragepool"}},
     {"DeleteDeltaPool", DELETE_POOL, {reference("Pool", "qbx_DELTAReplicaStoragePool")},
      {DELETE + "deletedeltareplicastoragepool"}},
+    {"DeleteWithoutPool", DELETE_POOL, {}, {}},
+    {"DeletePoolOfAnotherType", DELETE_POOL, {string("Pool", POOL)}, {}},
     {"DeleteOtherPool", DELETE_POOL, {reference("Pool", "QBX_StoragePool")}, {}},
 
     {"NewVolume", SET_VOLUME, {SIZE, ELEMENT_NAME}, {ELEMENT + "createvolume"}},
@@ -240,6 +250,12 @@ const std::vector<AuthorizationRow> CONFIGURATION = {
     {"DeleteEmptyArray", DELETE_VOLUME,
      {reference("TheElement", VOLUME), references("TheElements", {})}, {}},
     {"DeleteVolumeAndPool", DELETE_VOLUME, {references("TheElements", {VOLUME, POOL})}, {}},
+    {"DeleteBaseVolume", deleteOf<QBX_VolumeKind::BaseVolume>, {reference("TheElement", VOLUME)},
+     {RETURN + ".basevv"}},
+    {"DeletePhysicalCopy", deleteOf<QBX_VolumeKind::PhysicalCopy>,
+     {reference("TheElement", VOLUME)}, {RETURN + ".physcopyvv"}},
+    {"DeleteVirtualCopy", deleteOf<QBX_VolumeKind::VirtualCopy>, {reference("TheElement", VOLUME)},
+     {RETURN + ".virtcopyvv"}},
 
     {"LimitsOfVolume", ALLOCATED, {OF_POOL, TO_VOLUME}, {LIMITS + "setvv"}},
     {"LimitsOfPool", ALLOCATED, {OF_POOL, string("Dependent", "QBX_STORAGEPOOL.ID=\"1\"")},

@@ -174,8 +174,9 @@ const CIMParamValue ROW5 = string("Location", "Row5");
 const CIMParamValue NAME = string("ElementName", "x");
 const std::string NOT_THE_NAME = "4 Invalid parameter: ElementName";
 const std::string NO_LOCATION = "7 QBX_DriveCageProvider does not support modifyInstance.";
-const std::string BAD_CHARACTER =
-    "4 Invalid parameter: Location: character 4 is U+001F, which XML cannot carry";
+const std::string FOURTH = "4 Invalid parameter: Location: character 4 is ";
+const std::string BAD_CHARACTER = FOURTH + "U+001F, which XML cannot carry";
+const std::string NUL_CHARACTER = FOURTH + "U+0000, which XML cannot carry";
 
 const std::vector<ModificationRow> MODIFICATIONS = {
     {"ListHidesOtherProperties", {NAME, ROW5}, {"Location"}, "Row5"},
@@ -189,6 +190,7 @@ const std::vector<ModificationRow> MODIFICATIONS = {
     {"NullLocation", {null("Location", CIMTYPE_STRING)}, NO_LIST, ""},
     {"LocationOfAnotherType", {uint16("Location", 1)}, NO_LIST, "type mismatch"},
     {"ReplacementAndTab", {string("Location", "\xEF\xBF\xBD\t")}, NO_LIST, "\xEF\xBF\xBD\t"},
+    {"NulCharacter", {parameter("Location", String("Row\0", 4))}, NO_LIST, NUL_CHARACTER},
     {"CharacterThatNoReplyCanCarry", {string("Location", "Row\x1F")}, NO_LIST, BAD_CHARACTER},
 };
 INSTANTIATE_TEST_SUITE_P(DriveCage, ModificationTest, testing::ValuesIn(MODIFICATIONS),

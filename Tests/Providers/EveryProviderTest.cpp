@@ -1,7 +1,10 @@
 // What all providers of the module promise, checked on each of them.
 #include "ElementTest.h"
 
-#include "QBX_Common.h"
+#include "QBX_CageSensorProvider.h"
+#include "QBX_DriveCageProvider.h"
+#include "QBX_FCALCardProvider.h"
+#include "QBX_MagazineProvider.h"
 
 namespace
 {
@@ -22,6 +25,21 @@ TEST_P(EveryProviderTest, IsCreatedByItsNameInAnyCaseWithoutACall)
     for (const std::string& name : {row.name + "X", row.name.substr(1), std::string()})
         EXPECT_EQ(PegasusCreateProvider(String(name.c_str())), nullptr) << name;
     EXPECT_LIST(array.events(), Texts());
+}
+
+template <class Provider>
+std::string constructedFromPath()
+{
+    return thrownBy([] { Provider{CIMObjectPath()}; });
+}
+
+TEST(ElementProviders, RefuseConstructionFromAPath)
+{
+    const std::string refusal = " does not support constructor with object path.";
+    EXPECT_EQ(constructedFromPath<QBX_DriveCageProvider>(), "7 QBX_DriveCageProvider" + refusal);
+    EXPECT_EQ(constructedFromPath<QBX_FCALCardProvider>(), "7 QBX_FCALCardProvider" + refusal);
+    EXPECT_EQ(constructedFromPath<QBX_MagazineProvider>(), "7 QBX_MagazineProvider" + refusal);
+    EXPECT_EQ(constructedFromPath<QBX_CageSensorProvider>(), "7 QBX_CageSensorProvider" + refusal);
 }
 
 TEST_P(EveryProviderTest, RefusesWhatItDoesNotSupportWithoutACall)

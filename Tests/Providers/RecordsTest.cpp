@@ -27,7 +27,7 @@ TEST_P(TextTest, IsReadToTheEndOfItsFieldAndCleaned)
 const std::vector<TextRow> TEXTS = {
     {"EndsAtNul", std::string("ab\0c", 4), "ab"},
     {"FullField", "nnnn", "nnnn"},
-    {"WellFormed", "\xC3\xB6 \xC3\x9F \xF0\x9F\x94\xA5", "\xC3\xB6 \xC3\x9F \xF0\x9F\x94\xA5"},
+    {"WellFormed", "\xC3\xB6 \xEF\x80\x80 \xF0\x9F\x94\xA5", "\xC3\xB6 \xEF\x80\x80 \xF0\x9F\x94\xA5"},
     {"NoUtf8", "a\xFF\xFE" "b", "a??b"},
     {"CutAfterTwoBytes", "\xE2\x82", "??"},
     {"ContinuationMissing", "\xE2" "A\xAC \xE2\x82" "A \xF0\x9F\x94" "A", "?A? ??A ???A"},

@@ -190,9 +190,12 @@ const std::vector<PathsRow> PATHS = {
     {"Numbers", R"(root/qbx:C.N=10)", R"(root/qbx:C.N=0xA)", true},
     {"NumberAndText", R"(root/qbx:C.N=10)", R"(root/qbx:C.N="10")", false},
     {"TextsThatReadAsClassNames", R"(root/qbx:C.Tag="cage0")", R"(root/qbx:C.Tag="CAGE0")", true},
+    {"TextsThatBeginWithASlash", R"(root/qbx:C.Tag="/a.b")", R"(root/qbx:C.Tag="/A.b")", false},
     // References: the host inside them does not count either.
     {"ReferenceHosts", R"(root/qbx:A.R="//h1/root/qbx:C.T=\"a b\"")",
      R"(root/qbx:A.R="root/qbx:C.T=\"a b\"")", true},
+    {"ReferenceNumbers", R"(root/qbx:A.R="root/qbx:C.N=10")", R"(root/qbx:A.R="root/qbx:C.N=0xA")",
+     true},
     {"ReferenceTexts", R"(root/qbx:A.R="//h1/root/qbx:C.T=\"a b\"")",
      R"(root/qbx:A.R="//h2/root/qbx:C.T=\"a c\"")", false},
     {"ReferenceKeyOrder", R"(root/qbx:A.R="root/qbx:C.K=\"1\",J=\"2\"")",

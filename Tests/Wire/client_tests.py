@@ -354,11 +354,12 @@ class Acting(ClientTest):
         if not isinstance(self.server, EmbeddedServer):
             self.skipTest("needs a server that has not served the module yet")
         classes = [*ELEMENT_CLASSES, *ASSOCIATIONS]
+        text = 'malformed object name: My Array, reason:"invalid hostname"'
         with self.changed_array(lambda array: array["storageArray"].update(elementName="My Array")):
             for name in classes:
-                self.assertError("FAILED", "invalid hostname", self.client.names, name)
+                self.assertError("FAILED", text, self.client.names, name)
             log = 'elementName "My Array" of the array is no host name'
-            self.assertIn(log, self.server.output.read_text())
+            self.assertIn(log, self.server.log.read_text())
         for name in classes:
             self.assertTrue(self.client.names(name))
 

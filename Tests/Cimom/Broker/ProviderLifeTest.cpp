@@ -116,7 +116,8 @@ const MissingProvider missingProviders[] = {
 INSTANTIATE_TEST_SUITE_P(Of, ProviderThatCannotBeLoaded, ::testing::ValuesIn(missingProviders),
                          NameOfRow());
 
-/// The library of a registered provider, which a test can replace.
+/// The library of a registered provider, which a test can replace. Each has a file of its own: what
+/// was loaded stays.
 class ReplacedLibrary : public BrokerTest
 {
 protected:
@@ -136,7 +137,8 @@ protected:
     }
 
     const std::filesystem::path folder =
-        std::filesystem::temp_directory_path() / ("broker_test." + std::to_string(getpid()));
+        testing::TempDir() + testing::UnitTest::GetInstance()->current_test_info()->name() +
+        std::to_string(getpid());
     const std::filesystem::path library = folder / "libReplaced.so";
 };
 
