@@ -124,7 +124,7 @@ protected:
         return !array.events().startingWith("handler.processing").empty();
     }
 
-    /// Objects of the class must have one of the roles, what is asked for one of the result roles.
+    /// Objects of the class must have one of the roles, the result role must be one of those given.
     void expectRoles(const std::string& className, const Texts& roles, const Texts& resultRoles)
     {
         const std::string shouted = cased(className, std::toupper);
@@ -183,7 +183,7 @@ TEST_P(AssociationTest, GetInstance)
                  "one");
 }
 
-TEST_P(AssociationTest, GetInstanceWithThreeKeysIsRefused)
+TEST_P(AssociationTest, GetInstanceRejectsThreeKeys)
 {
     EXPECT_EQ(read("getInstance", pathOf(row.name, {{GROUP, "a"}, {PART, "b"}, {"X", "c"}})),
               "4 " + row.provider + " Expect two keys.");
@@ -193,7 +193,7 @@ TEST_P(AssociationTest, GetInstanceWithThreeKeysIsRefused)
 
 // ---- What is screened out ----
 
-TEST_P(AssociationTest, AnObjectAtAnEndMustHaveItsRole)
+TEST_P(AssociationTest, RejectsRoleOfTheOtherEnd)
 {
     for (const std::string& className : row.cage.classes)
         expectRoles(className, {row.cage.role}, {row.other.role});
@@ -201,13 +201,13 @@ TEST_P(AssociationTest, AnObjectAtAnEndMustHaveItsRole)
         expectRoles(className, {row.other.role}, {row.cage.role});
 }
 
-TEST_P(AssociationTest, AnObjectOfNeitherEndMayHaveBothRoles)
+TEST_P(AssociationTest, AcceptsBothRolesForObjectOfNeitherEnd)
 {
     const Texts both = {row.cage.role, row.other.role};
     expectRoles("QBX_Disk", both, both);
 }
 
-TEST_P(AssociationTest, ResultClassesAreThoseOfTheAssociationOrOfItsEnds)
+TEST_P(AssociationTest, AcceptsResultClassesOfAssociationAndEnds)
 {
     Texts all = {"CIM_Component", "CIM_PhysicalElement", "CIM_Dependency"};
     for (const AssociationRow& each : ASSOCIATIONS)
@@ -224,7 +224,7 @@ TEST_P(AssociationTest, ResultClassesAreThoseOfTheAssociationOrOfItsEnds)
     }
 }
 
-TEST_P(AssociationTest, ARefusedTraversalIsTracedAndLeavesTheHandlerAlone)
+TEST_P(AssociationTest, RefusedTraversalIsTracedAndDeliversNothing)
 {
     const std::string role = "role = r, resultClass = CIM_Chassis \n";
     expectRefusal("referenceNames", "resultClass = CIM_Chassis", role);
@@ -429,7 +429,7 @@ const std::vector<OtherEndRow> OTHER_ENDS = {
 // clang-format on
 INSTANTIATE_TEST_SUITE_P(All, OtherEndTest, testing::ValuesIn(OTHER_ENDS), NameOfRow());
 
-TEST_F(SingleAssociationTest, AssociationsAreListedInTheOrderOfTheirRecords)
+TEST_F(SingleAssociationTest, ListsAssociationsInTheOrderOfRecords)
 {
     start(CARD_IN_CAGE.provider, MANY);
     for (const std::string operation : {"enumerateInstanceNames", "enumerateInstances"}) {
@@ -441,7 +441,7 @@ TEST_F(SingleAssociationTest, AssociationsAreListedInTheOrderOfTheirRecords)
     }
 }
 
-TEST_F(SingleAssociationTest, SensorsOfCagesThatCarryNoneAreNotListed)
+TEST_F(SingleAssociationTest, ListsNoSensorsOfCagesThatCarryNone)
 {
     start(SENSOR_IN_CAGE.provider, MANY);
     EXPECT_EQ(read("enumerateInstanceNames", CIMObjectPath()), "nothing");
@@ -452,7 +452,7 @@ TEST_F(SingleAssociationTest, SensorsOfCagesThatCarryNoneAreNotListed)
 
 // ---- What goes wrong ----
 
-TEST_F(SingleAssociationTest, WithoutTagNothingIsLookedFor)
+TEST_F(SingleAssociationTest, RejectsCageWithoutTag)
 {
     for (const std::string& name : {CARD_IN_CAGE.provider, MAGAZINE_IN_CAGE.provider}) {
         start(name);
@@ -461,7 +461,7 @@ TEST_F(SingleAssociationTest, WithoutTagNothingIsLookedFor)
     }
 }
 
-TEST_F(SingleAssociationTest, WithoutKeyTheSensorsWriteNoLineAsTheStepEnds)
+TEST_F(SingleAssociationTest, SensorStepWithoutKeyWritesNoExitLine)
 {
     start("QBX_SensorInDriveCageProvider");
     EXPECT_EQ(read("associators", pathOf("QBX_CageSensor")), "nothing");
@@ -472,7 +472,7 @@ TEST_F(SingleAssociationTest, WithoutKeyTheSensorsWriteNoLineAsTheStepEnds)
          "handler.processing", "handler.complete", "4: <--P::associators\n"});
 }
 
-TEST_F(SingleAssociationTest, WhatTheObjectManagerGivesIsNeitherChangedNorLost)
+TEST_F(SingleAssociationTest, DeliversCageOfObjectManagerUnchanged)
 {
     start("QBX_FCALCardInDriveCageProvider");
     CIMInstance its = cimom.onGetInstance(CAGE);
@@ -491,7 +491,7 @@ TEST_F(SingleAssociationTest, WhatTheObjectManagerGivesIsNeitherChangedNorLost)
     EXPECT_LIST(got.paths, {str(its.getPath())});
 }
 
-TEST_F(SingleAssociationTest, ACageThatCannotBeFetchedIsMissing)
+TEST_F(SingleAssociationTest, LeavesOutCageThatCannotBeFetched)
 {
     start("QBX_FCALCardInDriveCageProvider");
     cimom.onGetInstance = [](const CIMObjectPath&) -> CIMInstance { throw 5; };
@@ -500,7 +500,7 @@ TEST_F(SingleAssociationTest, ACageThatCannotBeFetchedIsMissing)
                 {"handler.processing", "handler.complete"});
 }
 
-TEST_F(SingleAssociationTest, ACageHasItsContainerWhateverTheObjectManagerKnowsOfPackages)
+TEST_F(SingleAssociationTest, CageHasItsContainerWithAnyNumberOfPackages)
 {
     start("QBX_SysCageContainerProvider");
     const CIMObjectPath another = element("QBX_SystemPackage", "another");
@@ -517,14 +517,14 @@ TEST_F(SingleAssociationTest, ACageHasItsContainerWhateverTheObjectManagerKnowsO
     }
 }
 
-TEST_F(SingleAssociationTest, ThePackageOfTheStartIsReferredToWhicheverIsAskedFor)
+TEST_F(SingleAssociationTest, ReferencesNameThePackageOfTheStart)
 {
     start("QBX_SysCageContainerProvider");
     read("referenceNames", element("QBX_SystemPackage", "another"));
     EXPECT_LIST(got.paths, {pathOfPair(CAGE_IN_SYSTEM, CAGE, PACKAGE)});
 }
 
-TEST_F(SingleAssociationTest, WithoutPackageAtTheStartThereIsNoAssociation)
+TEST_F(SingleAssociationTest, RejectsReferencesWithoutPackageAtTheStart)
 {
     cimom.onEnumerateInstanceNames = [](const CIMName&) { return Array<CIMObjectPath>(); };
     start("QBX_SysCageContainerProvider");

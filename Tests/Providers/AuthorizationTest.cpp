@@ -1,5 +1,5 @@
-// The privilege checks of storage methods: which keys are asked for, in which order, and when the
-// array is not asked.
+// The privilege checks of storage methods: which keys are checked, in which order, and when none
+// is.
 #include "ProviderTest.h"
 #include "QBX_VolumeAuthorization.h"
 
@@ -24,7 +24,7 @@ const Texts PASSES = {"(passes)"};
 class AuthorizationTest : public RowTest<AuthorizationRow, ProviderTest>
 {
 protected:
-    /// The array must be asked for the keys up to that one (from 1; 0: none), which it refuses with
+    /// The keys must be checked up to that one (from 1; 0: none), which it refuses with
     /// that decision.
     void expectKeys(const Texts& keys, std::size_t refused, int decision, int result)
     {
@@ -40,7 +40,7 @@ protected:
     }
 };
 
-TEST_P(AuthorizationTest, AsksForTheKeysUpToTheFirstRefusal)
+TEST_P(AuthorizationTest, ChecksKeysUpToTheFirstRefusal)
 {
     const Texts keys = row.keys == PASSES ? Texts() : row.keys;
     expectKeys(keys, 0, 0, row.keys.empty() ? 3 : 0);
@@ -269,7 +269,7 @@ INSTANTIATE_TEST_SUITE_P(Configuration, AuthorizationTest, testing::ValuesIn(CON
 
 using StorageMethodTest = ProviderTest;
 
-TEST_F(StorageMethodTest, EveryParameterOfAVolumeIsTracedWithoutNewline)
+TEST_F(StorageMethodTest, TracesParametersOfVolumesWithoutNewline)
 {
     SET_VOLUME("joe", Parameters{SIZE, null("100%s", CIMTYPE_STRING)});
     EXPECT_LIST(array.events().startingWith("4:"), {"4: Param SIZE", "4: Param 100%s"});

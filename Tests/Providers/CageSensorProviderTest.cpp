@@ -97,7 +97,7 @@ TEST_F(CageSensorProviderTest, EmptyPlacesCountForTheIndex)
     EXPECT_LIST(deviceIDs(), {"a-sensor0", "a-sensor2", "a-sensor4", "a-sensor9"});
 }
 
-TEST_F(CageSensorProviderTest, PlacesBeyondTheCountAreNotRead)
+TEST_F(CageSensorProviderTest, ReadsNoPlacesBeyondTheCount)
 {
     array.serve(R"("cages": [
         {"deviceID": "a", "type": "JB_LBOD",
@@ -107,7 +107,7 @@ TEST_F(CageSensorProviderTest, PlacesBeyondTheCountAreNotRead)
     EXPECT_LIST(deviceIDs(), {"a-sensor0"});
 }
 
-TEST_F(CageSensorProviderTest, BothListsAreReadWhateverBecomesOfTheOther)
+TEST_F(CageSensorProviderTest, ReadsEachListWhenTheOtherFails)
 {
     array.serve(R"("cages": [{"deviceID": "a", "type": "JB_LBOD",
                               "lbod": {"sensors": [{"reading": 1}]}}],

@@ -15,7 +15,7 @@ INSTANTIATE_TEST_SUITE_P(All, EveryProviderTest, testing::ValuesIn(PROVIDERS), N
 
 // ---- Life ----
 
-TEST_P(EveryProviderTest, IsCreatedByItsNameInAnyCaseWithoutACall)
+TEST_P(EveryProviderTest, IsCreatedByNameInAnyCaseWithoutACall)
 {
     for (const std::string& name :
          {row.name, cased(row.name, std::tolower), cased(row.name, std::toupper)}) {
@@ -33,7 +33,7 @@ std::string constructedFromPath()
     return thrownBy([] { Provider{CIMObjectPath()}; });
 }
 
-TEST(ElementProviders, RefuseConstructionFromAPath)
+TEST(ElementProviders, RejectConstructionFromPath)
 {
     const std::string refusal = " does not support constructor with object path.";
     EXPECT_EQ(constructedFromPath<QBX_DriveCageProvider>(), "7 QBX_DriveCageProvider" + refusal);
@@ -42,7 +42,7 @@ TEST(ElementProviders, RefuseConstructionFromAPath)
     EXPECT_EQ(constructedFromPath<QBX_CageSensorProvider>(), "7 QBX_CageSensorProvider" + refusal);
 }
 
-TEST_P(EveryProviderTest, RefusesWhatItDoesNotSupportWithoutACall)
+TEST_P(EveryProviderTest, RejectsUnsupportedOperationsWithoutACall)
 {
     start(row.name);
     const CIMInstance instance{row.object.getClassName()};

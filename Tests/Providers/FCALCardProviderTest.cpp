@@ -149,7 +149,7 @@ INSTANTIATE_TEST_SUITE_P(FCALCard, NodePortTest, testing::ValuesIn(NODE_PORTS), 
 
 using FCALCardMethodTest = MethodTest;
 
-TEST_P(FCALCardMethodTest, CallsTheArrayForACardOfAnyOtherFamilyThanDC3)
+TEST_P(FCALCardMethodTest, CallsTheArrayForFamiliesOtherThanDC3)
 {
     for (const char* className : {"QBX_CageInterfaceCard", "qbx_cageINTERFACECardDC1Family",
                                   "QBX_CageInterfaceCardDC2Family"})
@@ -177,7 +177,7 @@ INSTANTIATE_TEST_SUITE_P(FCALCard, FCALCardMethodTest, testing::ValuesIn(CARD_ME
 
 using FCALCardProviderTest = ProviderTest;
 
-TEST_F(FCALCardProviderTest, LocateOnADC3CardIsRefusedBeforeTheCardIsLookedUp)
+TEST_F(FCALCardProviderTest, RejectsLocateOfDC3CardBeforeLookup)
 {
     start("QBX_FCALCardProvider");
     const CIMObjectPath card = element("QBX_CageInterfaceCarddc3Family", "card 0");

@@ -69,7 +69,7 @@ protected:
 
 INSTANTIATE_TEST_SUITE_P(All, FaultTest, testing::ValuesIn(allRequests()), NameOfRow());
 
-TEST_P(FaultTest, WhatTheHandlerOrTheObjectManagerThrowsIsPassedOnAtOnce)
+TEST_P(FaultTest, PassesOnExceptionsOfHandlerAndObjectManager)
 {
     std::size_t notes = 0;
     for (std::size_t i = 0; i < asEver.size(); ++i) {
@@ -95,7 +95,7 @@ using FailedReadTest = FaultTest;
 
 INSTANTIATE_TEST_SUITE_P(All, FailedReadTest, testing::ValuesIn(allReads()), NameOfRow());
 
-TEST_P(FailedReadTest, AFailedQueryReadsAsAnEmptyList)
+TEST_P(FailedReadTest, FailedQueryReadsAsEmptyList)
 {
     Texts delivered = {"handler.processing", "handler.complete"};
     std::string thrown = "nothing";
@@ -125,7 +125,7 @@ using FailedChangeTest = FaultTest;
 
 INSTANTIATE_TEST_SUITE_P(All, FailedChangeTest, testing::ValuesIn(CHANGES), NameOfRow());
 
-TEST_P(FailedChangeTest, WhatCannotBeLookedUpIsNotFound)
+TEST_P(FailedChangeTest, FailedLookupIsDeviceNotFound)
 {
     const std::string tag = str(row.object.getKeyBindings()[1].getValue());
     const std::string notFound =
@@ -141,7 +141,7 @@ TEST_P(FailedChangeTest, WhatCannotBeLookedUpIsNotFound)
     EXPECT_EQ(makeOf(pathOf(str(row.object.getClassName()))), notFound);
 }
 
-TEST_P(FailedChangeTest, TheStatusOfTheActionIsTheResultOfTheMethod)
+TEST_P(FailedChangeTest, ReturnsStatusOfTheAction)
 {
     const bool isModify = row.operation == "modifyInstance";  // its status is ignored
     for (const Way& way : FAILURES) {

@@ -15,7 +15,7 @@ bool isForAnybody(const Request& request)
            request.operation == "enumerateInstanceNames";
 }
 
-TEST_P(AccessTest, IsDeniedToAUserWhomTheArrayRefuses)
+TEST_P(AccessTest, ReturnsAccessDeniedForRefusedUser)
 {
     for (const int status : {1, -1}) {
         array.fail("api_qbxOpenForCimserver", status);
@@ -27,7 +27,7 @@ TEST_P(AccessTest, IsDeniedToAUserWhomTheArrayRefuses)
     }
 }
 
-TEST_P(AccessTest, NeedsAUser)
+TEST_P(AccessTest, RejectsContextWithoutUser)
 {
     context = OperationContext();
     EXPECT_EQ(make(), isForAnybody(row) ? "nothing" : "object not found");
@@ -40,7 +40,7 @@ using PrivilegeTest = RequestTest;
 
 INSTANTIATE_TEST_SUITE_P(All, PrivilegeTest, testing::ValuesIn(CHANGES), NameOfRow());
 
-TEST_P(PrivilegeTest, TheDecisionOfTheArrayCounts)
+TEST_P(PrivilegeTest, ThrowsByDecisionOfTheArray)
 {
     for (const int code : {1, 2, 3, 4, -1}) {
         const bool isDenied = code == 1 || code == 2;

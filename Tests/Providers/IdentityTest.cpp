@@ -44,7 +44,7 @@ TEST(ArrayLibrary, GetsTraceTextsAsFormats)
     EXPECT_EQ(events.back(), "2: cannot get at system pkg object path\n");
 }
 
-TEST(SystemIdentity, IsAskedForUntilBothNamesCameOnceAndNeverAgain)
+TEST(SystemIdentity, IsQueriedUntilItHasHostNameAndNameOnce)
 {
     CIMOMHandle handle;
     const auto host = [&handle] { return utf8(QBX_Common::getSystemHostName(handle)); };

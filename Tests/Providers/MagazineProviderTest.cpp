@@ -46,7 +46,7 @@ TEST_F(MagazineInstanceTest, OfDC3HasNoLights)
 
 using MagazineProviderTest = ProviderTest;
 
-TEST_F(MagazineProviderTest, AnAbsentMagazineIsNeitherListedNorFound)
+TEST_F(MagazineProviderTest, LeavesOutAbsentMagazine)
 {
     start("QBX_MagazineProvider");
     EXPECT_EQ(read("enumerateInstanceNames", MAGAZINE), "nothing");

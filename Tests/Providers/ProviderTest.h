@@ -1,5 +1,5 @@
 // What the tests of all providers share: short ways to write paths, parameters and the
-// events of a request, a handler and an object manager that note what they are asked, the fixture.
+// events of a request, a handler and an object manager that note their calls, the fixture.
 #pragma once
 
 #include "../Row.h"
@@ -307,7 +307,7 @@ public:
 
     ///@{
     /// The answers: at first one instance that has no host and namespace, as the server's have, of
-    /// what is asked for, or a path with the key Tag "package".
+    /// the requested path, or a path with the key Tag "package".
     std::function<CIMInstance(const CIMObjectPath&)> onGetInstance = withPath;
     std::function<Array<CIMObjectPath>(const CIMName&)> onEnumerateInstanceNames =
         [](const CIMName& name) { return Array<CIMObjectPath>(1, packageOf(name)); };
@@ -426,7 +426,7 @@ struct View
     CIMPropertyList properties;
 };
 
-/// A fresh array and object manager; one initialized provider when asked.
+/// A fresh array and object manager; one initialized provider after start().
 class ProviderTest : public testing::Test
 {
 protected:

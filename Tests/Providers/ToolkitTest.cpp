@@ -69,7 +69,7 @@ TEST_F(ToolkitTest, SkeletonHasEveryPropertyAtTheClassDefault)
 
 // ---- Keys and string properties ----
 
-TEST_F(ToolkitTest, TheLastKeyOfItsNameIsReadWhateverItsType)
+TEST_F(ToolkitTest, ReadsLastKeyOfTheNameOfAnyType)
 {
     const CIMObjectPath several = pathOf("C", {{"Tag", "a"}, {"TAG", "b"}});
     EXPECT_EQ(str(QBX_Common::getStringProperty(several, "tag")), "b");
@@ -80,7 +80,7 @@ TEST_F(ToolkitTest, TheLastKeyOfItsNameIsReadWhateverItsType)
                 {readKey("tag", "b"), readKey("DeviceID", ""), readKey("number", "16")});
 }
 
-TEST_F(ToolkitTest, StringPropertiesOfInstances)
+TEST_F(ToolkitTest, ReadsStringPropertiesOfInstances)
 {
     const CIMInstance instance = instanceWith(
         CIMName("C"),
@@ -93,7 +93,7 @@ TEST_F(ToolkitTest, StringPropertiesOfInstances)
     EXPECT_THROW(QBX_Common::getStringProperty(instance, "Number"), TypeMismatchException);
 }
 
-TEST_F(ToolkitTest, EmptyPropertyNameAndUninitializedInstanceAreRejected)
+TEST_F(ToolkitTest, RejectsEmptyPropertyNameAndUninitializedInstance)
 {
     const Texts rejected = {"3: \tInvalid property name.\n"};
     EXPECT_EQ(str(QBX_Common::getStringProperty(instanceWith(CIMName("C"), {}), String())), "");
@@ -103,7 +103,7 @@ TEST_F(ToolkitTest, EmptyPropertyNameAndUninitializedInstanceAreRejected)
 
 // ---- Parameters ----
 
-TEST_F(ToolkitTest, TheFirstParameterOfItsNameThatIsNotNullIsRead)
+TEST_F(ToolkitTest, ReadsFirstParameterThatIsNotNull)
 {
     const CIMParamValue none = null("Wanted", CIMTYPE_UINT16);
     Uint16 out = 9;
@@ -264,7 +264,7 @@ TEST_F(ToolkitTest, AssociationInstancesHoldTheReferencesThatTheirClassHas)
 
 // ---- Node address and system objects ----
 
-TEST_F(ToolkitTest, PathsHaveTheHostOfTheStartUnlessThatIsNoHostName)
+TEST_F(ToolkitTest, PathsKeepHostOfTheStartWhileItIsAHostName)
 {
     CIMOMHandle handle;
     EXPECT_EQ(str(QBX_Frame::pathHost("before", handle)), "before");
@@ -272,13 +272,13 @@ TEST_F(ToolkitTest, PathsHaveTheHostOfTheStartUnlessThatIsNoHostName)
     EXPECT_EQ(str(QBX_Frame::pathHost("", handle)), "") << "the array did not answer";
 }
 
-TEST_F(ToolkitTest, TheNodeAddressIsAskedForUpToFiveTimes)
+TEST_F(ToolkitTest, QueriesNodeAddressUpToFiveTimes)
 {
     EXPECT_EQ(str(QBX_Common::getSystemAddress()), "");
     EXPECT_EQ(array.calls().size(), 15u) << "five calls, each under the semaphore";
 }
 
-TEST_F(ToolkitTest, TheFirstNodeAddressCounts)
+TEST_F(ToolkitTest, ReturnsFirstNodeAddress)
 {
     array.serve(ONE_OF_EACH);
     array.fail("api_getNodeIPaddress", 1, 1);
@@ -362,7 +362,7 @@ const std::vector<SystemObjectRow> SYSTEM_OBJECTS = {
 INSTANTIATE_TEST_SUITE_P(SystemObjects, SystemObjectTest, testing::ValuesIn(SYSTEM_OBJECTS),
                          NameOfRow());
 
-TEST_F(ToolkitTest, TheFirstOfSeveralSystemObjectsCountsWithTheHostOfTheArray)
+TEST_F(ToolkitTest, ReturnsFirstSystemObjectWithHostOfTheArray)
 {
     cimom.onEnumerateInstanceNames = [](const CIMName& name) {
         Array<CIMObjectPath> names(1, element(str(name), "first", "other"));
