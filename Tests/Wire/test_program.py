@@ -1,6 +1,7 @@
 """The program qbx-cimserver as its users run it: what it refuses, and how it starts and stops; and
 ./qbx serve, which runs it."""
 
+import contextlib
 import os
 import pathlib
 import re
@@ -11,7 +12,8 @@ import sys
 import tempfile
 
 from qbx_support import testing
-from qbx_support.exchanges import FOLDER, PROBE_SCHEMA
+from qbx_support.exchanges import FOLDER, PROBE_SCHEMA, recorded
+from qbx_support.raw import connected
 from qbx_support.server import ROOT, program
 from qbx_support.testing import Case, cases, started
 
@@ -107,6 +109,13 @@ class Program(testing.EmbeddedServerTest):
     def test_serves_until(self, stop):
         with started("--no-auth", stop=stop) as (ready, port, _):
             self.assertEqual(ready, f"ready: http://127.0.0.1:{port}/root/qbx\n")
+
+    def test_stops_while_bytes_wait_that_are_no_request(self):
+        """The HTTP library must not meet them in its stop: it crashed."""
+        for _ in range(20):
+            with contextlib.ExitStack() as clients, started("--no-auth") as (_, port, _):
+                for _ in range(8):
+                    clients.enter_context(connected(port, recorded("clen_zero")[0]))
 
 
 class Serve(FolderTest):
