@@ -41,7 +41,7 @@ class Types(client_tests.ClientTest):
 
     def test_every_value_has_a_word_where_its_property_has_words(self):
         """pywbem raises ValueError for a value without one, also where it shows tables."""
-        found = set()
+        found: set = set()
         for of in self.client.call("EnumerateClasses", DeepInheritance=True, IncludeQualifiers=True):
             mapped = [name for name, each in of.properties.items() if "ValueMap" in each.qualifiers]
             if not mapped or not of.classname.startswith("QBX_"):
