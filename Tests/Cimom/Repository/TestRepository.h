@@ -1,7 +1,7 @@
 // A repository with schema.mof, and what MOF makes of it.
 #pragma once
 
-#include "../Row.h"
+#include "../../Row.h"
 #include "Model/Text.h"
 #include "Mof/MofCompiler.h"
 
