@@ -19,6 +19,11 @@ bool isRole(const String& role, const End& end)
     return String::equalNoCase(role, end.role);
 }
 
+bool isAnyOf(const String& text, const char* one, const char* other)
+{
+    return String::equalNoCase(text, one) || String::equalNoCase(text, other);
+}
+
 /// True when a role is given that is not the object's own.
 bool isWrongRole(const AssociationScreen& screen, const CIMObjectPath& object, const String& role)
 {
@@ -42,10 +47,13 @@ bool isScreenedOut(const AssociationScreen& screen, const CIMObjectPath& objectN
                                      {}};
     if (isWrongRole(other, objectName, resultRole)) return true;
     if (resultClass.isNull()) return false;
-    const bool isReference = String::equalNoCase(operationName, "references") ||
-                             String::equalNoCase(operationName, "referenceNames");
-    return !QBX_Common::isPartOfArray(
-        resultClass, isReference ? screen.referenceClasses : screen.associatedClasses);
+    if (isAnyOf(operationName, "references", "referenceNames")) {
+        return !QBX_Common::isPartOfArray(resultClass, screen.referenceClasses);
+    }
+    if (isAnyOf(operationName, "associators", "associatorNames")) {
+        return !QBX_Common::isPartOfArray(resultClass, screen.associatedClasses);
+    }
+    return false;
 }
 
 Array<CIMObjectPath> pathsOf(const Array<CIMInstance>& instances)

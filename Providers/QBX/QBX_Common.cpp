@@ -295,13 +295,8 @@ api_StorageArray_t QBX_Common::initSystemInfo()
         log_message(QBX_LOG_FAILURE, "QBX_Common::initSystemInfo: getStorageArray failed\n");
         return api_StorageArray_t{};
     }
-    const String hostName = QBX_Records::text(record.elementName);
     const bool isComplete = record.elementName[0] != '\0' && record.name[0] != '\0';
-    if (!isHostName(hostName)) {
-        log_message(QBX_LOG_FAILURE,
-                    "QBX_Common::initSystemInfo: elementName \"%s\" of the array is no host name\n",
-                    c_str(hostName.getCString()));
-    } else if (isComplete && !is_claimed.exchange(true)) {
+    if (isComplete && !is_claimed.exchange(true)) {
         storageSystem = record;
         is_initok.store(true, std::memory_order_release);
     }
@@ -311,16 +306,6 @@ api_StorageArray_t QBX_Common::initSystemInfo()
 String QBX_Common::getSystemHostName(CIMOMHandle&)
 {
     return QBX_Records::text(initSystemInfo().elementName);
-}
-
-bool QBX_Common::isHostName(const String& text)
-{
-    try {
-        CIMObjectPath().setHost(text);
-        return true;
-    } catch (const Exception&) {
-        return false;
-    }
 }
 
 String QBX_Common::getSystemName(CIMOMHandle&)

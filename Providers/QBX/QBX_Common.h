@@ -103,15 +103,12 @@ public:
     // ---- Identity of the storage system ----
 
     /// A copy of the storage-array record. The array is asked until it once delivers a record with
-    /// a host name and a name; that record is kept for the life of the process and never refreshed.
-    /// Until then each call returns what its own query delivered, after a failed query all zeros. A
-    /// text that is no host name is logged: the CIM library throws where it is to stand in a path.
+    /// both names; that record is kept for the life of the process and never refreshed. Until then
+    /// each call returns what its own query delivered, after a failed query all zeros.
     static api_StorageArray_t initSystemInfo();
 
     /// The storage system's host name, the host of every object path; empty while unknown.
     static String getSystemHostName(CIMOMHandle&);
-    /// True for a text that can be the host of an object path; the empty one can.
-    static bool isHostName(const String& text);
     /// The storage system's name; empty while unknown.
     static String getSystemName(CIMOMHandle&);
     /// True for a quad-port system.

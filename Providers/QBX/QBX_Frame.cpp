@@ -121,11 +121,6 @@ CIMInvalidParameterException parameterNotFound(const String& provider, const cha
                                         " parameter not found: " + parameter);
 }
 
-String pathHost(const String& hostAddr, CIMOMHandle& cimom)
-{
-    return QBX_Common::isHostName(hostAddr) ? hostAddr : QBX_Common::getSystemHostName(cimom);
-}
-
 void deliverMatch(InstanceResponseHandler& handler, const Array<CIMInstance>& instances,
                   const CIMObjectPath& path, const String& provider, const String& identifier)
 {

@@ -90,10 +90,6 @@ CIMOperationFailedException deviceNotFound(const String& provider, const char* o
 CIMInvalidParameterException parameterNotFound(const String& provider, const char* method,
                                                const char* parameter);
 
-/// The host of the paths that a provider builds: the name that the array had when the provider was
-/// initialized, or, if that is no host name, the name that it has now.
-String pathHost(const String& hostAddr, CIMOMHandle& cimom);
-
 /// Hands all results to the handler and completes it.
 template <class Handler, class Results>
 void deliver(Handler& handler, const Results& results)

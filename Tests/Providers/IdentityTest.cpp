@@ -58,15 +58,6 @@ TEST(SystemIdentity, IsQueriedUntilItHasHostNameAndNameOnce)
 
     // A record without a host name and a name is used, and queried again.
     status = 0;
-    std::strcpy(answer.elementName, "My Array");
-    std::strcpy(answer.name, "System One");
-    events.clear();
-    EXPECT_EQ(host() + name(), "My ArraySystem One");
-    const Texts noHostName = {
-        "query",
-        "2: QBX_Common::initSystemInfo: elementName \"%s\" of the array is no host name\n"};
-    EXPECT_EQ(events, (Texts{noHostName[0], noHostName[1], noHostName[0], noHostName[1]}));
-    std::strcpy(answer.elementName, "");
     events.clear();
     std::strcpy(answer.name, "half");
     EXPECT_EQ(name() + host(), "half");

@@ -264,14 +264,6 @@ TEST_F(ToolkitTest, AssociationInstancesHoldTheReferencesThatTheirClassHas)
 
 // ---- Node address and system objects ----
 
-TEST_F(ToolkitTest, PathsKeepHostOfTheStartWhileItIsAHostName)
-{
-    CIMOMHandle handle;
-    EXPECT_EQ(str(QBX_Frame::pathHost("before", handle)), "before");
-    EXPECT_EQ(str(QBX_Frame::pathHost("My Array", handle)), "array1");
-    EXPECT_EQ(str(QBX_Frame::pathHost("", handle)), "") << "the array did not answer";
-}
-
 TEST_F(ToolkitTest, QueriesNodeAddressUpToFiveTimes)
 {
     EXPECT_EQ(str(QBX_Common::getSystemAddress()), "");

@@ -57,6 +57,19 @@ TEST_F(ArrayFileTest, NamesTheLineOfAValue)
               "\"0x\" and hexadecimal digits");
 }
 
+TEST_F(ArrayFileTest, AcceptsOnlyHostNamesAsNameOfTheArray)
+{
+    const auto fault = [this](const std::string& name) {
+        return faultIn("{\"storageArray\": {\"elementName\": \"" + name + "\"}}");
+    };
+    for (const char* name : {"", "array_1", "a.b-c.example", "10.0.0.1", "1a"})
+        EXPECT_EQ(fault(name), "") << name;
+    for (const char* name : {"My Array", "12", "a..b", "-a", "a.1", "caf\u00e9"}) {
+        EXPECT_EQ(fault(name), "1: /storageArray/elementName: '" + std::string(name) +
+                                   "' is no host name: use letters, digits, '-', '_' and points");
+    }
+}
+
 TEST_F(ArrayFileTest, NamesTheLinesOfDuplicates)
 {
     EXPECT_EQ(faultIn("{\n\"a\": 0,\n\"a\": 1}"), "3: /a: duplicate key, first in line 2");

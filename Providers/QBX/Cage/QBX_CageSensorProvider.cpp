@@ -197,10 +197,9 @@ void walkSensors(Produce&& produce)
 Array<CIMObjectPath> QBX_CageSensorProvider::_build_ref()
 {
     log_message(QBX_LOG_TRACE, "--> QBX_CageSensorProvider::_build_ref\n");
-    const String host = pathHost(_hostAddr, _cimom);
     Array<CIMObjectPath> paths;
     walkSensors([&](const api_sensor_t&, const String& deviceID) {
-        paths.append(buildObjectPath(host, deviceID, _systemName));
+        paths.append(buildObjectPath(_hostAddr, deviceID, _systemName));
     });
     log_message(QBX_LOG_TRACE, "<-- QBX_CageSensorProvider::_build_ref\n");
     return paths;
@@ -213,10 +212,9 @@ Array<CIMInstance> QBX_CageSensorProvider::_build_instances(bool includeQualifie
     log_message(QBX_LOG_TRACE, "--> QBX_CageSensorProvider::_build_instances\n");
     const CIMClass cimClass = elementClass(_cimom, CIMName(QBX_CAGE_SENSOR), includeQualifiers,
                                            includeClassOrigin, propertyList);
-    const String host = pathHost(_hostAddr, _cimom);
     Array<CIMInstance> instances;
     walkSensors([&](const api_sensor_t& sensor, const String& deviceID) {
-        instances.append(buildInstance(cimClass, sensor, host, deviceID, _systemName));
+        instances.append(buildInstance(cimClass, sensor, _hostAddr, deviceID, _systemName));
     });
     log_message(QBX_LOG_TRACE, "<-- QBX_CageSensorProvider::_build_instances\n");
     return instances;

@@ -347,7 +347,7 @@ Array<CIMObjectPath> QBX_DriveCageProvider::_build_ref(CIMName className)
 {
     log_message(QBX_LOG_TRACE, "--> QBX_DriveCageProvider::_build_ref\n");
     const Array<CIMObjectPath> paths = pathsOfClass<QBX_DriveCageProvider>(
-        CageList(api_getCagesNoMfg_Cached), className, pathHost(_hostAddr, _cimom));
+        CageList(api_getCagesNoMfg_Cached), className, _hostAddr);
     log_message(QBX_LOG_TRACE, "<-- QBX_DriveCageProvider::_build_ref\n");
     return paths;
 }
@@ -360,7 +360,7 @@ Array<CIMInstance> QBX_DriveCageProvider::_build_instances(CIMName className,
     log_message(QBX_LOG_TRACE, "--> QBX_DriveCageProvider::_build_instances\n");
     const Array<CIMInstance> instances = instancesOfClass<QBX_DriveCageProvider>(
         CageList(api_getCages_Cached), className, _cimom, includeQualifiers, includeClassOrigin,
-        propertyList, pathHost(_hostAddr, _cimom));
+        propertyList, _hostAddr);
     log_message(QBX_LOG_TRACE, "<-- QBX_DriveCageProvider::_build_instances\n");
     return instances;
 }

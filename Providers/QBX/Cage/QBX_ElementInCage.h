@@ -118,7 +118,7 @@ private:
 
     const List _records;
     const CIMOMHandle& _cimom;
-    const String _host;
+    const String& _host;
 };
 
 }  // namespace Pegasus

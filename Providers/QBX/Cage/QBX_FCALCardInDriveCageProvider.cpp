@@ -191,8 +191,8 @@ void QBX_FCALCardInDriveCageProvider::deleteInstance(const OperationContext&, co
 CIMObjectPath QBX_FCALCardInDriveCageProvider::_buildAssociationName(const CIMObjectPath& cagePath,
                                                                      const CIMObjectPath& cardPath)
 {
-    return QBX_Common::buildAssocPath(_assoClassName, GROUP, PART, cagePath, cardPath,
-                                      pathHost(_hostAddr, _cimom), nameSpace().getString());
+    return QBX_Common::buildAssocPath(_assoClassName, GROUP, PART, cagePath, cardPath, _hostAddr,
+                                      nameSpace().getString());
 }
 
 CIMInstance QBX_FCALCardInDriveCageProvider::_buildAssociationInstance(
@@ -202,7 +202,7 @@ CIMInstance QBX_FCALCardInDriveCageProvider::_buildAssociationInstance(
     CIMClass cimClass =
         elementClass(_cimom, _assoClassName, includeQualifiers, includeClassOrigin, propertyList);
     return QBX_Common::buildAssocInstance(_assoClassName, GROUP, PART, cagePath, cardPath, cimClass,
-                                          pathHost(_hostAddr, _cimom), nameSpace().getString());
+                                          _hostAddr, nameSpace().getString());
 }
 
 template <class Visit>
@@ -230,7 +230,7 @@ Array<CIMInstance> QBX_FCALCardInDriveCageProvider::_getInstances(
 {
     trace(TRACES.getInstances.entry);
     Array<CIMInstance> instances;
-    CardsInCages(api_getFCALsNoMfg_Cached, _cimom, pathHost(_hostAddr, _cimom))
+    CardsInCages(api_getFCALsNoMfg_Cached, _cimom, _hostAddr)
         .forEachPair([&](const CIMObjectPath& cage, const CIMObjectPath& element) {
             instances.append(_buildAssociationInstance(cage, element, includeQualifiers,
                                                        includeClassOrigin, propertyList));
@@ -253,7 +253,7 @@ Array<CIMInstance> QBX_FCALCardInDriveCageProvider::_getRelatedInstances(
     if (tag.size() == 0) throw CIMInvalidParameterException(ClassName + " Tag key not found.");
 
     const Array<CIMInstance> related =
-        CardsInCages(api_getFCALsNoMfg_Cached, _cimom, pathHost(_hostAddr, _cimom))
+        CardsInCages(api_getFCALsNoMfg_Cached, _cimom, _hostAddr)
             .otherEnd(objectName.getClassName(), tag, _fcalClassNames, _cageClassNames, context,
                       includeQualifiers, includeClassOrigin, propertyList);
     trace(TRACES.getRelatedInstances.exit);

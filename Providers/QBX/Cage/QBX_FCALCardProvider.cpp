@@ -315,7 +315,7 @@ Array<CIMObjectPath> QBX_FCALCardProvider::_build_ref(CIMName className)
 {
     log_message(QBX_LOG_TRACE, "--> QBX_FCALProvider::_build_ref\n");
     const Array<CIMObjectPath> paths = pathsOfClass<QBX_FCALCardProvider>(
-        FCALList(api_getFCALsNoMfg_Cached), className, pathHost(_hostAddr, _cimom));
+        FCALList(api_getFCALsNoMfg_Cached), className, _hostAddr);
     log_message(QBX_LOG_TRACE, "<-- QBX_FCALCardProvider::_build_ref\n");
     return paths;
 }
@@ -327,7 +327,7 @@ Array<CIMInstance> QBX_FCALCardProvider::_build_instances(CIMName className, boo
     log_message(QBX_LOG_TRACE, "--> QBX_FCALCardProvider::_build_instances\n");
     const Array<CIMInstance> instances = instancesOfClass<QBX_FCALCardProvider>(
         FCALList(api_getFCALs_Cached), className, _cimom, includeQualifiers, includeClassOrigin,
-        propertyList, pathHost(_hostAddr, _cimom));
+        propertyList, _hostAddr);
     log_message(QBX_LOG_TRACE, "<-- QBX_FCALCardProvider::_build_instances\n");
     return instances;
 }

@@ -192,7 +192,7 @@ CIMObjectPath QBX_MagazineInDriveCageProvider::_buildAssociationName(
     const CIMObjectPath& cagePath, const CIMObjectPath& magazinePath)
 {
     return QBX_Common::buildAssocPath(_assoClassName, GROUP, PART, cagePath, magazinePath,
-                                      pathHost(_hostAddr, _cimom), nameSpace().getString());
+                                      _hostAddr, nameSpace().getString());
 }
 
 CIMInstance QBX_MagazineInDriveCageProvider::_buildAssociationInstance(
@@ -202,8 +202,7 @@ CIMInstance QBX_MagazineInDriveCageProvider::_buildAssociationInstance(
     CIMClass cimClass =
         elementClass(_cimom, _assoClassName, includeQualifiers, includeClassOrigin, propertyList);
     return QBX_Common::buildAssocInstance(_assoClassName, GROUP, PART, cagePath, magazinePath,
-                                          cimClass, pathHost(_hostAddr, _cimom),
-                                          nameSpace().getString());
+                                          cimClass, _hostAddr, nameSpace().getString());
 }
 
 template <class Visit>
@@ -231,7 +230,7 @@ Array<CIMInstance> QBX_MagazineInDriveCageProvider::_getInstances(
 {
     trace(TRACES.getInstances.entry);
     Array<CIMInstance> instances;
-    MagazinesInCages(api_getMagazinesNoMfg_Cached, _cimom, pathHost(_hostAddr, _cimom))
+    MagazinesInCages(api_getMagazinesNoMfg_Cached, _cimom, _hostAddr)
         .forEachPair([&](const CIMObjectPath& cage, const CIMObjectPath& element) {
             instances.append(_buildAssociationInstance(cage, element, includeQualifiers,
                                                        includeClassOrigin, propertyList));
@@ -254,7 +253,7 @@ Array<CIMInstance> QBX_MagazineInDriveCageProvider::_getRelatedInstances(
     if (tag.size() == 0) throw CIMInvalidParameterException(ClassName + " Tag key not found.");
 
     const Array<CIMInstance> related =
-        MagazinesInCages(api_getMagazinesNoMfg_Cached, _cimom, pathHost(_hostAddr, _cimom))
+        MagazinesInCages(api_getMagazinesNoMfg_Cached, _cimom, _hostAddr)
             .otherEnd(objectName.getClassName(), tag, _magClassNames, _cageClassNames, context,
                       includeQualifiers, includeClassOrigin, propertyList);
     trace(TRACES.getRelatedInstances.exit);

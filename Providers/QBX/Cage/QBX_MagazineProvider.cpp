@@ -249,7 +249,7 @@ Array<CIMObjectPath> QBX_MagazineProvider::_build_ref(CIMName className)
 {
     log_message(QBX_LOG_TRACE, "--> QBX_MagazineProvider::_build_ref\n");
     const Array<CIMObjectPath> paths = pathsOfClass<QBX_MagazineProvider>(
-        MagazineList(api_getMagazinesNoMfg_Cached), className, pathHost(_hostAddr, _cimom));
+        MagazineList(api_getMagazinesNoMfg_Cached), className, _hostAddr);
     log_message(QBX_LOG_TRACE, "<-- QBX_MagazineProvider::_build_ref\n");
     return paths;
 }
@@ -261,7 +261,7 @@ Array<CIMInstance> QBX_MagazineProvider::_build_instances(CIMName className, boo
     log_message(QBX_LOG_TRACE, "--> QBX_MagazineProvider::_build_instances\n");
     const Array<CIMInstance> instances = instancesOfClass<QBX_MagazineProvider>(
         MagazineList(api_getMagazines_Cached), className, _cimom, includeQualifiers,
-        includeClassOrigin, propertyList, pathHost(_hostAddr, _cimom));
+        includeClassOrigin, propertyList, _hostAddr);
     log_message(QBX_LOG_TRACE, "<-- QBX_MagazineProvider::_build_instances\n");
     return instances;
 }

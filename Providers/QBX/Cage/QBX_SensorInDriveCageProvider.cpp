@@ -195,7 +195,7 @@ CIMObjectPath QBX_SensorInDriveCageProvider::_buildAssociationName(const CIMObje
                                                                    const CIMObjectPath& sensorPath)
 {
     return QBX_Common::buildAssocPath(_assoClassName, SENSOR_ROLE, CAGE_ROLE, sensorPath, cagePath,
-                                      pathHost(_hostAddr, _cimom), nameSpace().getString());
+                                      _hostAddr, nameSpace().getString());
 }
 
 CIMInstance QBX_SensorInDriveCageProvider::_buildAssociationInstance(
@@ -205,8 +205,7 @@ CIMInstance QBX_SensorInDriveCageProvider::_buildAssociationInstance(
     CIMClass cimClass =
         elementClass(_cimom, _assoClassName, includeQualifiers, includeClassOrigin, propertyList);
     return QBX_Common::buildAssocInstance(_assoClassName, SENSOR_ROLE, CAGE_ROLE, sensorPath,
-                                          cagePath, cimClass, pathHost(_hostAddr, _cimom),
-                                          nameSpace().getString());
+                                          cagePath, cimClass, _hostAddr, nameSpace().getString());
 }
 
 template <class Visit>
@@ -234,15 +233,14 @@ Array<CIMInstance> QBX_SensorInDriveCageProvider::_getInstances(Boolean includeQ
                                                                 const CIMPropertyList& propertyList)
 {
     trace(TRACES.getInstances.entry);
-    const String host = pathHost(_hostAddr, _cimom);
     Array<CIMInstance> instances;
     for (const api_Cage_t& cage : CageList(api_getCages_Cached)) {
         if (!carriesSensors(cage.type)) continue;
         const CIMObjectPath cagePath = QBX_DriveCageProvider::buildObjectPath(
-            QBX_DriveCageProvider::_getCIMName(cage.type), host, text(cage.deviceID));
+            QBX_DriveCageProvider::_getCIMName(cage.type), _hostAddr, text(cage.deviceID));
         forEachSensor(cage, [&](const api_sensor_t&, unsigned int index) {
-            const CIMObjectPath sensorPath =
-                QBX_CageSensorProvider::buildObjectPath(host, sensorID(cage, index), _systemName);
+            const CIMObjectPath sensorPath = QBX_CageSensorProvider::buildObjectPath(
+                _hostAddr, sensorID(cage, index), _systemName);
             instances.append(_buildAssociationInstance(cagePath, sensorPath, includeQualifiers,
                                                        includeClassOrigin, propertyList));
             return true;
@@ -291,10 +289,9 @@ Array<CIMInstance> QBX_SensorInDriveCageProvider::_sensorsOf(const QBX_Records::
         if (!carriesSensors(cage.type) || text(cage.deviceID) != tag) continue;
         const CIMClass cimClass = elementClass(_cimom, _sensClassName, includeQualifiers,
                                                includeClassOrigin, propertyList);
-        const String host = pathHost(_hostAddr, _cimom);
         forEachSensor(cage, [&](const api_sensor_t& sensor, unsigned int index) {
             sensors.append(QBX_CageSensorProvider::buildInstance(
-                cimClass, sensor, host, sensorID(cage, index), _systemName));
+                cimClass, sensor, _hostAddr, sensorID(cage, index), _systemName));
             return true;
         });
         break;
@@ -317,8 +314,7 @@ Array<CIMInstance> QBX_SensorInDriveCageProvider::_cageOf(const QBX_Records::Cag
         if (!hasSensor) continue;
         const CIMClass cimClass = QBX_DriveCageProvider::_getCIMClass(
             _cimom, cage.type, includeQualifiers, includeClassOrigin, propertyList);
-        found.append(
-            QBX_DriveCageProvider::buildInstance(cimClass, cage, pathHost(_hostAddr, _cimom)));
+        found.append(QBX_DriveCageProvider::buildInstance(cimClass, cage, _hostAddr));
         break;
     }
     return found;

@@ -192,16 +192,10 @@ void QBX_SysCageContainerProvider::deleteInstance(const OperationContext&, const
 
 // ---- The association ----
 
-CIMObjectPath QBX_SysCageContainerProvider::_package(const String& host)
-{
-    return host == _hostAddr ? _sysPkgObjectPath : QBX_Common::getSystemPkgObjectPath(_cimom);
-}
-
 CIMObjectPath QBX_SysCageContainerProvider::_buildAssociationName(const CIMObjectPath& cagePath)
 {
-    const String host = pathHost(_hostAddr, _cimom);
-    return QBX_Common::buildAssocPath(_assoClassName, GROUP, PART, _package(host), cagePath, host,
-                                      nameSpace().getString());
+    return QBX_Common::buildAssocPath(_assoClassName, GROUP, PART, _sysPkgObjectPath, cagePath,
+                                      _hostAddr, nameSpace().getString());
 }
 
 CIMInstance QBX_SysCageContainerProvider::_buildAssociationInstance(
@@ -210,9 +204,8 @@ CIMInstance QBX_SysCageContainerProvider::_buildAssociationInstance(
 {
     CIMClass cimClass =
         elementClass(_cimom, _assoClassName, includeQualifiers, includeClassOrigin, propertyList);
-    const String host = pathHost(_hostAddr, _cimom);
-    return QBX_Common::buildAssocInstance(_assoClassName, GROUP, PART, _package(host), cagePath,
-                                          cimClass, host, nameSpace().getString());
+    return QBX_Common::buildAssocInstance(_assoClassName, GROUP, PART, _sysPkgObjectPath, cagePath,
+                                          cimClass, _hostAddr, nameSpace().getString());
 }
 
 template <class Visit>
@@ -245,10 +238,9 @@ Array<CIMInstance> QBX_SysCageContainerProvider::_getInstances(Boolean includeQu
                                                                const CIMPropertyList& propertyList)
 {
     trace(TRACES.getInstances.entry);
-    const String host = pathHost(_hostAddr, _cimom);
     Array<CIMInstance> instances;
     for (const api_Cage_t& cage : CageList(api_getCagesNoMfg_Cached)) {
-        instances.append(_buildAssociationInstance(pathOf(cage, host), includeQualifiers,
+        instances.append(_buildAssociationInstance(pathOf(cage, _hostAddr), includeQualifiers,
                                                    includeClassOrigin, propertyList));
     }
     trace(TRACES.getInstances.exit);
@@ -270,12 +262,11 @@ Array<CIMInstance> QBX_SysCageContainerProvider::_getRelatedInstances(
         related = _cimom.enumerateInstances(context, nameSpace(), _sysPkgClassName, false, false,
                                             includeQualifiers, includeClassOrigin, propertyList);
     } else if (objectName.getClassName() == _sysPkgClassName) {
-        const String host = pathHost(_hostAddr, _cimom);
         // The one list of the associations that is read with manufacturing data.
         for (const api_Cage_t& cage : CageList(api_getCages_Cached)) {
             const CIMClass cimClass = QBX_DriveCageProvider::_getCIMClass(
                 _cimom, cage.type, includeQualifiers, includeClassOrigin, propertyList);
-            related.append(QBX_DriveCageProvider::buildInstance(cimClass, cage, host));
+            related.append(QBX_DriveCageProvider::buildInstance(cimClass, cage, _hostAddr));
         }
     }
     trace(TRACES.getRelatedInstances.exit);
@@ -290,9 +281,8 @@ Array<CIMObjectPath> QBX_SysCageContainerProvider::_getRelatedInstanceNames(
     if (QBX_Common::isPartOfArray(objectName.getClassName(), _cageClassNames)) {
         related = _cimom.enumerateInstanceNames(context, nameSpace(), _sysPkgClassName);
     } else if (objectName.getClassName() == _sysPkgClassName) {
-        const String host = pathHost(_hostAddr, _cimom);
         for (const api_Cage_t& cage : CageList(api_getCagesNoMfg_Cached))
-            related.append(pathOf(cage, host));
+            related.append(pathOf(cage, _hostAddr));
     }
     trace(TRACES.getRelatedInstanceNames.exit);
     return related;

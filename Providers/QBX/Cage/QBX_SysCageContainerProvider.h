@@ -84,9 +84,6 @@ private:
     CIMObjectPath _buildAssociationName(const CIMObjectPath& cagePath);
     Boolean _invalidParms(const CIMObjectPath& objectName, String role, String resultRole,
                           CIMName resultClass, String operationName);
-    /// The path of the system package, as it was at the start or, when another host has to be used
-    /// since then, as it is now.
-    CIMObjectPath _package(const String& host);
     /// Calls `visit` with the ends of each association of the object.
     template <class Visit>
     void _pairUp(const CIMObjectPath& objectName, const Array<CIMObjectPath>& related,
