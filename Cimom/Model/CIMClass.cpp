@@ -10,24 +10,9 @@ const CIMName& CIMClass::getClassName() const
     return object().name();
 }
 
-const CIMObjectPath& CIMClass::getPath() const
-{
-    return object().path;
-}
-
 const CIMName& CIMClass::getSuperClassName() const
 {
     return object().superClassName;
-}
-
-Boolean CIMClass::isAssociation() const
-{
-    return object().isAssociation();
-}
-
-Boolean CIMClass::isAbstract() const
-{
-    return object().isAbstract();
 }
 
 void CIMClass::getKeyNames(Array<CIMName>& keyNames) const
@@ -63,12 +48,7 @@ CIMInstance CIMClass::buildInstance(Boolean includeQualifiers, Boolean includeCl
     for (Uint32 i = 0; i < declared.size(); ++i) {
         if (!propertyList.useThisProperty(declared[i]->name)) continue;
         properties.addDeclared(i);
-        const bool hidesQualifiers = !includeQualifiers && !declared[i]->qualifiers.empty();
-        const bool hidesOrigin = !includeClassOrigin && !declared[i]->classOrigin.isNull();
-        if (!hidesQualifiers && !hidesOrigin) continue;
-        cimom::Property& own = *properties.own(properties.size() - 1);
-        if (hidesQualifiers) own.qualifiers = cimom::Qualifiers();
-        if (hidesOrigin) own.classOrigin.clear();
+        properties.hide(properties.size() - 1, includeQualifiers, includeClassOrigin);
     }
     CIMInstance instance(getClassName());
     if (includeQualifiers) instance.object().qualifiers = object().qualifiers;

@@ -44,8 +44,4 @@ Array<CIMObjectPath> CIMOMHandle::enumerateInstanceNames(const OperationContext&
     return ObjectManager::running().enumerateInstanceNames(context, nameSpace, className);
 }
 
-void CIMOMHandle::disallowProviderUnload() {}
-
-void CIMOMHandle::allowProviderUnload() {}
-
 }  // namespace Pegasus

@@ -8,8 +8,6 @@
 #include <Pegasus/Common/InternalException.h>
 
 #include <algorithm>
-#include <cstdarg>
-#include <cstdio>
 #include <cstring>
 #include <functional>
 
@@ -98,7 +96,7 @@ String::String(const char* str, Uint32 n)
 
 CString String::getCString() const
 {
-    return CString(cimom::toUtf8(*this, cimom::LoneSurrogate::Keep));
+    return CString(cimom::toUtf8(*this));
 }
 
 const Char16 String::operator[](Uint32 index) const
@@ -117,17 +115,6 @@ String& String::append(const Char16* str, Uint32 n)
     const detail::Units kept = isPart ? units_ : detail::Units();
     std::copy(str, str + n, units_.resize(before + n) + before);
     return *this;
-}
-
-void String::remove(Uint32 index, Uint32 size)
-{
-    const Uint32 length = this->size();
-    if (size == PEG_NOT_FOUND) size = length - std::min(index, length);
-    if (index > length || size > length - index) throw IndexOutOfBoundsException();
-    if (size == 0) return;
-    Char16* const units = units_.resize(length);
-    std::copy(units + index + size, units + length, units + index);
-    units_.resize(length - size);
 }
 
 String String::subString(Uint32 index, Uint32 n) const
@@ -158,20 +145,6 @@ void String::toLower()
     const Uint32 size = this->size();
     Char16* const units = units_.resize(size);
     std::transform(units, units + size, units, lower);
-}
-
-void String::appendPrintf(const char* format, ...)
-{
-    va_list arguments;
-    va_list again;
-    va_start(arguments, format);
-    va_copy(again, arguments);
-    const int size = std::vsnprintf(nullptr, 0, format, arguments);
-    va_end(arguments);
-    std::string text(size < 0 ? 0 : size_t(size), '\0');
-    std::vsnprintf(text.data(), text.size() + 1, format, again);
-    va_end(again);
-    append(cimom::toString(text));
 }
 
 int String::compare(const String& s1, const String& s2)
