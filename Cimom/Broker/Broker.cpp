@@ -235,8 +235,11 @@ Array<CIMObjectPath> Broker::enumerateInstanceNames(const OperationContext& cont
         };
         Array<CIMObjectPath> found =
             callProvider<CIMInstanceProvider, PathListHandler>(context, *target, call);
-        for (Uint32 i = 0; i < found.size(); ++i)
-            found[i] = localPath(found[i]);
+        for (Uint32 i = 0; i < found.size(); ++i) {
+            CIMObjectPath& path = found[i];
+            path.setHost(String());
+            path.setNameSpace(CIMNamespaceName());
+        }
         results.appendArray(found);
     });
     return results;

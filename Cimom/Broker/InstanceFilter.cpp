@@ -25,8 +25,7 @@ CIMInstance InstanceFilter::apply(const CIMInstance& instance, const CIMObjectPa
     result->path = path;
     if (!view_.includeQualifiers) result->qualifiers = Qualifiers();
     if (!view_.properties.isNull()) result->properties = listed(result->properties);
-    for (std::size_t i = 0; i < result->properties.size(); ++i)
-        result->properties.hide(i, view_.includeQualifiers, view_.includeClassOrigin);
+    result->properties.hide(view_.includeQualifiers, view_.includeClassOrigin);
     return CIMInstance(result);
 }
 

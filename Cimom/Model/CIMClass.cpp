@@ -10,11 +10,6 @@ const CIMName& CIMClass::getClassName() const
     return object().name();
 }
 
-const CIMName& CIMClass::getSuperClassName() const
-{
-    return object().superClassName;
-}
-
 void CIMClass::getKeyNames(Array<CIMName>& keyNames) const
 {
     keyNames.clear();
@@ -46,10 +41,9 @@ CIMInstance CIMClass::buildInstance(Boolean includeQualifiers, Boolean includeCl
     cimom::InstanceProperties properties(shared());
     properties.reserve(declared.size());
     for (Uint32 i = 0; i < declared.size(); ++i) {
-        if (!propertyList.useThisProperty(declared[i]->name)) continue;
-        properties.addDeclared(i);
-        properties.hide(properties.size() - 1, includeQualifiers, includeClassOrigin);
+        if (propertyList.useThisProperty(declared[i]->name)) properties.addDeclared(i);
     }
+    properties.hide(includeQualifiers, includeClassOrigin);
     CIMInstance instance(getClassName());
     if (includeQualifiers) instance.object().qualifiers = object().qualifiers;
     instance.object().properties = std::move(properties);

@@ -2,8 +2,6 @@
 
 #include <Pegasus/Common/Exception.h>
 
-#include <array>
-#include <cstdio>
 #include <ctime>
 #include <string>
 
@@ -84,20 +82,6 @@ CIMDateTime::CIMDateTime(const String& str) : text_(str)
     if (!isInterval) digits.checkDate();
     digits.checkTimeOfDay();
     if (sign == '-' && isZero) text_ = String((text.substr(0, signAt) + "+000").c_str());
-}
-
-CIMDateTime CIMDateTime::getCurrentDateTime()
-{
-    timespec now{};
-    clock_gettime(CLOCK_REALTIME, &now);
-    tm local{};
-    localtime_r(&now.tv_sec, &local);
-    std::array<char, 64> text{};
-    const size_t size = std::strftime(text.data(), text.size(), "%Y%m%d%H%M%S", &local);
-    const long offset = local.tm_gmtoff / 60;
-    std::snprintf(text.data() + size, text.size() - size, ".%06ld%c%03ld", now.tv_nsec / 1000,
-                  offset < 0 ? '-' : '+', std::abs(offset));
-    return CIMDateTime(String(text.data()));
 }
 
 }  // namespace Pegasus

@@ -81,17 +81,19 @@ const std::shared_ptr<Property>& InstanceProperties::own(std::size_t position)
     return slot.own;
 }
 
-void InstanceProperties::hide(std::size_t position, bool qualifiersShown, bool originShown)
+void InstanceProperties::hide(bool qualifiersShown, bool originsShown)
 {
-    const Property& property = *get(slots_[position]);
-    const bool hidesQualifiers = !qualifiersShown && !property.qualifiers.empty();
-    const bool hidesOrigin = !originShown && !property.classOrigin.isNull();
-    if (!hidesQualifiers && !hidesOrigin) return;
+    for (Slot& slot : slots_) {
+        const Property& property = *get(slot);
+        const bool hidesQualifiers = !qualifiersShown && !property.qualifiers.empty();
+        const bool hidesOrigin = !originsShown && !property.classOrigin.isNull();
+        if (!hidesQualifiers && !hidesOrigin) continue;
 
-    const auto own = std::make_shared<Property>(property);
-    if (hidesQualifiers) own->qualifiers = Qualifiers();
-    if (hidesOrigin) own->classOrigin.clear();
-    slots_[position].own = own;
+        const auto own = std::make_shared<Property>(property);
+        if (hidesQualifiers) own->qualifiers = Qualifiers();
+        if (hidesOrigin) own->classOrigin.clear();
+        slot.own = own;
+    }
 }
 
 std::vector<const Property*> InstanceProperties::all() const

@@ -3,16 +3,14 @@
 // The library's public classes are handles on these. The object manager works on them directly.
 #pragma once
 
-#include "Model/NoCase.h"
-
 #include <Pegasus/Common/CIMName.h>
 #include <Pegasus/Common/CIMObjectPath.h>
 #include <Pegasus/Common/CIMType.h>
 #include <Pegasus/Common/CIMValue.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <memory>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -102,19 +100,6 @@ Uint32 positionOf(const std::vector<Element>& elements, const CIMName& name)
     return PEG_NOT_FOUND;
 }
 
-/// A hash of a name for tables of the names of one class, which a few characters tell apart.
-struct FewCharacters
-{
-    std::size_t operator()(const CIMName& name) const
-    {
-        const Pegasus::Char16* const text = name.getString().getChar16Data();
-        const std::size_t size = name.getString().size();
-        if (size == 0) return 0;
-        const auto lower = [text](std::size_t at) { return std::size_t(text[at] | 0x20U); };
-        return size + 3 * lower(size / 3) + 7 * lower(2 * size / 3) + 11 * lower(size - 1);
-    }
-};
-
 /// The properties or methods of a class, in their order: found by name (ignoring case) at once, and
 /// shared, as they never change.
 template <class Element>
@@ -126,8 +111,14 @@ public:
     void reserve(std::size_t size) { elements_.reserve(size); }
     void push_back(Pointer element)
     {
-        positions_.emplace(element->name, Uint32(size()));
         elements_.push_back(std::move(element));
+        std::size_t first = size() - 1;  // of those without a slot
+        if (2 * size() > slots_.size()) {
+            slots_.assign(std::max<std::size_t>(8, 2 * slots_.size()), PEG_NOT_FOUND);
+            first = 0;
+        }
+        for (std::size_t i = first; i < size(); ++i)
+            slots_[slotOf(elements_[i]->name)] = Uint32(i);
     }
 
     std::size_t size() const { return elements_.size(); }
@@ -138,8 +129,7 @@ public:
     /// PEG_NOT_FOUND when there is none of that name.
     Uint32 positionOf(const CIMName& name) const
     {
-        const auto found = positions_.find(name);
-        return found == positions_.end() ? PEG_NOT_FOUND : found->second;
+        return slots_.empty() ? PEG_NOT_FOUND : slots_[slotOf(name)];
     }
     /// Null when there is none of that name.
     const Element* find(const CIMName& name) const
@@ -149,8 +139,26 @@ public:
     }
 
 private:
+    /// The slot of that name, or a free one. A few characters tell the names of one class apart
+    /// well enough.
+    std::size_t slotOf(const CIMName& name) const
+    {
+        const Pegasus::Char16* const text = name.getString().getChar16Data();
+        const std::size_t size = name.getString().size();
+        const std::size_t mask = slots_.size() - 1;
+        const auto lower = [text](std::size_t at) { return std::size_t(text[at] | 0x20U); };
+        std::size_t slot = size;
+        if (size > 0) slot += 3 * lower(size / 3) + 7 * lower(2 * size / 3) + 11 * lower(size - 1);
+        slot &= mask;
+        while (slots_[slot] != PEG_NOT_FOUND && !elements_[slots_[slot]]->name.equal(name))
+            slot = (slot + 1) & mask;
+        return slot;
+    }
+
     std::vector<Pointer> elements_;
-    std::unordered_map<CIMName, Uint32, FewCharacters, NoCase> positions_;
+    // A hash table with open addressing of positions, or PEG_NOT_FOUND: at least half of it is
+    // free, and its size is a power of 2.
+    std::vector<Uint32> slots_;
 };
 
 /// A class. Immutable once it is in a repository, and shared by everybody who fetched it, as are
@@ -202,8 +210,8 @@ public:
     {
         slots_.push_back({notDeclared, std::move(own)});
     }
-    /// Puts a copy in place of a property with qualifiers or an origin that are not to be shown.
-    void hide(std::size_t position, bool qualifiersShown, bool originShown);
+    /// Puts copies in place of the properties with qualifiers or origins that are not to be shown.
+    void hide(bool qualifiersShown, bool originsShown);
     /// The property to be changed, which is a copy from now on where it was the class's.
     const std::shared_ptr<Property>& own(std::size_t position);
     /// Those at these positions, in this order.

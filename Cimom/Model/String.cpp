@@ -37,34 +37,6 @@ Uint16 lower(Uint16 c)
     return c >= 'A' && c <= 'Z' ? Uint16(c + ('a' - 'A')) : c;
 }
 
-Uint16 asIs(Uint16 c)
-{
-    return c;
-}
-
-/// The sign of the difference of the first units that differ, up to the first zero.
-template <class Fold>
-int compareUnits(const String& s1, const String& s2, Fold fold)
-{
-    const Char16* a = s1.getChar16Data();
-    const Char16* b = s2.getChar16Data();
-    for (; fold(*a) == fold(*b); ++a, ++b) {
-        if (*a == '\0') return 0;
-    }
-    return fold(*a) < fold(*b) ? -1 : 1;
-}
-
-template <class Fold>
-Boolean equalUnits(const String& s1, const String& s2, Fold fold)
-{
-    const Uint32 size = s1.size();
-    if (size != s2.size()) return false;
-    const Char16* const a = s1.getChar16Data();
-    const Char16* const b = s2.getChar16Data();
-    return a == b || std::memcmp(a, b, size * sizeof *a) == 0 ||
-           std::equal(a, a + size, b, [&](Uint16 x, Uint16 y) { return fold(x) == fold(y); });
-}
-
 Uint32 position(const Char16* begin, const Char16* found, const Char16* end)
 {
     return found == end ? PEG_NOT_FOUND : Uint32(found - begin);
@@ -147,24 +119,29 @@ void String::toLower()
     std::transform(units, units + size, units, lower);
 }
 
-int String::compare(const String& s1, const String& s2)
-{
-    return compareUnits(s1, s2, asIs);
-}
-
 int String::compareNoCase(const String& s1, const String& s2)
 {
-    return compareUnits(s1, s2, lower);
+    const Char16* a = s1.getChar16Data();
+    const Char16* b = s2.getChar16Data();
+    for (; lower(*a) == lower(*b); ++a, ++b) {
+        if (*a == '\0') return 0;
+    }
+    return lower(*a) < lower(*b) ? -1 : 1;
 }
 
 Boolean String::equal(const String& s1, const String& s2)
 {
-    return equalUnits(s1, s2, asIs);
+    const Char16* const a = s1.getChar16Data();
+    const Char16* const b = s2.getChar16Data();
+    return s1.size() == s2.size() && (a == b || std::memcmp(a, b, s1.size() * sizeof *a) == 0);
 }
 
 Boolean String::equalNoCase(const String& s1, const String& s2)
 {
-    return equalUnits(s1, s2, lower);
+    const auto isSame = [](Uint16 x, Uint16 y) { return lower(x) == lower(y); };
+    const Char16* const a = s1.getChar16Data();
+    return s1.size() == s2.size() &&
+           (equal(s1, s2) || std::equal(a, a + s1.size(), s2.getChar16Data(), isSame));
 }
 
 }  // namespace Pegasus

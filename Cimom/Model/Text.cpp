@@ -123,6 +123,7 @@ String toString(std::string_view utf8)
 
 bool isUtf8(std::string_view text)
 {
+    if (isAscii(text)) return true;
     const char* at = text.data();
     const char* const end = at + text.size();
     while (at != end) {

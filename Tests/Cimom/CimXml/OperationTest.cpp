@@ -64,12 +64,8 @@ const std::string withPath = "IRETURNVALUE(VALUE.OBJECTWITHPATH(INSTANCEPATH, IN
 const std::string objectPath = "IRETURNVALUE(OBJECTPATH(INSTANCEPATH))";
 
 const OperationCall operationCalls[] = {
-    {"GetInstance", "GetInstance", instanceName(leaf), "Leaf getInstance" + path,
-     "IRETURNVALUE(INSTANCE)"},
     {"GetInstanceWithAll", "GetInstance", instanceName(leaf) + flag("LocalOnly") + views,
      "Leaf getInstance" + path + viewed, "IRETURNVALUE(INSTANCE)"},
-    {"EnumerateInstances", "EnumerateInstances", className("T_Side"),
-     "Side enumerateInstances //here/root/test:T_Side", named},
     {"EnumerateInstancesWithAll", "EnumerateInstances",
      className("T_Side") + flag("DeepInheritance") + flag("LocalOnly", "FALSE") + views,
      "Side enumerateInstances //here/root/test:T_Side" + viewed, named},

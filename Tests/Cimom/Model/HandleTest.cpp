@@ -134,11 +134,4 @@ TEST(String, ReplacesWhatIsNoCharacter)
     EXPECT_STREQ(String(&half, 1).getCString(), "\xEF\xBF\xBD");
 }
 
-TEST(DateTime, ReadsTheClock)
-{
-    const CIMDateTime now = CIMDateTime::getCurrentDateTime();
-    EXPECT_FALSE(now.isInterval());
-    EXPECT_GT(std::string(now.toString().getCString()), "2025");
-}
-
 }  // namespace

@@ -188,10 +188,7 @@ struct Writer
                 {"toString", show(path.toString())}};
     }
 
-    static Json show(const CIMDateTime& time)
-    {
-        return {{"toString", show(time.toString())}, {"isInterval", time.isInterval()}};
-    }
+    static Json show(const CIMDateTime& time) { return {{"toString", show(time.toString())}}; }
 
     static Json show(const CIMValue& value)
     {

@@ -1,7 +1,5 @@
 #include "TestRepository.h"
 
-#include <thread>
-
 PEGASUS_USING_PEGASUS;
 
 namespace cimom
@@ -138,18 +136,6 @@ INSTANTIATE_TEST_SUITE_P(Of, RepositoryRule, testing::ValuesIn(rules), NameOfRow
 // ---- Classes and instances
 
 using RepositoryTest = TestRepository;
-
-TEST_F(RepositoryTest, MakesAViewOfAClassOnceForAllThreads)
-{
-    const ClassView view{true, true, false, {}};
-    std::vector<ClassPtr> seen(4);
-    std::vector<std::thread> threads;
-    for (ClassPtr& local : seen)
-        threads.emplace_back([&] { local = repository.getClass(nameSpace, "T_Leaf", view); });
-    for (std::thread& thread : threads)
-        thread.join();
-    EXPECT_EQ(seen, std::vector<ClassPtr>(4, repository.getClass(nameSpace, "T_Leaf", view)));
-}
 
 TEST_F(RepositoryTest, ClassBuildsInstancesOfWhatIsRequested)
 {

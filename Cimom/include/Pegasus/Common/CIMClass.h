@@ -21,8 +21,6 @@ public:
     CIMClass() = default;
 
     const CIMName& getClassName() const;
-    /// Null for a root class.
-    const CIMName& getSuperClassName() const;
     /// Replaces the array by the names of the properties whose qualifier Key is true.
     void getKeyNames(Array<CIMName>& keyNames) const;
     /// The position of the property of that name (ignoring case), or PEG_NOT_FOUND.

@@ -16,11 +16,8 @@ public:
     /// Throws InvalidDateTimeFormatException for a bad layout, DateTimeOutOfRangeException for a
     /// number out of its range.
     CIMDateTime(const String& str);
-    /// The time of the host's clock, in its time zone.
-    static CIMDateTime getCurrentDateTime();
 
     String toString() const { return text_; }
-    Boolean isInterval() const { return text_.find(':') != PEG_NOT_FOUND; }
 
 private:
     String text_{"00000000000000.000000:000"};

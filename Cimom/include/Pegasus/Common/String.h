@@ -65,8 +65,7 @@ public:
     Uint32 find(const String& s) const;
     void toLower();
 
-    /// Negative, zero or positive; compares up to the first zero unit only, as `<` does.
-    static int compare(const String& s1, const String& s2);
+    /// Negative, zero or positive; compares up to the first zero unit only.
     static int compareNoCase(const String& s1, const String& s2);
     static Boolean equal(const String& s1, const String& s2);
     static Boolean equalNoCase(const String& s1, const String& s2);
@@ -82,10 +81,6 @@ inline Boolean operator==(const String& str1, const String& str2)
 inline Boolean operator!=(const String& str1, const String& str2)
 {
     return !String::equal(str1, str2);
-}
-inline Boolean operator<(const String& str1, const String& str2)
-{
-    return String::compare(str1, str2) < 0;
 }
 inline String operator+(const String& str1, const String& str2)
 {
