@@ -44,4 +44,8 @@ Array<CIMObjectPath> CIMOMHandle::enumerateInstanceNames(const OperationContext&
     return ObjectManager::running().enumerateInstanceNames(context, nameSpace, className);
 }
 
+void CIMOMHandle::disallowProviderUnload() {}
+
+void CIMOMHandle::allowProviderUnload() {}
+
 }  // namespace Pegasus

@@ -34,8 +34,8 @@ public:
 
     /// Keeps the object manager from unloading the provider while it is idle. The embedded one
     /// never unloads any.
-    void disallowProviderUnload() {}
-    void allowProviderUnload() {}
+    void disallowProviderUnload();
+    void allowProviderUnload();
 };
 
 }  // namespace Pegasus
