@@ -130,6 +130,7 @@ TEST(String, ThrowsBeyondItsEndAndForNull)
 TEST(String, ReplacesWhatIsNoCharacter)
 {
     EXPECT_EQ(String("\xEF\xBF\xBE"), String("\xEF\xBF\xBD"));  // U+FFFE
+    EXPECT_EQ(String("\xED\xB0\x80"), String("\xEF\xBF\xBD"));  // half of a pair
     const Char16 half(0xD800);
     EXPECT_STREQ(String(&half, 1).getCString(), "\xEF\xBF\xBD");
 }
