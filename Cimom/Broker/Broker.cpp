@@ -79,15 +79,10 @@ void forEachClass(const std::vector<CIMName>& names, bool skipsNotSupported, Enu
 }
 
 /// The path without host and namespace, as an object is named within its namespace.
-void makeLocal(CIMObjectPath& path)
+CIMObjectPath localPath(CIMObjectPath path)
 {
     path.setHost(String());
     path.setNameSpace(CIMNamespaceName());
-}
-
-CIMObjectPath localPath(CIMObjectPath path)
-{
-    makeLocal(path);
     return path;
 }
 
@@ -144,17 +139,11 @@ CIMClass Broker::getClass(const OperationContext&, const CIMNamespaceName& nameS
 
 // ---- Instances ----
 
-ProviderObject* Broker::instanceProvider(const CIMNamespaceName& nameSpace,
-                                         const CIMName& className) const
-{
-    return registry_.find(nameSpace, className, ProviderKind::Instance);
-}
-
 ProviderObject* Broker::writingProvider(const CIMNamespaceName& nameSpace,
                                         const CIMName& className) const
 {
     repository_.requireClass(nameSpace, className, CIM_ERR_INVALID_CLASS);
-    ProviderObject* const target = instanceProvider(nameSpace, className);
+    ProviderObject* const target = registry_.find(nameSpace, className, ProviderKind::Instance);
     const bool isWritable = options_.writableInstances && !nameSpace.equal(interopNamespace);
     if (target != nullptr || isWritable) return target;
     throw CIMException(
@@ -177,7 +166,8 @@ CIMInstance Broker::getInstance(const OperationContext& context, const CIMNamesp
     repository_.requireClass(nameSpace, path.getClassName(), CIM_ERR_INVALID_CLASS);
     const InstanceFilter filter(requested);
     const InstanceView& view = filter.view();
-    ProviderObject* const target = instanceProvider(nameSpace, path.getClassName());
+    ProviderObject* const target =
+        registry_.find(nameSpace, path.getClassName(), ProviderKind::Instance);
     const auto call = [&](auto& provider, const OperationContext& callContext, auto& handler) {
         provider.getInstance(callContext, reference(nameSpace, path), view.includeQualifiers,
                              view.includeClassOrigin, view.properties, handler);
@@ -205,7 +195,7 @@ Array<CIMInstance> Broker::enumerateInstances(const OperationContext& context,
     const InstanceView& view = filter.view();
     Array<CIMInstance> results;
     forEachClass(names, names.size() > 1, [&](const CIMName& name) {
-        ProviderObject* const target = instanceProvider(nameSpace, name);
+        ProviderObject* const target = registry_.find(nameSpace, name, ProviderKind::Instance);
         const auto call = [&](auto& provider, const OperationContext& callContext, auto& handler) {
             provider.enumerateInstances(
                 callContext, CIMObjectPath(options_.hostName, nameSpace, name),
@@ -233,7 +223,7 @@ Array<CIMObjectPath> Broker::enumerateInstanceNames(const OperationContext& cont
     const std::vector<CIMName> names = withSubclasses(nameSpace, className);
     Array<CIMObjectPath> results;
     forEachClass(names, names.size() > 1, [&](const CIMName& name) {
-        ProviderObject* const target = instanceProvider(nameSpace, name);
+        ProviderObject* const target = registry_.find(nameSpace, name, ProviderKind::Instance);
         if (target == nullptr) {
             for (const CIMInstance& stored : repository_.instancesOf(nameSpace, name))
                 results.append(stored.getPath());
@@ -245,8 +235,11 @@ Array<CIMObjectPath> Broker::enumerateInstanceNames(const OperationContext& cont
         };
         Array<CIMObjectPath> found =
             callProvider<CIMInstanceProvider, PathListHandler>(context, *target, call);
-        for (Uint32 i = 0; i < found.size(); ++i)
-            makeLocal(found[i]);
+        for (Uint32 i = 0; i < found.size(); ++i) {
+            CIMObjectPath& path = found[i];
+            path.setHost(String());
+            path.setNameSpace(CIMNamespaceName());
+        }
         results.appendArray(found);
     });
     return results;
@@ -414,8 +407,8 @@ Array<CIMInstance> Broker::associators(const OperationContext& context,
 {
     const InstanceFilter filter(requested);
     const InstanceView& view = filter.view();
-    const auto call = [&](auto& provider, const OperationContext& callContext,
-                          const CIMObjectPath& source, const CIMName& association, auto& handler) {
+    const auto call = [&](auto& provider, auto& callContext, auto& source, auto& association,
+                          auto& handler) {
         provider.associators(callContext, source, association, traversal.resultClass,
                              traversal.role, traversal.resultRole, view.includeQualifiers,
                              view.includeClassOrigin, view.properties, handler);
@@ -428,8 +421,8 @@ Array<CIMObjectPath> Broker::associatorNames(const OperationContext& context,
                                              const CIMNamespaceName& nameSpace,
                                              const Traversal& traversal)
 {
-    const auto call = [&](auto& provider, const OperationContext& callContext,
-                          const CIMObjectPath& source, const CIMName& association, auto& handler) {
+    const auto call = [&](auto& provider, auto& callContext, auto& source, auto& association,
+                          auto& handler) {
         provider.associatorNames(callContext, source, association, traversal.resultClass,
                                  traversal.role, traversal.resultRole, handler);
     };
@@ -442,8 +435,8 @@ Array<CIMInstance> Broker::references(const OperationContext& context,
 {
     const InstanceFilter filter(requested);
     const InstanceView& view = filter.view();
-    const auto call = [&](auto& provider, const OperationContext& callContext,
-                          const CIMObjectPath& source, const CIMName& association, auto& handler) {
+    const auto call = [&](auto& provider, auto& callContext, auto& source, auto& association,
+                          auto& handler) {
         provider.references(callContext, source, association, traversal.role,
                             view.includeQualifiers, view.includeClassOrigin, view.properties,
                             handler);
@@ -457,8 +450,8 @@ Array<CIMObjectPath> Broker::referenceNames(const OperationContext& context,
                                             const CIMNamespaceName& nameSpace,
                                             const Traversal& traversal)
 {
-    const auto call = [&](auto& provider, const OperationContext& callContext,
-                          const CIMObjectPath& source, const CIMName& association, auto& handler) {
+    const auto call = [&](auto& provider, auto& callContext, auto& source, auto& association,
+                          auto& handler) {
         provider.referenceNames(callContext, source, association, traversal.role, handler);
     };
     return located(nameSpace,

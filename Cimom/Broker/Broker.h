@@ -121,10 +121,8 @@ private:
     Array<CIMInstance> filtered(const InstanceFilter&, const CIMNamespaceName&,
                                 Array<Pegasus::CIMObject> objects) const;
 
-    /// The provider of the class's instances; null when the repository serves them.
-    ProviderObject* instanceProvider(const CIMNamespaceName&, const CIMName& className) const;
-    /// The same for operations that write. Throws CIM_ERR_NOT_SUPPORTED when the class has neither
-    /// a provider nor instances that clients may change.
+    /// The provider of the class's instances for operations that write; null when the repository
+    /// serves them. Throws CIM_ERR_NOT_SUPPORTED when clients may not change those.
     ProviderObject* writingProvider(const CIMNamespaceName&, const CIMName& className) const;
     /// Runs `call(provider, context, source, association, handler)` for the provider of each
     /// association class of the traversal, and returns all results. Providers that throw

@@ -119,7 +119,7 @@ void appendText(std::string& out, const T& value)
         appendEscaped(out, value.toString());
     } else {  // an embedded object
         std::string element;
-        appendInstance(element, value.object());
+        Encoder(element).writeInstance(value.object());
         appendEscaped(out, element);
     }
 }
@@ -298,7 +298,7 @@ void Encoder::writeReturnValue(const CIMValue& value)
 void Encoder::writeInstance(const Instance& instance)
 {
     startInstance(instance);
-    for (const Property* property : instance.properties)
+    for (const Property* property : instance.properties.all())
         writeProperty(*property);
     out_ += "</INSTANCE>\n";
 }

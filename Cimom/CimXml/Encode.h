@@ -89,26 +89,4 @@ private:
     std::string emptyProperties_;                // without values, one after the other
 };
 
-// One element by itself, at the end of a text.
-inline void appendClassName(std::string& out, const CIMName& name)
-{
-    Encoder(out).writeClassName(name);
-}
-inline void appendInstanceName(std::string& out, const CIMObjectPath& path)
-{
-    Encoder(out).writeInstanceName(path);
-}
-inline void appendInstance(std::string& out, const Instance& instance)
-{
-    Encoder(out).writeInstance(instance);
-}
-inline void appendClass(std::string& out, const Class& cimClass)
-{
-    Encoder(out).writeClass(cimClass);
-}
-inline void appendParamValue(std::string& out, const Pegasus::CIMParamValue& parameter)
-{
-    Encoder(out).writeParamValue(parameter);
-}
-
 }  // namespace cimom::xml

@@ -23,16 +23,10 @@ constexpr Pegasus::Uint32 longestObjectPath = 65536;
 /// Throws Pegasus::Exception that names the place when the text is not UTF-8.
 std::vector<Pegasus::Char16> toUtf16(std::string_view utf8);
 
-/// The UTF-8 form. A lone surrogate becomes U+FFFD, or is encoded as if it were a character.
-enum class LoneSurrogate
-{
-    Replace,
-    Keep
-};
-std::string toUtf8(const Pegasus::String& text, LoneSurrogate lone = LoneSurrogate::Replace);
+/// The UTF-8 form, in which U+FFFD stands for a lone surrogate.
+std::string toUtf8(const Pegasus::String& text);
 /// Appends the UTF-8 form to a text.
-void appendUtf8(std::string& out, const Pegasus::String& text,
-                LoneSurrogate lone = LoneSurrogate::Replace);
+void appendUtf8(std::string& out, const Pegasus::String& text);
 
 /// As toUtf16; zeros stay.
 Pegasus::String toString(std::string_view utf8);

@@ -64,12 +64,8 @@ const std::string withPath = "IRETURNVALUE(VALUE.OBJECTWITHPATH(INSTANCEPATH, IN
 const std::string objectPath = "IRETURNVALUE(OBJECTPATH(INSTANCEPATH))";
 
 const OperationCall operationCalls[] = {
-    {"GetInstance", "GetInstance", instanceName(leaf), "Leaf getInstance" + path,
-     "IRETURNVALUE(INSTANCE)"},
     {"GetInstanceWithAll", "GetInstance", instanceName(leaf) + flag("LocalOnly") + views,
      "Leaf getInstance" + path + viewed, "IRETURNVALUE(INSTANCE)"},
-    {"EnumerateInstances", "EnumerateInstances", className("T_Side"),
-     "Side enumerateInstances //here/root/test:T_Side", named},
     {"EnumerateInstancesWithAll", "EnumerateInstances",
      className("T_Side") + flag("DeepInheritance") + flag("LocalOnly", "FALSE") + views,
      "Side enumerateInstances //here/root/test:T_Side" + viewed, named},
@@ -193,7 +189,6 @@ const WrongParameters wrongParameters[] = {
      instanceName(leaf) + parameter("PropertyName", value("Nope")) +
          parameter("NewValue", value("7")),
      "12 CIM_ERR_NO_SUCH_PROPERTY: Nope"},
-    {"UnknownElement", "GetInstance", "<FOO/>", notValid + "Expected IPARAMVALUE element"},
     {"NotAnInstance", "CreateInstance", parameter("NewInstance", "<CLASS NAME='C'/>"),
      notValid + "Expected INSTANCE element"},
 };

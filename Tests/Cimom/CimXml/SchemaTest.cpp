@@ -53,15 +53,6 @@ protected:
     }
 };
 
-TEST_F(SchemaOperation, GetClassReturnsWhatTheClassDeclaresItselfWithQualifiers)
-{
-    EXPECT_EQ(getClass("t_LEAF"),
-              (Lines{"CLASS NAME=T_Leaf SUPERCLASS=T_Mid",
-                     "QUALIFIER NAME=Note TYPE=string TRANSLATABLE=true = class",
-                     "PROPERTY NAME=L TYPE=string = l",
-                     "QUALIFIER NAME=Note TYPE=string TRANSLATABLE=true = property"}));
-}
-
 TEST_F(SchemaOperation, GetClassReturnsEverythingThatAClassCanDeclare)
 {
     EXPECT_EQ(

@@ -18,6 +18,11 @@ inline std::string text(const Pegasus::CIMName& name)
     return toUtf8(name.getString());
 }
 
+inline std::string text(const CIMObjectPath& path)
+{
+    return toUtf8(path.toString());
+}
+
 inline std::string text(const CIMValue& value)
 {
     std::string all = toUtf8(value.toString());
