@@ -34,6 +34,7 @@ struct CimReply
     std::string detail;
     std::string body;
     Pieces rest = nullptr;
+    bool isDenied = false;  ///< the operation failed with CIM_ERR_ACCESS_DENIED
 };
 
 /// Decodes the request, runs its operation and encodes the result or the CIM error. Bad requests

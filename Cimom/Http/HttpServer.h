@@ -40,7 +40,7 @@ struct HttpOptions
 };
 
 /// Accepts CIM-XML requests, authenticates them, hands them to a handler and sends what it returns.
-/// One thread serves all connections; operations and the hashes of passwords run on others.
+/// Each connection has a thread, which waits for its client most of the time.
 /// At the limits of connections the one that waits for its client and whose user, or address, has
 /// most of them gives way; without such one the new one gets 503. Requests that do not arrive in
 /// time get 408 (over TLS: are closed), larger headers 431, larger bodies 413, bodies for which
@@ -67,6 +67,7 @@ public:
 
 /// Listens and serves at once. Throws std::runtime_error (what, where, what to do) when it cannot
 /// listen, read the password file or set up TLS.
-std::unique_ptr<HttpServer> startHttpServer(HttpOptions options, HttpServer::Handler handler);
+std::unique_ptr<HttpServer> startHttpServer(const HttpOptions& options,
+                                            HttpServer::Handler handler);
 
 }  // namespace cimom

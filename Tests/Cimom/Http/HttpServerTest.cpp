@@ -222,7 +222,9 @@ TEST_F(HttpServerTest, RefusesABodyBeyondTheMemoryOfAllBeforeItComes)
 TEST_F(HttpServerTest, EndsTheConnectionOfAUserWhoIsDeniedAgainAndAgain)
 {
     start([](const CimRequest&) {
-        return CimReply{200, "", "", "<ERROR CODE=\"2\" DESCRIPTION=\"x\"/>"};
+        CimReply reply;
+        reply.isDenied = true;
+        return reply;
     });
     const std::string replies = client(request + request + request + request).receive();
     const std::size_t last = replies.find("Connection: close");
