@@ -106,11 +106,16 @@ HttpReply plainReply(int status, const std::string& detail, bool close)
     return reply;
 }
 
-HttpReply unauthorizedReply(const std::string& realm, const std::string& detail)
+RequestRefused::RequestRefused(int status, const std::string& detail, bool close)
+    : reply(plainReply(status, detail, close))
 {
-    HttpReply reply = plainReply(401, detail);
-    reply.fields.emplace_back("WWW-Authenticate", "Basic realm=\"" + realm + "\"");
-    return reply;
+}
+
+RequestRefused unauthorized(const std::string& realm, const std::string& detail)
+{
+    RequestRefused refused(401, detail, false);
+    refused.reply.fields.emplace_back("WWW-Authenticate", "Basic realm=\"" + realm + "\"");
+    return refused;
 }
 
 HttpReply httpReply(CimReply&& cim)
@@ -144,42 +149,42 @@ std::optional<std::string_view> fieldOf(const RequestHead& head, std::string_vie
 void checkFraming(const RequestHead& head)
 {
     static const std::string_view otherVerbs[] = {"GET", "HEAD", "PUT", "DELETE", "M-POST"};
-    const auto refuse = [](int status, const std::string& detail) {
-        throw RequestRefused{plainReply(status, detail, true)};
-    };
     const std::string_view verb = head.method_string();
     if (std::find(std::begin(otherVerbs), std::end(otherVerbs), verb) != std::end(otherVerbs)) {
-        HttpReply reply = plainReply(405, "This server answers CIM-XML requests: POST only.", true);
-        reply.fields.emplace_back("Allow", "POST");
-        throw RequestRefused{reply};
+        RequestRefused refused(405, "This server answers CIM-XML requests: POST only.");
+        refused.reply.fields.emplace_back("Allow", "POST");
+        throw refused;
     }
-    if (verb != "POST") refuse(verb == "OPTIONS" ? 400 : 501, "");
+    if (verb != "POST") throw RequestRefused(verb == "OPTIONS" ? 400 : 501);
     const auto length = fieldOf(head, "Content-Length");
     const auto coding = fieldOf(head, "Transfer-Encoding");
     if (!length && !coding)
-        refuse(411, "The request needs a Content-Length header or a chunked body.");
+        throw RequestRefused(411, "The request needs a Content-Length header or a chunked body.");
     // The parser lets equal ones pass, in one line or in several.
     const bool isList = length && !std::all_of(length->begin(), length->end(), isDigit);
     if (isList || head.count("Content-Length") + head.count("Transfer-Encoding") > 1)
-        refuse(400, "It is not clear from the header where the body ends.");
+        throw RequestRefused(400, "It is not clear from the header where the body ends.");
     if (coding && !equalNoCase(*coding, "chunked"))
-        refuse(501, "The only transfer coding known here is chunked.");
+        throw RequestRefused(501, "The only transfer coding known here is chunked.");
 }
 
 void checkFields(const RequestHead& head)
 {
-    const auto refuse = [](const HttpReply& reply) { throw RequestRefused{reply}; };
-    if (!fieldOf(head, "Host"))
-        refuse(plainReply(400, "HTTP request message lacks a Host header field."));
     const auto operation = fieldOf(head, "CIMOperation");
-    if (!operation) refuse(plainReply(400, ""));
     const auto contentType = fieldOf(head, "Content-Type");
-    if (!contentType || !isCimXml(*contentType))
-        refuse(plainReply(400, "HTTP Content-Type header error."));
-    if (equalNoCase(*operation, "MethodCall")) return;
-    refuse(
-        cimErrorReply(400, "unsupported-operation",
-                      "CIMOperation value \"" + std::string(*operation) + "\" is not supported."));
+    RequestRefused refused(400, "", false);
+    if (!fieldOf(head, "Host")) {
+        refused.reply = plainReply(400, "HTTP request message lacks a Host header field.");
+    } else if (operation && (!contentType || !isCimXml(*contentType))) {
+        refused.reply = plainReply(400, "HTTP Content-Type header error.");
+    } else if (operation && equalNoCase(*operation, "MethodCall")) {
+        return;
+    } else if (operation) {
+        refused.reply = cimErrorReply(
+            400, "unsupported-operation",
+            "CIMOperation value \"" + std::string(*operation) + "\" is not supported.");
+    }
+    throw refused;
 }
 
 std::optional<Credentials> basicCredentials(const RequestHead& head)

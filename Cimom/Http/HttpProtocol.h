@@ -29,6 +29,8 @@ struct HttpReply
 /// follows the body of the request.
 struct RequestRefused
 {
+    explicit RequestRefused(int status, const std::string& detail = "", bool close = true);
+
     HttpReply reply;
 };
 
@@ -42,8 +44,8 @@ struct Credentials
 std::string percentEncoded(std::string_view text);
 /// A reply without body that names its reason in the PGErrorDetail field (empty: no field).
 HttpReply plainReply(int status, const std::string& detail, bool close = false);
-/// 401 with the challenge.
-HttpReply unauthorizedReply(const std::string& realm, const std::string& detail);
+/// The refusal of a user who is not let in: 401 with the challenge.
+RequestRefused unauthorized(const std::string& realm, const std::string& detail = "");
 HttpReply httpReply(CimReply&&);
 /// The status line and the header fields as they go over the wire; `framing` is the field that says
 /// where the body ends, with its line end.

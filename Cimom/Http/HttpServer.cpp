@@ -136,16 +136,17 @@ private:
     /// Accepts connections, ends those of slow clients and forgets what has ended.
     void run()
     {
-        pollfd listening{acceptor_.native_handle(), POLLIN, 0};
-        for (;;) {
+        const int acceptor = acceptor_.native_handle();
+        for (bool canAccept = true;;) {
+            pollfd listening{canAccept ? acceptor : -1, POLLIN, 0};
             ::poll(&listening, 1, sweepMilliseconds);
             const Lock lock(state_.mutex);
             if (state_.stopping) break;
             try {
                 sweep();
-                acceptAll();
+                canAccept = acceptAll();
             } catch (const std::exception&) {
-                // There is no memory now.
+                canAccept = false;  // there is no memory now
             }
         }
         error_code ignored;
@@ -161,15 +162,16 @@ private:
         sessions_.remove_if([](const Session& session) { return session.isOver(); });
     }
 
-    void acceptAll()
+    /// Accepts what is there; false when that is not possible now.
+    bool acceptAll()
     {
-        for (;;) {
-            error_code error;
+        error_code error;
+        while (!error) {
             tcp::socket socket(io_);
             acceptor_.accept(socket, error);
-            if (error) return;
-            admit(std::move(socket));
+            if (!error) admit(std::move(socket));
         }
+        return error == asio::error::would_block;
     }
 
     void admit(tcp::socket socket)

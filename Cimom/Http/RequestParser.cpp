@@ -12,19 +12,15 @@ using boost::beast::error_code;
 namespace
 {
 
-RequestRefused refused(int status, const std::string& detail = "")
-{
-    return {plainReply(status, detail, true)};
-}
-
 RequestRefused unclear()
 {
-    return refused(400, "It is not clear from the header where the body ends.");
+    return RequestRefused(400, "It is not clear from the header where the body ends.");
 }
 
 RequestRefused tooLarge(std::size_t maxBody)
 {
-    return refused(413, "The request body is larger than " + std::to_string(maxBody) + " bytes.");
+    return RequestRefused(413,
+                          "The request body is larger than " + std::to_string(maxBody) + " bytes.");
 }
 
 }  // namespace
@@ -56,7 +52,7 @@ bool RequestParser::hasHead(std::string_view input)
         if (input[seen_ + 1] == ' ' || input[seen_ + 1] == '\t') throw unclear();
     }
     if (input.size() <= maxHeader_) return false;
-    throw refused(input.find('\n') == input.npos ? 414 : 431);
+    throw RequestRefused(input.find('\n') == input.npos ? 414 : 431);
 }
 
 bool RequestParser::takeHead(std::string& input)
@@ -65,11 +61,12 @@ bool RequestParser::takeHead(std::string& input)
     while (seen_ == 0 && input.compare(0, 2, "\r\n") == 0)
         input.erase(0, 2);
     if (!hasHead(input)) return false;
-    if (seen_ >= maxHeader_) throw refused(431);
+    if (seen_ >= maxHeader_) throw RequestRefused(431);
     const error_code error = take(input);
     if (error == http::error::body_limit) throw tooLarge(maxBody_);
-    if (error == http::error::bad_version) throw refused(505);
-    if (error == http::error::bad_method || error == http::error::bad_target) throw refused(400);
+    if (error == http::error::bad_version) throw RequestRefused(505);
+    if (error == http::error::bad_method || error == http::error::bad_target)
+        throw RequestRefused(400);
     if (error) throw unclear();
     parser_.eager(true);
     return true;
@@ -85,9 +82,9 @@ bool RequestParser::takeBody(std::string& input, std::string& body)
         body.append(part.data(), part.size() - parser_.get().body().size);
         if (error == http::error::need_buffer || parser_.is_done()) continue;
         if (error == http::error::body_limit) throw tooLarge(maxBody_);
-        if (error && error != http::error::need_more) throw refused(400);
+        if (error && error != http::error::need_more) throw RequestRefused(400);
         // What is left is the beginning of a chunk's header or of the trailer.
-        if (input.size() > maxHeader_) throw refused(431);
+        if (input.size() > maxHeader_) throw RequestRefused(431);
         if (error || input.empty()) return false;
     }
     return true;

@@ -6,6 +6,7 @@
 #include <array>
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/write.hpp>
+#include <boost/beast/http/chunk_encode.hpp>
 #include <malloc.h>
 #include <new>
 #include <sys/socket.h>
@@ -15,6 +16,7 @@ namespace cimom
 {
 
 namespace asio = boost::asio;
+namespace http = boost::beast::http;
 using boost::system::error_code;
 using boost::system::system_error;
 
@@ -29,9 +31,12 @@ constexpr std::size_t largeReply = 2 * 1024 * 1024;  // its memory is given back
 constexpr unsigned mostDenials = 3;             // in a row; then the client has to connect again
 constexpr std::chrono::seconds closingTime{2};  // for the client to end the connection too
 
-RequestRefused noMemory()
+/// Takes what is missing of the memory that a body of that size needs. Small ones are bounded by
+/// the number of connections.
+void takeMemory(MemoryShare& memory, std::size_t bodySize)
 {
-    return {plainReply(503, "The server has no memory for this request now. Try again.", true)};
+    if (bodySize <= smallBody || memory.growTo(bodySize)) return;
+    throw RequestRefused(503, "The server has no memory for this request now. Try again.");
 }
 
 /// The address of the client; empty when it has gone.
@@ -67,16 +72,15 @@ Session::~Session()
 
 void Session::end(int status, const std::string& detail)
 {
-    const bool canTell =
-        status != 0 && !tls_ && (stage_ == Stage::Reading || stage_ == Stage::Waiting);
     if (stage_ == Stage::Ended) return;
-    stage_ = Stage::Ended;
+    const bool waitsForReply = stage_ == Stage::Reading || stage_ == Stage::Waiting;
     // By the system's calls: its thread may be reading or writing, which ends so.
-    if (canTell) {
+    if (status != 0 && !tls_ && waitsForReply) {
         refuse(socket_.native_handle(), status, detail);
     } else {
         ::shutdown(socket_.native_handle(), SHUT_RDWR);
     }
+    stage_ = Stage::Ended;
     server_.changed.notify_all();
 }
 
@@ -188,7 +192,7 @@ HttpReply Session::respond(RequestParser& parser)
     const auto length = fieldOf(head, "Content-Length");
     const std::size_t announced = length ? std::stoul(std::string(*length)) : 0;
     MemoryShare memory(server_.memory);
-    if (announced > smallBody && !memory.growTo(announced)) throw noMemory();
+    takeMemory(memory, announced);
     request.body.reserve(announced);
     if (waitsForLeave(head)) write(asio::buffer("HTTP/1.1 100 Continue\r\n\r\n", 25));
     head.clear();  // its fields can take much more than the bytes that came
@@ -209,7 +213,7 @@ void Session::readHead(RequestParser& parser)
 void Session::refuseWhenStopping()
 {
     const Lock lock(server_.mutex);
-    if (server_.stopping) throw RequestRefused{plainReply(503, shuttingDown, true)};
+    if (server_.stopping) throw RequestRefused(503, shuttingDown);
 }
 
 /// Whether the client sends the body when it is told to only.
@@ -224,8 +228,7 @@ void Session::readBody(RequestParser& parser, std::string& body, MemoryShare* me
 {
     enter(Stage::Reading, inTime());
     while (!parser.takeBody(input_, body)) {
-        if (!memory) body.clear();
-        if (body.size() > smallBody && !memory->growTo(body.capacity())) throw noMemory();
+        memory ? takeMemory(*memory, body.size()) : body.clear();
         readSome(bodyReadSize);
     }
 }
@@ -252,38 +255,36 @@ std::string Session::authenticate(const RequestHead& head)
         users = server_.users;  // may be replaced meanwhile
     }
     if (!users) return "";
+    const std::string& realm = server_.options.hostName;
     const auto credentials = basicCredentials(head);
-    if (!credentials) throw unauthorized("User Unauthorized");
-    if (!isUtf8(credentials->user)) throw unauthorized("The user name is not UTF-8.");
+    if (!credentials) throw unauthorized(realm, "User Unauthorized");
+    if (!isUtf8(credentials->user)) throw unauthorized(realm, "The user name is not UTF-8.");
     if (!users->isRemembered(credentials->user, credentials->password))
         checkPassword(*users, *credentials);
     return credentials->user;
 }
 
-RequestRefused Session::unauthorized(const std::string& detail) const
-{
-    return {unauthorizedReply(server_.options.hostName, detail)};
-}
-
 void Session::checkPassword(const PasswordFile& users, const Credentials& credentials)
 {
     const auto place = server_.logins.enter(network_);
-    const auto isRight = place ? place->check([&] {
-        enter(Stage::Waiting);  // if it has not been ended
-        return users.check(credentials.user, credentials.password);
-    })
-                               : std::nullopt;
+    std::optional<bool> isRight;
+    if (place) {
+        isRight = place->check([&] {
+            enter(Stage::Waiting);  // throws when it was ended meanwhile
+            return users.check(credentials.user, credentials.password);
+        });
+    }
     if (!isRight) {
-        HttpReply reply = plainReply(503, "Too many logins of this address wait. Try again.");
-        reply.fields.emplace_back("Retry-After", "1");
-        throw RequestRefused{reply};
+        RequestRefused refused(503, "Too many logins of this address wait. Try again.", false);
+        refused.reply.fields.emplace_back("Retry-After", "1");
+        throw refused;
     }
     if (*isRight) return;
     server_.log.add("wrong user or password from " + peer_,
                     ": user " + percentEncoded(credentials.user.substr(0, 64)));
     Lock lock(server_.mutex);
     server_.changed.wait_for(lock, place->delay(), [this] { return stage_ == Stage::Ended; });
-    throw unauthorized("");
+    throw unauthorized(server_.options.hostName);
 }
 
 HttpReply Session::operate(CimRequest request)
@@ -329,39 +330,36 @@ void Session::send(HttpReply& reply, RequestParser& parser)
     const std::string head = headText(reply, framing);
     enter(Stage::Sending, inTime(reply.body.size()));
     if (isLong) {
-        sendPieces(reply, head, isChunked);
+        write(asio::buffer(head));
+        sendPieces(reply, isChunked);
     } else {
         write(std::array{asio::buffer(head), asio::buffer(std::as_const(reply.body))});
     }
 }
 
 /// Sends a long reply: a piece is encoded when the one before it has been taken.
-void Session::sendPieces(HttpReply& reply, std::string head, bool isChunked)
+void Session::sendPieces(HttpReply& reply, bool isChunked)
 {
     Time deadline = deadline_;
-    std::size_t total = reply.body.size();
+    std::size_t total = 0;
     for (bool isLast = false;;) {
-        std::string end;
-        if (isChunked && !reply.body.empty()) {
-            std::array<char, 20> size{};
-            std::snprintf(size.data(), size.size(), "%zx\r\n", reply.body.size());
-            head += size.data();
-            end = "\r\n";
+        const auto piece = asio::buffer(std::as_const(reply.body));
+        if (isChunked && piece.size() > 0) {
+            write(http::make_chunk(piece));
+        } else {
+            write(piece);
         }
-        if (isChunked && isLast) end += "0\r\n\r\n";
-        write(std::array{asio::buffer(std::as_const(head)), asio::buffer(std::as_const(reply.body)),
-                         asio::buffer(std::as_const(end))});
-        if (isLast) break;
-        head.clear();
+        total += piece.size();
         reply.body.clear();
+        if (isLast) break;
         enter(Stage::Sending);  // the client has no part in what follows
         Turns::Turn turn(server_.operations, owner_);
         turn.wait();
         isLast = !reply.rest(reply.body);
-        total += reply.body.size();
         deadline += inTime(reply.body.size()) - inTime();
         enter(Stage::Sending, deadline);
     }
+    if (isChunked) write(http::make_chunk_last());
     reply.rest = nullptr;
     if (total > largeReply) malloc_trim(0);
 }

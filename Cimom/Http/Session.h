@@ -99,12 +99,11 @@ private:
     void checkPassword(const PasswordFile&, const Credentials&);
     HttpReply operate(CimRequest);
     void send(HttpReply&, RequestParser&);
-    void sendPieces(HttpReply&, std::string head, bool isChunked);
+    void sendPieces(HttpReply&, bool isChunked);
     void close();
 
     bool waitsForLeave(const RequestHead&) const;
     void refuseWhenStopping();
-    RequestRefused unauthorized(const std::string& detail) const;
     void accept(const std::string& user);
     void readSome(std::size_t most);
     template <class Buffers>

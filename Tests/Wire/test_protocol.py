@@ -153,10 +153,18 @@ class Connections(testing.EmbeddedServerTest):
                 for source in sources
             ]
             for displaced in order:
-                waiting.append(clients.enter_context(connected(port, KEPT)))
-                self.assertIn(LIST, waiting[-1].recv(4096))
+                waiting.append(self.served(clients, port))
                 part = b"PGErrorDetail: Too%20many%20connections." if displaced < 3 else b""
                 self.assertIn(part, receive_all(waiting[displaced]))
+
+    def served(self, clients, port):
+        """A connection on which a request was responded to. It gets 503 while all others are at
+        work, as they are until they have noted that their response was sent."""
+        while True:
+            client = clients.enter_context(connected(port, KEPT))
+            if LIST in (received := client.recv(4096)):
+                return client
+            self.assertIn(b" 503 ", received)
 
     @cases(Case("nothing", b""), Case("a_header", HEAD), Case("a_part", request()[:-1]))
     def test_ends_client_that_sends_only(self, sent):
