@@ -1,6 +1,8 @@
 // Processes CIM-XML requests.
 #pragma once
 
+#include "CimXml/XmlTree.h"
+
 #include <functional>
 #include <optional>
 #include <string>
@@ -21,6 +23,13 @@ struct CimRequest
     std::string user;
     std::string body;
 };
+
+/// The memory that a request with a body of that size takes at most until its operation begins: the
+/// body, and the elements that are made of it. Small ones take 1 MB more.
+constexpr std::size_t requestMemory(std::size_t bodySize)
+{
+    return (1 + xmlMemoryFactor) * bodySize;
+}
 
 /// Appends the next piece of a text; false when that was the last.
 using Pieces = std::function<bool(std::string& out)>;

@@ -92,6 +92,8 @@ public:
         lock.unlock();
         ::shutdown(acceptor_.native_handle(), SHUT_RDWR);
         thread_.join();
+        error_code ignored;
+        acceptor_.close(ignored);
         lock.lock();
         const auto areNone = [this](Stage stage) {
             return [this, stage] { return count(stage) == 0; };
@@ -149,8 +151,6 @@ private:
                 canAccept = false;  // there is no memory now
             }
         }
-        error_code ignored;
-        acceptor_.close(ignored);
     }
 
     void sweep()

@@ -31,11 +31,11 @@ constexpr std::size_t largeReply = 2 * 1024 * 1024;  // its memory is given back
 constexpr unsigned mostDenials = 3;             // in a row; then the client has to connect again
 constexpr std::chrono::seconds closingTime{2};  // for the client to end the connection too
 
-/// Takes what is missing of the memory that a body of that size needs. Small ones are bounded by
-/// the number of connections.
+/// Takes what is missing of the memory for a request with a body of that size. That of small ones
+/// is bounded by the numbers of connections and of operations.
 void takeMemory(MemoryShare& memory, std::size_t bodySize)
 {
-    if (bodySize <= smallBody || memory.growTo(bodySize)) return;
+    if (bodySize <= smallBody || memory.growTo(requestMemory(bodySize))) return;
     throw RequestRefused(503, "The server has no memory for this request now. Try again.");
 }
 
