@@ -59,7 +59,7 @@ public:
         : state_{options,
                  std::move(handler),
                  LimitedLog(options.log),
-                 MemoryBudget(options.maxMemory != 0 ? options.maxMemory : usableMemory() / 8),
+                 MemoryBudget(options.maxMemory != 0 ? options.maxMemory : usableMemory() / 4),
                  {},
                  Turns(options.maxOperations),
                  readUsers(options),

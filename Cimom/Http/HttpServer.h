@@ -32,7 +32,8 @@ struct HttpOptions
     std::string keyFile;
     std::size_t maxHeader = 64 * 1024;      ///< bytes of request line and header fields
     std::size_t maxBody = 4 * 1024 * 1024;  ///< bytes of a (decoded) request body
-    std::size_t maxMemory = 0;    ///< bytes of all bodies together; 0: by what the process may use
+    std::size_t maxMemory =
+        0;  ///< bytes for large requests together; 0: a quarter of what the process may use
     unsigned maxOperations = 16;  ///< operations at once, each on a thread
     ConnectionLimits connections;
     std::chrono::seconds lastOperations{10};      ///< how long stop() waits for those that run

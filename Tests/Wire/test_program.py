@@ -88,7 +88,7 @@ class Errors(FolderTest):
         self.assertEnds(f"--users {users}", 1, text)
 
     def test_of_folder_as_password_file(self):
-        self.assertEnds("--users /", 1, "/: cannot read the password file: Is a directory")
+        self.assertEnds("--users /", 1, "cannot read the password file /: it is a folder")
 
     def test_of_port_that_is_taken(self):
         taken = self.enterContext(socket.create_server(("127.0.0.1", 0))).getsockname()[1]

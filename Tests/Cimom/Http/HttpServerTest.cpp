@@ -206,7 +206,7 @@ TEST_F(HttpServerTest, AnswersAFailedAllocationWith503)
 
 TEST_F(HttpServerTest, RefusesABodyBeyondTheMemoryOfAllBeforeItComes)
 {
-    options.maxMemory = 1'000'000;
+    options.maxMemory = requestMemory(1'000'000);
     startBlocking();
     const std::string large = head("900000");
     const Client first = client(large + std::string(900'000, 'x'));
