@@ -16,8 +16,8 @@ RATIO = 4  # of the sizes; nesting makes more of it
 FACTOR = 2  # by which the cost may grow faster than the bytes
 NOISE = 0.02  # seconds of other work
 TRIES = 20
-MEMORY = 24  # bytes that one of a request may cost
-MEMORY_NOISE = 12 << 20  # of small requests, and of what others have left
+MEMORY = 20  # bytes that one of a request may cost
+MEMORY_NOISE = 6 << 20  # of small requests, and of what others have left
 
 CLASS = "QBX_DriveCageDC2Family"
 INSTANCENAME = '<INSTANCENAME CLASSNAME="{}">{}</INSTANCENAME>'
@@ -106,7 +106,7 @@ def listed(text, count):
 
 
 def names(count):
-    return f'<VALUE.ARRAY>{listed("<VALUE>N{}</VALUE>", count)}</VALUE.ARRAY>'
+    return f"<VALUE.ARRAY>{listed('<VALUE>N{}</VALUE>', count)}</VALUE.ARRAY>"
 
 
 def text_value(text):
