@@ -40,18 +40,6 @@ std::shared_ptr<SSL_CTX> readTlsFiles(const HttpOptions& options)
     return readCertificate(options.certificateFile, options.keyFile);
 }
 
-/// What counts as one client: an IPv4 address, or the network of an IPv6 address, as who has one
-/// address of it has all.
-std::string networkOf(const asio::ip::address& address)
-{
-    if (address.is_v4()) return address.to_string();
-    const auto v6 = address.to_v6();
-    if (v6.is_v4_mapped()) return asio::ip::make_address_v4(asio::ip::v4_mapped, v6).to_string();
-    auto bytes = v6.to_bytes();
-    std::fill(bytes.begin() + 8, bytes.end(), std::uint8_t{0});
-    return asio::ip::address_v6(bytes).to_string() + "/64";
-}
-
 class Server final : public HttpServer
 {
 public:
@@ -180,7 +168,7 @@ private:
         const auto address = socket.remote_endpoint(error).address();
         if (error) return;  // the client has gone
         socket.set_option(tcp::no_delay(true), error);
-        const std::string network = networkOf(address);
+        const std::string network = networkOf(address.to_string());
         const int number = socket.native_handle();
         const ConnectionLimits& limits = state_.options.connections;
         if (!makeRoom(&network, limits.mostPerAddress) || !makeRoom(nullptr, limits.most)) {
@@ -246,6 +234,17 @@ private:
 };
 
 }  // namespace
+
+std::string networkOf(const std::string& address)
+{
+    const auto parsed = asio::ip::make_address(address);
+    if (parsed.is_v4()) return address;
+    const auto v6 = parsed.to_v6();
+    if (v6.is_v4_mapped()) return asio::ip::make_address_v4(asio::ip::v4_mapped, v6).to_string();
+    auto bytes = v6.to_bytes();
+    std::fill(bytes.begin() + 8, bytes.end(), std::uint8_t{0});
+    return asio::ip::address_v6(bytes).to_string() + "/64";
+}
 
 std::unique_ptr<HttpServer> startHttpServer(const HttpOptions& options, HttpServer::Handler handler)
 {

@@ -66,6 +66,10 @@ public:
     virtual bool stop() = 0;
 };
 
+/// What the limits count as one client: an IPv4 address, or the network (/64) of an IPv6 address,
+/// as whoever has one address of it has all.
+std::string networkOf(const std::string& address);
+
 /// Listens and serves at once. Throws std::runtime_error (what, where, what to do) when it cannot
 /// listen, read the password file or set up TLS.
 std::unique_ptr<HttpServer> startHttpServer(const HttpOptions& options,

@@ -241,5 +241,12 @@ TEST_F(HttpServerTest, RefusesConnectionsWhenAllAreAtWork)
     EXPECT_NE(client("").receive().find("Too%20many%20connections."), std::string::npos);
 }
 
+TEST(NetworkOf, IsTheAddressOrTheNetworkOfIPv6)
+{
+    EXPECT_EQ(networkOf("192.0.2.7"), "192.0.2.7");
+    EXPECT_EQ(networkOf("::ffff:192.0.2.7"), "192.0.2.7");
+    EXPECT_EQ(networkOf("2001:db8:1:2:3:4:5:6"), "2001:db8:1:2::/64");
+}
+
 }  // namespace
 }  // namespace cimom
