@@ -179,8 +179,8 @@ class Cost(testing.EmbeddedServerTest):
         """The least cost of several counts: others work on this machine too."""
         few, many = shape(size), shape(RATIO * size)
         if not os.environ.get("QBX_SANITIZE"):  # with which memory is kept for long
-            bound = MEMORY * len(many) + MEMORY_NOISE
-            self.assertLess(self.peak(many), bound, f"bytes, for a request of {len(many)}")
+            most = MEMORY * len(many) + MEMORY_NOISE
+            self.assertLess(self.peak(many), most, f"bytes, for a request of {len(many)}")
         small = large = bound = float("inf")
         for _ in range(TRIES):
             small, large = min(small, self.cost(few)), min(large, self.cost(many))
