@@ -41,7 +41,9 @@ void ReplyWriter::writeResponse(const std::string& messageId, const std::string&
         text_.resize(start);
         writeMore_ = nullptr;
         end_.clear();
-        appendError(text_, currentError());
+        const CIMException error = currentError();
+        isDenied_ = error.getCode() == CIM_ERR_ACCESS_DENIED;
+        appendError(text_, error);
     }
     finish("</" + tag + ">\n</SIMPLERSP>\n</MESSAGE>\n</CIM>\n");
 }
@@ -78,6 +80,7 @@ bool ReplyWriter::next(std::string& out)
 CimReply ReplyWriter::reply(std::shared_ptr<ReplyWriter> writer)
 {
     CimReply reply;
+    reply.isDenied = writer->isDenied_;
     reply.body.swap(writer->text_);
     if (writer->writeMore_) reply.rest = [writer](std::string& out) { return writer->next(out); };
     return reply;

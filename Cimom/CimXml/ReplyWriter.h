@@ -61,6 +61,7 @@ private:
     xml::Encoder encoder_{text_};
     std::function<bool()> writeMore_;  // writes another piece of the result; false after the last
     std::string end_;                  // what follows the last piece
+    bool isDenied_ = false;            // for want of a privilege
 };
 
 }  // namespace cimom

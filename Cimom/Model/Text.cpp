@@ -149,12 +149,20 @@ bool equalNoCase(std::string_view a, std::string_view b)
 
 std::string readFile(const std::filesystem::path& file, const std::string& what)
 {
-    std::error_code ignored;
-    const bool isFolder = std::filesystem::is_directory(file, ignored);
+    constexpr std::uintmax_t most = 16 * 1024 * 1024;
+    const auto fail = [&](const std::string& why) {
+        throw std::runtime_error("cannot read the " + what + " file " + file.string() + ": " + why);
+    };
+    std::error_code error;
+    // Looked at before it is opened, for which a FIFO would wait.
+    const auto status = std::filesystem::status(file, error);
+    if (std::filesystem::is_directory(status)) fail("it is a folder");
+    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
+        fail("it is no regular file");
     std::ifstream in(file, std::ios::binary);
-    if (in && !isFolder) return {std::istreambuf_iterator<char>(in), {}};
-    throw std::runtime_error("cannot read the " + what + " file " + file.string() + ": " +
-                             (isFolder ? "it is a folder" : std::strerror(errno)));
+    if (!in) fail(std::strerror(errno));
+    if (std::filesystem::file_size(file, error) > most) fail("it is larger than 16 MB");
+    return {std::istreambuf_iterator<char>(in), {}};
 }
 
 }  // namespace cimom
