@@ -136,7 +136,7 @@ TEST_F(Response, ThatIsLongComesInPieces)
         many.push_back(instanceOf("T_Leaf.Id=" + std::to_string(i)));
     scripted::provider("Leaf").onInstances = scripted::delivering<CIMInstance>(many);
     const CimRequest request = intrinsic("EnumerateInstances", className("T_Leaf"));
-    const std::size_t firstPiece = answerCimRequest(*broker, request).body.size();
+    const std::size_t firstPiece = answerCimRequest(*broker, enumerations, request).body.size();
     const Reply reply = send(request);
     EXPECT_LT(firstPiece, reply.body.size() / 2);
     const auto keys = all(reply.response, "KEYVALUE");
