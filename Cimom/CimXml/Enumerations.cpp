@@ -10,7 +10,7 @@ PEGASUS_USING_PEGASUS;
 namespace cimom
 {
 
-std::string Enumerations::open(Enumeration enumeration)
+std::string Enumerations::open(OpenEnumeration enumeration)
 {
     const std::lock_guard lock(mutex_);
     checkLimits(enumeration);
@@ -20,7 +20,7 @@ std::string Enumerations::open(Enumeration enumeration)
     return context;
 }
 
-void Enumerations::checkLimits(const Enumeration& added) const
+void Enumerations::checkLimits(const OpenEnumeration& added) const
 {
     unsigned ofUser = 1;
     std::size_t bytes = added.elements.size();
@@ -39,7 +39,7 @@ void Enumerations::checkLimits(const Enumeration& added) const
 }
 
 PulledPart Enumerations::pull(const std::string& context, const String& user,
-                              Enumeration::Kind kind, const CIMNamespaceName& nameSpace,
+                              OpenEnumeration::Kind kind, const CIMNamespaceName& nameSpace,
                               std::size_t most)
 {
     const std::lock_guard lock(mutex_);

@@ -16,7 +16,7 @@ namespace cimom
 {
 
 /// The part of a result that its client has not pulled yet.
-struct Enumeration
+struct OpenEnumeration
 {
     /// What its elements are: VALUE.INSTANCEWITHPATH or INSTANCEPATH.
     enum Kind
@@ -54,11 +54,11 @@ public:
 
     /// Keeps an enumeration; returns the context by which its client pulls it. Throws
     /// CIM_ERR_SERVER_LIMITS_EXCEEDED.
-    std::string open(Enumeration);
+    std::string open(OpenEnumeration);
     /// The next elements, at most so many, for a client that asks for that kind in that namespace.
     /// Throws CIM_ERR_INVALID_ENUMERATION_CONTEXT when the user has no such enumeration, and
     /// CIM_ERR_FAILED when it is one of another kind, which closes it, or of another namespace.
-    PulledPart pull(const std::string& context, const Pegasus::String& user, Enumeration::Kind,
+    PulledPart pull(const std::string& context, const Pegasus::String& user, OpenEnumeration::Kind,
                     const Pegasus::CIMNamespaceName&, std::size_t most);
     /// Throws CIM_ERR_INVALID_ENUMERATION_CONTEXT when the user has no such enumeration.
     void close(const std::string& context, const Pegasus::String& user);
@@ -69,14 +69,14 @@ private:
     using Time = std::chrono::steady_clock::time_point;
     struct Opened
     {
-        Enumeration enumeration;
+        OpenEnumeration enumeration;
         Time deadline;
         std::size_t pulled = 0;  ///< elements
     };
     using ByContext = std::map<std::string, Opened>;
 
     ByContext::iterator find(const std::string& context, const Pegasus::String& user);
-    void checkLimits(const Enumeration& added) const;
+    void checkLimits(const OpenEnumeration& added) const;
 
     const std::size_t mostBytes_;
     std::mutex mutex_;

@@ -81,10 +81,10 @@ void addOutputParameters(ReplyWriter& reply, const std::string& context)
 
 /// Keeps what is found behind the first elements for the client to pull.
 template <class Item>
-std::string keep(const Call& c, const OpenRequest& request, Enumeration::Kind kind,
+std::string keep(const Call& c, const OpenRequest& request, OpenEnumeration::Kind kind,
                  const Array<Item>& found, void (xml::Encoder::*writeItem)(const Item&))
 {
-    Enumeration kept;
+    OpenEnumeration kept;
     xml::Encoder encoder(kept.elements);
     for (Uint32 i = request.most; i < found.size(); ++i) {
         (encoder.*writeItem)(found[i]);
@@ -100,7 +100,7 @@ std::string keep(const Call& c, const OpenRequest& request, Enumeration::Kind ki
 
 /// Returns the first elements of what `find()` finds, and keeps the others.
 template <class Find, class Item>
-void open(const Call& c, ReplyWriter& reply, Enumeration::Kind kind, Find find,
+void open(const Call& c, ReplyWriter& reply, OpenEnumeration::Kind kind, Find find,
           void (xml::Encoder::*writeItem)(const Item&))
 {
     const OpenRequest request = openRequest(c);
@@ -112,13 +112,13 @@ void open(const Call& c, ReplyWriter& reply, Enumeration::Kind kind, Find find,
 template <class Find>
 void openInstances(const Call& c, ReplyWriter& reply, Find find)
 {
-    open(c, reply, Enumeration::Instances, find, &xml::Encoder::writeInstanceWithPath);
+    open(c, reply, OpenEnumeration::Instances, find, &xml::Encoder::writeInstanceWithPath);
 }
 
 template <class Find>
 void openPaths(const Call& c, ReplyWriter& reply, Find find)
 {
-    open(c, reply, Enumeration::Paths, find, &xml::Encoder::writeInstancePath);
+    open(c, reply, OpenEnumeration::Paths, find, &xml::Encoder::writeInstancePath);
 }
 
 /// The traversal from an instance.
@@ -138,7 +138,7 @@ std::string enumerationContext(const Call& c)
         Call::present("EnumerationContext", c.read("EnumerationContext", xml::decodeText)));
 }
 
-void pull(const Call& c, ReplyWriter& reply, Enumeration::Kind kind)
+void pull(const Call& c, ReplyWriter& reply, OpenEnumeration::Kind kind)
 {
     const Uint32 most = Call::present("MaxObjectCount", c.number("MaxObjectCount"));
     const PulledPart part =
@@ -200,12 +200,12 @@ void openReferenceInstancePaths(const Call& c, ReplyWriter& reply)
 
 void pullInstancesWithPath(const Call& c, ReplyWriter& reply)
 {
-    pull(c, reply, Enumeration::Instances);
+    pull(c, reply, OpenEnumeration::Instances);
 }
 
 void pullInstancePaths(const Call& c, ReplyWriter& reply)
 {
-    pull(c, reply, Enumeration::Paths);
+    pull(c, reply, OpenEnumeration::Paths);
 }
 
 void closeEnumeration(const Call& c, ReplyWriter&)
