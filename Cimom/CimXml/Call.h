@@ -121,8 +121,7 @@ public:
     }
     Pegasus::String user() const
     {
-        const Pegasus::IdentityContainer container =
-            identity.get(Pegasus::IdentityContainer::NAME);
+        const Pegasus::IdentityContainer container = identity.get(Pegasus::IdentityContainer::NAME);
         return container.getUserName();
     }
     /// The classes that an operation on classes enumerates.
