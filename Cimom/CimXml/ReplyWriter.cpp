@@ -48,17 +48,25 @@ void ReplyWriter::writeResponse(const std::string& messageId, const std::string&
     finish("</" + tag + ">\n</SIMPLERSP>\n</MESSAGE>\n</CIM>\n");
 }
 
-void ReplyWriter::writeReturnValue(bool isAlways, const std::function<void()>& writeContent)
+void ReplyWriter::writeReturnValue(const std::function<void()>& writeContent)
 {
     const std::size_t start = text_.size();
     text_ += "<IRETURNVALUE>\n";
     const std::size_t content = text_.size();
     writeContent();
-    if (text_.size() == content && !isAlways) {
+    if (text_.size() == content && !keepsEmptyReturnValue_) {
         text_.resize(start);
     } else {
         finish("</IRETURNVALUE>\n");
     }
+    finish(outputParameters_);
+}
+
+void ReplyWriter::addOutputParameter(const std::string& name, const std::string& value)
+{
+    outputParameters_ += "<PARAMVALUE NAME=\"" + name + "\">\n<VALUE>";
+    xml::appendEscaped(outputParameters_, value);
+    outputParameters_ += "</VALUE>\n</PARAMVALUE>\n";
 }
 
 /// Ends an element, behind the last piece of its content.

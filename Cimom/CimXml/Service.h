@@ -11,6 +11,7 @@ namespace cimom
 {
 
 class Broker;
+class Enumerations;
 
 /// A request as the transport received it: the CIM headers (percent-decoded, absent when the
 /// request lacks them), the body, and the name of the authenticated user.
@@ -48,6 +49,6 @@ struct CimReply
 
 /// Decodes the request, runs its operation and encodes the result or the CIM error. Bad requests
 /// and failed operations do not throw.
-CimReply answerCimRequest(Broker& broker, const CimRequest& request);
+CimReply answerCimRequest(Broker&, Enumerations&, const CimRequest&);
 
 }  // namespace cimom

@@ -47,7 +47,7 @@ public:
         : state_{options,
                  std::move(handler),
                  LimitedLog(options.log),
-                 MemoryBudget(options.maxMemory != 0 ? options.maxMemory : usableMemory() / 4),
+                 MemoryBudget(budgetOf(options.maxMemory)),
                  {},
                  Turns(options.maxOperations),
                  readUsers(options),

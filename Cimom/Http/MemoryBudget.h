@@ -38,8 +38,9 @@ private:
     std::size_t taken_ = 0;
 };
 
-/// The memory that this process may use, in bytes: the least of its address space limit, the limits
-/// of its control groups, and the machine's memory.
-std::size_t usableMemory();
+/// The budget of a server: the bytes given, or when that is 0, a quarter of the memory that this
+/// process may use, which is the least of its address space limit, the limits of its control
+/// groups, and the machine's memory.
+std::size_t budgetOf(std::size_t given);
 
 }  // namespace cimom

@@ -66,7 +66,8 @@ inline bool isLetter(char c)
 /// Equality without ASCII case.
 bool equalNoCase(std::string_view a, std::string_view b);
 
-/// The bytes of a regular file of at most 16 MB. Throws std::runtime_error ("cannot read the WHAT file FILE: why").
+/// The bytes of a regular file of at most 16 MB. Throws std::runtime_error ("cannot read the WHAT
+/// file FILE: why").
 std::string readFile(const std::filesystem::path& file, const std::string& what);
 
 /// Reads a decimal number without leading zeros, or a hexadecimal one after 0x; numbers of a signed

@@ -1,6 +1,9 @@
 // qbx-cimserver: the embedded object manager as a program.
 #include "Broker/Broker.h"
+#include "CimXml/Enumerations.h"
+#include "CimXml/Service.h"
 #include "Http/HttpServer.h"
+#include "Http/MemoryBudget.h"
 #include "Http/PasswordFile.h"
 #include "Model/Errors.h"
 #include "Model/Text.h"
@@ -161,8 +164,9 @@ void serve(ServerOptions options)
     ObjectManager::current = &broker;
     options.http.log = log;
     const auto known = timeWritten(options.http.users);
-    const auto server = startHttpServer(options.http, [&broker](const CimRequest& request) {
-        return answerCimRequest(broker, request);
+    Enumerations enumerations(budgetOf(options.http.maxMemory) / 4);
+    const auto server = startHttpServer(options.http, [&](const CimRequest& request) {
+        return answerCimRequest(broker, enumerations, request);
     });
     warnOfExposure(options);
     warnOfOpenFile(options.http.users);

@@ -125,7 +125,8 @@ TEST(XmlTree, RefusesTooManyElementsAndTooManyLevels)
     EXPECT_EQ(outcomeOfParsing(repeated(64, "<A>") + repeated(64, "</A>")), "read");
     EXPECT_EQ(outcomeOfParsing(repeated(65, "<A>")), where + "elements are nested too deeply");
     EXPECT_EQ(outcomeOfParsing("<A>" + repeated(2000, "<B/>") + "</A>"), "read");
-    EXPECT_EQ(outcomeOfParsing("<A>" + repeated(100000, "<B/>")), where + "the elements need too much memory");
+    EXPECT_EQ(outcomeOfParsing("<A>" + repeated(100000, "<B/>")),
+              where + "the elements need too much memory");
 }
 
 TEST(XmlTree, TakesReferencesToControlCharactersAndNoncharacters)

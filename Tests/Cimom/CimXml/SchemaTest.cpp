@@ -127,5 +127,18 @@ TEST_F(SchemaOperation, GetQualifierReturnsTheDeclaration)
                      "PARAMETER=true INDICATION=true"}));
 }
 
+TEST_F(SchemaOperation, TraversalsFromAClassReturnClassesWithTheirPaths)
+{
+    const std::string base = className("T_Base", "ObjectName");
+    const Reply classes = send(intrinsic("Associators", base + propertyList({"Text"})));
+    EXPECT_EQ(lines(the(classes.response, "CLASSPATH")).back(), "CLASSNAME NAME=T_Static");
+    EXPECT_EQ(namesOf(the(classes.response, "CLASS"), "PROPERTY"), Lines{"Text"});
+    EXPECT_EQ(send(intrinsic("ReferenceNames", base)).response.children.at(0).children.at(1).name,
+              "OBJECTPATH");
+    EXPECT_EQ(send(intrinsic("ReferenceNames", className("T_All", "ObjectName")))
+                  .response.children.size(),
+              0U);
+}
+
 }  // namespace
 }  // namespace cimom
