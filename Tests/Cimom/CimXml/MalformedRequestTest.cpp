@@ -88,6 +88,17 @@ TEST_F(ServiceTest, RefusesEmbeddedInstancesNestedTooDeeply)
         << refusal;
 }
 
+TEST_F(ServiceTest, RefusesARequestCutOffAnywhereAndCallsNoProvider)
+{
+    CimRequest request =
+        extrinsic("<PARAMVALUE NAME='Count' PARAMTYPE='uint32'><VALUE>&#32;5</VALUE></PARAMVALUE>");
+    while (!request.body.empty()) {
+        request.body.pop_back();
+        ASSERT_EQ(answerCimRequest(*broker, enumerations, request).status, 400) << request.body;
+        ASSERT_EQ(scripted::calls, Lines{}) << request.body;
+    }
+}
+
 // ---- Documents: what the parser itself finds, the recorded exchanges show ----
 
 /// "read", or the error.
