@@ -77,7 +77,7 @@ std::string recordedCalls()
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    static const Server server;
+    static Server server;
     const CimRequest request = requestOf({data, data + size});
     qbxsim_recordCalls(1);
     CimReply reply = answerCimRequest(*server.broker, server.enumerations, request);
