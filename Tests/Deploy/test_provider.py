@@ -17,7 +17,7 @@ from Deploy.qbx_provider.server import Server as PegasusServer
 
 BUILD = pathlib.Path(os.environ["QBX_BUILD"]).resolve()
 PROGRAM, LIBRARIES = ROOT / "Deploy" / "qbx-provider", BUILD / "lib"
-LIBRARY, MODULE = "libQBX_DriveCageProvider.so", "QBX_DriveCageProviderModule"
+NAME, LIBRARY, MODULE = "QBX_DriveCageProvider", "libQBX_DriveCageProvider.so", "QBX_DriveCageProviderModule"
 CIMSERVER = """#include <stdio.h>
 #include <string.h>
 #include <unistd.h>
@@ -25,7 +25,8 @@ int main(int n, char** a) { if (n == 1) pause(); else if (strcmp(a[1], "-v") == 
 """
 # The schema of these tests: the module serves a cage and its one family, and looks up the system.
 SUPERCLASSES = {"QBX_StorageSystem": "CIM_A", "QBX_DriveCage": "CIM_B", "QBX_DriveCageDC1Family": "QBX_DriveCage"}
-MANIFEST = {"classes": SUPERCLASSES, "looked_up": ["QBX_StorageSystem"]}
+LOOKED_UP = ["QBX_StorageSystem"]
+FILES = {"mof": "classes.mof", "registration": "registration.mof", "needs_system": []}
 DMTF = {"CIM_A": ["", []], "CIM_B": ["", []]}
 EMPTY: dict = {"classes": {}, "registered": [], "instances": []}
 SETTINGS = ["providerDir=lib"]
@@ -40,7 +41,7 @@ UPGRADE = [STOP, *DELETE_BOTH, DEFINE, UNREGISTER, REGISTER]
 
 def registration(module, version):
     owner, served = {"ProviderModuleName": module}, ["QBX_DriveCage", "QBX_DriveCageDC1Family"]
-    marks = {"InterfaceType": "C++Default", "InterfaceVersion": "2.6.0", "Location": "QBX"}
+    marks = {"InterfaceType": "C++Default", "InterfaceVersion": "2.6.0", "Location": NAME}
     capability = {**owner, "ProviderName": "P", "Namespaces": ["root/qbx"], "ProviderType": ["2"]}
     return [
         ["PG_ProviderModule", {"Name": module, "Version": version, **marks}],
@@ -75,10 +76,12 @@ class Provider(Test):
         for version, properties in ("1.0.0", ["Tag"]), ("1.0.1", ["Tag", "Extra"]):
             folder = self.home / version
             folder.mkdir()
-            (folder / "manifest.json").write_text(json.dumps({"version": version, **MANIFEST}))
+            declared = {"classes": SUPERCLASSES, "looked_up": LOOKED_UP}
+            manifest = {"name": NAME, "version": version, **FILES, **declared}
+            (folder / "manifest.json").write_text(json.dumps(manifest))
             classes = {name: [base, []] for name, base in SUPERCLASSES.items()}
             classes["QBX_DriveCage"][1] = properties
-            self.write_mof(f"{version}/qbx_classes.mof", classes=classes)
+            self.write_mof(f"{version}/classes.mof", classes=classes)
             self.write_mof(f"{version}/registration.mof", registered=registration(MODULE, version))
             (folder / LIBRARY).write_bytes((LIBRARIES / LIBRARY).read_bytes() + version.encode())
         fake = pathlib.Path(__file__).with_name("fake_server.py")
@@ -111,8 +114,7 @@ class Provider(Test):
     def run_program(self, command, *options, version="1.0.0", event=None):
         """Exit status and output of the program, and the commands that changed the server."""
         self.write_state(**self.state() | ({"event": event} if event else {}))
-        folder = self.home / version
-        arguments = [command, "--module", folder / LIBRARY, "--mof", folder]
+        arguments = [command, self.home / version / "manifest.json"]
         environment = {**os.environ, "PEGASUS_HOME": str(self.home)}
         done = subprocess.run([PROGRAM, *arguments, *options], capture_output=True, text=True, env=environment)
         return done.returncode, done.stdout + done.stderr, self.state()["calls"]
@@ -146,8 +148,8 @@ class Provider(Test):
 
 class Commands(Provider):
     def test_installation_is_done_once(self):
-        self.succeeds("install", output="installed: version 1.0.0", calls=[DEFINE, REGISTER])
-        self.succeeds("install", output="installed: version 1.0.0")
+        self.succeeds("install", output="installed: QBX_DriveCageProvider 1.0.0", calls=[DEFINE, REGISTER])
+        self.succeeds("install", output="installed: QBX_DriveCageProvider 1.0.0")
         self.succeeds("check", output="classes:          as in this version")
 
     def test_check_names_what_is_missing(self):
@@ -161,7 +163,7 @@ class Commands(Provider):
     def test_upgrade_replaces_what_differs(self):
         self.run_program("install")
         with (self.home / "lib" / LIBRARY).open("rb") as mapped:
-            self.succeeds("install", version="1.0.1", output="version 1.0.1", calls=UPGRADE)
+            self.succeeds("install", version="1.0.1", output="installed: QBX_DriveCageProvider 1.0.1", calls=UPGRADE)
             old = (self.home / "1.0.0" / LIBRARY).read_bytes()
             self.assertEqual(mapped.read(), old, "the file that a process has mapped was changed")
         self.succeeds("check", version="1.0.1", output="registration:     as in this version")
