@@ -36,9 +36,9 @@ def require_finished_others(record: Record) -> None:
     """No other module is half installed or half removed: who knows what that still takes."""
     for other in record.others():
         if begun := other.entries.get("begun"):
-            name, command = other.folder.name, begun.split()[0]
-            remedy = f"Finish that first: qbx-provider {command} for that module."
-            raise CommandError("check what is there", f"{name}: begun, not finished: {begun}", remedy)
+            reason = f"{other.folder.name}: begun, not finished: {begun}"
+            remedy = f"Finish that first: qbx-provider {begun.split()[0]} with the manifest of that module."
+            raise CommandError("check what is there", reason, remedy)
 
 
 def require_own_library(target: Target, payload: Payload | None) -> None:

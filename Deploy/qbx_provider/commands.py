@@ -123,9 +123,7 @@ def make_plan(target: Target, payload: Payload, options: Options) -> Plan:
         foreign=sorted(foreign),
         created=[name for name in payload.superclasses if name in differing - foreign],
         replaced=[name for name in own if name in differing or name not in payload.superclasses],
-        defined=[
-            name for name in payload.superclasses if name in {*owned, *shared} or name not in there
-        ],
+        defined=[name for name in payload.superclasses if name not in there - {*owned, *shared}],
         place=digest(target.library) != digest(payload.library),
         register=bool(registered.differences(payload.registration(server))),
         group=GROUPS.get(options.process or "", registered.group),
@@ -190,8 +188,7 @@ def remove(target: Target, dry_run: bool) -> None:
     checks.require_own_library(target, None)
     checks.lock(target)
     old = record.installed()
-    theirs = shared_classes(record)
-    classes = [name for name in entries["classes"] if name in there and name not in theirs]
+    classes = [name for name in entries["classes"] if name in there - shared_classes(record)]
     instances = entries.get("instances", [])
     run_steps(
         [
@@ -204,7 +201,10 @@ def remove(target: Target, dry_run: bool) -> None:
         ],
         dry_run,
     )
-    if entries.get("schema") and not record.others():
+    others = record.others()
+    if entries.get("schema") and others and not dry_run:
+        others[0].write({**others[0].entries, "schema": True})  # for when that is removed
+    elif entries.get("schema"):
         say(
             f"The DMTF schema stays in {NAMESPACE}: the server cannot delete all its classes."
             f" If nobody else uses it: {server.without_namespace()}"

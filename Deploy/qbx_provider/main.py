@@ -76,9 +76,7 @@ def chosen_module(server: Server, given: str | None) -> tuple[Target, pathlib.Pa
         target = commands.open_target(server, given)
         if target.record.entries:
             return target, target.record.copies / MANIFEST
-    reason = f"there is no file {manifest}, and no module of that name is installed"
-    if not given:
-        reason = "the source tree has no build of its own"
+    reason = f"there is no file {given or MANIFEST}, and no module of that name is installed"
     remedy = f"Give the {MANIFEST} of its build or package, or an installed module's name."
     raise CommandError("find the module", reason, remedy)
 
@@ -90,9 +88,8 @@ def run(options: argparse.Namespace) -> int:
     if options.command == "remove":
         commands.remove(target, options.dry_run)
         return 0
-    packaged = [package.LIBRARIES] if package.LIBRARIES else []
-    libraries = [options.library] if options.library else [manifest.parent, *packaged]
-    payload = Payload(manifest, [folder.resolve() for folder in libraries])
+    libraries = [options.library] if options.library else [manifest.parent, package.LIBRARIES]
+    payload = Payload(manifest, [folder.resolve() for folder in libraries if folder])
     client: Client = LocalClient(server)
     if options.user:
         client = WireClient(server, options.user, password(options), options.url)

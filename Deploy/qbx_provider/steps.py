@@ -238,6 +238,10 @@ def define_classes(server: Server, payload: Payload, replaced: list[str]) -> Non
     server.compile(remedy, NAMESPACE, payload.classes_mof, "-aEV")
 
 
+def counted(classes: list[str]) -> str:
+    return f"{len(classes)} class{'es' * (len(classes) != 1)}"
+
+
 @dataclasses.dataclass
 class LoadSchema(Step):
     """The DMTF schema stays in the namespace: the server cannot delete all its classes."""
@@ -272,7 +276,7 @@ class DefineClasses(Step):
 
     @property
     def text(self) -> str:
-        return f"define {len(self.created)} classes in {NAMESPACE}"
+        return f"define {counted(self.created)} in {NAMESPACE}"
 
     def do(self) -> None:
         self.payload.declared_classes(self.target.server)  # all of them, or none
@@ -294,7 +298,7 @@ class DeleteClasses(Step):
 
     @property
     def text(self) -> str:
-        return f"delete {len(self.classes)} classes from {NAMESPACE}"
+        return f"delete {counted(self.classes)} from {NAMESPACE}"
 
     def do(self) -> None:
         self.target.server.delete_classes(self.classes)

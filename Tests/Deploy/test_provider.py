@@ -26,7 +26,7 @@ int main(int n, char** a) { if (n == 1) pause(); else if (strcmp(a[1], "-v") == 
 # The schema of these tests: the module serves a cage and its one family, and looks up the system.
 SUPERCLASSES = {"QBX_StorageSystem": "CIM_A", "QBX_DriveCage": "CIM_B", "QBX_DriveCageDC1Family": "QBX_DriveCage"}
 LOOKED_UP = ["QBX_StorageSystem"]
-FILES = {"mof": "classes.mof", "registration": "registration.mof", "needs_system": []}
+FILES = {"mof": "classes.mof", "registration": "registration.mof", "looked_up": LOOKED_UP, "needs_system": []}
 DMTF = {"CIM_A": ["", []], "CIM_B": ["", []]}
 EMPTY: dict = {"classes": {}, "registered": [], "instances": []}
 SETTINGS = ["providerDir=lib"]
@@ -39,9 +39,9 @@ DELETE_BOTH, DELETE_CAGE = DELETE_ALL[:2], DELETE_ALL[1]  # the cage and its fam
 UPGRADE = [STOP, *DELETE_BOTH, DEFINE, UNREGISTER, REGISTER]
 
 
-def registration(module, version):
-    owner, served = {"ProviderModuleName": module}, ["QBX_DriveCage", "QBX_DriveCageDC1Family"]
-    marks = {"InterfaceType": "C++Default", "InterfaceVersion": "2.6.0", "Location": NAME}
+def registration(module, version, served=tuple(SUPERCLASSES)[1:]):
+    owner = {"ProviderModuleName": module}
+    marks = {"InterfaceType": "C++Default", "InterfaceVersion": "2.6.0", "Location": module.removesuffix("Module")}
     capability = {**owner, "ProviderName": "P", "Namespaces": ["root/qbx"], "ProviderType": ["2"]}
     return [
         ["PG_ProviderModule", {"Name": module, "Version": version, **marks}],
@@ -74,21 +74,25 @@ class Provider(Test):
             (self.home / "CIM241" / f"{name}.mof").touch()
         self.write_mof("CIM241/CIM_Schema.mof", classes=DMTF)
         for version, properties in ("1.0.0", ["Tag"]), ("1.0.1", ["Tag", "Extra"]):
-            folder = self.home / version
-            folder.mkdir()
-            declared = {"classes": SUPERCLASSES, "looked_up": LOOKED_UP}
-            manifest = {"name": NAME, "version": version, **FILES, **declared}
-            (folder / "manifest.json").write_text(json.dumps(manifest))
-            classes = {name: [base, []] for name, base in SUPERCLASSES.items()}
-            classes["QBX_DriveCage"][1] = properties
-            self.write_mof(f"{version}/classes.mof", classes=classes)
-            self.write_mof(f"{version}/registration.mof", registered=registration(MODULE, version))
-            (folder / LIBRARY).write_bytes((LIBRARIES / LIBRARY).read_bytes() + version.encode())
+            self.write_module(version, NAME, SUPERCLASSES, properties)
         fake = pathlib.Path(__file__).with_name("fake_server.py")
         for program in ("cimcli", "cimmof", "cimprovider", "cimconfig"):
             shutil.copy(fake, self.home / "bin" / program)
         self.write_state(classes=DMTF)
         self.run_server("2.14.4")
+
+    def write_module(self, version, name, superclasses, properties=()):
+        """The files of a version of a module: its cages have these properties."""
+        folder = self.home / version
+        folder.mkdir()
+        manifest = {"name": name, "version": version, "classes": superclasses, **FILES}
+        (folder / "manifest.json").write_text(json.dumps(manifest))
+        classes = {each: [base, []] for each, base in superclasses.items()}
+        classes.get("QBX_DriveCage", ["", []])[1] += properties
+        self.write_mof(f"{version}/classes.mof", classes=classes)
+        registered = registration(f"{name}Module", version, [each for each in classes if each not in LOOKED_UP])
+        self.write_mof(f"{version}/registration.mof", registered=registered)
+        (folder / f"lib{name}.so").write_bytes((LIBRARIES / LIBRARY).read_bytes() + version.encode())
 
     def write_mof(self, name, **content):
         (self.home / name).write_text(json.dumps({**EMPTY, **content}))
@@ -232,6 +236,48 @@ class Commands(Provider):
         self.assertEqual(modules, server.provider_folder)
         self.assertEqual(schema, server.schema_folder(None))
         self.assertEqual(root / "var/lib/Pegasus/repository", server.repository)
+
+
+class SeveralModules(Provider):
+    """The drive cage module, and "node" beside it, which has the storage system's class, too."""
+
+    def setUp(self):
+        super().setUp()
+        self.write_module("node", "QBX_Node", {"QBX_StorageSystem": "CIM_A", "QBX_Node": "CIM_B"})
+
+    def test_second_is_installed_and_removed_alone(self):
+        self.run_program("install")
+        before = self.installed()
+        self.succeeds("install", version="node", output="define 1 class in", calls=[DEFINE, REGISTER])
+        self.succeeds("check", output="registration:     as in this version")
+        self.run_program("remove", version="node")
+        self.assertEqual(self.installed(), before)
+
+    def test_classes_of_two_stay_until_both_are_removed(self):
+        self.run_program("install")
+        self.run_program("install", version="node")
+        self.succeeds("remove", calls=[UNREGISTER, *DELETE_BOTH])
+        self.succeeds("check", version="node")
+        self.run_program("remove", version="node")
+        self.assertEqual((self.state()["classes"], self.state()["registered"]), (DMTF, []))
+
+    def test_rejects_installation_beside_half_an_installation(self):
+        self.run_program("install", event=(DEFINE, "kill"))
+        self.refused("QBX_DriveCageProvider: begun, not finished: install 1.0.0", version="node")
+
+    @cases(
+        Case("no_manifest", None, "manifest.json, and no module of that name is installed"),
+        Case("no_json", "MOF", "read the manifest: "),
+        Case("another_file", "[]", "it is the manifest of nothing"),
+    )
+    def test_rejects_module_without_manifest(self, content, reason):
+        file = self.home / "node" / "manifest.json"
+        file.write_text(content) if content else file.unlink()
+        self.refused(reason, version="node")
+
+    def test_rejects_manifest_that_differs_from_the_mof(self):
+        self.write_mof("node/classes.mof", classes={"QBX_Node": ["CIM_B", []]})
+        self.refused("classes.mof declares QBX_StorageSystem otherwise, or not", version="node")
 
 
 class Interruptions(Provider):
