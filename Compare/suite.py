@@ -181,9 +181,21 @@ class Suite:
             self.send(operation, ObjectName=cage, **ORIGINS)
             self.send(operation, ObjectName=cage, PropertyList=["Tag", "Antecedent", "Name"])
         self.send("Associators", ObjectName=cage, AssocClass="Nope")
-        for name in (CAGE, LINKS[0], "Nope"):
+        for name in (CAGE, CAGES[1], MAGAZINE, "CIM_PhysicalElement", LINKS[0], "Nope"):
             for operation in TRAVERSALS:
                 self.send(operation, ObjectName=name)
+        for operation in TRAVERSALS[:2]:
+            for link in (*LINKS, "CIM_Container", "Nope"):
+                self.send(operation, ObjectName=CAGE, AssocClass=link)
+            for result in (MAGAZINE, "CIM_PhysicalPackage", "Nope"):
+                self.send(operation, ObjectName=CAGE, ResultClass=result)
+            self.send(operation, ObjectName=CAGE, ResultRole="GroupComponent")
+        for operation in TRAVERSALS[2:]:
+            for link in (LINKS[0], "CIM_Container", "Nope"):
+                self.send(operation, ObjectName=CAGE, ResultClass=link)
+        for operation in TRAVERSALS:
+            self.send(operation, ObjectName=CAGE, Role="PartComponent")
+        self.send("References", ObjectName=CAGE, PropertyList=["PartComponent"], **ORIGINS)
 
     def discovery(self):
         for name in INTEROP:

@@ -1,6 +1,7 @@
 // The CIM-XML service over the real module and the simulated array. An input is header lines (User,
 // CIMProtocolVersion, CIMMethod, CIMObject, CIMBatch), an empty line, and the body.
 #include "Broker/Broker.h"
+#include "CimXml/Enumerations.h"
 #include "CimXml/Service.h"
 #include "Fuzz.h"
 #include "Model/Text.h"
@@ -42,6 +43,7 @@ struct Server
     const fuzz::Folder folder;
     Repository repository;
     std::unique_ptr<Broker> broker;
+    Enumerations enumerations{1024 * 1024};
 };
 
 CimRequest requestOf(const std::string& input)
@@ -75,10 +77,10 @@ std::string recordedCalls()
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    static const Server server;
+    static Server server;
     const CimRequest request = requestOf({data, data + size});
     qbxsim_recordCalls(1);
-    CimReply reply = answerCimRequest(*server.broker, request);
+    CimReply reply = answerCimRequest(*server.broker, server.enumerations, request);
     while (reply.rest && reply.rest(reply.body)) {
     }
     if (reply.status == 200) {

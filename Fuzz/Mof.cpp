@@ -22,9 +22,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     std::string all;
     for (const CIMName& name : repository.subclassNames(nameSpace, CIMName(), true)) {
-        xml::appendClass(all, *repository.findClass(nameSpace, name));
+        xml::Encoder(all).writeClass(*repository.findClass(nameSpace, name));
         for (const CIMInstance& instance : repository.instancesOf(nameSpace, name))
-            xml::appendInstance(all, instance.object());
+            xml::Encoder(all).writeInstance(instance.object());
     }
     fuzz::checkXml("<ALL>" + all + "</ALL>");
     return 0;

@@ -18,11 +18,11 @@ std::string rewritten(const std::string& document)
     const XmlElement element = parseXml(document);
     std::string out;
     if (element.name == "INSTANCE")
-        xml::appendInstance(out, xml::decodeInstance(element).object());
+        xml::Encoder(out).writeInstance(xml::decodeInstance(element).object());
     else if (element.name == "INSTANCENAME")
-        xml::appendInstanceName(out, xml::decodeInstanceName(element));
+        xml::Encoder(out).writeInstanceName(xml::decodeInstanceName(element));
     else
-        xml::appendParamValue(out, xml::decodeParamValue(element));
+        xml::Encoder(out).writeParamValue(xml::decodeParamValue(element));
     return out;
 }
 
@@ -41,7 +41,7 @@ void checkPath(const CIMObjectPath& path) noexcept
                     QBX_Common::matchObjectPath(path, again),
                 "a path reads back as it was written: " + toUtf8(path.toString()));
     std::string element;
-    xml::appendInstanceName(element, path);
+    xml::Encoder(element).writeInstanceName(path);
     checkElement(rewritten(element));
 }
 

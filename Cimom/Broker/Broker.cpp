@@ -79,15 +79,10 @@ void forEachClass(const std::vector<CIMName>& names, bool skipsNotSupported, Enu
 }
 
 /// The path without host and namespace, as an object is named within its namespace.
-void makeLocal(CIMObjectPath& path)
+CIMObjectPath localPath(CIMObjectPath path)
 {
     path.setHost(String());
     path.setNameSpace(CIMNamespaceName());
-}
-
-CIMObjectPath localPath(CIMObjectPath path)
-{
-    makeLocal(path);
     return path;
 }
 
@@ -99,26 +94,14 @@ CIMPropertyList propertyNames(const Class& definition)
     return CIMPropertyList(names);
 }
 
-/// The traversal of a references operation, whose result class is the association class. It does
-/// not restrict the objects at the other end.
-Traversal byAssociation(const Traversal& references)
-{
-    return {references.source, references.resultClass, CIMName(), references.role, String()};
-}
-
 }  // namespace
 
 Broker::Broker(Repository& repository, const BrokerOptions& options)
-    : repository_(repository), options_(options), registry_(repository, options)
+    : repository_(repository),
+      options_(options),
+      registry_(repository, options),
+      associations_(repository)
 {
-    for (const CIMNamespaceName& nameSpace : repository.namespaces()) {
-        for (const CIMName& name : repository.subclassNames(nameSpace, CIMName(), true)) {
-            const ClassPtr definition = repository.findClass(nameSpace, name);
-            if (!definition->isAssociation()) continue;
-            associations_.push_back(
-                {nameSpace, definition, repository.lineage(nameSpace, name, CIM_ERR_FAILED)});
-        }
-    }
 }
 
 CIMObjectPath Broker::reference(const CIMNamespaceName& nameSpace, CIMObjectPath path) const
@@ -136,6 +119,11 @@ void Broker::locate(const CIMNamespaceName& nameSpace, CIMObjectPath& path) cons
 
 // ---- Schema ----
 
+CIMObjectPath Broker::classPath(const CIMNamespaceName& nameSpace, const CIMName& className) const
+{
+    return CIMObjectPath(options_.hostName, nameSpace, className);
+}
+
 CIMClass Broker::getClass(const OperationContext&, const CIMNamespaceName& nameSpace,
                           const CIMName& className, const ClassView& view)
 {
@@ -144,17 +132,11 @@ CIMClass Broker::getClass(const OperationContext&, const CIMNamespaceName& nameS
 
 // ---- Instances ----
 
-ProviderObject* Broker::instanceProvider(const CIMNamespaceName& nameSpace,
-                                         const CIMName& className) const
-{
-    return registry_.find(nameSpace, className, ProviderKind::Instance);
-}
-
 ProviderObject* Broker::writingProvider(const CIMNamespaceName& nameSpace,
                                         const CIMName& className) const
 {
     repository_.requireClass(nameSpace, className, CIM_ERR_INVALID_CLASS);
-    ProviderObject* const target = instanceProvider(nameSpace, className);
+    ProviderObject* const target = registry_.find(nameSpace, className, ProviderKind::Instance);
     const bool isWritable = options_.writableInstances && !nameSpace.equal(interopNamespace);
     if (target != nullptr || isWritable) return target;
     throw CIMException(
@@ -177,7 +159,8 @@ CIMInstance Broker::getInstance(const OperationContext& context, const CIMNamesp
     repository_.requireClass(nameSpace, path.getClassName(), CIM_ERR_INVALID_CLASS);
     const InstanceFilter filter(requested);
     const InstanceView& view = filter.view();
-    ProviderObject* const target = instanceProvider(nameSpace, path.getClassName());
+    ProviderObject* const target =
+        registry_.find(nameSpace, path.getClassName(), ProviderKind::Instance);
     const auto call = [&](auto& provider, const OperationContext& callContext, auto& handler) {
         provider.getInstance(callContext, reference(nameSpace, path), view.includeQualifiers,
                              view.includeClassOrigin, view.properties, handler);
@@ -189,10 +172,25 @@ CIMInstance Broker::getInstance(const OperationContext& context, const CIMNamesp
     return found.isUninitialized() ? found : filter.apply(found, localPath(found.getPath()));
 }
 
+void Broker::putInForm(PathForm form, const CIMNamespaceName& nameSpace, CIMObjectPath& path) const
+{
+    if (form == PathForm::Full) return locate(nameSpace, path);
+    path.setHost(String());
+    path.setNameSpace(CIMNamespaceName());
+}
+
 Array<CIMInstance> Broker::enumerateInstances(const OperationContext& context,
                                               const CIMNamespaceName& nameSpace,
                                               const CIMName& className, bool deep,
-                                              const InstanceView& requested)
+                                              const InstanceView& view)
+{
+    return enumerateInstances(context, nameSpace, className, deep, view, PathForm::Local);
+}
+
+Array<CIMInstance> Broker::enumerateInstances(const OperationContext& context,
+                                              const CIMNamespaceName& nameSpace,
+                                              const CIMName& className, bool deep,
+                                              const InstanceView& requested, PathForm form)
 {
     const std::vector<CIMName> names = withSubclasses(nameSpace, className);
     // Without DeepInheritance, instances of subclasses show the properties of the class only, as if
@@ -205,11 +203,11 @@ Array<CIMInstance> Broker::enumerateInstances(const OperationContext& context,
     const InstanceView& view = filter.view();
     Array<CIMInstance> results;
     forEachClass(names, names.size() > 1, [&](const CIMName& name) {
-        ProviderObject* const target = instanceProvider(nameSpace, name);
+        ProviderObject* const target = registry_.find(nameSpace, name, ProviderKind::Instance);
         const auto call = [&](auto& provider, const OperationContext& callContext, auto& handler) {
-            provider.enumerateInstances(
-                callContext, CIMObjectPath(options_.hostName, nameSpace, name),
-                view.includeQualifiers, view.includeClassOrigin, view.properties, handler);
+            provider.enumerateInstances(callContext, classPath(nameSpace, name),
+                                        view.includeQualifiers, view.includeClassOrigin,
+                                        view.properties, handler);
         };
         Array<CIMInstance> found;
         if (target != nullptr) {
@@ -220,7 +218,9 @@ Array<CIMInstance> Broker::enumerateInstances(const OperationContext& context,
         }
         for (Uint32 i = 0; i < found.size(); ++i) {
             const CIMInstance instance = std::exchange(found[i], CIMInstance());
-            results.append(filter.apply(instance, localPath(instance.getPath())));
+            CIMObjectPath path = instance.getPath();
+            putInForm(form, nameSpace, path);
+            results.append(filter.apply(instance, path));
         }
     });
     return results;
@@ -230,23 +230,32 @@ Array<CIMObjectPath> Broker::enumerateInstanceNames(const OperationContext& cont
                                                     const CIMNamespaceName& nameSpace,
                                                     const CIMName& className)
 {
+    return enumerateInstanceNames(context, nameSpace, className, PathForm::Local);
+}
+
+Array<CIMObjectPath> Broker::enumerateInstanceNames(const OperationContext& context,
+                                                    const CIMNamespaceName& nameSpace,
+                                                    const CIMName& className, PathForm form)
+{
     const std::vector<CIMName> names = withSubclasses(nameSpace, className);
     Array<CIMObjectPath> results;
     forEachClass(names, names.size() > 1, [&](const CIMName& name) {
-        ProviderObject* const target = instanceProvider(nameSpace, name);
+        ProviderObject* const target = registry_.find(nameSpace, name, ProviderKind::Instance);
         if (target == nullptr) {
-            for (const CIMInstance& stored : repository_.instancesOf(nameSpace, name))
-                results.append(stored.getPath());
+            for (const CIMInstance& stored : repository_.instancesOf(nameSpace, name)) {
+                CIMObjectPath path = stored.getPath();
+                putInForm(form, nameSpace, path);
+                results.append(path);
+            }
             return;
         }
         const auto call = [&](auto& provider, const OperationContext& callContext, auto& handler) {
-            provider.enumerateInstanceNames(
-                callContext, CIMObjectPath(options_.hostName, nameSpace, name), handler);
+            provider.enumerateInstanceNames(callContext, classPath(nameSpace, name), handler);
         };
         Array<CIMObjectPath> found =
             callProvider<CIMInstanceProvider, PathListHandler>(context, *target, call);
         for (Uint32 i = 0; i < found.size(); ++i)
-            makeLocal(found[i]);
+            putInForm(form, nameSpace, found[i]);
         results.appendArray(found);
     });
     return results;
@@ -337,43 +346,14 @@ CIMValue Broker::invokeMethod(const OperationContext& context, const CIMNamespac
 
 // ---- Associations ----
 
-std::vector<CIMName> Broker::associationsOf(const CIMNamespaceName& nameSpace,
-                                            const Traversal& traversal) const
-{
-    const CIMName& wanted = traversal.associationClass;
-    const CIMName& source = traversal.source.getClassName();
-    if (!wanted.isNull()) repository_.requireClass(nameSpace, wanted, CIM_ERR_INVALID_PARAMETER);
-    if (!traversal.resultClass.isNull()) {
-        repository_.requireClass(nameSpace, traversal.resultClass, CIM_ERR_INVALID_CLASS);
-    }
-    const std::vector<CIMName> fitting =
-        repository_.lineage(nameSpace, source, CIM_ERR_INVALID_PARAMETER);
-
-    const auto has = [](const std::vector<CIMName>& names, const CIMName& name) {
-        return std::find(names.begin(), names.end(), name) != names.end();
-    };
-    const auto fitsSource = [&](const auto& property) {
-        return property->value.getType() == CIMTYPE_REFERENCE &&
-               has(fitting, property->referenceClassName);
-    };
-    std::vector<CIMName> names;
-    for (const Association& association : associations_) {
-        const auto& properties = association.definition->properties;
-        const bool isWanted = (wanted.isNull() || has(association.lineage, wanted)) &&
-                              std::any_of(properties.begin(), properties.end(), fitsSource);
-        if (isWanted && association.nameSpace.equal(nameSpace))
-            names.push_back(association.definition->name());
-    }
-    return names;
-}
-
 template <class Handler, class Call>
 auto Broker::traverse(const OperationContext& context, const CIMNamespaceName& nameSpace,
                       const Traversal& traversal, Call call) const
 {
     const CIMObjectPath source = reference(nameSpace, traversal.source);
     decltype(std::declval<Handler>().result()) results;
-    forEachClass(associationsOf(nameSpace, traversal), true, [&](const CIMName& association) {
+    const auto& names = associations_.associationsOf(nameSpace, traversal);
+    forEachClass(names, true, [&](const CIMName& association) {
         ProviderObject* const target =
             registry_.find(nameSpace, association, ProviderKind::Association);
         if (target == nullptr) return;
@@ -414,8 +394,8 @@ Array<CIMInstance> Broker::associators(const OperationContext& context,
 {
     const InstanceFilter filter(requested);
     const InstanceView& view = filter.view();
-    const auto call = [&](auto& provider, const OperationContext& callContext,
-                          const CIMObjectPath& source, const CIMName& association, auto& handler) {
+    const auto call = [&](auto& provider, auto& callContext, auto& source, auto& association,
+                          auto& handler) {
         provider.associators(callContext, source, association, traversal.resultClass,
                              traversal.role, traversal.resultRole, view.includeQualifiers,
                              view.includeClassOrigin, view.properties, handler);
@@ -428,8 +408,8 @@ Array<CIMObjectPath> Broker::associatorNames(const OperationContext& context,
                                              const CIMNamespaceName& nameSpace,
                                              const Traversal& traversal)
 {
-    const auto call = [&](auto& provider, const OperationContext& callContext,
-                          const CIMObjectPath& source, const CIMName& association, auto& handler) {
+    const auto call = [&](auto& provider, auto& callContext, auto& source, auto& association,
+                          auto& handler) {
         provider.associatorNames(callContext, source, association, traversal.resultClass,
                                  traversal.role, traversal.resultRole, handler);
     };
@@ -442,8 +422,8 @@ Array<CIMInstance> Broker::references(const OperationContext& context,
 {
     const InstanceFilter filter(requested);
     const InstanceView& view = filter.view();
-    const auto call = [&](auto& provider, const OperationContext& callContext,
-                          const CIMObjectPath& source, const CIMName& association, auto& handler) {
+    const auto call = [&](auto& provider, auto& callContext, auto& source, auto& association,
+                          auto& handler) {
         provider.references(callContext, source, association, traversal.role,
                             view.includeQualifiers, view.includeClassOrigin, view.properties,
                             handler);
@@ -457,8 +437,8 @@ Array<CIMObjectPath> Broker::referenceNames(const OperationContext& context,
                                             const CIMNamespaceName& nameSpace,
                                             const Traversal& traversal)
 {
-    const auto call = [&](auto& provider, const OperationContext& callContext,
-                          const CIMObjectPath& source, const CIMName& association, auto& handler) {
+    const auto call = [&](auto& provider, auto& callContext, auto& source, auto& association,
+                          auto& handler) {
         provider.referenceNames(callContext, source, association, traversal.role, handler);
     };
     return located(nameSpace,

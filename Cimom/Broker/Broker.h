@@ -1,6 +1,7 @@
 // How an operation reaches providers and the repository.
 #pragma once
 
+#include "Broker/AssociationSchema.h"
 #include "Broker/Registry.h"
 #include "Model/ObjectManager.h"
 #include "Repository/Repository.h"
@@ -19,15 +20,11 @@ namespace cimom
 
 class InstanceFilter;
 
-/// Where a traversal of associations starts and what it is narrowed down to; null names and empty
-/// roles let everything pass. References use `resultClass` for the association.
-struct Traversal
+/// How paths in results name instances: within their namespace, or with host and namespace.
+enum class PathForm
 {
-    CIMObjectPath source;
-    CIMName associationClass;
-    CIMName resultClass;
-    Pegasus::String role;
-    Pegasus::String resultRole;
+    Local,
+    Full
 };
 
 /// Routes operations: subclass fan-out, association routing, static instances, upcalls with their
@@ -42,9 +39,9 @@ struct Traversal
 /// The results of a provider count once it has called complete(). A provider that returns without
 /// doing so has delivered nothing: an uninitialized instance, an empty path, no results.
 ///
-/// Paths of enumerated and fetched instances come back without host and namespace, paths from
-/// association operations with both. Returned instances may share properties with those that the
-/// provider delivered.
+/// Paths of enumerated and fetched instances come back without host and namespace unless asked for,
+/// paths from association operations with both. Returned instances may share properties with those
+/// that the provider delivered.
 class Broker : public ObjectManager
 {
 public:
@@ -63,6 +60,9 @@ public:
     // ---- Schema ----
 
     const Repository& schema() const { return repository_; }
+    const AssociationSchema& associations() const { return associations_; }
+    /// The class's path, with this server's host.
+    CIMObjectPath classPath(const CIMNamespaceName&, const CIMName& className) const;
     CIMClass getClass(const OperationContext&, const CIMNamespaceName&, const CIMName& className,
                       const ClassView&) override;
 
@@ -73,8 +73,13 @@ public:
     Array<CIMInstance> enumerateInstances(const OperationContext&, const CIMNamespaceName&,
                                           const CIMName& className, bool deep,
                                           const InstanceView&) override;
+    Array<CIMInstance> enumerateInstances(const OperationContext&, const CIMNamespaceName&,
+                                          const CIMName& className, bool deep, const InstanceView&,
+                                          PathForm);
     Array<CIMObjectPath> enumerateInstanceNames(const OperationContext&, const CIMNamespaceName&,
                                                 const CIMName& className) override;
+    Array<CIMObjectPath> enumerateInstanceNames(const OperationContext&, const CIMNamespaceName&,
+                                                const CIMName& className, PathForm);
     CIMObjectPath createInstance(const OperationContext&, const CIMNamespaceName&,
                                  const CIMInstance&);
     /// The instance's path names the target.
@@ -107,13 +112,9 @@ public:
 private:
     /// The class, in the client's spelling, and all below it in schema order.
     std::vector<CIMName> withSubclasses(const CIMNamespaceName&, const CIMName& className) const;
-    /// The association classes of a traversal, in schema order: those with a reference that the
-    /// source fits, of the association class given and its subclasses if one is given. Throws
-    /// CIMException for unknown classes.
-    std::vector<CIMName> associationsOf(const CIMNamespaceName&, const Traversal&) const;
-
     /// The path as a provider receives it: with this server's host and the request's namespace.
     CIMObjectPath reference(const CIMNamespaceName&, CIMObjectPath) const;
+    void putInForm(PathForm, const CIMNamespaceName&, CIMObjectPath&) const;
     /// Gives the path this server's host and the namespace where it has none.
     void locate(const CIMNamespaceName&, CIMObjectPath&) const;
     Array<CIMObjectPath> located(const CIMNamespaceName&, Array<CIMObjectPath>) const;
@@ -121,10 +122,8 @@ private:
     Array<CIMInstance> filtered(const InstanceFilter&, const CIMNamespaceName&,
                                 Array<Pegasus::CIMObject> objects) const;
 
-    /// The provider of the class's instances; null when the repository serves them.
-    ProviderObject* instanceProvider(const CIMNamespaceName&, const CIMName& className) const;
-    /// The same for operations that write. Throws CIM_ERR_NOT_SUPPORTED when the class has neither
-    /// a provider nor instances that clients may change.
+    /// The provider of the class's instances for operations that write; null when the repository
+    /// serves them. Throws CIM_ERR_NOT_SUPPORTED when clients may not change those.
     ProviderObject* writingProvider(const CIMNamespaceName&, const CIMName& className) const;
     /// Runs `call(provider, context, source, association, handler)` for the provider of each
     /// association class of the traversal, and returns all results. Providers that throw
@@ -133,18 +132,10 @@ private:
     auto traverse(const OperationContext&, const CIMNamespaceName&, const Traversal&,
                   Call call) const;
 
-    /// An association class, with the names of itself and its superclasses.
-    struct Association
-    {
-        CIMNamespaceName nameSpace;
-        ClassPtr definition;
-        std::vector<CIMName> lineage;
-    };
-
     Repository& repository_;
     const BrokerOptions options_;
     const Registry registry_;
-    std::vector<Association> associations_;
+    const AssociationSchema associations_;
 };
 
 }  // namespace cimom

@@ -25,8 +25,7 @@ CIMInstance InstanceFilter::apply(const CIMInstance& instance, const CIMObjectPa
     result->path = path;
     if (!view_.includeQualifiers) result->qualifiers = Qualifiers();
     if (!view_.properties.isNull()) result->properties = listed(result->properties);
-    for (std::size_t i = 0; i < result->properties.size(); ++i)
-        hide(result->properties, i);
+    result->properties.hide(view_.includeQualifiers, view_.includeClassOrigin);
     return CIMInstance(result);
 }
 
@@ -39,20 +38,6 @@ InstanceProperties InstanceFilter::listed(const InstanceProperties& properties) 
     }
     found.erase(std::remove(found.begin(), found.end(), PEG_NOT_FOUND), found.end());
     return properties.selected(found);
-}
-
-/// Replaces a property that carries an origin or qualifiers which the request does not select.
-void InstanceFilter::hide(InstanceProperties& properties, std::size_t position) const
-{
-    const Property& property = *properties[position];
-    const bool hidesOrigin = !view_.includeClassOrigin && !property.classOrigin.isNull();
-    const bool hidesQualifiers = !view_.includeQualifiers && !property.qualifiers.empty();
-    if (!hidesOrigin && !hidesQualifiers) return;
-
-    const auto shown = std::make_shared<Property>(property);
-    if (hidesOrigin) shown->classOrigin = CIMName();
-    if (hidesQualifiers) shown->qualifiers = Qualifiers();
-    properties.replace(position, shown);
 }
 
 }  // namespace cimom

@@ -27,7 +27,6 @@ public:
 
 private:
     InstanceProperties listed(const InstanceProperties& properties) const;
-    void hide(InstanceProperties& properties, std::size_t position) const;
 
     InstanceView view_;
     std::map<CIMName, std::size_t, NoCaseLess> positions_;  // in the property list

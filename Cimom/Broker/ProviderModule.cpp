@@ -81,7 +81,10 @@ ProviderModule::Factory ProviderModule::load(const String& providerName)
         throw failure(providerName, std::string("Cannot load library, error: ") + ::dlerror());
     }
     void* const symbol = ::dlsym(library, "PegasusCreateProvider");
-    if (symbol == nullptr) throw failure(providerName, "entry point not found.");
+    if (symbol == nullptr) {
+        ::dlclose(library);  // while it is loaded, no other file can be loaded by its name
+        throw failure(providerName, "entry point not found.");
+    }
     timeWritten_ = timeWritten(file_);
     return reinterpret_cast<Factory>(symbol);
 }

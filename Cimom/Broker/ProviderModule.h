@@ -24,9 +24,9 @@ std::int64_t timeWritten(const std::filesystem::path& file);
 
 /// A shared library that creates provider objects.
 ///
-/// A library stays mapped once it has been loaded, also after its providers were terminated: its
-/// threads, its thread-local objects and its static destructors may outlive the last call, and
-/// leak checkers then still see what its static objects own.
+/// A library with an entry point stays mapped once it has been loaded, also after its providers
+/// were terminated: its threads, its thread-local objects and its static destructors may outlive
+/// the last call, and leak checkers then still see what its static objects own.
 class ProviderModule
 {
 public:

@@ -6,9 +6,6 @@
 #include <Pegasus/Common/Exception.h>
 #include <Pegasus/Common/ResponseHandler.h>
 
-#include <algorithm>
-#include <optional>
-
 namespace cimom
 {
 
@@ -17,12 +14,10 @@ bool isInitialized(const Item& item)
 {
     return !item.isUninitialized();
 }
-template <>
 inline bool isInitialized(const Pegasus::CIMObjectPath& path)
 {
     return !path.getClassName().isNull();
 }
-template <>
 inline bool isInitialized(const Pegasus::CIMValue& value)
 {
     return !value.isNull();
@@ -51,16 +46,13 @@ public:
     }
     void deliver(const Pegasus::Array<Item>& items) override
     {
-        const Item* const first = items.getData();
-        const bool isGood = std::all_of(first, first + items.size(), isInitialized<Item>);
-        if (isGood && !completed_) return items_.appendArray(items);
         for (Pegasus::Uint32 i = 0; i < items.size(); ++i)
             deliver(items[i]);
     }
     /// To be called once.
     Pegasus::Array<Item> result() { return completed_ ? items_ : Pegasus::Array<Item>(); }
 
-private:
+protected:
     Pegasus::Array<Item> items_;
     bool completed_ = false;
 };
@@ -72,43 +64,31 @@ using ObjectListHandler = ListHandler<Pegasus::ObjectResponseHandler, Pegasus::C
 /// Collects exactly one result. A second result throws in deliver(), a missing one in complete();
 /// if the provider catches the latter, result() throws CIM_ERR_NOT_FOUND.
 template <class Handler, class Item>
-class SingleHandler : public Handler
+class SingleHandler : public ListHandler<Handler, Item>
 {
 public:
-    void processing() override {}
+    using ListHandler<Handler, Item>::deliver;
     void complete() override
     {
-        const bool isFirst = !completed_;
-        completed_ = true;
-        if (!item_ || !isFirst) {
-            throw Pegasus::CIMException(Pegasus::CIM_ERR_FAILED, "Too few objects delivered.");
-        }
+        const bool isGood = !this->completed_ && this->items_.size() == 1;
+        this->completed_ = true;
+        if (isGood) return;
+        throw Pegasus::CIMException(Pegasus::CIM_ERR_FAILED, "Too few objects delivered.");
     }
     void deliver(const Item& item) override
     {
-        requireInitialized(item);
-        if (completed_) return;
-        if (item_) {
-            throw Pegasus::CIMException(Pegasus::CIM_ERR_FAILED, "Too many objects delivered.");
-        }
-        item_ = item;
-    }
-    void deliver(const Pegasus::Array<Item>& items) override
-    {
-        for (Pegasus::Uint32 i = 0; i < items.size(); ++i)
-            deliver(items[i]);
+        ListHandler<Handler, Item>::deliver(item);
+        if (this->items_.size() < 2) return;
+        this->items_ = Pegasus::Array<Item>(1, this->items_[0]);
+        throw Pegasus::CIMException(Pegasus::CIM_ERR_FAILED, "Too many objects delivered.");
     }
     /// A default-constructed item when the provider did not complete.
     Item result() const
     {
-        if (!completed_) return Item();
-        if (!item_) throw Pegasus::CIMException(Pegasus::CIM_ERR_NOT_FOUND);
-        return *item_;
+        if (!this->completed_) return Item();
+        if (this->items_.size() == 0) throw Pegasus::CIMException(Pegasus::CIM_ERR_NOT_FOUND);
+        return this->items_[0];
     }
-
-private:
-    std::optional<Item> item_;
-    bool completed_ = false;
 };
 
 using SingleInstanceHandler = SingleHandler<Pegasus::InstanceResponseHandler, Pegasus::CIMInstance>;

@@ -119,7 +119,7 @@ void appendText(std::string& out, const T& value)
         appendEscaped(out, value.toString());
     } else {  // an embedded object
         std::string element;
-        appendInstance(element, value.object());
+        Encoder(element).writeInstance(value.object());
         appendEscaped(out, element);
     }
 }
@@ -208,22 +208,52 @@ void Encoder::writeInstanceName(const CIMObjectPath& path)
     out_ += frame->end;
 }
 
-void Encoder::writeInstancePath(const CIMObjectPath& path)
+/// NAMESPACEPATH.
+void Encoder::writeNamespacePath(const CIMObjectPath& path)
 {
     const String& nameSpace = path.getNameSpace().getString();
     // Both are compared to the letter.
-    if (pathStart_.empty() || path.getHost() != host_ || nameSpace != nameSpace_) {
+    if (namespacePath_.empty() || path.getHost() != host_ || nameSpace != nameSpace_) {
         host_ = path.getHost();
         nameSpace_ = nameSpace;
-        pathStart_ = "<INSTANCEPATH>\n<NAMESPACEPATH>\n<HOST>";
-        appendEscaped(pathStart_, host_);
-        pathStart_ += "</HOST>\n";
-        appendLocalNamespace(pathStart_, path.getNameSpace());
-        pathStart_ += "</NAMESPACEPATH>\n";
+        namespacePath_ = "<NAMESPACEPATH>\n<HOST>";
+        appendEscaped(namespacePath_, host_);
+        namespacePath_ += "</HOST>\n";
+        appendLocalNamespace(namespacePath_, path.getNameSpace());
+        namespacePath_ += "</NAMESPACEPATH>\n";
     }
-    out_ += pathStart_;
+    out_ += namespacePath_;
+}
+
+void Encoder::writeInstancePath(const CIMObjectPath& path)
+{
+    out_ += "<INSTANCEPATH>\n";
+    writeNamespacePath(path);
     writeInstanceName(path);
     out_ += "</INSTANCEPATH>\n";
+}
+
+void Encoder::writeObjectPath(const CIMObjectPath& path)
+{
+    out_ += "<OBJECTPATH>\n";
+    writeInstancePath(path);
+    out_ += "</OBJECTPATH>\n";
+}
+
+/// CLASSPATH.
+void Encoder::writeClassPath(const CIMObjectPath& path)
+{
+    out_ += "<CLASSPATH>\n";
+    writeNamespacePath(path);
+    writeClassName(path.getClassName());
+    out_ += "</CLASSPATH>\n";
+}
+
+void Encoder::writeClassObjectPath(const CIMObjectPath& path)
+{
+    out_ += "<OBJECTPATH>\n";
+    writeClassPath(path);
+    out_ += "</OBJECTPATH>\n";
 }
 
 /// VALUE.REFERENCE with as much of the path as it has.
@@ -298,7 +328,7 @@ void Encoder::writeReturnValue(const CIMValue& value)
 void Encoder::writeInstance(const Instance& instance)
 {
     startInstance(instance);
-    for (const Property* property : instance.properties)
+    for (const Property* property : instance.properties.all())
         writeProperty(*property);
     out_ += "</INSTANCE>\n";
 }
@@ -323,6 +353,30 @@ void Encoder::writeListedInstance(const Instance& instance)
         }
     }
     out_ += "</INSTANCE>\n";
+}
+
+void Encoder::writeNamedInstance(const CIMInstance& instance)
+{
+    out_ += "<VALUE.NAMEDINSTANCE>\n";
+    writeInstanceName(instance.getPath());
+    writeListedInstance(instance.object());
+    out_ += "</VALUE.NAMEDINSTANCE>\n";
+}
+
+void Encoder::writeObjectWithPath(const CIMInstance& instance)
+{
+    out_ += "<VALUE.OBJECTWITHPATH>\n";
+    writeInstancePath(instance.getPath());
+    writeListedInstance(instance.object());
+    out_ += "</VALUE.OBJECTWITHPATH>\n";
+}
+
+void Encoder::writeInstanceWithPath(const CIMInstance& instance)
+{
+    out_ += "<VALUE.INSTANCEWITHPATH>\n";
+    writeInstancePath(instance.getPath());
+    writeListedInstance(instance.object());
+    out_ += "</VALUE.INSTANCEWITHPATH>\n";
 }
 
 /// The end of a run of properties without a value which the instance shares with the one before it.
@@ -420,6 +474,14 @@ void Encoder::writeClass(const Class& cimClass)
     for (const auto& method : cimClass.methods)
         writeMethod(*method);
     out_ += "</CLASS>\n";
+}
+
+void Encoder::writeClassWithPath(const CIMObjectPath& path, const Class& cimClass)
+{
+    out_ += "<VALUE.OBJECTWITHPATH>\n";
+    writeClassPath(path);
+    writeClass(cimClass);
+    out_ += "</VALUE.OBJECTWITHPATH>\n";
 }
 
 void Encoder::writeMethod(const Method& method)

@@ -31,8 +31,12 @@ public:
     void writeClassName(const CIMName&);
     /// INSTANCENAME; host and namespace of the path are left out.
     void writeInstanceName(const CIMObjectPath&);
-    /// INSTANCEPATH; the path must have host and namespace.
+    /// INSTANCEPATH; the path must have host and namespace, as in all elements below.
     void writeInstancePath(const CIMObjectPath&);
+    /// OBJECTPATH of an instance.
+    void writeObjectPath(const CIMObjectPath&);
+    /// OBJECTPATH of a class.
+    void writeClassObjectPath(const CIMObjectPath&);
     /// VALUE, VALUE.ARRAY, VALUE.REFERENCE or VALUE.REFARRAY; nothing for a null value.
     void writeValue(const CIMValue&);
     /// INSTANCE with all it carries.
@@ -40,8 +44,16 @@ public:
     /// The same for an instance of a list: all of a property but its value is copied from the
     /// instance before.
     void writeListedInstance(const Instance&);
+    /// VALUE.NAMEDINSTANCE, as one of a list.
+    void writeNamedInstance(const Pegasus::CIMInstance&);
+    /// VALUE.OBJECTWITHPATH of an instance, as one of a list.
+    void writeObjectWithPath(const Pegasus::CIMInstance&);
+    /// VALUE.INSTANCEWITHPATH, as one of a list.
+    void writeInstanceWithPath(const Pegasus::CIMInstance&);
     /// CLASS with all it carries.
     void writeClass(const Class&);
+    /// VALUE.OBJECTWITHPATH of a class.
+    void writeClassWithPath(const CIMObjectPath&, const Class&);
     /// QUALIFIER.DECLARATION.
     void writeQualifierDecl(const QualifierDecl&);
     /// PARAMVALUE; an untyped parameter is written without its type.
@@ -62,6 +74,8 @@ private:
     };
 
     std::shared_ptr<const NameFrame> nameFrame(const CIMObjectPath&);
+    void writeNamespacePath(const CIMObjectPath&);
+    void writeClassPath(const CIMObjectPath&);
     void writeReference(const CIMObjectPath&);
     void writeItem(std::monostate) {}
     void writeItem(const CIMObjectPath&);
@@ -81,34 +95,12 @@ private:
 
     std::string& out_;
     std::vector<std::shared_ptr<const NameFrame>> nameFrames_;
-    // The host and namespace of the last path, and the text up to its instance name.
+    // The host and namespace of the last path, and their element.
     Pegasus::String host_;
     Pegasus::String nameSpace_;
-    std::string pathStart_;
+    std::string namespacePath_;
     std::vector<PropertyFrame> propertyFrames_;  // by the position of the property
     std::string emptyProperties_;                // without values, one after the other
 };
-
-// One element by itself, at the end of a text.
-inline void appendClassName(std::string& out, const CIMName& name)
-{
-    Encoder(out).writeClassName(name);
-}
-inline void appendInstanceName(std::string& out, const CIMObjectPath& path)
-{
-    Encoder(out).writeInstanceName(path);
-}
-inline void appendInstance(std::string& out, const Instance& instance)
-{
-    Encoder(out).writeInstance(instance);
-}
-inline void appendClass(std::string& out, const Class& cimClass)
-{
-    Encoder(out).writeClass(cimClass);
-}
-inline void appendParamValue(std::string& out, const Pegasus::CIMParamValue& parameter)
-{
-    Encoder(out).writeParamValue(parameter);
-}
 
 }  // namespace cimom::xml

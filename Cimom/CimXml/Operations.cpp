@@ -1,132 +1,15 @@
 #include "CimXml/Operations.h"
 
+#include "CimXml/Call.h"
 #include "CimXml/Decode.h"
+#include "CimXml/PullOperations.h"
 
-#include <map>
-#include <optional>
 #include <utility>
 
 PEGASUS_USING_PEGASUS;
 
 namespace cimom
 {
-
-/// An intrinsic call. The operation decodes the parameters that it needs. A parameter without a
-/// value counts as absent.
-class Call : public CallContext
-{
-public:
-    Call(const Operation& operation, const CallContext& context, const XmlElement& call)
-        : CallContext(context)
-    {
-        for (std::size_t i = 1; i < call.children.size(); ++i) {
-            const XmlElement& element = call.children[i];
-            if (element.name != "IPARAMVALUE")
-                throw xml::validationError(element, "Expected IPARAMVALUE element");
-            if (!given_.emplace(known(operation, element), &element).second) {
-                throw CIMException(CIM_ERR_INVALID_PARAMETER,
-                                   "Duplicated request input parameter.");
-            }
-        }
-    }
-
-    /// The parameter's element; null when it is not there.
-    const XmlElement* find(std::string_view name) const
-    {
-        const auto found = given_.find(name);
-        return found == given_.end() ? nullptr : found->second;
-    }
-
-    bool flag(std::string_view name, bool defaultValue) const
-    {
-        const XmlElement* found = find(name);
-        if (!found) return defaultValue;
-        if (found->children.empty()) throw xml::validationError(*found, "Expected VALUE element");
-        return xml::decodeBoolean(xml::onlyChild(*found));
-    }
-
-    /// Nothing when the parameter is absent.
-    template <class T>
-    std::optional<T> read(std::string_view name, T (*decode)(const XmlElement&)) const
-    {
-        const XmlElement* found = find(name);
-        if (!found || found->children.empty()) return std::nullopt;
-        return xml::reading(decode, xml::onlyChild(*found));
-    }
-
-    template <class T>
-    T required(std::string_view name, T (*decode)(const XmlElement&)) const
-    {
-        const std::optional<T> value = read(name, decode);
-        if (!value) throw CIMException(CIM_ERR_INVALID_PARAMETER);
-        return *value;
-    }
-
-    String text(std::string_view name) const
-    {
-        return read(name, xml::decodeText).value_or(String());
-    }
-    CIMName className(std::string_view name = "ClassName") const
-    {
-        return read(name, xml::decodeClassName).value_or(CIMName());
-    }
-    CIMName requiredClassName() const
-    {
-        const CIMName name = className();
-        if (!name.isNull()) return name;
-        throw CIMException(CIM_ERR_INVALID_PARAMETER,
-                           "Required parameter \"ClassName\" missing from request.");
-    }
-    /// A name that travels as text.
-    CIMName requiredName(std::string_view name) const
-    {
-        const String value = required(name, xml::decodeText);
-        if (CIMName::legal(value)) return CIMName(value);
-        throw CIMException(CIM_ERR_INVALID_PARAMETER, "The CIM name is not valid: " + value);
-    }
-    CIMObjectPath instanceName() const { return required("InstanceName", xml::decodeInstanceName); }
-    bool deep(bool defaultValue) const { return flag("DeepInheritance", defaultValue); }
-    CIMPropertyList propertyList() const
-    {
-        return read("PropertyList", xml::decodePropertyList).value_or(CIMPropertyList());
-    }
-    ClassView classView() const
-    {
-        return {flag("LocalOnly", true), flag("IncludeQualifiers", true),
-                flag("IncludeClassOrigin", false), propertyList()};
-    }
-    InstanceView instanceView() const
-    {
-        flag("LocalOnly", false);  // deprecated: it has to be a boolean, and has no effect
-        return {flag("IncludeQualifiers", false), flag("IncludeClassOrigin", false),
-                propertyList()};
-    }
-    /// The classes that an operation on classes enumerates.
-    std::vector<CIMName> subclassNames() const
-    {
-        return schema.subclassNames(nameSpace, className(), deep(false));
-    }
-    Traversal traversal() const
-    {
-        return {required("ObjectName", xml::decodeObjectName), className("AssocClass"),
-                className("ResultClass"), text("Role"), text("ResultRole")};
-    }
-
-private:
-    /// The name in the spelling of the operation's table.
-    static std::string_view known(const Operation& operation, const XmlElement& parameter)
-    {
-        const std::string& given = xml::requiredAttribute(parameter, "NAME");
-        for (const std::string& name : operation.parameters) {
-            if (equalNoCase(name, given)) return name;
-        }
-        throw CIMException(
-            CIM_ERR_NOT_SUPPORTED,
-            toString("Unrecognized or invalid request input parameter \"" + given + "\""));
-    }
-
-    std::map<std::string_view, const XmlElement*> given_;
-};
 
 namespace
 {
@@ -157,32 +40,80 @@ void setProperty(const Call& c, ReplyWriter&)
                          newValue(c, path.getClassName(), name));
 }
 
-void writePaths(ReplyWriter& reply, const Array<CIMObjectPath>& paths)
+/// Whether the traversal starts at a class: it is answered from the schema then.
+bool isOfClass(const Call& c)
 {
-    reply.writeEach(paths, [&reply](const CIMObjectPath& path) {
-        reply.write("<OBJECTPATH>\n");
-        reply.encoder().writeInstancePath(path);
-        reply.write("</OBJECTPATH>\n");
-    });
+    const XmlElement* name = c.find("ObjectName");
+    return name && xml::onlyChild(*name).name == "CLASSNAME";
 }
 
-/// Each instance after its path, in an element of that name.
-void writeInstances(ReplyWriter& reply, const Array<CIMInstance>& instances,
-                    const std::string& element,
-                    void (xml::Encoder::*writePath)(const CIMObjectPath&))
+void writeClasses(const Call& c, ReplyWriter& reply, const std::vector<CIMName>& names)
 {
-    reply.writeEach(instances, [&reply, start = "<" + element + ">\n", end = "</" + element + ">\n",
-                                writePath](const CIMInstance& instance) {
-        reply.write(start);
-        (reply.encoder().*writePath)(instance.getPath());
-        reply.encoder().writeListedInstance(instance.object());
-        reply.write(end);
-    });
+    const ClassView view{false, c.flag("IncludeQualifiers", false),
+                         c.flag("IncludeClassOrigin", false), c.propertyList()};
+    for (const CIMName& name : names) {
+        reply.encoder().writeClassWithPath(c.broker.classPath(c.nameSpace, name),
+                                           *c.schema.getClass(c.nameSpace, name, view));
+    }
 }
 
-void writeObjects(ReplyWriter& reply, const Array<CIMInstance>& objects)
+void writeClassPaths(const Call& c, ReplyWriter& reply, const std::vector<CIMName>& names)
 {
-    writeInstances(reply, objects, "VALUE.OBJECTWITHPATH", &xml::Encoder::writeInstancePath);
+    for (const CIMName& name : names)
+        reply.encoder().writeClassObjectPath(c.broker.classPath(c.nameSpace, name));
+}
+
+template <class Item>
+void writeTraversed(ReplyWriter& reply, Array<Item> found,
+                    void (xml::Encoder::*writeItem)(const Item&))
+{
+    reply.keepEmptyReturnValue();
+    reply.writeEach(std::move(found), writeItem);
+}
+
+void associators(const Call& c, ReplyWriter& reply)
+{
+    const Traversal traversal = c.traversal();
+    if (isOfClass(c)) {
+        return writeClasses(c, reply,
+                            c.broker.associations().associatorClasses(c.nameSpace, traversal));
+    }
+    writeTraversed(reply,
+                   c.broker.associators(c.identity, c.nameSpace, traversal, c.instanceView()),
+                   &xml::Encoder::writeObjectWithPath);
+}
+
+void associatorNames(const Call& c, ReplyWriter& reply)
+{
+    const Traversal traversal = c.traversal();
+    if (isOfClass(c)) {
+        return writeClassPaths(c, reply,
+                               c.broker.associations().associatorClasses(c.nameSpace, traversal));
+    }
+    writeTraversed(reply, c.broker.associatorNames(c.identity, c.nameSpace, traversal),
+                   &xml::Encoder::writeObjectPath);
+}
+
+void references(const Call& c, ReplyWriter& reply)
+{
+    const Traversal traversal = c.traversal();
+    if (isOfClass(c)) {
+        return writeClasses(c, reply,
+                            c.broker.associations().referenceClasses(c.nameSpace, traversal));
+    }
+    writeTraversed(reply, c.broker.references(c.identity, c.nameSpace, traversal, c.instanceView()),
+                   &xml::Encoder::writeObjectWithPath);
+}
+
+void referenceNames(const Call& c, ReplyWriter& reply)
+{
+    const Traversal traversal = c.traversal();
+    if (isOfClass(c)) {
+        return writeClassPaths(c, reply,
+                               c.broker.associations().referenceClasses(c.nameSpace, traversal));
+    }
+    writeTraversed(reply, c.broker.referenceNames(c.identity, c.nameSpace, traversal),
+                   &xml::Encoder::writeObjectPath);
 }
 
 /// Standard operations on the schema and queries, which this object manager does not offer.
@@ -237,14 +168,14 @@ const Operation operations[] = {
      [](const Call& c, ReplyWriter& reply) {
          const auto found = c.broker.enumerateInstances(
              c.identity, c.nameSpace, c.requiredClassName(), c.deep(true), c.instanceView());
-         writeInstances(reply, found, "VALUE.NAMEDINSTANCE", &xml::Encoder::writeInstanceName);
+         reply.writeEach(found, &xml::Encoder::writeNamedInstance);
      }},
     {"EnumerateInstanceNames",
      {"ClassName"},
      [](const Call& c, ReplyWriter& reply) {
          reply.writeEach(
              c.broker.enumerateInstanceNames(c.identity, c.nameSpace, c.requiredClassName()),
-             [&reply](const CIMObjectPath& path) { reply.encoder().writeInstanceName(path); });
+             &xml::Encoder::writeInstanceName);
      }},
     {"CreateInstance",
      {"NewInstance"},
@@ -274,31 +205,35 @@ const Operation operations[] = {
     {"Associators",
      {"ObjectName", "AssocClass", "ResultClass", "Role", "ResultRole", "IncludeQualifiers",
       "IncludeClassOrigin", "PropertyList"},
-     [](const Call& c, ReplyWriter& reply) {
-         writeObjects(
-             reply, c.broker.associators(c.identity, c.nameSpace, c.traversal(), c.instanceView()));
-     },
-     true},
+     associators},
     {"AssociatorNames",
      {"ObjectName", "AssocClass", "ResultClass", "Role", "ResultRole"},
-     [](const Call& c, ReplyWriter& reply) {
-         writePaths(reply, c.broker.associatorNames(c.identity, c.nameSpace, c.traversal()));
-     },
-     true},
+     associatorNames},
     {"References",
      {"ObjectName", "ResultClass", "Role", "IncludeQualifiers", "IncludeClassOrigin",
       "PropertyList"},
-     [](const Call& c, ReplyWriter& reply) {
-         writeObjects(
-             reply, c.broker.references(c.identity, c.nameSpace, c.traversal(), c.instanceView()));
-     },
-     true},
-    {"ReferenceNames",
-     {"ObjectName", "ResultClass", "Role"},
-     [](const Call& c, ReplyWriter& reply) {
-         writePaths(reply, c.broker.referenceNames(c.identity, c.nameSpace, c.traversal()));
-     },
-     true},
+     references},
+    {"ReferenceNames", {"ObjectName", "ResultClass", "Role"}, referenceNames},
+    {"OpenEnumerateInstances",
+     openParameters({"ClassName", "DeepInheritance", "IncludeClassOrigin", "PropertyList"}),
+     openEnumerateInstances},
+    {"OpenEnumerateInstancePaths", openParameters({"ClassName"}), openEnumerateInstancePaths},
+    {"OpenAssociatorInstances",
+     openParameters({"InstanceName", "AssocClass", "ResultClass", "Role", "ResultRole",
+                     "IncludeClassOrigin", "PropertyList"}),
+     openAssociatorInstances},
+    {"OpenAssociatorInstancePaths",
+     openParameters({"InstanceName", "AssocClass", "ResultClass", "Role", "ResultRole"}),
+     openAssociatorInstancePaths},
+    {"OpenReferenceInstances",
+     openParameters({"InstanceName", "ResultClass", "Role", "IncludeClassOrigin", "PropertyList"}),
+     openReferenceInstances},
+    {"OpenReferenceInstancePaths", openParameters({"InstanceName", "ResultClass", "Role"}),
+     openReferenceInstancePaths},
+    {"PullInstancesWithPath", {"EnumerationContext", "MaxObjectCount"}, pullInstancesWithPath},
+    {"PullInstancePaths", {"EnumerationContext", "MaxObjectCount"}, pullInstancePaths},
+    {"CloseEnumeration", {"EnumerationContext"}, closeEnumeration},
+    {"OpenQueryInstances", openParameters({"ReturnQueryResultClass"}), notSupported},
     {"ExecQuery", {"QueryLanguage", "Query"}, notSupported},
     {"CreateClass", {"NewClass"}, notSupported},
     {"ModifyClass", {"ModifiedClass"}, notSupported},
@@ -341,8 +276,7 @@ const Operation* findOperation(const std::string& name)
 void runOperation(const Operation& operation, const CallContext& context, const XmlElement& call,
                   ReplyWriter& reply)
 {
-    reply.writeReturnValue(operation.alwaysHasReturnValue,
-                           [&] { operation.run(Call(operation, context, call), reply); });
+    reply.writeReturnValue([&] { operation.run(Call(operation, context, call), reply); });
 }
 
 void runMethod(const CallContext& c, const CIMObjectPath& path, const CIMName& method,

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Broker/Broker.h"
+#include "CimXml/Enumerations.h"
 #include "CimXml/ReplyWriter.h"
 #include "CimXml/XmlTree.h"
 
@@ -16,6 +17,7 @@ struct CallContext
 {
     Broker& broker;
     const Repository& schema;
+    Enumerations& enumerations;
     OperationContext identity;  ///< the user who sent the request
     CIMNamespaceName nameSpace;
 };
@@ -28,7 +30,6 @@ struct Operation
     std::string name;
     std::vector<std::string> parameters;  ///< names of those that it takes
     void (*run)(const Call&, ReplyWriter&);
-    bool alwaysHasReturnValue = false;  ///< IRETURNVALUE is there even without content
 };
 
 /// The operation of that name, compared without case; null when there is none.

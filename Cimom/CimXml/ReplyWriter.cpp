@@ -41,22 +41,32 @@ void ReplyWriter::writeResponse(const std::string& messageId, const std::string&
         text_.resize(start);
         writeMore_ = nullptr;
         end_.clear();
-        appendError(text_, currentError());
+        const CIMException error = currentError();
+        isDenied_ = error.getCode() == CIM_ERR_ACCESS_DENIED;
+        appendError(text_, error);
     }
     finish("</" + tag + ">\n</SIMPLERSP>\n</MESSAGE>\n</CIM>\n");
 }
 
-void ReplyWriter::writeReturnValue(bool isAlways, const std::function<void()>& writeContent)
+void ReplyWriter::writeReturnValue(const std::function<void()>& writeContent)
 {
     const std::size_t start = text_.size();
     text_ += "<IRETURNVALUE>\n";
     const std::size_t content = text_.size();
     writeContent();
-    if (text_.size() == content && !isAlways) {
+    if (text_.size() == content && !keepsEmptyReturnValue_) {
         text_.resize(start);
     } else {
         finish("</IRETURNVALUE>\n");
     }
+    finish(outputParameters_);
+}
+
+void ReplyWriter::addOutputParameter(const std::string& name, const std::string& value)
+{
+    outputParameters_ += "<PARAMVALUE NAME=\"" + name + "\">\n<VALUE>";
+    xml::appendEscaped(outputParameters_, value);
+    outputParameters_ += "</VALUE>\n</PARAMVALUE>\n";
 }
 
 /// Ends an element, behind the last piece of its content.
@@ -78,6 +88,7 @@ bool ReplyWriter::next(std::string& out)
 CimReply ReplyWriter::reply(std::shared_ptr<ReplyWriter> writer)
 {
     CimReply reply;
+    reply.isDenied = writer->isDenied_;
     reply.body.swap(writer->text_);
     if (writer->writeMore_) reply.rest = [writer](std::string& out) { return writer->next(out); };
     return reply;

@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace cimom
@@ -24,22 +25,27 @@ public:
     /// result, except for RequestError, which passes.
     void writeResponse(const std::string& messageId, const std::string& tag,
                        const std::string& name, const std::function<void()>& writeResult);
-    /// Writes IRETURNVALUE around what `writeContent()` writes; without content only if `isAlways`.
-    void writeReturnValue(bool isAlways, const std::function<void()>& writeContent);
+    /// Writes IRETURNVALUE around what `writeContent()` writes, if it writes anything, and the
+    /// output parameters after it.
+    void writeReturnValue(const std::function<void()>& writeContent);
+    /// The element is there even without content. To be called by `writeContent()`.
+    void keepEmptyReturnValue() { keepsEmptyReturnValue_ = true; }
+    /// An output parameter. To be called by `writeContent()`.
+    void addOutputParameter(const std::string& name, const std::string& value);
 
     /// For the elements of the result.
     xml::Encoder& encoder() { return encoder_; }
-    void write(const std::string& text) { text_ += text; }
-    /// Writes each item by `writeItem(item)`: those of the first piece now, the rest later.
-    /// Releases each as soon as it is written. The items have to be the last elements of the
-    /// result.
-    template <class Item, class WriteItem>
-    void writeEach(Pegasus::Array<Item> items, WriteItem writeItem)
+    /// Elements of the result as text.
+    void write(std::string_view elements) { text_ += elements; }
+    /// Writes the element of each item: those of the first piece now, the rest later. Releases each
+    /// as soon as it is written. The items have to be the last elements of the result.
+    template <class Item>
+    void writeEach(Pegasus::Array<Item> items, void (xml::Encoder::*writeItem)(const Item&))
     {
         writeMore_ = [this, items, writeItem, i = Pegasus::Uint32(0)]() mutable {
             const std::size_t enough = text_.size() + pieceSize;
             for (; i < items.size() && text_.size() < enough; ++i) {
-                writeItem(items[i]);
+                (encoder_.*writeItem)(items[i]);
                 items[i] = Item();
             }
             return i < items.size();
@@ -60,7 +66,10 @@ private:
     std::string text_;  // of the piece that is written
     xml::Encoder encoder_{text_};
     std::function<bool()> writeMore_;  // writes another piece of the result; false after the last
-    std::string end_;                  // what follows the last piece
+    bool keepsEmptyReturnValue_ = false;
+    std::string outputParameters_;
+    std::string end_;        // what follows the last piece
+    bool isDenied_ = false;  // for want of a privilege
 };
 
 }  // namespace cimom

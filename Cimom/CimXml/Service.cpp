@@ -151,11 +151,11 @@ void runExtrinsic(CallContext context, const CimRequest& request, const Message&
                         [&] { runMethod(context, path, method, call, reply); });
 }
 
-CimReply run(Broker& broker, const CimRequest& request)
+CimReply run(Broker& broker, Enumerations& enumerations, const CimRequest& request)
 {
     const XmlElement root = parseMessage(request.body);
     const Message message = readMessage(request, root);
-    CallContext context{broker, broker.schema(), {}, {}};
+    CallContext context{broker, broker.schema(), enumerations, {}, {}};
     context.identity.insert(IdentityContainer(toString(request.user)));
     const auto reply = std::make_shared<ReplyWriter>();
     const auto run = message.call.name == "IMETHODCALL" ? runIntrinsic : runExtrinsic;
@@ -165,10 +165,11 @@ CimReply run(Broker& broker, const CimRequest& request)
 
 }  // namespace
 
-CimReply answerCimRequest(Broker& broker, const CimRequest& request)
+CimReply answerCimRequest(Broker& broker, Enumerations& enumerations, const CimRequest& request)
 {
     try {
-        return run(broker, request);
+        enumerations.closeExpired();
+        return run(broker, enumerations, request);
     } catch (const RequestError& error) {
         return {error.status, error.cimError, error.detail, ""};
     } catch (const Exception& error) {

@@ -1,6 +1,8 @@
 // Processes CIM-XML requests.
 #pragma once
 
+#include "CimXml/XmlTree.h"
+
 #include <functional>
 #include <optional>
 #include <string>
@@ -9,6 +11,7 @@ namespace cimom
 {
 
 class Broker;
+class Enumerations;
 
 /// A request as the transport received it: the CIM headers (percent-decoded, absent when the
 /// request lacks them), the body, and the name of the authenticated user.
@@ -22,6 +25,13 @@ struct CimRequest
     std::string body;
 };
 
+/// The memory that a request with a body of that size takes at most until its operation begins: the
+/// body, and the elements that are made of it. Small ones take 1 MB more.
+constexpr std::size_t requestMemory(std::size_t bodySize)
+{
+    return (1 + xmlMemoryFactor) * bodySize;
+}
+
 /// Appends the next piece of a text; false when that was the last.
 using Pieces = std::function<bool(std::string& out)>;
 
@@ -34,10 +44,11 @@ struct CimReply
     std::string detail;
     std::string body;
     Pieces rest = nullptr;
+    bool isDenied = false;  ///< the operation failed with CIM_ERR_ACCESS_DENIED
 };
 
 /// Decodes the request, runs its operation and encodes the result or the CIM error. Bad requests
 /// and failed operations do not throw.
-CimReply answerCimRequest(Broker& broker, const CimRequest& request);
+CimReply answerCimRequest(Broker&, Enumerations&, const CimRequest&);
 
 }  // namespace cimom

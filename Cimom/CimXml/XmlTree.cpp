@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <charconv>
 #include <exception>
+#include <cstdlib>
 #include <expat.h>
+#include <malloc.h>
 #include <memory>
 
 namespace cimom
@@ -15,8 +17,34 @@ namespace
 {
 
 constexpr std::size_t maxDepth = 64;
-constexpr std::size_t maxNodes = 100000;  // elements and attributes
+constexpr std::ptrdiff_t smallDocument = 1 << 20;  // bytes that each document may take besides
 constexpr std::string_view blanks = " \t\r\n";
+
+/// Bytes that the document which this thread parses may still take, by expat or in the tree;
+/// negative when it needs more.
+thread_local std::ptrdiff_t room = 0;
+
+/// Counts what expat takes. It ends when it gets nothing.
+void* retake(void* block, std::size_t size)
+{
+    const auto had = static_cast<std::ptrdiff_t>(malloc_usable_size(block));
+    if (static_cast<std::ptrdiff_t>(size) > room + had) {
+        room = -1;
+        return nullptr;
+    }
+    void* const taken = std::realloc(block, size);
+    if (taken) room += had - static_cast<std::ptrdiff_t>(malloc_usable_size(taken));
+    return taken;
+}
+
+void giveBack(void* block)
+{
+    room += static_cast<std::ptrdiff_t>(malloc_usable_size(block));
+    std::free(block);
+}
+
+const XML_Memory_Handling_Suite countedMemory = {
+    [](std::size_t size) { return retake(nullptr, size); }, retake, giveBack};
 
 // Expat parses a stand-in for each reference to the characters 1 to 32: a mark, the noncharacter
 // U+FDD0, and the character 64 places further (A for 1). Expat refuses control characters, and
@@ -44,8 +72,9 @@ std::string withEscapes(const std::string& document)
 }
 
 /// Turns the stand-ins back into the characters, and drops the escapes.
-std::string restored(const std::string& text)
+std::string restored(std::string text)
 {
+    if (text.find(mark) == std::string::npos) return text;
     std::string result;
     std::size_t done = 0;
     for (std::size_t at; (at = text.find(mark, done)) != std::string::npos;) {
@@ -83,18 +112,12 @@ std::string withStandIns(const std::string& document)
     return result.append(document, done);
 }
 
-std::string trimmed(const std::string& text)
-{
-    const std::size_t first = text.find_first_not_of(blanks);
-    if (first == std::string::npos) return "";
-    return text.substr(first, text.find_last_not_of(blanks) + 1 - first);
-}
-
 class TreeBuilder
 {
 public:
     explicit TreeBuilder(unsigned depth)
-        : depth_(depth), parser_(XML_ParserCreate("UTF-8"), XML_ParserFree)
+        : depth_(depth),
+          parser_(XML_ParserCreate_MM("UTF-8", &countedMemory, nullptr), XML_ParserFree)
     {
         if (!parser_) throw std::bad_alloc();
         XML_SetUserData(parser_.get(), this);
@@ -123,11 +146,14 @@ public:
     {
         XML_Parse(parser_.get(), document.data(), static_cast<int>(document.size()), XML_TRUE);
         if (failure_) std::rethrow_exception(failure_);
+        if (room < 0) invalid_ = "the elements need too much memory";
         const std::string line = std::to_string(XML_GetCurrentLineNumber(parser_.get()));
         if (refused()) throw notValid("Validation error: on line " + line + ": " + invalid_);
         if (done_) return std::move(root_);
-        const std::string error = XML_ErrorString(XML_GetErrorCode(parser_.get()));
-        throw RequestError{400, "request-not-well-formed", error + ": on line " + line};
+        const XML_Error error = XML_GetErrorCode(parser_.get());
+        if (error == XML_ERROR_NO_MEMORY) throw std::bad_alloc();
+        throw RequestError{400, "request-not-well-formed",
+                           std::string(XML_ErrorString(error)) + ": on line " + line};
     }
 
 private:
@@ -147,7 +173,7 @@ private:
     template <class Step>
     void guard(Step step) noexcept
     {
-        if (failure_ || refused()) return;
+        if (failure_ || refused() || room < 0) return;
         try {
             step(*this);
         } catch (...) {
@@ -158,56 +184,86 @@ private:
 
     bool refused() const { return !invalid_.empty(); }
 
-    /// Counts an element or attribute against the bound of the whole document.
-    bool hasRoom() { return ++nodes_ <= maxNodes; }
+    /// Counts bytes of the tree.
+    void use(std::size_t bytes)
+    {
+        room -= static_cast<std::ptrdiff_t>(bytes);
+        if (room < 0) stop();
+    }
+
+    /// A new last element.
+    XmlElement& append(std::vector<XmlElement>& elements)
+    {
+        if (elements.size() == elements.capacity()) {
+            const std::size_t had = elements.capacity();
+            use((2 * had + 1) * sizeof(XmlElement));
+            elements.reserve(2 * had + 1);
+            room += static_cast<std::ptrdiff_t>(had * sizeof(XmlElement));
+        }
+        return elements.emplace_back();
+    }
 
     void start(const char* name, const char** attributes)
     {
         const std::size_t depth = depth_ + open_.size();
         if (depth >= maxDepth) return refuse("elements are nested too deeply");
-        if (!hasRoom()) return refuse("too many elements");
-        XmlElement& element = open_.empty() ? root_ : open_.back()->children.emplace_back();
+        XmlElement& element = open_.empty() ? root_ : append(open_.back().element->children);
         element.name = name;
         element.depth = static_cast<unsigned>(depth);
         element.line = static_cast<unsigned>(XML_GetCurrentLineNumber(parser_.get()));
+        const auto count = static_cast<std::size_t>(XML_GetSpecifiedAttributeCount(parser_.get()));
+        use(count / 2 * sizeof(element.attributes[0]));
+        if (room < 0) return;
+        element.attributes.reserve(count / 2);
         for (; *attributes; attributes += 2) {
-            if (!hasRoom()) return refuse("too many attributes");
-            element.attributes.emplace_back(attributes[0], restored(attributes[1]));
+            const auto& [key, value] =
+                element.attributes.emplace_back(attributes[0], restored(attributes[1]));
+            use(key.size() + value.size());
         }
-        open_.push_back(&element);
+        open_.push_back({&element, 0});
     }
 
     void end()
     {
-        XmlElement& element = *open_.back();
+        const auto [element, kept] = open_.back();
         open_.pop_back();
-        element.text = restored(trimmed(element.text));
-        if (!element.children.empty() && !element.text.empty())
-            return refuse("Unexpected text in " + element.name + " element");
+        std::string& text = element->text;
+        text.resize(std::max(kept, text.find_last_not_of(blanks) + 1));
+        text = restored(std::move(text));
+        if (!element->children.empty() && !text.empty())
+            return refuse("Unexpected text in " + element->name + " element");
         done_ = open_.empty();
         if (done_) stop();
     }
 
     void text(std::string_view chunk)
     {
-        std::string& text = open_.back()->text;
-        for (const char c : chunk) {
-            const bool kept = inCdata_ && blanks.find(c) != std::string_view::npos;
-            kept ? text.append(standIn(static_cast<unsigned char>(c))) : text.append(1, c);
-        }
+        auto& [element, kept] = open_.back();
+        std::string& text = element->text;
+        if (text.empty() && !inCdata_)
+            chunk.remove_prefix(std::min(chunk.find_first_not_of(blanks), chunk.size()));
+        const std::size_t had = text.capacity();
+        text.append(chunk);
+        use(text.capacity() - had);
+        if (inCdata_) kept = text.size();
     }
 
     void cdata(bool begins)
     {
         inCdata_ = begins;
-        open_.back()->hasCdata = true;
+        open_.back().element->hasCdata = true;
     }
+
+    struct Open
+    {
+        XmlElement* element;
+        std::size_t kept;  ///< length of its text up to the end of its last CDATA
+    };
 
     const unsigned depth_;
     std::unique_ptr<std::remove_pointer_t<XML_Parser>, decltype(&XML_ParserFree)> parser_;
     XmlElement root_;
-    std::vector<XmlElement*> open_;
-    std::size_t nodes_ = 0;
+    std::vector<Open> open_;
     std::exception_ptr failure_;
     bool inCdata_ = false;
     bool done_ = false;
@@ -235,7 +291,13 @@ const XmlElement* XmlElement::child(std::string_view childName) const
 XmlElement parseXml(const std::string& document, unsigned depth)
 {
     if (!isUtf8(document)) throw notValid("Invalid UTF-8 character detected.");
-    return TreeBuilder(depth).build(withStandIns(withEscapes(document)));
+    room = smallDocument + static_cast<std::ptrdiff_t>(xmlMemoryFactor * document.size());
+    const bool isPlain =
+        document.find("&#") == std::string::npos && document.find(mark) == std::string::npos;
+    if (isPlain) return TreeBuilder(depth).build(document);
+    std::string changed = withEscapes(document);
+    changed = withStandIns(changed);
+    return TreeBuilder(depth).build(changed);
 }
 
 }  // namespace cimom

@@ -41,12 +41,16 @@ struct XmlElement
     const XmlElement* child(std::string_view childName) const;
 };
 
+/// The memory that parsing takes at most for each byte of a document, besides 1 MB: for elements,
+/// attributes and texts, and inside the parser.
+constexpr std::size_t xmlMemoryFactor = 16;
+
 /// Parses UTF-8 text up to the end of its root element; an encoding named by the document and
 /// whatever follows the root element are ignored. References to control characters, which XML 1.0
 /// forbids but CIM servers and clients write, are accepted except for NUL. Throws RequestError:
 /// request-not-well-formed for what is no XML, request-not-valid for a document type declaration,
-/// text that is not UTF-8, text beside elements, and documents nested too deeply or with too many
-/// elements. `depth` is that of the element which contains the document as its text.
+/// text that is not UTF-8, text beside elements, and documents nested too deeply or that need more
+/// memory than that. `depth` is that of the element which contains the document as its text.
 XmlElement parseXml(const std::string& document, unsigned depth = 0);
 
 }  // namespace cimom

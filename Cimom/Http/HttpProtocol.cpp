@@ -3,6 +3,7 @@
 #include "Model/Text.h"
 
 #include <algorithm>
+#include <boost/beast/http/status.hpp>
 #include <charconv>
 #include <openssl/evp.h>
 
@@ -27,7 +28,7 @@ std::string percentDecoded(std::string_view text)
     return result;
 }
 
-std::optional<std::string> decoded(const std::string* value)
+std::optional<std::string> decoded(std::optional<std::string_view> value)
 {
     return value ? std::optional(percentDecoded(*value)) : std::nullopt;
 }
@@ -105,18 +106,22 @@ HttpReply plainReply(int status, const std::string& detail, bool close)
     return reply;
 }
 
-HttpReply unauthorizedReply(const std::string& realm, const std::string& detail)
+RequestRefused::RequestRefused(int status, const std::string& detail, bool close)
+    : reply(plainReply(status, detail, close))
 {
-    HttpReply reply = plainReply(401, detail);
-    reply.fields.emplace_back("WWW-Authenticate", "Basic realm=\"" + realm + "\"");
-    return reply;
+}
+
+RequestRefused unauthorized(const std::string& realm, const std::string& detail)
+{
+    RequestRefused refused(401, detail, false);
+    refused.reply.fields.emplace_back("WWW-Authenticate", "Basic realm=\"" + realm + "\"");
+    return refused;
 }
 
 HttpReply httpReply(CimReply&& cim)
 {
     if (cim.status != 200) return cimErrorReply(cim.status, cim.cimError, cim.detail);
     HttpReply reply;
-    reply.isDenied = cim.body.size() < 2000 && cim.body.find("<ERROR CODE=\"2\"") != cim.body.npos;
     reply.body = std::move(cim.body);
     reply.rest = std::move(cim.rest);
     reply.fields = {{"Content-Type", "application/xml; charset=utf-8"},
@@ -126,58 +131,66 @@ HttpReply httpReply(CimReply&& cim)
 
 std::string headText(const HttpReply& reply, const std::string& framing)
 {
+    namespace http = boost::beast::http;
     std::string text = "HTTP/1.1 " + std::to_string(reply.status) + " ";
-    text.append(reasonPhrase(reply.status)).append("\r\n").append(framing);
+    text.append(http::obsolete_reason(static_cast<http::status>(reply.status)));
+    text.append("\r\n").append(framing);
     for (const auto& [name, value] : reply.fields)
         text.append(name).append(": ").append(value).append("\r\n");
     return text + (reply.close ? "Connection: close\r\n\r\n" : "\r\n");
 }
 
-std::optional<HttpReply> refuseAtOnce(const RequestHead& head)
+std::optional<std::string_view> fieldOf(const RequestHead& head, std::string_view name)
+{
+    const auto found = head.find(name);
+    return found == head.end() ? std::nullopt : std::optional<std::string_view>(found->value());
+}
+
+void checkFraming(const RequestHead& head)
 {
     static const std::string_view otherVerbs[] = {"GET", "HEAD", "PUT", "DELETE", "M-POST"};
-    if (std::find(std::begin(otherVerbs), std::end(otherVerbs), head.verb) !=
-        std::end(otherVerbs)) {
-        HttpReply reply = plainReply(405, "This server answers CIM-XML requests: POST only.", true);
-        reply.fields.emplace_back("Allow", "POST");
-        return reply;
+    const std::string_view verb = head.method_string();
+    if (std::find(std::begin(otherVerbs), std::end(otherVerbs), verb) != std::end(otherVerbs)) {
+        RequestRefused refused(405, "This server answers CIM-XML requests: POST only.");
+        refused.reply.fields.emplace_back("Allow", "POST");
+        throw refused;
     }
-    if (head.verb == "OPTIONS") return plainReply(400, "", true);
-    if (head.verb != "POST") return plainReply(501, "", true);
-    const std::string* length = head.field("Content-Length");
-    const std::string* coding = head.field("Transfer-Encoding");
-    if (!length && !coding) {
-        return plainReply(411, "The request needs a Content-Length header or a chunked body.",
-                          true);
-    }
+    if (verb != "POST") throw RequestRefused(verb == "OPTIONS" ? 400 : 501);
+    const auto length = fieldOf(head, "Content-Length");
+    const auto coding = fieldOf(head, "Transfer-Encoding");
+    if (!length && !coding)
+        throw RequestRefused(411, "The request needs a Content-Length header or a chunked body.");
     // The parser lets equal ones pass, in one line or in several.
     const bool isList = length && !std::all_of(length->begin(), length->end(), isDigit);
     if (isList || head.count("Content-Length") + head.count("Transfer-Encoding") > 1)
-        return plainReply(400, "It is not clear from the header where the body ends.", true);
+        throw RequestRefused(400, "It is not clear from the header where the body ends.");
     if (coding && !equalNoCase(*coding, "chunked"))
-        return plainReply(501, "The only transfer coding known here is chunked.", true);
-    return std::nullopt;
+        throw RequestRefused(501, "The only transfer coding known here is chunked.");
 }
 
-std::optional<HttpReply> refuseFields(const RequestHead& head)
+void checkFields(const RequestHead& head)
 {
-    if (!head.field("Host"))
-        return plainReply(400, "HTTP request message lacks a Host header field.");
-    const std::string* operation = head.field("CIMOperation");
-    if (!operation) return plainReply(400, "");
-    const std::string* contentType = head.field("Content-Type");
-    if (!contentType || !isCimXml(*contentType))
-        return plainReply(400, "HTTP Content-Type header error.");
-    if (equalNoCase(*operation, "MethodCall")) return std::nullopt;
-    return cimErrorReply(400, "unsupported-operation",
-                         "CIMOperation value \"" + *operation + "\" is not supported.");
+    const auto operation = fieldOf(head, "CIMOperation");
+    const auto contentType = fieldOf(head, "Content-Type");
+    RequestRefused refused(400, "", false);
+    if (!fieldOf(head, "Host")) {
+        refused.reply = plainReply(400, "HTTP request message lacks a Host header field.");
+    } else if (operation && (!contentType || !isCimXml(*contentType))) {
+        refused.reply = plainReply(400, "HTTP Content-Type header error.");
+    } else if (operation && equalNoCase(*operation, "MethodCall")) {
+        return;
+    } else if (operation) {
+        refused.reply = cimErrorReply(
+            400, "unsupported-operation",
+            "CIMOperation value \"" + std::string(*operation) + "\" is not supported.");
+    }
+    throw refused;
 }
 
 std::optional<Credentials> basicCredentials(const RequestHead& head)
 {
     const std::string_view scheme = "Basic ";
-    const std::string* field = head.field("Authorization");
-    const std::string_view text = field ? *field : std::string_view();
+    const std::string_view text = fieldOf(head, "Authorization").value_or("");
     if (!equalNoCase(text.substr(0, scheme.size()), scheme)) return std::nullopt;
     const auto decoded = decodeBase64(trimmed(text.substr(scheme.size())));
     const std::size_t colon = decoded ? decoded->find(':') : std::string::npos;
@@ -187,11 +200,11 @@ std::optional<Credentials> basicCredentials(const RequestHead& head)
 
 CimRequest cimRequest(const RequestHead& head)
 {
-    const std::string* version = head.field("CIMProtocolVersion");
-    return {version ? std::optional(*version) : std::nullopt,
-            decoded(head.field("CIMMethod")),
-            decoded(head.field("CIMObject")),
-            head.field("CIMBatch") != nullptr,
+    const auto version = fieldOf(head, "CIMProtocolVersion");
+    return {version ? std::optional<std::string>(*version) : std::nullopt,
+            decoded(fieldOf(head, "CIMMethod")),
+            decoded(fieldOf(head, "CIMObject")),
+            head.count("CIMBatch") > 0,
             "",
             ""};
 }

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "CimXml/Service.h"
-#include "Http/RequestParser.h"
 
+#include <boost/beast/http/message.hpp>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -13,6 +13,9 @@
 namespace cimom
 {
 
+/// The request line and the header fields of a request.
+using RequestHead = boost::beast::http::request_header<>;
+
 struct HttpReply
 {
     int status = 200;
@@ -20,7 +23,15 @@ struct HttpReply
     std::string body;
     Pieces rest = nullptr;  ///< of a long body
     bool close = false;     ///< end the connection afterwards
-    bool isDenied = false;  ///< the operation failed with CIM_ERR_ACCESS_DENIED
+};
+
+/// Thrown for a request that no operation answers. When the reply does not end the connection, it
+/// follows the body of the request.
+struct RequestRefused
+{
+    explicit RequestRefused(int status, const std::string& detail = "", bool close = true);
+
+    HttpReply reply;
 };
 
 struct Credentials
@@ -33,18 +44,20 @@ struct Credentials
 std::string percentEncoded(std::string_view text);
 /// A reply without body that names its reason in the PGErrorDetail field (empty: no field).
 HttpReply plainReply(int status, const std::string& detail, bool close = false);
-/// 401 with the challenge.
-HttpReply unauthorizedReply(const std::string& realm, const std::string& detail);
+/// The refusal of a user who is not let in: 401 with the challenge.
+RequestRefused unauthorized(const std::string& realm, const std::string& detail = "");
 HttpReply httpReply(CimReply&&);
 /// The status line and the header fields as they go over the wire; `framing` is the field that says
 /// where the body ends, with its line end.
 std::string headText(const HttpReply&, const std::string& framing);
 
-/// The reply to a request that can be refused before its body is read, whoever sends it; nothing
-/// when it may go on. These end the connection.
-std::optional<HttpReply> refuseAtOnce(const RequestHead&);
-/// The reply to a request whose header fields are not acceptable; nothing when they are.
-std::optional<HttpReply> refuseFields(const RequestHead&);
+/// Throws RequestRefused, which ends the connection, for what is no POST with a body whose end is
+/// clear: whoever sends it.
+void checkFraming(const RequestHead&);
+/// Throws RequestRefused when the header fields are not those of a CIM-XML request.
+void checkFields(const RequestHead&);
+/// The value of a field; nothing when it is not there.
+std::optional<std::string_view> fieldOf(const RequestHead&, std::string_view name);
 /// The user and password of a request; nothing when it holds no Basic credentials.
 std::optional<Credentials> basicCredentials(const RequestHead&);
 /// The CIM fields of an acceptable request, without body and user.

@@ -32,7 +32,8 @@ struct HttpOptions
     std::string keyFile;
     std::size_t maxHeader = 64 * 1024;      ///< bytes of request line and header fields
     std::size_t maxBody = 4 * 1024 * 1024;  ///< bytes of a (decoded) request body
-    std::size_t maxMemory = 0;    ///< bytes of all bodies together; 0: by what the process may use
+    std::size_t maxMemory =
+        0;  ///< bytes for large requests together; 0: a quarter of what the process may use
     unsigned maxOperations = 16;  ///< operations at once, each on a thread
     ConnectionLimits connections;
     std::chrono::seconds lastOperations{10};      ///< how long stop() waits for those that run
@@ -40,7 +41,7 @@ struct HttpOptions
 };
 
 /// Accepts CIM-XML requests, authenticates them, hands them to a handler and sends what it returns.
-/// One thread serves all connections; operations and the hashes of passwords run on others.
+/// Each connection has a thread, which waits for its client most of the time.
 /// At the limits of connections the one that waits for its client and whose user, or address, has
 /// most of them gives way; without such one the new one gets 503. Requests that do not arrive in
 /// time get 408 (over TLS: are closed), larger headers 431, larger bodies 413, bodies for which
@@ -65,8 +66,13 @@ public:
     virtual bool stop() = 0;
 };
 
+/// What the limits count as one client: an IPv4 address, or the network (/64) of an IPv6 address,
+/// as whoever has one address of it has all.
+std::string networkOf(const std::string& address);
+
 /// Listens and serves at once. Throws std::runtime_error (what, where, what to do) when it cannot
 /// listen, read the password file or set up TLS.
-std::unique_ptr<HttpServer> startHttpServer(HttpOptions options, HttpServer::Handler handler);
+std::unique_ptr<HttpServer> startHttpServer(const HttpOptions& options,
+                                            HttpServer::Handler handler);
 
 }  // namespace cimom

@@ -4,13 +4,14 @@
 #include <chrono>
 #include <functional>
 #include <map>
+#include <mutex>
 #include <string>
 
 namespace cimom
 {
 
 /// A log of lines that clients cause, as often as they like: the first few of equal lines in a
-/// minute, then their number. For one thread.
+/// minute, then their number. Safe for any number of threads.
 class LimitedLog
 {
 public:
@@ -20,6 +21,7 @@ public:
     /// The detail is written behind the line, and makes it no other one.
     void add(const std::string& line, const std::string& detail = "")
     {
+        const std::lock_guard<std::mutex> lock(mutex_);
         if (std::chrono::steady_clock::now() > end_) summarize();
         const unsigned number = ++numbers_[numbers_.size() < 256 ? line : "further events"];
         if (number <= first && write_) write_(line + detail);
@@ -40,6 +42,7 @@ private:
     }
 
     const std::function<void(const std::string&)> write_;
+    std::mutex mutex_;
     std::map<std::string, unsigned> numbers_;
     std::chrono::steady_clock::time_point end_;
 };

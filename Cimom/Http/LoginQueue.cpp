@@ -10,7 +10,7 @@ namespace
 {
 
 constexpr unsigned mostOfSuspect = 4;        // of an address that has sent a wrong password
-constexpr unsigned mostPending = 32;         // addresses of a rank; a hash takes tens of ms
+constexpr unsigned mostWaiting = 32;         // addresses of a rank; a hash takes tens of ms
 constexpr std::size_t mostAddresses = 4096;  // any further ones count as one
 
 }  // namespace
@@ -23,51 +23,66 @@ LoginQueue::Rank LoginQueue::Address::rank() const
     return hasLoggedIn ? Known : Unknown;
 }
 
-LoginQueue::Address& LoginQueue::addressOf(const std::string& address)
+bool LoginQueue::isFull(const Address& from) const
 {
-    const auto found = addresses_.find(address);
-    if (found != addresses_.end()) return found->second;
-    if (addresses_.size() >= mostAddresses) {
-        std::erase_if(addresses_, [](const auto& entry) {
-            return entry.second.pending == 0 && entry.second.rank() == Unknown;
-        });
-    }
-    return addresses_[addresses_.size() < mostAddresses ? address : ""];
+    const Rank rank = from.rank();
+    if (rank == Suspect && from.pending >= mostOfSuspect) return true;
+    if (rank == Known || from.pending > 0) return false;
+    return std::count_if(addresses_.begin(), addresses_.end(), [&](const auto& entry) {
+               return entry.second.pending > 0 && entry.second.rank() == rank;
+           }) >= mostWaiting;
 }
 
 std::unique_ptr<LoginQueue::Place> LoginQueue::enter(const std::string& address)
 {
-    Address& from = addressOf(address);
-    const Rank rank = from.rank();
-    const bool isFull = rank != Known && from.pending == 0 && pending_[rank] >= mostPending;
-    if (isFull || (rank == Suspect && from.pending >= mostOfSuspect)) return nullptr;
-    return std::make_unique<Place>(*this, from);
+    const Lock lock(mutex_);
+    if (addresses_.size() >= mostAddresses && !addresses_.contains(address)) {
+        std::erase_if(addresses_, [](const auto& entry) {
+            return entry.second.pending == 0 && entry.second.rank() == Unknown;
+        });
+    }
+    const bool hasRoom = addresses_.size() < mostAddresses || addresses_.contains(address);
+    auto& from = *addresses_.try_emplace(hasRoom ? address : "").first;
+    return isFull(from.second) ? nullptr : std::make_unique<Place>(*this, from);
 }
 
-LoginQueue::Place::Place(LoginQueue& queue, Address& address)
-    : queue_(queue), address_(address), rank_(address.rank())
+LoginQueue::Place::Place(LoginQueue& queue, Addresses::value_type& of)
+    : queue_(queue), name_(of.first), address_(of.second), rank_(address_.rank())
 {
-    if (address_.pending++ > 0) return;
-    address_.pendingAs = address_.rank();
-    ++queue_.pending_[address_.pendingAs];
+    ++address_.pending;
 }
 
 LoginQueue::Place::~Place()
 {
-    if (--address_.pending == 0) --queue_.pending_[address_.pendingAs];
+    const Lock lock(queue_.mutex_);
+    --address_.pending;
 }
 
-void LoginQueue::Place::noteRight()
+bool LoginQueue::Place::isLost() const
 {
-    address_.hasLoggedIn = true;
+    const Lock lock(queue_.mutex_);
+    return address_.rank() == Suspect && address_.pending > mostOfSuspect;
 }
 
-std::chrono::milliseconds LoginQueue::Place::noteWrong()
+std::optional<bool> LoginQueue::Place::check(const std::function<bool()>& isRight)
 {
-    if (address_.rank() != Suspect) address_.wrong = 0;
-    ++address_.wrong;
-    address_.suspectUntil = std::chrono::steady_clock::now() + std::chrono::minutes(1);
-    queue_.turns_.refuse(&address_, mostOfSuspect);
+    Turns::Turn turn(queue_.turns_, name_, rank_);
+    turn.wait();
+    if (isLost()) return std::nullopt;
+    const bool result = isRight();
+    const Lock lock(queue_.mutex_);
+    if (result) {
+        address_.hasLoggedIn = true;
+    } else {
+        address_.wrong = address_.rank() == Suspect ? address_.wrong + 1 : 1;
+        address_.suspectUntil = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    }
+    return result;
+}
+
+std::chrono::milliseconds LoginQueue::Place::delay() const
+{
+    const Lock lock(queue_.mutex_);
     return std::chrono::milliseconds(200U << std::min(address_.wrong, 5U));
 }
 

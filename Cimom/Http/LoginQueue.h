@@ -3,23 +3,40 @@
 
 #include "Http/Turns.h"
 
-#include <array>
 #include <chrono>
+#include <functional>
 #include <map>
 #include <memory>
+#include <mutex>
+#include <optional>
 #include <string>
 
 namespace cimom
 {
 
-/// Logins that wait for their turn. Hashes, which take much time and memory, are computed on half
-/// of the processors: first for addresses from which somebody has logged in, then for new ones, and
-/// last for those that have sent a wrong password in the last minute. These have a few places each,
-/// and of either kind a bounded number of addresses waits. Outlives the password files that are
-/// read meanwhile. For one thread.
+/// Logins that wait for the check of their password. Hashes, which take much time and memory, are
+/// computed on half of the processors: first for addresses from which somebody has logged in, then
+/// for new ones, and last for those that have sent a wrong password in the last minute. These have
+/// a few places each, and of either kind a bounded number of addresses waits. Outlives the password
+/// files that are read meanwhile. Safe for any number of threads.
 class LoginQueue
 {
-    struct Address;
+    enum Rank : unsigned
+    {
+        Known,
+        Unknown,
+        Suspect
+    };
+    struct Address
+    {
+        Rank rank() const;
+
+        unsigned pending = 0;  ///< logins that wait or are checked
+        unsigned wrong = 0;    ///< wrong passwords lately
+        bool hasLoggedIn = false;
+        std::chrono::steady_clock::time_point suspectUntil;
+    };
+    using Addresses = std::map<std::string, Address>;
 
 public:
     LoginQueue();
@@ -28,53 +45,38 @@ public:
     class Place
     {
     public:
-        Place(LoginQueue&, Address&);
+        Place(LoginQueue&, Addresses::value_type& of);
         Place(const Place&) = delete;
         Place& operator=(const Place&) = delete;
         ~Place();
 
-        Turns::Party& party() const { return address_; }
         unsigned rank() const { return rank_; }
-        void noteRight();
-        /// Notes a wrong password; returns how long the answer is to be held back: the longer, the
-        /// more of them the address has sent lately.
-        std::chrono::milliseconds noteWrong();
+        /// Waits for its turn and calls what computes the hash, whose result it notes: whether the
+        /// password is right. Nothing when the address has lost the place by wrong ones meanwhile.
+        std::optional<bool> check(const std::function<bool()>& isRight);
+        /// How long the answer to a wrong password is to be held back: the longer, the more of them
+        /// the address has sent lately.
+        std::chrono::milliseconds delay() const;
 
     private:
+        bool isLost() const;
+
         LoginQueue& queue_;
+        const std::string& name_;
         Address& address_;
-        const unsigned rank_;
+        const Rank rank_;
     };
 
     /// A place for a login from that address; null when too many wait.
     std::unique_ptr<Place> enter(const std::string& address);
-    /// Of those that have a place, to compute a hash.
-    Turns& turns() { return turns_; }
 
 private:
-    using Time = std::chrono::steady_clock::time_point;
-    enum Rank : unsigned
-    {
-        Known,
-        Unknown,
-        Suspect,
-        Ranks
-    };
-    struct Address : Turns::Party
-    {
-        Rank rank() const;
+    using Lock = std::lock_guard<std::mutex>;
 
-        unsigned pending = 0;      ///< logins that wait or are checked
-        Rank pendingAs = Unknown;  ///< what it was when the first of them came
-        unsigned wrong = 0;        ///< wrong passwords lately
-        bool hasLoggedIn = false;
-        Time suspectUntil;
-    };
+    bool isFull(const Address&) const;
 
-    Address& addressOf(const std::string& address);
-
-    std::map<std::string, Address> addresses_;
-    std::array<unsigned, Ranks> pending_{};  ///< addresses
+    std::mutex mutex_;
+    Addresses addresses_;
     Turns turns_;
 };
 

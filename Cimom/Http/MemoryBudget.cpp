@@ -34,14 +34,16 @@ std::size_t controlGroupLimit()
 
 }  // namespace
 
-std::size_t usableMemory()
+std::size_t budgetOf(std::size_t given)
 {
+    if (given != 0) return given;
     rlimit space{};
     const bool isLimited = getrlimit(RLIMIT_AS, &space) == 0 && space.rlim_cur != RLIM_INFINITY;
     const auto machine = static_cast<std::size_t>(sysconf(_SC_PHYS_PAGES)) *
                          static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
     return std::min(
-        {isLimited ? std::size_t{space.rlim_cur} : SIZE_MAX, controlGroupLimit(), machine});
+               {isLimited ? std::size_t{space.rlim_cur} : SIZE_MAX, controlGroupLimit(), machine}) /
+           4;
 }
 
 }  // namespace cimom

@@ -7,27 +7,8 @@
 namespace cimom
 {
 
-/// Bytes that are taken and given back. Safe for any number of threads.
-class MemoryBudget
-{
-public:
-    explicit MemoryBudget(std::size_t size) : free_(size) {}
-
-    /// False, and nothing taken, when so many bytes are not free.
-    bool take(std::size_t bytes)
-    {
-        std::size_t free = free_;
-        while (bytes <= free) {
-            if (free_.compare_exchange_weak(free, free - bytes)) return true;
-        }
-        return false;
-    }
-
-    void giveBack(std::size_t bytes) { free_ += bytes; }
-
-private:
-    std::atomic<std::size_t> free_;
-};
+/// Bytes that are free for all requests together. Safe for any number of threads.
+using MemoryBudget = std::atomic<std::size_t>;
 
 /// What one request has taken of the budget, given back at its end.
 class MemoryShare
@@ -36,15 +17,20 @@ public:
     explicit MemoryShare(MemoryBudget& budget) : budget_(budget) {}
     MemoryShare(const MemoryShare&) = delete;
     MemoryShare& operator=(const MemoryShare&) = delete;
-    ~MemoryShare() { budget_.giveBack(taken_); }
+    ~MemoryShare() { budget_ += taken_; }
 
-    /// Takes what is missing to have so many bytes; false when they are not free.
+    /// Takes what is missing to have so many bytes; false, and nothing taken, when they are not
+    /// free.
     bool growTo(std::size_t bytes)
     {
         if (bytes <= taken_) return true;
-        if (!budget_.take(bytes - taken_)) return false;
-        taken_ = bytes;
-        return true;
+        const std::size_t missing = bytes - taken_;
+        for (std::size_t free = budget_; missing <= free;) {
+            if (!budget_.compare_exchange_weak(free, free - missing)) continue;
+            taken_ = bytes;
+            return true;
+        }
+        return false;
     }
 
 private:
@@ -52,8 +38,9 @@ private:
     std::size_t taken_ = 0;
 };
 
-/// The memory that this process may use, in bytes: the least of its address space limit, the limits
-/// of its control groups, and the machine's memory.
-std::size_t usableMemory();
+/// The budget of a server: the bytes given, or when that is 0, a quarter of the memory that this
+/// process may use, which is the least of its address space limit, the limits of its control
+/// groups, and the machine's memory.
+std::size_t budgetOf(std::size_t given);
 
 }  // namespace cimom

@@ -1,13 +1,13 @@
 #include "Http/PasswordFile.h"
 
-#include <cerrno>
+#include "Model/Text.h"
+
 #include <crypt.h>
-#include <cstring>
-#include <fstream>
 #include <openssl/crypto.h>
 #include <openssl/evp.h>
 #include <openssl/hmac.h>
 #include <openssl/rand.h>
+#include <sstream>
 #include <stdexcept>
 
 namespace cimom
@@ -47,7 +47,7 @@ bool isStrongHash(const char* hash)
 
 PasswordFile::PasswordFile(const std::filesystem::path& file)
 {
-    std::ifstream in(file);
+    std::istringstream in(readFile(file, "password"));
     std::string line;
     for (unsigned number = 1; std::getline(in, line); ++number) {
         try {
@@ -58,9 +58,6 @@ PasswordFile::PasswordFile(const std::filesystem::path& file)
                                      error.what());
         }
     }
-    if (!in.eof())
-        throw std::runtime_error(file.string() +
-                                 ": cannot read the password file: " + std::strerror(errno));
     if (users_.empty())
         throw std::runtime_error(file.string() +
                                  ":1: no user in the password file; add \"user:hash\"");

@@ -5,8 +5,8 @@
 
 #include <array>
 #include <boost/asio/buffer.hpp>
-#include <boost/asio/ssl.hpp>
 #include <boost/asio/write.hpp>
+#include <boost/beast/http/chunk_encode.hpp>
 #include <malloc.h>
 #include <new>
 #include <sys/socket.h>
@@ -16,6 +16,7 @@ namespace cimom
 {
 
 namespace asio = boost::asio;
+namespace http = boost::beast::http;
 using boost::system::error_code;
 using boost::system::system_error;
 
@@ -25,160 +26,62 @@ namespace
 const char* const shuttingDown = "The server is shutting down.";
 constexpr std::size_t readSize = 4096;  // of a connection that may be idle for long
 constexpr std::size_t bodyReadSize = 65536;
-constexpr std::size_t smallBody = 65536;               // needs nothing of the budget
-constexpr std::uint64_t largeReply = 2 * 1024 * 1024;  // its memory is given back at once
-constexpr unsigned mostRefusals = 3;            // in a row; then the client has to connect again
+constexpr std::size_t smallBody = 65536;             // needs nothing of the budget
+constexpr std::size_t largeReply = 2 * 1024 * 1024;  // its memory is given back at once
+constexpr unsigned mostDenials = 3;             // in a row; then the client has to connect again
 constexpr std::chrono::seconds closingTime{2};  // for the client to end the connection too
-constexpr std::chrono::seconds cancelTime{5};   // for what was cancelled to end
 
-/// Awaits an operation of Boost.Asio, which `start` begins with the handler that it is given.
-/// Returns the bytes that were transferred; throws system_error.
-template <class Start>
-class Transfer
+/// Takes what is missing of the memory for a request with a body of that size. That of small ones
+/// is bounded by the numbers of connections and of operations.
+void takeMemory(MemoryShare& memory, std::size_t bodySize)
 {
-public:
-    Transfer(ServerState& server, Start start) : server_(server), start_(std::move(start)) {}
+    if (bodySize <= smallBody || memory.growTo(requestMemory(bodySize))) return;
+    throw RequestRefused(503, "The server has no memory for this request now. Try again.");
+}
 
-    bool await_ready() const noexcept { return false; }
-    void await_suspend(std::coroutine_handle<> caller) { start_(Handler{this, caller}); }
-    std::size_t await_resume() const
-    {
-        if (error_) throw system_error(error_);
-        return size_;
-    }
-
-private:
-    struct Handler
-    {
-        void operator()(const error_code& error, std::size_t size = 0) const
-        {
-            ServerState& server = transfer->server_;
-            const std::lock_guard<std::mutex> lock(server.mutex);
-            transfer->error_ = error;
-            transfer->size_ = size;
-            server.resume(caller);
-        }
-        /// What is over at once goes on in the thread that began it.
-        friend bool asio_handler_is_continuation(Handler*) { return true; }
-
-        Transfer* transfer;
-        std::coroutine_handle<> caller;
-    };
-
-    ServerState& server_;
-    Start start_;
-    error_code error_;
-    std::size_t size_ = 0;
-};
-
-/// While it lives, others may use the connections, and this one is not destroyed.
-class Busy
+/// The address of the client; empty when it has gone.
+std::string addressOf(const Session::Socket& socket)
 {
-public:
-    Busy(ServerState& server, bool& flag) : server_(server), flag_(flag)
-    {
-        server_.needThread();
-        ++server_.busy;
-        flag_ = true;
-        server_.mutex.unlock();
-    }
-    Busy(const Busy&) = delete;
-    Busy& operator=(const Busy&) = delete;
-    ~Busy()
-    {
-        server_.mutex.lock();
-        flag_ = false;
-        --server_.busy;
-    }
-
-private:
-    ServerState& server_;
-    bool& flag_;
-};
+    error_code error;
+    const auto address = socket.remote_endpoint(error).address();
+    return error ? "" : address.to_string();
+}
 
 }  // namespace
 
-void ServerState::resume(std::coroutine_handle<> coroutine)
-{
-    coroutine.resume();
-    if (operations.hasNext() || logins.turns().hasNext()) giveTurns();
-}
-
-struct Session::Tls
-{
-    Tls(SSL_CTX* shared, Socket& socket) : context(counted(shared)), stream(socket, context) {}
-
-    /// The same, with one more owner, as the context takes one away.
-    static SSL_CTX* counted(SSL_CTX* shared)
-    {
-        SSL_CTX_up_ref(shared);
-        return shared;
-    }
-
-    asio::ssl::context context;
-    asio::ssl::stream<Socket&> stream;
-};
-
-/// One request and its reply.
-struct Session::Exchange
-{
-    Exchange(const HttpOptions& options, MemoryBudget& budget)
-        : parser(options.maxHeader, options.maxBody), memory(budget)
-    {
-    }
-
-    RequestParser parser;
-    MemoryShare memory;
-    CimRequest request;
-    bool isHttp10 = false;
-    bool keepAlive = false;
-    std::optional<HttpReply> reply;  ///< set before the end of a request: it is refused
-};
-
-Session::Session(ServerState& server, Socket socket, const std::string& peer)
+Session::Session(ServerState& server, Socket socket, const std::string& network)
     : server_(server),
-      peer_(peer),
-      owner_("address " + peer),
       socket_(std::move(socket)),
-      tls_(server.certificate ? std::make_unique<Tls>(server.certificate.get(), socket_) : nullptr),
-      timer_(socket_.get_executor()),
-      task_(serve())
+      peer_(addressOf(socket_)),
+      network_(network),
+      owner_("address " + network),
+      deadline_(inTime())
 {
-    enter(Stage::New);
+    if (server.certificate) {
+        SSL* const tls = SSL_new(server.certificate.get());
+        if (!tls) throw std::bad_alloc();
+        tls_.emplace(socket_, tls);
+    }
+    thread_ = std::thread([this] { run(); });
 }
 
-Session::~Session() = default;
-
-bool Session::isOver(Time now) const
+Session::~Session()
 {
-    if (task_.hasEnded()) return true;
-    // Without memory, Boost.Asio can drop an operation: the coroutine waits for ever. What is not
-    // dropped has ended long before, as its socket is closed.
-    return stage_ == Stage::Ended && !busy_ && now > deadline_ + cancelTime;
+    if (thread_.joinable()) thread_.join();
 }
 
 void Session::end(int status, const std::string& detail)
 {
     if (stage_ == Stage::Ended) return;
-    const bool waitsForReply =
-        stage_ == Stage::New || stage_ == Stage::Receiving || stage_ == Stage::Checking;
-    const bool canTell = status != 0 && !tls_ && waitsForReply;
-    stage_ = Stage::Ended;
-    deadline_ = std::chrono::steady_clock::now();
-    // By the system's calls: a read or write may be under way on another thread, and ends so.
-    if (canTell) {
+    const bool waitsForReply = stage_ == Stage::Reading || stage_ == Stage::Waiting;
+    // By the system's calls: its thread may be reading or writing, which ends so.
+    if (status != 0 && !tls_ && waitsForReply) {
         refuse(socket_.native_handle(), status, detail);
     } else {
         ::shutdown(socket_.native_handle(), SHUT_RDWR);
     }
-    timer_.cancel();
-}
-
-void Session::endWhenLate(Time now)
-{
-    const bool isOurs = busy_ || stage_ == Stage::Checking || stage_ == Stage::Working;
-    if (isOurs || now < deadline_) return;
-    end(408, "");
+    stage_ = Stage::Ended;
+    server_.changed.notify_all();
 }
 
 void Session::refuse(int socket, int status, const std::string& detail)
@@ -193,93 +96,57 @@ void Session::refuse(int socket, int status, const std::string& detail)
     }
 }
 
-/// Throws when its end has been brought about.
-void Session::checkOpen() const
+/// Notes what it is at. Throws when it was ended meanwhile.
+void Session::enter(Stage stage, Time deadline)
 {
+    const Lock lock(server_.mutex);
     if (stage_ == Stage::Ended) throw system_error(asio::error::operation_aborted);
-}
-
-/// Notes what it is at, and until when that may take.
-void Session::enter(Stage stage, std::size_t replySize)
-{
-    checkOpen();
-    const ConnectionLimits& limits = server_.options.connections;
     stage_ = stage;
-    deadline_ = std::chrono::steady_clock::now() +
-                (stage == Stage::Closing ? closingTime : limits.timeout) +
-                std::chrono::seconds(replySize / limits.slowestReader);
+    deadline_ = deadline;
+    if (server_.stopping) server_.changed.notify_all();
 }
 
-/// Notes that an operation of the user begins.
-void Session::accept(const std::string& user)
+/// Until when a request, or a reply of that size, has to be through.
+Session::Time Session::inTime(std::size_t replySize) const
 {
-    if (party_) return;
-    if (server_.users) owner_ = "user " + user;
-    std::shared_ptr<Turns::Party>& party = server_.parties[owner_];
-    if (!party) party = std::make_shared<Turns::Party>();
-    party_ = party;
+    const ConnectionLimits& limits = server_.options.connections;
+    return std::chrono::steady_clock::now() + limits.timeout +
+           std::chrono::seconds(replySize / limits.slowestReader);
 }
 
-template <class Start>
-auto Session::transfer(Start start)
-{
-    return Transfer<Start>(server_, std::move(start));
-}
-
-template <class Buffers>
-auto Session::read(const Buffers& buffers)
-{
-    return transfer([this, buffers](auto handler) {
-        tls_ ? tls_->stream.async_read_some(buffers, handler)
-             : socket_.async_read_some(buffers, handler);
-    });
-}
-
-template <class Buffers>
-auto Session::write(const Buffers& buffers)
-{
-    return transfer([this, buffers](auto handler) {
-        tls_ ? asio::async_write(tls_->stream, buffers, handler)
-             : asio::async_write(socket_, buffers, handler);
-    });
-}
-
-/// Does what takes long when it has its turn for that; `wasRun` tells whether it got one.
-template <class Step>
-Task Session::run(Stage stage, Turns& turns, Turns::Party& party, unsigned rank, bool& wasRun,
-                  Step step)
-{
-    Turns::Turn turn(turns, party, rank);
-    busy_ = true;
-    wasRun = co_await turn;
-    busy_ = false;
-    checkOpen();
-    if (!wasRun) co_return;
-    if (stage_ != stage) enter(stage);
-    const Busy busy(server_, busy_);
-    step();
-}
-
-Task Session::readSome(std::size_t most)
+void Session::readSome(std::size_t most)
 {
     const std::size_t had = input_.size();
     input_.resize(had + most);
-    const std::size_t came = co_await read(asio::buffer(input_.data() + had, most));
-    input_.resize(had + came);
+    const auto room = asio::buffer(input_) + had;
+    input_.resize(had + (tls_ ? tls_->read_some(room) : socket_.read_some(room)));
 }
 
-Task Session::serve()
+template <class Buffers>
+void Session::write(const Buffers& buffers)
+{
+    tls_ ? asio::write(*tls_, buffers) : asio::write(socket_, buffers);
+}
+
+/// What the thread does. Without memory even for the log, nothing is logged.
+void Session::run() noexcept
 {
     try {
-        if (tls_) {
-            co_await transfer([this](auto handler) {
-                tls_->stream.async_handshake(asio::ssl::stream_base::server, handler);
-            });
+        serve();
+    } catch (...) {
+    }
+    const Lock lock(server_.mutex);
+    end(0);
+    isOver_ = true;
+}
+
+void Session::serve()
+{
+    try {
+        if (tls_) tls_->handshake(asio::ssl::stream_base::server);
+        while (exchange()) {
         }
-        do {
-            co_await exchange();
-        } while (keepsAlive_);
-        co_await close();
+        close();
     } catch (const system_error&) {
         // The client has gone, or is not wanted any more.
         if (tls_ && !hasAsked_)
@@ -287,221 +154,227 @@ Task Session::serve()
     } catch (const std::exception& error) {
         server_.log.add("connection from " + peer_ + " ended: " + error.what());
     }
-    end(0, "");
 }
 
-/// One request and its reply, whoever is to blame for what is wrong.
-Task Session::exchange()
+/// One request and its reply, whoever is to blame for what is wrong. Returns whether another one
+/// may follow.
+bool Session::exchange()
 {
-    Exchange x(server_.options, server_.memory);
-    keepsAlive_ = false;
+    RequestParser parser(server_.options.maxHeader, server_.options.maxBody);
+    HttpReply reply;
     try {
-        co_await receive(x);
-        if (!x.reply) co_await operate(x);
-    } catch (const RequestRefused& refused) {
-        if (!x.reply) x.reply = plainReply(refused.status, refused.detail);
-        x.reply->close = true;
+        reply = respond(parser);
+    } catch (RequestRefused& refused) {
+        reply = std::move(refused.reply);
+        if (!reply.close) reply.close = !skipBody(parser);
     } catch (const std::bad_alloc&) {
-        x.request = CimRequest();
         malloc_trim(0);  // what others have freed
-        x.reply = plainReply(503, "The server has no memory for this request.", true);
+        reply = plainReply(503, "The server has no memory for this request.", true);
     }
-    co_await send(x);
+    send(reply, parser);
+    if (reply.close) return false;
+    // What has come already is answered, even by a server that stops.
+    enter(input_.empty() ? Stage::Idle : Stage::Sending, inTime());
+    if (input_.empty()) input_ = std::string();
+    return true;
 }
 
-Task Session::receive(Exchange& x)
+HttpReply Session::respond(RequestParser& parser)
 {
-    RequestHead head;
-    co_await receiveHead(x, head);
-    enter(Stage::Checking);
-    x.isHttp10 = head.isHttp10;
-    x.keepAlive = head.keepAlive;
-    x.reply = server_.stopping ? plainReply(503, shuttingDown, true) : refuseAtOnce(head);
-    if (!x.reply) co_await authenticate(x, head);
-    if (!x.reply) x.reply = refuseFields(head);
-    const std::string* expectation = head.field("Expect");
-    const bool waits =
-        expectation && input_.empty() && !x.isHttp10 && equalNoCase(*expectation, "100-continue");
-    const std::string* length = head.field("Content-Length");
-    const std::size_t announced = length ? std::stoul(*length) : 0;
-    if (!x.reply) {
-        const std::string user = std::move(x.request.user);
-        x.request = cimRequest(head);
-        x.request.user = user;
-        if (announced > smallBody && !x.memory.growTo(announced)) throw noMemory();
-        x.request.body.reserve(announced);
-    } else if (waits) {
-        x.reply->close = true;  // it may or may not send the body now
-    }
-    head = RequestHead();
-    if (x.reply && x.reply->close) co_return;
-    if (waits) co_await write(asio::buffer("HTTP/1.1 100 Continue\r\n\r\n", 25));
-    enter(Stage::Receiving);
-    co_await receiveBody(x, !x.reply);
+    readHead(parser);
+    enter(Stage::Waiting);
+    RequestHead& head = parser.head();
+    checkFraming(head);
+    const std::string user = authenticate(head);
+    checkFields(head);
+    CimRequest request = cimRequest(head);
+    request.user = user;
+    const auto length = fieldOf(head, "Content-Length");
+    const std::size_t announced = length ? std::stoul(std::string(*length)) : 0;
+    MemoryShare memory(server_.memory);
+    takeMemory(memory, announced);
+    request.body.reserve(announced);
+    if (waitsForLeave(head)) write(asio::buffer("HTTP/1.1 100 Continue\r\n\r\n", 25));
+    head.clear();  // its fields can take much more than the bytes that came
+    readBody(parser, request.body, &memory);
+    return operate(std::move(request));
 }
 
-Task Session::receiveHead(Exchange& x, RequestHead& head)
+void Session::readHead(RequestParser& parser)
 {
-    for (;;) {
-        if (auto came = x.parser.takeHead(input_)) {
-            head = std::move(*came);
-            hasAsked_ = true;
-            co_return;
-        }
-        co_await readSome(readSize);
-        if (stage_ == Stage::Idle || stage_ == Stage::New) stage_ = Stage::Receiving;
+    while (!parser.takeHead(input_)) {
+        if (!input_.empty()) enter(Stage::Reading, deadline_);
+        readSome(readSize);
+    }
+    hasAsked_ = true;
+    refuseWhenStopping();
+}
+
+void Session::refuseWhenStopping()
+{
+    const Lock lock(server_.mutex);
+    if (server_.stopping) throw RequestRefused(503, shuttingDown);
+}
+
+/// Whether the client sends the body when it is told to only.
+bool Session::waitsForLeave(const RequestHead& head) const
+{
+    return input_.empty() && head.version() > 10 &&
+           equalNoCase(fieldOf(head, "Expect").value_or(""), "100-continue");
+}
+
+/// Reads the body, and keeps it when there is a share of the memory for it.
+void Session::readBody(RequestParser& parser, std::string& body, MemoryShare* memory)
+{
+    enter(Stage::Reading, inTime());
+    while (!parser.takeBody(input_, body)) {
+        memory ? takeMemory(*memory, body.size()) : body.clear();
+        readSome(bodyReadSize);
     }
 }
 
-/// Reads the body, and keeps it or not. Without a need to close, the reply follows it.
-Task Session::receiveBody(Exchange& x, bool isKept)
+/// Reads what is left of a request that is refused; false when the connection had better end.
+bool Session::skipBody(RequestParser& parser)
 {
-    std::string& body = x.request.body;
-    while (!x.parser.takeBody(input_, body)) {
-        if (!isKept) body.clear();
-        if (body.size() > smallBody && !x.memory.growTo(body.capacity())) throw noMemory();
-        co_await readSome(bodyReadSize);
+    if (waitsForLeave(parser.head())) return false;
+    try {
+        std::string body;
+        readBody(parser, body, nullptr);
+        return true;
+    } catch (const RequestRefused&) {
+        return false;
     }
 }
 
-/// Sets the user, or the reply to one who is not let in.
-Task Session::authenticate(Exchange& x, const RequestHead& head)
+/// The user; throws the refusal of one who is not let in.
+std::string Session::authenticate(const RequestHead& head)
 {
-    if (!server_.users) co_return;
+    std::shared_ptr<const PasswordFile> users;
+    {
+        const Lock lock(server_.mutex);
+        users = server_.users;  // may be replaced meanwhile
+    }
+    if (!users) return "";
+    const std::string& realm = server_.options.hostName;
     const auto credentials = basicCredentials(head);
-    if (!credentials) {
-        x.reply = unauthorizedReply(server_.options.hostName, "User Unauthorized");
-    } else if (!isUtf8(credentials->user)) {
-        x.reply = unauthorizedReply(server_.options.hostName, "The user name is not UTF-8.");
-    } else {
-        co_await checkPassword(x, *credentials);
-    }
+    if (!credentials) throw unauthorized(realm, "User Unauthorized");
+    if (!isUtf8(credentials->user)) throw unauthorized(realm, "The user name is not UTF-8.");
+    if (!users->isRemembered(credentials->user, credentials->password))
+        checkPassword(*users, *credentials);
+    return credentials->user;
 }
 
-Task Session::checkPassword(Exchange& x, const Credentials& credentials)
+void Session::checkPassword(const PasswordFile& users, const Credentials& credentials)
 {
-    const auto users = server_.users;  // may be replaced meanwhile
-    const auto& [user, password] = credentials;
-    x.request.user = user;
-    if (users->isRemembered(user, password)) co_return;
-    const auto place = server_.logins.enter(peer_);
-    bool isRight = false, wasChecked = false;
+    const auto place = server_.logins.enter(network_);
+    std::optional<bool> isRight;
     if (place) {
-        co_await run(Stage::Checking, server_.logins.turns(), place->party(), place->rank(),
-                     wasChecked, [&] { isRight = users->check(user, password); });
+        isRight = place->check([&] {
+            enter(Stage::Waiting);  // throws when it was ended meanwhile
+            return users.check(credentials.user, credentials.password);
+        });
     }
-    if (!wasChecked) {
-        x.reply = plainReply(503, "Too many logins of this address wait. Try again.");
-        x.reply->fields.emplace_back("Retry-After", "1");
-    } else if (isRight) {
-        place->noteRight();
-    } else {
-        server_.log.add("wrong user or password from " + peer_,
-                        ": user " + percentEncoded(user.substr(0, 64)));
-        x.reply = unauthorizedReply(server_.options.hostName, "");
-        timer_.expires_after(place->noteWrong());
-        co_await transfer([this](auto handler) { timer_.async_wait(handler); });
+    if (!isRight) {
+        RequestRefused refused(503, "Too many logins of this address wait. Try again.", false);
+        refused.reply.fields.emplace_back("Retry-After", "1");
+        throw refused;
+    }
+    if (*isRight) return;
+    server_.log.add("wrong user or password from " + peer_,
+                    ": user " + percentEncoded(credentials.user.substr(0, 64)));
+    Lock lock(server_.mutex);
+    server_.changed.wait_for(lock, place->delay(), [this] { return stage_ == Stage::Ended; });
+    throw unauthorized(server_.options.hostName);
+}
+
+HttpReply Session::operate(CimRequest request)
+{
+    enter(Stage::Waiting);
+    accept(request.user);
+    Turns::Turn turn(server_.operations, owner_);
+    turn.wait();
+    refuseWhenStopping();
+    enter(Stage::Working);
+    try {
+        CimReply answer = server_.handler(request);
+        denials_ = answer.isDenied ? denials_ + 1 : 0;
+        HttpReply reply = httpReply(std::move(answer));
+        reply.close = denials_ >= mostDenials;
+        return reply;
+    } catch (const std::bad_alloc&) {
+        throw;
+    } catch (...) {
+        server_.log.add("internal error: " + toUtf8(currentError().getMessage()));
+        return plainReply(500, "Internal error.", true);
     }
 }
 
-Task Session::operate(Exchange& x)
+/// Notes that an operation of the user begins.
+void Session::accept(const std::string& user)
 {
-    accept(x.request.user);
-    std::string failure;
-    bool wasRun = false;
-    const auto operation = [&] {
-        try {
-            x.reply = httpReply(server_.handler(x.request));
-        } catch (const std::bad_alloc&) {
-            throw;
-        } catch (...) {
-            failure = toUtf8(currentError().getMessage());
-        }
-        x.request = CimRequest();
-    };
-    if (!server_.stopping)
-        co_await run(Stage::Working, server_.operations, *party_, 0, wasRun, operation);
-    if (!wasRun) {
-        x.reply = plainReply(503, shuttingDown, true);
-    } else if (!x.reply) {
-        server_.log.add("internal error: " + failure);
-        x.reply = plainReply(500, "Internal error.", true);
-    }
-    refusals_ = x.reply->isDenied ? refusals_ + 1 : 0;
-    x.reply->close |= refusals_ >= mostRefusals;
+    if (isAccepted_) return;
+    const Lock lock(server_.mutex);
+    isAccepted_ = true;
+    if (server_.users) owner_ = "user " + user;
 }
 
-Task Session::send(Exchange& x)
+void Session::send(HttpReply& reply, RequestParser& parser)
 {
-    HttpReply& reply = *x.reply;
+    const bool isHttp10 = parser.head().version() < 11;
     const bool isLong = reply.rest != nullptr;
-    const bool isChunked = isLong && !x.isHttp10;
-    reply.close |= !x.keepAlive || (isLong && !isChunked);
+    const bool isChunked = isLong && !isHttp10;
+    reply.close |= !parser.keepsAlive() || (isLong && !isChunked);
     std::string framing = isChunked ? "Transfer-Encoding: chunked\r\n" : "";
     if (!isLong) framing = "Content-Length: " + std::to_string(reply.body.size()) + "\r\n";
-    if (x.isHttp10 && !reply.close) framing += "Connection: Keep-Alive\r\n";
-    std::string head = headText(reply, framing);
-    enter(Stage::Sending, reply.body.size());
+    if (isHttp10 && !reply.close) framing += "Connection: Keep-Alive\r\n";
+    const std::string head = headText(reply, framing);
+    enter(Stage::Sending, inTime(reply.body.size()));
     if (isLong) {
-        co_await sendPieces(reply, std::move(head), isChunked);
+        write(asio::buffer(head));
+        sendPieces(reply, isChunked);
     } else {
-        co_await write(
-            std::array{asio::buffer(std::as_const(head)), asio::buffer(std::as_const(reply.body))});
+        write(std::array{asio::buffer(head), asio::buffer(std::as_const(reply.body))});
     }
-    keepsAlive_ = !reply.close;
-    if (!keepsAlive_) co_return;
-    enter(Stage::Idle);
-    if (input_.empty()) input_ = std::string();
 }
 
 /// Sends a long reply: a piece is encoded when the one before it has been taken.
-Task Session::sendPieces(HttpReply& reply, std::string head, bool isChunked)
+void Session::sendPieces(HttpReply& reply, bool isChunked)
 {
-    std::uint64_t total = 0;
+    Time deadline = deadline_;
+    std::size_t total = 0;
     for (bool isLast = false;;) {
-        std::string end;
-        if (isChunked && !reply.body.empty()) {
-            std::array<char, 20> size{};
-            std::snprintf(size.data(), size.size(), "%zx\r\n", reply.body.size());
-            head += size.data();
-            end = "\r\n";
+        const auto piece = asio::buffer(std::as_const(reply.body));
+        if (isChunked && piece.size() > 0) {
+            write(http::make_chunk(piece));
+        } else {
+            write(piece);
         }
-        if (isChunked && isLast) end += "0\r\n\r\n";
-        co_await write(std::array{asio::buffer(std::as_const(head)),
-                                  asio::buffer(std::as_const(reply.body)),
-                                  asio::buffer(std::as_const(end))});
-        if (isLast) break;
-        total += reply.body.size();
-        head.clear();
+        total += piece.size();
         reply.body.clear();
-        bool wasRun = false;
-        co_await run(Stage::Sending, server_.operations, *party_, 0, wasRun, [&] {
-            isLast = !reply.rest(reply.body);
-            if (isLast) reply.rest = nullptr;
-        });
-        if (!wasRun) co_return;
-        deadline_ +=
-            std::chrono::seconds(reply.body.size() / server_.options.connections.slowestReader);
+        if (isLast) break;
+        enter(Stage::Sending);  // the client has no part in what follows
+        Turns::Turn turn(server_.operations, owner_);
+        turn.wait();
+        isLast = !reply.rest(reply.body);
+        deadline += inTime(reply.body.size()) - inTime();
+        enter(Stage::Sending, deadline);
     }
+    if (isChunked) write(http::make_chunk_last());
+    reply.rest = nullptr;
     if (total > largeReply) malloc_trim(0);
 }
 
 /// Ends the connection after its last reply. Bytes that come meanwhile are read for a while: unread
 /// ones would take the reply from the client.
-Task Session::close()
+void Session::close()
 {
-    enter(Stage::Closing);
-    if (tls_) {
-        co_await transfer([this](auto handler) {
-            tls_->stream.async_shutdown([handler](const error_code&) mutable { handler({}); });
-        });
-    }
+    enter(Stage::Idle, std::chrono::steady_clock::now() + closingTime);
+    error_code ignored;
+    if (tls_) tls_->shutdown(ignored);
     socket_.shutdown(Socket::shutdown_send);
     input_.resize(bodyReadSize);
-    for (std::size_t came = 0; came < 4 * server_.options.maxBody;) {
-        came += co_await transfer(
-            [this](auto handler) { socket_.async_read_some(asio::buffer(input_), handler); });
-    }
+    for (std::size_t came = 0; came < 4 * server_.options.maxBody;)
+        came += socket_.read_some(asio::buffer(input_));
 }
 
 }  // namespace cimom

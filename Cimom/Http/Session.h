@@ -1,23 +1,22 @@
 // One connection of a client.
 #pragma once
 
-#include "Http/HttpProtocol.h"
 #include "Http/HttpServer.h"
 #include "Http/LimitedLog.h"
 #include "Http/LoginQueue.h"
 #include "Http/MemoryBudget.h"
 #include "Http/PasswordFile.h"
-#include "Http/Task.h"
+#include "Http/RequestParser.h"
 #include "Http/Turns.h"
 
-#include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
-#include <boost/asio/steady_timer.hpp>
-#include <map>
+#include <boost/asio/ssl/stream.hpp>
+#include <condition_variable>
 #include <memory>
 #include <mutex>
-#include <openssl/types.h>
+#include <optional>
 #include <string>
+#include <thread>
 
 namespace cimom
 {
@@ -25,121 +24,107 @@ namespace cimom
 /// What the connections of a server share.
 struct ServerState
 {
-    /// Held by whoever uses a connection or what is in here; not during operations and hashes. Each
-    /// thread works on one connection until that waits, so that one lock costs less than many.
-    std::mutex mutex;
-    HttpOptions options;
-    HttpServer::Handler handler;
+    const HttpOptions options;
+    const HttpServer::Handler handler;
     LimitedLog log;
-    std::shared_ptr<const PasswordFile> users;  ///< null: no authentication
-    std::shared_ptr<SSL_CTX> certificate;       ///< of new connections; null: plain HTTP
     MemoryBudget memory;
     LoginQueue logins;
     Turns operations;
-    std::map<std::string, std::shared_ptr<Turns::Party>> parties;  ///< of operations, by owner
-    std::function<void()> needThread;  ///< called before a thread does what takes long
-    std::function<void()> giveTurns;   ///< called when one can be given
-    unsigned busy = 0;                 ///< threads that do what takes long
-    bool stopping = false;
 
-    /// Goes on with a coroutine until it waits, which may give others a turn.
-    void resume(std::coroutine_handle<>);
+    std::shared_ptr<const PasswordFile> users;  ///< null: no authentication
+    std::shared_ptr<SSL_CTX> certificate;       ///< of new connections; null: plain HTTP
+    bool stopping = false;
+    std::mutex mutex{};                 ///< of these three, and of what sessions are at
+    std::condition_variable changed{};  ///< a session has ended, or, while it stops, begun a stage
 };
 
-/// What a connection is at. New: no request has come yet; Idle: the last one is answered;
-/// Receiving: a request comes in; Checking: it is seen who sends it; Working: on an operation;
-/// Sending: a reply; Closing: until the client has ended it too; Ended: its end has been brought
-/// about.
+/// What a connection is at. Idle: it waits for the client to begin a request, or to end it;
+/// Reading: a request, the first one of a connection from its beginning; Waiting: for the turn of
+/// the request, or for a password to be checked; Working: on an operation; Sending: the reply;
+/// Ended: it was shut down.
 enum class Stage
 {
-    New,
     Idle,
-    Receiving,
-    Checking,
+    Reading,
+    Waiting,
     Working,
     Sending,
-    Closing,
     Ended
 };
 
-/// One connection: its requests are read, answered by operations and replied to, one after the
-/// other, by one coroutine. Whatever goes wrong ends this connection alone.
+/// One connection, served by a thread of its own: its requests are read, answered by operations and
+/// replied to, one after the other. Whatever goes wrong ends this connection alone. Others may look
+/// at it and end it, with the lock of the server.
 class Session
 {
 public:
     using Time = std::chrono::steady_clock::time_point;
     using Socket = boost::asio::ip::tcp::socket;
 
-    Session(ServerState&, Socket, const std::string& peer);
+    /// Begins to serve it. Called with the lock, as all public functions but the destructor.
+    Session(ServerState&, Socket, const std::string& network);
+    /// Waits for its end.
+    ~Session();
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
-    ~Session();
 
-    /// Serves it, from its first resumption on.
-    std::coroutine_handle<> coroutine() const { return task_.handle(); }
-    /// Ends it. A plain peer that waits for a reply gets this status, unless it is 0.
-    void end(int status, const std::string& detail);
-    /// Ends it when its client is too slow.
-    void endWhenLate(Time now);
-    /// Whether there is nothing left to do for it, so that it can be destroyed.
-    bool isOver(Time now) const;
-
-    Stage stage() const { return stage_; }
-    /// An operation has been begun: the peer may use the server.
-    bool isAccepted() const { return party_ != nullptr; }
-    const std::string& peer() const { return peer_; }
-    /// Whose connection it is: the user's, when it is accepted, else the address's.
-    const std::string& owner() const { return owner_; }
-    Time deadline() const { return deadline_; }
-
-    /// Sends a refusal as far as that is possible at once, and ends the connection.
+    /// Shuts it down, so that its thread ends. A plain client that waits for a reply gets this
+    /// status, unless it is 0.
+    void end(int status, const std::string& detail = "");
+    /// Sends a refusal as far as that is possible at once, and shuts the connection down.
     static void refuse(int socket, int status, const std::string& detail);
 
+    Stage stage() const { return stage_; }
+    /// Until when the client has time for what it is at.
+    Time deadline() const { return deadline_; }
+    /// Nothing of it runs any more.
+    bool isOver() const { return isOver_; }
+    /// An operation has been begun: the client may use the server.
+    bool isAccepted() const { return isAccepted_; }
+    const std::string& network() const { return network_; }
+    /// Whose connection it is: the user's, when it is accepted, else the network's.
+    const std::string& owner() const { return owner_; }
+
 private:
-    struct Exchange;
-    struct Tls;
+    using Lock = std::unique_lock<std::mutex>;
 
-    Task serve();
-    Task exchange();
-    Task receive(Exchange&);
-    Task receiveHead(Exchange&, RequestHead&);
-    Task authenticate(Exchange&, const RequestHead&);
-    Task checkPassword(Exchange&, const Credentials&);
-    Task receiveBody(Exchange&, bool isKept);
-    Task operate(Exchange&);
-    Task send(Exchange&);
-    Task sendPieces(HttpReply&, std::string head, bool isChunked);
-    Task close();
-    Task readSome(std::size_t most);
+    void run() noexcept;
+    void serve();
+    bool exchange();
+    HttpReply respond(RequestParser&);
+    void readHead(RequestParser&);
+    void readBody(RequestParser&, std::string& body, MemoryShare*);
+    bool skipBody(RequestParser&);
+    std::string authenticate(const RequestHead&);
+    void checkPassword(const PasswordFile&, const Credentials&);
+    HttpReply operate(CimRequest);
+    void send(HttpReply&, RequestParser&);
+    void sendPieces(HttpReply&, bool isChunked);
+    void close();
 
-    template <class Buffers>
-    auto read(const Buffers&);
-    template <class Buffers>
-    auto write(const Buffers&);
-    template <class Start>
-    auto transfer(Start);
-    template <class Step>
-    Task run(Stage, Turns&, Turns::Party&, unsigned rank, bool& wasRun, Step);
-
-    void checkOpen() const;
-    void enter(Stage, std::size_t replySize = 0);
+    bool waitsForLeave(const RequestHead&) const;
+    void refuseWhenStopping();
     void accept(const std::string& user);
+    void readSome(std::size_t most);
+    template <class Buffers>
+    void write(const Buffers&);
+    void enter(Stage, Time deadline = Time::max());
+    Time inTime(std::size_t replySize = 0) const;
 
     ServerState& server_;
-    const std::string peer_;
-    std::string owner_;
-    std::shared_ptr<Turns::Party> party_;
     Socket socket_;
-    std::unique_ptr<Tls> tls_;
-    boost::asio::steady_timer timer_;
-    std::string input_;  ///< what has come and is not used yet
-    Stage stage_ = Stage::New;
+    std::optional<boost::asio::ssl::stream<Socket&>> tls_;
+    const std::string peer_;
+    const std::string network_;
+    std::string owner_;
+    bool isAccepted_ = false;
+    Stage stage_ = Stage::Reading;
     Time deadline_;
-    bool busy_ = false;        ///< does, or waits for a turn to do, what takes long
-    bool hasAsked_ = false;    ///< a request has come
-    bool keepsAlive_ = false;  ///< another request may follow
-    unsigned refusals_ = 0;    ///< operations denied in a row
-    Task task_;
+    bool isOver_ = false;
+    std::string input_;      ///< what has come and is not used yet
+    bool hasAsked_ = false;  ///< a request has come
+    unsigned denials_ = 0;   ///< operations denied in a row
+    std::thread thread_;     ///< the last member: it uses the others
 };
 
 }  // namespace cimom

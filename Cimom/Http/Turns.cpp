@@ -1,78 +1,82 @@
 #include "Http/Turns.h"
 
+#include <algorithm>
 #include <tuple>
 
 namespace cimom
 {
 
-bool Turns::Turn::await_ready()
+namespace
 {
-    if (turns_.first_ || turns_.running_ >= turns_.most_) return false;
-    turns_.grant(*this);
-    return true;
-}
 
-void Turns::Turn::await_suspend(std::coroutine_handle<> caller)
+using Lock = std::unique_lock<std::mutex>;
+
+}  // namespace
+
+Turns::Turn::Turn(Turns& turns, const std::string& owner, unsigned rank)
+    : turns_(turns), rank_(rank)
 {
-    caller_ = caller;
-    Turn** end = &turns_.first_;
-    while (*end)
-        end = &(*end)->next_;
-    *end = this;
+    const Lock lock(turns.mutex_);
+    turns.waiting_.push_back(this);
+    try {
+        owner_ = turns.owners_.try_emplace(owner).first;
+    } catch (...) {
+        turns.waiting_.pop_back();
+        throw;
+    }
+    ++owner_->second.waiting;
+    turns.give();
 }
 
 Turns::Turn::~Turn()
 {
-    for (Turn** turn = &turns_.first_; *turn; turn = &(*turn)->next_) {
-        if (*turn != this) continue;
-        *turn = next_;  // it waits for nothing any more
-        if (state_ == Refused) --turns_.refused_;
-        break;
-    }
-    if (state_ != Granted) return;
-    --turns_.running_;
-    --party_.running;
-}
-
-void Turns::grant(Turn& turn)
-{
-    turn.state_ = Turn::Granted;
-    ++running_;
-    ++turn.party_.running;
-    turn.party_.last = ++granted_;
-}
-
-void Turns::refuse(const Party* party, unsigned keep)
-{
-    for (Turn* turn = first_; turn; turn = turn->next_) {
-        if (turn->state_ == Turn::Refused || (party && &turn->party_ != party)) continue;
-        if (keep > 0) {
-            --keep;
-        } else {
-            turn->state_ = Turn::Refused;
-            ++refused_;
-        }
-    }
-}
-
-std::coroutine_handle<> Turns::next()
-{
-    const auto order = [](const Turn& turn) {
-        return std::tuple(turn.state_ != Turn::Refused, turn.rank_, turn.party_.running,
-                          turn.party_.last);
-    };
-    Turn** best = &first_;
-    for (Turn** turn = best; *turn; turn = &(*turn)->next_) {
-        if (order(**turn) < order(**best)) best = turn;
-    }
-    Turn& next = **best;
-    *best = next.next_;
-    if (next.state_ == Turn::Refused) {
-        --refused_;
+    const Lock lock(turns_.mutex_);
+    Owner& owner = owner_->second;
+    if (isGiven_) {
+        --owner.running;
+        ++turns_.free_;
     } else {
-        grant(next);
+        --owner.waiting;
+        std::erase(turns_.waiting_, this);
     }
-    return next.caller_;
+    if (owner.running + owner.waiting == 0) turns_.owners_.erase(owner_);
+    turns_.give();
+}
+
+void Turns::Turn::wait()
+{
+    Lock lock(turns_.mutex_);
+    given_.wait(lock, [this] { return isGiven_; });
+}
+
+bool Turns::Turn::isGiven() const
+{
+    const Lock lock(turns_.mutex_);
+    return isGiven_;
+}
+
+/// Gives what is free to those that come first.
+void Turns::give()
+{
+    const auto isEarlier = [](const Turn* a, const Turn* b) {
+        const auto order = [](const Turn& turn) {
+            const Owner& owner = turn.owner_->second;
+            return std::tuple(turn.rank_, owner.running, owner.last);
+        };
+        return order(*a) < order(*b);
+    };
+    while (free_ > 0 && !waiting_.empty()) {
+        const auto next = std::min_element(waiting_.begin(), waiting_.end(), isEarlier);
+        Turn& turn = **next;
+        waiting_.erase(next);
+        Owner& owner = turn.owner_->second;
+        --owner.waiting;
+        ++owner.running;
+        owner.last = ++given_;
+        --free_;
+        turn.isGiven_ = true;
+        turn.given_.notify_one();
+    }
 }
 
 }  // namespace cimom

@@ -1,76 +1,62 @@
 // Who may do what takes long, in which order.
 #pragma once
 
-#include <coroutine>
-#include <cstddef>
+#include <condition_variable>
 #include <cstdint>
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
 
 namespace cimom
 {
 
-/// A bounded number of turns, which coroutines await. Nothing is allocated for that. For one thread
-/// at a time.
+/// A bounded number of turns, for which threads wait. Safe for any number of threads.
 class Turns
 {
-public:
-    /// Whose turns they are.
-    struct Party
+    struct Owner
     {
-        unsigned running = 0;    ///< turns that it has
-        std::uint64_t last = 0;  ///< when it got one, in turns
+        unsigned waiting = 0;
+        unsigned running = 0;
+        std::uint64_t last = 0;  ///< when it got a turn, in turns
     };
+    using Owners = std::map<std::string, Owner>;
 
-    /// A turn, once it has been awaited, which lasts as long as this object. Awaiting it returns
-    /// false when it was refused.
+public:
+    /// A place in the queue, and then a turn; given back at the end of this object.
     class Turn
     {
     public:
-        /// The lower the rank, the earlier; among equals the party with fewest turns, then the one
+        /// The lower the rank, the earlier; among equals the owner with fewest turns, then the one
         /// whose last turn is longest ago, then whoever came first.
-        Turn(Turns& turns, Party& party, unsigned rank) : turns_(turns), party_(party), rank_(rank)
-        {
-        }
+        Turn(Turns& turns, const std::string& owner, unsigned rank = 0);
         Turn(const Turn&) = delete;
         Turn& operator=(const Turn&) = delete;
         ~Turn();
 
-        bool await_ready();
-        void await_suspend(std::coroutine_handle<> caller);
-        bool await_resume() const { return state_ == Granted; }
+        void wait();
+        bool isGiven() const;
 
     private:
         friend Turns;
-        enum
-        {
-            Waiting,
-            Granted,
-            Refused
-        } state_ = Waiting;
 
         Turns& turns_;
-        Party& party_;
+        Owners::iterator owner_;
         const unsigned rank_;
-        std::coroutine_handle<> caller_;
-        Turn* next_ = nullptr;
+        bool isGiven_ = false;
+        std::condition_variable given_;
     };
 
-    explicit Turns(unsigned most) : most_(most) {}
-
-    /// Refuses what a party (null: any) has waiting beyond the first so many.
-    void refuse(const Party*, unsigned keep);
-    /// Whether a coroutine waits that can have its turn, or was refused.
-    bool hasNext() const { return first_ && (running_ < most_ || refused_ > 0); }
-    /// Gives the next of these its turn, if it was not refused; it has to be resumed then.
-    std::coroutine_handle<> next();
+    explicit Turns(unsigned most) : free_(most) {}
 
 private:
-    void grant(Turn&);
+    void give();
 
-    const unsigned most_;
-    unsigned running_ = 0;
-    unsigned refused_ = 0;  ///< of those that have not been resumed
-    std::uint64_t granted_ = 0;
-    Turn* first_ = nullptr;  ///< of all that have not been resumed, in the order of arrival
+    mutable std::mutex mutex_;
+    unsigned free_;
+    std::uint64_t given_ = 0;
+    Owners owners_;               ///< those that have or wait for a turn
+    std::vector<Turn*> waiting_;  ///< in the order of arrival
 };
 
 }  // namespace cimom

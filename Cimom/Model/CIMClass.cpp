@@ -10,26 +10,6 @@ const CIMName& CIMClass::getClassName() const
     return object().name();
 }
 
-const CIMObjectPath& CIMClass::getPath() const
-{
-    return object().path;
-}
-
-const CIMName& CIMClass::getSuperClassName() const
-{
-    return object().superClassName;
-}
-
-Boolean CIMClass::isAssociation() const
-{
-    return object().isAssociation();
-}
-
-Boolean CIMClass::isAbstract() const
-{
-    return object().isAbstract();
-}
-
 void CIMClass::getKeyNames(Array<CIMName>& keyNames) const
 {
     keyNames.clear();
@@ -61,15 +41,9 @@ CIMInstance CIMClass::buildInstance(Boolean includeQualifiers, Boolean includeCl
     cimom::InstanceProperties properties(shared());
     properties.reserve(declared.size());
     for (Uint32 i = 0; i < declared.size(); ++i) {
-        if (!propertyList.useThisProperty(declared[i]->name)) continue;
-        properties.addDeclared(i);
-        const bool hidesQualifiers = !includeQualifiers && !declared[i]->qualifiers.empty();
-        const bool hidesOrigin = !includeClassOrigin && !declared[i]->classOrigin.isNull();
-        if (!hidesQualifiers && !hidesOrigin) continue;
-        cimom::Property& own = *properties.own(properties.size() - 1);
-        if (hidesQualifiers) own.qualifiers = cimom::Qualifiers();
-        if (hidesOrigin) own.classOrigin.clear();
+        if (propertyList.useThisProperty(declared[i]->name)) properties.addDeclared(i);
     }
+    properties.hide(includeQualifiers, includeClassOrigin);
     CIMInstance instance(getClassName());
     if (includeQualifiers) instance.object().qualifiers = object().qualifiers;
     instance.object().properties = std::move(properties);

@@ -54,6 +54,13 @@ Uint32 InstanceHandle::getPropertyCount() const
     return Uint32(object().properties.size());
 }
 
+std::shared_ptr<cimom::Instance> InstanceHandle::copy() const
+{
+    const cimom::Instance& instance = object();
+    return std::make_shared<cimom::Instance>(
+        cimom::Instance{instance.path, instance.qualifiers, instance.properties.clone()});
+}
+
 }  // namespace detail
 
 CIMInstance::CIMInstance(const CIMObject& x) : InstanceHandle(x.shared())
@@ -94,11 +101,6 @@ CIMObjectPath CIMInstance::buildPath(const CIMClass& cimClass) const
 Boolean CIMInstance::identical(const CIMInstance& x) const
 {
     return cimom::identical(object(), x.object());
-}
-
-CIMInstance CIMInstance::clone() const
-{
-    return CIMInstance(cimom::clone(object()));
 }
 
 }  // namespace Pegasus

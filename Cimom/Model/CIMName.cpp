@@ -43,9 +43,8 @@ CIMNamespaceName::CIMNamespaceName(const String& name)
 
 CIMNamespaceName& CIMNamespaceName::operator=(const String& name)
 {
-    name_ = name;
     if (!legal(name)) throw InvalidNamespaceNameException(name);
-    if (name[0] == '/') name_.remove(0, 1);
+    name_ = name[0] == '/' ? name.subString(1) : name;
     return *this;
 }
 

@@ -77,37 +77,17 @@ bool readsAsItself(const CIMObjectPath& path)
            });
 }
 
-/// Builds a text.
-class Writer
+/// The text with a backslash before each quote and each backslash.
+String escaped(const String& text)
 {
-public:
-    Writer() { units_.reserve(200); }
-    Writer& operator<<(const char* ascii)
-    {
-        for (; *ascii != 0; ++ascii)
-            units_.push_back(static_cast<Uint16>(*ascii));
-        return *this;
-    }
-    Writer& operator<<(const String& text)
-    {
-        const Char16* const units = text.getChar16Data();
-        units_.insert(units_.end(), units, units + text.size());
-        return *this;
-    }
-    /// Puts a backslash before each quote and each backslash.
-    void escaped(const String& text)
-    {
-        const Char16* const units = text.getChar16Data();
-        std::for_each(units, units + text.size(), [this](Uint16 unit) {
-            if (unit == '"' || unit == '\\') units_.push_back('\\');
-            units_.push_back(unit);
-        });
-    }
-    String text() const { return String(units_.data(), Uint32(units_.size())); }
-
-private:
-    std::vector<Char16> units_;
-};
+    std::vector<Char16> units;
+    const Char16* const begin = text.getChar16Data();
+    std::for_each(begin, begin + text.size(), [&units](Uint16 unit) {
+        if (unit == '"' || unit == '\\') units.push_back('\\');
+        units.push_back(unit);
+    });
+    return String(units.data(), Uint32(units.size()));
+}
 
 }  // namespace
 
@@ -206,20 +186,20 @@ void CIMObjectPath::sortKeys()
 
 String CIMObjectPath::toString() const
 {
-    Writer text;
-    if (host_.size() > 0) text << "//" << host_ << "/";
-    if (host_.size() > 0 || !nameSpace_.isNull()) text << nameSpace_.getString() << ":";
-    text << className_.getString();
+    String text;
+    if (host_.size() > 0) text.append("//").append(host_).append(Char16('/'));
+    if (host_.size() > 0 || !nameSpace_.isNull())
+        text.append(nameSpace_.getString()).append(Char16(':'));
+    text.append(className_.getString());
     const CIMKeyBinding* const first = keyBindings_.getData();
     for (const CIMKeyBinding* key = first; key != first + keyBindings_.size(); ++key) {
         const bool isQuoted =
             key->getType() == CIMKeyBinding::STRING || key->getType() == CIMKeyBinding::REFERENCE;
-        text << (key == first ? "." : ",") << key->getName().getString();
-        text << (isQuoted ? "=\"" : "=");
-        text.escaped(key->getValue());
-        if (isQuoted) text << "\"";
+        text.append(Char16(key == first ? '.' : ',')).append(key->getName().getString());
+        text.append(isQuoted ? "=\"" : "=").append(escaped(key->getValue()));
+        if (isQuoted) text.append(Char16('"'));
     }
-    return text.text();
+    return text;
 }
 
 Boolean CIMObjectPath::identical(const CIMObjectPath& x) const

@@ -44,36 +44,6 @@ Boolean PropertyHandle<Property>::isArray() const
 }
 
 template <class Property>
-Uint32 PropertyHandle<Property>::getArraySize() const
-{
-    return this->object().arraySize;
-}
-
-template <class Property>
-const CIMName& PropertyHandle<Property>::getReferenceClassName() const
-{
-    return this->object().referenceClassName;
-}
-
-template <class Property>
-const CIMName& PropertyHandle<Property>::getClassOrigin() const
-{
-    return this->object().classOrigin;
-}
-
-template <class Property>
-Boolean PropertyHandle<Property>::getPropagated() const
-{
-    return this->object().propagated;
-}
-
-template <class Property>
-Boolean PropertyHandle<Property>::identical(const CIMConstProperty& x) const
-{
-    return cimom::identical(this->object(), x.object());
-}
-
-template <class Property>
 CIMProperty PropertyHandle<Property>::clone() const
 {
     return CIMProperty(std::make_shared<cimom::Property>(this->object()));

@@ -10,11 +10,9 @@ namespace Pegasus
 CIMPropertyList::CIMPropertyList(const Array<CIMName>& propertyNames)
     : names_(propertyNames), isNull_(false)
 {
-    constexpr Uint32 shortList = 32;
     const CIMName* const first = names_.getData();
     if (std::any_of(first, first + size(), [](const CIMName& name) { return name.isNull(); }))
         throw UninitializedObjectException();
-    if (size() <= shortList) return;
     auto sorted = std::make_shared<std::vector<CIMName>>(first, first + size());
     std::sort(sorted->begin(), sorted->end(), cimom::NoCaseLess());
     sorted_ = sorted;
@@ -26,16 +24,6 @@ Boolean CIMPropertyList::contains(const CIMName& name) const
         return std::binary_search(sorted_->begin(), sorted_->end(), name, cimom::NoCaseLess());
     const CIMName* const first = names_.getData();
     return std::find(first, first + size(), name) != first + size();
-}
-
-String CIMPropertyList::toString() const
-{
-    if (isNull_) return "NULL";
-    if (size() == 0) return "EMPTY";
-    String text = names_[0].getString();
-    for (Uint32 i = 1; i < size(); ++i)
-        text.append(", ").append(names_[i].getString());
-    return text;
 }
 
 }  // namespace Pegasus

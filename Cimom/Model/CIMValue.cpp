@@ -57,6 +57,8 @@ bool isSame(const T& x, const T& y)
 {
     if constexpr (isObject<T>) {
         return CIMInstance(x).identical(CIMInstance(y));
+    } else if constexpr (std::is_same_v<T, CIMDateTime>) {
+        return x.toString() == y.toString();
     } else {
         return x == y;
     }

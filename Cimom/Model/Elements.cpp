@@ -1,7 +1,6 @@
 #include "Model/Elements.h"
 
 #include <algorithm>
-#include <string_view>
 
 namespace cimom
 {
@@ -13,11 +12,7 @@ namespace
 
 bool identical(const Qualifier& a, const Qualifier& b)
 {
-    return a.name.equal(b.name) && a.value.equal(b.value) && a.propagated == b.propagated &&
-           a.flavor.overridable == b.flavor.overridable &&
-           a.flavor.toSubclass == b.flavor.toSubclass &&
-           a.flavor.toInstance == b.flavor.toInstance &&
-           a.flavor.translatable == b.flavor.translatable;
+    return a.name.equal(b.name) && a.value.equal(b.value) && a.propagated == b.propagated;
 }
 
 bool identical(const Qualifiers& a, const Qualifiers& b)
@@ -51,15 +46,8 @@ const Qualifier* Qualifiers::find(const CIMName& name) const
 
 bool Qualifiers::isTrue(const char* name) const
 {
-    // Without a CIMName made of the characters, as this is called often.
-    const std::string_view wanted(name);
-    const auto isSameLetter = [](char a, Uint16 b) { return (a | 0x20) == (b | 0x20); };
-    return std::any_of(begin(), end(), [&](const Qualifier& x) {
-        const Char16* const own = x.name.getString().getChar16Data();
-        return std::equal(wanted.begin(), wanted.end(), own, own + x.name.getString().size(),
-                          isSameLetter) &&
-               x.value.equal(CIMValue(true));
-    });
+    const Qualifier* const qualifier = empty() ? nullptr : find(name);
+    return qualifier && qualifier->value.equal(CIMValue(true));
 }
 
 Uint32 InstanceProperties::positionOf(const CIMName& name) const
@@ -93,6 +81,29 @@ const std::shared_ptr<Property>& InstanceProperties::own(std::size_t position)
     return slot.own;
 }
 
+void InstanceProperties::hide(bool qualifiersShown, bool originsShown)
+{
+    for (Slot& slot : slots_) {
+        const Property& property = *get(slot);
+        const bool hidesQualifiers = !qualifiersShown && !property.qualifiers.empty();
+        const bool hidesOrigin = !originsShown && !property.classOrigin.isNull();
+        if (!hidesQualifiers && !hidesOrigin) continue;
+
+        const auto own = std::make_shared<Property>(property);
+        if (hidesQualifiers) own->qualifiers = Qualifiers();
+        if (hidesOrigin) own->classOrigin.clear();
+        slot.own = own;
+    }
+}
+
+std::vector<const Property*> InstanceProperties::all() const
+{
+    std::vector<const Property*> properties;
+    for (const Slot& slot : slots_)
+        properties.push_back(get(slot));
+    return properties;
+}
+
 InstanceProperties InstanceProperties::selected(const std::vector<Uint32>& positions) const
 {
     InstanceProperties result(definition_);
@@ -122,12 +133,6 @@ bool identical(const Instance& a, const Instance& b)
 {
     return a.path.identical(b.path) && identical(a.qualifiers, b.qualifiers) &&
            identical(a.properties, b.properties);
-}
-
-std::shared_ptr<Instance> clone(const Instance& instance)
-{
-    return std::make_shared<Instance>(
-        Instance{instance.path, instance.qualifiers, instance.properties.clone()});
 }
 
 }  // namespace cimom

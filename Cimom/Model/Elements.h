@@ -52,7 +52,7 @@ public:
     bool empty() const { return !list_; }
     /// Null when there is none of that name (ignoring case).
     const Qualifier* find(const CIMName& name) const;
-    /// True when the qualifier is there, a boolean, and true. The name is of ASCII letters.
+    /// True when the qualifier is there, a boolean, and true.
     bool isTrue(const char* name) const;
 
 private:
@@ -90,14 +90,6 @@ struct Method
     Qualifiers qualifiers;
 };
 
-/// An argument or output parameter of a method call.
-struct ParamValue
-{
-    Pegasus::String name;
-    CIMValue value;
-    bool isTyped = true;
-};
-
 /// The position of the element of that name (ignoring case); PEG_NOT_FOUND when there is none.
 template <class Element>
 Uint32 positionOf(const std::vector<Element>& elements, const CIMName& name)
@@ -120,8 +112,13 @@ public:
     void push_back(Pointer element)
     {
         elements_.push_back(std::move(element));
-        if (2 * elements_.size() > slots_.size()) grow();
-        insert(Uint32(elements_.size()) - 1);
+        std::size_t first = size() - 1;  // of those without a slot
+        if (2 * size() > slots_.size()) {
+            slots_.assign(std::max<std::size_t>(8, 2 * slots_.size()), PEG_NOT_FOUND);
+            first = 0;
+        }
+        for (std::size_t i = first; i < size(); ++i)
+            slots_[slotOf(elements_[i]->name)] = Uint32(i);
     }
 
     std::size_t size() const { return elements_.size(); }
@@ -132,11 +129,7 @@ public:
     /// PEG_NOT_FOUND when there is none of that name.
     Uint32 positionOf(const CIMName& name) const
     {
-        if (slots_.empty()) return PEG_NOT_FOUND;
-        std::size_t slot = firstSlot(name);
-        while (slots_[slot] != PEG_NOT_FOUND && !elements_[slots_[slot]]->name.equal(name))
-            slot = next(slot);
-        return slots_[slot];
+        return slots_.empty() ? PEG_NOT_FOUND : slots_[slotOf(name)];
     }
     /// Null when there is none of that name.
     const Element* find(const CIMName& name) const
@@ -146,36 +139,26 @@ public:
     }
 
 private:
-    // A hash table with open addressing, of which at least half is free. Its size is a power of 2.
-
-    /// A few characters tell the names of one class apart well enough.
-    std::size_t firstSlot(const CIMName& name) const
+    /// The slot of that name, or a free one. A few characters tell the names of one class apart
+    /// well enough.
+    std::size_t slotOf(const CIMName& name) const
     {
         const Pegasus::Char16* const text = name.getString().getChar16Data();
         const std::size_t size = name.getString().size();
-        if (size == 0) return 0;
+        const std::size_t mask = slots_.size() - 1;
         const auto lower = [text](std::size_t at) { return std::size_t(text[at] | 0x20U); };
-        const std::size_t hash =
-            size + 3 * lower(size / 3) + 7 * lower(2 * size / 3) + 11 * lower(size - 1);
-        return hash & (slots_.size() - 1);
-    }
-    std::size_t next(std::size_t slot) const { return (slot + 1) & (slots_.size() - 1); }
-    void insert(Uint32 position)
-    {
-        std::size_t slot = firstSlot(elements_[position]->name);
-        while (slots_[slot] != PEG_NOT_FOUND)
-            slot = next(slot);
-        slots_[slot] = position;
-    }
-    void grow()
-    {
-        slots_.assign(std::max<std::size_t>(8, 2 * slots_.size()), PEG_NOT_FOUND);
-        for (Uint32 i = 0; i + 1 < elements_.size(); ++i)
-            insert(i);
+        std::size_t slot = size;
+        if (size > 0) slot += 3 * lower(size / 3) + 7 * lower(2 * size / 3) + 11 * lower(size - 1);
+        slot &= mask;
+        while (slots_[slot] != PEG_NOT_FOUND && !elements_[slots_[slot]]->name.equal(name))
+            slot = (slot + 1) & mask;
+        return slot;
     }
 
     std::vector<Pointer> elements_;
-    std::vector<Uint32> slots_;  // positions, or PEG_NOT_FOUND
+    // A hash table with open addressing of positions, or PEG_NOT_FOUND: at least half of it is
+    // free, and its size is a power of 2.
+    std::vector<Uint32> slots_;
 };
 
 /// A class. Immutable once it is in a repository, and shared by everybody who fetched it, as are
@@ -227,39 +210,16 @@ public:
     {
         slots_.push_back({notDeclared, std::move(own)});
     }
-    /// Puts one of the instance's own, of the same name, in place of what is there.
-    void replace(std::size_t position, std::shared_ptr<Property> own)
-    {
-        slots_[position].own = std::move(own);
-    }
+    /// Puts copies in place of the properties with qualifiers or origins that are not to be shown.
+    void hide(bool qualifiersShown, bool originsShown);
     /// The property to be changed, which is a copy from now on where it was the class's.
     const std::shared_ptr<Property>& own(std::size_t position);
     /// Those at these positions, in this order.
     InstanceProperties selected(const std::vector<Uint32>& positions) const;
     /// A copy that shares no property which can change.
     InstanceProperties clone() const;
-
-    class Iterator
-    {
-    public:
-        Iterator(const InstanceProperties& properties, std::size_t at)
-            : properties_(properties), at_(at)
-        {
-        }
-        const Property* operator*() const { return properties_[at_]; }
-        Iterator& operator++()
-        {
-            ++at_;
-            return *this;
-        }
-        bool operator!=(const Iterator& x) const { return at_ != x.at_; }
-
-    private:
-        const InstanceProperties& properties_;
-        std::size_t at_;
-    };
-    Iterator begin() const { return {*this, 0}; }
-    Iterator end() const { return {*this, size()}; }
+    /// All of them, in their order.
+    std::vector<const Property*> all() const;
 
 private:
     static constexpr Uint32 notDeclared = PEG_NOT_FOUND;
@@ -291,7 +251,5 @@ struct Instance
 /// Same content, down to the qualifiers; the array size of a property does not count.
 bool identical(const Property&, const Property&);
 bool identical(const Instance&, const Instance&);
-/// A copy that shares no property which can change.
-std::shared_ptr<Instance> clone(const Instance&);
 
 }  // namespace cimom

@@ -36,19 +36,10 @@ public:
     using MalformedObjectNameException::MalformedObjectNameException;
 };
 
-/// Four numbers up to 255, of at most three digits each, separated by points.
 bool isIPv4(const std::string& text)
 {
-    size_t begin = 0;
-    for (int part = 1; part <= 4; ++part) {
-        const size_t end = part < 4 ? text.find('.', begin) : text.size();
-        const std::string digits = text.substr(begin, end - begin);
-        if (end == std::string::npos || digits.empty() || digits.size() > 3 ||
-            !std::all_of(digits.begin(), digits.end(), isDigit) || std::stoi(digits) > 255)
-            return false;
-        begin = end + 1;
-    }
-    return true;
+    in_addr address{};
+    return inet_pton(AF_INET, text.c_str(), &address) == 1;
 }
 
 /// Link-local addresses have a zone, others none.
@@ -81,15 +72,11 @@ bool isHostName(const Char16* begin, const Char16* end)
     }
 }
 
-/// The number may have any length and counts modulo 2^32, or be missing.
+/// A number up to 65535, which may be missing.
 bool isPort(const std::string& text)
 {
-    Uint32 port = 0;
-    for (const char c : text) {
-        if (!isDigit(c)) return false;
-        port = port * 10 + Uint32(c - '0');
-    }
-    return port <= 65535;
+    return std::all_of(text.begin(), text.end(), isDigit) &&
+           (text.empty() || (text.size() < 10 && std::stoi(text) <= 65535));
 }
 
 /// A host name, an IPv4 address or an IPv6 address in brackets, each with an optional port.

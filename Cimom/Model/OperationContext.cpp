@@ -11,11 +11,10 @@ const OperationContext::Container& OperationContext::get(const String& container
     throw Exception("object not found");
 }
 
-void OperationContext::insert(const Container& container)
+void OperationContext::insert(const IdentityContainer& container)
 {
     if (contains(container.getName())) throw Exception("object already exists.");
-    const auto destroy = [](const Container* x) { const_cast<Container*>(x)->destroy(); };
-    containers_.emplace_back(container.clone(), destroy);
+    containers_.push_back(std::make_shared<const IdentityContainer>(container));
 }
 
 const OperationContext::Container* OperationContext::find(const String& name) const

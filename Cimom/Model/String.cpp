@@ -8,8 +8,6 @@
 #include <Pegasus/Common/InternalException.h>
 
 #include <algorithm>
-#include <cstdarg>
-#include <cstdio>
 #include <cstring>
 #include <functional>
 
@@ -37,34 +35,6 @@ Uint32 length(const Char16* text)
 Uint16 lower(Uint16 c)
 {
     return c >= 'A' && c <= 'Z' ? Uint16(c + ('a' - 'A')) : c;
-}
-
-Uint16 asIs(Uint16 c)
-{
-    return c;
-}
-
-/// The sign of the difference of the first units that differ, up to the first zero.
-template <class Fold>
-int compareUnits(const String& s1, const String& s2, Fold fold)
-{
-    const Char16* a = s1.getChar16Data();
-    const Char16* b = s2.getChar16Data();
-    for (; fold(*a) == fold(*b); ++a, ++b) {
-        if (*a == '\0') return 0;
-    }
-    return fold(*a) < fold(*b) ? -1 : 1;
-}
-
-template <class Fold>
-Boolean equalUnits(const String& s1, const String& s2, Fold fold)
-{
-    const Uint32 size = s1.size();
-    if (size != s2.size()) return false;
-    const Char16* const a = s1.getChar16Data();
-    const Char16* const b = s2.getChar16Data();
-    return a == b || std::memcmp(a, b, size * sizeof *a) == 0 ||
-           std::equal(a, a + size, b, [&](Uint16 x, Uint16 y) { return fold(x) == fold(y); });
 }
 
 Uint32 position(const Char16* begin, const Char16* found, const Char16* end)
@@ -98,7 +68,7 @@ String::String(const char* str, Uint32 n)
 
 CString String::getCString() const
 {
-    return CString(cimom::toUtf8(*this, cimom::LoneSurrogate::Keep));
+    return CString(cimom::toUtf8(*this));
 }
 
 const Char16 String::operator[](Uint32 index) const
@@ -117,17 +87,6 @@ String& String::append(const Char16* str, Uint32 n)
     const detail::Units kept = isPart ? units_ : detail::Units();
     std::copy(str, str + n, units_.resize(before + n) + before);
     return *this;
-}
-
-void String::remove(Uint32 index, Uint32 size)
-{
-    const Uint32 length = this->size();
-    if (size == PEG_NOT_FOUND) size = length - std::min(index, length);
-    if (index > length || size > length - index) throw IndexOutOfBoundsException();
-    if (size == 0) return;
-    Char16* const units = units_.resize(length);
-    std::copy(units + index + size, units + length, units + index);
-    units_.resize(length - size);
 }
 
 String String::subString(Uint32 index, Uint32 n) const
@@ -160,38 +119,29 @@ void String::toLower()
     std::transform(units, units + size, units, lower);
 }
 
-void String::appendPrintf(const char* format, ...)
-{
-    va_list arguments;
-    va_list again;
-    va_start(arguments, format);
-    va_copy(again, arguments);
-    const int size = std::vsnprintf(nullptr, 0, format, arguments);
-    va_end(arguments);
-    std::string text(size < 0 ? 0 : size_t(size), '\0');
-    std::vsnprintf(text.data(), text.size() + 1, format, again);
-    va_end(again);
-    append(cimom::toString(text));
-}
-
-int String::compare(const String& s1, const String& s2)
-{
-    return compareUnits(s1, s2, asIs);
-}
-
 int String::compareNoCase(const String& s1, const String& s2)
 {
-    return compareUnits(s1, s2, lower);
+    const Char16* a = s1.getChar16Data();
+    const Char16* b = s2.getChar16Data();
+    for (; lower(*a) == lower(*b); ++a, ++b) {
+        if (*a == '\0') return 0;
+    }
+    return lower(*a) < lower(*b) ? -1 : 1;
 }
 
 Boolean String::equal(const String& s1, const String& s2)
 {
-    return equalUnits(s1, s2, asIs);
+    const Char16* const a = s1.getChar16Data();
+    const Char16* const b = s2.getChar16Data();
+    return s1.size() == s2.size() && (a == b || std::memcmp(a, b, s1.size() * sizeof *a) == 0);
 }
 
 Boolean String::equalNoCase(const String& s1, const String& s2)
 {
-    return equalUnits(s1, s2, lower);
+    const auto isSame = [](Uint16 x, Uint16 y) { return lower(x) == lower(y); };
+    const Char16* const a = s1.getChar16Data();
+    return s1.size() == s2.size() &&
+           (equal(s1, s2) || std::equal(a, a + s1.size(), s2.getChar16Data(), isSame));
 }
 
 }  // namespace Pegasus

@@ -2,6 +2,8 @@
 
 #include <Pegasus/Common/Exception.h>
 
+#include <boost/locale/utf.hpp>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
@@ -22,56 +24,20 @@ using Pegasus::Uint32;
 namespace
 {
 
-struct Character
-{
-    char32_t code;
-    size_t length;  // in bytes; 0: not UTF-8
-};
+namespace utf = boost::locale::utf;
+using Utf8 = utf::utf_traits<char>;
+using Utf16 = utf::utf_traits<char16_t>;
 
-/// The character at the start of non-empty text; surrogates are let through.
-Character decodeFirst(std::string_view text)
+/// Whether the text begins with a surrogate that is encoded as if it were a character.
+bool isEncodedSurrogate(std::string_view text)
 {
-    const auto byte = [&](size_t i) { return static_cast<unsigned char>(text[i]); };
-    const unsigned char lead = byte(0);
-    if (lead < 0x80) return {lead, 1};
-    const size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-    if (lead < 0xC2 || lead > 0xF4 || text.size() < length) return {0, 0};
-    char32_t code = lead & (0x7F >> length);
-    for (size_t i = 1; i < length; ++i) {
-        if ((byte(i) & 0xC0) != 0x80) return {0, 0};
-        code = code << 6 | (byte(i) & 0x3F);
-    }
-    const bool isOverlong = (length == 3 && code < 0x800) || (length == 4 && code < 0x10000);
-    if (isOverlong || code > 0x10FFFF) return {0, 0};
-    return {code, length};
+    return text.size() >= 3 && text[0] == '\xED' && (text[1] & 0xE0) == 0xA0 &&
+           (text[2] & 0xC0) == 0x80;
 }
 
 bool isSurrogate(char32_t code)
 {
     return code >= 0xD800 && code <= 0xDFFF;
-}
-
-void appendCharacter(std::string& text, char32_t code)
-{
-    const auto tail = [&](int shift) {
-        text += static_cast<char>(0x80 | ((code >> shift) & 0x3F));
-    };
-    if (code < 0x80) {
-        text += static_cast<char>(code);
-        return;
-    }
-    if (code < 0x800) {
-        text += static_cast<char>(0xC0 | code >> 6);
-    } else {
-        if (code < 0x10000) {
-            text += static_cast<char>(0xE0 | code >> 12);
-        } else {
-            text += static_cast<char>(0xF0 | code >> 18);
-            tail(12);
-        }
-        tail(6);
-    }
-    tail(0);
 }
 
 /// The bytes around the fault: those before as text, those from there on in hexadecimal.
@@ -99,29 +65,30 @@ std::vector<Char16> toUtf16(std::string_view utf8)
 {
     std::vector<Char16> units;
     units.reserve(utf8.size());
-    for (size_t at = 0; at < utf8.size();) {
-        const auto [code, length] = decodeFirst(utf8.substr(at));
-        if (length == 0) throwNotUtf8(utf8, at);
-        if (code >= 0x10000) {
-            units.emplace_back(static_cast<Uint16>(0xD800 + ((code - 0x10000) >> 10)));
-            units.emplace_back(static_cast<Uint16>(0xDC00 + (code & 0x3FF)));
-        } else {
-            const bool replace = isSurrogate(code) || code >= 0xFFFE;
-            units.emplace_back(static_cast<Uint16>(replace ? 0xFFFD : code));
+    const char* const begin = utf8.data();
+    const char* const end = begin + utf8.size();
+    for (const char* at = begin; at != end;) {
+        const std::size_t start = std::size_t(at - begin);
+        utf::code_point code = Utf8::decode(at, end);
+        if (!utf::is_valid_codepoint(code)) {
+            if (!isEncodedSurrogate(utf8.substr(start))) throwNotUtf8(utf8, start);
+            at = begin + start + 3;
+            code = 0xFFFD;
         }
-        at += length;
+        if (code == 0xFFFE || code == 0xFFFF) code = 0xFFFD;
+        Utf16::encode(code, std::back_inserter(units));
     }
     return units;
 }
 
-std::string toUtf8(const String& string, LoneSurrogate lone)
+std::string toUtf8(const String& string)
 {
     std::string text;
-    appendUtf8(text, string, lone);
+    appendUtf8(text, string);
     return text;
 }
 
-void appendUtf8(std::string& out, const String& string, LoneSurrogate lone)
+void appendUtf8(std::string& out, const String& string)
 {
     const Char16* const units = string.getChar16Data();
     const Uint32 size = string.size();
@@ -142,10 +109,10 @@ void appendUtf8(std::string& out, const String& string, LoneSurrogate lone)
         char32_t code = units[i];
         if (code >= 0xD800 && code < 0xDC00 && units[i + 1] >= 0xDC00 && units[i + 1] <= 0xDFFF) {
             code = 0x10000 + ((code & 0x3FF) << 10) + (units[++i] & 0x3FF);
-        } else if (isSurrogate(code) && lone == LoneSurrogate::Replace) {
+        } else if (isSurrogate(code)) {
             code = 0xFFFD;
         }
-        appendCharacter(out, code);
+        Utf8::encode(code, std::back_inserter(out));
     }
 }
 
@@ -156,10 +123,11 @@ String toString(std::string_view utf8)
 
 bool isUtf8(std::string_view text)
 {
-    while (!text.empty()) {
-        const auto [code, length] = decodeFirst(text);
-        if (length == 0 || isSurrogate(code)) return false;
-        text.remove_prefix(length);
+    if (isAscii(text)) return true;
+    const char* at = text.data();
+    const char* const end = at + text.size();
+    while (at != end) {
+        if (!utf::is_valid_codepoint(Utf8::decode(at, end))) return false;
     }
     return true;
 }
@@ -181,12 +149,20 @@ bool equalNoCase(std::string_view a, std::string_view b)
 
 std::string readFile(const std::filesystem::path& file, const std::string& what)
 {
-    std::error_code ignored;
-    const bool isFolder = std::filesystem::is_directory(file, ignored);
+    constexpr std::uintmax_t most = 16 * 1024 * 1024;
+    const auto fail = [&](const std::string& why) {
+        throw std::runtime_error("cannot read the " + what + " file " + file.string() + ": " + why);
+    };
+    std::error_code error;
+    // Looked at before it is opened, for which a FIFO would wait.
+    const auto status = std::filesystem::status(file, error);
+    if (std::filesystem::is_directory(status)) fail("it is a folder");
+    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
+        fail("it is no regular file");
     std::ifstream in(file, std::ios::binary);
-    if (in && !isFolder) return {std::istreambuf_iterator<char>(in), {}};
-    throw std::runtime_error("cannot read the " + what + " file " + file.string() + ": " +
-                             (isFolder ? "it is a folder" : std::strerror(errno)));
+    if (!in) fail(std::strerror(errno));
+    if (std::filesystem::file_size(file, error) > most) fail("it is larger than 16 MB");
+    return {std::istreambuf_iterator<char>(in), {}};
 }
 
 }  // namespace cimom

@@ -23,16 +23,10 @@ constexpr Pegasus::Uint32 longestObjectPath = 65536;
 /// Throws Pegasus::Exception that names the place when the text is not UTF-8.
 std::vector<Pegasus::Char16> toUtf16(std::string_view utf8);
 
-/// The UTF-8 form. A lone surrogate becomes U+FFFD, or is encoded as if it were a character.
-enum class LoneSurrogate
-{
-    Replace,
-    Keep
-};
-std::string toUtf8(const Pegasus::String& text, LoneSurrogate lone = LoneSurrogate::Replace);
+/// The UTF-8 form, in which U+FFFD stands for a lone surrogate.
+std::string toUtf8(const Pegasus::String& text);
 /// Appends the UTF-8 form to a text.
-void appendUtf8(std::string& out, const Pegasus::String& text,
-                LoneSurrogate lone = LoneSurrogate::Replace);
+void appendUtf8(std::string& out, const Pegasus::String& text);
 
 /// As toUtf16; zeros stay.
 Pegasus::String toString(std::string_view utf8);
@@ -72,7 +66,8 @@ inline bool isLetter(char c)
 /// Equality without ASCII case.
 bool equalNoCase(std::string_view a, std::string_view b);
 
-/// The bytes of a file. Throws std::runtime_error ("cannot read the WHAT file FILE: why").
+/// The bytes of a regular file of at most 16 MB. Throws std::runtime_error ("cannot read the WHAT
+/// file FILE: why").
 std::string readFile(const std::filesystem::path& file, const std::string& what);
 
 /// Reads a decimal number without leading zeros, or a hexadecimal one after 0x; numbers of a signed

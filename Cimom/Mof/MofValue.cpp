@@ -2,7 +2,6 @@
 
 #include "Model/ValueText.h"
 
-#include <limits>
 #include <type_traits>
 
 PEGASUS_USING_PEGASUS;
@@ -12,32 +11,6 @@ namespace cimom
 namespace
 {
 
-// What a literal of the type has to be.
-template <class T>
-std::string expected()
-{
-    using Limits = std::numeric_limits<T>;
-    const std::string bits = std::to_string(sizeof(T) * 8);
-    if constexpr (std::is_same_v<T, Boolean>)
-        return "TRUE or FALSE";
-    else if constexpr (std::is_floating_point_v<T>)
-        return "real" + bits + ", a decimal number in its range such as -1.5e3";
-    else if constexpr (std::is_integral_v<T>)
-        return (Limits::is_signed ? "sint" : "uint") + bits + ", decimal or hexadecimal, " +
-               std::to_string(Limits::min()) + " to " + std::to_string(Limits::max());
-    else if constexpr (std::is_same_v<T, Char16>)
-        return "one 16-bit character in single quotes";
-    else if constexpr (std::is_same_v<T, String>)
-        return "a string in double quotes";
-    else if constexpr (std::is_same_v<T, CIMDateTime>)
-        return "a datetime in double quotes, yyyymmddhhmmss.mmmmmmsutc or an interval, "
-               "ddddddddhhmmss.mmmmmm:000";
-    else if constexpr (std::is_same_v<T, CIMObjectPath>)
-        return "an object path in double quotes, Class.Key=\"value\"";
-    else
-        return "a type whose values can be written in MOF";
-}
-
 template <class T>
 constexpr MofToken::Kind kindOf = std::is_same_v<T, Boolean>  ? MofToken::Identifier
                                   : std::is_arithmetic_v<T>   ? MofToken::Number
@@ -45,13 +18,13 @@ constexpr MofToken::Kind kindOf = std::is_same_v<T, Boolean>  ? MofToken::Identi
                                                               : MofToken::String;
 
 template <class T>
-T read(const MofToken& literal)
+T read(const MofToken& literal, CIMType type)
 {
     std::string text = literal.text;
     // In MOF, numbers without a sign may have a plus, too.
     if (std::is_unsigned_v<T> && text.substr(0, 1) == "+") text.erase(0, 1);
     const auto value = literal.kind == kindOf<T> ? readValue<T>(text) : std::nullopt;
-    if (!value) unexpected(literal, expected<T>());
+    if (!value) unexpected(literal, std::string("a value of type ") + cimTypeToString(type));
     return *value;
 }
 
@@ -74,10 +47,10 @@ CIMValue toValue(const MofInitializer& initializer, const MofType& type)
     checkShape(initializer, type);
     return visitType(type.type, [&](const auto& sample) {
         using T = std::decay_t<decltype(sample)>;
-        if (!type.isArray) return CIMValue(read<T>(initializer.items[0]));
+        if (!type.isArray) return CIMValue(read<T>(initializer.items[0], type.type));
         Array<T> values;
         for (const MofToken& item : initializer.items)
-            values.append(read<T>(item));
+            values.append(read<T>(item, type.type));
         return CIMValue(values);
     });
 }

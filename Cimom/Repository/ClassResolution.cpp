@@ -28,15 +28,6 @@ auto inContext(const char* kind, const CIMName& name, Work work)
     }
 }
 
-String toString(unsigned scopes)
-{
-    String text;
-    for (const ScopeName& entry : scopeNames)
-        if (entry.scope != AnyScope && (scopes & entry.scope) != 0)
-            text.append((text.size() == 0 ? "" : " ") + String(entry.name));
-    return text;
-}
-
 // The inherited qualifiers that reach subclasses, in front of the own ones.
 Qualifiers inheritQualifiers(const Qualifiers& own, const Qualifiers& inherited)
 {
@@ -182,9 +173,7 @@ private:
             inContext(": qualifier ", qualifier.name, [&] {
                 const QualifierDecl* const decl = schema_.qualifier(qualifier.name);
                 if (decl == nullptr) refuse("it is not declared");
-                if ((decl->scopes & scope) == 0)
-                    refuse("it may stand in scope " + toString(decl->scopes) + " only, not " +
-                           toString(scope));
+                if ((decl->scopes & scope) == 0) refuse("its declaration does not allow it here");
             });
     }
 

@@ -127,7 +127,7 @@ CIMInstance completeInstance(const Instance& given, const ClassPtr& definition)
     for (const auto& declared : definition->properties)
         if (given.property(declared->name) == nullptr)
             result->properties.push_back(makeProperty(*declared, declared->value, {}, true));
-    for (const auto& property : given.properties) {
+    for (const Property* property : given.properties.all()) {
         const Property* const declared = definition->property(property->name);
         if (declared == nullptr || !property->value.typeCompatible(declared->value))
             fail(CIM_ERR_INVALID_PARAMETER, "class " + definition->name().getString() +
@@ -295,7 +295,7 @@ void Repository::modifyInstance(const CIMNamespaceName& nameSpace, const CIMInst
     std::set<CIMName, NoCaseLess> listed;
     for (Uint32 i = 0; i < list.size(); ++i)
         listed.insert(list[i]);
-    for (const auto& property : given.object().properties)
+    for (const Property* property : given.object().properties.all())
         if (list.isNull()) listed.insert(property->name);
     for (const CIMName& name : listed)
         if (entry.resolved->property(name) == nullptr)
@@ -304,10 +304,10 @@ void Repository::modifyInstance(const CIMNamespaceName& nameSpace, const CIMInst
     CIMInstance& stored = *entry.require(given.getPath());
     Instance changed;
     changed.qualifiers = stored.object().qualifiers;
-    for (const auto& property : stored.object().properties)
+    for (const Property* property : stored.object().properties.all())
         if (!property->propagated && listed.count(property->name) == 0)
             changed.properties.push_back(std::make_shared<Property>(*property));
-    for (const auto& property : given.object().properties)
+    for (const Property* property : given.object().properties.all())
         if (listed.count(property->name) > 0)
             changed.properties.push_back(std::make_shared<Property>(*property));
     const CIMInstance result = completeInstance(changed, entry.resolved);

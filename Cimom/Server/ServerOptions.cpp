@@ -149,8 +149,8 @@ std::optional<ServerOptions> parseCommandLine(int argc, char** argv)
     addLimit("--max-body", options.http.maxBody, "Bytes of a request's body", 1024, 1000000000);
     addLimit(
         "--max-memory", options.http.maxMemory,
-        "Bytes that the bodies of requests may take together; 0: an eighth of what the process "
-        "may use",
+        "Bytes that large requests may take together, 17 for each of their bodies, and a quarter of "
+        "that for what clients have not pulled yet; 0: a quarter of what the process may use",
         0, 1000000000000);
     addLimit("--max-operations", options.http.maxOperations, "Operations at once", 1, 1000);
     ConnectionLimits& connections = options.http.connections;

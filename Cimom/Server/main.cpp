@@ -1,6 +1,9 @@
 // qbx-cimserver: the embedded object manager as a program.
 #include "Broker/Broker.h"
+#include "CimXml/Enumerations.h"
+#include "CimXml/Service.h"
 #include "Http/HttpServer.h"
+#include "Http/MemoryBudget.h"
 #include "Http/PasswordFile.h"
 #include "Model/Errors.h"
 #include "Model/Text.h"
@@ -58,12 +61,12 @@ sigset_t awaitedSignals()
 }
 
 /// Waits for SIGTERM or SIGINT; the next one ends the process at once. Until then, the server reads
-/// its files again at a SIGHUP and when the password file has changed.
-void waitForStop(HttpServer& server, const std::filesystem::path& users)
+/// its files again at a SIGHUP and when the password file has changed, `known` being the time that
+/// it had before it was read.
+void waitForStop(HttpServer& server, const std::filesystem::path& users, std::int64_t known)
 {
     const sigset_t signals = awaitedSignals();
     const timespec second{1, 0};
-    auto known = timeWritten(users);
     for (int signal = 0; signal != SIGTERM && signal != SIGINT;) {
         signal = sigtimedwait(&signals, nullptr, &second);
         const auto now = timeWritten(users);
@@ -151,22 +154,25 @@ void warnOfOpenFile(const std::string& file)
 /// Serves until a signal comes.
 void serve(ServerOptions options)
 {
+    Repository repository;
+    compileSchema(options, repository);  // which a SIGTERM ends at once
     const sigset_t signals = awaitedSignals();
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-    Repository repository;
-    compileSchema(options, repository);
+    std::signal(SIGHUP, SIG_DFL);  // no longer ignored: it waits to be awaited
     Broker broker(repository, {options.http.hostName.c_str(), options.providerFolders, log,
                                options.writableInstances});
     ObjectManager::current = &broker;
     options.http.log = log;
-    const auto server = startHttpServer(options.http, [&broker](const CimRequest& request) {
-        return answerCimRequest(broker, request);
+    const auto known = timeWritten(options.http.users);
+    Enumerations enumerations(budgetOf(options.http.maxMemory) / 4);
+    const auto server = startHttpServer(options.http, [&](const CimRequest& request) {
+        return answerCimRequest(broker, enumerations, request);
     });
     warnOfExposure(options);
     warnOfOpenFile(options.http.users);
     warnOfOpenFile(options.http.keyFile);
     std::cout << "ready: " + url(options, server->port()) + "\n" << std::flush;
-    waitForStop(*server, options.http.users);
+    waitForStop(*server, options.http.users, known);
     // Threads that go on with an operation would meet a broker that is no more.
     if (!server->stop()) std::_Exit(0);
     ObjectManager::current = nullptr;
@@ -192,12 +198,24 @@ std::string readPassword()
     return password;
 }
 
+/// Each connection has a thread: less address space for its stack than the 8 MB that are usual.
+void limitStacks()
+{
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    pthread_attr_setstacksize(&attributes, 1024 * 1024);
+    pthread_setattr_default_np(&attributes);
+    pthread_attr_destroy(&attributes);
+}
+
 }  // namespace
 
 int main(int argc, char** argv)
 {
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);  // a log at the limit to the size of files
+    std::signal(SIGHUP, SIG_IGN);   // until there is something to read again
+    limitStacks();
     // What one thread has freed serves the others, and large bodies go back to the system: in many
     // arenas both stay with the thread.
     mallopt(M_ARENA_MAX, 4);

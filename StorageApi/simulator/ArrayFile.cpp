@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <regex>
 #include <sstream>
 #include <utility>
 
@@ -200,8 +201,20 @@ static void decode(JsonObject& file, api_FCAL_t& card)
     file.read(FIELD(card.u, kbod), FIELD(card.u, lbod), FIELD(card.u, sbod));
 }
 
+/// Clients get the array's name as the host of every object path, and their libraries take no other
+/// text for one: labels of which the last is no number, or an IPv4 address.
+static void checkHostName(const JsonValue& name)
+{
+    static const std::regex hostName(R"((\w[\w-]*\.)*(?!\d+$)\w[\w-]*|(\d{1,3}\.){3}\d{1,3}|)");
+    std::string text;
+    name.read(text);
+    if (!std::regex_match(text, hostName))
+        name.fail("'" + text + "' is no host name: use letters, digits, '-', '_' and points");
+}
+
 static void decode(JsonObject& file, api_StorageArray_t& array)
 {
+    if (const auto name = file.find("elementName")) checkHostName(*name);
     file.read(FIELD(array, elementName), FIELD(array, operationalStatus),
               FIELD(array, statusDescriptions), FIELD(array, name), FIELD(array, model),
               FIELD(array, serial), FIELD(array, ownerContact), FIELD(array, ownerName),

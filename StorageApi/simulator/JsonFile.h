@@ -29,7 +29,7 @@ public:
 
 /// The contents of a regular file of at most `maxSize` bytes. Throws std::system_error with the
 /// reason and the path.
-std::string readFile(const std::string& path, std::size_t maxSize = SIZE_MAX);
+std::string readFile(const std::string& path, std::size_t maxSize = 64 << 20);
 
 /// Replaces a file as a whole: nobody finds half of it, and nothing has changed when this throws
 /// std::system_error.

@@ -72,11 +72,16 @@ std::string prefix(int level)
 std::string escaped(std::string_view message)
 {
     std::string text;
+    unsigned char before = 0;
     for (const char byte : message) {
         const auto code = static_cast<unsigned char>(byte);
+        // U+0080 to U+009F: control characters of two bytes in UTF-8, and of one in Latin-1.
+        const bool isC1 = code >= 0x80 && code < 0xA0 && (before < 0x80 || before == 0xC2);
+        if (isC1 && before == 0xC2) text.pop_back();
+        before = code;
         if (byte == '\n') {
             text += "\\n";
-        } else if (byte == '\t' || (code >= 0x20 && code != 0x7F)) {
+        } else if (byte == '\t' || (code >= 0x20 && code != 0x7F && !isC1)) {
             text += byte;
         } else {
             char escape[8] = {};

@@ -27,7 +27,8 @@ struct AssociationRow : Row
     Texts enumerateInstances;
     Texts getInstance;
     Texts classes;  ///< associatorNames: the ends of the lines that show and that refuse classes
-    Texts steps;    ///< how the steps are called that find names and instances
+    /// How the steps are called that find names and instances.
+    Texts steps = {"_getRelatedInstanceNames", "_getRelatedInstances"};
 };
 
 const Texts CAGES = {"QBX_DriveCage", "QBX_DriveCageDC1Family", "QBX_DriveCageDC2Family",
@@ -36,56 +37,42 @@ const Texts CARDS = {"QBX_CageInterfaceCard", "QBX_CageInterfaceCardDC1Family",
                      "QBX_CageInterfaceCardDC2Family", "QBX_CageInterfaceCardDC3Family"};
 const Texts PACKAGES = {"CIM_Chassis", "CIM_PhysicalPackage"};
 
+// clang-format off
 const AssociationRow CARD_IN_CAGE = {
-    "QBX_InterfaceCardInDriveCage",
-    "QBX_FCALCardInDriveCageProvider",
-    {GROUP, CAGES},
-    {PART, CARDS},
-    {"CIM_PackageInChassis", "QBX_InterfaceCardInDriveCage"},
-    {PACKAGES, CARDS, CAGES},
+    "QBX_InterfaceCardInDriveCage", "QBX_FCALCardInDriveCageProvider", {GROUP, CAGES}, {PART, CARDS},
+    {"CIM_PackageInChassis", "QBX_InterfaceCardInDriveCage"}, {PACKAGES, CARDS, CAGES},
     "api_getFCALsNoMfg_Cached",
     {"4: --> P::enumerateInstanceNames()\n", "4: <-- P::enumerateInstanceNames()\n"},
     {"4: --> P::enumerateInstances() \n", "4: <-- P::enumerateInstances()\n"},
     {"4: -->P::getInstance()\n", "4: <-- P::getInstance()\n"},
     {"associationClass=CIM_A; resultClass=CIM_Chassis \n",
-     "associationClass=CIM_A, resultClass=CIM_Chassis\n"},
-    {"_getRelatedInstanceNames", "_getRelatedInstances"}};
+     "associationClass=CIM_A, resultClass=CIM_Chassis\n"}};
 
 const AssociationRow MAGAZINE_IN_CAGE = {
-    "QBX_MagazineInDriveCage",
-    "QBX_MagazineInDriveCageProvider",
-    {GROUP, CAGES},
-    {PART, {"QBX_Magazine"}},
-    {"CIM_PackageInChassis", "QBX_MagazineInDriveCage"},
-    {PACKAGES, CAGES, "QBX_Magazine"},
+    "QBX_MagazineInDriveCage", "QBX_MagazineInDriveCageProvider",
+    {GROUP, CAGES}, {PART, {"QBX_Magazine"}},
+    {"CIM_PackageInChassis", "QBX_MagazineInDriveCage"}, {PACKAGES, CAGES, "QBX_Magazine"},
     "api_getMagazinesNoMfg_Cached",
     {"4: --> P::enumerateInstanceNames()\n", "4: <-- P::enumerateInstanceNames() \n"},
     {"4: --> P::enumerateInstances() \n", "4: <-- P::enumerateInstances() \n"},
     {"4: -->P::getInstance() \n", "4: <-- P::getInstance()\n\n"},
     {"associationClass = CIM_A; resultClass = CIM_Chassis \n",
-     "associationClass=CIM_A, resultClass=CIM_Chassis\n"},
-    {"_getRelatedInstanceNames", "_getRelatedInstances"}};
+     "associationClass=CIM_A, resultClass=CIM_Chassis\n"}};
 
 const AssociationRow CAGE_IN_SYSTEM = {
-    "QBX_SysCageContainer",
-    "QBX_SysCageContainerProvider",
-    {PART, CAGES},
-    {GROUP, {"QBX_SystemPackage"}},
-    {"CIM_Container", "QBX_SysCageContainer"},
-    {PACKAGES, CAGES, "QBX_SystemPackage"},
+    "QBX_SysCageContainer", "QBX_SysCageContainerProvider",
+    {PART, CAGES}, {GROUP, {"QBX_SystemPackage"}},
+    {"CIM_Container", "QBX_SysCageContainer"}, {PACKAGES, CAGES, "QBX_SystemPackage"},
     "api_getCagesNoMfg_Cached",
     {"4: -->P::enumerateInstanceNames()\n", "4: <--P::enumerateInstanceNames()\n"},
     {"4: --> P::enumerateInstances() \n", "4: <-- P::enumerateInstances() \n"},
     {"4: -->P::getInstance() \n", "4: <-- P::getInstance()\n"},
     {"associationClass = CIM_A; resultClass = CIM_Chassis \n",
-     "associationClass=CIM_A, resultClass=CIM_Chassis\n"},
-    {"_getRelatedInstanceNames", "_getRelatedInstances"}};
+     "associationClass=CIM_A, resultClass=CIM_Chassis\n"}};
 
 const AssociationRow SENSOR_IN_CAGE = {
-    "QBX_SensorInDriveCage",
-    "QBX_SensorInDriveCageProvider",
-    {"Dependent", {"QBX_DriveCageDC2Family"}},
-    {"Antecedent", {"QBX_CageSensor"}},
+    "QBX_SensorInDriveCage", "QBX_SensorInDriveCageProvider",
+    {"Dependent", {"QBX_DriveCageDC2Family"}}, {"Antecedent", {"QBX_CageSensor"}},
     {"CIM_PackageDependency", "QBX_SensorInDriveCage"},
     {"CIM_Chassis", "CIM_Sensor", "QBX_CageSensor", "QBX_DriveCage", "QBX_DriveCageDC2Family"},
     "api_getCages_Cached",
@@ -95,6 +82,7 @@ const AssociationRow SENSOR_IN_CAGE = {
     {"associationClass = CIM_A; resultClass = CIM_Chassis \n",
      "associationClass = CIM_A, resultClass = CIM_Chassis\n"},
     {"_getRelatedInstanceName", "_getRelatedInstance"}};
+// clang-format on
 
 const std::vector<AssociationRow> ASSOCIATIONS = {CARD_IN_CAGE, MAGAZINE_IN_CAGE, CAGE_IN_SYSTEM,
                                                   SENSOR_IN_CAGE};
@@ -123,28 +111,29 @@ const View WANTED = {true, false, listOf({"Tag"})};
 
 // ---- Enumerations ----
 
-class AssociationTest : public RowTest<AssociationRow>
+class AssociationTest : public RowTest<AssociationRow, ProviderTest>
 {
 protected:
     AssociationTest() { start(row.provider); }
 
     /// True when the traversal of an object of that class is let through.
-    bool accepts(const std::string& operation, const std::string& className, const Traversal& asked)
+    bool accepts(const std::string& operation, const std::string& className,
+                 const Traversal& traversal)
     {
-        read(operation, pathOf(className, {{"Tag", "no"}, {"DeviceID", "no"}}), {}, asked);
+        read(operation, pathOf(className, {{"Tag", "no"}, {"DeviceID", "no"}}), {}, traversal);
         return !array.events().startingWith("handler.processing").empty();
     }
 
-    /// Objects of the class must have one of the roles, what is asked for one of the result roles.
+    /// Objects of the class must have one of the roles, the result role must be one of those given.
     void expectRoles(const std::string& className, const Texts& roles, const Texts& resultRoles)
     {
         const std::string shouted = cased(className, std::toupper);
         for (const std::string& operation : TRAVERSALS) {
             const bool hasResultRole = operation[0] == 'a';
             for (const std::string role : {"ANTECEDENT", "dependent", GROUP, PART, "x"}) {
-                ASSERT_EQ(accepts(operation, shouted, {role, "", "", ""}), roles.hold(role))
+                ASSERT_EQ(accepts(operation, shouted, {role.c_str(), "", {}, {}}), roles.hold(role))
                     << operation << " of a " << className << " with role " << role;
-                ASSERT_EQ(accepts(operation, shouted, {"", role, "", ""}),
+                ASSERT_EQ(accepts(operation, shouted, {"", role.c_str(), {}, {}}),
                           !hasResultRole || resultRoles.hold(role))
                     << operation << " of a " << className << " with result role " << role;
             }
@@ -156,8 +145,8 @@ protected:
                        const std::string& refused)
     {
         read(operation, CAGE, {}, {"r", "", "CIM_Chassis", "CIM_A"});
-        EXPECT_LIST(array.events(), own({opening(operation, CAGE, classes),
-                                         "2: P::" + operation + ": invalid params: " + refused}));
+        EXPECT_LIST(events(), {opening(operation, CAGE, classes),
+                               "2: P::" + operation + ": invalid params: " + refused});
     }
 
     void expectEvents(const std::string& operation, const CIMObjectPath& object, const Texts& lines,
@@ -165,17 +154,17 @@ protected:
     {
         EXPECT_EQ(read(operation, object, WANTED), "nothing");
         const bool isNames = operation == "enumerateInstanceNames";
-        EXPECT_LIST(array.events(),
-                    own({lines[0], OPEN, isNames ? Texts{"4: -->P::_getInstanceNames\n"} : Texts(),
-                         "4: -->P::_getInstances\n", query(row.query),
-                         "cimom.getClass nobody " + row.name + view, SKELETON, FREED,
-                         "4: <--P::_getInstances\n",
-                         isNames ? Texts{"4: <--P::_getInstanceNames\n"} : Texts(),
-                         delivered(result), lines[1]}));
+        EXPECT_LIST(
+            events(),
+            {lines[0], OPEN, isNames ? Texts{"4: -->P::_getInstanceNames\n"} : Texts(),
+             "4: -->P::_getInstances\n", query(row.query),
+             "cimom.getClass nobody " + row.name + view, SKELETON, FREED,
+             "4: <--P::_getInstances\n", isNames ? Texts{"4: <--P::_getInstanceNames\n"} : Texts(),
+             delivered(result), lines[1]});
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(All, AssociationTest, testing::ValuesIn(ASSOCIATIONS), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(All, AssociationTest, testing::ValuesIn(ASSOCIATIONS), NameOfRow());
 
 TEST_P(AssociationTest, EnumerateInstanceNames)
 {
@@ -194,17 +183,17 @@ TEST_P(AssociationTest, GetInstance)
                  "one");
 }
 
-TEST_P(AssociationTest, GetInstanceWithThreeKeysIsRefused)
+TEST_P(AssociationTest, GetInstanceRejectsThreeKeys)
 {
     EXPECT_EQ(read("getInstance", pathOf(row.name, {{GROUP, "a"}, {PART, "b"}, {"X", "c"}})),
               "4 " + row.provider + " Expect two keys.");
-    EXPECT_LIST(array.events(), own({row.getInstance[0], OPEN,
-                                     "2: P::getInstance(): Invalid number of keys (3)\n"}));
+    EXPECT_LIST(events(),
+                {row.getInstance[0], OPEN, "2: P::getInstance(): Invalid number of keys (3)\n"});
 }
 
 // ---- What is screened out ----
 
-TEST_P(AssociationTest, AnObjectAtAnEndMustHaveItsRole)
+TEST_P(AssociationTest, RejectsRoleOfTheOtherEnd)
 {
     for (const std::string& className : row.cage.classes)
         expectRoles(className, {row.cage.role}, {row.other.role});
@@ -212,13 +201,13 @@ TEST_P(AssociationTest, AnObjectAtAnEndMustHaveItsRole)
         expectRoles(className, {row.other.role}, {row.cage.role});
 }
 
-TEST_P(AssociationTest, AnObjectOfNeitherEndMayHaveBothRoles)
+TEST_P(AssociationTest, AcceptsBothRolesForObjectOfNeitherEnd)
 {
     const Texts both = {row.cage.role, row.other.role};
     expectRoles("QBX_Disk", both, both);
 }
 
-TEST_P(AssociationTest, ResultClassesAreThoseOfTheAssociationOrOfItsEnds)
+TEST_P(AssociationTest, AcceptsResultClassesOfAssociationAndEnds)
 {
     Texts all = {"CIM_Component", "CIM_PhysicalElement", "CIM_Dependency"};
     for (const AssociationRow& each : ASSOCIATIONS)
@@ -226,14 +215,16 @@ TEST_P(AssociationTest, ResultClassesAreThoseOfTheAssociationOrOfItsEnds)
     for (const std::string& operation : TRAVERSALS) {
         const Texts accepted = operation[0] == 'r' ? row.referenceClasses : row.associatedClasses;
         for (const std::string& each : all) {
-            const Traversal asked = {"", "", cased(each, std::tolower), "CIM_Nonsense"};
-            ASSERT_EQ(accepts(operation, row.cage.classes[0], asked), accepted.hold(each))
+            const CIMName resultClass(cased(each, std::tolower).c_str());
+            ASSERT_EQ(
+                accepts(operation, row.cage.classes[0], {"", "", resultClass, "CIM_Nonsense"}),
+                accepted.hold(each))
                 << operation << " with result class " << each;
         }
     }
 }
 
-TEST_P(AssociationTest, ARefusedTraversalIsTracedAndLeavesTheHandlerAlone)
+TEST_P(AssociationTest, RefusedTraversalIsTracedAndDeliversNothing)
 {
     const std::string role = "role = r, resultClass = CIM_Chassis \n";
     expectRefusal("referenceNames", "resultClass = CIM_Chassis", role);
@@ -254,7 +245,7 @@ struct LookupRow : Row
     Texts findNames = {};  ///< when that is another way
 };
 
-class LookupTest : public RowTest<LookupRow>
+class LookupTest : public RowTest<LookupRow, ProviderTest>
 {
 protected:
     LookupTest() { start(row.its.provider); }
@@ -280,22 +271,21 @@ protected:
 
 TEST_P(LookupTest, References)
 {
-    const std::string asked = row.its.referenceClasses[0];
-    EXPECT_EQ(read("references", row.object, WANTED, {"", "", asked, ""}), "nothing");
+    const std::string resultClass = row.its.referenceClasses[0];
+    EXPECT_EQ(read("references", row.object, WANTED, {"", "", resultClass.c_str(), {}}), "nothing");
     EXPECT_LIST(
-        array.events(),
-        own({opening("references", row.object, "resultClass = " + asked + " \n"),
-             step(row.its.steps[0], row.findNames.empty() ? findInstances("FF") : row.findNames),
-             "handler.processing", "cimom.getClass nobody " + row.its.name + " TF Tag", SKELETON,
-             "handler.deliver one", "handler.complete", "4: <--P::references\n"}));
+        events(),
+        {opening("references", row.object, "resultClass = " + resultClass + " \n"),
+         step(row.its.steps[0], row.findNames.empty() ? findInstances("FF") : row.findNames),
+         "handler.processing", "cimom.getClass nobody " + row.its.name + " TF Tag", SKELETON,
+         "handler.deliver one", "handler.complete", "4: <--P::references\n"});
 }
 
 TEST_P(LookupTest, Associators)
 {
     EXPECT_EQ(read("associators", row.object, WANTED, {"", "", "CIM_Chassis", "CIM_A"}), "nothing");
-    EXPECT_LIST(array.events(),
-                own({opening("associators", row.object, ASSOCIATOR_CLASSES),
-                     findInstances("TF Tag"), delivered("one"), "4: <--P::associators\n"}));
+    EXPECT_LIST(events(), {opening("associators", row.object, ASSOCIATOR_CLASSES),
+                           findInstances("TF Tag"), delivered("one"), "4: <--P::associators\n"});
 }
 
 const std::string CAGE_FETCHED = "cimom.getInstance joe " + str(CAGE) + " VIEW";
@@ -330,7 +320,7 @@ const std::vector<LookupRow> LOOKUPS = {
               {readKey("Tag", "cage 0"), query("api_getCages_Cached"), SENSOR_BUILT, FREED}},
 };
 // clang-format on
-INSTANTIATE_TEST_SUITE_P(All, LookupTest, testing::ValuesIn(LOOKUPS), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(All, LookupTest, testing::ValuesIn(LOOKUPS), NameOfRow());
 
 // ---- What lies at the other end ----
 
@@ -383,7 +373,7 @@ struct OtherEndRow : Row
     std::vector<CIMObjectPath> others;
 };
 
-using OtherEndTest = RowTest<OtherEndRow>;
+using OtherEndTest = RowTest<OtherEndRow, ProviderTest>;
 
 TEST_P(OtherEndTest, IsReachedByEveryTraversal)
 {
@@ -405,7 +395,7 @@ TEST_P(OtherEndTest, IsReachedByEveryTraversal)
         EXPECT_LIST(array.events().startingWith("handler."),
                     {"handler.processing", Texts(others.size(), "handler.deliver one"),
                      "handler.complete"});
-        EXPECT_EQ(array.events().back(), own({"4: <--P::" + operation + "\n"})[0]);
+        EXPECT_EQ(events().back(), "4: <--P::" + operation + "\n");
         if (HasFailure()) return;
     }
 }
@@ -427,6 +417,7 @@ const std::vector<OtherEndRow> OTHER_ENDS = {
     {"ACardIsInNoPackage", CAGE_IN_SYSTEM, card("card 0"), {}},
     {"SensorsOfTheFirstCageOfItsName", SENSOR_IN_CAGE, cage("cage a"),
      {sensor("cage a-sensor0"), sensor("cage a-sensor2")}},
+    {"CageWithoutSensors", SENSOR_IN_CAGE, cage("cage b"), {}},
     {"CageOfATypeThatCarriesNone", SENSOR_IN_CAGE, cage("cage c"), {}},
     {"CageOfAnotherClassHasNoSensors", SENSOR_IN_CAGE, element("QBX_DriveCage", "cage a"), {}},
     {"Sensor", SENSOR_IN_CAGE, sensor("cage a-sensor0"), {cage("cage a")}},
@@ -436,9 +427,9 @@ const std::vector<OtherEndRow> OTHER_ENDS = {
     {"CageWithoutTag", SENSOR_IN_CAGE, pathOf("QBX_DriveCageDC2Family"), {}},
 };
 // clang-format on
-INSTANTIATE_TEST_SUITE_P(All, OtherEndTest, testing::ValuesIn(OTHER_ENDS), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(All, OtherEndTest, testing::ValuesIn(OTHER_ENDS), NameOfRow());
 
-TEST_F(SingleAssociationTest, AssociationsAreListedInTheOrderOfTheirRecords)
+TEST_F(SingleAssociationTest, ListsAssociationsInTheOrderOfRecords)
 {
     start(CARD_IN_CAGE.provider, MANY);
     for (const std::string operation : {"enumerateInstanceNames", "enumerateInstances"}) {
@@ -450,34 +441,38 @@ TEST_F(SingleAssociationTest, AssociationsAreListedInTheOrderOfTheirRecords)
     }
 }
 
+TEST_F(SingleAssociationTest, ListsNoSensorsOfCagesThatCarryNone)
+{
+    start(SENSOR_IN_CAGE.provider, MANY);
+    EXPECT_EQ(read("enumerateInstanceNames", CIMObjectPath()), "nothing");
+    EXPECT_LIST(got.paths, {pathOfPair(SENSOR_IN_CAGE, cage("cage a"), sensor("cage a-sensor0")),
+                            pathOfPair(SENSOR_IN_CAGE, cage("cage a"), sensor("cage a-sensor2")),
+                            pathOfPair(SENSOR_IN_CAGE, cage("cage a"), sensor("cage a-sensor0"))});
+}
+
 // ---- What goes wrong ----
 
-TEST_F(SingleAssociationTest, WithoutTagNothingIsLookedFor)
+TEST_F(SingleAssociationTest, RejectsCageWithoutTag)
 {
     for (const std::string& name : {CARD_IN_CAGE.provider, MAGAZINE_IN_CAGE.provider}) {
         start(name);
-        for (const std::string& operation : TRAVERSALS) {
-            SCOPED_TRACE(operation);
-            ASSERT_EQ(read(operation, pathOf("QBX_DriveCage")),
-                      "4 " + name + " Tag key not found.");
-            EXPECT_LIST(array.calls(), {OPEN});
-            if (HasFailure()) return;
-        }
+        EXPECT_EQ(read("references", pathOf("QBX_DriveCage")), "4 " + name + " Tag key not found.");
+        EXPECT_LIST(array.calls(), {OPEN});
     }
 }
 
-TEST_F(SingleAssociationTest, WithoutKeyTheSensorsWriteNoLineAsTheStepEnds)
+TEST_F(SingleAssociationTest, SensorStepWithoutKeyWritesNoExitLine)
 {
     start("QBX_SensorInDriveCageProvider");
     EXPECT_EQ(read("associators", pathOf("QBX_CageSensor")), "nothing");
-    EXPECT_LIST(array.events(), own({opening("associators", pathOf("QBX_CageSensor"),
-                                             "associationClass = ; resultClass =  \n"),
-                                     "4: -->P::_getRelatedInstance: className = QBX_CageSensor \n",
-                                     readKey("DeviceID", ""), "handler.processing",
-                                     "handler.complete", "4: <--P::associators\n"}));
+    EXPECT_LIST(
+        events(),
+        {opening("associators", pathOf("QBX_CageSensor"), "associationClass = ; resultClass =  \n"),
+         "4: -->P::_getRelatedInstance: className = QBX_CageSensor \n", readKey("DeviceID", ""),
+         "handler.processing", "handler.complete", "4: <--P::associators\n"});
 }
 
-TEST_F(SingleAssociationTest, WhatTheObjectManagerGivesIsNeitherChangedNorLost)
+TEST_F(SingleAssociationTest, DeliversCageOfObjectManagerUnchanged)
 {
     start("QBX_FCALCardInDriveCageProvider");
     CIMInstance its = cimom.onGetInstance(CAGE);
@@ -496,20 +491,16 @@ TEST_F(SingleAssociationTest, WhatTheObjectManagerGivesIsNeitherChangedNorLost)
     EXPECT_LIST(got.paths, {str(its.getPath())});
 }
 
-TEST_F(SingleAssociationTest, ACageThatCannotBeFetchedIsMissing)
+TEST_F(SingleAssociationTest, LeavesOutCageThatCannotBeFetched)
 {
     start("QBX_FCALCardInDriveCageProvider");
     cimom.onGetInstance = [](const CIMObjectPath&) -> CIMInstance { throw 5; };
-    for (const std::string& operation : TRAVERSALS) {
-        SCOPED_TRACE(operation);
-        ASSERT_EQ(read(operation, CARD), "nothing");
-        EXPECT_LIST(array.events().startingWith("handler."),
-                    {"handler.processing", "handler.complete"});
-        if (HasFailure()) return;
-    }
+    EXPECT_EQ(read("referenceNames", CARD), "nothing");
+    EXPECT_LIST(array.events().startingWith("handler."),
+                {"handler.processing", "handler.complete"});
 }
 
-TEST_F(SingleAssociationTest, ACageHasItsContainerWhateverTheObjectManagerKnowsOfPackages)
+TEST_F(SingleAssociationTest, CageHasItsContainerWithAnyNumberOfPackages)
 {
     start("QBX_SysCageContainerProvider");
     const CIMObjectPath another = element("QBX_SystemPackage", "another");
@@ -526,14 +517,14 @@ TEST_F(SingleAssociationTest, ACageHasItsContainerWhateverTheObjectManagerKnowsO
     }
 }
 
-TEST_F(SingleAssociationTest, ThePackageOfTheStartIsReferredToWhicheverIsAskedFor)
+TEST_F(SingleAssociationTest, ReferencesNameThePackageOfTheStart)
 {
     start("QBX_SysCageContainerProvider");
     read("referenceNames", element("QBX_SystemPackage", "another"));
     EXPECT_LIST(got.paths, {pathOfPair(CAGE_IN_SYSTEM, CAGE, PACKAGE)});
 }
 
-TEST_F(SingleAssociationTest, WithoutPackageAtTheStartThereIsNoAssociation)
+TEST_F(SingleAssociationTest, RejectsReferencesWithoutPackageAtTheStart)
 {
     cimom.onEnumerateInstanceNames = [](const CIMName&) { return Array<CIMObjectPath>(); };
     start("QBX_SysCageContainerProvider");

@@ -1,5 +1,5 @@
-// The privilege checks of storage methods: which keys are asked for, in which order, and when the
-// array is not asked.
+// The privilege checks of storage methods: which keys are checked, in which order, and when none
+// is.
 #include "ProviderTest.h"
 #include "QBX_VolumeAuthorization.h"
 
@@ -21,10 +21,10 @@ struct AuthorizationRow : Row
 
 const Texts PASSES = {"(passes)"};
 
-class AuthorizationTest : public RowTest<AuthorizationRow>
+class AuthorizationTest : public RowTest<AuthorizationRow, ProviderTest>
 {
 protected:
-    /// The array must be asked for the keys up to that one (from 1; 0: none), which it refuses with
+    /// The keys must be checked up to that one (from 1; 0: none), which it refuses with
     /// that decision.
     void expectKeys(const Texts& keys, std::size_t refused, int decision, int result)
     {
@@ -40,7 +40,7 @@ protected:
     }
 };
 
-TEST_P(AuthorizationTest, AsksForTheKeysUpToTheFirstRefusal)
+TEST_P(AuthorizationTest, ChecksKeysUpToTheFirstRefusal)
 {
     const Texts keys = row.keys == PASSES ? Texts() : row.keys;
     expectKeys(keys, 0, 0, row.keys.empty() ? 3 : 0);
@@ -101,6 +101,13 @@ int allocatedFromStoragePool(const String& user, const Array<CIMParamValue>& key
         texts.push_back({str(keys[i].getParameterName()), str(keys[i].getValue())});
     return authorize_AllocatedFromStoragePoolModifyInstance(
         user, pathOf("QBX_AllocatedFromStoragePool", texts));
+}
+
+template <QBX_VolumeKind kind>
+int deleteOf(const String& user, const Array<CIMParamValue>& parameters)
+{
+    const auto kindOf = [](const CIMObjectPath&) { return kind; };
+    return authorize_DeleteStorageVolumeByKind(user, parameters, kindOf);
 }
 
 const char VOLUME[] = "QBX_StorageVolume";
@@ -171,6 +178,7 @@ const std::vector<AuthorizationRow> REPLICATION = {
     {"ListGroupWithoutClass", LIST_SYNC, {operation(19), reference("TargetGroup", "")}, {}},
     {"ListSynchronizationOfAnotherType", LIST_SYNC,
      {operation(19), GROUP_REFERENCE, string("Synchronization", "x")}, {}},
+    {"ListGroupOfAnotherType", LIST_SYNC, {operation(19), string("TargetGroup", "x")}, {}},
     {"ListEmptySynchronizations", LIST_SYNC, {operation(19), GROUP_REFERENCE, synchronizations({})},
      {}},
     {"ListReturnOfNoPath", LIST_SYNC, {operation(19), synchronization("no!class")}, {}},
@@ -178,7 +186,8 @@ const std::vector<AuthorizationRow> REPLICATION = {
      {operation(19), GROUP_REFERENCE, synchronizations({VOLUME, "", VOLUME})}, {}},
 };
 // clang-format on
-INSTANTIATE_TEST_SUITE_P(Replication, AuthorizationTest, testing::ValuesIn(REPLICATION), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(Replication, AuthorizationTest, testing::ValuesIn(REPLICATION),
+                         NameOfRow());
 
 // ---- Storage configuration service ----
 
@@ -216,6 +225,8 @@ const std::vector<AuthorizationRow> CONFIGURATION = {
      {DELETE + "deletedynamicstoragepool"}},
     {"DeleteDeltaPool", DELETE_POOL, {reference("Pool", "qbx_DELTAReplicaStoragePool")},
      {DELETE + "deletedeltareplicastoragepool"}},
+    {"DeleteWithoutPool", DELETE_POOL, {}, {}},
+    {"DeletePoolOfAnotherType", DELETE_POOL, {string("Pool", POOL)}, {}},
     {"DeleteOtherPool", DELETE_POOL, {reference("Pool", "QBX_StoragePool")}, {}},
 
     {"NewVolume", SET_VOLUME, {SIZE, ELEMENT_NAME}, {ELEMENT + "createvolume"}},
@@ -239,6 +250,12 @@ const std::vector<AuthorizationRow> CONFIGURATION = {
     {"DeleteEmptyArray", DELETE_VOLUME,
      {reference("TheElement", VOLUME), references("TheElements", {})}, {}},
     {"DeleteVolumeAndPool", DELETE_VOLUME, {references("TheElements", {VOLUME, POOL})}, {}},
+    {"DeleteBaseVolume", deleteOf<QBX_VolumeKind::BaseVolume>, {reference("TheElement", VOLUME)},
+     {RETURN + ".basevv"}},
+    {"DeletePhysicalCopy", deleteOf<QBX_VolumeKind::PhysicalCopy>,
+     {reference("TheElement", VOLUME)}, {RETURN + ".physcopyvv"}},
+    {"DeleteVirtualCopy", deleteOf<QBX_VolumeKind::VirtualCopy>, {reference("TheElement", VOLUME)},
+     {RETURN + ".virtcopyvv"}},
 
     {"LimitsOfVolume", ALLOCATED, {OF_POOL, TO_VOLUME}, {LIMITS + "setvv"}},
     {"LimitsOfPool", ALLOCATED, {OF_POOL, string("Dependent", "QBX_STORAGEPOOL.ID=\"1\"")},
@@ -248,11 +265,11 @@ const std::vector<AuthorizationRow> CONFIGURATION = {
 };
 // clang-format on
 INSTANTIATE_TEST_SUITE_P(Configuration, AuthorizationTest, testing::ValuesIn(CONFIGURATION),
-                         nameOfRow);
+                         NameOfRow());
 
 using StorageMethodTest = ProviderTest;
 
-TEST_F(StorageMethodTest, EveryParameterOfAVolumeIsTracedWithoutNewline)
+TEST_F(StorageMethodTest, TracesParametersOfVolumesWithoutNewline)
 {
     SET_VOLUME("joe", Parameters{SIZE, null("100%s", CIMTYPE_STRING)});
     EXPECT_LIST(array.events().startingWith("4:"), {"4: Param SIZE", "4: Param 100%s"});

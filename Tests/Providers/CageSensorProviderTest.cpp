@@ -1,64 +1,61 @@
 // QBX_CageSensorProvider: the properties of sensors, and from which records they come.
 #include "ElementTest.h"
 
-#include "QBX_CageSensorProvider.h"
-
 namespace
 {
 
 // ---- Properties ----
 
-/// A sensor with another value in every field; the schema sets four properties more.
-CIMInstance instanceOfSensor(char unit)
+/// An array file with one sensor of the unit, which is written as the file writes it.
+std::string sensorOf(const std::string& unit)
 {
-    api_sensor_t sensor = {};
-    sensor.position = 65535;
-    setText(sensor.name, "Inlet temperature");
-    sensor.state = 255;
-    sensor.type = static_cast<uint8_t>(unit);
-    sensor.reading = 21;
-    sensor.limit_low = 22;
-    sensor.limit_high = 65534;
-    return QBX_CageSensorProvider::buildInstance(storedClass("QBX_CageSensor"), sensor, "array1",
-                                                 "cage 7-sensor8", "System One");
+    return R"("cages": [{"deviceID": "cage 7", "type": 3, "lbod": {"sensors": [{"position": 65535,
+        "name": "Inlet temperature", "state": 255, "reading": 21, "limit_low": 22,
+        "limit_high": 65534, "type": ")" +
+           unit + "\"}]}}]";
 }
 
-TEST(CageSensorInstance, HasTheFieldsOfItsRecord)
+using CageSensorInstanceTest = ProviderTest;
+
+TEST_F(CageSensorInstanceTest, HasTheFieldsOfItsRecord)
 {
-    const CIMInstance instance = instanceOfSensor('C');
-    EXPECT_LIST(propertiesOf(instance),
+    start("QBX_CageSensorProvider", sensorOf("C"));
+    read("enumerateInstances", pathOf("QBX_CageSensor"));
+    EXPECT_LIST(got.paths, {str(sensor("cage 7-sensor0"))});
+    EXPECT_LIST(propertiesOf(got.instances.at(0)),
                 {"BaseUnit=C", "CreationClassName=QBX_CageSensor", "CurrentReading=21",
-                 "DeviceID=cage 7-sensor8", "EnabledDefault=2", "EnabledState=5", "HighLimit=65534",
+                 "DeviceID=cage 7-sensor0", "EnabledDefault=2", "EnabledState=5", "HighLimit=65534",
                  "LowLimit=22", "OtherSensorTypeDescription=Inlet temperature", "Position=65535",
                  "RequestedState=12", "SensorType=1", "State=255",
                  "SystemCreationClassName=QBX_DriveCageDC2Family", "SystemName=System One",
                  "TransitioningToState=12"});
-    EXPECT_EQ(str(instance.getPath()), str(sensor("cage 7-sensor8")));
 }
 
-/// The byte of a unit, and the text of "BaseUnit".
+/// A unit as the array file has it, and the text of "BaseUnit".
 struct UnitRow : Row
 {
-    char unit;
+    const char* unit;
     const char* text;
 };
 
-using UnitTest = RowTest<UnitRow>;
+using UnitTest = RowTest<UnitRow, ProviderTest>;
 
 TEST_P(UnitTest, IsOneCharacterOrNone)
 {
-    EXPECT_EQ(valueOf(instanceOfSensor(row.unit), "BaseUnit"), row.text);
+    start("QBX_CageSensorProvider", sensorOf(row.unit));
+    read("enumerateInstances", pathOf("QBX_CageSensor"));
+    EXPECT_EQ(valueOf(got.instances.at(0), "BaseUnit"), row.text);
 }
 
 const std::vector<UnitRow> UNITS = {
-    {"Zero", 0, ""},
-    {"Degree", '\xB0', "\xC2\xB0"},
-    {"HighestByte", '\xFF', "\xC3\xBF"},
-    {"Delete", '\x7F', "\x7F"},
-    {"ControlCharacter", '\x07', "\xEF\xBF\xBD"},
-    {"Tab", '\t', "\t"},
+    {"Zero", "", ""},
+    {"Degree", "hex:B0", "\xC2\xB0"},
+    {"HighestByte", "hex:FF", "\xC3\xBF"},
+    {"Delete", "hex:7F", "\x7F"},
+    {"ControlCharacter", "hex:07", "\xEF\xBF\xBD"},
+    {"Tab", "hex:09", "\t"},
 };
-INSTANTIATE_TEST_SUITE_P(CageSensor, UnitTest, testing::ValuesIn(UNITS), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(CageSensor, UnitTest, testing::ValuesIn(UNITS), NameOfRow());
 
 // ---- Which sensors ----
 
@@ -100,7 +97,7 @@ TEST_F(CageSensorProviderTest, EmptyPlacesCountForTheIndex)
     EXPECT_LIST(deviceIDs(), {"a-sensor0", "a-sensor2", "a-sensor4", "a-sensor9"});
 }
 
-TEST_F(CageSensorProviderTest, PlacesBeyondTheCountAreNotRead)
+TEST_F(CageSensorProviderTest, ReadsNoPlacesBeyondTheCount)
 {
     array.serve(R"("cages": [
         {"deviceID": "a", "type": "JB_LBOD",
@@ -110,20 +107,7 @@ TEST_F(CageSensorProviderTest, PlacesBeyondTheCountAreNotRead)
     EXPECT_LIST(deviceIDs(), {"a-sensor0"});
 }
 
-TEST_F(CageSensorProviderTest, TheCountIsNotClamped)
-{
-    // An eleventh sensor lies in what follows the record: the next cage's name.
-    array.serve(
-        R"("cages": [{"deviceID": "a", "type": "JB_LBOD"}, {"deviceID": "b", "type": "JB_DC3"}])");
-    array.editCages = [](api_CageList_t& cages) {
-        cages.cages[0].u.lbod.sensCount = 11;
-        std::memset(cages.cages[1].deviceID, 'x', sizeof(cages.cages[1].deviceID));
-    };
-    EXPECT_LIST(deviceIDs(), {"a-sensor10"});
-    EXPECT_EQ(valueOf(got.instances.at(0), "CurrentReading"), "30840");
-}
-
-TEST_F(CageSensorProviderTest, BothListsAreReadWhateverBecomesOfTheOther)
+TEST_F(CageSensorProviderTest, ReadsEachListWhenTheOtherFails)
 {
     array.serve(R"("cages": [{"deviceID": "a", "type": "JB_LBOD",
                               "lbod": {"sensors": [{"reading": 1}]}}],

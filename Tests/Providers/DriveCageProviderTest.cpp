@@ -1,113 +1,81 @@
 // QBX_DriveCageProvider: the properties of cages, their methods and their modification.
 #include "ElementTest.h"
 
-#include "QBX_DriveCageProvider.h"
-
 namespace
 {
 
 // ---- Properties ----
 
-/// A cage with another value in every field that all types have.
-api_Cage_t cageOf(jb_type_e type)
+class DriveCageInstanceTest : public ElementTest
 {
-    api_Cage_t cage = {};
-    setText(cage.deviceID, "cage 7");
-    setText(cage.elementName, "Cage seven");
-    cage.position = 65535;
-    setText(cage.mfg.vendor, "the vendor");
-    setText(cage.mfg.model, "the model");
-    setText(cage.mfg.serial, "the serial");
-    cage.wwn = 0x1A2B;
-    setText(cage.location, "Row 5");
-    cage.type = type;
-    cage.subType = JB_SUBTYP_UNKNOWN;
-    cage.loopSplit = type != JB_DC3;
-    cage.chainPosA = 11;
-    cage.chainPosB = 12;
-    cage.locateON = type == JB_DC3;
-    cage.cimState = API_STATE_LOST_COMMUNICATION;
-    cage.overallState = ES_FAILED;
-    return cage;
+protected:
+    /// A cage of the type with these fields of its own shows these properties of its own.
+    void expectCage(int type, const std::string& fields, const std::string& className,
+                    const Texts& own)
+    {
+        const std::string cage = R"("cages": [{"deviceID": "cage 7", "elementName": "Cage seven",
+            "position": 65535, "wwn": "0x1A2B", "location": "Row 5", "subType": -1,
+            "loopSplit": true, "chainPosA": 11, "chainPosB": 12, "cimState": 13,
+            "overallState": 3, "type": )" +
+                                 std::to_string(type);
+        const Texts common = {MADE,
+                              "CageSubType=65535",
+                              "ChainPositionLoopA=11",
+                              "ChainPositionLoopB=12",
+                              "ChassisPackageType=22",
+                              "ChassisTypeDescription=Drive Cage",
+                              "ElementName=Cage seven",
+                              "Location=Row 5",
+                              "LoopSplit=TRUE",
+                              "MultipleSystemSupport=2",
+                              "Name=0000000000001A2B",
+                              "OperationalStatus=13",
+                              "Position=65535",
+                              "RackMountable=2",
+                              "RemovalConditions=2",
+                              "Tag=cage 7"};
+        expectInstance("QBX_DriveCageProvider", cage + ", " + MFG + ", " + fields + "}]", className,
+                       {common, own});
+    }
+};
+
+TEST_F(DriveCageInstanceTest, DC2FamilyHasFirmwareAndProcessor)
+{
+    for (const int type : {3, 5}) {
+        expectCage(type,
+                   R"("lbod": {"fwVersion": "1.2", "fwState": {"actual": 65557, "overall": 3},
+                               "cpuState": {"actual": 22, "overall": 3}})",
+                   "QBX_DriveCageDC2Family",
+                   {"CageType=" + std::to_string(type), "LocateON=FALSE", "FirmwareVersion=1.2",
+                    "FirmwareStatus=21", "CPUState=22"});
+    }
 }
 
-/// What the instance must hold: its own properties besides those that all cages have. The schema
-/// sets RemovalConditions.
-void expectProperties(const api_Cage_t& cage, const std::string& className, const Texts& own)
+TEST_F(DriveCageInstanceTest, DC3FamilyHasEnclosureServices)
 {
-    const CIMInstance instance =
-        QBX_DriveCageProvider::buildInstance(storedClass(className.c_str()), cage, "array1");
-    const Texts common = {"CageSubType=65535",
-                          "ChainPositionLoopA=11",
-                          "ChainPositionLoopB=12",
-                          "ChassisPackageType=22",
-                          "ChassisTypeDescription=Drive Cage",
-                          "ElementName=Cage seven",
-                          "Location=Row 5",
-                          "Manufacturer=the vendor",
-                          "Model=the model",
-                          "MultipleSystemSupport=2",
-                          "Name=0000000000001A2B",
-                          "OperationalStatus=13",
-                          "Position=65535",
-                          "RackMountable=2",
-                          "RemovalConditions=2",
-                          "SerialNumber=the serial",
-                          "Tag=cage 7"};
-    EXPECT_LIST(propertiesOf(instance),
-                (common + Texts{"CreationClassName=" + className} + own).sorted());
-    EXPECT_EQ(str(instance.getPath()), str(element(className, "cage 7")));
+    expectCage(4,
+               R"("locateON": true, "sbod": {"tempState": {"actual": 21}, "tempValue": 22,
+                  "tempThresh": {"actual": 23}, "opPanelState": {"actual": 24},
+                  "audAlarmState": {"actual": 25}, "enclosureID": 255})",
+               "QBX_DriveCageDC3Family",
+               {"CageType=4", "LocateON=TRUE", "TempSensorState=21", "TempSensorValue=22",
+                "OperatorPanelState=24", "AudibleAlarmState=25", "EnclosureID=255"});
 }
 
-TEST(DriveCageInstance, DC2FamilyHasFirmwareAndProcessor)
+TEST_F(DriveCageInstanceTest, DC1FamilyHasItsSideAndReportsOneCageType)
 {
-    api_Cage_t cage = cageOf(JB_LBOD);
-    setText(cage.u.lbod.fwVersion, "1.2");
-    cage.u.lbod.fwState = {65536 + 21, ES_FAILED};
-    cage.u.lbod.cpuState = {22, ES_FAILED};
-    const Texts own = {"FirmwareVersion=1.2", "FirmwareStatus=21", "CPUState=22", "LocateON=FALSE",
-                       "LoopSplit=TRUE"};
-    expectProperties(cage, "QBX_DriveCageDC2Family", own + Texts{"CageType=3"});
-    cage.type = JB_MBOD;
-    expectProperties(cage, "QBX_DriveCageDC2Family", own + Texts{"CageType=5"});
+    for (const int type : {1, 2}) {
+        expectCage(type, R"("kbod": {"isLeft": true})", "QBX_DriveCageDC1Family",
+                   {"CageType=2", "LocateON=FALSE", "IsLeftSide=TRUE", "IsRightSide=FALSE"});
+    }
 }
 
-TEST(DriveCageInstance, DC3FamilyHasEnclosureServices)
-{
-    api_Cage_t cage = cageOf(JB_DC3);
-    cage.u.sbod.tempState = {21, ES_FAILED};
-    cage.u.sbod.tempValue = 22;
-    cage.u.sbod.tempThresh = {23, ES_FAILED};
-    cage.u.sbod.opPanelState = {24, ES_FAILED};
-    cage.u.sbod.audAlarmState = {25, ES_FAILED};
-    cage.u.sbod.enclosureID = 255;
-    expectProperties(
-        cage, "QBX_DriveCageDC3Family",
-        {"CageType=4", "LocateON=TRUE", "LoopSplit=FALSE", "TempSensorState=21",
-         "TempSensorValue=22", "OperatorPanelState=24", "AudibleAlarmState=25", "EnclosureID=255"});
-}
-
-TEST(DriveCageInstance, DC1FamilyHasItsSideAndReportsOneCageType)
-{
-    api_Cage_t cage = cageOf(JB_JBOD);
-    cage.u.kbod.isLeft = 1;
-    const Texts own = {"CageType=2", "LocateON=FALSE", "LoopSplit=TRUE"};
-    expectProperties(cage, "QBX_DriveCageDC1Family",
-                     own + Texts{"IsLeftSide=TRUE", "IsRightSide=FALSE"});
-    cage = cageOf(JB_KBOD);
-    cage.u.kbod.isRight = 1;
-    expectProperties(cage, "QBX_DriveCageDC1Family",
-                     own + Texts{"IsLeftSide=FALSE", "IsRightSide=TRUE"});
-}
-
-TEST(DriveCageInstance, UnknownTypesHaveTheirSide)
+TEST_F(DriveCageInstanceTest, UnknownTypesHaveTheirSide)
 {
     for (const int type : {0, 6, 65535}) {
-        api_Cage_t cage = cageOf(jb_type_e(type));
-        cage.u.kbod.isRight = 1;
-        expectProperties(cage, "QBX_DriveCage",
-                         {"CageType=" + std::to_string(type), "LocateON=FALSE", "LoopSplit=TRUE",
-                          "IsLeftSide=FALSE", "IsRightSide=TRUE"});
+        expectCage(type, R"("kbod": {"isRight": true})", "QBX_DriveCage",
+                   {"CageType=" + std::to_string(type), "LocateON=FALSE", "IsLeftSide=FALSE",
+                    "IsRightSide=TRUE"});
     }
 }
 
@@ -159,7 +127,7 @@ const std::vector<MethodRow> CAGE_METHODS = {
 };
 // clang-format on
 INSTANTIATE_TEST_SUITE_P(DriveCage, DriveCageMethodTest, testing::ValuesIn(CAGE_METHODS),
-                         nameOfRow);
+                         NameOfRow());
 
 // ---- Modification ----
 
@@ -169,12 +137,12 @@ TEST_F(DriveCageProviderTest, ModifyInstanceSetsTheLocationOutsideTheSemaphoreIg
     array.fail("api_setCageLocation", 99);
     EXPECT_EQ(modify(CAGE, {string("Location", "Row5")}), "nothing");
     EXPECT_LIST(
-        array.events(),
-        own({"4: -->P::modifyInstance()\n", OPEN,
-             R"(api_authorizeCIMUser("joe", "qbx_drivecagedc2family.modifyinstance") = 0)",
-             readKey("Tag", "cage 0"), underSemaphore(R"(api_findCageName_Cached("cage 0") = 0)"),
-             readKey("Location", "Row5"), R"(api_setCageLocation("cage 0", "Row5") = 99)",
-             "4: <--P::modifyInstance()\n"}));
+        events(),
+        {"4: -->P::modifyInstance()\n", OPEN,
+         R"(api_authorizeCIMUser("joe", "qbx_drivecagedc2family.modifyinstance") = 0)",
+         readKey("Tag", "cage 0"), underSemaphore(R"(api_findCageName_Cached("cage 0") = 0)"),
+         readKey("Location", "Row5"), R"(api_setCageLocation("cage 0", "Row5") = 99)",
+         "4: <--P::modifyInstance()\n"});
 }
 
 /// A modification: the location that is set, or what is thrown ("4 ...").
@@ -187,7 +155,7 @@ struct ModificationRow : Row
 
 const Texts NO_LIST = {"(null)"};
 
-using ModificationTest = RowTest<ModificationRow>;
+using ModificationTest = RowTest<ModificationRow, ProviderTest>;
 
 TEST_P(ModificationTest, SetsTheLocationOrThrows)
 {
@@ -206,8 +174,9 @@ const CIMParamValue ROW5 = string("Location", "Row5");
 const CIMParamValue NAME = string("ElementName", "x");
 const std::string NOT_THE_NAME = "4 Invalid parameter: ElementName";
 const std::string NO_LOCATION = "7 QBX_DriveCageProvider does not support modifyInstance.";
-const std::string BAD_CHARACTER =
-    "4 Invalid parameter: Location: character 4 is U+001F, which XML cannot carry";
+const std::string FOURTH = "4 Invalid parameter: Location: character 4 is ";
+const std::string BAD_CHARACTER = FOURTH + "U+001F, which XML cannot carry";
+const std::string NUL_CHARACTER = FOURTH + "U+0000, which XML cannot carry";
 
 const std::vector<ModificationRow> MODIFICATIONS = {
     {"ListHidesOtherProperties", {NAME, ROW5}, {"Location"}, "Row5"},
@@ -221,8 +190,10 @@ const std::vector<ModificationRow> MODIFICATIONS = {
     {"NullLocation", {null("Location", CIMTYPE_STRING)}, NO_LIST, ""},
     {"LocationOfAnotherType", {uint16("Location", 1)}, NO_LIST, "type mismatch"},
     {"ReplacementAndTab", {string("Location", "\xEF\xBF\xBD\t")}, NO_LIST, "\xEF\xBF\xBD\t"},
+    {"NulCharacter", {parameter("Location", String("Row\0", 4))}, NO_LIST, NUL_CHARACTER},
     {"CharacterThatNoReplyCanCarry", {string("Location", "Row\x1F")}, NO_LIST, BAD_CHARACTER},
 };
-INSTANTIATE_TEST_SUITE_P(DriveCage, ModificationTest, testing::ValuesIn(MODIFICATIONS), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(DriveCage, ModificationTest, testing::ValuesIn(MODIFICATIONS),
+                         NameOfRow());
 
 }  // namespace

@@ -3,14 +3,28 @@
 
 #include "Providers.h"
 
-#include <cstring>
+/// Manufacturing data of a record, and how an instance shows it.
+inline const std::string MFG =
+    R"("mfg": {"vendor": "the vendor", "model": "the model", "serial": "the serial"})";
+inline const Texts MADE = {"Manufacturer=the vendor", "Model=the model", "SerialNumber=the serial"};
 
-/// Fills a text field of a record.
-template <std::size_t N>
-void setText(char (&field)[N], const char* text)
+class ElementTest : public ProviderTest
 {
-    std::snprintf(field, N, "%s", text);
-}
+protected:
+    /// Of this array file the provider makes one instance of the class, with these properties and
+    /// no others.
+    void expectInstance(const std::string& providerName, const std::string& elements,
+                        const std::string& className, const Texts& properties)
+    {
+        start(providerName, elements);
+        EXPECT_EQ(read("enumerateInstances", pathOf(className)), "nothing");
+        ASSERT_EQ(got.instances.size(), 1u);
+        const CIMInstance& instance = got.instances[0];
+        EXPECT_LIST(propertiesOf(instance),
+                    Texts{properties, "CreationClassName=" + className}.sorted());
+        EXPECT_LIST(got.paths, {str(element(className, valueOf(instance, "Tag")))});
+    }
+};
 
 /// An array file's list with one element of each cage type, in whose text $ stands for the type.
 inline std::string oneOfEachType(const std::string& list, const std::string& element)
@@ -42,14 +56,16 @@ struct MethodRow : Row
     std::string outcome;
 };
 
-class MethodTest : public RowTest<MethodRow>
+class MethodTest : public RowTest<MethodRow, ProviderTest>
 {
 protected:
+    std::string elements = ONE_OF_EACH;
+
     /// `lookup` is the call that finds the element. Of several keys "Tag" the last one counts.
     void expectOutcome(const std::string& providerName, const CIMObjectPath& object,
                        const std::string& lookup)
     {
-        start(providerName);
+        start(providerName, elements);
         for (const char* action : {"api_locateCage", "api_upgradeCage", "api_setMagazineLoop",
                                    "api_locateMagazine", "api_locateFCALPort"})
             array.fail(action, -7);
@@ -61,13 +77,12 @@ protected:
         const std::string key = cased(className + "." + row.method, std::tolower);
         Texts calls = {OPEN, "api_authorizeCIMUser(\"joe\", \"" + key + "\") = 0",
                        underSemaphore(lookup)};
-        if (row.outcome.empty()) calls = calls + delivered("sint32 0");
+        if (row.outcome.empty()) calls = {calls, delivered("sint32 0")};
         if (row.outcome.substr(0, 1) == "a")
             calls = {calls, underSemaphore(row.outcome + " = -7"), delivered("sint32 -7")};
         EXPECT_LIST(array.calls(), calls);
-        EXPECT_EQ(array.events().front(),
-                  own({"4: -->P::invokeMethod()\n\t className = " + className +
-                       ", methodName = " + row.method + "\n"})[0]);
-        EXPECT_EQ(array.events().back() == own({"4: <--P::invokeMethod()\n"})[0], !isThrown);
+        const std::string called = "className = " + className + ", methodName = " + row.method;
+        EXPECT_EQ(events().front(), "4: -->P::invokeMethod()\n\t " + called + "\n");
+        EXPECT_EQ(events().back() == "4: <--P::invokeMethod()\n", !isThrown);
     }
 };

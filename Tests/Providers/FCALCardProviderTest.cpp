@@ -1,166 +1,132 @@
 // QBX_FCALCardProvider: the properties of interface cards, and their method.
 #include "ElementTest.h"
 
-#include "QBX_FCALCardProvider.h"
-
 namespace
 {
 
 // ---- Properties ----
 
-/// Fills the four ports of a loop with numbers that no other loop has.
-void setPorts(api_FCALLoop_t& loop, unsigned number)
+// clang-format off
+/// The ports of a card, and how an instance shows two or all four of each loop.
+const std::string PORTS = R"(
+    "loopA": {"loopPortWWN": [18446744073709551515, 18446744073709551514, 18446744073709551513,
+                              18446744073709551512],
+              "nodePortWWN": [4294967395, 4294967396, 4294967397, 4294967398],
+              "nodePort": [110, 111, 112, 113], "linkSpeed": [65656, 65657, 65658, 65659],
+              "locateON": [255, 0, 255, 0]},
+    "loopB": {"loopPortWWN": [18446744073709551414, 18446744073709551413, 18446744073709551412,
+                              18446744073709551411],
+              "nodePortWWN": [4294967496, 4294967497, 4294967498, 4294967499],
+              "nodePort": [211, 212, 213, 214], "linkSpeed": [65757, 65758, 65759, 65760],
+              "locateON": [0, 255, 0, 255]})";
+
+const Texts TWO_PORTS = {
+    "LoopALinkSpeed=120 121", "LoopALocateON=TRUE FALSE",
+    "LoopAPortWWNs=18446744073709551515 18446744073709551514",
+    "LoopBLinkSpeed=221 222", "LoopBLocateON=FALSE TRUE",
+    "LoopBPortWWNs=18446744073709551414 18446744073709551413",
+    "NodePortsLoopA=4294967395 4294967396", "NodePortsLoopB=4294967496 4294967497",
+    "PortsLoopA=0:13:6 0:13:7", "PortsLoopB=1:10:3 1:10:4"};
+
+const Texts FOUR_PORTS = {
+    "LoopALinkSpeed=120 121 122 123", "LoopALocateON=TRUE FALSE TRUE FALSE",
+    "LoopAPortWWNs=18446744073709551515 18446744073709551514 18446744073709551513 "
+    "18446744073709551512",
+    "LoopBLinkSpeed=221 222 223 224", "LoopBLocateON=FALSE TRUE FALSE TRUE",
+    "LoopBPortWWNs=18446744073709551414 18446744073709551413 18446744073709551412 "
+    "18446744073709551411",
+    "NodePortsLoopA=4294967395 4294967396 4294967397 4294967398",
+    "NodePortsLoopB=4294967496 4294967497 4294967498 4294967499",
+    "PortsLoopA=0:13:6 0:13:7 0:14:0 0:14:1", "PortsLoopB=1:10:3 1:10:4 1:10:5 1:10:6"};
+// clang-format on
+
+const std::string LEDS = R"("leds": {"split": 1, "system": 2, "hpl": 6})";
+const Texts LED_PROPERTIES = {"SplitLED=1", "SystemLED=2", "HotplugLED=6"};
+
+/// An array file with a card of the cage type.
+std::string cardOf(int type, const std::string& fields)
 {
-    for (unsigned port = 0; port < 4; ++port) {
-        loop.loopPortWWN[port] = UINT64_MAX - number - port;
-        loop.nodePortWWN[port] = UINT32_MAX + uint64_t(number + port);
-        loop.nodePort[port] = lpid_t(number + 10 + port);
-        loop.linkSpeed[port] = api_data_rate_e(65536 + number + 20 + port);
-        loop.locateON[port] = port % 2 == number % 2 ? 255 : 0;
+    return R"("fcals": [{"deviceID": "card 7", "parentDeviceID": "cage 7", "position": 65535,
+        "cageElementName": "Cage seven", "cagePosition": 31, "elementName": "Card seven", )" +
+           MFG + ", \"cageType\": " + std::to_string(type) + ", " + fields + "}]";
+}
+
+class FCALCardInstanceTest : public ElementTest
+{
+protected:
+    /// A card of the cage type with these fields of its own shows these properties of its own.
+    void expectCard(int type, const std::string& fields, const std::string& className,
+                    const Texts& own)
+    {
+        expectInstance("QBX_FCALCardProvider", cardOf(type, PORTS + fields), className,
+                       {MADE, "ElementName=Card seven", "OperationalStatus=2", "Position=65535",
+                        "RemovalConditions=2", "Tag=card 7", own});
+    }
+};
+
+TEST_F(FCALCardInstanceTest, OfUnknownCageTypeHasTwoPortsOnly)
+{
+    expectCard(0, "", "QBX_CageInterfaceCard", {TWO_PORTS, "CageType=0"});
+    expectCard(6, "", "QBX_CageInterfaceCard", {TWO_PORTS, "CageType=6"});
+}
+
+TEST_F(FCALCardInstanceTest, DC1FamilyHasFirmwareProcessorsAndLights)
+{
+    for (const int type : {1, 2}) {
+        expectCard(
+            type,
+            R"(, "kbod": {"fwState": {"actual": 65557, "overall": 3}, "fwVersion": "1.2",
+                      "cpuSelfState": {"actual": 22}, "cpuPartnerState": {"actual": 23},
+                      "loopALinkLED": [3, 4], "loopBLinkLED": [5, 7], )" +
+                LEDS + "}",
+            "QBX_CageInterfaceCardDC1Family",
+            {TWO_PORTS, LED_PROPERTIES, "CageType=2", "FirmwareVersion=1.2", "FirmwareStatus=21",
+             "CPUSelfState=22", "CPUPartnerState=23", "LoopALinkLED=3 4", "LoopBLinkLED=5 7"});
     }
 }
 
-/// A card with another value in every field that all types have.
-api_FCAL_t cardOf(jb_type_e type)
+TEST_F(FCALCardInstanceTest, DC2FamilyHasLinksAndLights)
 {
-    api_FCAL_t card = {};
-    setText(card.deviceID, "card 7");
-    setText(card.parentDeviceID, "cage 7");
-    card.cageType = type;
-    setText(card.cageElementName, "Cage seven");
-    card.cagePosition = 31;
-    card.position = 65535;
-    setText(card.elementName, "Card seven");
-    setText(card.mfg.vendor, "the vendor");
-    setText(card.mfg.model, "the model");
-    setText(card.mfg.serial, "the serial");
-    setPorts(card.loopA, 100);
-    setPorts(card.loopB, 201);
-    return card;
+    for (const int type : {3, 5}) {
+        expectCard(type,
+                   R"(, "lbod": {"loopA": {"linkRX": [1, 2], "linkTX": [3, 4]},
+                      "loopB": {"linkRX": [5, 6], "linkTX": [7, 1]}, )" +
+                       LEDS + "}",
+                   "QBX_CageInterfaceCardDC2Family",
+                   {TWO_PORTS, LED_PROPERTIES, "CageType=" + std::to_string(type),
+                    "LoopALinkRX=1 2", "LoopALinkTX=3 4", "LoopBLinkRX=5 6", "LoopBLinkTX=7 1"});
+    }
 }
 
-/// What the instance must hold: its own properties besides those that all cards have. The schema
-/// sets RemovalConditions.
-void expectCard(const api_FCAL_t& card, const std::string& className, const Texts& own)
+TEST_F(FCALCardInstanceTest, DC3FamilyHasFourPortsAndEnclosureServices)
 {
-    const CIMInstance instance =
-        QBX_FCALCardProvider::buildInstance(storedClass(className.c_str()), card, "array1");
-    const Texts common = {"ElementName=Card seven",  "Manufacturer=the vendor",
-                          "Model=the model",         "OperationalStatus=2",
-                          "Position=65535",          "RemovalConditions=2",
-                          "SerialNumber=the serial", "Tag=card 7"};
-    EXPECT_LIST(propertiesOf(instance),
-                (common + Texts{"CreationClassName=" + className} + own).sorted());
-    EXPECT_EQ(str(instance.getPath()), str(element(className, "card 7")));
-}
-
-const Texts TWO_PORTS = {"LoopALinkSpeed=120 121",
-                         "LoopALocateON=TRUE FALSE",
-                         "LoopAPortWWNs=18446744073709551515 18446744073709551514",
-                         "LoopBLinkSpeed=221 222",
-                         "LoopBLocateON=FALSE TRUE",
-                         "LoopBPortWWNs=18446744073709551414 18446744073709551413",
-                         "NodePortsLoopA=4294967395 4294967396",
-                         "NodePortsLoopB=4294967496 4294967497",
-                         "PortsLoopA=0:13:6 0:13:7",
-                         "PortsLoopB=1:10:3 1:10:4"};
-
-const api_FCALLeds_t LEDS = {LED_STATE_OFF, LED_STATE_GREEN, LED_STATE_BLUE};
-const Texts LED_PROPERTIES = {"SplitLED=1", "SystemLED=2", "HotplugLED=6"};
-
-TEST(FCALCardInstance, OfUnknownCageTypeHasTwoPortsOnly)
-{
-    expectCard(cardOf(JB_UNKNOWN), "QBX_CageInterfaceCard", TWO_PORTS + Texts{"CageType=0"});
-    expectCard(cardOf(jb_type_e(6)), "QBX_CageInterfaceCard", TWO_PORTS + Texts{"CageType=6"});
-}
-
-TEST(FCALCardInstance, DC1FamilyHasFirmwareProcessorsAndLights)
-{
-    api_FCAL_t card = cardOf(JB_KBOD);
-    card.u.kbod.leds = LEDS;
-    card.u.kbod.fwState = {65536 + 21, ES_FAILED};
-    setText(card.u.kbod.fwVersion, "1.2");
-    card.u.kbod.cpuSelfState = {22, ES_FAILED};
-    card.u.kbod.cpuPartnerState = {23, ES_FAILED};
-    card.u.kbod.loopALinkLED[0] = LED_STATE_GREEN_BLINKING;
-    card.u.kbod.loopALinkLED[1] = LED_STATE_AMBER;
-    card.u.kbod.loopBLinkLED[0] = LED_STATE_AMBER_BLINKING;
-    card.u.kbod.loopBLinkLED[1] = LED_STATE_BLUE_BLINKING;
-    const Texts own = {"CageType=2",      "FirmwareVersion=1.2", "FirmwareStatus=21",
-                       "CPUSelfState=22", "CPUPartnerState=23",  "LoopALinkLED=3 4",
-                       "LoopBLinkLED=5 7"};
-    expectCard(card, "QBX_CageInterfaceCardDC1Family", {TWO_PORTS, LED_PROPERTIES, own});
-    card.cageType = JB_JBOD;
-    expectCard(card, "QBX_CageInterfaceCardDC1Family", {TWO_PORTS, LED_PROPERTIES, own});
-}
-
-TEST(FCALCardInstance, DC2FamilyHasLinksAndLights)
-{
-    api_FCAL_t card = cardOf(JB_LBOD);
-    card.u.lbod.leds = LEDS;
-    card.u.lbod.loopA.linkRX[0] = LED_STATE_OFF;
-    card.u.lbod.loopA.linkRX[1] = LED_STATE_GREEN;
-    card.u.lbod.loopA.linkTX[0] = LED_STATE_GREEN_BLINKING;
-    card.u.lbod.loopA.linkTX[1] = LED_STATE_AMBER;
-    card.u.lbod.loopB.linkRX[0] = LED_STATE_AMBER_BLINKING;
-    card.u.lbod.loopB.linkRX[1] = LED_STATE_BLUE;
-    card.u.lbod.loopB.linkTX[0] = LED_STATE_BLUE_BLINKING;
-    card.u.lbod.loopB.linkTX[1] = LED_STATE_OFF;
-    const Texts own = {"LoopALinkRX=1 2", "LoopALinkTX=3 4", "LoopBLinkRX=5 6", "LoopBLinkTX=7 1"};
-    expectCard(card, "QBX_CageInterfaceCardDC2Family",
-               {TWO_PORTS, LED_PROPERTIES, own, "CageType=3"});
-    card.cageType = JB_MBOD;
-    expectCard(card, "QBX_CageInterfaceCardDC2Family",
-               {TWO_PORTS, LED_PROPERTIES, own, "CageType=5"});
-}
-
-TEST(FCALCardInstance, DC3FamilyHasFourPortsAndEnclosureServices)
-{
-    api_FCAL_t card = cardOf(JB_DC3);
-    card.u.sbod.master = 1;
-    for (unsigned loop = 0; loop < 4; ++loop)
-        card.u.sbod.loopState[loop] = {65536 + 31 + loop, ES_FAILED};
-    card.u.sbod.fwState = {21, ES_FAILED};
-    setText(card.u.sbod.fwVersion, "1.2");
-    card.u.sbod.ifcState = {22, ES_FAILED};
-    card.u.sbod.eshState = {23, ES_FAILED};
-    card.u.sbod.extEshState = {24, ES_FAILED};
-    const Texts ports = {
-        "LoopALinkSpeed=120 121 122 123",
-        "LoopALocateON=TRUE FALSE TRUE FALSE",
-        "LoopAPortWWNs=18446744073709551515 18446744073709551514 18446744073709551513 "
-        "18446744073709551512",
-        "LoopBLinkSpeed=221 222 223 224",
-        "LoopBLocateON=FALSE TRUE FALSE TRUE",
-        "LoopBPortWWNs=18446744073709551414 18446744073709551413 18446744073709551412 "
-        "18446744073709551411",
-        "NodePortsLoopA=4294967395 4294967396 4294967397 4294967398",
-        "NodePortsLoopB=4294967496 4294967497 4294967498 4294967499",
-        "PortsLoopA=0:13:6 0:13:7 0:14:0 0:14:1",
-        "PortsLoopB=1:10:3 1:10:4 1:10:5 1:10:6"};
     expectCard(
-        card, "QBX_CageInterfaceCardDC3Family",
-        {ports, "CageType=4", "IsMaster=TRUE", "LoopState=31 32 33 34", "FirmwareVersion=1.2",
+        4,
+        R"(, "sbod": {"master": true, "fwState": {"actual": 21}, "fwVersion": "1.2",
+                  "loopState": [{"actual": 65567}, {"actual": 32}, {"actual": 33}, {"actual": 34}],
+                  "ifcState": {"actual": 22}, "eshState": {"actual": 23},
+                  "extEshState": {"actual": 24}})",
+        "QBX_CageInterfaceCardDC3Family",
+        {FOUR_PORTS, "CageType=4", "IsMaster=TRUE", "LoopState=31 32 33 34", "FirmwareVersion=1.2",
          "FirmwareStatus=21", "IFCState=22", "ESHState=23", "ExtendedESHState=24"});
 }
 
 /// A controller port's number and its text, "node:slot:port".
 struct NodePortRow : Row
 {
-    lpid_t number;
+    unsigned number;
     std::string text;
 };
 
-using NodePortTest = RowTest<NodePortRow>;
+using NodePortTest = RowTest<NodePortRow, ProviderTest>;
 
 TEST_P(NodePortTest, IsPublishedAsNodeSlotAndPort)
 {
-    api_FCAL_t card = cardOf(JB_LBOD);
-    card.loopA.nodePort[0] = card.loopB.nodePort[1] = row.number;
-    const CIMInstance instance = QBX_FCALCardProvider::buildInstance(
-        storedClass("QBX_CageInterfaceCardDC2Family"), card, "array1");
-    EXPECT_EQ(valueOf(instance, "PortsLoopA"), row.text + " 0:13:7");
-    EXPECT_EQ(valueOf(instance, "PortsLoopB"), "1:10:3 " + row.text);
+    const std::string ports = "{\"nodePort\": [1, " + std::to_string(row.number) + "]}";
+    start("QBX_FCALCardProvider", cardOf(3, "\"loopA\": " + ports + ", \"loopB\": " + ports));
+    read("enumerateInstances", pathOf("QBX_CageInterfaceCardDC2Family"));
+    EXPECT_EQ(valueOf(got.instances.at(0), "PortsLoopA"), "0:0:1 " + row.text);
+    EXPECT_EQ(valueOf(got.instances.at(0), "PortsLoopB"), "0:0:1 " + row.text);
 }
 
 const std::vector<NodePortRow> NODE_PORTS = {
@@ -177,13 +143,13 @@ const std::vector<NodePortRow> NODE_PORTS = {
     {"HighestNodeBit", 0x0200, "4:0:0"},
     {"BitsAboveTheNodeDoNotCount", 0x0400, "0:0:0"},
 };
-INSTANTIATE_TEST_SUITE_P(FCALCard, NodePortTest, testing::ValuesIn(NODE_PORTS), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(FCALCard, NodePortTest, testing::ValuesIn(NODE_PORTS), NameOfRow());
 
 // ---- Methods ----
 
 using FCALCardMethodTest = MethodTest;
 
-TEST_P(FCALCardMethodTest, CallsTheArrayForACardOfAnyOtherFamilyThanDC3)
+TEST_P(FCALCardMethodTest, CallsTheArrayForFamiliesOtherThanDC3)
 {
     for (const char* className : {"QBX_CageInterfaceCard", "qbx_cageINTERFACECardDC1Family",
                                   "QBX_CageInterfaceCardDC2Family"})
@@ -206,11 +172,12 @@ const std::vector<MethodRow> CARD_METHODS = {
     {"UnknownMethodDoesNothing", "Reset", {PORT_1}, ""},
 };
 // clang-format on
-INSTANTIATE_TEST_SUITE_P(FCALCard, FCALCardMethodTest, testing::ValuesIn(CARD_METHODS), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(FCALCard, FCALCardMethodTest, testing::ValuesIn(CARD_METHODS),
+                         NameOfRow());
 
 using FCALCardProviderTest = ProviderTest;
 
-TEST_F(FCALCardProviderTest, LocateOnADC3CardIsRefusedBeforeTheCardIsLookedUp)
+TEST_F(FCALCardProviderTest, RejectsLocateOfDC3CardBeforeLookup)
 {
     start("QBX_FCALCardProvider");
     const CIMObjectPath card = element("QBX_CageInterfaceCarddc3Family", "card 0");

@@ -1,8 +1,5 @@
-// Requests one of whose calls fails: what becomes of the request, and of the next one. Besides,
-// requests of several threads at once.
+// Requests one of whose calls fails: what becomes of the request, and of the next one.
 #include "Providers.h"
-
-#include <thread>
 
 namespace
 {
@@ -70,9 +67,9 @@ protected:
     Texts asEver;  ///< the events of the request when nothing fails
 };
 
-INSTANTIATE_TEST_SUITE_P(All, FaultTest, testing::ValuesIn(allRequests()), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(All, FaultTest, testing::ValuesIn(allRequests()), NameOfRow());
 
-TEST_P(FaultTest, WhatTheHandlerOrTheObjectManagerThrowsIsPassedOnAtOnce)
+TEST_P(FaultTest, PassesOnExceptionsOfHandlerAndObjectManager)
 {
     std::size_t notes = 0;
     for (std::size_t i = 0; i < asEver.size(); ++i) {
@@ -96,9 +93,9 @@ TEST_P(FaultTest, WhatTheHandlerOrTheObjectManagerThrowsIsPassedOnAtOnce)
 
 using FailedReadTest = FaultTest;
 
-INSTANTIATE_TEST_SUITE_P(All, FailedReadTest, testing::ValuesIn(allReads()), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(All, FailedReadTest, testing::ValuesIn(allReads()), NameOfRow());
 
-TEST_P(FailedReadTest, AFailedQueryReadsAsAnEmptyList)
+TEST_P(FailedReadTest, FailedQueryReadsAsEmptyList)
 {
     Texts delivered = {"handler.processing", "handler.complete"};
     std::string thrown = "nothing";
@@ -126,9 +123,9 @@ TEST_P(FailedReadTest, AFailedQueryReadsAsAnEmptyList)
 
 using FailedChangeTest = FaultTest;
 
-INSTANTIATE_TEST_SUITE_P(All, FailedChangeTest, testing::ValuesIn(CHANGES), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(All, FailedChangeTest, testing::ValuesIn(CHANGES), NameOfRow());
 
-TEST_P(FailedChangeTest, WhatCannotBeLookedUpIsNotFound)
+TEST_P(FailedChangeTest, FailedLookupIsDeviceNotFound)
 {
     const std::string tag = str(row.object.getKeyBindings()[1].getValue());
     const std::string notFound =
@@ -144,7 +141,7 @@ TEST_P(FailedChangeTest, WhatCannotBeLookedUpIsNotFound)
     EXPECT_EQ(makeOf(pathOf(str(row.object.getClassName()))), notFound);
 }
 
-TEST_P(FailedChangeTest, TheStatusOfTheActionIsTheResultOfTheMethod)
+TEST_P(FailedChangeTest, ReturnsStatusOfTheAction)
 {
     const bool isModify = row.operation == "modifyInstance";  // its status is ignored
     for (const Way& way : FAILURES) {
@@ -155,31 +152,6 @@ TEST_P(FailedChangeTest, TheStatusOfTheActionIsTheResultOfTheMethod)
                     isModify ? Texts() : delivered("sint32 " + std::to_string(way.status)));
         expectUnharmed();
     }
-}
-
-// ---- Threads ----
-
-using ThreadTest = RowTest<ProviderRow>;
-
-INSTANTIATE_TEST_SUITE_P(All, ThreadTest, testing::ValuesIn(PROVIDERS), nameOfRow);
-
-TEST_P(ThreadTest, RequestsOfSeveralThreadsAreAnsweredAlike)
-{
-    start(row.name);
-    std::vector<std::thread> threads;
-    for (const Request& request : allReads()) {
-        if (request.provider != row.name) continue;
-        EXPECT_EQ(read(request.operation, request.object), "nothing");
-        threads.emplace_back([this, request, expected = got.paths] {
-            for (int i = 0; i < 20; ++i) {
-                Handler handler;
-                sendRead(request.operation, request.object, {}, {}, handler);
-                EXPECT_LIST(handler.paths, expected);
-            }
-        });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
 }
 
 }  // namespace

@@ -6,7 +6,7 @@ namespace
 
 using AccessTest = RequestTest;
 
-INSTANTIATE_TEST_SUITE_P(All, AccessTest, testing::ValuesIn(allRequests()), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(All, AccessTest, testing::ValuesIn(allRequests()), NameOfRow());
 
 /// The one operation that asks nothing of its user.
 bool isForAnybody(const Request& request)
@@ -15,7 +15,7 @@ bool isForAnybody(const Request& request)
            request.operation == "enumerateInstanceNames";
 }
 
-TEST_P(AccessTest, IsDeniedToAUserWhomTheArrayRefuses)
+TEST_P(AccessTest, ReturnsAccessDeniedForRefusedUser)
 {
     for (const int status : {1, -1}) {
         array.fail("api_qbxOpenForCimserver", status);
@@ -27,7 +27,7 @@ TEST_P(AccessTest, IsDeniedToAUserWhomTheArrayRefuses)
     }
 }
 
-TEST_P(AccessTest, NeedsAUser)
+TEST_P(AccessTest, RejectsContextWithoutUser)
 {
     context = OperationContext();
     EXPECT_EQ(make(), isForAnybody(row) ? "nothing" : "object not found");
@@ -38,9 +38,9 @@ TEST_P(AccessTest, NeedsAUser)
 
 using PrivilegeTest = RequestTest;
 
-INSTANTIATE_TEST_SUITE_P(All, PrivilegeTest, testing::ValuesIn(CHANGES), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(All, PrivilegeTest, testing::ValuesIn(CHANGES), NameOfRow());
 
-TEST_P(PrivilegeTest, TheDecisionOfTheArrayCounts)
+TEST_P(PrivilegeTest, ThrowsByDecisionOfTheArray)
 {
     for (const int code : {1, 2, 3, 4, -1}) {
         const bool isDenied = code == 1 || code == 2;

@@ -1,76 +1,52 @@
 // QBX_MagazineProvider: the properties of magazines and their methods.
 #include "ElementTest.h"
 
-#include "QBX_MagazineProvider.h"
-
 namespace
 {
 
 // ---- Properties ----
 
-/// The properties of a magazine with another value in every field.
-Texts magazineProperties(jb_type_e type, bool isLocated)
+class MagazineInstanceTest : public ElementTest
 {
-    api_Magazine_t magazine = {};
-    setText(magazine.deviceID, "mag 7");
-    setText(magazine.parentDeviceID, "cage 7");
-    magazine.cageType = type;
-    magazine.position = 65535;
-    setText(magazine.cageElementName, "Cage seven");
-    magazine.cagePosition = 31;
-    setText(magazine.elemName, "Magazine seven");
-    setText(magazine.mfg.vendor, "the vendor");
-    setText(magazine.mfg.model, "the model");
-    setText(magazine.mfg.serial, "the serial");
-    magazine.stateLoopA = {65536 + 21, ES_FAILED};
-    magazine.stateLoopB = {22, ES_FAILED};
-    magazine.locateON = isLocated;
-    magazine.diskCount = 32;
-    magazine.u.lbod.systemLED = LED_STATE_GREEN;
-    magazine.u.lbod.hplLED = LED_STATE_BLUE_BLINKING;
-    const CIMInstance instance =
-        QBX_MagazineProvider::buildInstance(storedClass("QBX_Magazine"), magazine, "array1");
-    EXPECT_EQ(str(instance.getPath()), str(element("QBX_Magazine", "mag 7")));
-    return propertiesOf(instance);
+protected:
+    /// A magazine of the cage type shows these properties of its own.
+    void expectMagazine(int type, const std::string& isLocated, const Texts& own)
+    {
+        const std::string magazine = R"("magazines": [{"deviceID": "mag 7", "position": 65535,
+            "parentDeviceID": "cage 7", "cageElementName": "Cage seven", "cagePosition": 31,
+            "elemName": "Magazine seven", "diskCount": 32,
+            "stateLoopA": {"actual": 65557, "overall": 3}, "stateLoopB": {"actual": 22},
+            "lbod": {"systemLED": 2, "hplLED": 7}, "locateON": )" +
+                                     isLocated;
+        expectInstance("QBX_MagazineProvider",
+                       magazine + ", " + MFG + ", \"cageType\": " + std::to_string(type) + "}]",
+                       "QBX_Magazine",
+                       {MADE, own, "ElementName=Magazine seven", "LocationType=3",
+                        "MediaTypesSupported=29", "OperationalStatus=2", "Position=65535",
+                        "RemovalConditions=4", "StateOnLoopA=21", "StateOnLoopB=22", "Tag=mag 7"});
+    }
+};
+
+TEST_F(MagazineInstanceTest, HasTheFieldsOfItsRecord)
+{
+    expectMagazine(3, "true", {"CageType=3", "LocateON=TRUE", "SystemLED=2", "HotplugLED=7"});
 }
 
-const Texts COMMON = {"CreationClassName=QBX_Magazine",
-                      "ElementName=Magazine seven",
-                      "LocationType=3",
-                      "Manufacturer=the vendor",
-                      "MediaTypesSupported=29",
-                      "Model=the model",
-                      "OperationalStatus=2",
-                      "Position=65535",
-                      "RemovalConditions=4",
-                      "SerialNumber=the serial",
-                      "StateOnLoopA=21",
-                      "StateOnLoopB=22",
-                      "Tag=mag 7"};
-
-TEST(MagazineInstance, HasTheFieldsOfItsRecord)
+TEST_F(MagazineInstanceTest, OfJbodReportsTheCageTypeOfKbod)
 {
-    const Texts own = {"CageType=3", "LocateON=TRUE", "SystemLED=2", "HotplugLED=7"};
-    EXPECT_LIST(magazineProperties(JB_LBOD, true), (COMMON + own).sorted());
+    expectMagazine(1, "false", {"CageType=2", "LocateON=FALSE", "SystemLED=2", "HotplugLED=7"});
 }
 
-TEST(MagazineInstance, OfJbodReportsTheCageTypeOfKbod)
+TEST_F(MagazineInstanceTest, OfDC3HasNoLights)
 {
-    const Texts own = {"CageType=2", "LocateON=FALSE", "SystemLED=2", "HotplugLED=7"};
-    EXPECT_LIST(magazineProperties(JB_JBOD, false), (COMMON + own).sorted());
-}
-
-TEST(MagazineInstance, OfDC3HasNoLights)
-{
-    const Texts own = {"CageType=4", "LocateON=TRUE"};
-    EXPECT_LIST(magazineProperties(JB_DC3, true), (COMMON + own).sorted());
+    expectMagazine(4, "true", {"CageType=4", "LocateON=TRUE"});
 }
 
 // ---- Absent magazines ----
 
 using MagazineProviderTest = ProviderTest;
 
-TEST_F(MagazineProviderTest, AnAbsentMagazineIsNeitherListedNorFound)
+TEST_F(MagazineProviderTest, LeavesOutAbsentMagazine)
 {
     start("QBX_MagazineProvider");
     EXPECT_EQ(read("enumerateInstanceNames", MAGAZINE), "nothing");
@@ -83,16 +59,18 @@ TEST_F(MagazineProviderTest, AnAbsentMagazineIsNeitherListedNorFound)
 
 using MagazineMethodTest = MethodTest;
 
+/// The longest name of a cage that fits beside a magazine's number, where it has no terminator.
+const std::string FULL_NAME(42, 'c');
+
 TEST_P(MagazineMethodTest, CallsTheArray)
 {
-    array.editMagazineIDs = [](api_MagazineIDs_t& ids) {
-        std::memset(ids.cageName, 'c', sizeof(ids.cageName));  // no terminator
-    };
+    const std::string cage = ", \"parentDeviceID\": \"" + FULL_NAME + "\"";
+    elements = R"("magazines": [{"deviceID": "mag 0", "position": 65535)" + cage + "}]";
     expectOutcome("QBX_MagazineProvider", MAGAZINE, R"(api_findMagazineIDs("mag 0") = 0)");
 }
 
 /// The calls with the cage and the number of the magazine.
-const std::string IDS = "(\"" + std::string(42, 'c') + "\", 65535, ";
+const std::string IDS = "(\"" + FULL_NAME + "\", 65535, ";
 const std::string SET_LOOP = "api_setMagazineLoop" + IDS;
 const std::string LOCATE = "api_locateMagazine" + IDS;
 
@@ -115,6 +93,6 @@ const std::vector<MethodRow> MAGAZINE_METHODS = {
     {"UnknownMethodDoesNothing", "Eject", {ON_LOOP}, ""},
 };
 INSTANTIATE_TEST_SUITE_P(Magazine, MagazineMethodTest, testing::ValuesIn(MAGAZINE_METHODS),
-                         nameOfRow);
+                         NameOfRow());
 
 }  // namespace

@@ -1,7 +1,8 @@
-// What the tests of all providers share: named rows, short ways to write paths, parameters and the
-// events of a request, a handler and an object manager that note what they are asked, the fixture.
+// What the tests of all providers share: short ways to write paths, parameters and the
+// events of a request, a handler and an object manager that note their calls, the fixture.
 #pragma once
 
+#include "../Row.h"
 #include "TestArray.h"
 
 #include "Model/ObjectManager.h"
@@ -19,29 +20,6 @@
 using namespace Pegasus;
 
 extern "C" CIMProvider* PegasusCreateProvider(const String& name);
-
-// ---- Rows ----
-
-/// The name of a row and where it stands. A row's type derives from it, so that {"Name", ...} in a
-/// list of rows knows its line.
-struct Row
-{
-    Row(const char* rowName, const char* rowFile = __builtin_FILE(), int rowLine = __builtin_LINE())
-        : name(rowName), file(rowFile), line(rowLine)
-    {
-    }
-    std::string name;
-    const char* file;
-    int line;
-};
-
-inline std::ostream& operator<<(std::ostream& out, const Row& row)
-{
-    return out << row.name;
-}
-
-/// For INSTANTIATE_TEST_SUITE_P: the name of the row is the name of its test.
-inline const auto nameOfRow = [](const auto& info) { return info.param.name; };
 
 // ---- Texts of CIM objects ----
 
@@ -329,7 +307,7 @@ public:
 
     ///@{
     /// The answers: at first one instance that has no host and namespace, as the server's have, of
-    /// what is asked for, or a path with the key Tag "package".
+    /// the requested path, or a path with the key Tag "package".
     std::function<CIMInstance(const CIMObjectPath&)> onGetInstance = withPath;
     std::function<Array<CIMObjectPath>(const CIMName&)> onEnumerateInstanceNames =
         [](const CIMName& name) { return Array<CIMObjectPath>(1, packageOf(name)); };
@@ -434,10 +412,10 @@ inline ProviderPtr create(const std::string& name)
 /// What clients may ask beside the object of a traversal.
 struct Traversal
 {
-    std::string role;
-    std::string resultRole;
-    std::string resultClass;
-    std::string associationClass;
+    String role;
+    String resultRole;
+    CIMName resultClass;
+    CIMName associationClass;
 };
 
 /// What clients may ask of the properties: "TF Tag" in the object manager's notes.
@@ -448,7 +426,7 @@ struct View
     CIMPropertyList properties;
 };
 
-/// A fresh array and object manager; one initialized provider when asked.
+/// A fresh array and object manager; one initialized provider after start().
 class ProviderTest : public testing::Test
 {
 protected:
@@ -465,11 +443,12 @@ protected:
         array.serve(elements);
     }
 
-    /// The events, in which "P::" stands for the name of the provider that was started.
-    Texts own(Texts events) const
+    /// What happened since the request began, with P for the name of the provider that was started.
+    Texts events() const
     {
+        Texts events = array.events();
         for (std::string& event : events)
-            event = std::regex_replace(event, std::regex("P::"), _name + "::");
+            event = std::regex_replace(event, std::regex(_name + "::"), "P::");
         return events;
     }
 
@@ -486,9 +465,9 @@ protected:
 
     /// An operation that reads a class, an instance, or what lies at the other end of an object.
     std::string read(const std::string& operation, const CIMObjectPath& object,
-                     const View& view = {}, const Traversal& asked = {})
+                     const View& view = {}, const Traversal& traversal = {})
     {
-        return run([&] { sendRead(operation, object, view, asked, got); });
+        return run([&] { sendRead(operation, object, view, traversal); });
     }
 
     std::string invoke(const CIMObjectPath& object, const char* method,
@@ -505,39 +484,6 @@ protected:
     }
     ///@}
 
-    void sendRead(const std::string& operation, const CIMObjectPath& object, const View& view,
-                  const Traversal& asked, Handler& handler) const
-    {
-        const auto nameOf = [](const std::string& text) {
-            return text.empty() ? CIMName() : CIMName(text.c_str());
-        };
-        const String role(asked.role.c_str());
-        const String resultRole(asked.resultRole.c_str());
-        const CIMName resultClass = nameOf(asked.resultClass);
-        const CIMName association = nameOf(asked.associationClass);
-        if (operation == "enumerateInstanceNames")
-            provider->enumerateInstanceNames(context, object, handler);
-        else if (operation == "enumerateInstances")
-            provider->enumerateInstances(context, object, view.qualifiers, view.classOrigin,
-                                         view.properties, handler);
-        else if (operation == "getInstance")
-            provider->getInstance(context, object, view.qualifiers, view.classOrigin,
-                                  view.properties, handler);
-        else if (operation == "referenceNames")
-            associations->referenceNames(context, object, resultClass, role, handler);
-        else if (operation == "references")
-            associations->references(context, object, resultClass, role, view.qualifiers,
-                                     view.classOrigin, view.properties, handler);
-        else if (operation == "associatorNames")
-            associations->associatorNames(context, object, association, resultClass, role,
-                                          resultRole, handler);
-        else if (operation == "associators")
-            associations->associators(context, object, association, resultClass, role, resultRole,
-                                      view.qualifiers, view.classOrigin, view.properties, handler);
-        else
-            throw std::logic_error("no operation " + operation);
-    }
-
     TestArray array;
     StubObjectManager cimom;
     OperationContext context = contextOf();
@@ -550,17 +496,32 @@ protected:
     ///@}
 
 private:
+    void sendRead(const std::string& operation, const CIMObjectPath& object, const View& view,
+                  const Traversal& traversal)
+    {
+        const auto& [role, resultRole, resultClass, association] = traversal;
+        const auto& [qualifiers, classOrigin, properties] = view;
+        if (operation == "enumerateInstanceNames")
+            provider->enumerateInstanceNames(context, object, got);
+        else if (operation == "enumerateInstances")
+            provider->enumerateInstances(context, object, qualifiers, classOrigin, properties, got);
+        else if (operation == "getInstance")
+            provider->getInstance(context, object, qualifiers, classOrigin, properties, got);
+        else if (operation == "referenceNames")
+            associations->referenceNames(context, object, resultClass, role, got);
+        else if (operation == "references")
+            associations->references(context, object, resultClass, role, qualifiers, classOrigin,
+                                     properties, got);
+        else if (operation == "associatorNames")
+            associations->associatorNames(context, object, association, resultClass, role,
+                                          resultRole, got);
+        else if (operation == "associators")
+            associations->associators(context, object, association, resultClass, role, resultRole,
+                                      qualifiers, classOrigin, properties, got);
+        else
+            throw std::logic_error("no operation " + operation);
+    }
+
     ProviderPtr _provider;
     std::string _name;
-};
-
-/// A test of each row of a list; a failure names the row's file and line.
-template <class RowType, class Fixture = ProviderTest>
-class RowTest : public Fixture, public testing::WithParamInterface<RowType>
-{
-protected:
-    const RowType& row = this->GetParam();
-
-private:
-    const testing::ScopedTrace _row{row.file, row.line, "row " + row.name};
 };

@@ -21,15 +21,6 @@ inline CIMObjectPath associationPath(const std::string& className, const std::st
 inline const char GROUP[] = "GroupComponent";
 inline const char PART[] = "PartComponent";
 
-inline const CIMObjectPath CARD_IN_CAGE_PATH =
-    associationPath("QBX_InterfaceCardInDriveCage", GROUP, CAGE, PART, CARD);
-inline const CIMObjectPath MAGAZINE_IN_CAGE_PATH =
-    associationPath("QBX_MagazineInDriveCage", GROUP, CAGE, PART, MAGAZINE);
-inline const CIMObjectPath CAGE_IN_SYSTEM_PATH =
-    associationPath("QBX_SysCageContainer", GROUP, PACKAGE, PART, CAGE);
-inline const CIMObjectPath SENSOR_IN_CAGE_PATH =
-    associationPath("QBX_SensorInDriveCage", "Antecedent", SENSOR, "Dependent", CAGE);
-
 /// A provider by its name.
 struct ProviderRow : Row
 {
@@ -54,14 +45,20 @@ inline const std::vector<ProviderRow> PROVIDERS = {
     {"QBX_FCALCardProvider", CARD, {}, ELEMENTS_START},
     {"QBX_MagazineProvider", MAGAZINE, {}, ELEMENTS_START},
     {"QBX_CageSensorProvider", SENSOR, {}, ELEMENTS_START},
-    {"QBX_FCALCardInDriveCageProvider", CARD_IN_CAGE_PATH, {CAGE, CARD}, ASSOCIATION_STARTS},
-    {"QBX_MagazineInDriveCageProvider", MAGAZINE_IN_CAGE_PATH, {CAGE, MAGAZINE},
+    {"QBX_FCALCardInDriveCageProvider",
+     associationPath("QBX_InterfaceCardInDriveCage", GROUP, CAGE, PART, CARD), {CAGE, CARD},
      ASSOCIATION_STARTS},
-    {"QBX_SysCageContainerProvider", CAGE_IN_SYSTEM_PATH, {CAGE, PACKAGE},
+    {"QBX_MagazineInDriveCageProvider",
+     associationPath("QBX_MagazineInDriveCage", GROUP, CAGE, PART, MAGAZINE), {CAGE, MAGAZINE},
+     ASSOCIATION_STARTS},
+    {"QBX_SysCageContainerProvider",
+     associationPath("QBX_SysCageContainer", GROUP, PACKAGE, PART, CAGE), {CAGE, PACKAGE},
      {"4: --> P::initialize(cimom)\n)", "4: -->QBX_Common::enumerateInstanceNames()\n",
       "cimom.enumerateInstanceNames nobody QBX_SystemPackage",
       "4: <--QBX_Common::enumerateInstanceNames()\n", UNLOAD, "4: <-- P::initialize(cimom)\n)"}},
-    {"QBX_SensorInDriveCageProvider", SENSOR_IN_CAGE_PATH, {CAGE, SENSOR}, ASSOCIATION_STARTS},
+    {"QBX_SensorInDriveCageProvider",
+     associationPath("QBX_SensorInDriveCage", "Antecedent", SENSOR, "Dependent", CAGE),
+     {CAGE, SENSOR}, ASSOCIATION_STARTS},
 };
 // clang-format on
 
@@ -123,7 +120,7 @@ inline std::vector<Request> allRequests()
 
 /// A test of one request, whose provider is started. A misuse of the semaphore shows among the
 /// events.
-class RequestTest : public RowTest<Request>
+class RequestTest : public RowTest<Request, ProviderTest>
 {
 protected:
     RequestTest()

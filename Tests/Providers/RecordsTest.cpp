@@ -13,7 +13,7 @@ struct TextRow : Row
     std::string text;
 };
 
-using TextTest = RowTest<TextRow>;
+using TextTest = RowTest<TextRow, ProviderTest>;
 
 TEST_P(TextTest, IsReadToTheEndOfItsFieldAndCleaned)
 {
@@ -27,7 +27,7 @@ TEST_P(TextTest, IsReadToTheEndOfItsFieldAndCleaned)
 const std::vector<TextRow> TEXTS = {
     {"EndsAtNul", std::string("ab\0c", 4), "ab"},
     {"FullField", "nnnn", "nnnn"},
-    {"WellFormed", "\xC3\xB6 \xC3\x9F \xF0\x9F\x94\xA5", "\xC3\xB6 \xC3\x9F \xF0\x9F\x94\xA5"},
+    {"WellFormed", "\xC3\xB6 \xEF\x80\x80 \xF0\x9F\x94\xA5", "\xC3\xB6 \xEF\x80\x80 \xF0\x9F\x94\xA5"},
     {"NoUtf8", "a\xFF\xFE" "b", "a??b"},
     {"CutAfterTwoBytes", "\xE2\x82", "??"},
     {"ContinuationMissing", "\xE2" "A\xAC \xE2\x82" "A \xF0\x9F\x94" "A", "?A? ??A ???A"},
@@ -42,6 +42,18 @@ const std::vector<TextRow> TEXTS = {
     {"WhiteSpace", "a\tb\nc\rd", "a\tb\nc\rd"},
 };
 // clang-format on
-INSTANTIATE_TEST_SUITE_P(Records, TextTest, testing::ValuesIn(TEXTS), nameOfRow);
+INSTANTIATE_TEST_SUITE_P(Records, TextTest, testing::ValuesIn(TEXTS), NameOfRow());
+
+TEST(SensorWalk, DoesNotClampTheCount)
+{
+    api_sensor_t sensors[12] = {};
+    sensors[11].reading = 1;
+    unsigned found = 0;
+    QBX_Records::forEachSensor(sensors, 12, [&](const api_sensor_t&, unsigned index) {
+        found = index;
+        return true;
+    });
+    EXPECT_EQ(found, 11u);
+}
 
 }  // namespace

@@ -3,35 +3,7 @@
 
 #include <Pegasus/Provider/CIMOMHandle.h>
 
-#include <dlfcn.h>
-
-namespace
-{
-
-/// The operation of the array's library that one of this program stands before.
-template <class Function>
-Function* arrays(const char* operation, Function*)
-{
-    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, operation));
-}
-
-}  // namespace
-
 extern "C" {
-
-int api_getCages_Cached(int zero, api_CageList_t* cages)
-{
-    const int status = arrays(__func__, &api_getCages_Cached)(zero, cages);
-    if (TestArray::current->editCages) TestArray::current->editCages(*cages);
-    return status;
-}
-
-int api_findMagazineIDs(const char* tag, api_MagazineIDs_t* ids)
-{
-    const int status = arrays(__func__, &api_findMagazineIDs)(tag, ids);
-    if (TestArray::current->editMagazineIDs) TestArray::current->editMagazineIDs(*ids);
-    return status;
-}
 
 void __real_free(void* memory);
 

@@ -68,12 +68,6 @@ public:
     /// Forgets what happened.
     void forget() { qbxsim_recordCalls(1); }
 
-    ///@{
-    /// Edits what is delivered, for what no array file can hold.
-    std::function<void(api_CageList_t&)> editCages;
-    std::function<void(api_MagazineIDs_t&)> editMagazineIDs;
-    ///@}
-
     /// Everything that happened, in order:
     ///   api_locateCage("cage 0", 5) = 0     a call of the array's library, with its result
     ///   4: --> QBX_...                      a log line with its level

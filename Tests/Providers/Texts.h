@@ -62,11 +62,6 @@ struct Texts : std::vector<std::string>
     }
 };
 
-inline Texts operator+(const Texts& first, const Texts& second)
-{
-    return {first, second};
-}
-
 /// Prints the entries in which the lists differ, one a line, with those around them.
 inline testing::AssertionResult isSameList(const char* actualText, const char*, const Texts& actual,
                                            const Texts& expected)

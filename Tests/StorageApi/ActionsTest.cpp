@@ -1,5 +1,5 @@
-// Actions change what later queries show, and nothing else, or tell by their code why they could
-// not.
+// An action changes what later queries show, and nothing else; one that fails returns a code that
+// names the reason.
 #include "Simulator.h"
 
 #include <sys/resource.h>

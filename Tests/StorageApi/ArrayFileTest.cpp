@@ -1,5 +1,6 @@
 // What an array file may say, and the message that names the line and the field of a fault. The
 // JSON schema that editors use agrees with the reader.
+#include "../Row.h"
 #include "Simulator.h"
 
 #include <valijson/adapters/nlohmann_json_adapter.hpp>
@@ -56,6 +57,19 @@ TEST_F(ArrayFileTest, NamesTheLineOfAValue)
               "\"0x\" and hexadecimal digits");
 }
 
+TEST_F(ArrayFileTest, AcceptsOnlyHostNamesAsNameOfTheArray)
+{
+    const auto fault = [this](const std::string& name) {
+        return faultIn("{\"storageArray\": {\"elementName\": \"" + name + "\"}}");
+    };
+    for (const char* name : {"", "array_1", "a.b-c.example", "10.0.0.1", "1a"})
+        EXPECT_EQ(fault(name), "") << name;
+    for (const char* name : {"My Array", "12", "a..b", "-a", "a.1", "caf\u00e9"}) {
+        EXPECT_EQ(fault(name), "1: /storageArray/elementName: '" + std::string(name) +
+                                   "' is no host name: use letters, digits, '-', '_' and points");
+    }
+}
+
 TEST_F(ArrayFileTest, NamesTheLinesOfDuplicates)
 {
     EXPECT_EQ(faultIn("{\n\"a\": 0,\n\"a\": 1}"), "3: /a: duplicate key, first in line 2");
@@ -103,44 +117,26 @@ TEST_F(ArrayFileTest, AcceptsValuesAtTheirLimits)
     EXPECT_EQ(cage.u.lbod.sensCount, 10) << "empty places count";
 }
 
-/// The name of a row, and the line that it begins on.
-struct RowName
+struct RefusedValue : Row
 {
-    RowName(const char* itsText, int itsLine = __builtin_LINE()) : text(itsText), line(itsLine) {}
-    const char* text;
-    int line;
-};
-
-struct RefusedValue
-{
-    RowName name;
     const char* pointer;  ///< where in array.json the value is put
     const char* value;
     const char* fault;  ///< what follows the pointer in the message
 };
 
-std::ostream& operator<<(std::ostream& out, const RefusedValue& row)
-{
-    return out << row.name.text;
-}
-
-class ArrayFileValueTest : public ArrayFileTest, public testing::WithParamInterface<RefusedValue>
-{
-};
+using ArrayFileValueTest = RowTest<RefusedValue, ArrayFileTest>;
 
 TEST_P(ArrayFileValueTest, IsRefusedByReaderAndSchema)
 {
-    const auto& [name, pointer, value, fault] = GetParam();
-    const testing::ScopedTrace row(__FILE__, name.line, std::string(pointer) + " = " + value);
-    array_[Json::json_pointer(pointer)] = Json::parse(value);
-    EXPECT_EQ(faultIn(array_.dump()), std::string("1: ") + pointer + fault);
+    array_[Json::json_pointer(row.pointer)] = Json::parse(row.value);
+    EXPECT_EQ(faultIn(array_.dump()), std::string("1: ") + row.pointer + row.fault);
     EXPECT_FALSE(schemaAccepts(array_));
 }
 
 #define WANTS_UINT16 ": expected a whole number from 0 to 65535, or \"0x\" and hexadecimal digits"
 #define NO_FUNCTION " is no function of qbxapi.h that can fail"
 
-const RefusedValue VALUES[] = {
+const std::vector<RefusedValue> VALUES = {
     {"TooLongText", "/cages/0/mfg/vendor", R"("123456789 123456789 123456789 123")",
      ": string of 33 bytes; the field holds 32"},
     {"HalfAByteOfHex", "/cages/0/elementName", R"("hex:4")",
@@ -174,8 +170,7 @@ const RefusedValue VALUES[] = {
      ": neither 'code' nor 'delay' is given"},
 };
 
-INSTANTIATE_TEST_SUITE_P(ArrayFileTest, ArrayFileValueTest, testing::ValuesIn(VALUES),
-                         [](const auto& row) { return row.param.name.text; });
+INSTANTIATE_TEST_SUITE_P(ArrayFileTest, ArrayFileValueTest, testing::ValuesIn(VALUES), NameOfRow());
 
 TEST_F(ArrayFileTest, SampleMatchesTheSchemaAndIsServedByDefault)
 {

@@ -231,11 +231,11 @@ TEST_F(ServiceTest, LogHasOneLineForAMessageWithControlCharactersEscaped)
 {
     const std::string longText(100000, 'x');
     log_message(3, "%5d|%-4s|%c\n\n", 42, "a\nb", 'z');
-    log_message(2, "%s", "%s\x1B[2J \t\x7F K\xC3\xA4 \xFF");
+    log_message(2, "%s", "%s\x1B[2J \t\x7F K\xC3\x84 \xFF \xC2\x9B[2J \x9B[2J");
     log_message(2, "%s", longText.c_str());
     EXPECT_EQ(logged(),
               "3    42|a\\nb |z\n"
-              "2 %s\\x1B[2J \t\\x7F K\xC3\xA4 \xFF\n"
+              "2 %s\\x1B[2J \t\\x7F K\xC3\x84 \xFF \\x9B[2J \\x9B[2J\n"
               "2 " +
                   longText + '\n');
 }

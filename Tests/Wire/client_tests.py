@@ -1,6 +1,7 @@
 """What every client must see: test_wbemcli.py and test_pywbem.py run these classes, each through its
 client. The server serves the array of odd cases; expected.py has what clients see of it."""
 
+import contextlib
 import json
 import tempfile
 import time
@@ -113,21 +114,14 @@ class Reading(ClientTest):
 
     @cases(*BY_CLASS)
     def test_gets_only_listed_properties_of(self, name):
-        of = next(each for each in served(name) if each.complete)
-        expected = self.values({"Position": of.values["Position"]})
-        self.assertExpected(self.client.get(of.path, ["Position"]), expected)
+        path = served(name)[0].path
+        expected = {"Position": self.client.get(path)["Position"]}
+        self.assertExpected(self.client.get(path, ["Position"]), expected)
 
     def test_compares_names_without_case(self):
         name, keys = MAGAZINE.path
         upper = (name.upper(), {key.lower(): value for key, value in keys.items()})
         self.assertInstance(self.client.get(upper), MAGAZINE)
-
-    def test_compares_keys_with_case(self):
-        self.assertError("NOT_FOUND", None, self.client.get, path("QBX_Magazine", "MAG0-0"))
-
-    def test_compares_keys_that_could_be_class_names_without_case(self):
-        upper = (DC2.path[0], {**DC2.path[1], "Tag": "CAGE0"})
-        self.assertInstance(self.client.get(upper), DC2)
 
     def test_rejects_unknown_tag(self):
         text = "QBX_MagazineProvider CIM Object not found.no such tag"
@@ -141,9 +135,6 @@ class Reading(ClientTest):
     def test_rejects_unknown_class(self):
         self.assertError("INVALID_CLASS", "QBX_Disk", self.client.names, "QBX_Disk")
 
-    def test_finds_no_cage_under_its_base_class(self):
-        self.assertError("NOT_FOUND", None, self.client.get, ("QBX_DriveCage", DC2.path[1]))
-
     @cases(
         Case("system", "QBX_StorageSystem", {"CreationClassName": "QBX_StorageSystem", "Name": SYSTEM}),
         Case("package", *path("QBX_SystemPackage", SYSTEM)),
@@ -151,12 +142,6 @@ class Reading(ClientTest):
     )
     def test_lists_instance_of_the_system(self, name, keys):
         self.assertExpected(self.client.names(name), self.shown([(name, keys)]))
-
-    def test_describes_the_system(self):
-        expected = {"ElementName": "qbx-sim", "Model": "QBX Simulated Array", "SerialNumber": "1000001"}
-        (_, values), = self.client.instances("QBX_StorageSystem")
-        actual = {name: values.get(name) for name in expected}
-        self.assertExpected(actual, self.values(expected))
 
 
 class Access(ClientTest):
@@ -210,16 +195,14 @@ class Access(ClientTest):
 class Topology(ClientTest):
     """The four associations, walked from every element in both directions."""
 
-    def ends(self, *associations):
-        """Every element at an end of an association: (association, role here, path here, role
-        there, [paths there])."""
+    def ends(self, name):
+        """Every element at an end of the association: (role here, path here, role there, [paths
+        there])."""
         found: dict = {}
-        for name in associations or ASSOCIATIONS:
-            first, second, pairs = ASSOCIATIONS[name]
-            for one, other in pairs:
-                for here, start, there, end in ((first, one, second, other), (second, other, first, one)):
-                    entry = found.setdefault((name, here, str(start)), (name, here, start, there, []))
-                    entry[-1].append(end)
+        first, second, pairs = ASSOCIATIONS[name]
+        for one, other in pairs:
+            for here, start, there, end in ((first, one, second, other), (second, other, first, one)):
+                found.setdefault((here, str(start)), (here, start, there, []))[-1].append(end)
         return found.values()
 
     def links(self, name):
@@ -232,7 +215,7 @@ class Topology(ClientTest):
 
     @cases(*BY_ASSOCIATION)
     def test_associator_names_by(self, name):
-        for _, here, start, there, others in self.ends(name):
+        for here, start, there, others in self.ends(name):
             narrowed = {"association": name, "role": here, "result_role": there}
             names = self.client.associator_names(start, **narrowed)
             self.assertExpected(names, self.shown(others))
@@ -241,8 +224,8 @@ class Topology(ClientTest):
     def test_associators_by(self, name):
         """The values of cages and sensors; cards and magazines come without manufacturing data."""
         known = {self.client.shown_path(each.path): each for each in reversed(ELEMENTS)}
-        one_at_each_end = {each[1]: each for each in self.ends(name)}
-        for _, here, start, _, others in one_at_each_end.values():
+        one_at_each_end = {each[0]: each for each in self.ends(name)}
+        for here, start, _, others in one_at_each_end.values():
             instances = self.client.associators(start, association=name, role=here)
             self.assertExpected([shown for shown, _ in instances], self.shown(others))
             for shown, values in instances:
@@ -251,7 +234,7 @@ class Topology(ClientTest):
 
     @cases(*BY_ASSOCIATION)
     def test_references_by(self, name):
-        for _, here, start, there, others in self.ends(name):
+        for here, start, there, others in self.ends(name):
             links = [(name, {here: start, there: other}) for other in others]
             names = self.client.reference_names(start, result=name, role=here)
             self.assertExpected(names, self.shown(links))
@@ -264,16 +247,6 @@ class Topology(ClientTest):
         self.assertExpected(self.client.names(name), self.shown(links))
         self.assertExpected(self.client.instances(name), self.shown_links(links))
         self.assertExpected(self.client.get(links[0]), self.values(links[0][1]))
-
-    def test_associator_names_without_filters(self):
-        everything: dict = {}
-        for _, _, start, _, others in self.ends():
-            everything.setdefault(str(start), (start, []))[1].extend(others)
-        for start, expected in everything.values():
-            self.assertExpected(self.client.associator_names(start), self.shown(expected))
-
-    def test_finds_no_associator_by_another_role(self):
-        self.assertExpected(self.client.associator_names(DC2.path, role="Owner"), [])
 
 
 class Acting(ClientTest):
@@ -310,10 +283,6 @@ class Acting(ClientTest):
         self.assertBecomes(of, LocateON=True)
         self.invoke(of, "Locate", ("LocateTimer", 0))
         self.assertBecomes(of, LocateON=False)
-
-    def test_light_ends_after_the_requested_time(self):
-        self.invoke(DC2, "Locate", ("LocateTimer", 1))
-        self.assertBecomes(DC2, LocateON=False)
 
     def test_locate_lights_one_port_of_a_card(self):
         self.invoke(CARD, "Locate", ("LocateTimer", 65535), ("Port", 0))
@@ -365,15 +334,32 @@ class Acting(ClientTest):
         self.client = self.client_class(self.server)
         self.assertShows(of._replace(values=of.values | {"Location": "Küche"}))
 
-    def test_shows_changed_array_file(self):
-        file = self.server.array
-        if not file:
+    @contextlib.contextmanager
+    def changed_array(self, change):
+        """Serves another array file meanwhile."""
+        if not (file := self.server.array):
             self.skipTest("needs --array, the array file that the server serves")
-        self.addCleanup(file.write_text, file.read_text(encoding="utf-8"), encoding="utf-8")
-        contents = json.loads(file.read_text(encoding="utf-8"))
-        contents["cages"][0]["elementName"] = "changed"
+        contents = json.loads(before := file.read_text(encoding="utf-8"))
+        change(contents)
         file.write_text(json.dumps(contents), encoding="utf-8")
-        self.assertBecomes(DC2, ElementName="changed")
+        yield
+        file.write_text(before, encoding="utf-8")
+
+    def test_shows_changed_array_file(self):
+        with self.changed_array(lambda array: array["cages"][0].update(elementName="changed")):
+            self.assertBecomes(DC2, ElementName="changed")
+        self.assertBecomes(DC2, ElementName=DC2.values["ElementName"])
+
+    def test_serves_array_whose_name_was_mended(self):
+        if not isinstance(self.server, EmbeddedServer):
+            self.skipTest("needs a server that has not served the module yet")
+        log = "/storageArray/elementName: 'My Array' is no host name"
+        with self.changed_array(lambda array: array["storageArray"].update(elementName="My Array")):
+            self.assertError("ACCESS_DENIED", "Insufficient privilege for the user",
+                             self.client.names, "QBX_DriveCage")  # fmt: skip
+            self.assertIn(log, (self.server.log or self.server.output).read_text())
+        for name in [*ELEMENT_CLASSES, *ASSOCIATIONS]:
+            self.assertTrue(self.client.names(name))
 
     @cases(
         Case("another_property", "set", DC1, "ElementName", "INVALID_PARAMETER",

@@ -1,5 +1,5 @@
 """What clients see of the array of odd cases (qbx_support.odd_array): the path of every element, one
-complete instance of every class, and the values that are odd on the way to a client.
+complete instance of every kind of element, and the values that are odd on the way to a client.
 
 Each row is an Element: its path, the tag of the cage that it is in (or None), whether `values` are
 all its properties that are not null, and `values`. The values are those of the records, by the
@@ -36,45 +36,26 @@ def made(model, serial):
     return {"Manufacturer": "QBX", "Model": model, "SerialNumber": serial}
 
 
-CAGE_VALUES = {
-    "RemovalConditions": 2,
-    "ChassisPackageType": 22,
-    "ChassisTypeDescription": "Drive Cage",
-    "MultipleSystemSupport": 2,
-    "RackMountable": 2,
-}
 CAGES = [
     physical(
-        "QBX_DriveCageDC2Family", "cage0", complete=True, **CAGE_VALUES, **made("DC2", "4000100"),
+        "QBX_DriveCageDC2Family", "cage0", complete=True, RemovalConditions=2, ChassisPackageType=22,
+        ChassisTypeDescription="Drive Cage", MultipleSystemSupport=2, RackMountable=2, **made("DC2", "4000100"),
         Name="2FF70002AC001A00", ElementName="cage0", Location="Rack 1, U2", CageType=3, CageSubType=0, Position=0,
         LoopSplit=False, ChainPositionLoopA=1, ChainPositionLoopB=1, LocateON=False, OperationalStatus=[2],
         FirmwareVersion="5.07", FirmwareStatus=1, CPUState=1,
     ),
     physical(
-        "QBX_DriveCageDC1Family", "cage1", complete=True, **CAGE_VALUES, **made("DC1", "4000101"),
-        Name="2FF70002AC001A01", ElementName="Left <DC1> & \"friends'\"",
-        Location="Rack 1, U6 <left> & \"front\", O'Neill", CageType=2,  # JBOD counts as KBOD
-        CageSubType=0, Position=1, LoopSplit=True, ChainPositionLoopA=2, ChainPositionLoopB=2,
-        LocateON=False, OperationalStatus=[2], IsLeftSide=True, IsRightSide=False,
+        "QBX_DriveCageDC1Family", "cage1", ElementName="Left <DC1> & \"friends'\"", Position=1,
+        Location="Rack 1, U6 <left> & \"front\", O'Neill", CageType=2, IsLeftSide=True,  # JBOD counts as KBOD
     ),
     physical(
         "QBX_DriveCageDC1Family", "cage2", ElementName="Käfig 2 (日本)", Location="Gebäude 7, Müllerstraße, 棚 3 🗄",
     ),
     physical("QBX_DriveCageDC2Family", "cage3", ChainPositionLoopA=65535),
-    physical(
-        "QBX_DriveCageDC3Family", "cage4", complete=True, **CAGE_VALUES, **made("DC3", "4000104"),
-        Name="2FF70002AC001A04", ElementName="cage4", Location="Rack 2, U6", CageType=4, CageSubType=1, Position=4,
-        LoopSplit=False, ChainPositionLoopA=1, ChainPositionLoopB=2, LocateON=False, OperationalStatus=[2],
-        TempSensorState=1, TempSensorValue=27, OperatorPanelState=1, AudibleAlarmState=1, EnclosureID=4,
-    ),
+    physical("QBX_DriveCageDC3Family", "cage4", CageSubType=1, TempSensorValue=27, Position=4),
     # A number of more than 16 bits loses those above.
     physical("QBX_DriveCageDC3Family", "cage5", Location="", TempSensorValue=65535, AudibleAlarmState=4464),
-    physical(
-        "QBX_DriveCage", LONGEST_ID, complete=True, **CAGE_VALUES, **made("", "4000106"), Name="2FF70002AC001A06",
-        ElementName="64-character id", Location="Rack 3, U2", CageType=0, CageSubType=65535, Position=6,
-        LoopSplit=False, ChainPositionLoopA=0, ChainPositionLoopB=0, LocateON=False, OperationalStatus=[0],
-        IsLeftSide=True, IsRightSide=True,
-    ),
+    physical("QBX_DriveCage", LONGEST_ID, CageSubType=65535, ElementName="64-character id", Model=""),
     physical(
         "QBX_DriveCage", UNTERMINATED_ID, CageType=42, ElementName=f"cage 7{2 * BAD}( not UTF-8{3 * BAD}",
         Model=65 * "M",
@@ -87,11 +68,11 @@ CAGES = [
     ),
 ]  # fmt: skip
 
-CARD_VALUES = {"RemovalConditions": 2, "OperationalStatus": [2], "Position": 0}
 WWN = 0x2FF70002AC000000  # names of ports begin with it
 CARDS = [
     physical(
-        "QBX_CageInterfaceCardDC2Family", "card0-0", "cage0", True, **CARD_VALUES, **made("FCAL2", "6000100"),
+        "QBX_CageInterfaceCardDC2Family", "card0-0", "cage0", True, RemovalConditions=2, OperationalStatus=[2],
+        Position=0, **made("FCAL2", "6000100"),
         ElementName="0.A", CageType=3, LoopAPortWWNs=[WWN + 0x2000, WWN + 0x2001],
         LoopBPortWWNs=[WWN + 0x2002, WWN + 0x2003], NodePortsLoopA=[WWN + 0x3000, 0], NodePortsLoopB=[0, WWN + 0x3003],
         PortsLoopA=["3:3:2", "0"], PortsLoopB=["0", "0:1:1"], LoopALinkSpeed=[0, 1], LoopBLinkSpeed=[2, 3],
@@ -99,30 +80,14 @@ CARDS = [
         LoopBLinkRX=[6, 7], LoopBLinkTX=[7, 0], SplitLED=1, SystemLED=2, HotplugLED=3,
     ),
     physical(
-        "QBX_CageInterfaceCardDC1Family", "card1-0", "cage1", True, **CARD_VALUES, **made("FCAL2", "6000102"),
-        ElementName="<1.A> & \"it's\"", CageType=2, LoopAPortWWNs=[WWN + 0x2008, WWN + 0x2009],
-        LoopBPortWWNs=[WWN + 0x200A, WWN + 0x200B], NodePortsLoopA=[WWN + 0x3008, 0], NodePortsLoopB=[0, WWN + 0x300B],
-        PortsLoopA=["3:3:2", "0"], PortsLoopB=["0", "0:1:1"], LoopALinkSpeed=[12, 77], LoopBLinkSpeed=[0, 1],
-        LoopALocateON=[False, True], LoopBLocateON=[False, False], FirmwareVersion="2.30", FirmwareStatus=1,
-        CPUSelfState=1, CPUPartnerState=1, LoopALinkLED=[6, 7], LoopBLinkLED=[0, 1], SplitLED=3, SystemLED=4,
-        HotplugLED=5,
+        "QBX_CageInterfaceCardDC1Family", "card1-0", "cage1", ElementName="<1.A> & \"it's\"", CageType=2,
+        LoopALinkSpeed=[12, 77], LoopALocateON=[False, True], CPUPartnerState=1,
     ),
     physical(
-        "QBX_CageInterfaceCardDC3Family", "card4-0", "cage4", True, **CARD_VALUES, **made("FCAL2", "6000108"),
-        ElementName="4.A", CageType=4, IsMaster=True, LoopAPortWWNs=[WWN + 0x2020 + port for port in range(4)],
-        LoopBPortWWNs=[WWN + 0x2024 + port for port in range(4)], NodePortsLoopA=[WWN + 0x3020, 0, 0, WWN + 0x3023],
-        NodePortsLoopB=[WWN + 0x3024 + port for port in range(4)], PortsLoopA=["3:3:2", "0", "0", "0:1:1"],
-        PortsLoopB=["7:15:7", "0:0:1", "1:0:0", "7:15:7"], LoopALinkSpeed=[2, 3, 4, 8], LoopBLinkSpeed=[10, 11, 12, 77],
-        LoopALocateON=[False, False, True, False], LoopBLocateON=[False, False, False, True], LoopState=[1, 2, 3, 0],
-        FirmwareVersion="D3.104", FirmwareStatus=1, IFCState=1, ESHState=2, ExtendedESHState=2,
+        "QBX_CageInterfaceCardDC3Family", "card4-0", "cage4", IsMaster=True, LoopState=[1, 2, 3, 0],
+        PortsLoopA=["3:3:2", "0", "0", "0:1:1"], PortsLoopB=["7:15:7", "0:0:1", "1:0:0", "7:15:7"],
     ),
-    physical(
-        "QBX_CageInterfaceCard", "card6-0", LONGEST_ID, True, **CARD_VALUES, **made("FCAL2", "6000112"),
-        ElementName="6.A", CageType=0, LoopAPortWWNs=[WWN + 0x2040, WWN + 0x2041],
-        LoopBPortWWNs=[WWN + 0x2042, WWN + 0x2043], NodePortsLoopA=[WWN + 0x3040, 0], NodePortsLoopB=[0, WWN + 0x3043],
-        PortsLoopA=["3:3:2", "0"], PortsLoopB=["0", "0:1:1"], LoopALinkSpeed=[4, 8], LoopBLinkSpeed=[10, 11],
-        LoopALocateON=[True, False], LoopBLocateON=[False, False],
-    ),
+    physical("QBX_CageInterfaceCard", "card6-0", LONGEST_ID, LoopALinkSpeed=[4, 8], LoopALocateON=[True, False]),
     physical(
         "QBX_CageInterfaceCardDC1Family", f"c{4 * BAD}", "cage2", ElementName=f"{2 * BAD}(", Manufacturer=BAD,
         FirmwareVersion=4 * BAD,
@@ -134,19 +99,13 @@ CARDS = [
     *plain("QBX_CageInterfaceCardDC3Family", "card5-0", "card5-1"),
 ]  # fmt: skip
 
-MAGAZINE_VALUES = {
-    "LocationType": 3, "MediaTypesSupported": [29], "RemovalConditions": 4, "OperationalStatus": [2],
-    "LocateON": False, "StateOnLoopA": 1, "StateOnLoopB": 1, "Position": 0,
-}  # fmt: skip
 MAGAZINES = [
     physical(
-        "QBX_Magazine", "mag0-0", "cage0", True, **MAGAZINE_VALUES, **made("MAG4", "5000100"), ElementName="0:0",
-        CageType=3, SystemLED=0, HotplugLED=3,
+        "QBX_Magazine", "mag0-0", "cage0", True, **made("MAG4", "5000100"), ElementName="0:0", CageType=3,
+        SystemLED=0, HotplugLED=3, LocationType=3, MediaTypesSupported=[29], RemovalConditions=4, OperationalStatus=[2],
+        LocateON=False, StateOnLoopA=1, StateOnLoopB=1, Position=0,
     ),
-    physical(  # those of the DC3 family have no lights
-        "QBX_Magazine", "mag4-0", "cage4", True, **MAGAZINE_VALUES, **made("MAG4", "5000111"), ElementName="4:0",
-        CageType=4,
-    ),
+    physical("QBX_Magazine", "mag4-0", "cage4", ElementName="4:0", CageType=4),
     physical("QBX_Magazine", "mag1-0", "cage1", ElementName='<1:0> & "it\'s"'),
     physical("QBX_Magazine", "mag6-0", LONGEST_ID),
     physical("QBX_Magazine", "mag7-0", UNTERMINATED_ID, CageType=42),

@@ -1,7 +1,9 @@
 """A request costs the server a small multiple of its size: hostile shapes, each at two sizes. What is
-compared is the growth of the server's CPU time, whatever the machine's speed."""
+compared is the growth of the server's CPU time, whatever the machine's speed, and its peak memory."""
 
 import os
+import pathlib
+import re
 import time
 
 from qbx_support import testing
@@ -14,6 +16,8 @@ RATIO = 4  # of the sizes; nesting makes more of it
 FACTOR = 2  # by which the cost may grow faster than the bytes
 NOISE = 0.02  # seconds of other work
 TRIES = 20
+MEMORY = 20  # bytes that one of a request may cost
+MEMORY_NOISE = 6 << 20  # of small requests, and of what others have left
 
 CLASS = "QBX_DriveCageDC2Family"
 INSTANCENAME = '<INSTANCENAME CLASSNAME="{}">{}</INSTANCENAME>'
@@ -102,7 +106,7 @@ def listed(text, count):
 
 
 def names(count):
-    return f'<VALUE.ARRAY>{listed("<VALUE>N{}</VALUE>", count)}</VALUE.ARRAY>'
+    return f"<VALUE.ARRAY>{listed('<VALUE>N{}</VALUE>', count)}</VALUE.ARRAY>"
 
 
 def text_value(text):
@@ -118,6 +122,22 @@ class Cost(testing.EmbeddedServerTest):
     def setUpClass(cls):
         super().setUpClass()
         cls.server = cls.enterClassContext(Server(os.environ["QBX_BUILD"]))
+
+    def memory(self, what):
+        """Bytes of memory: VmRSS, or its greatest since the last reset, VmHWM."""
+        assert self.server.process
+        status = pathlib.Path(f"/proc/{self.server.process.pid}/status").read_text()
+        found = re.search(rf"{what}:\s+(\d+)", status)
+        assert found
+        return 1024 * int(found[1])
+
+    def peak(self, sent):
+        """Bytes that the server has taken at most for a request."""
+        assert self.server.process
+        pathlib.Path(f"/proc/{self.server.process.pid}/clear_refs").write_text("5")
+        before = self.memory("VmRSS")
+        self.assertTrue(exchange(self.server.port, sent))
+        return self.memory("VmHWM") - before
 
     def cost(self, sent):
         """CPU seconds of the server for a request."""
@@ -140,7 +160,14 @@ class Cost(testing.EmbeddedServerTest):
         Case("namespace", lambda n: operation("GetInstance", {}, "/".join(n * "a")), 10_000),
         Case("control_characters", lambda n: text_value(n * "&#1;"), 100_000),
         Case("CDATA", lambda n: text_value(n * "<![CDATA[ ]]>"), 50_000),
-        Case("attributes", lambda n: get("<X" + listed(' a{}=""', n) + "/>"), 50_000),
+        Case("CDATA_of_blanks", lambda n: text_value(f"<![CDATA[{n * ' '}]]>"), 900_000),
+        Case("text", lambda n: text_value(n * "x"), 900_000),
+        Case("elements", lambda n: get(n * "<X/>"), 200_000),
+        Case("attributes", lambda n: get("<X" + listed(' a{}=""', n) + "/>"), 90_000),
+        Case("attributes_of_many", lambda n: get(n * '<X a="" b="" c=""/>'), 45_000),
+        Case("namespaces", lambda n: get("<X" + listed(' xmlns:a{}="b"', n) + "/>"), 45_000),
+        Case("comments", lambda n: get(n * "<!---->"), 120_000),
+        Case("instructions", lambda n: get(n * "<?a b?>"), 120_000),
         Case("depth", lambda n: get(n * "<X>"), 100_000),
         Case("doctype", lambda n: sent(DOCTYPE + n * "<!ENTITY b 'c'>"), 50_000),
         Case("header_fields", lambda n: head(0, **{f"X{i}": "" for i in range(n)}), 150),
@@ -151,6 +178,9 @@ class Cost(testing.EmbeddedServerTest):
     def test_grows_no_faster_than_the_request_with(self, shape, size):
         """The least cost of several counts: others work on this machine too."""
         few, many = shape(size), shape(RATIO * size)
+        if not os.environ.get("QBX_SANITIZE"):  # with which memory is kept for long
+            most = MEMORY * len(many) + MEMORY_NOISE
+            self.assertLess(self.peak(many), most, f"bytes, for a request of {len(many)}")
         small = large = bound = float("inf")
         for _ in range(TRIES):
             small, large = min(small, self.cost(few)), min(large, self.cost(many))

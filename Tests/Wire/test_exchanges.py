@@ -44,7 +44,7 @@ class Replay(testing.EmbeddedServerTest):
             expected = {"CIMError": deviation.cim_error, "PGErrorDetail": deviation.detail}
             self.assertIn(deviation.body or "no body", actual.body or "no body", request)
         elif expected["CIMError"] == "request-not-well-formed":
-            # What is wrong with text that is no XML, each parser says in its own words.
+            # What is wrong with text that is no XML, each parser words in its own way.
             expected["PGErrorDetail"] = fields["PGErrorDetail"]
         if deviation or " 200 " not in recorded.status_line:
             lines = expected_lines = []

@@ -10,6 +10,7 @@ import socket
 import subprocess
 import sys
 import tempfile
+import time
 
 from qbx_support import testing
 from qbx_support.exchanges import FOLDER, PROBE_SCHEMA, recorded
@@ -87,8 +88,25 @@ class Errors(FolderTest):
         users = self.file("users", "".join(f"{line}\n" for line in lines))
         self.assertEnds(f"--users {users}", 1, text)
 
-    def test_of_folder_as_password_file(self):
-        self.assertEnds("--users /", 1, "/: cannot read the password file: Is a directory")
+    @cases(
+        Case("password", "--port 0 --users {file}"),
+        Case("certificate", f"{SERVE} --cert {{file}} --key {{file}}"),
+        Case("MOF", "--no-auth --port 0 --schema root/u={file}"),
+    )
+    def test_of_odd_file_as(self, options):
+        """One that would never end, or not for long."""
+        fifo, large, kind = self.folder / "fifo", self.file("large", ""), self.id().split("_")[-1]
+        os.mkfifo(fifo)
+        os.truncate(large, 1 << 31)
+        for file, text in (
+            ("/", "it is a folder"),
+            (fifo, "it is no regular file"),
+            ("/dev/zero", "it is no regular file"),
+            (large, "it is larger than 16 MB"),
+        ):
+            with self.subTest(file):
+                error = f"cannot read the {kind} file {file}: {text}"
+                self.assertEnds(options.format(file=file), 1, error)
 
     def test_of_port_that_is_taken(self):
         taken = self.enterContext(socket.create_server(("127.0.0.1", 0))).getsockname()[1]
@@ -104,6 +122,19 @@ class Program(testing.EmbeddedServerTest):
         texts = run("--help").stdout, manual
         named, described = ({*re.findall(r"(?<!-)--[a-z][a-z-]+", text)} for text in texts)
         self.assertEqual(named, described)
+
+    def test_stops_while_it_compiles_a_schema(self):
+        with tempfile.NamedTemporaryFile("w", suffix=".mof") as mof:
+            mof.writelines(f"class T_C{number} {{ uint8 N; }};\n" for number in range(200_000))
+            mof.flush()
+            command = [program(os.environ["QBX_BUILD"]), "--no-auth", "--port=0", f"--schema=r/t={mof.name}"]
+            with subprocess.Popen(command, stdout=subprocess.PIPE) as process:
+                assert process.stdout
+                while time.clock_gettime((~process.pid << 3) | 2) < 0.3:  # of CPU time
+                    self.assertIsNone(process.poll(), "it has ended by itself")
+                process.terminate()
+                self.assertEqual(process.stdout.read(), b"")
+            self.assertEqual(process.returncode, -signal.SIGTERM)
 
     @cases(Case("SIGTERM", signal.SIGTERM), Case("SIGINT", signal.SIGINT))
     def test_serves_until(self, stop):

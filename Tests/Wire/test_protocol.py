@@ -78,37 +78,26 @@ class Framing(testing.EmbeddedServerTest):
         Case("chunked", [CODING], ONE_CHUNK, 200, "<INSTANCENAME"),
         Case("many_fields", [*(f"X{i}: y" for i in range(300)), LENGTH], PLAIN, 200, "<INSTANCENAME"),
         Case("second_length", [LENGTH, "Content-Length: 5"], PLAIN, 400, UNCLEAR),
-        Case("first_length", ["Content-Length: 5", LENGTH], PLAIN, 400, UNCLEAR),
         Case("same_length_twice", [LENGTH, LENGTH], PLAIN, 400, UNCLEAR),
         Case("blank_before_colon_of_length", ["Content-Length : 5", LENGTH], PLAIN, 400, UNCLEAR),
-        Case("folded_length", [LENGTH, "Content-Length:\r\n 5"], PLAIN, 400, UNCLEAR),
         Case("blank_before_length", [" " + LENGTH, "X: y"], PLAIN, 400, UNCLEAR),
         Case("length_and_coding", [LENGTH, CODING], ONE_CHUNK, 400, UNCLEAR),
         Case("coding_and_length", [CODING, LENGTH], ONE_CHUNK, 400, UNCLEAR),
         Case("coding_twice", [CODING, CODING], ONE_CHUNK, 400, UNCLEAR),
         Case("other_coding_before", ["Transfer-Encoding: gzip", CODING], ONE_CHUNK, 400, UNCLEAR),
         Case("tab_before_colon", [LENGTH, "Transfer-Encoding\t: chunked"], PLAIN, 400, UNCLEAR),
-        Case("folded_coding", [LENGTH, "Transfer-Encoding:\r\n chunked"], PLAIN, 400, UNCLEAR),
         Case("coding_behind_bare_CR", [LENGTH, "X: y\r" + CODING], PLAIN, 400, UNCLEAR),
-        Case("coding_in_folded_line", [LENGTH, "X: y\r\n " + CODING], PLAIN, 400, UNCLEAR),
         Case("list_of_lengths", ["Content-Length: {n}, {n}"], PLAIN, 400, ""),
         Case("sign_before_length", ["Content-Length: +{n}"], PLAIN, 400, ""),
-        Case("negative_length", ["Content-Length: -5"], PLAIN, 400, ""),
-        Case("hexadecimal_length", ["Content-Length: 0x{size}"], PLAIN, 400, ""),
         Case("empty_length", ["Content-Length:"], PLAIN, 400, ""),
         Case("length_beyond_64_bits", ["Content-Length: 18446744073709551621"], PLAIN, 400, ""),
-        Case("coding_list", [CODING + ", identity"], ONE_CHUNK, 501, UNKNOWN_CODING),
         Case("gzip", ["Transfer-Encoding: gzip, chunked"], ONE_CHUNK, 501, UNKNOWN_CODING),
-        Case("unknown_coding", ["Transfer-Encoding: xchunked"], ONE_CHUNK, 501, UNKNOWN_CODING),
         Case("control_in_coding", ["Transfer-Encoding: \vchunked"], ONE_CHUNK, 400, UNCLEAR),
         Case("empty_coding", ["Transfer-Encoding: "], ONE_CHUNK, 501, UNKNOWN_CODING),
         Case("identity", ["Transfer-Encoding: identity"], PLAIN, 501, UNKNOWN_CODING),
         Case("sign_before_chunk", [CODING], "+" + ONE_CHUNK, 400, ""),
-        Case("prefix_of_chunk", [CODING], "0x" + ONE_CHUNK, 400, ""),
-        Case("negative_chunk", [CODING], "-" + ONE_CHUNK, 400, ""),
         Case("blank_before_chunk", [CODING], " " + ONE_CHUNK, 400, ""),
         Case("line_before_chunk", [CODING], "\r\n" + ONE_CHUNK, 400, ""),
-        Case("letter_before_chunk", [CODING], "g" + ONE_CHUNK, 400, ""),
         Case("chunk_beyond_64_bits", [CODING], "10000000000000000" + ONE_CHUNK, 400, ""),
         Case("longer_chunk", [CODING], "{size}\r\n{body}more\r\n0\r\n\r\n", 400, ""),
         Case("text_behind_size", [CODING], "{size} x\r\n{body}\r\n0\r\n\r\n", 400, ""),
@@ -153,10 +142,18 @@ class Connections(testing.EmbeddedServerTest):
                 for source in sources
             ]
             for displaced in order:
-                waiting.append(clients.enter_context(connected(port, KEPT)))
-                self.assertIn(LIST, waiting[-1].recv(4096))
+                waiting.append(self.served(clients, port))
                 part = b"PGErrorDetail: Too%20many%20connections." if displaced < 3 else b""
                 self.assertIn(part, receive_all(waiting[displaced]))
+
+    def served(self, clients, port):
+        """A connection on which a request was responded to. It gets 503 while all others are at
+        work, as they are until they have noted that their response was sent."""
+        while True:
+            client = clients.enter_context(connected(port, KEPT))
+            if LIST in (received := client.recv(4096)):
+                return client
+            self.assertIn(b" 503 ", received)
 
     @cases(Case("nothing", b""), Case("a_header", HEAD), Case("a_part", request()[:-1]))
     def test_ends_client_that_sends_only(self, sent):

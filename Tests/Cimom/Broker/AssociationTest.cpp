@@ -16,6 +16,14 @@ Traversal from(const char* path, const CIMName& association = {}, const CIMName&
     return {CIMObjectPath(path), association, resultClass, {}, {}};
 }
 
+Lines classNames(const std::vector<CIMName>& classes)
+{
+    Lines lines;
+    for (const CIMName& name : classes)
+        lines.push_back(toUtf8(name.getString()));
+    return lines;
+}
+
 using Associations = BrokerTest;
 
 TEST_F(Associations, AskTheProviderOfEachAssociationClassThatCanReferToTheSource)
@@ -50,6 +58,31 @@ TEST_F(Associations, GiveNothingWhereNoProviderCanAnswer)
     EXPECT_EQ(broker->associatorNames(me, test, from("T_Leaf.Id=1", "T_Machine")).size(), 0U)
         << "it is no association class";
     EXPECT_EQ(scripted::calls, Lines{});
+}
+
+TEST_F(Associations, OfClassesAreThoseOfTheirSuperclassesFirst)
+{
+    const AssociationSchema& schema = broker->associations();
+    const auto references = [&](const Traversal& traversal) {
+        return classNames(schema.referenceClasses(test, traversal));
+    };
+    const auto associators = [&](const Traversal& traversal) {
+        return classNames(schema.associatorClasses(test, traversal));
+    };
+    EXPECT_EQ(references(from("T_Leaf")), (Lines{"T_Link", "T_LinkSub", "T_Unserved"}));
+    EXPECT_EQ(references(from("T_Base", {}, "T_LinkSub")), Lines{"T_LinkSub"});
+    EXPECT_EQ(associators(from("T_Leaf")), Lines{"T_Static"});
+    EXPECT_EQ(associators(from("T_Leaf", "T_LinkSub", "T_Static")), Lines{"T_Static"});
+    EXPECT_EQ(associators(from("T_Leaf", {}, "T_StaticSub")), Lines{}) << "below the class named";
+    Traversal inRole = from("T_StaticSub");
+    inRole.role = "LOWER";
+    EXPECT_EQ(associators(inRole), Lines{"T_Base"});
+    inRole.resultRole = "lower";
+    EXPECT_EQ(associators(inRole), Lines{});
+    EXPECT_EQ(errorOf([&] { associators(from("T_Leaf", "T_None")); }),
+              "CIM_ERR_INVALID_CLASS: T_None");
+    EXPECT_EQ(errorOf([&] { references(from("T_Leaf", {}, "T_None")); }),
+              "CIM_ERR_INVALID_PARAMETER: T_None");
 }
 
 TEST_F(Associations, RejectUnknownClassesAndNamespaces)

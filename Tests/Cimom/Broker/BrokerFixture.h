@@ -1,7 +1,7 @@
 // A broker over a small schema, with scripted providers.
 #pragma once
 
-#include "../Row.h"
+#include "../../Row.h"
 #include "Broker/Broker.h"
 #include "Model/Errors.h"
 #include "Model/Text.h"

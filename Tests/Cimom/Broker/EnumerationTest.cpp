@@ -12,23 +12,17 @@ namespace
 
 using Enumeration = BrokerTest;
 
-TEST_F(Enumeration, OfNamesCoversTheClassAndAllBelowItInSchemaOrder)
+TEST_F(Enumeration, CoversTheClassAndAllBelowItInSchemaOrder)
 {
-    EXPECT_EQ(texts(broker->enumerateInstanceNames(me, "Root/test", "t_BASE")),
-              (Lines{"t_BASE.Id=1", "T_Mid.Id=7", "T_Leaf.Id=1", "T_Side.Id=1"}));
-    EXPECT_EQ(scripted::calls,
-              (Lines{"Base enumerateInstanceNames //here/Root/test:t_BASE by me",
-                     "Leaf enumerateInstanceNames //here/Root/test:T_Leaf by me",
-                     "Side enumerateInstanceNames //here/Root/test:T_Side by me"}));
-}
-
-TEST_F(Enumeration, OfInstancesCoversTheClassAndAllBelowItInSchemaOrder)
-{
+    EXPECT_EQ(names("t_BASE"), (Lines{"t_BASE.Id=1", "T_Mid.Id=7", "T_Leaf.Id=1", "T_Side.Id=1"}));
     EXPECT_EQ(instances("t_BASE"),
               (Lines{"t_BASE.Id=1{}",
                      "T_Mid.Id=7{A:string=null, Level:uint16=null, M:string=null, Id:uint32=7}",
                      "T_Leaf.Id=1{}", "T_Side.Id=1{}"}));
-    EXPECT_EQ(scripted::calls, (Lines{"Base enumerateInstances //here/root/test:t_BASE by me",
+    EXPECT_EQ(scripted::calls, (Lines{"Base enumerateInstanceNames //here/root/test:t_BASE by me",
+                                      "Leaf enumerateInstanceNames //here/root/test:T_Leaf by me",
+                                      "Side enumerateInstanceNames //here/root/test:T_Side by me",
+                                      "Base enumerateInstances //here/root/test:t_BASE by me",
                                       "Leaf enumerateInstances //here/root/test:T_Leaf by me",
                                       "Side enumerateInstances //here/root/test:T_Side by me"}));
 }

@@ -116,27 +116,55 @@ const MissingProvider missingProviders[] = {
 INSTANTIATE_TEST_SUITE_P(Of, ProviderThatCannotBeLoaded, ::testing::ValuesIn(missingProviders),
                          NameOfRow());
 
-TEST_F(ProviderLibrary, IsLoggedOnceWhenItHasChanged)
+/// The library of a registered provider, which a test can replace. Each has a file of its own: what
+/// was loaded stays.
+class ReplacedLibrary : public BrokerTest
 {
-    namespace fs = std::filesystem;
-    const fs::path folder = fs::temp_directory_path() / ("broker_test." + std::to_string(getpid()));
-    const fs::path library = folder / "libLoadableProvider.so";
-    fs::create_directory(folder);
-    fs::copy(PROVIDER_FOLDER "/libLoadableProvider.so", library);
-    registerMof(moduleMof("Module", "LoadableProvider"));
-    registerMof(providerMof("Module", "P", "T_Loaded", "2"));
+protected:
+    ReplacedLibrary()
+    {
+        std::filesystem::create_directory(folder);
+        registerMof(moduleMof("Module", "Replaced"));
+        registerMof(providerMof("Module", "P", "T_Loaded", "2"));
+        options.providerFolders = {folder};
+    }
+    ~ReplacedLibrary() override { std::filesystem::remove_all(folder); }
+
+    void replaceBy(const char* name) const
+    {
+        std::filesystem::remove(library);
+        std::filesystem::copy(std::string(PROVIDER_FOLDER "/") + name, library);
+    }
+
+    const std::filesystem::path folder =
+        testing::TempDir() + testing::UnitTest::GetInstance()->current_test_info()->name() +
+        std::to_string(getpid());
+    const std::filesystem::path library = folder / "libReplaced.so";
+};
+
+TEST_F(ReplacedLibrary, IsLoggedOnceWhenItHasChanged)
+{
+    replaceBy("libLoadableProvider.so");
     Lines log;
     options.log = [&log](const std::string& line) {
         log.push_back(line.substr(0, line.find(':', 9)));
     };
-    options.providerFolders = {folder};
     start();
     EXPECT_EQ(upcall("T_Loaded") + upcall("T_Loaded"), "T_Loaded.Id=1T_Loaded.Id=1");
     EXPECT_EQ(log, Lines{});
-    fs::last_write_time(library, fs::last_write_time(library) + std::chrono::seconds(1));
+    last_write_time(library, last_write_time(library) + std::chrono::seconds(1));
     EXPECT_EQ(upcall("T_Loaded") + upcall("T_Loaded"), "T_Loaded.Id=1T_Loaded.Id=1");
     EXPECT_EQ(log, Lines{"warning: " + library.string() + " has changed since it was loaded"});
-    fs::remove_all(folder);
+}
+
+TEST_F(ReplacedLibrary, IsLoadedAfterOneWithoutEntryPoint)
+{
+    replaceBy("libNoEntryPoint.so");
+    start();
+    EXPECT_EQ(upcall("T_Loaded"), "CIM_ERR_FAILED: ProviderLoadFailure (" + library.string() +
+                                      ":P):entry point not found.");
+    replaceBy("libLoadableProvider.so");
+    EXPECT_EQ(upcall("T_Loaded"), "T_Loaded.Id=1");
 }
 
 TEST_F(ProviderLibrary, MustOfferTheInterfaceOfTheOperation)

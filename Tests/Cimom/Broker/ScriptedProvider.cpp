@@ -119,7 +119,7 @@ class Bare : public CIMProvider
     void terminate() override { delete this; }
 };
 
-using Ctx = const OperationContext&;
+using Context = const OperationContext&;
 using Path = const CIMObjectPath&;
 using Name = const CIMName&;
 using Text = const String&;
@@ -140,58 +140,59 @@ public:
         record(lifecycle, "terminate " + name_);
         delete this;
     }
-    void getInstance(Ctx c, Path p, bool q, bool o, List l, InstanceResponseHandler& h) override
+    void getInstance(Context c, Path p, bool q, bool o, List l, InstanceResponseHandler& h) override
     {
         run(c, p.getClassName(), does_.onInstances, h, "getInstance " + text(p) + view(q, o, l));
     }
-    void enumerateInstances(Ctx c, Path p, bool q, bool o, List l,
+    void enumerateInstances(Context c, Path p, bool q, bool o, List l,
                             InstanceResponseHandler& h) override
     {
         const std::string call = "enumerateInstances " + text(p) + view(q, o, l);
         run(c, p.getClassName(), does_.onInstances, h, call);
     }
-    void enumerateInstanceNames(Ctx c, Path p, ObjectPathResponseHandler& h) override
+    void enumerateInstanceNames(Context c, Path p, ObjectPathResponseHandler& h) override
     {
         run(c, p.getClassName(), does_.onPaths, h, "enumerateInstanceNames " + text(p));
     }
-    void modifyInstance(Ctx c, Path p, const CIMInstance& i, bool q, List l,
+    void modifyInstance(Context c, Path p, const CIMInstance& i, bool q, List l,
                         ResponseHandler& h) override
     {
         const std::string call = "modifyInstance " + text(p) + " " + text(i) + view(q, false, l);
         run(c, p.getClassName(), does_.onChange, h, call);
     }
-    void createInstance(Ctx c, Path p, const CIMInstance& i, ObjectPathResponseHandler& h) override
+    void createInstance(Context c, Path p, const CIMInstance& i,
+                        ObjectPathResponseHandler& h) override
     {
         run(c, p.getClassName(), does_.onPaths, h, "createInstance " + text(p) + " " + text(i));
     }
-    void deleteInstance(Ctx c, Path p, ResponseHandler& h) override
+    void deleteInstance(Context c, Path p, ResponseHandler& h) override
     {
         run(c, p.getClassName(), does_.onChange, h, "deleteInstance " + text(p));
     }
-    void invokeMethod(Ctx c, Path p, Name method, const Array<CIMParamValue>& in,
+    void invokeMethod(Context c, Path p, Name method, const Array<CIMParamValue>& in,
                       MethodResultResponseHandler& h) override
     {
         run(c, method, does_.onMethod, h, "invokeMethod " + text(p) + word(method, in));
     }
-    void associators(Ctx c, Path p, Name association, Name resultClass, Text role, Text resultRole,
-                     bool q, bool o, List l, ObjectResponseHandler& h) override
+    void associators(Context c, Path p, Name association, Name resultClass, Text role,
+                     Text resultRole, bool q, bool o, List l, ObjectResponseHandler& h) override
     {
         const std::string filters = narrowed(association, resultClass, role, resultRole);
         run(c, association, does_.onObjects, h, "associators " + text(p) + filters + view(q, o, l));
     }
-    void associatorNames(Ctx c, Path p, Name association, Name resultClass, Text role,
+    void associatorNames(Context c, Path p, Name association, Name resultClass, Text role,
                          Text resultRole, ObjectPathResponseHandler& h) override
     {
         const std::string filters = narrowed(association, resultClass, role, resultRole);
         run(c, association, does_.onPaths, h, "associatorNames " + text(p) + filters);
     }
-    void references(Ctx c, Path p, Name association, Text role, bool q, bool o, List l,
+    void references(Context c, Path p, Name association, Text role, bool q, bool o, List l,
                     ObjectResponseHandler& h) override
     {
         run(c, association, does_.onObjects, h,
             "references " + text(p) + narrowed(association, role) + view(q, o, l));
     }
-    void referenceNames(Ctx c, Path p, Name association, Text role,
+    void referenceNames(Context c, Path p, Name association, Text role,
                         ObjectPathResponseHandler& h) override
     {
         run(c, association, does_.onPaths, h,
@@ -211,7 +212,7 @@ private:
     }
 
     template <class Handler>
-    void run(Ctx context, Name served, const std::function<void(Handler&)>& behavior,
+    void run(Context context, Name served, const std::function<void(Handler&)>& behavior,
              Handler& handler, const std::string& call) const
     {
         const String user = IdentityContainer(context.get(IdentityContainer::NAME)).getUserName();

@@ -30,14 +30,6 @@ const char* const first = "T_Static.Id=1,Number=1";
 const std::string unsupported =
     "CIM_ERR_NOT_SUPPORTED: No provider is registered that could change instances of ";
 
-TEST_F(StaticInstances, AreEnumeratedWithThoseOfSubclasses)
-{
-    EXPECT_EQ(instances("T_Static", true, {false, false, listOf({"TEXT", "Id"})}),
-              (Lines{"T_Static.Id=1,Number=1{Text:string=default, Id:uint32=1}",
-                     "T_Static.Id=2,Number=2{Text:string=second, Id:uint32=2}",
-                     "T_StaticSub.Id=3,Number=3{Text:string=default, Id:uint32=3}"}));
-}
-
 TEST_F(StaticInstances, CannotBeChangedByDefault)
 {
     EXPECT_EQ(create(instanceOf("T_Static")), unsupported + "T_Static.");

@@ -53,15 +53,6 @@ protected:
     }
 };
 
-TEST_F(SchemaOperation, GetClassReturnsWhatTheClassDeclaresItselfWithQualifiers)
-{
-    EXPECT_EQ(getClass("t_LEAF"),
-              (Lines{"CLASS NAME=T_Leaf SUPERCLASS=T_Mid",
-                     "QUALIFIER NAME=Note TYPE=string TRANSLATABLE=true = class",
-                     "PROPERTY NAME=L TYPE=string = l",
-                     "QUALIFIER NAME=Note TYPE=string TRANSLATABLE=true = property"}));
-}
-
 TEST_F(SchemaOperation, GetClassReturnsEverythingThatAClassCanDeclare)
 {
     EXPECT_EQ(
@@ -134,6 +125,19 @@ TEST_F(SchemaOperation, GetQualifierReturnsTheDeclaration)
               (Lines{"QUALIFIER.DECLARATION NAME=Note TYPE=string TRANSLATABLE=true",
                      "SCOPE CLASS=true ASSOCIATION=true REFERENCE=true PROPERTY=true METHOD=true "
                      "PARAMETER=true INDICATION=true"}));
+}
+
+TEST_F(SchemaOperation, TraversalsFromAClassReturnClassesWithTheirPaths)
+{
+    const std::string base = className("T_Base", "ObjectName");
+    const Reply classes = send(intrinsic("Associators", base + propertyList({"Text"})));
+    EXPECT_EQ(lines(the(classes.response, "CLASSPATH")).back(), "CLASSNAME NAME=T_Static");
+    EXPECT_EQ(namesOf(the(classes.response, "CLASS"), "PROPERTY"), Lines{"Text"});
+    EXPECT_EQ(send(intrinsic("ReferenceNames", base)).response.children.at(0).children.at(1).name,
+              "OBJECTPATH");
+    EXPECT_EQ(send(intrinsic("ReferenceNames", className("T_All", "ObjectName")))
+                  .response.children.size(),
+              0U);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "../Broker/BrokerFixture.h"
+#include "CimXml/Enumerations.h"
 #include "CimXml/Service.h"
 #include "CimXml/XmlTree.h"
 
@@ -175,7 +176,7 @@ class ServiceTest : public BrokerTest
 protected:
     Reply send(const CimRequest& request)
     {
-        const CimReply sent = answerCimRequest(*broker, request);
+        const CimReply sent = answerCimRequest(*broker, enumerations, request);
         if (sent.status != 200)
             return {std::to_string(sent.status) + " " + sent.cimError + ": " + sent.detail, "", {}};
         Reply reply{"", sent.body, {}};
@@ -186,6 +187,8 @@ protected:
         reply.response = the(root, "SIMPLERSP").children.at(0);
         return reply;
     }
+
+    Enumerations enumerations{1000000};
 };
 
 template <class RowType>

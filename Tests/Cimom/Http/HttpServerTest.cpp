@@ -206,7 +206,7 @@ TEST_F(HttpServerTest, AnswersAFailedAllocationWith503)
 
 TEST_F(HttpServerTest, RefusesABodyBeyondTheMemoryOfAllBeforeItComes)
 {
-    options.maxMemory = 1'000'000;
+    options.maxMemory = requestMemory(1'000'000);
     startBlocking();
     const std::string large = head("900000");
     const Client first = client(large + std::string(900'000, 'x'));
@@ -222,7 +222,9 @@ TEST_F(HttpServerTest, RefusesABodyBeyondTheMemoryOfAllBeforeItComes)
 TEST_F(HttpServerTest, EndsTheConnectionOfAUserWhoIsDeniedAgainAndAgain)
 {
     start([](const CimRequest&) {
-        return CimReply{200, "", "", "<ERROR CODE=\"2\" DESCRIPTION=\"x\"/>"};
+        CimReply reply;
+        reply.isDenied = true;
+        return reply;
     });
     const std::string replies = client(request + request + request + request).receive();
     const std::size_t last = replies.find("Connection: close");
@@ -237,6 +239,13 @@ TEST_F(HttpServerTest, RefusesConnectionsWhenAllAreAtWork)
     const Client running = client(request);
     arrived.acquire();
     EXPECT_NE(client("").receive().find("Too%20many%20connections."), std::string::npos);
+}
+
+TEST(NetworkOf, IsTheAddressOrTheNetworkOfIPv6)
+{
+    EXPECT_EQ(networkOf("192.0.2.7"), "192.0.2.7");
+    EXPECT_EQ(networkOf("::ffff:192.0.2.7"), "192.0.2.7");
+    EXPECT_EQ(networkOf("2001:db8:1:2:3:4:5:6"), "2001:db8:1:2::/64");
 }
 
 }  // namespace

@@ -1,7 +1,4 @@
-#include "Broker/InstanceFilter.h"
 #include "TestRepository.h"
-
-#include <thread>
 
 PEGASUS_USING_PEGASUS;
 
@@ -108,11 +105,10 @@ const Fault rules[] = {
     {"ClassOfInstanceHasKeys", "class T_Keyless {}; instance of T_Keyless {};",
      "CIM_ERR_FAILED: class has no keys: T_Keyless"},
     {"QualifierSuitsReference", "[Association] class T { [Values] T_Base REF A; };",
-     "CIM_ERR_INVALID_PARAMETER: class T, property A: qualifier Values: it may stand in scope "
-     "PROPERTY PARAMETER only, not REFERENCE"},
+     "CIM_ERR_INVALID_PARAMETER: class T, property A: qualifier Values: its declaration does "
+     "not allow it here"},
     {"QualifierSuitsParameter", "class T { uint8 M([Key] string P); };",
-     "class T, method M, parameter P: qualifier Key: it may stand in scope "
-     "REFERENCE PROPERTY only, not PARAMETER"},
+     "class T, method M, parameter P: qualifier Key: its declaration does not allow it here"},
     {"FixedQualifierOfMethodKeepsItsValue", "class T : T_Leaf { [Fixed(null)] uint32 Run(); };",
      "class T, method Run: qualifier Fixed is DisableOverride and has another value "
      "in the superclass"},
@@ -141,24 +137,32 @@ INSTANTIATE_TEST_SUITE_P(Of, RepositoryRule, testing::ValuesIn(rules), NameOfRow
 
 using RepositoryTest = TestRepository;
 
-TEST_F(RepositoryTest, SharesInheritedElementsFromTheSecondGenerationOn)
+TEST_F(RepositoryTest, ClassBuildsInstancesOfWhatIsRequested)
 {
-    const ClassPtr leaf = repository.getClass(nameSpace, "T_Leaf");
-    const ClassPtr middle = repository.getClass(nameSpace, "T_Middle");
-    EXPECT_EQ(leaf->property("Id"), middle->property("Id"));
-    EXPECT_EQ(leaf->method("Stop"), middle->method("Stop"));
+    const CIMClass middle(repository.getClass(nameSpace, "T_Middle"));
+    const CIMInstance whole = middle.buildInstance(true, true, CIMPropertyList());
+    EXPECT_EQ(text(whole.getPath()), "T_Middle");
+    EXPECT_EQ(text(whole.object().qualifiers), "[inherited Text(base), inherited Fixed(c)] ");
+    EXPECT_EQ(lines(whole), R"(
+inherited [Key(TRUE), Text(id)] string Id of T_Base
+inherited uint8 Sizes[2] = 1 2 of T_Base
+uint16 Own = 5 of T_Middle
+[inherited Text(name), inherited Fixed(p), Override(Name), Values(v)] string NAME of T_Base
+)");
+    const Array<CIMName> own(1, CIMName("OWN"));
+    const CIMInstance part = middle.buildInstance(false, false, own);
+    EXPECT_EQ(text(part.object().qualifiers) + lines(part), "\nuint16 Own = 5 of \n");
 }
 
-TEST_F(RepositoryTest, MakesAViewOfAClassOnceForAllThreads)
+TEST_F(RepositoryTest, InstanceBuildsItsPathOfTheKeysOfTheClass)
 {
-    const ClassView view{true, true, false, {}};
-    std::vector<ClassPtr> seen(4);
-    std::vector<std::thread> threads;
-    for (ClassPtr& local : seen)
-        threads.emplace_back([&] { local = repository.getClass(nameSpace, "T_Leaf", view); });
-    for (std::thread& thread : threads)
-        thread.join();
-    EXPECT_EQ(seen, std::vector<ClassPtr>(4, repository.getClass(nameSpace, "T_Leaf", view)));
+    const CIMClass made(classOf("class T { [Key] string Id; [Key] uint8 B; string C; };"));
+    CIMInstance instance("t");
+    instance.addProperty(CIMProperty(CIMName("C"), CIMValue(String("c"))));
+    instance.addProperty(CIMProperty(CIMName("ID"), CIMValue(String("a\"b"))));
+    EXPECT_THROW(instance.buildPath(made), Exception) << "it lacks B";
+    instance.addProperty(CIMProperty(CIMName("b"), CIMValue(Uint8(7))));
+    EXPECT_EQ(text(instance.buildPath(made)), "t.B=7,Id=\"a\\\"b\"");
 }
 
 TEST_F(RepositoryTest, CompletesInstancesWithDefaultsInFrontOfGivenProperties)
@@ -181,19 +185,6 @@ TEST_F(RepositoryTest, HandsOutCopiesOfInstances)
     CIMInstance mine = repository.instancesOf(nameSpace, "T_Middle").at(0);
     mine.getProperty(mine.findProperty("Own")).setValue(CIMValue(Uint16(6)));
     EXPECT_TRUE(stored.identical(repository.instancesOf(nameSpace, "T_Middle").at(0)));
-}
-
-TEST_F(RepositoryTest, PropertiesThatAFilterHasReplacedLiveOnWithoutTheirInstance)
-{
-    // With all that the class has, as a provider may build it; the filter hides the qualifiers.
-    CIMInstance built = CIMClass(repository.getClass(nameSpace, "T_Leaf", {false, true, true, {}}))
-                            .buildInstance(true, true, CIMPropertyList());
-    const CIMName name = std::as_const(built).getProperty(0).getName();
-    built = InstanceFilter(InstanceView{}).apply(built, built.getPath());
-    const CIMConstProperty kept = std::as_const(built).getProperty(0);
-    built = CIMInstance();
-    EXPECT_GT(kept.shared().use_count(), 0);
-    EXPECT_EQ(kept.getName(), name);
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 // A repository with schema.mof, and what MOF makes of it.
 #pragma once
 
-#include "../Row.h"
+#include "../../Row.h"
 #include "Model/Text.h"
 #include "Mof/MofCompiler.h"
 
@@ -16,6 +16,11 @@ namespace cimom
 inline std::string text(const Pegasus::CIMName& name)
 {
     return toUtf8(name.getString());
+}
+
+inline std::string text(const CIMObjectPath& path)
+{
+    return toUtf8(path.toString());
 }
 
 inline std::string text(const CIMValue& value)

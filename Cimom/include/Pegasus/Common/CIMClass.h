@@ -21,13 +21,6 @@ public:
     CIMClass() = default;
 
     const CIMName& getClassName() const;
-    const CIMObjectPath& getPath() const;
-    /// Null for a root class.
-    const CIMName& getSuperClassName() const;
-    /// True when the qualifier Association is there and true.
-    Boolean isAssociation() const;
-    /// True when the qualifier Abstract is there and true.
-    Boolean isAbstract() const;
     /// Replaces the array by the names of the properties whose qualifier Key is true.
     void getKeyNames(Array<CIMName>& keyNames) const;
     /// The position of the property of that name (ignoring case), or PEG_NOT_FOUND.

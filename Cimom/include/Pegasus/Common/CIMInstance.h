@@ -41,6 +41,9 @@ public:
     CIMProperty getProperty(Uint32 index);
     CIMConstProperty getProperty(Uint32 index) const;
     Uint32 getPropertyCount() const;
+
+protected:
+    std::shared_ptr<cimom::Instance> copy() const;
 };
 
 }  // namespace detail
@@ -67,7 +70,7 @@ public:
     /// Same path, qualifiers and properties in the same order.
     Boolean identical(const CIMInstance& x) const;
     /// An independent deep copy.
-    CIMInstance clone() const;
+    CIMInstance clone() const { return CIMInstance(copy()); }
 };
 
 }  // namespace Pegasus

@@ -48,8 +48,6 @@ public:
     CIMName() = default;
     CIMName(const String& name);
     CIMName(const char* name) : CIMName(String(name)) {}
-    CIMName(const CIMName& name) = default;
-    CIMName& operator=(const CIMName& name) = default;
     CIMName& operator=(const String& name) { return *this = CIMName(name); }
 
     /// A letter, `_` or a unit from U+0080 to U+FFEF, then also digits.
@@ -64,8 +62,6 @@ public:
     CIMNamespaceName() = default;
     CIMNamespaceName(const String& name);
     CIMNamespaceName(const char* name) : CIMNamespaceName(String(name)) {}
-    CIMNamespaceName(const CIMNamespaceName& name) = default;
-    CIMNamespaceName& operator=(const CIMNamespaceName& name) = default;
     CIMNamespaceName& operator=(const String& name);
 
     /// Legal names separated by slashes; one slash may lead.

@@ -16,7 +16,7 @@ public:
     CIMObject(const CIMInstance& x) : InstanceHandle(x.shared()) {}
 
     /// An independent deep copy.
-    CIMObject clone() const;
+    CIMObject clone() const { return CIMObject(copy()); }
 };
 
 }  // namespace Pegasus

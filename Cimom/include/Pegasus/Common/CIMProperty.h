@@ -32,14 +32,6 @@ public:
     const CIMValue& getValue() const;
     CIMType getType() const;
     Boolean isArray() const;
-    /// The declared size of a fixed-size array, else 0.
-    Uint32 getArraySize() const;
-    const CIMName& getReferenceClassName() const;
-    const CIMName& getClassOrigin() const;
-    Boolean getPropagated() const;
-    /// Same name, value, reference class, origin, propagation and qualifiers; the array size does
-    /// not count.
-    Boolean identical(const CIMConstProperty& x) const;
     /// An independent deep copy.
     CIMProperty clone() const;
 };

@@ -26,8 +26,6 @@ public:
     Boolean contains(const CIMName& name) const;
     /// True when the name is listed or the list is null.
     Boolean useThisProperty(const CIMName& name) const { return isNull_ || contains(name); }
-    /// The names, with ", " between them; "NULL" or "EMPTY" where there are none.
-    String toString() const;
 
 private:
     Array<CIMName> names_;

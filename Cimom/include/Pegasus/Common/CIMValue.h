@@ -45,7 +45,7 @@ public:
     Uint32 getArraySize() const;
     CIMType getType() const;
     void setNullValue(CIMType type, Boolean isArray, Uint32 arraySize = 0);
-    /// Same type, arrayness and content.
+    /// Same type, arrayness and content; time stamps are compared as text.
     Boolean equal(const CIMValue& x) const;
     /// Array elements are each followed by a blank; null gives the empty string.
     String toString() const;

@@ -14,7 +14,6 @@
 #define PEGASUS_USING_STD using namespace std
 
 #define PEGASUS_EXPORT __attribute__((visibility("default")))
-#define PEGASUS_FORMAT(A1, A2) __attribute__((format(printf, A1, A2)))
 
 namespace Pegasus
 {

@@ -10,19 +10,18 @@
 namespace Pegasus
 {
 
-/// A set of named containers.
+class IdentityContainer;
+
+/// A set of named containers: here, of the identity of the user alone.
 class OperationContext
 {
 public:
-    /// One piece of a context. Derive from it virtually.
+    /// One piece of a context.
     class Container
     {
     public:
         virtual ~Container() = default;
         virtual String getName() const = 0;
-        /// A new container; its receiver calls destroy() on it.
-        virtual Container* clone() const = 0;
-        virtual void destroy() = 0;
     };
 
     virtual ~OperationContext() = default;
@@ -31,8 +30,8 @@ public:
     /// found".
     const Container& get(const String& containerName) const;
     Boolean contains(const String& containerName) const { return find(containerName) != nullptr; }
-    /// Adds a clone. Throws Exception "object already exists.".
-    void insert(const Container& container);
+    /// Adds a copy. Throws Exception "object already exists.".
+    void insert(const IdentityContainer& container);
 
 private:
     const Container* find(const String& name) const;
@@ -42,7 +41,7 @@ private:
 };
 
 /// The user who sent the request.
-class IdentityContainer : virtual public OperationContext::Container
+class IdentityContainer : public OperationContext::Container
 {
 public:
     static const String NAME;
@@ -52,8 +51,6 @@ public:
     IdentityContainer(const String& userName) : userName_(userName) {}
 
     String getName() const override { return NAME; }
-    OperationContext::Container* clone() const override { return new IdentityContainer(*this); }
-    void destroy() override { delete this; }
     String getUserName() const { return userName_; }
 
 private:

@@ -57,7 +57,6 @@ public:
     String& append(const Char16& c) { return append(&c, 1); }
     String& append(const Char16* str, Uint32 n);
     String& append(const String& str) { return append(str.getChar16Data(), str.size()); }
-    void remove(Uint32 index, Uint32 size = PEG_NOT_FOUND);
     /// What there is of the n units from index; never throws.
     String subString(Uint32 index, Uint32 n = PEG_NOT_FOUND) const;
     Uint32 find(Char16 c) const { return find(0, c); }
@@ -65,11 +64,8 @@ public:
     /// Not found when s is empty.
     Uint32 find(const String& s) const;
     void toLower();
-    PEGASUS_FORMAT(2, 3)
-    void appendPrintf(const char* format, ...);
 
-    /// Negative, zero or positive; compares up to the first zero unit only, as `<` does.
-    static int compare(const String& s1, const String& s2);
+    /// Negative, zero or positive; compares up to the first zero unit only.
     static int compareNoCase(const String& s1, const String& s2);
     static Boolean equal(const String& s1, const String& s2);
     static Boolean equalNoCase(const String& s1, const String& s2);
@@ -85,10 +81,6 @@ inline Boolean operator==(const String& str1, const String& str2)
 inline Boolean operator!=(const String& str1, const String& str2)
 {
     return !String::equal(str1, str2);
-}
-inline Boolean operator<(const String& str1, const String& str2)
-{
-    return String::compare(str1, str2) < 0;
 }
 inline String operator+(const String& str1, const String& str2)
 {

@@ -1,0 +1,70 @@
+// Which association classes tie which classes together.
+#pragma once
+
+#include "Repository/Repository.h"
+
+#include <vector>
+
+namespace cimom
+{
+
+/// Where a traversal of associations starts and what it is narrowed down to; null names and empty
+/// roles let everything pass. References use `resultClass` for the association.
+struct Traversal
+{
+    CIMObjectPath source;
+    CIMName associationClass;
+    CIMName resultClass;
+    Pegasus::String role;
+    Pegasus::String resultRole;
+};
+
+/// The same traversal as one over associations whose class is the result class. It does not
+/// restrict the objects at the other end.
+Traversal byAssociation(const Traversal& references);
+
+/// The association classes of all namespaces. Read once, immutable.
+class AssociationSchema
+{
+public:
+    /// The repository must be complete by now and outlive this object.
+    explicit AssociationSchema(const Repository&);
+
+    /// The association classes whose providers are called for a traversal from an instance, in
+    /// schema order: those with a reference that the source fits, of the association class given
+    /// and its subclasses if one is given. Throws CIMException for unknown classes.
+    std::vector<CIMName> associationsOf(const CIMNamespaceName&, const Traversal&) const;
+
+    /// The association classes that refer to the source's class or one of its superclasses in that
+    /// role: those of the superclasses first, the nearest before the others. Throws CIMException
+    /// for unknown classes.
+    std::vector<CIMName> referenceClasses(const CIMNamespaceName&, const Traversal&) const;
+    /// The classes at the other ends of such associations. Throws CIMException for unknown classes.
+    std::vector<CIMName> associatorClasses(const CIMNamespaceName&, const Traversal&) const;
+
+private:
+    /// An association class, with the names of itself and its superclasses.
+    struct Association
+    {
+        CIMNamespaceName nameSpace;
+        ClassPtr definition;
+        std::vector<CIMName> lineage;
+    };
+    /// A reference to a class, in an association class.
+    struct Reference
+    {
+        const Class* association;
+        const Property* property;
+    };
+
+    /// The references that a traversal from a class can start with.
+    std::vector<Reference> referencesTo(const CIMNamespaceName&, const Traversal&) const;
+
+    /// Whether the class is the wanted one (null: any) or below it.
+    bool isKindOf(const CIMNamespaceName&, const CIMName&, const CIMName& wanted) const;
+
+    const Repository& repository_;
+    std::vector<Association> associations_;
+};
+
+}  // namespace cimom
