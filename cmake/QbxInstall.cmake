@@ -76,6 +76,7 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/package/QBXCommonConfigVe
 install(FILES
   ${PROJECT_BINARY_DIR}/package/QBXCommonConfig.cmake
   ${PROJECT_BINARY_DIR}/package/QBXCommonConfigVersion.cmake
+  ${PROJECT_SOURCE_DIR}/cmake/QbxManifest.cmake
   ${PROJECT_SOURCE_DIR}/cmake/QbxPegasus.cmake
   DESTINATION ${toolkit_cmake} COMPONENT toolkit)
 

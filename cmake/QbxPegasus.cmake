@@ -2,6 +2,12 @@
 #   PEGASUS_ROOT  its headers: a source tree (holds src/) or an installed SDK (holds include/)
 #   PEGASUS_HOME  its build (holds lib/)
 
+# A wrong folder, or none, is not kept: the environment may name another one the next time.
+function(qbx_pegasus_fails variable)
+  unset(${variable} CACHE)
+  message(FATAL_ERROR "QBX_CIM=pegasus: " ${ARGN})
+endfunction()
+
 # The folder that holds Pegasus/ with the headers, in `result`.
 function(qbx_pegasus_headers result)
   set(PEGASUS_ROOT "$ENV{PEGASUS_ROOT}" CACHE PATH "OpenPegasus source tree (holds src/) or SDK (holds include/)")
@@ -9,7 +15,7 @@ function(qbx_pegasus_headers result)
     if(EXISTS "${folder}/Pegasus/Common/CIMInstance.h")
       foreach(header Client/CIMClient.h Common/UintArgs.h Provider/CIMOMHandle.h)
         if(NOT EXISTS "${folder}/Pegasus/${header}")
-          message(FATAL_ERROR "QBX_CIM=pegasus: ${folder}/Pegasus has no ${header}, which the module or "
+          qbx_pegasus_fails(PEGASUS_ROOT "${folder}/Pegasus has no ${header}, which the module or "
             "another header there includes. Copy it from a source tree of the same version.")
         endif()
       endforeach()
@@ -17,7 +23,7 @@ function(qbx_pegasus_headers result)
       return()
     endif()
   endforeach()
-  message(FATAL_ERROR "QBX_CIM=pegasus: no Pegasus/Common/CIMInstance.h below PEGASUS_ROOT='${PEGASUS_ROOT}'. "
+  qbx_pegasus_fails(PEGASUS_ROOT "no Pegasus/Common/CIMInstance.h below PEGASUS_ROOT='${PEGASUS_ROOT}'. "
     "Set PEGASUS_ROOT to an OpenPegasus source tree (holds src/) or an installed SDK (holds include/).")
 endfunction()
 
@@ -27,7 +33,7 @@ function(qbx_link_pegasus target)
   foreach(lib pegcommon pegprovider pegclient)
     find_library(QBX_${lib} ${lib} PATHS ${PEGASUS_HOME}/lib ${PEGASUS_HOME}/lib64 NO_DEFAULT_PATH)
     if(NOT QBX_${lib})
-      message(FATAL_ERROR "QBX_CIM=pegasus: lib${lib}.so not found below PEGASUS_HOME='${PEGASUS_HOME}'. "
+      qbx_pegasus_fails(PEGASUS_HOME "lib${lib}.so not found below PEGASUS_HOME='${PEGASUS_HOME}'. "
         "Build OpenPegasus first and set PEGASUS_HOME to the folder that holds its lib/.")
     endif()
     target_link_libraries(${target} INTERFACE ${QBX_${lib}})

@@ -8,7 +8,7 @@ import pathlib
 import re
 import shutil
 
-from .common import ARRAY_LIBRARY, MODULE, NAMESPACE, CommandError, digest
+from .common import ARRAY_LIBRARY, NAMESPACE, CommandError, digest
 from .payload import Payload
 from .record import Record
 from .registration import Registration
@@ -21,7 +21,8 @@ SCHEMA_BYTES = 64 << 20  # that the DMTF schema takes in the server's repository
 def lock(target: Target) -> None:
     """Requires the rights to change the server, and that no other qbx-provider changes it until
     this process ends."""
-    for folder in (target.library.parent, target.record.folder.parent):
+    record = next(folder for folder in target.record.folder.parents if folder.exists())
+    for folder in (target.library.parent, record):
         if not os.access(folder, os.W_OK):
             raise CommandError("check the rights", f"{folder} cannot be written", "Run this as root.")
     descriptor = os.open(target.library.parent, os.O_RDONLY)
@@ -31,24 +32,33 @@ def lock(target: Target) -> None:
         raise CommandError("begin", "another qbx-provider is at work", "Wait for it.") from None
 
 
-def require_own_library(record: Record, library: pathlib.Path, payload: Payload | None) -> None:
+def require_finished_others(record: Record) -> None:
+    """No other module is half installed or half removed: who knows what that still takes."""
+    for other in record.others():
+        if begun := other.entries.get("begun"):
+            reason = f"{other.folder.name}: begun, not finished: {begun}"
+            remedy = f"Finish that first: qbx-provider {begun.split()[0]} with the manifest of that module."
+            raise CommandError("check what is there", reason, remedy)
+
+
+def require_own_library(target: Target, payload: Payload | None) -> None:
     """The library is of a version that this program placed, or is to place."""
-    files = [payload, record.installed()]
+    record, files = target.record, [payload, target.record.installed()]
     known = ["", record.entries.get("digest"), *(digest(each.library) for each in files if each)]
-    if digest(library) not in known:
-        reason = f"somebody else has replaced {library} since it was installed"
+    if digest(target.library) not in known:
+        reason = f"somebody else has replaced {target.library} since it was installed"
         raise CommandError("check what is there", reason, "Move that file away, run this again.")
 
 
 def require_free_names(
-    served: list[str], library: pathlib.Path, registration: Registration, classes: set[str]
+    target: Target, served: list[str], registration: Registration, classes: set[str]
 ) -> None:
     """Nobody else has a registration, a library or classes of the module's names; `served`: the
     classes that it serves; `classes`: those of the namespace."""
     theirs = [name for name in reversed(served) if name in classes]
     for wrong, what, remedy in (
-        (registration.module, f"registration of {MODULE} is", f"cimprovider -r -m {MODULE}"),
-        (library.exists(), f"{library} is", f"rm {library}"),
+        (registration.module, f"registration of {target.module} is", f"cimprovider -r -m {target.module}"),
+        (target.library.exists(), f"{target.library} is", f"rm {target.library}"),
         (theirs, f"{', '.join(theirs)} are", f"cimcli dc -n {NAMESPACE}, in that order"),
     ):
         if wrong:
@@ -80,10 +90,14 @@ def schema_to_load(
     target: Target, payload: Payload, classes: set[str], given: str | None
 ) -> pathlib.Path | None:
     """The folder of the DMTF schema, when the namespace needs it; `given`: by the user."""
-    missing = sorted(payload.dmtf_classes - classes)
+    missing = sorted(payload.bases - classes)
     if not missing:
         return None
-    if classes and not target.record.entries.get("schema"):
+    if others := [name for name in missing if not name.startswith("CIM_")]:
+        reason = f"{NAMESPACE} lacks {', '.join(others)}, which classes of {payload.name} derive from"
+        raise CommandError("check the namespace", reason, "Install the module that defines that first.")
+    records = [target.record, *target.record.others()]
+    if classes and not any(record.entries.get("schema") for record in records):
         reason = f"others use {NAMESPACE}, and it lacks {', '.join(missing)}"
         remedy = "Load the DMTF schema as those others would have it, and run this again."
         raise CommandError("check the namespace", reason, remedy)

@@ -6,7 +6,7 @@ import dataclasses
 import pathlib
 
 from . import checks
-from .common import LIBRARY, NAMESPACE, digest, say
+from .common import NAMESPACE, digest, say
 from .payload import Payload
 from .queries import Client, query_classes
 from .record import Entries, Record
@@ -46,9 +46,15 @@ class Options:
     process: str | None = None  # a key of GROUPS
 
 
-def open_target(server: Server) -> Target:
+def open_target(server: Server, name: str) -> Target:
+    """The module of that name in the server, whether it is there or not."""
     folder = (server.home or pathlib.Path("/var/lib")) / "qbx-provider"
-    return Target(server, Record(folder), server.provider_folder / LIBRARY)
+    return Target(server, name, Record(folder / name))
+
+
+def shared_classes(record: Record) -> set[str]:
+    """The classes that this program has defined for other modules."""
+    return {name for other in record.others() for name in other.entries.get("classes", [])}
 
 
 # ---- install ----
@@ -96,25 +102,28 @@ class Plan:
 def make_plan(target: Target, payload: Payload, options: Options) -> Plan:
     """Checks what must hold for an installation, and compares."""
     server, entries = target.server, target.record.entries
-    registered, there = server.registration(), server.class_names()
+    registered, there = target.registration(), server.class_names()
+    checks.require_finished_others(target.record)
     if "classes" in entries:
-        checks.require_own_library(target.record, target.library, payload)
+        checks.require_own_library(target, payload)
     else:
-        checks.require_free_names(payload.served, target.library, registered, there)
+        checks.require_free_names(target, payload.served, registered, there)
     checks.require_array_library(server, payload.library)
     checks.require_room(target.library.parent, 4 * payload.library.stat().st_size)
 
     owned = entries.get("classes", [])
+    shared = shared_classes(target.record)
+    own = [name for name in owned if name not in shared]
     differing = payload.with_subclasses(set(payload.class_differences(server, there)))
-    foreign = (differing & there) - set(owned)
+    foreign = (differing & there) - set(own)
     return Plan(
         registered=registered,
         schema=checks.schema_to_load(target, payload, there, options.schema),
         instances=checks.instances_to_load(server, payload, options.system_instances),
         foreign=sorted(foreign),
         created=[name for name in payload.superclasses if name in differing - foreign],
-        replaced=[name for name in owned if name in differing or name not in payload.superclasses],
-        defined=[name for name in payload.superclasses if name in owned or name not in there],
+        replaced=[name for name in own if name in differing or name not in payload.superclasses],
+        defined=[name for name in payload.superclasses if name not in there - {*owned, *shared}],
         place=digest(target.library) != digest(payload.library),
         register=bool(registered.differences(payload.registration(server))),
         group=GROUPS.get(options.process or "", registered.group),
@@ -158,7 +167,7 @@ def install(
         ],
         dry_run,
     )
-    say("nothing was changed" if dry_run else f"installed: version {payload.version}")
+    say("nothing was changed" if dry_run else f"installed: {payload.name} {payload.version}")
 
 
 def without_files(entries: Entries) -> Entries:
@@ -169,17 +178,17 @@ def without_files(entries: Entries) -> Entries:
 
 
 def remove(target: Target, dry_run: bool) -> None:
-    """Undoes what install did."""
+    """Undoes what install did. Classes that other modules of this program have, too, stay."""
     server, record, entries = target.server, target.record, target.record.entries
-    registered, there = server.registration(), server.class_names()
+    registered, there = target.registration(), server.class_names()
     if "classes" not in entries:
-        checks.require_free_names([], target.library, registered, there)
+        checks.require_free_names(target, [], registered, there)
         say("nothing to do: it is not installed")
         return
-    checks.require_own_library(record, target.library, None)
+    checks.require_own_library(target, None)
     checks.lock(target)
     old = record.installed()
-    classes = [name for name in entries["classes"] if name in there]
+    classes = [name for name in entries["classes"] if name in there - shared_classes(record)]
     instances = entries.get("instances", [])
     run_steps(
         [
@@ -192,12 +201,15 @@ def remove(target: Target, dry_run: bool) -> None:
         ],
         dry_run,
     )
-    if entries.get("schema"):
+    others = record.others()
+    if entries.get("schema") and others and not dry_run:
+        others[0].write({**others[0].entries, "schema": True})  # for when that is removed
+    elif entries.get("schema"):
         say(
             f"The DMTF schema stays in {NAMESPACE}: the server cannot delete all its classes."
             f" If nobody else uses it: {server.without_namespace()}"
         )
-    say("nothing was changed" if dry_run else "removed")
+    say("nothing was changed" if dry_run else f"removed: {target.name}")
 
 
 # ---- check ----
@@ -212,7 +224,7 @@ def check(target: Target, payload: Payload, client: Client) -> bool:
         if difference:
             differs.append(what)
 
-    line("this version", "", payload.version)
+    line("this version", "", f"{payload.name} {payload.version}")
     line("server", "", f"OpenPegasus {server.version}, process {server.process}")
     line("installed", installation_fault(entries), f"version {entries.get('version')}")
     state = f"{target.library} is {'another file' if target.library.exists() else 'missing'}"
@@ -222,7 +234,7 @@ def check(target: Target, payload: Payload, client: Client) -> bool:
     good = (array or "not known") + (", a SIMULATED array" if simulated else "")
     line("array's library", "not found by the server's loader" if array == "" else "", good)
     line("classes", class_faults(payload.class_differences(server, server.class_names()), payload))
-    registered = server.registration()
+    registered = target.registration()
     line("registration", "; ".join(registered.differences(payload.registration(server))))
     if registered.module:
         status = registered.status
@@ -239,7 +251,8 @@ def check(target: Target, payload: Payload, client: Client) -> bool:
 def installation_fault(entries: Entries) -> str:
     """What is wrong with the record; empty when it is of a finished installation."""
     if begun := entries.get("begun"):
-        return f"begun, not finished: {begun}; run qbx-provider {begun.split()[0]} again"
+        again = f"run qbx-provider {begun.split()[0]} again, which goes on where that one stopped"
+        return f"begun, not finished: {begun}; {again}"
     return "" if "version" in entries else "not by qbx-provider"
 
 

@@ -4,9 +4,8 @@ import hashlib
 import pathlib
 
 NAMESPACE = "root/qbx"
-MODULE = "QBX_DriveCageProviderModule"
-LIBRARY = "libQBX_DriveCageProvider.so"
 ARRAY_LIBRARY = "libqbxapi.so"
+MANIFEST = "manifest.json"  # of a module; in the record's copies, too
 SYSTEM_INSTANCES = "system-instances.mof"  # in the package, and in the record's copies
 
 
@@ -15,6 +14,16 @@ class CommandError(Exception):
 
     def __init__(self, step: str, reason: str, remedy: str):
         super().__init__(f"{step}: {reason.strip()}\n  {remedy}")
+
+
+def module_of(name: str) -> str:
+    """What a module is called in its registration."""
+    return f"{name}Module"
+
+
+def library_of(name: str) -> str:
+    """The file of a module's library."""
+    return f"lib{name}.so"
 
 
 def say(text: str) -> None:

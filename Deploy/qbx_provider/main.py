@@ -10,21 +10,27 @@ import sys
 import xml.etree.ElementTree as ET
 
 from . import commands, package
-from .common import LIBRARY, CommandError
-from .payload import Payload
+from .common import MANIFEST, CommandError
+from .payload import Payload, read_manifest
 from .queries import Client, LocalClient, WireClient
 from .server import Server
-from .steps import UndoneError
+from .steps import Target, UndoneError
 
 
 def arguments() -> argparse.Namespace:
     parser = argparse.ArgumentParser(
         prog="qbx-provider",
-        description="Installs the drive cage module into an OpenPegasus CIM server that runs, "
+        description="Installs a provider module into an OpenPegasus CIM server that runs, "
         "removes it, or prints what is there and what differs from this version.",
     )
-    parser.add_argument("command", choices=("install", "remove", "check"))
     add = parser.add_argument
+    add("command", choices=("install", "remove", "check"))
+    add(
+        "module",
+        nargs="?",
+        help="its manifest.json, or the name of a module that is installed "
+        "(default: the drive cage module of the package)",
+    )
     add("--home", help="folder of the server (default: PEGASUS_HOME, or where packages put it)")
     add("--user", help="query over the wire as this user of server and array (default: locally)")
     add("--password-file", help="holds the user's password (default: prompt; -: standard input)")
@@ -44,8 +50,7 @@ def arguments() -> argparse.Namespace:
         "and as it is when installed already)",
     )
     add("--dry-run", action="store_true", help="print the steps, change nothing")
-    add("--module", type=pathlib.Path, help=f"{LIBRARY} (default: the package's)")
-    add("--mof", type=pathlib.Path, help="folder of its MOF files (default: the package's)")
+    add("--library", type=pathlib.Path, help="folder of the module's library (default: the manifest's)")
     add("--version", action="version", version=f"qbx-provider {package.VERSION}")
     return parser.parse_args()
 
@@ -62,25 +67,29 @@ def password(options: argparse.Namespace) -> str:
         raise CommandError("ask for the password", reason, "Give --password-file.") from None
 
 
-def chosen_payload(options: argparse.Namespace) -> Payload:
-    """The version that the options name; without them the package's."""
-    library = options.module or (package.LIBRARIES and package.LIBRARIES / LIBRARY)
-    schema = options.mof or package.SCHEMA
-    if not library or not schema:
-        reason = "the source tree has no build of its own"
-        remedy = "Give --module and --mof, as ./qbx install-provider does."
-        raise CommandError("find the module's files", reason, remedy)
-    return Payload(library.resolve(), schema.resolve())
+def chosen_module(server: Server, given: str | None) -> tuple[Target, pathlib.Path]:
+    """The module that the command line names, by its manifest or its name; and the manifest."""
+    manifest = pathlib.Path(given or package.MANIFEST or "")
+    if manifest.is_file():
+        return commands.open_target(server, read_manifest(manifest)["name"]), manifest.resolve()
+    if given and given == manifest.name:
+        target = commands.open_target(server, given)
+        if target.record.entries:
+            return target, target.record.copies / MANIFEST
+    reason = f"there is no file {given or MANIFEST}, and no module of that name is installed"
+    remedy = f"Give the {MANIFEST} of its build or package, or an installed module's name."
+    raise CommandError("find the module", reason, remedy)
 
 
 def run(options: argparse.Namespace) -> int:
     """Does what the command line says; returns the exit status."""
     server = Server(options.home or os.environ.get("PEGASUS_HOME"))
-    target = commands.open_target(server)
+    target, manifest = chosen_module(server, options.module)
     if options.command == "remove":
         commands.remove(target, options.dry_run)
         return 0
-    payload = chosen_payload(options)
+    libraries = [options.library] if options.library else [manifest.parent, package.LIBRARIES]
+    payload = Payload(manifest, [folder.resolve() for folder in libraries if folder])
     client: Client = LocalClient(server)
     if options.user:
         client = WireClient(server, options.user, password(options), options.url)

@@ -1,4 +1,4 @@
-"""The version, and where the module's files are. Only the source tree has this file: the build
+"""The version, and where the files of the drive cage module are. Only the source tree has this file: the build
 installs one from cmake/package.py.in in its place."""
 
 from __future__ import annotations
@@ -8,5 +8,5 @@ import re
 
 _PROJECT = pathlib.Path(__file__).resolve().parents[2] / "CMakeLists.txt"
 VERSION = re.findall(r"^project\(\w+ VERSION ([\d.]+)", _PROJECT.read_text(), re.MULTILINE)[0]
-LIBRARIES: pathlib.Path | None = None  # the builds have them: --module
-SCHEMA: pathlib.Path | None = None  # the builds have it: --mof
+LIBRARIES: pathlib.Path | None = None  # the builds have them: --library
+MANIFEST: pathlib.Path | None = None  # the builds have it

@@ -15,8 +15,7 @@ from .common import NAMESPACE, CommandError, say
 from .payload import Payload
 from .server import Server
 
-SYSTEM = "QBX_StorageSystem"  # class of the instance that CONTAINER needs from elsewhere
-CONTAINER = "QBX_SysCageContainer"
+SYSTEM = "QBX_StorageSystem"  # class of the instance that some classes need from elsewhere
 CIM_ERR_ACCESS_DENIED = 2  # exit status of cimcli
 
 ENUMERATE = """<?xml version="1.0" encoding="utf-8"?>
@@ -129,7 +128,7 @@ def query_classes(server: Server, payload: Payload, client: Client) -> None:
         except AccessDeniedError as error:
             denied = str(error)
         except QueryError as error:
-            if name != CONTAINER or server.instance_names(SYSTEM):
+            if name not in payload.needs_system or server.instance_names(SYSTEM):
                 remedy = "Troubleshooting.md says what that means."
                 raise CommandError(f"query {name}", str(error), remedy) from None
             say(f"  {name}: no {SYSTEM} in {NAMESPACE}: install the array's module that serves")

@@ -1,27 +1,28 @@
-"""What this program has done to a server, kept on disk."""
+"""What this program has done to a server for a module, kept on disk."""
 
 from __future__ import annotations
 
+import contextlib
 import json
 import pathlib
 import shutil
 from typing import Any
 
-from .common import LIBRARY, SYSTEM_INSTANCES, CommandError
+from .common import MANIFEST, SYSTEM_INSTANCES, CommandError
 from .payload import Payload
 
 Entries = dict[str, Any]
 
 
 class Record:
-    """The file record.json, and beside it a copy of the installed files.
+    """The file record.json in a folder of the module's name, and beside it a copy of its files.
 
     entries: none when nothing is installed, or else
       version    what is installed; absent during a first installation
       files      folder of the copies
       begun      the command that was begun and has not finished: "install 1.0.0" or "remove"
       digest     of the library
-      classes    that this program defined, bases first
+      classes    that this program defined for this module or another one, bases first
       instances  the classes whose instances it loaded
       schema     whether it loaded the DMTF schema, which alone can be left after a removal
     """
@@ -45,15 +46,23 @@ class Record:
 
     def installed(self) -> Payload | None:
         """The installed version; None when there is none, or not yet."""
-        return Payload(self.copies / LIBRARY, self.copies) if "version" in self.entries else None
+        copies = self.copies
+        return Payload(copies / MANIFEST, [copies]) if "version" in self.entries else None
+
+    def others(self) -> list[Record]:
+        """What was done to the server for other modules."""
+        files = sorted(self.folder.parent.glob("*/record.json"))
+        return [Record(file.parent) for file in files if file != self.file]
 
     def write(self, entries: Entries) -> None:
         """Replaces the record, at once; without entries nothing of it is left."""
         self.entries = entries
         if not entries:
             shutil.rmtree(self.folder, ignore_errors=True)
+            with contextlib.suppress(OSError):  # others are in it
+                self.folder.parent.rmdir()
             return
-        self.folder.mkdir(mode=0o755, exist_ok=True)
+        self.folder.mkdir(mode=0o755, parents=True, exist_ok=True)
         part = self.file.with_suffix(".new")
         part.write_text(json.dumps(entries, indent=1) + "\n")
         part.replace(self.file)
@@ -65,8 +74,8 @@ class Record:
         new = self.folder / ("files-2" if old.name == "files-1" else "files-1")
         shutil.rmtree(new, ignore_errors=True)
         new.mkdir()
-        shutil.copy(payload.library, new / LIBRARY)
-        for path in (*payload.schema.glob("*.mof"), payload.schema / "manifest.json"):
+        shutil.copy(payload.manifest, new / MANIFEST)
+        for path in (payload.library, *payload.folder.glob("*.mof")):
             shutil.copy(path, new)
         instances = instances or (self.instances if self.instances.exists() else None)
         if instances:

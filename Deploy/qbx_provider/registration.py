@@ -1,4 +1,4 @@
-"""How the module is registered with the server, or wants to be; CIM elements in XML, to compare."""
+"""How a module is registered with the server, or wants to be; CIM elements in XML, to compare."""
 
 from __future__ import annotations
 
@@ -6,7 +6,7 @@ import xml.etree.ElementTree as ET
 from collections.abc import Callable
 from typing import Any
 
-from .common import MODULE, NAMESPACE
+from .common import NAMESPACE
 
 
 def property_values(instance: ET.Element) -> dict[str, Any]:
@@ -33,19 +33,19 @@ class Registration:
     namespace that other modules serve, with the module's name.
     """
 
-    def __init__(self, instances: Callable[[str], list[dict[str, Any]]]):
-        """`instances` returns those of a class of the interop namespace."""
+    def __init__(self, module: str, instances: Callable[[str], list[dict[str, Any]]]):
+        """`module`: its name; `instances` returns those of a class of the interop namespace."""
         self.module: dict[str, Any] = {}
         self.parts: set[tuple] = set()  # providers (name), capabilities (class, provider, ...)
         self.by_others: dict[str, str] = {}
         for item in instances("PG_ProviderModule"):
-            if item["Name"] == MODULE:
+            if item["Name"] == module:
                 self.module = item
         for item in instances("PG_Provider"):
-            if item["ProviderModuleName"] == MODULE:
+            if item["ProviderModuleName"] == module:
                 self.parts.add((item["Name"],))
         for item in instances("PG_ProviderCapabilities"):
-            if item["ProviderModuleName"] == MODULE:
+            if item["ProviderModuleName"] == module:
                 names = ("ClassName", "ProviderName", "Namespaces", "ProviderType")
                 self.parts.add(tuple(item[name] for name in names))
             elif NAMESPACE in map(str.lower, item["Namespaces"]):

@@ -11,10 +11,10 @@ import subprocess
 import xml.etree.ElementTree as ET
 from typing import Any
 
-from .common import ARRAY_LIBRARY, MODULE, NAMESPACE, CommandError
-from .registration import Registration, property_values
+from .common import ARRAY_LIBRARY, NAMESPACE, CommandError
+from .registration import property_values
 
-SERVER_VERSION = "2.14"  # the module is built for the binary interface of its library
+SERVER_VERSION = "2.14"  # modules are built for the binary interface of its library
 INTEROP_NAMESPACES = ("root/PG_InterOp", "root/interop")
 CIM_ERR_INVALID_NAMESPACE = 3  # exit status of cimcli
 
@@ -249,25 +249,8 @@ class Server:
             command = ("cimcli", "di", "-n", NAMESPACE, path)
             self.check(f"delete {path}", "Look at the server's log.", *command)
 
-    # -- the module --
-
-    def registration(self) -> Registration:
-        """The module's registration as it is now."""
-
-        def instances(name: str) -> list[dict[str, Any]]:
-            text = self.run("cimcli", "ei", "-o", "xml", "-n", self.interop, name).stdout
-            text = re.sub(r"^path=.*$", "", text, flags=re.MULTILINE)
-            return [property_values(instance) for instance in ET.fromstring(f"<all>{text}</all>")]
-
-        return Registration(instances)
-
-    def control_module(self, *arguments: str) -> None:
-        """Runs cimprovider for the module: -e starts it, -d stops it, -r removes its registration,
-        -g GROUP says in which process it runs."""
-        remedy = "Try again when nobody uses the module; look at the server's log."
-        step = f"cimprovider {' '.join(arguments)}"
-        self.check(step, remedy, "cimprovider", *arguments, "-m", MODULE)
-
-    def start_module(self) -> None:
-        if self.registration().status != "OK":
-            self.control_module("-e")
+    def registered(self, class_name: str) -> list[dict[str, Any]]:
+        """The properties of the instances of a class of the interop namespace."""
+        text = self.run("cimcli", "ei", "-o", "xml", "-n", self.interop, class_name).stdout
+        text = re.sub(r"^path=.*$", "", text, flags=re.MULTILINE)
+        return [property_values(instance) for instance in ET.fromstring(f"<all>{text}</all>")]

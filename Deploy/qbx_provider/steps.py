@@ -10,20 +10,45 @@ import signal
 from collections.abc import Iterator
 from typing import ClassVar, NoReturn
 
-from .common import MODULE, NAMESPACE, CommandError, say
+from .common import NAMESPACE, CommandError, library_of, module_of, say
 from .payload import Payload
 from .queries import Client, query_classes
 from .record import Entries, Record
+from .registration import Registration
 from .server import Server, process_file, processes
 
 
 @dataclasses.dataclass
 class Target:
-    """A server, the record of what was done to it, and where it loads the module's library from."""
+    """A module in a server, by its name, and the record of what was done there for it."""
 
     server: Server
+    name: str
     record: Record
-    library: pathlib.Path
+
+    @property
+    def module(self) -> str:
+        return module_of(self.name)
+
+    @property
+    def library(self) -> pathlib.Path:
+        """Where the server loads the module's library from."""
+        return self.server.provider_folder / library_of(self.name)
+
+    def registration(self) -> Registration:
+        """The module's registration as it is now."""
+        return Registration(self.module, self.server.registered)
+
+    def control(self, *arguments: str) -> None:
+        """Runs cimprovider for the module: -e starts it, -d stops it, -r removes its registration,
+        -g GROUP says in which process it runs."""
+        remedy = "Try again when nobody uses the module; look at the server's log."
+        step = f"cimprovider {' '.join(arguments)}"
+        self.server.check(step, remedy, "cimprovider", *arguments, "-m", self.module)
+
+    def start(self) -> None:
+        if self.registration().status != "OK":
+            self.control("-e")
 
 
 @dataclasses.dataclass
@@ -213,6 +238,10 @@ def define_classes(server: Server, payload: Payload, replaced: list[str]) -> Non
     server.compile(remedy, NAMESPACE, payload.classes_mof, "-aEV")
 
 
+def counted(classes: list[str]) -> str:
+    return f"{len(classes)} class{'es' * (len(classes) != 1)}"
+
+
 @dataclasses.dataclass
 class LoadSchema(Step):
     """The DMTF schema stays in the namespace: the server cannot delete all its classes."""
@@ -247,9 +276,10 @@ class DefineClasses(Step):
 
     @property
     def text(self) -> str:
-        return f"define {len(self.created)} classes in {NAMESPACE}"
+        return f"define {counted(self.created)} in {NAMESPACE}"
 
     def do(self) -> None:
+        self.payload.declared_classes(self.target.server)  # all of them, or none
         define_classes(self.target.server, self.payload, self.replaced)
 
     def undo(self) -> None:
@@ -268,7 +298,7 @@ class DeleteClasses(Step):
 
     @property
     def text(self) -> str:
-        return f"delete {len(self.classes)} classes from {NAMESPACE}"
+        return f"delete {counted(self.classes)} from {NAMESPACE}"
 
     def do(self) -> None:
         self.target.server.delete_classes(self.classes)
@@ -316,15 +346,15 @@ class DeleteInstances(Step):
 # ---- the registration ----
 
 
-def register(server: Server, payload: Payload | None, group: str) -> None:
+def register(target: Target, payload: Payload | None, group: str) -> None:
     """Registers the module anew; without payload only removes its registration."""
-    if server.registration().module:
-        server.control_module("-r")
+    if target.registration().module:
+        target.control("-r")
     if payload:
         remedy = "Look at cimprovider -l -s, and at the server's log."
-        server.compile(remedy, server.interop, payload.registration_mof)
+        target.server.compile(remedy, target.server.interop, payload.registration_mof)
         if group:
-            server.control_module("-g", group)
+            target.control("-g", group)
 
 
 @dataclasses.dataclass
@@ -338,13 +368,13 @@ class RegisterModule(Step):
 
     @property
     def text(self) -> str:
-        return f"register {MODULE} in {self.target.server.interop}"
+        return f"register {self.target.module} in {self.target.server.interop}"
 
     def do(self) -> None:
-        register(self.target.server, self.payload, self.group)
+        register(self.target, self.payload, self.group)
 
     def undo(self) -> None:
-        register(self.target.server, self.old, self.old_group)
+        register(self.target, self.old, self.old_group)
 
 
 @dataclasses.dataclass
@@ -354,13 +384,13 @@ class Unregister(Step):
 
     @property
     def text(self) -> str:
-        return f"remove the registration of {MODULE}"
+        return f"remove the registration of {self.target.module}"
 
     def do(self) -> None:
-        self.target.server.control_module("-r")
+        self.target.control("-r")
 
     def undo(self) -> None:
-        register(self.target.server, self.old, self.old_group)
+        register(self.target, self.old, self.old_group)
 
 
 @dataclasses.dataclass
@@ -375,10 +405,10 @@ class SetProcess(Step):
         return f"run it in {'the server' if self.group else 'a process of its own'}"
 
     def do(self) -> None:
-        self.target.server.control_module("-g", self.group)
+        self.target.control("-g", self.group)
 
     def undo(self) -> None:
-        self.target.server.control_module("-g", self.old_group)
+        self.target.control("-g", self.old_group)
 
 
 @dataclasses.dataclass
@@ -388,10 +418,10 @@ class StopModule(Step):
     text = "stop the module"
 
     def do(self) -> None:
-        self.target.server.control_module("-d")
+        self.target.control("-d")
 
     def undo(self) -> None:
-        self.target.server.start_module()
+        self.target.start()
 
 
 @dataclasses.dataclass
@@ -400,7 +430,7 @@ class StartModule(Step):
     can_undo = False  # a module that was stopped is started by StopModule's undo
 
     def do(self) -> None:
-        self.target.server.start_module()
+        self.target.start()
 
 
 # ---- the check at the end ----
@@ -408,7 +438,7 @@ class StartModule(Step):
 
 def require_present_library(target: Target) -> None:
     """No process must run a library that was replaced."""
-    in_server = target.server.registration().group == "CIMServer"
+    in_server = target.registration().group == "CIMServer"
     for pid in [target.server.process] if in_server else processes("cimprovagt"):
         if f"{target.library} (deleted)" in process_file(pid, "maps"):
             reason = f"process {pid} still runs the one that was replaced"

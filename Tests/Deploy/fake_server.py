@@ -84,11 +84,15 @@ def set_status(code, instances=REGISTERED):
             properties["OperationalStatus"] = [code]
 
 
+def remove_module(name):
+    REGISTERED[:] = [each for each in REGISTERED if name not in each[1].values()]
+
+
 def cimprovider(option, *values):
     change({
         "-d": lambda: set_status("10"),
         "-e": lambda: set_status("2"),
-        "-r": REGISTERED.clear,
+        "-r": lambda: remove_module(values[-1]),
         "-g": lambda: REGISTERED[0][1].update(ModuleGroupName=values[0]),
     }[option])
 

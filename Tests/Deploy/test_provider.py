@@ -17,7 +17,7 @@ from Deploy.qbx_provider.server import Server as PegasusServer
 
 BUILD = pathlib.Path(os.environ["QBX_BUILD"]).resolve()
 PROGRAM, LIBRARIES = ROOT / "Deploy" / "qbx-provider", BUILD / "lib"
-LIBRARY, MODULE = "libQBX_DriveCageProvider.so", "QBX_DriveCageProviderModule"
+NAME, LIBRARY, MODULE = "QBX_DriveCageProvider", "libQBX_DriveCageProvider.so", "QBX_DriveCageProviderModule"
 CIMSERVER = """#include <stdio.h>
 #include <string.h>
 #include <unistd.h>
@@ -25,7 +25,8 @@ int main(int n, char** a) { if (n == 1) pause(); else if (strcmp(a[1], "-v") == 
 """
 # The schema of these tests: the module serves a cage and its one family, and looks up the system.
 SUPERCLASSES = {"QBX_StorageSystem": "CIM_A", "QBX_DriveCage": "CIM_B", "QBX_DriveCageDC1Family": "QBX_DriveCage"}
-MANIFEST = {"classes": SUPERCLASSES, "looked_up": ["QBX_StorageSystem"]}
+LOOKED_UP = ["QBX_StorageSystem"]
+FILES = {"mof": "classes.mof", "registration": "registration.mof", "looked_up": LOOKED_UP, "needs_system": []}
 DMTF = {"CIM_A": ["", []], "CIM_B": ["", []]}
 EMPTY: dict = {"classes": {}, "registered": [], "instances": []}
 SETTINGS = ["providerDir=lib"]
@@ -38,9 +39,9 @@ DELETE_BOTH, DELETE_CAGE = DELETE_ALL[:2], DELETE_ALL[1]  # the cage and its fam
 UPGRADE = [STOP, *DELETE_BOTH, DEFINE, UNREGISTER, REGISTER]
 
 
-def registration(module, version):
-    owner, served = {"ProviderModuleName": module}, ["QBX_DriveCage", "QBX_DriveCageDC1Family"]
-    marks = {"InterfaceType": "C++Default", "InterfaceVersion": "2.6.0", "Location": "QBX"}
+def registration(module, version, served=tuple(SUPERCLASSES)[1:]):
+    owner = {"ProviderModuleName": module}
+    marks = {"InterfaceType": "C++Default", "InterfaceVersion": "2.6.0", "Location": module.removesuffix("Module")}
     capability = {**owner, "ProviderName": "P", "Namespaces": ["root/qbx"], "ProviderType": ["2"]}
     return [
         ["PG_ProviderModule", {"Name": module, "Version": version, **marks}],
@@ -73,19 +74,25 @@ class Provider(Test):
             (self.home / "CIM241" / f"{name}.mof").touch()
         self.write_mof("CIM241/CIM_Schema.mof", classes=DMTF)
         for version, properties in ("1.0.0", ["Tag"]), ("1.0.1", ["Tag", "Extra"]):
-            folder = self.home / version
-            folder.mkdir()
-            (folder / "manifest.json").write_text(json.dumps({"version": version, **MANIFEST}))
-            classes = {name: [base, []] for name, base in SUPERCLASSES.items()}
-            classes["QBX_DriveCage"][1] = properties
-            self.write_mof(f"{version}/qbx_classes.mof", classes=classes)
-            self.write_mof(f"{version}/registration.mof", registered=registration(MODULE, version))
-            (folder / LIBRARY).write_bytes((LIBRARIES / LIBRARY).read_bytes() + version.encode())
+            self.write_module(version, NAME, SUPERCLASSES, properties)
         fake = pathlib.Path(__file__).with_name("fake_server.py")
         for program in ("cimcli", "cimmof", "cimprovider", "cimconfig"):
             shutil.copy(fake, self.home / "bin" / program)
         self.write_state(classes=DMTF)
         self.run_server("2.14.4")
+
+    def write_module(self, version, name, superclasses, properties=()):
+        """The files of a version of a module: its cages have these properties."""
+        folder = self.home / version
+        folder.mkdir()
+        manifest = {"name": name, "version": version, "classes": superclasses, **FILES}
+        (folder / "manifest.json").write_text(json.dumps(manifest))
+        classes = {each: [base, []] for each, base in superclasses.items()}
+        classes.get("QBX_DriveCage", ["", []])[1] += properties
+        self.write_mof(f"{version}/classes.mof", classes=classes)
+        registered = registration(f"{name}Module", version, [each for each in classes if each not in LOOKED_UP])
+        self.write_mof(f"{version}/registration.mof", registered=registered)
+        (folder / f"lib{name}.so").write_bytes((LIBRARIES / LIBRARY).read_bytes() + version.encode())
 
     def write_mof(self, name, **content):
         (self.home / name).write_text(json.dumps({**EMPTY, **content}))
@@ -111,8 +118,7 @@ class Provider(Test):
     def run_program(self, command, *options, version="1.0.0", event=None):
         """Exit status and output of the program, and the commands that changed the server."""
         self.write_state(**self.state() | ({"event": event} if event else {}))
-        folder = self.home / version
-        arguments = [command, "--module", folder / LIBRARY, "--mof", folder]
+        arguments = [command, self.home / version / "manifest.json"]
         environment = {**os.environ, "PEGASUS_HOME": str(self.home)}
         done = subprocess.run([PROGRAM, *arguments, *options], capture_output=True, text=True, env=environment)
         return done.returncode, done.stdout + done.stderr, self.state()["calls"]
@@ -146,8 +152,8 @@ class Provider(Test):
 
 class Commands(Provider):
     def test_installation_is_done_once(self):
-        self.succeeds("install", output="installed: version 1.0.0", calls=[DEFINE, REGISTER])
-        self.succeeds("install", output="installed: version 1.0.0")
+        self.succeeds("install", output="installed: QBX_DriveCageProvider 1.0.0", calls=[DEFINE, REGISTER])
+        self.succeeds("install", output="installed: QBX_DriveCageProvider 1.0.0")
         self.succeeds("check", output="classes:          as in this version")
 
     def test_check_names_what_is_missing(self):
@@ -161,7 +167,7 @@ class Commands(Provider):
     def test_upgrade_replaces_what_differs(self):
         self.run_program("install")
         with (self.home / "lib" / LIBRARY).open("rb") as mapped:
-            self.succeeds("install", version="1.0.1", output="version 1.0.1", calls=UPGRADE)
+            self.succeeds("install", version="1.0.1", output="installed: QBX_DriveCageProvider 1.0.1", calls=UPGRADE)
             old = (self.home / "1.0.0" / LIBRARY).read_bytes()
             self.assertEqual(mapped.read(), old, "the file that a process has mapped was changed")
         self.succeeds("check", version="1.0.1", output="registration:     as in this version")
@@ -230,6 +236,48 @@ class Commands(Provider):
         self.assertEqual(modules, server.provider_folder)
         self.assertEqual(schema, server.schema_folder(None))
         self.assertEqual(root / "var/lib/Pegasus/repository", server.repository)
+
+
+class SeveralModules(Provider):
+    """The drive cage module, and "node" beside it, which has the storage system's class, too."""
+
+    def setUp(self):
+        super().setUp()
+        self.write_module("node", "QBX_Node", {"QBX_StorageSystem": "CIM_A", "QBX_Node": "CIM_B"})
+
+    def test_second_is_installed_and_removed_alone(self):
+        self.run_program("install")
+        before = self.installed()
+        self.succeeds("install", version="node", output="define 1 class in", calls=[DEFINE, REGISTER])
+        self.succeeds("check", output="registration:     as in this version")
+        self.run_program("remove", version="node")
+        self.assertEqual(self.installed(), before)
+
+    def test_classes_of_two_stay_until_both_are_removed(self):
+        self.run_program("install")
+        self.run_program("install", version="node")
+        self.succeeds("remove", calls=[UNREGISTER, *DELETE_BOTH])
+        self.succeeds("check", version="node")
+        self.run_program("remove", version="node")
+        self.assertEqual((self.state()["classes"], self.state()["registered"]), (DMTF, []))
+
+    def test_rejects_installation_beside_half_an_installation(self):
+        self.run_program("install", event=(DEFINE, "kill"))
+        self.refused("QBX_DriveCageProvider: begun, not finished: install 1.0.0", version="node")
+
+    @cases(
+        Case("no_manifest", None, "manifest.json, and no module of that name is installed"),
+        Case("no_json", "MOF", "read the manifest: "),
+        Case("another_file", "[]", "it is the manifest of nothing"),
+    )
+    def test_rejects_module_without_manifest(self, content, reason):
+        file = self.home / "node" / "manifest.json"
+        file.write_text(content) if content else file.unlink()
+        self.refused(reason, version="node")
+
+    def test_rejects_manifest_that_differs_from_the_mof(self):
+        self.write_mof("node/classes.mof", classes={"QBX_Node": ["CIM_B", []]})
+        self.refused("classes.mof declares QBX_StorageSystem otherwise, or not", version="node")
 
 
 class Interruptions(Provider):

@@ -65,8 +65,8 @@ class InstalledToolkit(unittest.TestCase):
         system = array["storageArray"]
         module = next(self.prefix.rglob("libqbxapi.so")).parent
         options = ("--provider-dir", build, "--provider-dir", module,
-                   "--schema", f"root/qbx={SOURCES / 'QBX_ExampleNode.mof'}",
-                   "--schema", f"root/interop={SOURCES / 'registration.mof'}")
+                   "--schema", f"root/qbx={build / 'QBX_ExampleNode.mof'}",
+                   "--schema", f"root/interop={build / 'registration.mof'}")
         with Server(self.prefix, *options) as server:
             client = Wbemcli(server)
             path = f'QBX_ExampleNode.CreationClassName="QBX_ExampleNode",Tag="{system["name"]}"'
