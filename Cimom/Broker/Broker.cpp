@@ -8,7 +8,6 @@
 #include <Pegasus/Provider/CIMInstanceProvider.h>
 #include <Pegasus/Provider/CIMMethodProvider.h>
 
-#include <algorithm>
 #include <utility>
 
 PEGASUS_USING_PEGASUS;

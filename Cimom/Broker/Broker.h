@@ -7,12 +7,7 @@
 #include "Repository/Repository.h"
 
 #include <Pegasus/Common/CIMParamValue.h>
-#include <Pegasus/Common/CIMStatusCode.h>
-#include <Pegasus/Provider/CIMProvider.h>
 
-#include <filesystem>
-#include <memory>
-#include <utility>
 #include <vector>
 
 namespace cimom

@@ -3,7 +3,6 @@
 
 #include "CimXml/Decode.h"
 #include "CimXml/Operations.h"
-#include "Model/Errors.h"
 
 #include <map>
 #include <optional>
