@@ -57,12 +57,13 @@ public:
         return CIMInstance();
     }
     Array<CIMInstance> enumerateInstances(const OperationContext&, const CIMNamespaceName&,
-                                          const CIMName&, bool, const cimom::InstanceView&) override
+                                          const CIMName&, bool, const cimom::InstanceView&,
+                                          cimom::PathForm) override
     {
         return Array<CIMInstance>();
     }
     Array<CIMObjectPath> enumerateInstanceNames(const OperationContext&, const CIMNamespaceName&,
-                                                const CIMName&) override
+                                                const CIMName&, cimom::PathForm) override
     {
         return Array<CIMObjectPath>(1, CIMObjectPath("QBX_SystemPackage.Tag=\"QBX-1000001\""));
     }

@@ -33,11 +33,6 @@ bool plays(const Property& reference, const String& role)
 
 }  // namespace
 
-Traversal byAssociation(const Traversal& references)
-{
-    return {references.source, references.resultClass, CIMName(), references.role, String()};
-}
-
 AssociationSchema::AssociationSchema(const Repository& repository) : repository_(repository)
 {
     for (const CIMNamespaceName& nameSpace : repository.namespaces()) {
@@ -50,26 +45,41 @@ AssociationSchema::AssociationSchema(const Repository& repository) : repository_
     }
 }
 
+void AssociationSchema::requireClasses(const CIMNamespaceName& nameSpace,
+                                       const Traversal& traversal,
+                                       CIMStatusCode whenNoAssociation) const
+{
+    if (!traversal.associationClass.isNull())
+        repository_.requireClass(nameSpace, traversal.associationClass, whenNoAssociation);
+    if (!traversal.resultClass.isNull())
+        repository_.requireClass(nameSpace, traversal.resultClass, CIM_ERR_INVALID_CLASS);
+}
+
+std::vector<const AssociationSchema::Association*> AssociationSchema::associations(
+    const CIMNamespaceName& nameSpace, const CIMName& wanted) const
+{
+    std::vector<const Association*> found;
+    for (const Association& association : associations_) {
+        const bool isWanted = wanted.isNull() || has(association.lineage, wanted);
+        if (isWanted && association.nameSpace.equal(nameSpace)) found.push_back(&association);
+    }
+    return found;
+}
+
 std::vector<CIMName> AssociationSchema::associationsOf(const CIMNamespaceName& nameSpace,
                                                        const Traversal& traversal) const
 {
-    const CIMName& wanted = traversal.associationClass;
-    if (!wanted.isNull()) repository_.requireClass(nameSpace, wanted, CIM_ERR_INVALID_PARAMETER);
-    if (!traversal.resultClass.isNull())
-        repository_.requireClass(nameSpace, traversal.resultClass, CIM_ERR_INVALID_CLASS);
+    requireClasses(nameSpace, traversal, CIM_ERR_INVALID_PARAMETER);
     const std::vector<CIMName> fitting =
         repository_.lineage(nameSpace, traversal.source.getClassName(), CIM_ERR_INVALID_PARAMETER);
-
     const auto fitsSource = [&](const auto& property) {
         return isReference(*property) && has(fitting, property->referenceClassName);
     };
     std::vector<CIMName> names;
-    for (const Association& association : associations_) {
-        const auto& properties = association.definition->properties;
-        const bool isWanted = (wanted.isNull() || has(association.lineage, wanted)) &&
-                              std::any_of(properties.begin(), properties.end(), fitsSource);
-        if (isWanted && association.nameSpace.equal(nameSpace))
-            names.push_back(association.definition->name());
+    for (const Association* each : associations(nameSpace, traversal.associationClass)) {
+        const auto& properties = each->definition->properties;
+        if (std::any_of(properties.begin(), properties.end(), fitsSource))
+            names.push_back(each->definition->name());
     }
     return names;
 }
@@ -80,16 +90,14 @@ std::vector<AssociationSchema::Reference> AssociationSchema::referencesTo(
     std::vector<CIMName> sources =
         repository_.lineage(nameSpace, traversal.source.getClassName(), CIM_ERR_INVALID_PARAMETER);
     std::rotate(sources.begin(), sources.begin() + 1, sources.end());
-    const CIMName& wanted = traversal.associationClass;
+    const auto candidates = associations(nameSpace, traversal.associationClass);
     std::vector<Reference> found;
     for (const CIMName& source : sources) {
-        for (const Association& association : associations_) {
-            if (!association.nameSpace.equal(nameSpace)) continue;
-            if (!wanted.isNull() && !has(association.lineage, wanted)) continue;
-            for (const auto& property : association.definition->properties) {
+        for (const Association* each : candidates) {
+            for (const auto& property : each->definition->properties) {
                 if (isReference(*property) && property->referenceClassName == source &&
                     plays(*property, traversal.role))
-                    found.push_back({association.definition.get(), property.get()});
+                    found.push_back({each->definition.get(), property.get()});
             }
         }
     }
@@ -104,26 +112,18 @@ bool AssociationSchema::isKindOf(const CIMNamespaceName& nameSpace, const CIMNam
            has(repository_.lineage(nameSpace, name, CIM_ERR_FAILED), wanted);
 }
 
-std::vector<CIMName> AssociationSchema::referenceClasses(const CIMNamespaceName& nameSpace,
-                                                         const Traversal& traversal) const
+std::vector<CIMName> AssociationSchema::classesOf(const CIMNamespaceName& nameSpace,
+                                                  const Traversal& traversal) const
 {
-    const Traversal ofAssociations = byAssociation(traversal);
-    const CIMName& wanted = ofAssociations.associationClass;
-    if (!wanted.isNull()) repository_.requireClass(nameSpace, wanted, CIM_ERR_INVALID_PARAMETER);
-    std::vector<CIMName> names;
-    for (const Reference& reference : referencesTo(nameSpace, ofAssociations))
-        addOnce(names, reference.association->name());
-    return names;
-}
-
-std::vector<CIMName> AssociationSchema::associatorClasses(const CIMNamespaceName& nameSpace,
-                                                          const Traversal& traversal) const
-{
-    for (const CIMName& name : {traversal.associationClass, traversal.resultClass}) {
-        if (!name.isNull()) repository_.requireClass(nameSpace, name, CIM_ERR_INVALID_CLASS);
-    }
+    const bool isOfAssociations = traversal.kind == Traversal::References;
+    requireClasses(nameSpace, traversal,
+                   isOfAssociations ? CIM_ERR_INVALID_PARAMETER : CIM_ERR_INVALID_CLASS);
     std::vector<CIMName> names;
     for (const Reference& reference : referencesTo(nameSpace, traversal)) {
+        if (isOfAssociations) {
+            addOnce(names, reference.association->name());
+            continue;
+        }
         for (const auto& other : reference.association->properties) {
             if (!isReference(*other) || other.get() == reference.property) continue;
             const CIMName& name = other->referenceClassName;

@@ -9,19 +9,23 @@ namespace cimom
 {
 
 /// Where a traversal of associations starts and what it is narrowed down to; null names and empty
-/// roles let everything pass. References use `resultClass` for the association.
+/// roles let everything pass.
 struct Traversal
 {
+    /// What it finds: the objects at the other ends of the associations, or the associations.
+    enum Kind
+    {
+        Associators,
+        References
+    };
+
+    Kind kind;
     CIMObjectPath source;
     CIMName associationClass;
-    CIMName resultClass;
+    CIMName resultClass;  ///< as the role below, of the objects at the other ends
     Pegasus::String role;
     Pegasus::String resultRole;
 };
-
-/// The same traversal as one over associations whose class is the result class. It does not
-/// restrict the objects at the other end.
-Traversal byAssociation(const Traversal& references);
 
 /// The association classes of all namespaces. Read once, immutable.
 class AssociationSchema
@@ -35,12 +39,10 @@ public:
     /// and its subclasses if one is given. Throws CIMException for unknown classes.
     std::vector<CIMName> associationsOf(const CIMNamespaceName&, const Traversal&) const;
 
-    /// The association classes that refer to the source's class or one of its superclasses in that
-    /// role: those of the superclasses first, the nearest before the others. Throws CIMException
-    /// for unknown classes.
-    std::vector<CIMName> referenceClasses(const CIMNamespaceName&, const Traversal&) const;
-    /// The classes at the other ends of such associations. Throws CIMException for unknown classes.
-    std::vector<CIMName> associatorClasses(const CIMNamespaceName&, const Traversal&) const;
+    /// What a traversal from a class finds: the association classes that refer to it or one of its
+    /// superclasses in that role, those of the superclasses first, the nearest before the others;
+    /// or the classes at their other ends. Throws CIMException for unknown classes.
+    std::vector<CIMName> classesOf(const CIMNamespaceName&, const Traversal&) const;
 
 private:
     /// An association class, with the names of itself and its superclasses.
@@ -57,6 +59,12 @@ private:
         const Property* property;
     };
 
+    /// Throws CIMException when the traversal is narrowed down to a class that is unknown.
+    void requireClasses(const CIMNamespaceName&, const Traversal&,
+                        Pegasus::CIMStatusCode whenNoAssociation) const;
+    /// The associations of that class (null: of any) and its subclasses.
+    std::vector<const Association*> associations(const CIMNamespaceName&,
+                                                 const CIMName& wanted) const;
     /// The references that a traversal from a class can start with.
     std::vector<Reference> referencesTo(const CIMNamespaceName&, const Traversal&) const;
 

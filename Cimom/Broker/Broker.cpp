@@ -8,7 +8,6 @@
 #include <Pegasus/Provider/CIMInstanceProvider.h>
 #include <Pegasus/Provider/CIMMethodProvider.h>
 
-#include <algorithm>
 #include <utility>
 
 PEGASUS_USING_PEGASUS;
@@ -111,10 +110,35 @@ CIMObjectPath Broker::reference(const CIMNamespaceName& nameSpace, CIMObjectPath
     return path;
 }
 
-void Broker::locate(const CIMNamespaceName& nameSpace, CIMObjectPath& path) const
+void Broker::putInForm(PathForm form, const CIMNamespaceName& nameSpace, CIMObjectPath& path) const
 {
-    if (path.getHost().size() == 0) path.setHost(options_.hostName);
-    if (path.getNameSpace().isNull()) path.setNameSpace(nameSpace);
+    if (form == PathForm::Local) {
+        path.setHost(String());
+        path.setNameSpace(CIMNamespaceName());
+    } else {
+        if (path.getHost().size() == 0) path.setHost(options_.hostName);
+        if (path.getNameSpace().isNull()) path.setNameSpace(nameSpace);
+    }
+}
+
+void Broker::putInForm(PathForm form, const CIMNamespaceName& nameSpace,
+                       Array<CIMObjectPath>& paths) const
+{
+    for (Uint32 i = 0; i < paths.size(); ++i)
+        putInForm(form, nameSpace, paths[i]);
+}
+
+template <class Object>
+void Broker::addFiltered(Array<CIMInstance>& results, Array<Object>& found,
+                         const InstanceFilter& filter, PathForm form,
+                         const CIMNamespaceName& nameSpace) const
+{
+    for (Uint32 i = 0; i < found.size(); ++i) {
+        const CIMInstance instance(std::exchange(found[i], Object()));
+        CIMObjectPath path = instance.getPath();
+        putInForm(form, nameSpace, path);
+        results.append(filter.apply(instance, path));
+    }
 }
 
 // ---- Schema ----
@@ -172,21 +196,6 @@ CIMInstance Broker::getInstance(const OperationContext& context, const CIMNamesp
     return found.isUninitialized() ? found : filter.apply(found, localPath(found.getPath()));
 }
 
-void Broker::putInForm(PathForm form, const CIMNamespaceName& nameSpace, CIMObjectPath& path) const
-{
-    if (form == PathForm::Full) return locate(nameSpace, path);
-    path.setHost(String());
-    path.setNameSpace(CIMNamespaceName());
-}
-
-Array<CIMInstance> Broker::enumerateInstances(const OperationContext& context,
-                                              const CIMNamespaceName& nameSpace,
-                                              const CIMName& className, bool deep,
-                                              const InstanceView& view)
-{
-    return enumerateInstances(context, nameSpace, className, deep, view, PathForm::Local);
-}
-
 Array<CIMInstance> Broker::enumerateInstances(const OperationContext& context,
                                               const CIMNamespaceName& nameSpace,
                                               const CIMName& className, bool deep,
@@ -216,21 +225,9 @@ Array<CIMInstance> Broker::enumerateInstances(const OperationContext& context,
             for (const CIMInstance& stored : repository_.instancesOf(nameSpace, name))
                 found.append(stored);
         }
-        for (Uint32 i = 0; i < found.size(); ++i) {
-            const CIMInstance instance = std::exchange(found[i], CIMInstance());
-            CIMObjectPath path = instance.getPath();
-            putInForm(form, nameSpace, path);
-            results.append(filter.apply(instance, path));
-        }
+        addFiltered(results, found, filter, form, nameSpace);
     });
     return results;
-}
-
-Array<CIMObjectPath> Broker::enumerateInstanceNames(const OperationContext& context,
-                                                    const CIMNamespaceName& nameSpace,
-                                                    const CIMName& className)
-{
-    return enumerateInstanceNames(context, nameSpace, className, PathForm::Local);
 }
 
 Array<CIMObjectPath> Broker::enumerateInstanceNames(const OperationContext& context,
@@ -241,21 +238,17 @@ Array<CIMObjectPath> Broker::enumerateInstanceNames(const OperationContext& cont
     Array<CIMObjectPath> results;
     forEachClass(names, names.size() > 1, [&](const CIMName& name) {
         ProviderObject* const target = registry_.find(nameSpace, name, ProviderKind::Instance);
-        if (target == nullptr) {
-            for (const CIMInstance& stored : repository_.instancesOf(nameSpace, name)) {
-                CIMObjectPath path = stored.getPath();
-                putInForm(form, nameSpace, path);
-                results.append(path);
-            }
-            return;
-        }
         const auto call = [&](auto& provider, const OperationContext& callContext, auto& handler) {
             provider.enumerateInstanceNames(callContext, classPath(nameSpace, name), handler);
         };
-        Array<CIMObjectPath> found =
-            callProvider<CIMInstanceProvider, PathListHandler>(context, *target, call);
-        for (Uint32 i = 0; i < found.size(); ++i)
-            putInForm(form, nameSpace, found[i]);
+        Array<CIMObjectPath> found;
+        if (target != nullptr) {
+            found = callProvider<CIMInstanceProvider, PathListHandler>(context, *target, call);
+        } else {
+            for (const CIMInstance& stored : repository_.instancesOf(nameSpace, name))
+                found.append(stored.getPath());
+        }
+        putInForm(form, nameSpace, found);
         results.appendArray(found);
     });
     return results;
@@ -347,8 +340,8 @@ CIMValue Broker::invokeMethod(const OperationContext& context, const CIMNamespac
 // ---- Associations ----
 
 template <class Handler, class Call>
-auto Broker::traverse(const OperationContext& context, const CIMNamespaceName& nameSpace,
-                      const Traversal& traversal, Call call) const
+auto Broker::callAssociations(const OperationContext& context, const CIMNamespaceName& nameSpace,
+                              const Traversal& traversal, Call call) const
 {
     const CIMObjectPath source = reference(nameSpace, traversal.source);
     decltype(std::declval<Handler>().result()) results;
@@ -367,82 +360,44 @@ auto Broker::traverse(const OperationContext& context, const CIMNamespaceName& n
     return results;
 }
 
-Array<CIMObjectPath> Broker::located(const CIMNamespaceName& nameSpace,
-                                     Array<CIMObjectPath> paths) const
-{
-    for (Uint32 i = 0; i < paths.size(); ++i)
-        locate(nameSpace, paths[i]);
-    return paths;
-}
-
-Array<CIMInstance> Broker::filtered(const InstanceFilter& filter, const CIMNamespaceName& nameSpace,
-                                    Array<CIMObject> objects) const
-{
-    Array<CIMInstance> results;
-    for (Uint32 i = 0; i < objects.size(); ++i) {
-        const CIMInstance instance(std::exchange(objects[i], CIMObject()));
-        CIMObjectPath path = instance.getPath();
-        locate(nameSpace, path);
-        results.append(filter.apply(instance, path));
-    }
-    return results;
-}
-
-Array<CIMInstance> Broker::associators(const OperationContext& context,
-                                       const CIMNamespaceName& nameSpace,
-                                       const Traversal& traversal, const InstanceView& requested)
+Array<CIMInstance> Broker::traverse(const OperationContext& context,
+                                    const CIMNamespaceName& nameSpace, const Traversal& traversal,
+                                    const InstanceView& requested)
 {
     const InstanceFilter filter(requested);
     const InstanceView& view = filter.view();
     const auto call = [&](auto& provider, auto& callContext, auto& source, auto& association,
                           auto& handler) {
+        if (traversal.kind == Traversal::References) {
+            return provider.references(callContext, source, association, traversal.role,
+                                       view.includeQualifiers, view.includeClassOrigin,
+                                       view.properties, handler);
+        }
         provider.associators(callContext, source, association, traversal.resultClass,
                              traversal.role, traversal.resultRole, view.includeQualifiers,
                              view.includeClassOrigin, view.properties, handler);
     };
-    return filtered(filter, nameSpace,
-                    traverse<ObjectListHandler>(context, nameSpace, traversal, call));
+    auto found = callAssociations<ObjectListHandler>(context, nameSpace, traversal, call);
+    Array<CIMInstance> results;
+    addFiltered(results, found, filter, PathForm::Full, nameSpace);
+    return results;
 }
 
-Array<CIMObjectPath> Broker::associatorNames(const OperationContext& context,
-                                             const CIMNamespaceName& nameSpace,
-                                             const Traversal& traversal)
+Array<CIMObjectPath> Broker::traverseNames(const OperationContext& context,
+                                           const CIMNamespaceName& nameSpace,
+                                           const Traversal& traversal)
 {
     const auto call = [&](auto& provider, auto& callContext, auto& source, auto& association,
                           auto& handler) {
+        if (traversal.kind == Traversal::References)
+            return provider.referenceNames(callContext, source, association, traversal.role,
+                                           handler);
         provider.associatorNames(callContext, source, association, traversal.resultClass,
                                  traversal.role, traversal.resultRole, handler);
     };
-    return located(nameSpace, traverse<PathListHandler>(context, nameSpace, traversal, call));
-}
-
-Array<CIMInstance> Broker::references(const OperationContext& context,
-                                      const CIMNamespaceName& nameSpace, const Traversal& traversal,
-                                      const InstanceView& requested)
-{
-    const InstanceFilter filter(requested);
-    const InstanceView& view = filter.view();
-    const auto call = [&](auto& provider, auto& callContext, auto& source, auto& association,
-                          auto& handler) {
-        provider.references(callContext, source, association, traversal.role,
-                            view.includeQualifiers, view.includeClassOrigin, view.properties,
-                            handler);
-    };
-    return filtered(
-        filter, nameSpace,
-        traverse<ObjectListHandler>(context, nameSpace, byAssociation(traversal), call));
-}
-
-Array<CIMObjectPath> Broker::referenceNames(const OperationContext& context,
-                                            const CIMNamespaceName& nameSpace,
-                                            const Traversal& traversal)
-{
-    const auto call = [&](auto& provider, auto& callContext, auto& source, auto& association,
-                          auto& handler) {
-        provider.referenceNames(callContext, source, association, traversal.role, handler);
-    };
-    return located(nameSpace,
-                   traverse<PathListHandler>(context, nameSpace, byAssociation(traversal), call));
+    auto found = callAssociations<PathListHandler>(context, nameSpace, traversal, call);
+    putInForm(PathForm::Full, nameSpace, found);
+    return found;
 }
 
 }  // namespace cimom

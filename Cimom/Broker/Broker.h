@@ -7,25 +7,13 @@
 #include "Repository/Repository.h"
 
 #include <Pegasus/Common/CIMParamValue.h>
-#include <Pegasus/Common/CIMStatusCode.h>
-#include <Pegasus/Provider/CIMProvider.h>
 
-#include <filesystem>
-#include <memory>
-#include <utility>
 #include <vector>
 
 namespace cimom
 {
 
 class InstanceFilter;
-
-/// How paths in results name instances: within their namespace, or with host and namespace.
-enum class PathForm
-{
-    Local,
-    Full
-};
 
 /// Routes operations: subclass fan-out, association routing, static instances, upcalls with their
 /// contexts, and exceptions turned into CIM errors. Providers are loaded at the first request for
@@ -71,15 +59,10 @@ public:
     CIMInstance getInstance(const OperationContext&, const CIMNamespaceName&, const CIMObjectPath&,
                             const InstanceView&) override;
     Array<CIMInstance> enumerateInstances(const OperationContext&, const CIMNamespaceName&,
-                                          const CIMName& className, bool deep,
-                                          const InstanceView&) override;
-    Array<CIMInstance> enumerateInstances(const OperationContext&, const CIMNamespaceName&,
                                           const CIMName& className, bool deep, const InstanceView&,
-                                          PathForm);
+                                          PathForm) override;
     Array<CIMObjectPath> enumerateInstanceNames(const OperationContext&, const CIMNamespaceName&,
-                                                const CIMName& className) override;
-    Array<CIMObjectPath> enumerateInstanceNames(const OperationContext&, const CIMNamespaceName&,
-                                                const CIMName& className, PathForm);
+                                                const CIMName& className, PathForm) override;
     CIMObjectPath createInstance(const OperationContext&, const CIMNamespaceName&,
                                  const CIMInstance&);
     /// The instance's path names the target.
@@ -100,27 +83,24 @@ public:
 
     // ---- Associations ----
 
-    Array<CIMInstance> associators(const OperationContext&, const CIMNamespaceName&,
-                                   const Traversal&, const InstanceView&);
-    Array<CIMObjectPath> associatorNames(const OperationContext&, const CIMNamespaceName&,
-                                         const Traversal&);
-    Array<CIMInstance> references(const OperationContext&, const CIMNamespaceName&,
-                                  const Traversal&, const InstanceView&);
-    Array<CIMObjectPath> referenceNames(const OperationContext&, const CIMNamespaceName&,
-                                        const Traversal&);
+    /// What the traversal from an instance finds.
+    Array<CIMInstance> traverse(const OperationContext&, const CIMNamespaceName&, const Traversal&,
+                                const InstanceView&);
+    Array<CIMObjectPath> traverseNames(const OperationContext&, const CIMNamespaceName&,
+                                       const Traversal&);
 
 private:
     /// The class, in the client's spelling, and all below it in schema order.
     std::vector<CIMName> withSubclasses(const CIMNamespaceName&, const CIMName& className) const;
     /// The path as a provider receives it: with this server's host and the request's namespace.
     CIMObjectPath reference(const CIMNamespaceName&, CIMObjectPath) const;
+    /// A full path gets this server's host and the namespace where it has none.
     void putInForm(PathForm, const CIMNamespaceName&, CIMObjectPath&) const;
-    /// Gives the path this server's host and the namespace where it has none.
-    void locate(const CIMNamespaceName&, CIMObjectPath&) const;
-    Array<CIMObjectPath> located(const CIMNamespaceName&, Array<CIMObjectPath>) const;
-    /// The objects filtered, each under its located path.
-    Array<CIMInstance> filtered(const InstanceFilter&, const CIMNamespaceName&,
-                                Array<Pegasus::CIMObject> objects) const;
+    void putInForm(PathForm, const CIMNamespaceName&, Array<CIMObjectPath>&) const;
+    /// Moves what was found to the results: filtered, and each under its path in that form.
+    template <class Object>
+    void addFiltered(Array<CIMInstance>& results, Array<Object>& found, const InstanceFilter&,
+                     PathForm, const CIMNamespaceName&) const;
 
     /// The provider of the class's instances for operations that write; null when the repository
     /// serves them. Throws CIM_ERR_NOT_SUPPORTED when clients may not change those.
@@ -129,8 +109,8 @@ private:
     /// association class of the traversal, and returns all results. Providers that throw
     /// CIM_ERR_NOT_SUPPORTED have none.
     template <class Handler, class Call>
-    auto traverse(const OperationContext&, const CIMNamespaceName&, const Traversal&,
-                  Call call) const;
+    auto callAssociations(const OperationContext&, const CIMNamespaceName&, const Traversal&,
+                          Call call) const;
 
     Repository& repository_;
     const BrokerOptions options_;

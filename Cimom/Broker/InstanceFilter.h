@@ -7,7 +7,6 @@
 
 #include <cstddef>
 #include <map>
-#include <memory>
 
 namespace cimom
 {

@@ -3,7 +3,6 @@
 
 #include "CimXml/Decode.h"
 #include "CimXml/Operations.h"
-#include "Model/Errors.h"
 
 #include <map>
 #include <optional>
@@ -129,10 +128,16 @@ public:
     {
         return schema.subclassNames(nameSpace, className(), deep(false));
     }
-    Traversal traversal() const
+    Traversal traversal(Traversal::Kind kind, const CIMObjectPath& source) const
     {
-        return {required("ObjectName", xml::decodeObjectName), className("AssocClass"),
-                className("ResultClass"), text("Role"), text("ResultRole")};
+        if (kind == Traversal::References)
+            return {kind, source, className("ResultClass"), CIMName(), text("Role"), {}};
+        return {kind,
+                source,
+                className("AssocClass"),
+                className("ResultClass"),
+                text("Role"),
+                text("ResultRole")};
     }
 
 private:

@@ -88,19 +88,6 @@ T parse(const XmlElement& element)
     }
 }
 
-/// The value of these VALUE elements; there is exactly one unless it is an array.
-CIMValue parseValues(const std::vector<const XmlElement*>& values, CIMType type, bool isArray)
-{
-    return visitType(type, [&](auto sample) {
-        using T = decltype(sample);
-        if (!isArray) return CIMValue(parse<T>(*values[0]));
-        Array<T> items;
-        for (const XmlElement* value : values)
-            items.append(parse<T>(*value));
-        return CIMValue(items);
-    });
-}
-
 /// Checks that a path element has two children: the location of the object, and its name.
 void expectPathParts(const XmlElement& element, const std::string& where)
 {
@@ -337,9 +324,12 @@ CIMValue decodeValue(const XmlElement& holder, CIMType type, bool isArray)
     if (value->name == "VALUE.REFARRAY") return decodeReferences(*value);
     isArray = value->name == "VALUE.ARRAY";
     const auto values = valuesOf(*value);
+    const auto parseElement = [](const XmlElement* element, const auto& sample) {
+        return parse<std::decay_t<decltype(sample)>>(*element);
+    };
     const std::string refusal = std::string("Invalid ") + cimTypeToString(type) + " value";
     try {
-        return parseValues(values, type, isArray);
+        return readItems(values, type, isArray, parseElement);
     } catch (const Exception&) {
         throw semanticError(*value, refusal);
     } catch (const RequestError& error) {  // of an embedded object

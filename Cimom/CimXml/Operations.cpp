@@ -1,10 +1,6 @@
 #include "CimXml/Operations.h"
 
 #include "CimXml/Call.h"
-#include "CimXml/Decode.h"
-#include "CimXml/PullOperations.h"
-
-#include <utility>
 
 PEGASUS_USING_PEGASUS;
 
@@ -47,8 +43,17 @@ bool isOfClass(const Call& c)
     return name && xml::onlyChild(*name).name == "CLASSNAME";
 }
 
-void writeClasses(const Call& c, ReplyWriter& reply, const std::vector<CIMName>& names)
+template <Traversal::Kind kind>
+void traverse(const Call& c, ReplyWriter& reply)
 {
+    const Traversal traversal = c.traversal(kind, c.required("ObjectName", xml::decodeObjectName));
+    if (!isOfClass(c)) {
+        reply.keepEmptyReturnValue();
+        return reply.writeEach(
+            c.broker.traverse(c.identity, c.nameSpace, traversal, c.instanceView()),
+            &xml::Encoder::writeObjectWithPath);
+    }
+    const auto names = c.broker.associations().classesOf(c.nameSpace, traversal);
     const ClassView view{false, c.flag("IncludeQualifiers", false),
                          c.flag("IncludeClassOrigin", false), c.propertyList()};
     for (const CIMName& name : names) {
@@ -57,63 +62,17 @@ void writeClasses(const Call& c, ReplyWriter& reply, const std::vector<CIMName>&
     }
 }
 
-void writeClassPaths(const Call& c, ReplyWriter& reply, const std::vector<CIMName>& names)
+template <Traversal::Kind kind>
+void traverseNames(const Call& c, ReplyWriter& reply)
 {
-    for (const CIMName& name : names)
+    const Traversal traversal = c.traversal(kind, c.required("ObjectName", xml::decodeObjectName));
+    if (!isOfClass(c)) {
+        reply.keepEmptyReturnValue();
+        return reply.writeEach(c.broker.traverseNames(c.identity, c.nameSpace, traversal),
+                               &xml::Encoder::writeObjectPath);
+    }
+    for (const CIMName& name : c.broker.associations().classesOf(c.nameSpace, traversal))
         reply.encoder().writeClassObjectPath(c.broker.classPath(c.nameSpace, name));
-}
-
-template <class Item>
-void writeTraversed(ReplyWriter& reply, Array<Item> found,
-                    void (xml::Encoder::*writeItem)(const Item&))
-{
-    reply.keepEmptyReturnValue();
-    reply.writeEach(std::move(found), writeItem);
-}
-
-void associators(const Call& c, ReplyWriter& reply)
-{
-    const Traversal traversal = c.traversal();
-    if (isOfClass(c)) {
-        return writeClasses(c, reply,
-                            c.broker.associations().associatorClasses(c.nameSpace, traversal));
-    }
-    writeTraversed(reply,
-                   c.broker.associators(c.identity, c.nameSpace, traversal, c.instanceView()),
-                   &xml::Encoder::writeObjectWithPath);
-}
-
-void associatorNames(const Call& c, ReplyWriter& reply)
-{
-    const Traversal traversal = c.traversal();
-    if (isOfClass(c)) {
-        return writeClassPaths(c, reply,
-                               c.broker.associations().associatorClasses(c.nameSpace, traversal));
-    }
-    writeTraversed(reply, c.broker.associatorNames(c.identity, c.nameSpace, traversal),
-                   &xml::Encoder::writeObjectPath);
-}
-
-void references(const Call& c, ReplyWriter& reply)
-{
-    const Traversal traversal = c.traversal();
-    if (isOfClass(c)) {
-        return writeClasses(c, reply,
-                            c.broker.associations().referenceClasses(c.nameSpace, traversal));
-    }
-    writeTraversed(reply, c.broker.references(c.identity, c.nameSpace, traversal, c.instanceView()),
-                   &xml::Encoder::writeObjectWithPath);
-}
-
-void referenceNames(const Call& c, ReplyWriter& reply)
-{
-    const Traversal traversal = c.traversal();
-    if (isOfClass(c)) {
-        return writeClassPaths(c, reply,
-                               c.broker.associations().referenceClasses(c.nameSpace, traversal));
-    }
-    writeTraversed(reply, c.broker.referenceNames(c.identity, c.nameSpace, traversal),
-                   &xml::Encoder::writeObjectPath);
 }
 
 /// Standard operations on the schema and queries, which this object manager does not offer.
@@ -122,7 +81,7 @@ void notSupported(const Call&, ReplyWriter&)
     throw CIMException(CIM_ERR_NOT_SUPPORTED);
 }
 
-const Operation operations[] = {
+const std::vector<Operation> operations = {
     {"GetClass",
      {"ClassName", "LocalOnly", "IncludeQualifiers", "IncludeClassOrigin", "PropertyList"},
      [](const Call& c, ReplyWriter& reply) {
@@ -166,16 +125,17 @@ const Operation operations[] = {
      {"ClassName", "LocalOnly", "DeepInheritance", "IncludeQualifiers", "IncludeClassOrigin",
       "PropertyList"},
      [](const Call& c, ReplyWriter& reply) {
-         const auto found = c.broker.enumerateInstances(
-             c.identity, c.nameSpace, c.requiredClassName(), c.deep(true), c.instanceView());
+         const auto found =
+             c.broker.enumerateInstances(c.identity, c.nameSpace, c.requiredClassName(),
+                                         c.deep(true), c.instanceView(), PathForm::Local);
          reply.writeEach(found, &xml::Encoder::writeNamedInstance);
      }},
     {"EnumerateInstanceNames",
      {"ClassName"},
      [](const Call& c, ReplyWriter& reply) {
-         reply.writeEach(
-             c.broker.enumerateInstanceNames(c.identity, c.nameSpace, c.requiredClassName()),
-             &xml::Encoder::writeInstanceName);
+         reply.writeEach(c.broker.enumerateInstanceNames(c.identity, c.nameSpace,
+                                                         c.requiredClassName(), PathForm::Local),
+                         &xml::Encoder::writeInstanceName);
      }},
     {"CreateInstance",
      {"NewInstance"},
@@ -205,35 +165,15 @@ const Operation operations[] = {
     {"Associators",
      {"ObjectName", "AssocClass", "ResultClass", "Role", "ResultRole", "IncludeQualifiers",
       "IncludeClassOrigin", "PropertyList"},
-     associators},
+     traverse<Traversal::Associators>},
     {"AssociatorNames",
      {"ObjectName", "AssocClass", "ResultClass", "Role", "ResultRole"},
-     associatorNames},
+     traverseNames<Traversal::Associators>},
     {"References",
      {"ObjectName", "ResultClass", "Role", "IncludeQualifiers", "IncludeClassOrigin",
       "PropertyList"},
-     references},
-    {"ReferenceNames", {"ObjectName", "ResultClass", "Role"}, referenceNames},
-    {"OpenEnumerateInstances",
-     openParameters({"ClassName", "DeepInheritance", "IncludeClassOrigin", "PropertyList"}),
-     openEnumerateInstances},
-    {"OpenEnumerateInstancePaths", openParameters({"ClassName"}), openEnumerateInstancePaths},
-    {"OpenAssociatorInstances",
-     openParameters({"InstanceName", "AssocClass", "ResultClass", "Role", "ResultRole",
-                     "IncludeClassOrigin", "PropertyList"}),
-     openAssociatorInstances},
-    {"OpenAssociatorInstancePaths",
-     openParameters({"InstanceName", "AssocClass", "ResultClass", "Role", "ResultRole"}),
-     openAssociatorInstancePaths},
-    {"OpenReferenceInstances",
-     openParameters({"InstanceName", "ResultClass", "Role", "IncludeClassOrigin", "PropertyList"}),
-     openReferenceInstances},
-    {"OpenReferenceInstancePaths", openParameters({"InstanceName", "ResultClass", "Role"}),
-     openReferenceInstancePaths},
-    {"PullInstancesWithPath", {"EnumerationContext", "MaxObjectCount"}, pullInstancesWithPath},
-    {"PullInstancePaths", {"EnumerationContext", "MaxObjectCount"}, pullInstancePaths},
-    {"CloseEnumeration", {"EnumerationContext"}, closeEnumeration},
-    {"OpenQueryInstances", openParameters({"ReturnQueryResultClass"}), notSupported},
+     traverse<Traversal::References>},
+    {"ReferenceNames", {"ObjectName", "ResultClass", "Role"}, traverseNames<Traversal::References>},
     {"ExecQuery", {"QueryLanguage", "Query"}, notSupported},
     {"CreateClass", {"NewClass"}, notSupported},
     {"ModifyClass", {"ModifiedClass"}, notSupported},
@@ -267,8 +207,10 @@ CIMParamValue decodeParameter(const CallContext& c, const CIMName& className,
 
 const Operation* findOperation(const std::string& name)
 {
-    for (const Operation& operation : operations) {
-        if (equalNoCase(operation.name, name)) return &operation;
+    for (const auto* table : {&operations, &pullOperations}) {
+        for (const Operation& operation : *table) {
+            if (equalNoCase(operation.name, name)) return &operation;
+        }
     }
     return nullptr;
 }

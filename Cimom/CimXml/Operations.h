@@ -32,6 +32,9 @@ struct Operation
     void (*run)(const Call&, ReplyWriter&);
 };
 
+/// The operations by which clients pull results in parts.
+extern const std::vector<Operation> pullOperations;
+
 /// The operation of that name, compared without case; null when there is none.
 const Operation* findOperation(const std::string& name);
 

@@ -1,7 +1,6 @@
-#include "CimXml/PullOperations.h"
+#include "CimXml/Call.h"
 
 #include <algorithm>
-#include <utility>
 
 PEGASUS_USING_PEGASUS;
 
@@ -122,14 +121,29 @@ void openPaths(const Call& c, ReplyWriter& reply, Find find)
 }
 
 /// The traversal from an instance.
-Traversal fromInstance(const Call& c)
+Traversal fromInstance(const Call& c, Traversal::Kind kind)
 {
     const CIMObjectPath path =
         Call::present("InstanceName", c.read("InstanceName", xml::decodeObjectName));
     if (path.getKeyBindings().size() == 0)
         throw CIMException(CIM_ERR_INVALID_PARAMETER, "Full Model Path with keys required.");
-    return {path, c.className("AssocClass"), c.className("ResultClass"), c.text("Role"),
-            c.text("ResultRole")};
+    return c.traversal(kind, path);
+}
+
+template <Traversal::Kind kind>
+void openTraversal(const Call& c, ReplyWriter& reply)
+{
+    openInstances(c, reply, [&c] {
+        return c.broker.traverse(c.identity, c.nameSpace, fromInstance(c, kind), c.instanceView());
+    });
+}
+
+template <Traversal::Kind kind>
+void openTraversalPaths(const Call& c, ReplyWriter& reply)
+{
+    openPaths(c, reply, [&c] {
+        return c.broker.traverseNames(c.identity, c.nameSpace, fromInstance(c, kind));
+    });
 }
 
 std::string enumerationContext(const Call& c)
@@ -138,74 +152,14 @@ std::string enumerationContext(const Call& c)
         Call::present("EnumerationContext", c.read("EnumerationContext", xml::decodeText)));
 }
 
-void pull(const Call& c, ReplyWriter& reply, OpenEnumeration::Kind kind)
+template <OpenEnumeration::Kind kind>
+void pull(const Call& c, ReplyWriter& reply)
 {
     const Uint32 most = Call::present("MaxObjectCount", c.number("MaxObjectCount"));
     const PulledPart part =
         c.enumerations.pull(enumerationContext(c), c.user(), kind, c.nameSpace, most);
     reply.write(part.elements);
     addOutputParameters(reply, part.context);
-}
-
-}  // namespace
-
-std::vector<std::string> openParameters(std::vector<std::string> own)
-{
-    own.insert(own.end(), {"FilterQueryLanguage", "FilterQuery", "OperationTimeout",
-                           "ContinueOnError", "MaxObjectCount"});
-    return own;
-}
-
-void openEnumerateInstances(const Call& c, ReplyWriter& reply)
-{
-    openInstances(c, reply, [&c] {
-        return c.broker.enumerateInstances(c.identity, c.nameSpace, c.requiredClassName(),
-                                           c.deep(true), c.instanceView(), PathForm::Full);
-    });
-}
-
-void openEnumerateInstancePaths(const Call& c, ReplyWriter& reply)
-{
-    openPaths(c, reply, [&c] {
-        return c.broker.enumerateInstanceNames(c.identity, c.nameSpace, c.requiredClassName(),
-                                               PathForm::Full);
-    });
-}
-
-void openAssociatorInstances(const Call& c, ReplyWriter& reply)
-{
-    openInstances(c, reply, [&c] {
-        return c.broker.associators(c.identity, c.nameSpace, fromInstance(c), c.instanceView());
-    });
-}
-
-void openAssociatorInstancePaths(const Call& c, ReplyWriter& reply)
-{
-    openPaths(c, reply,
-              [&c] { return c.broker.associatorNames(c.identity, c.nameSpace, fromInstance(c)); });
-}
-
-void openReferenceInstances(const Call& c, ReplyWriter& reply)
-{
-    openInstances(c, reply, [&c] {
-        return c.broker.references(c.identity, c.nameSpace, fromInstance(c), c.instanceView());
-    });
-}
-
-void openReferenceInstancePaths(const Call& c, ReplyWriter& reply)
-{
-    openPaths(c, reply,
-              [&c] { return c.broker.referenceNames(c.identity, c.nameSpace, fromInstance(c)); });
-}
-
-void pullInstancesWithPath(const Call& c, ReplyWriter& reply)
-{
-    pull(c, reply, OpenEnumeration::Instances);
-}
-
-void pullInstancePaths(const Call& c, ReplyWriter& reply)
-{
-    pull(c, reply, OpenEnumeration::Paths);
 }
 
 void closeEnumeration(const Call& c, ReplyWriter&)
@@ -216,5 +170,52 @@ void closeEnumeration(const Call& c, ReplyWriter&)
     }
     c.enumerations.close(enumerationContext(c), c.user());
 }
+
+/// These parameters, and those that all Open operations take.
+std::vector<std::string> openParameters(std::vector<std::string> own)
+{
+    own.insert(own.end(), {"FilterQueryLanguage", "FilterQuery", "OperationTimeout",
+                           "ContinueOnError", "MaxObjectCount"});
+    return own;
+}
+
+}  // namespace
+
+const std::vector<Operation> pullOperations = {
+    {"OpenEnumerateInstances",
+     openParameters({"ClassName", "DeepInheritance", "IncludeClassOrigin", "PropertyList"}),
+     [](const Call& c, ReplyWriter& reply) {
+         openInstances(c, reply, [&c] {
+             return c.broker.enumerateInstances(c.identity, c.nameSpace, c.requiredClassName(),
+                                                c.deep(true), c.instanceView(), PathForm::Full);
+         });
+     }},
+    {"OpenEnumerateInstancePaths", openParameters({"ClassName"}),
+     [](const Call& c, ReplyWriter& reply) {
+         openPaths(c, reply, [&c] {
+             return c.broker.enumerateInstanceNames(c.identity, c.nameSpace, c.requiredClassName(),
+                                                    PathForm::Full);
+         });
+     }},
+    {"OpenAssociatorInstances",
+     openParameters({"InstanceName", "AssocClass", "ResultClass", "Role", "ResultRole",
+                     "IncludeClassOrigin", "PropertyList"}),
+     openTraversal<Traversal::Associators>},
+    {"OpenAssociatorInstancePaths",
+     openParameters({"InstanceName", "AssocClass", "ResultClass", "Role", "ResultRole"}),
+     openTraversalPaths<Traversal::Associators>},
+    {"OpenReferenceInstances",
+     openParameters({"InstanceName", "ResultClass", "Role", "IncludeClassOrigin", "PropertyList"}),
+     openTraversal<Traversal::References>},
+    {"OpenReferenceInstancePaths", openParameters({"InstanceName", "ResultClass", "Role"}),
+     openTraversalPaths<Traversal::References>},
+    {"PullInstancesWithPath",
+     {"EnumerationContext", "MaxObjectCount"},
+     pull<OpenEnumeration::Instances>},
+    {"PullInstancePaths", {"EnumerationContext", "MaxObjectCount"}, pull<OpenEnumeration::Paths>},
+    {"CloseEnumeration", {"EnumerationContext"}, closeEnumeration},
+    {"OpenQueryInstances", openParameters({"ReturnQueryResultClass"}),
+     [](const Call&, ReplyWriter&) { throw CIMException(CIM_ERR_NOT_SUPPORTED); }},
+};
 
 }  // namespace cimom

@@ -3,6 +3,7 @@
 #include "Model/Text.h"
 
 #include <algorithm>
+#include <boost/algorithm/string/replace.hpp>
 #include <charconv>
 #include <exception>
 #include <cstdlib>
@@ -58,19 +59,6 @@ std::string standIn(unsigned character)
     return std::string(mark) + static_cast<char>('@' + character);
 }
 
-/// The document with '@' behind each mark that is its own.
-std::string withEscapes(const std::string& document)
-{
-    std::string result;
-    std::size_t done = 0;
-    for (std::size_t at; (at = document.find(mark, done)) != std::string::npos;) {
-        at += mark.size();
-        result.append(document, done, at - done).append(1, '@');
-        done = at;
-    }
-    return result.append(document, done);
-}
-
 /// Turns the stand-ins back into the characters, and drops the escapes.
 std::string restored(std::string text)
 {
@@ -121,25 +109,11 @@ public:
     {
         if (!parser_) throw std::bad_alloc();
         XML_SetUserData(parser_.get(), this);
-        XML_SetElementHandler(
-            parser_.get(),
-            [](void* self, const char* name, const char** attributes) {
-                of(self).guard([&](TreeBuilder& tree) { tree.start(name, attributes); });
-            },
-            [](void* self, const char*) { of(self).guard([](TreeBuilder& tree) { tree.end(); }); });
-        XML_SetCharacterDataHandler(parser_.get(), [](void* self, const char* text, int length) {
-            of(self).guard([&](TreeBuilder& tree) {
-                tree.text({text, static_cast<std::size_t>(length)});
-            });
-        });
-        XML_SetCdataSectionHandler(
-            parser_.get(),
-            [](void* self) { of(self).guard([](TreeBuilder& tree) { tree.cdata(true); }); },
-            [](void* self) { of(self).guard([](TreeBuilder& tree) { tree.cdata(false); }); });
-        XML_SetStartDoctypeDeclHandler(parser_.get(), [](void* self, const char*, const char*,
-                                                         const char*, int) {
-            of(self).guard([](TreeBuilder& tree) { tree.refuse("Expected open of CIM element"); });
-        });
+        XML_SetElementHandler(parser_.get(), run<&TreeBuilder::start>, run<&TreeBuilder::end>);
+        XML_SetCharacterDataHandler(parser_.get(), run<&TreeBuilder::text>);
+        XML_SetCdataSectionHandler(parser_.get(), run<&TreeBuilder::beginCdata>,
+                                   run<&TreeBuilder::endCdata>);
+        XML_SetStartDoctypeDeclHandler(parser_.get(), run<&TreeBuilder::doctype>);
     }
 
     XmlElement build(const std::string& document)
@@ -157,8 +131,6 @@ public:
     }
 
 private:
-    static TreeBuilder& of(void* self) { return *static_cast<TreeBuilder*>(self); }
-
     void stop() { XML_StopParser(parser_.get(), XML_FALSE); }
 
     void refuse(const std::string& why)
@@ -167,18 +139,19 @@ private:
         stop();
     }
 
-    /// Runs a step of a callback. What it throws, such as bad_alloc, must not pass through expat's
-    /// C code: it is kept until the parser has stopped. Expat reports the rest of the current tag
-    /// even after that.
-    template <class Step>
-    void guard(Step step) noexcept
+    /// A callback of expat that runs this step. What that throws, such as bad_alloc, must not pass
+    /// through expat's C code: it is kept until the parser has stopped. Expat reports the rest of
+    /// the current tag even after that.
+    template <auto step, class... Argument>
+    static void run(void* self, Argument... arguments)
     {
-        if (failure_ || refused() || room < 0) return;
+        auto& tree = *static_cast<TreeBuilder*>(self);
+        if (tree.failure_ || tree.refused() || room < 0) return;
         try {
-            step(*this);
+            (tree.*step)(arguments...);
         } catch (...) {
-            failure_ = std::current_exception();
-            stop();
+            tree.failure_ = std::current_exception();
+            tree.stop();
         }
     }
 
@@ -223,7 +196,7 @@ private:
         open_.push_back({&element, 0});
     }
 
-    void end()
+    void end(const char*)
     {
         const auto [element, kept] = open_.back();
         open_.pop_back();
@@ -236,8 +209,9 @@ private:
         if (done_) stop();
     }
 
-    void text(std::string_view chunk)
+    void text(const char* begin, int size)
     {
+        std::string_view chunk(begin, static_cast<std::size_t>(size));
         auto& [element, kept] = open_.back();
         std::string& text = element->text;
         if (text.empty() && !inCdata_)
@@ -248,10 +222,17 @@ private:
         if (inCdata_) kept = text.size();
     }
 
-    void cdata(bool begins)
+    void beginCdata()
     {
-        inCdata_ = begins;
+        inCdata_ = true;
         open_.back().element->hasCdata = true;
+    }
+
+    void endCdata() { inCdata_ = false; }
+
+    void doctype(const char*, const char*, const char*, int)
+    {
+        refuse("Expected open of CIM element");
     }
 
     struct Open
@@ -295,7 +276,7 @@ XmlElement parseXml(const std::string& document, unsigned depth)
     const bool isPlain =
         document.find("&#") == std::string::npos && document.find(mark) == std::string::npos;
     if (isPlain) return TreeBuilder(depth).build(document);
-    std::string changed = withEscapes(document);
+    std::string changed = boost::replace_all_copy(document, mark, std::string(mark) + '@');
     changed = withStandIns(changed);
     return TreeBuilder(depth).build(changed);
 }

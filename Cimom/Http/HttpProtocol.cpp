@@ -161,7 +161,7 @@ void checkFraming(const RequestHead& head)
     if (!length && !coding)
         throw RequestRefused(411, "The request needs a Content-Length header or a chunked body.");
     // The parser lets equal ones pass, in one line or in several.
-    const bool isList = length && !std::all_of(length->begin(), length->end(), isDigit);
+    const bool isList = length && !std::all_of(length->begin(), length->end(), isDigit<char>);
     if (isList || head.count("Content-Length") + head.count("Transfer-Encoding") > 1)
         throw RequestRefused(400, "It is not clear from the header where the body ends.");
     if (coding && !equalNoCase(*coding, "chunked"))

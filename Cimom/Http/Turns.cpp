@@ -6,17 +6,10 @@
 namespace cimom
 {
 
-namespace
-{
-
-using Lock = std::unique_lock<std::mutex>;
-
-}  // namespace
-
 Turns::Turn::Turn(Turns& turns, const std::string& owner, unsigned rank)
     : turns_(turns), rank_(rank)
 {
-    const Lock lock(turns.mutex_);
+    const std::lock_guard lock(turns.mutex_);
     turns.waiting_.push_back(this);
     try {
         owner_ = turns.owners_.try_emplace(owner).first;
@@ -30,7 +23,7 @@ Turns::Turn::Turn(Turns& turns, const std::string& owner, unsigned rank)
 
 Turns::Turn::~Turn()
 {
-    const Lock lock(turns_.mutex_);
+    const std::lock_guard lock(turns_.mutex_);
     Owner& owner = owner_->second;
     if (isGiven_) {
         --owner.running;
@@ -45,13 +38,13 @@ Turns::Turn::~Turn()
 
 void Turns::Turn::wait()
 {
-    Lock lock(turns_.mutex_);
+    std::unique_lock lock(turns_.mutex_);
     given_.wait(lock, [this] { return isGiven_; });
 }
 
 bool Turns::Turn::isGiven() const
 {
-    const Lock lock(turns_.mutex_);
+    const std::lock_guard lock(turns_.mutex_);
     return isGiven_;
 }
 

@@ -23,7 +23,7 @@ Array<CIMObjectPath> CIMClient::enumerateInstanceNames(const CIMNamespaceName& n
     if (!connected_) throw NotConnectedException();
     try {
         return ObjectManager::running().enumerateInstanceNames(OperationContext(), nameSpace,
-                                                               className);
+                                                               className, cimom::PathForm::Local);
     } catch (const CIMException& error) {
         throw CIMException(error.getCode(), cimom::describe(error));
     }

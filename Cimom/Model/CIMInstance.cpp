@@ -4,8 +4,6 @@
 
 #include <Pegasus/Common/CIMClass.h>
 #include <Pegasus/Common/CIMObject.h>
-#include <Pegasus/Common/MessageLoader.h>
-
 #include <Pegasus/Common/InternalException.h>
 
 namespace Pegasus
@@ -13,11 +11,6 @@ namespace Pegasus
 
 namespace detail
 {
-
-const CIMName& InstanceHandle::getClassName() const
-{
-    return getPath().getClassName();
-}
 
 const CIMObjectPath& InstanceHandle::getPath() const
 {

@@ -1,5 +1,7 @@
 #include <Pegasus/Common/CIMName.h>
 
+#include "Model/Text.h"
+
 #include <algorithm>
 
 namespace Pegasus
@@ -10,16 +12,14 @@ namespace
 
 bool isNameStart(Uint16 c)
 {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' ||
-           (c >= 0x80 && c <= 0xFFEF);
+    return cimom::isLetter(c) || c == '_' || (c >= 0x80 && c <= 0xFFEF);
 }
 
 /// True when the units are a name.
 bool isName(const Char16* begin, const Char16* end)
 {
     if (begin == end || !isNameStart(*begin)) return false;
-    return std::all_of(begin, end,
-                       [](Uint16 c) { return isNameStart(c) || (c >= '0' && c <= '9'); });
+    return std::all_of(begin, end, [](Uint16 c) { return isNameStart(c) || cimom::isDigit(c); });
 }
 
 }  // namespace
@@ -34,11 +34,6 @@ Boolean CIMName::legal(const String& name)
 {
     const Char16* const begin = name.getChar16Data();
     return isName(begin, begin + name.size());
-}
-
-CIMNamespaceName::CIMNamespaceName(const String& name)
-{
-    *this = name;
 }
 
 CIMNamespaceName& CIMNamespaceName::operator=(const String& name)

@@ -3,6 +3,7 @@
 #include "Model/ObjectManager.h"
 
 using cimom::ObjectManager;
+using cimom::PathForm;
 
 namespace Pegasus
 {
@@ -34,14 +35,15 @@ Array<CIMInstance> CIMOMHandle::enumerateInstances(
 {
     return ObjectManager::running().enumerateInstances(
         context, nameSpace, className, deepInheritance,
-        {includeQualifiers, includeClassOrigin, propertyList});
+        {includeQualifiers, includeClassOrigin, propertyList}, PathForm::Local);
 }
 
 Array<CIMObjectPath> CIMOMHandle::enumerateInstanceNames(const OperationContext& context,
                                                          const CIMNamespaceName& nameSpace,
                                                          const CIMName& className)
 {
-    return ObjectManager::running().enumerateInstanceNames(context, nameSpace, className);
+    return ObjectManager::running().enumerateInstanceNames(context, nameSpace, className,
+                                                           PathForm::Local);
 }
 
 void CIMOMHandle::disallowProviderUnload() {}

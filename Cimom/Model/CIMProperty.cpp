@@ -32,18 +32,6 @@ const CIMValue& PropertyHandle<Property>::getValue() const
 }
 
 template <class Property>
-CIMType PropertyHandle<Property>::getType() const
-{
-    return getValue().getType();
-}
-
-template <class Property>
-Boolean PropertyHandle<Property>::isArray() const
-{
-    return getValue().isArray();
-}
-
-template <class Property>
 CIMProperty PropertyHandle<Property>::clone() const
 {
     return CIMProperty(std::make_shared<cimom::Property>(this->object()));

@@ -20,10 +20,8 @@ CIMPropertyList::CIMPropertyList(const Array<CIMName>& propertyNames)
 
 Boolean CIMPropertyList::contains(const CIMName& name) const
 {
-    if (sorted_)
-        return std::binary_search(sorted_->begin(), sorted_->end(), name, cimom::NoCaseLess());
-    const CIMName* const first = names_.getData();
-    return std::find(first, first + size(), name) != first + size();
+    return sorted_ &&
+           std::binary_search(sorted_->begin(), sorted_->end(), name, cimom::NoCaseLess());
 }
 
 }  // namespace Pegasus

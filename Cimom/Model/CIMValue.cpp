@@ -127,11 +127,6 @@ CIMValue::CIMValue(CIMType type, Boolean isArray, Uint32 arraySize)
     setNullValue(type, isArray, arraySize);
 }
 
-Boolean CIMValue::typeCompatible(const CIMValue& x) const
-{
-    return getType() == x.getType() && isArray() == x.isArray();
-}
-
 Boolean CIMValue::isArray() const
 {
     return Content::of(*this).isArray;

@@ -44,6 +44,13 @@ struct InstanceView
     CIMPropertyList properties;
 };
 
+/// How paths in results name instances: within their namespace, or with host and namespace.
+enum class PathForm
+{
+    Local,
+    Full
+};
+
 /// The operations that providers and local clients call. The user is that of the IdentityContainer
 /// in the context; without one it is the empty name. Every operation throws Pegasus::CIMException
 /// with the code and message for the client; the message does not carry the code's name. Any number
@@ -66,10 +73,10 @@ public:
                                     const CIMObjectPath&, const InstanceView&) = 0;
     virtual Array<CIMInstance> enumerateInstances(const OperationContext&, const CIMNamespaceName&,
                                                   const CIMName& className, bool deep,
-                                                  const InstanceView&) = 0;
+                                                  const InstanceView&, PathForm) = 0;
     virtual Array<CIMObjectPath> enumerateInstanceNames(const OperationContext&,
                                                         const CIMNamespaceName&,
-                                                        const CIMName& className) = 0;
+                                                        const CIMName& className, PathForm) = 0;
 };
 
 }  // namespace cimom

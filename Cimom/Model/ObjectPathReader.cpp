@@ -54,8 +54,7 @@ bool isIPv6(const std::string& text)
 
 bool isLabelUnit(Uint16 unit)
 {
-    const char c = static_cast<char>(unit);
-    return unit < 0x80 && (isLetter(c) || isDigit(c) || c == '_' || c == '-');
+    return isLetter(unit) || isDigit(unit) || unit == '_' || unit == '-';
 }
 
 /// Labels separated by points, none of which starts with a hyphen; the last is not a number.
@@ -65,7 +64,7 @@ bool isHostName(const Char16* begin, const Char16* end)
         const Char16* const labelEnd = std::find_if_not(label, end, isLabelUnit);
         if (labelEnd == label || *label == '-') return false;
         if (labelEnd == end) {
-            return !std::all_of(label, end, [](Uint16 unit) { return isDigit(char(unit)); });
+            return !std::all_of(label, end, isDigit<Uint16>);
         }
         if (*labelEnd != '.') return false;
         label = labelEnd + 1;
@@ -75,7 +74,7 @@ bool isHostName(const Char16* begin, const Char16* end)
 /// A number up to 65535, which may be missing.
 bool isPort(const std::string& text)
 {
-    return std::all_of(text.begin(), text.end(), isDigit) &&
+    return std::all_of(text.begin(), text.end(), isDigit<char>) &&
            (text.empty() || (text.size() < 10 && std::stoi(text) <= 65535));
 }
 

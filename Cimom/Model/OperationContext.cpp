@@ -7,22 +7,19 @@ const String IdentityContainer::NAME("IdentityContainer");
 
 const OperationContext::Container& OperationContext::get(const String& containerName) const
 {
-    if (const Container* const found = find(containerName)) return *found;
+    if (contains(containerName)) return *identity_;
     throw Exception("object not found");
+}
+
+Boolean OperationContext::contains(const String& containerName) const
+{
+    return identity_ && containerName == IdentityContainer::NAME;
 }
 
 void OperationContext::insert(const IdentityContainer& container)
 {
-    if (contains(container.getName())) throw Exception("object already exists.");
-    containers_.push_back(std::make_shared<const IdentityContainer>(container));
-}
-
-const OperationContext::Container* OperationContext::find(const String& name) const
-{
-    for (const auto& container : containers_) {
-        if (container->getName() == name) return container.get();
-    }
-    return nullptr;
+    if (identity_) throw Exception("object already exists.");
+    identity_ = std::make_shared<const IdentityContainer>(container);
 }
 
 IdentityContainer::IdentityContainer(const OperationContext::Container& container)

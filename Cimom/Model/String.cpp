@@ -2,9 +2,6 @@
 
 #include "Model/Text.h"
 
-#include <Pegasus/Common/Exception.h>
-#include <Pegasus/Common/MessageLoader.h>
-
 #include <Pegasus/Common/InternalException.h>
 
 #include <algorithm>
@@ -30,11 +27,6 @@ Uint32 length(const Char16* text)
     while (text[n] != '\0')
         ++n;
     return n;
-}
-
-Uint16 lower(Uint16 c)
-{
-    return c >= 'A' && c <= 'Z' ? Uint16(c + ('a' - 'A')) : c;
 }
 
 Uint32 position(const Char16* begin, const Char16* found, const Char16* end)
@@ -116,13 +108,14 @@ void String::toLower()
 {
     const Uint32 size = this->size();
     Char16* const units = units_.resize(size);
-    std::transform(units, units + size, units, lower);
+    std::transform(units, units + size, units, cimom::toLower<Uint16>);
 }
 
 int String::compareNoCase(const String& s1, const String& s2)
 {
     const Char16* a = s1.getChar16Data();
     const Char16* b = s2.getChar16Data();
+    const auto lower = cimom::toLower<Uint16>;
     for (; lower(*a) == lower(*b); ++a, ++b) {
         if (*a == '\0') return 0;
     }
@@ -138,7 +131,7 @@ Boolean String::equal(const String& s1, const String& s2)
 
 Boolean String::equalNoCase(const String& s1, const String& s2)
 {
-    const auto isSame = [](Uint16 x, Uint16 y) { return lower(x) == lower(y); };
+    const auto isSame = [](Uint16 x, Uint16 y) { return cimom::toLower(x) == cimom::toLower(y); };
     const Char16* const a = s1.getChar16Data();
     return s1.size() == s2.size() &&
            (equal(s1, s2) || std::equal(a, a + s1.size(), s2.getChar16Data(), isSame));

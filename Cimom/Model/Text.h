@@ -47,19 +47,23 @@ bool isUtf8(std::string_view text);
 /// the bytes beyond ASCII become question marks.
 Pegasus::String printable(std::string text);
 
-inline char toLower(char c)
+// Of a byte of UTF-8, or of a UTF-16 unit; letters are those of ASCII.
+template <class Unit>
+Unit toLower(Unit c)
 {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
+    return c >= 'A' && c <= 'Z' ? static_cast<Unit>(c + ('a' - 'A')) : c;
 }
 
-inline bool isDigit(char c)
+template <class Unit>
+bool isDigit(Unit c)
 {
     return c >= '0' && c <= '9';
 }
 
-inline bool isLetter(char c)
+template <class Unit>
+bool isLetter(Unit c)
 {
-    const char lower = toLower(c);
+    const Unit lower = toLower(c);
     return lower >= 'a' && lower <= 'z';
 }
 

@@ -1,6 +1,7 @@
 #include <Pegasus/Common/Units.h>
 
 #include <algorithm>
+#include <new>
 
 namespace Pegasus
 {

@@ -2,7 +2,10 @@
 #pragma once
 
 #include "Model/Text.h"
-#include "Model/VisitType.h"
+
+#include <Pegasus/Common/CIMInstance.h>
+#include <Pegasus/Common/CIMObject.h>
+#include <Pegasus/Common/CIMValue.h>
 
 #include <optional>
 #include <string>
@@ -34,6 +37,30 @@ std::optional<T> readValue(const std::string& text)
         }
     }
     return std::nullopt;
+}
+
+/// The value of that type made of items, of which there is exactly one unless it is an array.
+/// `read(item, T())` returns the item's value for the C++ type T that holds values of the CIM type.
+/// Throws TypeMismatchException for what is no type.
+template <class Items, class Read>
+Pegasus::CIMValue readItems(const Items& items, Pegasus::CIMType type, bool isArray, Read read)
+{
+    using namespace Pegasus;
+    const auto valueOf = [&](const auto& sample) {
+        if (!isArray) return CIMValue(read(items[0], sample));
+        Array<std::decay_t<decltype(sample)>> values;
+        for (const auto& item : items)
+            values.append(read(item, sample));
+        return CIMValue(values);
+    };
+    switch (type) {
+#define CIMOM_VALUE_OF(NAME, TEXT, T) \
+    case CIMTYPE_##NAME:              \
+        return valueOf(T());
+        PEGASUS_CIM_TYPES(CIMOM_VALUE_OF)
+#undef CIMOM_VALUE_OF
+    }
+    throw TypeMismatchException();
 }
 
 }  // namespace cimom

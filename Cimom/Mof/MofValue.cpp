@@ -45,14 +45,10 @@ CIMValue toValue(const MofInitializer& initializer, const MofType& type)
 {
     if (initializer.isNull()) return type.null();
     checkShape(initializer, type);
-    return visitType(type.type, [&](const auto& sample) {
-        using T = std::decay_t<decltype(sample)>;
-        if (!type.isArray) return CIMValue(read<T>(initializer.items[0], type.type));
-        Array<T> values;
-        for (const MofToken& item : initializer.items)
-            values.append(read<T>(item, type.type));
-        return CIMValue(values);
-    });
+    const auto readLiteral = [&](const MofToken& literal, const auto& sample) {
+        return read<std::decay_t<decltype(sample)>>(literal, type.type);
+    };
+    return readItems(initializer.items, type.type, type.isArray, readLiteral);
 }
 
 }  // namespace cimom

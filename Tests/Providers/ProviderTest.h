@@ -330,7 +330,7 @@ public:
 
     Array<CIMInstance> enumerateInstances(const OperationContext& context, const CIMNamespaceName&,
                                           const CIMName& className, bool deep,
-                                          const cimom::InstanceView& view) override
+                                          const cimom::InstanceView& view, cimom::PathForm) override
     {
         note("enumerateInstances", context,
              str(className) + (deep ? " deep" : "") + viewText(view));
@@ -338,8 +338,8 @@ public:
     }
 
     Array<CIMObjectPath> enumerateInstanceNames(const OperationContext& context,
-                                                const CIMNamespaceName&,
-                                                const CIMName& className) override
+                                                const CIMNamespaceName&, const CIMName& className,
+                                                cimom::PathForm) override
     {
         note("enumerateInstanceNames", context, str(className));
         return onEnumerateInstanceNames(className);

@@ -109,11 +109,12 @@ protected:
     // Results as text; errors are thrown.
     Lines names(const char* className)
     {
-        return texts(broker->enumerateInstanceNames(me, test, CIMName(className)));
+        return texts(broker->enumerateInstanceNames(me, test, CIMName(className), PathForm::Local));
     }
     Lines instances(const char* className, bool deep = true, const InstanceView& view = {})
     {
-        return texts(broker->enumerateInstances(me, test, CIMName(className), deep, view));
+        return texts(
+            broker->enumerateInstances(me, test, CIMName(className), deep, view, PathForm::Local));
     }
     /// The instance or the error.
     std::string get(const char* path, const InstanceView& view = {})

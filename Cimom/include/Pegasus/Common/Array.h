@@ -5,7 +5,6 @@
 #include <Pegasus/Common/Exception.h>
 
 #include <functional>
-#include <type_traits>
 #include <vector>
 
 namespace Pegasus

@@ -29,7 +29,7 @@ public:
     using Handle::Handle;
 
     /// The class name of the path.
-    const CIMName& getClassName() const;
+    const CIMName& getClassName() const { return getPath().getClassName(); }
     const CIMObjectPath& getPath() const;
     /// Takes over the path with its spelling of the class name. Throws TypeMismatchException when
     /// the path is of another class, UninitializedObjectException when it has none.

@@ -60,7 +60,7 @@ class CIMNamespaceName : public detail::NameText<CIMNamespaceName>
 {
 public:
     CIMNamespaceName() = default;
-    CIMNamespaceName(const String& name);
+    CIMNamespaceName(const String& name) { *this = name; }
     CIMNamespaceName(const char* name) : CIMNamespaceName(String(name)) {}
     CIMNamespaceName& operator=(const String& name);
 

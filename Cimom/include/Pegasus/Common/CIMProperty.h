@@ -30,8 +30,8 @@ public:
 
     const CIMName& getName() const;
     const CIMValue& getValue() const;
-    CIMType getType() const;
-    Boolean isArray() const;
+    CIMType getType() const { return getValue().getType(); }
+    Boolean isArray() const { return getValue().isArray(); }
     /// An independent deep copy.
     CIMProperty clone() const;
 };

@@ -29,7 +29,7 @@ public:
 
 private:
     Array<CIMName> names_;
-    std::shared_ptr<const std::vector<CIMName>> sorted_;  // of a long list
+    std::shared_ptr<const std::vector<CIMName>> sorted_;  // null for the null list
     Boolean isNull_ = true;
 };
 

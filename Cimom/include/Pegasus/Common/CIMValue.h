@@ -38,7 +38,10 @@ public:
     CIMValue(CIMType type, Boolean isArray, Uint32 arraySize = 0);
 
     /// Same type and arrayness.
-    Boolean typeCompatible(const CIMValue& x) const;
+    Boolean typeCompatible(const CIMValue& x) const
+    {
+        return getType() == x.getType() && isArray() == x.isArray();
+    }
     Boolean isArray() const;
     Boolean isNull() const;
     /// The number of elements; of a null array the size it was made with; of a scalar 0.

@@ -6,10 +6,6 @@
     "<Pegasus/Common/Config.h>: define PEGASUS_PLATFORM_LINUX_X86_64_GNU; no other platform is supported"
 #endif
 
-#define PEGASUS_NAMESPACE_BEGIN \
-    namespace Pegasus           \
-    {
-#define PEGASUS_NAMESPACE_END }
 #define PEGASUS_USING_PEGASUS using namespace Pegasus
 #define PEGASUS_USING_STD using namespace std
 

@@ -49,6 +49,7 @@ PEGASUS_EXCEPTION_OF_TEXT(DynamicCastFailedException, "dynamic cast failed")
 
 // Of values.
 PEGASUS_EXCEPTION(DateTimeOutOfRangeException, Exception, "DateTime is out of range : ")
+PEGASUS_EXCEPTION_OF_TEXT(TypeMismatchException, "type mismatch")
 PEGASUS_EXCEPTION_OF_TEXT(InvalidDateTimeFormatException, "invalid datetime format")
 
 namespace detail
@@ -60,14 +61,6 @@ namespace detail
 [[noreturn]] void throwOutOfBounds();
 
 }  // namespace detail
-
-/// "type mismatch", with ": MESSAGE" if there is one
-class TypeMismatchException : public Exception
-{
-public:
-    TypeMismatchException() : Exception("type mismatch") {}
-    TypeMismatchException(const String& message) : Exception("type mismatch: ", message) {}
-};
 
 // Of clients.
 PEGASUS_EXCEPTION(CannotConnectException, Exception, "")

@@ -5,14 +5,13 @@
 #include <Pegasus/Common/String.h>
 
 #include <memory>
-#include <vector>
 
 namespace Pegasus
 {
 
 class IdentityContainer;
 
-/// A set of named containers: here, of the identity of the user alone.
+/// A set of named containers: here, none or the identity of the user.
 class OperationContext
 {
 public:
@@ -29,15 +28,13 @@ public:
     /// The container of that name (case counts), owned by the context. Throws Exception "object not
     /// found".
     const Container& get(const String& containerName) const;
-    Boolean contains(const String& containerName) const { return find(containerName) != nullptr; }
+    Boolean contains(const String& containerName) const;
     /// Adds a copy. Throws Exception "object already exists.".
     void insert(const IdentityContainer& container);
 
 private:
-    const Container* find(const String& name) const;
-
-    // Never changed, so copies of a context share them.
-    std::vector<std::shared_ptr<const Container>> containers_;
+    // Never changed, so copies of a context share it.
+    std::shared_ptr<const IdentityContainer> identity_;
 };
 
 /// The user who sent the request.

@@ -4,8 +4,6 @@
 #include <Pegasus/Common/Char16.h>
 #include <Pegasus/Common/Counted.h>
 
-#include <new>
-
 namespace Pegasus::detail
 {
 

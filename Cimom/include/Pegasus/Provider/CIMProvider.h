@@ -1,7 +1,6 @@
 // The base of all provider interfaces.
 #pragma once
 
-#include <Pegasus/Common/OperationContext.h>
 #include <Pegasus/Common/ResponseHandler.h>
 #include <Pegasus/Provider/CIMOMHandle.h>
 #include <Pegasus/Provider/ProviderException.h>
