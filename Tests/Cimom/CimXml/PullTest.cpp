@@ -63,7 +63,7 @@ TEST_F(PulledEnumeration, HoldsInstancesWithTheirFullPaths)
 {
     send(intrinsic("OpenEnumerateInstances", className("T_Static") + propertyList({"Text"})));
     const Reply reply = send(pull("1", "1", "PullInstancesWithPath"));
-    const XmlElement& instance = the(reply.response, "VALUE.INSTANCEWITHPATH");
+    const XmlElement instance = the(reply.response, "VALUE.INSTANCEWITHPATH");
     EXPECT_EQ(the(instance, "HOST").text, "here");
     EXPECT_EQ(namesOf(instance, "PROPERTY"), Lines{"Text"});
 }
