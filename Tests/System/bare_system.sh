@@ -38,7 +38,10 @@ trap cleanup EXIT
 tar -C "$system" -xf "$bare"
 cp /etc/resolv.conf "$system/etc/"
 [[ ! -e /etc/pip.conf ]] || cp /etc/pip.conf "$system/etc/"
-[[ -z ${PIP_CERT-} ]] || install -D -m 644 "$PIP_CERT" "$system$PIP_CERT"
+if [[ -n ${PIP_CERT-} ]]; then  # in a place that no package writes to
+    install -m 644 "$PIP_CERT" "$system/etc/pip-cert.pem"
+    export PIP_CERT=/etc/pip-cert.pem
+fi
 mapfile -t passed_on < <(env | grep -E '^(PIP_[A-Z_]*|CXX|CC|CI)=')
 mount -t proc proc "$system/proc"
 mount --rbind --make-rslave /dev "$system/dev"
