@@ -3,9 +3,6 @@
 # bare system: Tests/System/bare_system.sh SUITE Tests/Enclosure/installed.sh
 set -eu
 export DEBIAN_FRONTEND=noninteractive
-if [ -n "${PIP_CERT-}" ]; then  # which the package ca-certificates replaces
-    cp "$PIP_CERT" cert.pem && export PIP_CERT="$PWD/cert.pem"
-fi
 apt-get update -q >/dev/null
 apt-get install -y -q --no-install-recommends ./build/packages/qbx-cimserver_*.deb ./build/packages/qbx-enclosure_*.deb >/dev/null
 echo "admin:$(echo secret | qbx-cimserver --hash-password)" >/etc/qbx-cimserver/users
