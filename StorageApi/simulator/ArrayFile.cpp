@@ -4,8 +4,8 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <regex>
 #include <sstream>
+#include <string_view>
 #include <utility>
 
 // Names and fields in the files are those of qbxapi.h.
@@ -201,14 +201,37 @@ static void decode(JsonObject& file, api_FCAL_t& card)
     file.read(FIELD(card.u, kbod), FIELD(card.u, lbod), FIELD(card.u, sbod));
 }
 
+/// Labels of letters, digits, '-' and '_' with points between; the last is no number, but in an
+/// IPv4 address.
+static bool isHostName(std::string_view text)
+{
+    const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
+    const auto isOfLabel = [&](char c) {
+        return isDigit(c) || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '-' ||
+               c == '_';
+    };
+    unsigned labels = 0, numbers = 0;
+    bool isNumber = false;
+    for (std::size_t begin = 0; begin <= text.size();) {
+        const std::size_t end = std::min(text.find('.', begin), text.size());
+        const std::string_view label = text.substr(begin, end - begin);
+        if (label.empty() || label[0] == '-') return false;
+        if (!std::all_of(label.begin(), label.end(), isOfLabel)) return false;
+        isNumber = std::all_of(label.begin(), label.end(), isDigit);
+        ++labels;
+        numbers += isNumber ? 1 : 0;
+        begin = end + 1;
+    }
+    return !isNumber || (labels == 4 && numbers == 4);
+}
+
 /// Clients get the array's name as the host of every object path, and their libraries take no other
-/// text for one: labels of which the last is no number, or an IPv4 address.
+/// text for one.
 static void checkHostName(const JsonValue& name)
 {
-    static const std::regex hostName(R"((\w[\w-]*\.)*(?!\d+$)\w[\w-]*|(\d{1,3}\.){3}\d{1,3}|)");
     std::string text;
     name.read(text);
-    if (!std::regex_match(text, hostName))
+    if (!text.empty() && !isHostName(text))
         name.fail("'" + text + "' is no host name: use letters, digits, '-', '_' and points");
 }
 

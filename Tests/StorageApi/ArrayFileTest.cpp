@@ -64,7 +64,7 @@ TEST_F(ArrayFileTest, AcceptsOnlyHostNamesAsNameOfTheArray)
     };
     for (const char* name : {"", "array_1", "a.b-c.example", "10.0.0.1", "1a"})
         EXPECT_EQ(fault(name), "") << name;
-    for (const char* name : {"My Array", "12", "a..b", "-a", "a.1", "caf\u00e9"}) {
+    for (const char* name : {"My Array", "12", "a..b", "a.", "-a", "a.1", "caf\u00e9"}) {
         EXPECT_EQ(fault(name), "1: /storageArray/elementName: '" + std::string(name) +
                                    "' is no host name: use letters, digits, '-', '_' and points");
     }
