@@ -133,6 +133,7 @@ run_tests() {
         checked_with wheel enclosure-13 "$root/Tests/System/bare_system.sh" trixie Tests/Enclosure/installed.sh
         checked debian-12 "$root/Tests/System/bare_system.sh" bookworm
         checked debian-13 "$root/Tests/System/bare_system.sh" trixie
+        checked ubuntu-24.04 "$root/Tests/System/bare_system.sh" noble
     fi
     echo "$passed passed, $failed failed, $skipped skipped"
     [[ $failed -eq 0 ]]
