@@ -103,11 +103,10 @@ using Response = ServiceTest;
 TEST_F(Response, IsEmptyWithoutResults)
 {
     scripted::provider("Leaf").onInstances = [](InstanceResponseHandler&) {};
-    for (const CimRequest& request :
-         {intrinsic("GetInstance", instanceName(leaf)),
-          intrinsic("EnumerateInstances", className("T_Leaf")),
-          intrinsic("Associators", objectName("T_Machine.Id=1")),
-          intrinsic("ReferenceNames", objectName("T_Machine.Id=1"))}) {
+    for (const CimRequest& request : {intrinsic("GetInstance", instanceName(leaf)),
+                                      intrinsic("EnumerateInstances", className("T_Leaf")),
+                                      intrinsic("Associators", objectName("T_Machine.Id=1")),
+                                      intrinsic("ReferenceNames", objectName("T_Machine.Id=1"))}) {
         EXPECT_EQ(send(request).response.children.size(), 0U) << request.body;
     }
 }
