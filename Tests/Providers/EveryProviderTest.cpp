@@ -20,7 +20,8 @@ TEST_P(EveryProviderTest, IsCreatedByNameInAnyCaseWithoutACall)
     for (const std::string& name :
          {row.name, cased(row.name, std::tolower), cased(row.name, std::toupper)}) {
         const ProviderPtr created = create(name);
-        EXPECT_NE(std::string(typeid(*created).name()).find(row.name), std::string::npos) << name;
+        const CIMProvider& provider = *created;
+        EXPECT_NE(std::string(typeid(provider).name()).find(row.name), std::string::npos) << name;
     }
     for (const std::string& name : {row.name + "X", row.name.substr(1), std::string()})
         EXPECT_EQ(PegasusCreateProvider(String(name.c_str())), nullptr) << name;
