@@ -5,6 +5,7 @@ import functools
 import json
 import pathlib
 import re
+from collections.abc import Collection
 from typing import Any
 
 from .cimxml import Instance, Path
@@ -42,7 +43,7 @@ MAPPED = re.compile(r"\d+|(0[xX][0-9A-Fa-f]+|\d*)\.\.(0[xX][0-9A-Fa-f]+|\d*)")  
 class Words:
     """The words that the server's schema has for the values of properties."""
 
-    def __init__(self, classes: dict[str, list[dict]], well: set[int]):
+    def __init__(self, classes: dict[str, list[dict]], well: Collection[int]):
         self.well = well  # state codes that mean that something is as it should be
         self.maps: dict[tuple[str, str], list[tuple[str, str]]] = {}
         for kind, found in classes.items():
@@ -67,6 +68,17 @@ class Words:
         return f"unknown ({value})"
 
 
+class Reason(str):
+    """Why an element needs attention, or is worth a note; `cause` says in a word of what kind it is."""
+
+    cause: str
+
+    def __new__(cls, cause: str, text: str) -> "Reason":
+        reason = super().__new__(cls, text)
+        reason.cause = cause
+        return reason
+
+
 @dataclasses.dataclass(eq=False)
 class Element:
     """A cage, magazine, card or sensor: its properties, and what is wrong with it or worth a note."""
@@ -75,8 +87,8 @@ class Element:
     path: Path
     values: dict
     words: Words
-    problems: list[str] = dataclasses.field(default_factory=list)
-    notes: list[str] = dataclasses.field(default_factory=list)
+    problems: list[Reason] = dataclasses.field(default_factory=list)
+    notes: list[Reason] = dataclasses.field(default_factory=list)
     cage: "Element | None" = None  # the cage that holds it; a cage's own is itself
     parts: list["Element"] = dataclasses.field(default_factory=list)  # by position
 
@@ -135,6 +147,15 @@ class Element:
         """The lowest and highest good reading; None when the array sets no limits."""
         low, high = self.get("LowLimit", 0), self.get("HighLimit", 0)
         return (low, high) if low <= high and high else None
+
+    def reading(self) -> tuple[int | None, str, tuple[str, ...]]:
+        """A sensor's reading, or the temperature of a cage: the value, with its unit, and the names of
+        what was measured and in what."""
+        if self.kind == "cage":
+            value = self.get("TempSensorValue")
+            return value, f"{value} °C", ("temperature", "°C")
+        letter = self.get("BaseUnit", "")
+        return self.get("CurrentReading"), self.with_unit("CurrentReading"), (self.label, UNITS.get(letter, letter))
 
     def with_unit(self, name: str) -> str:
         """A number of a sensor with its unit."""
@@ -227,7 +248,7 @@ def elements_of(client: Client, kind: str, words: Words) -> list[Element]:
     return sorted(elements, key=lambda element: element.order)
 
 
-def read_words(client: Client, well: set[int]) -> Words:
+def read_words(client: Client, well: Collection[int]) -> Words:
     """The words of the classes: one request a kind."""
     classes = {}
     for kind, name in CLASSES.items():

@@ -2,6 +2,7 @@
 
 import json
 import sys
+from collections.abc import Sequence
 
 from rich.console import Console
 from rich.text import Text
@@ -59,7 +60,7 @@ def summary(enclosure: Enclosure) -> str:
     return f"{counts}; {f'{bad} of these in need of attention' if bad else 'all well'}"
 
 
-def finding(element: Element, reasons: list[str]) -> str:
+def finding(element: Element, reasons: Sequence[str]) -> str:
     """Where something is, and what is wrong or worth a note."""
     part = "" if element.kind == "cage" else f"{element.kind} {element.name}: "
     return f"{element.where}: {part}{'; '.join(reasons)}"
@@ -95,7 +96,7 @@ def performance(sensor: Element) -> str:
 
 
 def print_json(shown: Enclosure, bad: list[Element], noted: list[Element]) -> None:
-    def entry(element: Element, reasons: list[str]) -> dict:
+    def entry(element: Element, reasons: Sequence[str]) -> dict:
         cage = element.cage
         place = {"cage": cage.tag, "location": cage.get("Location")} if cage else {"cage": None}
         name = {"kind": element.kind, "name": element.tag, "label": element.label}
