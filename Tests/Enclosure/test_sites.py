@@ -149,7 +149,8 @@ class Lists(ListTest):
         Case("unknown_key_of_the_check", ONE + "[health]\nwarn = 1", ": [health] warn: unknown key; there is"
              " warning_from, critical_from, and tables severity and readings"),
         Case("unknown_cause", ONE + '[health.severity]\nlamp = "ok"',
-             ": [health.severity] lamp: unknown cause; there is status, reading, state, light, loop_split, no_card, no_sensor, no_cage, half_split, gap, firmware,"
+             ": [health.severity] lamp: unknown cause; there is status, reading, state, light,"
+             " loop_split, no_card, no_sensor, no_cage, half_split, gap, firmware,"
              " locator, no_answer; or a reason as the check prints it"),
         Case("unknown_severity", ONE + '[health.severity]\ngap = "bad"',
              ": [health.severity] gap: ok, warning, unknown, critical is expected"),
