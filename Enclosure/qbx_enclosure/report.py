@@ -2,6 +2,7 @@
 
 import argparse
 import datetime
+import functools
 import pathlib
 import sys
 from collections.abc import Sequence
@@ -64,14 +65,19 @@ def contents(cage: Element) -> str:
     return elements({kind: len(cage.of(kind)) for kind in GROUPS})
 
 
+@functools.cache
+def templates() -> jinja2.Environment:
+    made = jinja2.Environment(loader=jinja2.PackageLoader(__package__, "."), autoescape=True, trim_blocks=True)
+    made.globals.update(lamps=lamps, anchor=anchor, what=what, contents=contents, elements=elements)
+    made.globals.update(columns=COLUMNS, heights=HEIGHTS, groups=GROUPS, most_open=MOST_OPEN)
+    return made
+
+
 def page(template: str, **values: Any) -> str:
     """A page of a template."""
-    source = jinja2.PackageLoader(__package__, ".")
-    templates = jinja2.Environment(loader=source, autoescape=True, trim_blocks=True)
-    templates.globals.update(facts=facts, lamps=lamps, rows=rows, anchor=anchor, what=what, contents=contents)
-    templates.globals.update(columns=COLUMNS, heights=HEIGHTS, groups=GROUPS, elements=elements, most_open=MOST_OPEN)
     when = datetime.datetime.now().astimezone().strftime("%Y-%m-%d %H:%M:%S %z")
-    return templates.get_template(template).render(when=when, **values)
+    once = {"facts": functools.cache(facts), "rows": functools.cache(rows)}  # of an element, for one page
+    return templates().get_template(template).render(when=when, **once | values)
 
 
 def save(file: pathlib.Path, text: str) -> None:
@@ -112,7 +118,7 @@ def write(arrays: Sequence[Array], given: argparse.Namespace) -> int:
     if is_folder:
         differing = unusual(found)
         found = [row | {"firmware_differs": differing[row["array"]]} for row in found]
-        save(file / "index.html", page("index.html", rows=found))
+        save(file / "index.html", page("index.html", arrays=found))
         print(f"written: {clean(file / 'index.html')}")
         return unanswered(found)
     (row,) = found
