@@ -6,10 +6,12 @@ import os
 import re
 import sys
 
-from . import actions, metrics, report, show
+from . import actions, exporter, report, show
 from .connection import Client, EnclosureError, clean, hidden
 from .judgement import judge
 from .model import read, read_words
+from .severity import Rules
+from .sites import Array
 from .version import VERSION
 
 TIMEOUTS = {"upgrade": 1800}  # seconds; 30 for any other command
@@ -88,10 +90,12 @@ def parser() -> Parser:
     command("relocate", "set the location of a cage", "cage", "location")
     option = command("metrics", "serve metrics for Prometheus until it is stopped")
     option("--listen", default="127.0.0.1", metavar="ADDRESS", help="(127.0.0.1)")
-    option("--port", type=number(1, 65535), default=9988, metavar="N", help="(9988)")
-    option("--interval", type=number(1, 86400), default=60, metavar="SECONDS",
-           help="between two polls of the server (60)")
+    option("--port", type=number(0, 65535), default=9988, metavar="N", help="(9988); 0: any free one")
+    option("--interval", type=number(0, 86400), default=5, metavar="SECONDS",
+           help="between two polls of an array, at least (5)")
+    option("--web-config", metavar="FILE", help="TLS and users, in the form of Prometheus' exporters")
     option("--once", action="store_true", help="print them and end")
+    option("--output", metavar="FILE", help="with --once: replace this file by them")
     command("report", "write a page for a browser into a file; -: standard output", "file", chooses=True)
     return top
 
@@ -112,6 +116,8 @@ def arguments(words: list[str]) -> argparse.Namespace:
         command = "tree"
     given = options.parse_args(([command] if command else []) + rest)
     given.url = urls[0] if urls else os.environ.get("QBX_URL", "http://localhost:5988")
+    if getattr(given, "output", None) and not given.once:
+        options.error("--output needs --once")
     given.timeout = given.timeout or TIMEOUTS.get(given.command, 30)
     return given
 
@@ -123,7 +129,10 @@ def run(given: argparse.Namespace) -> int:
         print(actions.ACTIONS[given.command](client, given))
         return 0
     if given.command == "metrics":
-        return metrics.serve(client, given)
+        name = client.url.partition("//")[2]
+        array = Array(name, given.url, ca=given.ca or "", verify=not given.no_verify, namespace=given.namespace,
+                      timeout=given.timeout, well=frozenset(given.well))  # fmt: skip
+        return exporter.run([array], Rules(), given)
     enclosure = judge(read(client, read_words(client, given.well)))
     if given.command == "health":
         return show.health(enclosure.narrowed(given.cage, False), bool(given.cage), given.json)
