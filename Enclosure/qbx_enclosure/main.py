@@ -6,7 +6,7 @@ import os
 import re
 import sys
 
-from . import actions, exporter, report, show
+from . import actions, exporter, report, show, sites
 from .connection import Client, EnclosureError, clean, hidden
 from .judgement import judge
 from .model import read, read_words
@@ -89,6 +89,8 @@ def parser() -> Parser:
     option("--port", choices=("A", "B"), default="A", help="through this port (A)")
     command("relocate", "set the location of a cage", "cage", "location")
     option = command("metrics", "serve metrics for Prometheus until it is stopped")
+    option("names", nargs="*", metavar="NAME", help="arrays or groups of the list")
+    option("--sites", metavar="FILE", help="the list of arrays")
     option("--listen", default="127.0.0.1", metavar="ADDRESS", help="(127.0.0.1)")
     option("--port", type=number(0, 65535), default=9988, metavar="N", help="(9988); 0: any free one")
     option("--interval", type=number(0, 86400), default=5, metavar="SECONDS",
@@ -124,6 +126,10 @@ def arguments(words: list[str]) -> argparse.Namespace:
 
 def run(given: argparse.Namespace) -> int:
     """Does what the command line says; returns the exit status."""
+    if given.command == "metrics" and given.names:
+        site = sites.load(given.sites)
+        given.url = ""
+        return exporter.run(site.chosen(given.names), site.rules, given)
     client = Client(given.url, given.namespace, given.timeout, given.ca, not given.no_verify)
     if given.command in actions.ACTIONS:
         print(actions.ACTIONS[given.command](client, given))

@@ -82,7 +82,8 @@ def settings_of(file: str) -> Settings:
         raise EnclosureError(f"--web-config: {error}; {needed}") from error
     try:
         path = pathlib.Path(file)
-        config = table(yaml.safe_load(path.read_bytes()) or {}, "")
+        content = yaml.safe_load(path.read_bytes())
+        config = table({} if content is None else content, "")
         users = users_of(table(config.get("basic_auth_users") or {}, "basic_auth_users"))
         if "tls_server_config" not in config:
             return Settings(None, users, (path,))
