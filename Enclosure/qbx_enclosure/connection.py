@@ -78,6 +78,11 @@ def server_of(url: str) -> urllib.parse.SplitResult:
     return parts
 
 
+def address(parts: urllib.parse.SplitResult) -> str:
+    """A server's URL without a user."""
+    return f"{parts.scheme}://{parts.netloc.rpartition('@')[2]}"
+
+
 @functools.cache  # reading the authorities of this machine takes longer than a small array
 def context_of(ca: str | None, verify: bool) -> ssl.SSLContext:
     """How TLS is spoken: whose certificates are taken."""
@@ -100,7 +105,7 @@ class Client:
         """`login` is a user and a password; empty, and None: those of the URL. Without a password there
         it is that of QBX_PASSWORD, or prompted for. `well`: the state codes that mean well."""
         parts = server_of(url)
-        self.url = f"{parts.scheme}://{parts.netloc.rpartition('@')[2]}"
+        self.url = self.name = address(parts)  # name: what the user calls it
         self.user = login[0] or urllib.parse.unquote(parts.username or "")
         self.namespace, self.well = namespace, well
         self.words: Any = None  # of its schema, once they have been read

@@ -2,6 +2,7 @@
 
 import argparse
 import contextlib
+import functools
 import gzip
 import http.server
 import json
@@ -20,12 +21,11 @@ from http import HTTPStatus
 
 from prometheus_client import CONTENT_TYPE_LATEST, CollectorRegistry, Gauge, ProcessCollector, generate_latest
 
-from .connection import Client, EnclosureError, clean
+from .connection import EnclosureError, clean
 from .judgement import examine
 from .metrics import INVENTORY, poll_samples, samples, text_of
-from .model import Enclosure
 from .severity import Rules
-from .sites import Array, answer, ask
+from .sites import Array, Site, answer, ask
 from .transport import shut
 from .version import VERSION
 from .webconfig import WebConfig
@@ -48,9 +48,9 @@ class Target:
     """An array for scrapes. It is polled when one asks, unless the last result is younger than `least`
     seconds; never twice at once: scrapes that come meanwhile wait for the same poll."""
 
-    def __init__(self, array: Array, client: Client | None, rules: Rules, least: float):
-        self.array, self.given, self.rules, self.least = array, client, rules, least
-        self.client = client
+    def __init__(self, array: Array, rules: Rules, least: float):
+        self.array, self.rules, self.least = array, rules, least
+        self.connect = functools.cache(array.client)  # which keeps the words of the schema
         self.turn = threading.Condition()  # guards what follows
         self.is_polling = False
         self.begun = self.ended = 0.0  # the last poll, by the monotonic clock; 0: there was none
@@ -80,7 +80,9 @@ class Target:
             return gzip.compress(text_of(polled), 1) + (self.inventory if problem else self.found)
 
     def _poll(self) -> None:
-        result = answer(self.array, self._examined, self.client)
+        result = answer(self.array, examine, self.connect)
+        if result.error and not sys.stdin.isatty():  # a password may be new, if no person has typed it
+            self.connect.cache_clear()
         found = inventory = b""
         if not result.error:
             given = [*samples(self.array.name, result.result, self.rules)]
@@ -92,12 +94,6 @@ class Target:
             self.problem = f"{self.array.name}: {result.error}" if result.error else ""
             self.ended, self.seconds, self.is_polling = time.monotonic(), result.seconds, False
             self.turn.notify_all()
-
-    def _examined(self, client: Client) -> Enclosure:
-        self.client = self.given  # a failure makes a new one, of a password that may have changed
-        enclosure = examine(client)
-        self.client = client
-        return enclosure
 
     def _tell(self, problem: str) -> None:
         """Logs the first failure, each other one, and their end."""
@@ -237,18 +233,22 @@ class Exporter(socketserver.ThreadingMixIn, http.server.HTTPServer):
             log(3, f"request of {client_address[0]}: {type(error).__name__}: {clean(error)}")
 
 
-def run(arrays: Sequence[Array], rules: Rules, given: argparse.Namespace) -> int:
+def run(site: Site, arrays: Sequence[Array], given: argparse.Namespace) -> int:
     """Serves the metrics until the program is stopped, or prints them once."""
-    return once(arrays, rules, given.output) if given.once else serve(arrays, rules, given)
+    if given.output and not given.once:
+        raise EnclosureError("--output FILE needs --once")
+    return once(arrays, site.rules, given.output) if given.once else serve(site, arrays, given)
 
 
-def serve(arrays: Sequence[Array], rules: Rules, given: argparse.Namespace) -> int:
+def serve(site: Site, arrays: Sequence[Array], given: argparse.Namespace) -> int:
     """Serves the metrics until the program is stopped."""
-    client = arrays[0].client() if given.url else None  # which may prompt for a password
-    targets = {each.name: Target(each, client, rules, given.interval) for each in arrays}
+    targets = {each.name: Target(each, site.rules, given.interval) for each in arrays}
+    single = None if site.file else targets[arrays[0].name]
+    if single:
+        single.connect()  # which may prompt for a password
     web = WebConfig(given.web_config, log)
     try:
-        server = Exporter(given.listen, given.port, targets, web, targets[arrays[0].name] if given.url else None)
+        server = Exporter(given.listen, given.port, targets, web, single)
     except OSError as error:
         raise EnclosureError(f"cannot listen on {given.listen}:{given.port}: {error.strerror}") from error
     with server:

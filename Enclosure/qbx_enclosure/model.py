@@ -236,7 +236,8 @@ def values_of(instance: Instance, identity: str) -> dict:
 def elements_of(client: Client, kind: str, words: Words) -> list[Element]:
     """All elements of a kind, by position."""
     elements = []
-    for each in client.request("EnumerateInstances", ClassName=CLASSES[kind], **WHOLE):
+    options = {**WHOLE, "PropertyList": sorted(name for name, _ in KINDS.values())}
+    for each in client.request("EnumerateInstances", ClassName=CLASSES[kind], **options):
         try:
             values = values_of(each, IDENTITIES[kind][0])
         except EnclosureError as error:

@@ -54,17 +54,26 @@ class Rules:
     warning_from: int = 1
     critical_from: int = 0
 
+    def with_counts(self, warning_from: int | None, critical_from: int | None) -> "Rules":
+        """The same with these counts, where they are given."""
+        warning = self.warning_from if warning_from is None else warning_from
+        critical = self.critical_from if critical_from is None else critical_from
+        return dataclasses.replace(self, warning_from=warning, critical_from=critical)
+
     def of(self, reason: str, cause: str) -> Severity:
         return self.severities.get(reason, self.severities[cause])
 
     def findings(self, enclosure: Enclosure) -> list[Finding]:
-        """What there is to say of a judged enclosure, the worst first."""
+        """What there is to say of a judged enclosure, the worst first: of an element one finding with
+        what is bad, and one with what is not, its notes."""
         found = []
         for each in enclosure.everything():
             reasons = [(self.of(reason, reason.cause), str(reason)) for reason in [*each.problems, *each.notes]]
             reasons += self._readings(each)
-            if reasons:
-                found.append(Finding(each, worst(how for how, _ in reasons), [text for _, text in reasons]))
+            bad = [reason for reason in reasons if reason[0] != Severity.OK]
+            for part in (bad, [reason for reason in reasons if reason[0] == Severity.OK]):
+                if part:
+                    found.append(Finding(each, worst(how for how, _ in part), [text for _, text in part]))
         return sorted(found, key=lambda each: -ORDER.index(each.severity))
 
     def _readings(self, element: Element) -> list[tuple[Severity, str]]:
@@ -109,8 +118,8 @@ def rules_of(table: Any, place: str) -> Rules:
         elif key not in ("warning_from", "critical_from"):
             known = "warning_from, critical_from, and tables severity and readings"
             raise EnclosureError(f"{place}] {one_line(key)}: unknown key; there is {known}")
-        elif type(value) is not int or not 0 <= value <= 65535:
-            raise EnclosureError(f"{place}] {key}: a number of elements, 0 to 65535, is expected")
+        elif type(value) is not int or not int(key == "warning_from") <= value <= 65535:
+            raise EnclosureError(f"{place}] {key}: a number of elements, up to 65535, is expected")
         else:
             counts[key] = value
     return Rules(severities, readings, **counts)

@@ -1,6 +1,7 @@
 """The list of a site's arrays, a TOML file, and how several arrays are queried side by side."""
 
 import dataclasses
+import functools
 import os
 import pathlib
 import queue
@@ -13,7 +14,7 @@ from collections.abc import Callable, Iterator, Sequence
 from typing import Any, NamedTuple
 
 from . import COMMANDS
-from .connection import Client, EnclosureError, clean, one_line, server_of
+from .connection import Client, EnclosureError, address, clean, one_line, server_of
 from .severity import Rules, rules_of
 
 AT_ONCE = 16  # arrays that are queried at the same time
@@ -41,10 +42,17 @@ class Array:
     timeout: int = 30  # seconds a request may take
     well: frozenset[int] = frozenset({1})  # state codes that mean well
 
+    @property
+    def address(self) -> str:
+        """Its URL without a user."""
+        return address(server_of(self.url))
+
     def client(self) -> Client:
         """A connection to it. Raises EnclosureError when there is no password, or a bad one."""
         login = (self.user, self._password())
-        return Client(self.url, self.namespace, self.timeout, self.ca or None, self.verify, login, self.well)
+        client = Client(self.url, self.namespace, self.timeout, self.ca or None, self.verify, login, self.well)
+        client.name = self.name
+        return client
 
     def _password(self) -> str | None:
         if self.password_env:
@@ -236,12 +244,13 @@ class Answer(NamedTuple):
         return self.result if isinstance(self.result, EnclosureError) else None
 
 
-def answer(array: Array, question: Callable[[Client], Any], client: Client | None = None) -> Answer:
-    """The answer of one array. A fault of this program is one of this array only."""
+def answer(array: Array, question: Callable[[Client], Any], connect: Callable[[], Client] | None = None) -> Answer:
+    """The answer of one array, through the client that `connect` returns. A fault of this program is
+    one of this array only."""
     start = time.monotonic()
     result: Any
     try:
-        result = question(client or array.client())
+        result = question((connect or array.client)())
     except EnclosureError as error:
         result = error
     except Exception as error:
@@ -278,3 +287,27 @@ def ask(arrays: Sequence[Array], question: Callable[[Client], Any], *, at_once: 
             return
         del left[found.array.name]
         yield found
+
+
+def follow(arrays: Sequence[Array], question: Callable[[Client], Any], period: float, *, at_once: int = AT_ONCE
+           ) -> Iterator[Answer]:  # fmt: skip
+    """Queries each array every `period` seconds, or as soon as its last answer is there, without end; so
+    there are never two queries of one array. Yields each answer as it comes."""
+    bound = threading.Semaphore(at_once)
+    answers: queue.SimpleQueue[Answer] = queue.SimpleQueue()
+
+    def work(array: Array) -> None:
+        connect = functools.cache(array.client)  # it keeps the words of the schema
+        while True:
+            start = time.monotonic()
+            with bound:
+                found = answer(array, question, connect)
+            if found.error:  # a password may be new, and the server
+                connect.cache_clear()
+            answers.put(found)
+            time.sleep(max(0.0, start + period - time.monotonic()))
+
+    for each in arrays:
+        threading.Thread(target=work, args=(each,), daemon=True).start()
+    while True:
+        yield answers.get()

@@ -36,9 +36,9 @@ def listed(folder, **urls):
 @contextlib.contextmanager
 def exporting(*words):
     """The exporter; yields its URL and the process, whose standard error is a pipe."""
-    command = [sys.executable, str(PROGRAM), "metrics", "--port", "0", *words]
-    pipes = {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE}
-    with subprocess.Popen(command, text=True, env=os.environ | {"QBX_PASSWORD": "admin"}, **pipes) as process:
+    command = [sys.executable, str(PROGRAM), *words, "metrics", "--port", "0"]
+    with subprocess.Popen(command, text=True, env=os.environ | {"QBX_PASSWORD": "admin"},
+                          stdout=subprocess.PIPE, stderr=subprocess.PIPE) as process:  # fmt: skip
         try:
             assert process.stdout
             yield process.stdout.readline().removeprefix("ready: ").removesuffix("/metrics\n"), process
@@ -61,7 +61,7 @@ def get(url, password="", context=None, **fields):
 
 def names(text):
     """The names of metrics in a text."""
-    return {line.partition("{")[0] for line in text.splitlines() if not line.startswith("#")}
+    return {line.partition("{")[0] for line in text.splitlines() if "{" in line}
 
 
 class Probe(ServerTest):
@@ -91,19 +91,19 @@ class Probe(ServerTest):
     def test_array_that_hangs_delays_no_other_and_is_not_polled_twice(self):
         silent = self.enterContext(socket.create_server(("127.0.0.1", 0)))
         urls = {"good": self.server.url, "hung": f"http://127.0.0.1:{silent.getsockname()[1]}"}
+        pool = self.enterContext(concurrent.futures.ThreadPoolExecutor())
         with exporting("--interval", "0", *listed(self.folder, **urls)) as (url, process):
-            with concurrent.futures.ThreadPoolExecutor() as pool:
-                hung = pool.submit(get, f"{url}/probe?target=hung")
-                connection = self.enterContext(silent.accept()[0])
-                self.assertIn('qbx_up{array="good"} 1.0', get(f"{url}/probe?target=good")[1])
-                short = get(f"{url}/probe?target=hung", X_Prometheus_Scrape_Timeout_Seconds="0.5")
-                self.assertIn('qbx_up{array="hung"} 0.0', short[1])
-                self.assertIn("hung: no result in 0.45 s", process.stderr.readline())
-                self.assertFalse(hung.done())
-                silent.setblocking(False)
-                self.assertRaises(BlockingIOError, silent.accept)
-                connection.close()
-                self.assertIn('qbx_up{array="hung"} 0.0', hung.result()[1])
+            hung = pool.submit(get, f"{url}/probe?target=hung")
+            connection = self.enterContext(silent.accept()[0])
+            self.assertIn('qbx_up{array="good"} 1.0', get(f"{url}/probe?target=good")[1])
+            short = get(f"{url}/probe?target=hung", X_Prometheus_Scrape_Timeout_Seconds="0.5")
+            self.assertIn('qbx_up{array="hung"} 0.0', short[1])
+            self.assertIn("hung: no result in 0.45 s", process.stderr.readline())
+            self.assertFalse(hung.done())
+            silent.setblocking(False)
+            self.assertRaises(BlockingIOError, silent.accept)
+            connection.close()
+            self.assertIn('qbx_up{array="hung"} 0.0', hung.result()[1])
 
     @cases(
         Case("without_target", "/probe", 400, "give one target: /probe?target=NAME; /targets lists them\n"),
@@ -130,7 +130,7 @@ class Probe(ServerTest):
         file = pathlib.Path(self.folder) / "qbx.prom"
         file.write_text("before")
         arrays = listed(self.folder, a1=self.server.url, a2=self.server.url, dead="http://127.0.0.1:1")
-        done = run("metrics", "--once", "--output", str(file), *arrays, QBX_PASSWORD="admin")
+        done = run(*arrays, "metrics", "--once", "--output", str(file), QBX_PASSWORD="admin")
         self.assertEqual((done.returncode, done.stdout), (2, ""))
         self.assertRegex(done.stderr, "^qbx-enclosure: dead: http://127.0.0.1:1: connection refused; .*\n$")
         up = sorted(line for line in file.read_text().splitlines() if line.startswith("qbx_up"))
@@ -140,7 +140,7 @@ class Probe(ServerTest):
 
     def test_port_in_use_is_one_line(self):
         place = f"127.0.0.1:{self.server.port}"
-        done = run("metrics", "--port", str(self.server.port), *listed(self.folder, a1=self.server.url))
+        done = run(*listed(self.folder, a1=self.server.url), "metrics", "--port", str(self.server.port))
         self.assertEqual(done.stderr, f"qbx-enclosure: cannot listen on {place}: Address already in use\n")
         self.assertEqual(done.returncode, 2)
 
@@ -184,6 +184,8 @@ class LostArray(ServerTest):
 
 class Web(Test):
     """TLS and users; no array is needed."""
+
+    folder: pathlib.Path
 
     @classmethod
     def setUpClass(cls):
@@ -235,7 +237,7 @@ class Web(Test):
     def test_refuses_a(self, content, message):
         if content:
             self.file.write_text(content)
-        done = run("metrics", *self.words)
+        done = run(*self.words, "metrics")
         self.assertRegex(done.stderr, "^qbx-enclosure: .*\n$")
         self.assertIn(message, done.stderr)
         self.assertEqual(done.returncode, 2)
