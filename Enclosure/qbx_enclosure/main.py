@@ -133,10 +133,12 @@ def commands() -> dict[str, Command]:
     command("relocate", "set the location of a cage", "cage", "location")
     option = command("metrics", "serve metrics for Prometheus until it is stopped")
     option("--listen", default="127.0.0.1", metavar="ADDRESS", help="(127.0.0.1)")
-    option("--port", type=number(1, 65535), default=9988, metavar="N", help="(9988)")
-    option("--interval", type=number(1, 86400), default=60, metavar="SECONDS",
-           help="between two polls of the server (60)")
+    option("--port", type=number(0, 65535), default=9988, metavar="N", help="(9988); 0: any free one")
+    option("--interval", type=number(0, 86400), default=5, metavar="SECONDS",
+           help="between two polls of an array, at least (5)")
+    option("--web-config", metavar="FILE", help="TLS and users, in the form of Prometheus' exporters")
     option("--once", action="store_true", help="print them and end")
+    option("--output", metavar="FILE", help="with --once: replace this file by them")
     command("report", "write a page for a browser into a file (-: standard output), of several arrays a folder",
             "file", chooses=True)
     return found
@@ -196,9 +198,9 @@ def run(given: argparse.Namespace) -> int:
         print(actions.ACTIONS[given.command](arrays[0].client(), given))
         return 0
     if given.command == "metrics":
-        from . import metrics
+        from . import exporter
 
-        return metrics.serve(arrays[0].client(), given)
+        return exporter.run(site, arrays, given)
     if given.command == "report":
         from . import report
 

@@ -78,16 +78,6 @@ def login(url, user="admin"):
     return url.replace("://", f"://{user}:{user}@")
 
 
-def free_port():
-    with socket.create_server(("127.0.0.1", 0)) as free:
-        return str(free.getsockname()[1])
-
-
-def scraped(url):
-    """The lines of the metrics."""
-    return urllib.request.urlopen(url).read().decode().splitlines()
-
-
 class ServerTest(Test):
     """Tests with one server; each writes the array that it wants, or acts on elements of its own."""
 
@@ -477,47 +467,6 @@ class Lies(ServerTest):
         self.assertIn(message, done.stderr)
         self.assertEqual((done.returncode, done.stdout), (1, ""))
 
-    def test_metrics_outlive_a_lie(self):
-        LyingServer.lie = None
-        command = [sys.executable, str(PROGRAM), self.url, "metrics", "--interval", "1", "--port", free_port()]
-        with subprocess.Popen(command, stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True) as process:
-            assert process.stdout and process.stderr
-            url = process.stdout.readline().removeprefix("ready: ")
-            good = scraped(url)
-            LyingServer.lie = body(b"<CIM/>")
-            self.assertIn("CIM without MESSAGE/SIMPLERSP/* in the response", process.stderr.readline())
-            bad = scraped(url)
-            LyingServer.lie = None
-            self.assertIn("answers again", process.stderr.readline())
-            self.assertIn("qbx_up 1.0", scraped(url))
-            process.terminate()
-        lost = {line.partition("{")[0] for line in good} - {line.partition("{")[0] for line in bad}
-        self.assertLess({"qbx_sensor_reading", "qbx_problems", "qbx_state_code", "qbx_up 1.0"}, lost)
-        for kept in ("qbx_cage_info{", "qbx_elements{", "qbx_last_success_timestamp_seconds "):
-            self.assertEqual(*([line for line in lines if line.startswith(kept)] for lines in (good, bad)))
-
-
-class Metrics(ServerTest):
-    def test_many_scrapes_make_one_poll(self):
-        before, port = self.operations(), free_port()
-        command = [sys.executable, str(PROGRAM), self.url, "metrics", "--port", port, "--interval", "86400"]
-        with subprocess.Popen(command, stdout=subprocess.PIPE, text=True) as process:
-            assert process.stdout
-            self.assertEqual(process.stdout.readline(), f"ready: http://127.0.0.1:{port}/metrics\n")
-            scrapes = [scraped(f"http://127.0.0.1:{port}/metrics") for _ in range(5)]
-            process.terminate()
-        self.assertEqual(self.operations() - before, READS)
-        ages = [float(each.split()[1]) for page in scrapes for each in page if each.startswith("qbx_poll_age_seconds ")]
-        self.assertTrue(0 < ages[0] < ages[-1], ages)
-        hot = 'cage="cage1",id="cage1-sensor6",sensor="Exhaust temperature",unit="C"'
-        for line in ("qbx_up 1.0", f"qbx_sensor_reading{{{hot}}} 58.0",
-                     'qbx_problems{cage="cage1"} 3.0', f"qbx_sensor_high_limit{{{hot}}} 55.0"):
-            self.assertIn(line, scrapes[-1])
-
-    def test_no_answer_is_a_metric(self):
-        done = run("http://127.0.0.1:1", "metrics", "--once")
-        self.assertEqual((done.returncode, done.stdout[-11:]), (2, "qbx_up 0.0\n"))
-
 
 class OddTexts(ServerTest):
     """Texts with control characters and markup, elements in no cage or listed twice."""
@@ -541,16 +490,6 @@ class OddTexts(ServerTest):
         for text in ("! cage2  DC2 (M), Lost Communication, ", "loop A 100 Mb/s + 2 Gb/s from ",
                      "24 °C, no limits", "└── in no cage that is listed", "O'Neill, left half"):
             self.assertIn(text, output)
-
-    def test_metrics_have_each_name_once(self):
-        from prometheus_client.parser import text_string_to_metric_families as parse
-
-        families = parse(run(self.url, "metrics", "--once").stdout)
-        samples = [each for family in families for each in family.samples]
-        names = [(each.name, *sorted(each.labels.items())) for each in samples]
-        self.assertEqual(len(set(names)), len(names))
-        count = {each.labels["kind"]: each.value for each in samples if each.name == "qbx_elements"}
-        self.assertEqual(count, {"cage": 7, "magazine": 25, "card": 14, "sensor": 28})
 
     def test_report_names_problems_first(self):
         text = self.report().read_text(encoding="utf-8")
