@@ -50,9 +50,10 @@ class NotDoneError(EnclosureError):
 
 def clean(text: object) -> str:
     """A text without characters that steer a terminal: they become escapes."""
-    return "".join(
-        ascii(each)[1:-1] if unicodedata.category(each) in STEERING else each for each in str(text)
-    )
+    text = str(text)
+    if text.isprintable():
+        return text
+    return "".join(ascii(each)[1:-1] if unicodedata.category(each) in STEERING else each for each in text)
 
 
 def one_line(text: object) -> str:

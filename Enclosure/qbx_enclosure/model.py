@@ -5,6 +5,7 @@ import functools
 import json
 import pathlib
 import re
+import weakref
 from collections.abc import Collection
 from typing import Any
 
@@ -89,7 +90,6 @@ class Element:
     words: Words
     problems: list[Reason] = dataclasses.field(default_factory=list)
     notes: list[Reason] = dataclasses.field(default_factory=list)
-    cage: "Element | None" = None  # the cage that holds it; a cage's own is itself
     parts: list["Element"] = dataclasses.field(default_factory=list)  # by position
 
     def __post_init__(self):
@@ -97,8 +97,13 @@ class Element:
         self.tag, self.label = (self.get(each, "") for each in IDENTITIES[self.kind])
         both = f"{self.tag} ({self.label})" if self.label not in ("", self.tag) else self.tag
         self.name = self.label if self.kind == "sensor" and self.label else both
-        self.cage = self if self.kind == "cage" else None
+        self.holder = weakref.ref(self) if self.kind == "cage" else None  # no cycle: memory is free at once
         self.order = (self.get("Position", 0), self.tag)
+
+    @property
+    def cage(self) -> "Element | None":
+        """The cage that holds it, as long as its enclosure is there; a cage's own is itself."""
+        return self.holder and self.holder()
 
     def get(self, name: str, default=None):
         """The value of a property, as Python's own; `default` when it is null or missing."""
@@ -107,7 +112,9 @@ class Element:
 
     def entries(self, name: str) -> list[tuple[str, int, str]]:
         """(" index", value, word) of a property's values; the index only of those of an array."""
-        value = self.get(name, [])
+        value = self.get(name)
+        if value is None:
+            return []
         listed = enumerate(value) if isinstance(value, list) else [("", value)]
         word = functools.partial(self.words.of, self.kind, name)
         return [(f" {at}".rstrip(), each, word(each)) for at, each in listed]
@@ -275,10 +282,11 @@ def read(client: Client, words: Words) -> Enclosure:
     for kind, ends in HOLDING.items():
         held = holders(client, *ends)
         for each in found[kind]:
-            each.cage = by_path.get(held.get(each.path.identity(), ()))
-            if kind == "sensor" and not each.cage:  # of a power supply: in no association
-                each.cage = by_tag.get(each.tag.rpartition("-sensor")[0])
-            (each.cage.parts if each.cage else outside).append(each)
+            cage = by_path.get(held.get(each.path.identity(), ()))
+            if kind == "sensor" and not cage:  # of a power supply: in no association
+                cage = by_tag.get(each.tag.rpartition("-sensor")[0])
+            each.holder = cage and weakref.ref(cage)
+            (cage.parts if cage else outside).append(each)
     return Enclosure(package_name(client), cages, outside)
 
 

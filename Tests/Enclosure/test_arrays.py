@@ -31,6 +31,10 @@ FIRMWARE = {"cages.1.lbod.fwVersion": "5.06"}  # one cage of three
 class ArraysTest(Test):
     """Tests with a list of three arrays."""
 
+    folder: pathlib.Path
+    servers: dict
+    urls: dict
+
     @classmethod
     def setUpClass(cls):
         cls.folder = pathlib.Path(cls.enterClassContext(tempfile.TemporaryDirectory()))
