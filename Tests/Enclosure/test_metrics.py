@@ -33,6 +33,13 @@ def listed(folder, **urls):
     return ["--sites", str(file), "all"]
 
 
+def certified(folder, key, certificate):
+    """Writes a key and a certificate of this machine."""
+    make = "req -x509 -newkey rsa:2048 -nodes -subj /CN=127.0.0.1 -addext subjectAltName=IP:127.0.0.1"
+    command = ["openssl", *make.split(), "-keyout", key, "-out", certificate]
+    subprocess.run(command, check=True, capture_output=True, cwd=folder)
+
+
 @contextlib.contextmanager
 def exporting(*words):
     """The exporter; yields its URL and the process, whose standard error is a pipe."""
@@ -190,9 +197,7 @@ class Web(Test):
     @classmethod
     def setUpClass(cls):
         cls.folder = pathlib.Path(cls.enterClassContext(tempfile.TemporaryDirectory()))
-        make = "req -x509 -newkey rsa:2048 -nodes -subj /CN=127.0.0.1 -addext subjectAltName=IP:127.0.0.1"
-        command = ["openssl", *make.split(), "-keyout", "key.pem", "-out", "cert.pem"]
-        subprocess.run(command, check=True, capture_output=True, cwd=cls.folder)
+        certified(cls.folder, "key.pem", "cert.pem")
 
     def setUp(self):
         if not all(map(importlib.util.find_spec, ("bcrypt", "yaml"))):
