@@ -41,18 +41,18 @@ class Repeater(http.server.BaseHTTPRequestHandler):
     """Gives each request the response that the embedded server gave to the first such one."""
 
     url = ""
-    responses: dict[bytes, bytes] = {}  # noqa: RUF012  # of all connections
+    kept: dict[bytes, bytes] = {}  # noqa: RUF012  # by request
 
     def do_POST(self):
         body = self.rfile.read(int(self.headers["Content-Length"]))
-        if body not in self.responses:
+        if body not in self.kept:
             request = urllib.request.Request(f"{self.url}/cimom", body, dict(self.headers))
             with urllib.request.urlopen(request) as response:
-                self.responses[body] = response.read()
+                self.kept[body] = response.read()
         self.send_response(200)
         self.send_header("Content-Type", "application/xml")
         self.end_headers()
-        self.wfile.write(self.responses[body])
+        self.wfile.write(self.kept[body])
 
     def log_message(self, *_):
         """Nothing."""
