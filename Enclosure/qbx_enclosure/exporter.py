@@ -123,7 +123,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
         elif url.path == "/metrics":
             self.reply(HTTPStatus.OK, self.server.metrics(self.patience()), CONTENT_TYPE_LATEST)
         elif url.path == "/targets":
-            self.reply(HTTPStatus.OK, json.dumps(self.server.listed(), indent=2), "application/json")
+            self.reply(HTTPStatus.OK, json.dumps(self.server.listed()) + "\n", "application/json")
         elif url.path == "/":
             self.reply(HTTPStatus.OK, HOME.format(VERSION))
         else:

@@ -119,7 +119,6 @@ class WebConfig:
             if self.file and self._stamps() != self.stamps:
                 try:
                     self.settings = settings_of(self.file)
-                    self.right.clear()
                 except EnclosureError as error:
                     self.log(3, f"{error}; the settings before go on")
                 self.stamps = self._stamps()
