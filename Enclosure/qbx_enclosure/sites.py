@@ -291,14 +291,14 @@ def ask(arrays: Sequence[Array], question: Callable[[Client], Any], *, at_once: 
 
 def follow(arrays: Sequence[Array], question: Callable[[Client], Any], period: float, *, at_once: int = AT_ONCE
            ) -> Iterator[Answer]:  # fmt: skip
-    """Queries each array every `period` seconds, or as soon as its last answer is there, without end; so
-    there are never two queries of one array. Yields each answer as it comes."""
-    bound = threading.Semaphore(at_once)
+    """Queries each array every `period` seconds, or as soon as its last answer is there; so there are
+    never two queries of one array. Yields each answer as it comes, until it is closed."""
+    bound, stopped = threading.Semaphore(at_once), threading.Event()
     answers: queue.SimpleQueue[Answer] = queue.SimpleQueue()
 
     def work(array: Array) -> None:
         connect = functools.cache(array.client)  # it keeps the words of the schema
-        while True:
+        while not stopped.is_set():
             start = time.monotonic()
             with bound:
                 found = answer(array, question, connect)
@@ -309,5 +309,8 @@ def follow(arrays: Sequence[Array], question: Callable[[Client], Any], period: f
 
     for each in arrays:
         threading.Thread(target=work, args=(each,), daemon=True).start()
-    while True:
-        yield answers.get()
+    try:
+        while True:
+            yield answers.get()
+    finally:
+        stopped.set()
