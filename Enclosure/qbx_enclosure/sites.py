@@ -10,7 +10,7 @@ import stat
 import threading
 import time
 import tomllib
-from collections.abc import Callable, Iterator, Sequence
+from collections.abc import Callable, Generator, Iterator, Sequence
 from typing import Any, NamedTuple
 
 from . import COMMANDS
@@ -290,7 +290,7 @@ def ask(arrays: Sequence[Array], question: Callable[[Client], Any], *, at_once: 
 
 
 def follow(arrays: Sequence[Array], question: Callable[[Client], Any], period: float, *, at_once: int = AT_ONCE
-           ) -> Iterator[Answer]:  # fmt: skip
+           ) -> Generator[Answer, None, None]:  # fmt: skip
     """Queries each array every `period` seconds, or as soon as its last answer is there; so there are
     never two queries of one array. Yields each answer as it comes, until it is closed."""
     bound, stopped = threading.Semaphore(at_once), threading.Event()

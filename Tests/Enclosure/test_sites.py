@@ -278,17 +278,19 @@ class Queries(Test):
         self.assertIsNot(clients[1], clients[2])  # its password or server may be another
 
     def test_polls_keep_the_bound(self):
+        together = threading.Barrier(2)
         running, most = [], []
 
         def question(client):
             running.append(client.url)
             most.append(len(running))
+            together.wait(SECONDS)
             running.remove(client.url)
 
-        answers = sites.follow(self.arrays(4), question, 0.001, at_once=1)
-        names = {next(answers).array.name for _ in range(200)}
+        answers = sites.follow(self.arrays(4), question, 0.001, at_once=2)
+        names = {next(answers).array.name for _ in range(100)}
         answers.close()
-        self.assertEqual((names, max(most)), ({"a0", "a1", "a2", "a3"}, 1))
+        self.assertEqual((len(names), max(most)), (4, 2))
 
     def test_failure_is_that_of_one_array(self):
         def question(client):
