@@ -16,7 +16,7 @@ url=$(sed -n 's|ready: http://\([^/]*\)/.*|http://admin:secret@\1|p;q' ready)
 
 check() {
     "$@" --version | grep -x "qbx-enclosure $(sed -n 's/^project(.* VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)"
-    "$@" "$url" health | grep '^NEEDS ATTENTION: 3 elements in 1 cage'
+    "$@" "$url" health | grep '^CRITICAL: 3 elements in 1 cage'
     "$@" "$url" report - | grep -q '<h2>Drive cages</h2>'
     "$@" "$url" metrics --once | grep 'qbx_up{.*} 1.0'
 }

@@ -19,11 +19,10 @@ import unittest.mock
 import urllib.error
 import urllib.request
 
-from qbx_support import testing
 from qbx_support.raw import SECONDS
 from qbx_support.server import ROOT
 from qbx_support.testing import Case, Test, cases
-from test_enclosure import LIBRARIES, ODD, PROGRAM, READS, LyingServer, ServerTest, body, changed, run
+from test_enclosure import ODD, PROGRAM, READS, LyingServer, ServerTest, body, changed, main, run
 
 sys.path.insert(0, str(ROOT / "Enclosure"))
 from qbx_enclosure import exporter, webconfig
@@ -277,8 +276,4 @@ class Web(Test):
 
 
 if __name__ == "__main__":
-    missing = [each for each in LIBRARIES if not importlib.util.find_spec(each)]
-    if missing:
-        print(f"SKIPPED: {', '.join(missing)} cannot be imported (./qbx setup)")
-        sys.exit(testing.SKIPPED)
-    testing.main()
+    main()

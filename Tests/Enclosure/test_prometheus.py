@@ -22,7 +22,7 @@ from qbx_support import testing
 from qbx_support.raw import SECONDS
 from qbx_support.server import ROOT, Server
 from qbx_support.testing import Test
-from test_enclosure import GOOD, LIBRARIES, changed, run
+from test_enclosure import GOOD, changed, main, run
 from test_metrics import HASH, certified, exporting, listed
 
 MONITORING = ROOT / "Enclosure" / "monitoring"
@@ -208,11 +208,7 @@ class Prometheus(EngineTest):
 
 
 if __name__ == "__main__":
-    missing = [each for each in LIBRARIES if not importlib.util.find_spec(each)]
-    if missing:
-        print(f"SKIPPED: {', '.join(missing)} cannot be imported (./qbx setup)")
-        sys.exit(testing.SKIPPED)
     if lacking(["promtool"]) and lacking(["amtool"]) and lacking(["prometheus-node-exporter"]):
         print("SKIPPED: Prometheus is not installed (./qbx setup --prometheus)")
         sys.exit(testing.SKIPPED)
-    testing.main()
+    main()
