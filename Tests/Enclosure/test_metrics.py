@@ -3,10 +3,13 @@
 import base64
 import concurrent.futures
 import contextlib
+import gzip
 import importlib.util
+import io
 import json
 import os
 import pathlib
+import re
 import shutil
 import socket
 import socketserver
@@ -26,6 +29,9 @@ from test_enclosure import ODD, PROGRAM, READS, LyingServer, ServerTest, body, c
 
 sys.path.insert(0, str(ROOT / "Enclosure"))
 from qbx_enclosure import exporter, webconfig
+from qbx_enclosure.model import Enclosure
+from qbx_enclosure.severity import Rules
+from qbx_enclosure.sites import Array
 
 HASH = "$2b$04$hu.ICf0KXqb3dfObt18fveJQRwy.xWNX.0tgOb.g7e/3uR413syE2"  # of "secret"
 OTHER = "$2b$04$/PAVOOr/RIgFwLig1fICqe1rpcnv7nv1wRHw/UuVzdXPl.f4lZlqO"  # of "changed"
@@ -171,6 +177,23 @@ class Probe(ServerTest):
             self.assertEqual((done.stderr, done.returncode), ("", 0))
 
 
+class SlowArray(Test):
+    def test_is_served_at_the_next_scrape(self):
+        done = threading.Event()
+        self.enterContext(unittest.mock.patch.object(
+            exporter, "examine", lambda _: done.wait() and Enclosure("slow", [], [])))  # fmt: skip
+        self.enterContext(contextlib.redirect_stderr(io.StringIO()))
+        target = exporter.Target(Array("a1", "http://127.0.0.1:1"), Rules(), 0)
+        early = gzip.decompress(target.page(0.1))
+        done.set()
+        with target.turn:
+            self.assertTrue(target.turn.wait_for(lambda: not target.is_polling, SECONDS))
+        done.clear()  # the next poll hangs again
+        late = gzip.decompress(target.page(0.1))
+        self.assertEqual([re.findall(rb"qbx_up\{.*\} (.)", page) for page in (early, late)], [[b"0"], [b"1"]])
+        done.set()
+
+
 class SlowClients(Test):
     @cases(Case("too_many", 3, 86400), Case("too_slow", 256, 0))
     def test_are_cut_off_when(self, most, seconds):
@@ -180,11 +203,11 @@ class SlowClients(Test):
         server = self.enterContext(exporter.Exporter("127.0.0.1", 0, {}, webconfig.WebConfig(None, print), None))
         threading.Thread(target=server.serve_forever, daemon=True).start()
         self.addCleanup(server.shutdown)
-        place = "127.0.0.1", server.server_port
+        place = "127.0.0.1", server.server_address[1]
         clients = [self.enterContext(socket.create_connection(place, SECONDS)) for _ in range(4)]
         self.assertEqual(clients[0].recv(1), b"")
         if seconds:
-            self.assertEqual(get(f"http://127.0.0.1:{server.server_port}/metrics")[0], 200)
+            self.assertEqual(get("http://{}:{}/metrics".format(*place))[0], 200)
 
 
 class LostArray(ServerTest):
