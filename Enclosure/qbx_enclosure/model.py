@@ -97,13 +97,17 @@ class Element:
         self.tag, self.label = (self.get(each, "") for each in IDENTITIES[self.kind])
         both = f"{self.tag} ({self.label})" if self.label not in ("", self.tag) else self.tag
         self.name = self.label if self.kind == "sensor" and self.label else both
-        self.holder = weakref.ref(self) if self.kind == "cage" else None  # no cycle: memory is free at once
+        self.cage = self if self.kind == "cage" else None
         self.order = (self.get("Position", 0), self.tag)
 
     @property
     def cage(self) -> "Element | None":
         """The cage that holds it, as long as its enclosure is there; a cage's own is itself."""
-        return self.holder and self.holder()
+        return self._cage() if self._cage else None
+
+    @cage.setter
+    def cage(self, cage: "Element | None") -> None:
+        self._cage = weakref.ref(cage) if cage else None  # no cycle: memory is free at once
 
     def get(self, name: str, default=None):
         """The value of a property, as Python's own; `default` when it is null or missing."""
@@ -285,7 +289,7 @@ def read(client: Client, words: Words) -> Enclosure:
             cage = by_path.get(held.get(each.path.identity(), ()))
             if kind == "sensor" and not cage:  # of a power supply: in no association
                 cage = by_tag.get(each.tag.rpartition("-sensor")[0])
-            each.holder = cage and weakref.ref(cage)
+            each.cage = cage
             (cage.parts if cage else outside).append(each)
     return Enclosure(package_name(client), cages, outside)
 

@@ -141,20 +141,20 @@ def arrays(chosen: Sequence[Array], given: argparse.Namespace) -> int:
     return max(STATUS[row["status"]] for row in rows)
 
 
-def table_of(rows: list[dict], marked: Collection[str] = ()) -> Table:
-    """A line for each array; the names of those that are marked stand out."""
+def table_of(rows: list[dict], marked: Collection[str] | None = None) -> Table:
+    """A line for each array. With `marked` it stays one line, and the names of those stand out."""
     table = Table(box=None, pad_edge=False)
     for title in ("ARRAY", "STATE", "ATTENTION", "CAGES", "MAGAZINES", "CARDS", "SENSORS", "FIRMWARE THAT DIFFERS",
                   "ANSWER"):  # fmt: skip
-        table.add_column(title, justify="right" if title in ("ATTENTION", "CAGES", "MAGAZINES", "CARDS", "SENSORS")
-                         else "left", overflow="fold")  # fmt: skip
+        is_number = title in ("ATTENTION", "CAGES", "MAGAZINES", "CARDS", "SENSORS")
+        table.add_column(title, justify="right" if is_number else "left", no_wrap=marked is not None)
     for row in rows:
         counts = row.get("counts") or dict.fromkeys(data.KINDS_OF_ELEMENTS, "-")
         numbers = map(str, (row.get("needs_attention", "-"), *counts.values()))
         answer = row["reason"] or f"{row['seconds']:.1f} s"
         state = Text(row["status"], COLOURS[row["status"]])
         firmware = "; ".join(row["firmware_differs"]) or ("-" if row["reason"] else "none")
-        name = Text(row["array"], "reverse" if row["array"] in marked else "")
+        name = Text(row["array"], "reverse" if row["array"] in (marked or ()) else "")
         table.add_row(name, state, *map(Text, (*numbers, firmware, answer)))
     return table
 
