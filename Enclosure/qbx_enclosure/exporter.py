@@ -21,7 +21,7 @@ from http import HTTPStatus
 
 from prometheus_client import CONTENT_TYPE_LATEST, CollectorRegistry, Gauge, ProcessCollector, generate_latest
 
-from .connection import Client, EnclosureError, clean
+from .connection import PROCESSOR, Client, EnclosureError, clean
 from .judgement import examine
 from .metrics import INVENTORY, poll_samples, samples, text_of
 from .severity import Rules
@@ -97,9 +97,11 @@ class Target:
 
     def _texts(self, client: Client) -> tuple[bytes, bytes]:
         """All metrics of the array, and those of its inventory, compressed."""
-        given = [*samples(self.array.name, examine(client), self.rules)]
-        kept = (each for each in given if each[0] in INVENTORY)
-        return gzip.compress(text_of(given), 1), gzip.compress(text_of(kept), 1)
+        enclosure = examine(client)
+        with PROCESSOR:
+            given = [*samples(self.array.name, enclosure, self.rules)]
+            kept = (each for each in given if each[0] in INVENTORY)
+            return gzip.compress(text_of(given), 1), gzip.compress(text_of(kept), 1)
 
     def _tell(self, problem: str) -> None:
         """Logs the first failure, each other one, and their end."""
