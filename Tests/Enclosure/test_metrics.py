@@ -277,6 +277,20 @@ class Web(Test):
             admitted = [config.admits(basic(f"one:{each}")) for each in ("secret", "secret", "wrong", "wrong")]
         self.assertEqual((admitted, computed.call_count), ([True, True, False, False], 2))
 
+    def test_guess_delays_nobody_who_is_remembered(self):
+        self.write(basic_auth_users={"one": HASH})
+        config = webconfig.WebConfig(str(self.file), print)
+        self.assertTrue(config.admits(basic("one:secret")))
+        begun, done = threading.Event(), threading.Event()
+        with unittest.mock.patch.object(webconfig, "matches", lambda *_: begun.set() or not done.wait()):
+            guess = threading.Thread(target=config.admits, args=(basic("one:wrong"),))
+            guess.start()
+            self.addCleanup(guess.join)
+            self.addCleanup(done.set)
+            begun.wait()
+            with concurrent.futures.ThreadPoolExecutor() as pool:
+                self.assertTrue(pool.submit(config.admits, basic("one:secret")).result(SECONDS))
+
     @cases(
         Case("file_that_is_not_there", None, "No such file or directory"),
         Case("text_that_is_no_yaml", "[", "is no YAML: while parsing"),
