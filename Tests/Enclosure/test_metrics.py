@@ -281,15 +281,22 @@ class Web(Test):
         self.write(basic_auth_users={"one": HASH})
         config = webconfig.WebConfig(str(self.file), print)
         self.assertTrue(config.admits(basic("one:secret")))
-        begun, done = threading.Event(), threading.Event()
-        with unittest.mock.patch.object(webconfig, "matches", lambda *_: begun.set() or not done.wait()):
-            guess = threading.Thread(target=config.admits, args=(basic("one:wrong"),))
-            guess.start()
-            self.addCleanup(guess.join)
-            self.addCleanup(done.set)
+        begun, admitted, done = threading.Event(), threading.Event(), threading.Event()
+        self.addCleanup(done.set)
+
+        def compute(*_):
+            begun.set()
+            return not done.wait()
+
+        def known():
+            if config.admits(basic("one:secret")):
+                admitted.set()
+
+        with unittest.mock.patch.object(webconfig, "matches", compute):
+            threading.Thread(target=config.admits, args=(basic("one:wrong"),), daemon=True).start()
             begun.wait()
-            with concurrent.futures.ThreadPoolExecutor() as pool:
-                self.assertTrue(pool.submit(config.admits, basic("one:secret")).result(SECONDS))
+            threading.Thread(target=known, daemon=True).start()
+            self.assertTrue(admitted.wait(SECONDS))
 
     @cases(
         Case("file_that_is_not_there", None, "No such file or directory"),
