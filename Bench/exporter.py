@@ -52,7 +52,8 @@ class Repeater(http.server.BaseHTTPRequestHandler):
         self.send_response(200)
         self.send_header("Content-Type", "application/xml")
         self.end_headers()
-        self.wfile.write(self.kept[body])
+        with contextlib.suppress(ConnectionError):
+            self.wfile.write(self.kept[body])
 
     def log_message(self, *_):
         """Nothing."""

@@ -6,6 +6,7 @@ import os
 import re
 import socket
 import ssl
+import threading
 import unicodedata
 import urllib.parse
 from typing import Any
@@ -29,6 +30,9 @@ FAILURES: tuple[tuple[type[Exception], str], ...] = (
     (OSError, "cannot be reached; check the host, the port and firewalls"),
 )
 STEERING = ("Cc", "Cf", "Cs", "Zl", "Zp")  # categories of characters
+# Python's threads share one processor: who reads a large response, or works with it, does so one after
+# another, so that a hundred of them leave room for others.
+PROCESSOR = threading.Lock()
 SECRET = re.compile(r"(//|[\s'\"]|^)[^\s/]*:.*@")  # a user with a password
 
 
@@ -126,7 +130,9 @@ class Client:
         that the array requires of the user for it, to be named in a refusal."""
         try:
             message = request(self.namespace, operation, target, arguments)
-            return response(self.transport.post(*message), operation)
+            body = self.transport.post(*message)
+            with PROCESSOR:
+                return response(body, operation)
         except CimError as error:
             raise EnclosureError(f"{self.url}: {self._refusal(error, privilege)}") from error
         except StatusError as error:

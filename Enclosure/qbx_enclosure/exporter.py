@@ -21,7 +21,7 @@ from http import HTTPStatus
 
 from prometheus_client import CONTENT_TYPE_LATEST, CollectorRegistry, Gauge, ProcessCollector, generate_latest
 
-from .connection import EnclosureError, clean
+from .connection import PROCESSOR, Client, EnclosureError, clean
 from .judgement import examine
 from .metrics import INVENTORY, poll_samples, samples, text_of
 from .severity import Rules
@@ -31,6 +31,7 @@ from .version import VERSION
 from .webconfig import WebConfig
 
 LONGEST = 120  # seconds that a scrape waits for a poll, when Prometheus does not say how long
+LATE = 300  # seconds within which a result that came too late for one scrape goes to the next
 REQUEST_SECONDS = 10  # in which a request must have come, with TLS
 RESPONSE_SECONDS = 30
 MOST_CONNECTIONS = 256
@@ -41,12 +42,13 @@ HOME = "qbx-enclosure {}\n/metrics: of this exporter\n/probe?target=NAME: of an 
 def log(level: int, text: str) -> None:
     """A line on standard error, for systemd's journal with its level: 3 error, 6 information."""
     mark = f"<{level}>" if "JOURNAL_STREAM" in os.environ else ""
-    print(f"{mark}qbx-enclosure: {text}", file=sys.stderr, flush=True)
+    sys.stderr.write(f"{mark}qbx-enclosure: {text}\n")  # at once: print() would let threads mix lines
 
 
 class Target:
     """An array for scrapes. It is polled when one asks, unless the last result is younger than `least`
-    seconds; never twice at once: scrapes that come meanwhile wait for the same poll."""
+    seconds; never twice at once: scrapes that come meanwhile wait for the same poll. A poll that takes
+    longer than a scrape can wait is for the next scrape."""
 
     def __init__(self, array: Array, rules: Rules, least: float):
         self.array, self.rules, self.least = array, rules, least
@@ -56,6 +58,7 @@ class Target:
         self.begun = self.ended = 0.0  # the last poll, by the monotonic clock; 0: there was none
         self.seconds = 0.0
         self.problem = ""
+        self.is_new = False  # no scrape has got the last result
         self.told = ""  # the problem that was logged last
         self.success: float | None = None
         self.found = self.inventory = b""  # compressed: a hundred large arrays have a hundred megabytes
@@ -65,12 +68,13 @@ class Target:
         array: what it consists of, and when that was found; Prometheus would take a kept reading for a
         present one."""
         with self.turn:
-            if not self.is_polling and not (self.ended and time.monotonic() - self.ended < self.least):
+            age = time.monotonic() - self.ended if self.ended else float("inf")
+            is_late = self.is_new and self.seconds > patience and age < LATE
+            if not self.is_polling and age >= self.least:
                 threading.Thread(target=self._poll, daemon=True).start()
                 self.is_polling, self.begun = True, time.monotonic()
-            problem, seconds = self.problem, self.seconds
-            if self.turn.wait_for(lambda: not self.is_polling, patience):
-                problem, seconds = self.problem, self.seconds
+            if is_late or self.turn.wait_for(lambda: not self.is_polling, patience):
+                problem, seconds, self.is_new = self.problem, self.seconds, False
             else:
                 problem = f"{self.array.name}: no result in {patience:g} s, which is as long as the scrape can wait"
                 seconds = time.monotonic() - self.begun
@@ -80,20 +84,24 @@ class Target:
             return gzip.compress(text_of(polled), 1) + (self.inventory if problem else self.found)
 
     def _poll(self) -> None:
-        result = answer(self.array, examine, self.connect)
+        result = answer(self.array, self._texts, self.connect)
         if result.error and not sys.stdin.isatty():  # a password may be new, if no person has typed it
             self.connect.cache_clear()
-        found = inventory = b""
-        if not result.error:
-            given = [*samples(self.array.name, result.result, self.rules)]
-            found = gzip.compress(text_of(given), 1)
-            inventory = gzip.compress(text_of(each for each in given if each[0] in INVENTORY), 1)
         with self.turn:
-            if found:
-                self.found, self.inventory, self.success = found, inventory, time.time()
+            if not result.error:
+                self.found, self.inventory = result.result
+                self.success = time.time()
             self.problem = f"{self.array.name}: {result.error}" if result.error else ""
-            self.ended, self.seconds, self.is_polling = time.monotonic(), result.seconds, False
+            self.ended, self.seconds, self.is_polling, self.is_new = time.monotonic(), result.seconds, False, True
             self.turn.notify_all()
+
+    def _texts(self, client: Client) -> tuple[bytes, bytes]:
+        """All metrics of the array, and those of its inventory, compressed."""
+        enclosure = examine(client)
+        with PROCESSOR:
+            given = [*samples(self.array.name, enclosure, self.rules)]
+            kept = (each for each in given if each[0] in INVENTORY)
+            return gzip.compress(text_of(given), 1), gzip.compress(text_of(kept), 1)
 
     def _tell(self, problem: str) -> None:
         """Logs the first failure, each other one, and their end."""
@@ -112,7 +120,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
     server_version, sys_version = f"qbx-enclosure/{VERSION}", ""
     error_content_type, error_message_format = "text/plain", "%(code)d %(message)s\n"
 
-    def do_GET(self) -> None:  # its base's name
+    def do_GET(self) -> None:
         self.server.has_come(self.client_address)
         if not self.server.web.admits(self.headers.get("Authorization", "")):
             self.reply(HTTPStatus.UNAUTHORIZED, "give a user and a password\n", field=("WWW-Authenticate", "Basic"))
@@ -165,11 +173,11 @@ class Handler(http.server.BaseHTTPRequestHandler):
         """Nothing: who scrapes knows."""
 
 
-class Exporter(socketserver.ThreadingMixIn, http.server.HTTPServer):
+class Exporter(socketserver.ThreadingTCPServer):
     """Serves /probe and what else Prometheus wants. Each connection has a thread, and carries one
     request; who takes too long to send it is cut off, the slowest first when there are too many."""
 
-    daemon_threads = True
+    allow_reuse_address = daemon_threads = True
     request_queue_size = 128
 
     def __init__(self, host: str, port: int, targets: dict[str, Target], web: WebConfig, single: Target | None):
@@ -195,20 +203,28 @@ class Exporter(socketserver.ThreadingMixIn, http.server.HTTPServer):
         return [{"targets": [each.name], "labels": {"groups": ",".join(each.groups)}} for each in arrays]
 
     def process_request(self, request, client_address) -> None:
+        if self.connections >= MOST_CONNECTIONS:
+            shut(next((line for _, line in self.coming.values()), request))
+        self.coming[client_address] = time.monotonic() + REQUEST_SECONDS, request.dup()
         with self.counting:
             self.connections += 1
-            if self.connections > MOST_CONNECTIONS:
-                shut(next((line for _, line in self.coming.values()), request))
-        self.coming[client_address] = time.monotonic() + REQUEST_SECONDS, request.dup()
-        super().process_request(request, client_address)
+        try:
+            super().process_request(request, client_address)
+        except RuntimeError:  # no thread can be started
+            self.has_gone(client_address)
+            raise
 
     def process_request_thread(self, request, client_address) -> None:
         try:
             super().process_request_thread(request, client_address)
         finally:
-            self.has_come(client_address)
-            with self.counting:
-                self.connections -= 1
+            self.has_gone(client_address)
+
+    def has_gone(self, client_address) -> None:
+        """A connection has ended."""
+        self.has_come(client_address)
+        with self.counting:
+            self.connections -= 1
 
     def has_come(self, client_address) -> None:
         """A request is whole: nothing cuts its connection off any more."""
@@ -282,9 +298,10 @@ def replace(file: str, content: bytes) -> None:
     """Gives a file this content at once: who reads it never sees half of it."""
     path = pathlib.Path(file)
     try:
-        with tempfile.NamedTemporaryFile(dir=path.parent, prefix=f".{path.name}.", delete=False) as new:
-            new.write(content)
-            os.fchmod(new.fileno(), 0o644)
-        os.replace(new.name, path)
+        with tempfile.TemporaryDirectory(dir=path.parent, prefix=f".{path.name}.") as folder:
+            new = pathlib.Path(folder) / path.name
+            new.write_bytes(content)
+            new.chmod(0o644)
+            new.replace(path)
     except OSError as error:
         raise EnclosureError(f"{clean(file)}: {error.strerror}") from error

@@ -105,7 +105,7 @@ class WebConfig:
         self.file, self.log = file, log
         self.settings = settings_of(file) if file else Settings()
         self.stamps = self._stamps()
-        self.lock = threading.Lock()
+        self.reading, self.checking = threading.Lock(), threading.Lock()
         self.secret = secrets.token_bytes()
         self.right: set[bytes] = set()
         self.wrong: collections.deque[bytes] = collections.deque(maxlen=100)
@@ -115,7 +115,7 @@ class WebConfig:
 
     def current(self) -> Settings:
         """The present settings."""
-        with self.lock:
+        with self.reading:
             if self.file and self._stamps() != self.stamps:
                 try:
                     self.settings = settings_of(self.file)
@@ -142,7 +142,7 @@ class WebConfig:
         proof = hmac.digest(self.secret, b"\0".join([hashed, user.encode(), password.encode()]), hashlib.sha256)
         if proof in self.right:
             return True
-        with self.lock:
+        with self.checking:
             if proof in self.wrong or not matches(password, hashed) or user not in users:
                 self.wrong.append(proof)
                 return False

@@ -530,9 +530,14 @@ class OddTexts(ServerTest):
         self.assertEqual(json.loads(seen), [True, [], True, boxes])
 
 
-if __name__ == "__main__":
+def main():
+    """Runs the tests of the main module, if the program can run at all."""
     missing = [each for each in LIBRARIES if not importlib.util.find_spec(each)]
     if missing:
         print(f"SKIPPED: {', '.join(missing)} cannot be imported (./qbx setup)")
         sys.exit(testing.SKIPPED)
     testing.main()
+
+
+if __name__ == "__main__":
+    main()

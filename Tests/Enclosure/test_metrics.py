@@ -3,10 +3,13 @@
 import base64
 import concurrent.futures
 import contextlib
+import gzip
 import importlib.util
+import io
 import json
 import os
 import pathlib
+import re
 import shutil
 import socket
 import socketserver
@@ -19,14 +22,16 @@ import unittest.mock
 import urllib.error
 import urllib.request
 
-from qbx_support import testing
 from qbx_support.raw import SECONDS
 from qbx_support.server import ROOT
 from qbx_support.testing import Case, Test, cases
-from test_enclosure import LIBRARIES, ODD, PROGRAM, READS, LyingServer, ServerTest, body, changed, run
+from test_enclosure import ODD, PROGRAM, READS, LyingServer, ServerTest, body, changed, main, run
 
 sys.path.insert(0, str(ROOT / "Enclosure"))
 from qbx_enclosure import exporter, webconfig
+from qbx_enclosure.model import Enclosure
+from qbx_enclosure.severity import Rules
+from qbx_enclosure.sites import Array
 
 HASH = "$2b$04$hu.ICf0KXqb3dfObt18fveJQRwy.xWNX.0tgOb.g7e/3uR413syE2"  # of "secret"
 OTHER = "$2b$04$/PAVOOr/RIgFwLig1fICqe1rpcnv7nv1wRHw/UuVzdXPl.f4lZlqO"  # of "changed"
@@ -172,6 +177,23 @@ class Probe(ServerTest):
             self.assertEqual((done.stderr, done.returncode), ("", 0))
 
 
+class SlowArray(Test):
+    def test_is_served_at_the_next_scrape(self):
+        done = threading.Event()
+        self.enterContext(unittest.mock.patch.object(
+            exporter, "examine", lambda _: done.wait() and Enclosure("slow", [], [])))  # fmt: skip
+        self.enterContext(contextlib.redirect_stderr(io.StringIO()))
+        target = exporter.Target(Array("a1", "http://127.0.0.1:1"), Rules(), 0)
+        early = gzip.decompress(target.page(0.1))
+        done.set()
+        with target.turn:
+            self.assertTrue(target.turn.wait_for(lambda: not target.is_polling, SECONDS))
+        done.clear()  # the next poll hangs again
+        late = gzip.decompress(target.page(0.1))
+        self.assertEqual([re.findall(rb"qbx_up\{.*\} (.)", page) for page in (early, late)], [[b"0"], [b"1"]])
+        done.set()
+
+
 class SlowClients(Test):
     @cases(Case("too_many", 3, 86400), Case("too_slow", 256, 0))
     def test_are_cut_off_when(self, most, seconds):
@@ -181,11 +203,11 @@ class SlowClients(Test):
         server = self.enterContext(exporter.Exporter("127.0.0.1", 0, {}, webconfig.WebConfig(None, print), None))
         threading.Thread(target=server.serve_forever, daemon=True).start()
         self.addCleanup(server.shutdown)
-        place = "127.0.0.1", server.server_port
+        place = "127.0.0.1", server.server_address[1]
         clients = [self.enterContext(socket.create_connection(place, SECONDS)) for _ in range(4)]
         self.assertEqual(clients[0].recv(1), b"")
         if seconds:
-            self.assertEqual(get(f"http://127.0.0.1:{server.server_port}/metrics")[0], 200)
+            self.assertEqual(get("http://{}:{}/metrics".format(*place))[0], 200)
 
 
 class LostArray(ServerTest):
@@ -255,6 +277,27 @@ class Web(Test):
             admitted = [config.admits(basic(f"one:{each}")) for each in ("secret", "secret", "wrong", "wrong")]
         self.assertEqual((admitted, computed.call_count), ([True, True, False, False], 2))
 
+    def test_guess_delays_nobody_who_is_remembered(self):
+        self.write(basic_auth_users={"one": HASH})
+        config = webconfig.WebConfig(str(self.file), print)
+        self.assertTrue(config.admits(basic("one:secret")))
+        begun, admitted, done = threading.Event(), threading.Event(), threading.Event()
+        self.addCleanup(done.set)
+
+        def compute(*_):
+            begun.set()
+            return not done.wait()
+
+        def known():
+            if config.admits(basic("one:secret")):
+                admitted.set()
+
+        with unittest.mock.patch.object(webconfig, "matches", compute):
+            threading.Thread(target=config.admits, args=(basic("one:wrong"),), daemon=True).start()
+            begun.wait()
+            threading.Thread(target=known, daemon=True).start()
+            self.assertTrue(admitted.wait(SECONDS))
+
     @cases(
         Case("file_that_is_not_there", None, "No such file or directory"),
         Case("text_that_is_no_yaml", "[", "is no YAML: while parsing"),
@@ -277,8 +320,4 @@ class Web(Test):
 
 
 if __name__ == "__main__":
-    missing = [each for each in LIBRARIES if not importlib.util.find_spec(each)]
-    if missing:
-        print(f"SKIPPED: {', '.join(missing)} cannot be imported (./qbx setup)")
-        sys.exit(testing.SKIPPED)
-    testing.main()
+    main()

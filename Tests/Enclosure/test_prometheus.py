@@ -22,7 +22,7 @@ from qbx_support import testing
 from qbx_support.raw import SECONDS
 from qbx_support.server import ROOT, Server
 from qbx_support.testing import Test
-from test_enclosure import GOOD, LIBRARIES, changed, run
+from test_enclosure import GOOD, changed, main, run
 from test_metrics import HASH, certified, exporting, listed
 
 MONITORING = ROOT / "Enclosure" / "monitoring"
@@ -45,6 +45,11 @@ def running(log, *command):
             process.terminate()
 
 
+def lacking(programs):
+    """Those that are not installed."""
+    return ", ".join(each for each in programs if not shutil.which(each))
+
+
 class EngineTest(Test):
     """Tests that need programs of Debian."""
 
@@ -53,9 +58,8 @@ class EngineTest(Test):
 
     @classmethod
     def setUpClass(cls):
-        missing = [each for each in cls.programs if not shutil.which(each)]
-        if missing:
-            raise unittest.SkipTest(f"{', '.join(missing)} not installed (./qbx setup --prometheus)")
+        if missing := lacking(cls.programs):
+            raise unittest.SkipTest(f"{missing} not installed (./qbx setup --prometheus)")
         cls.folder = pathlib.Path(cls.enterClassContext(tempfile.TemporaryDirectory()))
 
     def check(self, *command):
@@ -204,8 +208,7 @@ class Prometheus(EngineTest):
 
 
 if __name__ == "__main__":
-    missing = [each for each in LIBRARIES if not importlib.util.find_spec(each)]
-    if missing:
-        print(f"SKIPPED: {', '.join(missing)} cannot be imported (./qbx setup)")
+    if lacking(["promtool"]) and lacking(["amtool"]) and lacking(["prometheus-node-exporter"]):
+        print("SKIPPED: Prometheus is not installed (./qbx setup --prometheus)")
         sys.exit(testing.SKIPPED)
-    testing.main()
+    main()
