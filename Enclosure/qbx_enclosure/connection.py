@@ -1,13 +1,11 @@
 """The connection to the CIM server. What can go wrong becomes one line, with what to do."""
 
 import functools
-import getpass
 import http.client
 import os
 import re
 import socket
 import ssl
-import sys
 import threading
 import unicodedata
 import urllib.parse
@@ -35,7 +33,6 @@ STEERING = ("Cc", "Cf", "Cs", "Zl", "Zp")  # categories of characters
 # Python's threads share one processor: who reads a large response, or works with it, does so one after
 # another, so that a hundred of them leave room for others.
 PROCESSOR = threading.Lock()
-PROMPT = threading.Lock()  # one password is prompted for at a time
 SECRET = re.compile(r"(//|[\s'\"]|^)[^\s/]*:.*@")  # a user with a password
 
 
@@ -107,7 +104,7 @@ class Client:
     def __init__(self, url: str, namespace: str, timeout: int, ca: str | None, verify: bool,
                  login: tuple[str, str | None] = ("", None), well: frozenset[int] = frozenset({1})):  # fmt: skip
         """`login` is a user and a password; empty, and None: those of the URL. Without a password there
-        it is that of QBX_PASSWORD, or prompted for. `well`: the state codes that mean well."""
+        it is that of QBX_PASSWORD. `well`: the state codes that mean well."""
         parts = server_of(url)
         self.url = self.name = address(parts)  # name: what the user calls it
         self.user = login[0] or urllib.parse.unquote(parts.username or "")
@@ -125,11 +122,8 @@ class Client:
     def _password(self) -> str:
         if "QBX_PASSWORD" in os.environ:
             return os.environ["QBX_PASSWORD"]
-        if not sys.stdin.isatty():
-            where = "give it in QBX_PASSWORD, a password file or the URL"
-            raise EnclosureError(f"no password for {clean(self.user)}: {where}")
-        with PROMPT:
-            return getpass.getpass(f"Password of {clean(self.user)} at {self.url}: ")
+        where = "give it in QBX_PASSWORD, a password file or the URL"
+        raise EnclosureError(f"no password for {clean(self.user)}: {where}")
 
     def request(self, operation: str, *, target: Path | None = None, privilege: str = "", **arguments: Any) -> list:
         """What a WBEM operation returns, or the method of this name of a target. `privilege` is the one

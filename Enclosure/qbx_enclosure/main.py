@@ -183,7 +183,7 @@ def chosen(given: argparse.Namespace) -> tuple[Site, list[Array]]:
     changes = {key: value for key, value in options.items() if value is not None}
     if given.password_file:
         changes["password_env"] = ""
-    return site, [dataclasses.replace(each, **changes) for each in arrays]
+    return site, [dataclasses.replace(each, **changes).prompted() for each in arrays]
 
 
 def run(given: argparse.Namespace) -> int:

@@ -2,15 +2,18 @@
 
 import dataclasses
 import functools
+import getpass
 import os
 import pathlib
 import queue
 import re
 import stat
+import sys
 import threading
 import time
 import tomllib
-from collections.abc import Callable, Iterator, Sequence
+import urllib.parse
+from collections.abc import Callable, Generator, Iterator, Sequence
 from typing import Any, NamedTuple
 
 from . import COMMANDS
@@ -28,7 +31,7 @@ SECRETS = ("password_file", "password_env")
 @dataclasses.dataclass(frozen=True)
 class Array:
     """One array: where its CIM server is, and what to know about it. Without a password of its own it
-    has that of its URL, of QBX_PASSWORD, or one that is prompted for."""
+    has that of its URL, or of QBX_PASSWORD."""
 
     name: str
     url: str
@@ -41,6 +44,7 @@ class Array:
     namespace: str = "root/qbx"
     timeout: int = 30  # seconds a request may take
     well: frozenset[int] = frozenset({1})  # state codes that mean well
+    typed: str | None = dataclasses.field(default=None, repr=False)  # a password that was prompted for
 
     @property
     def address(self) -> str:
@@ -54,12 +58,21 @@ class Array:
         client.name = self.name
         return client
 
+    def prompted(self) -> "Array":
+        """The same; without a password, and on a terminal, with one that is prompted for."""
+        url = server_of(self.url)
+        user = self.user or urllib.parse.unquote(url.username or "")
+        is_known = self.password_file or self.password_env or url.password is not None or "QBX_PASSWORD" in os.environ
+        if not user or is_known or not sys.stdin.isatty():
+            return self
+        return dataclasses.replace(self, typed=getpass.getpass(f"Password of {clean(user)} at {self.address}: "))
+
     def _password(self) -> str | None:
         if self.password_env:
             if self.password_env not in os.environ:
                 raise EnclosureError(f"password_env: there is no {self.password_env} in the environment")
             return os.environ[self.password_env]
-        return password_in(self.password_file) if self.password_file else None
+        return password_in(self.password_file) if self.password_file else self.typed
 
 
 def opened(file: str, forbidden: int, remedy: str) -> bytes:
@@ -290,15 +303,15 @@ def ask(arrays: Sequence[Array], question: Callable[[Client], Any], *, at_once: 
 
 
 def follow(arrays: Sequence[Array], question: Callable[[Client], Any], period: float, *, at_once: int = AT_ONCE
-           ) -> Iterator[Answer]:  # fmt: skip
-    """Queries each array every `period` seconds, or as soon as its last answer is there, without end; so
-    there are never two queries of one array. Yields each answer as it comes."""
-    bound = threading.Semaphore(at_once)
+           ) -> Generator[Answer, None, None]:  # fmt: skip
+    """Queries each array every `period` seconds, or as soon as its last answer is there; so there are
+    never two queries of one array. Yields each answer as it comes, until it is closed."""
+    bound, stopped = threading.Semaphore(at_once), threading.Event()
     answers: queue.SimpleQueue[Answer] = queue.SimpleQueue()
 
     def work(array: Array) -> None:
         connect = functools.cache(array.client)  # it keeps the words of the schema
-        while True:
+        while not stopped.is_set():
             start = time.monotonic()
             with bound:
                 found = answer(array, question, connect)
@@ -309,5 +322,8 @@ def follow(arrays: Sequence[Array], question: Callable[[Client], Any], period: f
 
     for each in arrays:
         threading.Thread(target=work, args=(each,), daemon=True).start()
-    while True:
-        yield answers.get()
+    try:
+        while True:
+            yield answers.get()
+    finally:
+        stopped.set()

@@ -1,6 +1,10 @@
-// Writes into the title which cages the page shows for what is searched, and whether the one that its
-// link names is open.
-const title = {open: document.getElementById("cage-cage3").open};
+// Writes into the title which cages the page shows for what is searched, and whether the one that a
+// link leads to is opened.
+const title = {}, linked = document.getElementById("cage-cage3");
+linked.open = false;
+linked.hidden = true;
+reveal();
+title.open = linked.open && !linked.hidden;
 function shown(words) {
   search.value = words;
   filter();

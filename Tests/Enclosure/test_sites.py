@@ -1,14 +1,16 @@
 """The list of arrays, and how they are queried side by side, without any server."""
 
+import gc
 import importlib.util
 import os
 import pathlib
+import queue
 import sys
 import tempfile
 import threading
-import time
 import typing
 import unittest.mock
+import weakref
 
 from qbx_support import testing
 from qbx_support.raw import SECONDS
@@ -16,9 +18,10 @@ from qbx_support.server import ROOT
 from qbx_support.testing import Case, Test, cases
 
 sys.path.insert(0, str(ROOT / "Enclosure"))
-from qbx_enclosure import severity, sites
+from qbx_enclosure import main, severity, sites
+from qbx_enclosure.cimxml import Path
 from qbx_enclosure.connection import EnclosureError
-from qbx_enclosure.model import Element
+from qbx_enclosure.model import Element, Words
 from qbx_enclosure.severity import Severity
 
 LIST = """
@@ -174,8 +177,10 @@ class Passwords(ListTest):
     """A bad one is that of its array, whose list is good."""
 
     @cases(
-        Case("in_a_file", "file", b"se cret\r\nmore\n", 0o640, "se cret"),
+        Case("in_a_file", "file", b" se cret \r\nmore\n", 0o640, " se cret "),
         Case("that_others_can_read", "file", b"secret\n", 0o644, None, "password: holds a password, and others can use"
+             " it; chmod o= FOLDER/password"),
+        Case("that_others_can_write", "file", b"secret\n", 0o602, None, "password: holds a password, and others can use"
              " it; chmod o= FOLDER/password"),
         Case("in_an_empty_file", "file", b"\n", 0o600, None, "password: its first line is empty; the password has to be"
              " there"),
@@ -190,6 +195,13 @@ class Passwords(ListTest):
             self.fails(f"FOLDER/{message}", array.client)
         else:
             self.assertEqual(sites.password_in(array.password_file), password)
+
+    def test_of_an_option_counts_before_the_list(self):
+        file = self.file("sites.toml", ONE + 'user = "u"\npassword_env = "QBX_TEST_SECRET"\nverify = true')
+        words = f"--sites {file} a tree --password-file other --no-verify --timeout 7 --well 1,7"
+        _, arrays = main.chosen(main.arguments(words.split()))
+        self.assertEqual(arrays, [sites.Array("a", "http://a", "u", "other", verify=False, timeout=7,
+                                              well=frozenset({1, 7}))])  # fmt: skip
 
     def test_is_in_the_environment(self):
         (array,) = self.site(ONE + 'user = "u"\npassword_env = "QBX_TEST_SECRET"').arrays
@@ -229,10 +241,56 @@ class Queries(Test):
     def test_total_time_is_bounded(self):
         hung = threading.Event()
         self.addCleanup(hung.set)
-        start = time.monotonic()
-        found = list(sites.ask(self.arrays(3), lambda client: hung.wait(SECONDS), at_once=1, within=0.2))
+        asked, before = [], threading.enumerate()
+
+        def question(client):
+            asked.append(client.url)
+            hung.wait(SECONDS)
+
+        found = list(sites.ask(self.arrays(3), question, at_once=1, within=0.2))
         self.assertEqual([str(each.error) for each in found], ["no answer within 0.2 s"] * 3)
-        self.assertLess(time.monotonic() - start, SECONDS)
+        self.assertFalse(hung.is_set())
+        hung.set()
+        for each in set(threading.enumerate()) - set(before):
+            each.join(SECONDS)
+        self.assertEqual(asked, ["http://a0"])  # nothing was asked after the end
+
+    def test_array_is_polled_again_after_the_period(self):
+        pauses: queue.SimpleQueue[float] = queue.SimpleQueue()
+        go, clients = threading.Semaphore(0), []
+
+        def sleep(seconds):
+            pauses.put(seconds)
+            go.acquire()
+
+        def question(client):
+            clients.append(client)
+            if len(clients) == 2:
+                raise EnclosureError("refused")
+
+        with unittest.mock.patch.object(sites.time, "sleep", sleep):
+            answers = sites.follow(self.arrays(1), question, 60)
+            for error in (None, "refused", None):
+                self.assertEqual(next(answers).error and "refused", error)
+                self.assertTrue(0 < pauses.get(timeout=SECONDS) <= 60)
+                go.release()
+        self.assertIs(clients[0], clients[1])  # it keeps what it has read of the schema
+        self.assertIsNot(clients[1], clients[2])  # its password or server may be another
+
+    def test_polls_keep_the_bound(self):
+        together = threading.Barrier(2)
+        running, most = [], []
+
+        def question(client):
+            running.append(client.url)
+            most.append(len(running))
+            together.wait(SECONDS)
+            running.remove(client.url)
+
+        answers = sites.follow(self.arrays(4), question, 0.001, at_once=2)
+        names = {next(answers).array.name for _ in range(100)}
+        answers.close()
+        self.assertEqual((len(names), max(most)), (4, 2))
 
     def test_failure_is_that_of_one_array(self):
         def question(client):
@@ -244,6 +302,24 @@ class Queries(Test):
         errors = {name: str(each.error) for name, each in found.items() if each.error}
         self.assertEqual(errors, {"a0": "refused", "a1": "ZeroDivisionError: integer division or modulo by zero"})
         self.assertEqual(found["a2"].result, 1)
+
+
+class Elements(Test):
+    def test_are_freed_without_garbage_collection(self):
+        made = [Element(kind, Path("QBX", ()), {"tag": kind}, Words({}, {1})) for kind in ("cage", "magazine")]
+        made[1].cage = made[0]
+        made[0].parts.append(made[1])
+        self.assertIs(made[1].cage, made[0])
+        cage = weakref.ref(made[0])
+        gc.disable()
+        self.addCleanup(gc.enable)
+        made.clear()
+        self.assertIsNone(cage())
+
+
+class Limits(Test):
+    def test_check_ends_before_nagios_gives_up(self):
+        self.assertEqual([main.arguments([each]).within for each in ("health", "tree", "arrays")], [50, None, None])
 
 
 class Severities(Test):
