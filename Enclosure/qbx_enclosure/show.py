@@ -144,18 +144,18 @@ def arrays(chosen: Sequence[Array], given: argparse.Namespace) -> int:
 def table_of(rows: list[dict], marked: Collection[str] | None = None) -> Table:
     """A line for each array. With `marked` it stays one line, and the names of those stand out."""
     table = Table(box=None, pad_edge=False)
-    for title in ("ARRAY", "STATE", "ATTENTION", "CAGES", "MAGAZINES", "CARDS", "SENSORS", "FIRMWARE THAT DIFFERS",
-                  "ANSWER"):  # fmt: skip
-        is_number = title in ("ATTENTION", "CAGES", "MAGAZINES", "CARDS", "SENSORS")
-        table.add_column(title, justify="right" if is_number else "left", no_wrap=marked is not None)
+    for title in ("ARRAY", "STATE", "PROBLEMS", "ELEMENTS", "ANSWER", "REMARKS"):
+        is_number = title in ("PROBLEMS", "ELEMENTS", "ANSWER")
+        is_line = title != "REMARKS" or marked is not None
+        table.add_column(title, justify="right" if is_number else "left", no_wrap=is_line)
     for row in rows:
-        counts = row.get("counts") or dict.fromkeys(data.KINDS_OF_ELEMENTS, "-")
-        numbers = map(str, (row.get("needs_attention", "-"), *counts.values()))
-        answer = row["reason"] or f"{row['seconds']:.1f} s"
-        state = Text(row["status"], COLOURS[row["status"]])
-        firmware = "; ".join(row["firmware_differs"]) or ("-" if row["reason"] else "none")
+        numbers = ["-"] * 3
+        if not row["reason"]:
+            numbers = [str(row["needs_attention"]), str(sum(row["counts"].values())), f"{row['seconds']:.1f} s"]
+        differing = "; ".join(row["firmware_differs"])
+        remark = row["reason"] or (differing and f"firmware differs: {differing}")
         name = Text(row["array"], "reverse" if row["array"] in (marked or ()) else "")
-        table.add_row(name, state, *map(Text, (*numbers, firmware, answer)))
+        table.add_row(name, Text(row["status"], COLOURS[row["status"]]), *map(Text, (*numbers, remark)))
     return table
 
 

@@ -24,7 +24,6 @@ from qbx_support.server import Server
 from qbx_support.testing import Case, Test, cases
 from test_enclosure import GOOD, HERE, LIBRARIES, PROGRAM, LyingServer, body, changed, run
 
-ORDER = ["well", "faulty", "dead"]
 REFUSED = "http://127.0.0.1:1: connection refused; check the port, and that the server runs"
 FIRMWARE = {"cages.1.lbod.fwVersion": "5.06"}  # one cage of three
 
@@ -56,22 +55,16 @@ class ArraysTest(Test):
         file.write_text(text)
         return "--sites", str(file)
 
-    def run_json(self, *words, **urls):
-        """The exit status and the JSON of a command."""
-        done = run(*self.list(**urls), *words, "--json")
-        return done.returncode, json.loads(done.stdout)
-
 
 class Lines(ArraysTest):
     def test_each_array_has_one(self):
         done = run(*self.list(), "arrays")
         head, *lines = [re.split("  +", line) for line in done.stdout.splitlines()]
-        self.assertEqual([line[:-1] for line in lines], [
-            ["well", "well", "0", "7", "26", "14", "27", "none"],
-            ["faulty", "attention", "3", "7", "26", "14", "27", "cage DC2 (L) 5.06 (1; usual 5.07)"],
-            ["dead", "no answer", "-", "-", "-", "-", "-", "-"]])  # fmt: skip
-        self.assertRegex(lines[0][-1], r"^\d+\.\d s$")
-        self.assertEqual(lines[2][-1], REFUSED)
+        self.assertEqual([line[:4] + line[5:] for line in lines], [
+            ["well", "well", "0", "74"],
+            ["faulty", "attention", "3", "74", "firmware differs: cage DC2 (L) 5.06 (1; usual 5.07)"],
+            ["dead", "no answer", "-", "-", REFUSED]])  # fmt: skip
+        self.assertRegex(lines[0][4], r"^\d+\.\d s$")
         self.assertEqual((head[0], done.returncode, done.stderr), ("ARRAY", 2, ""))
 
     @cases(
@@ -84,15 +77,13 @@ class Lines(ArraysTest):
         self.assertEqual(done.returncode, status, done.stdout)
 
     def test_csv_has_them_in_columns(self):
-        rows = list(csv.DictReader(io.StringIO(run(*self.list(), "arrays", "--csv").stdout)))
-        self.assertEqual([each["array"] for each in rows], ORDER)
-        self.assertEqual([each["magazine"] for each in rows], ["26", "26", ""])
-        self.assertEqual([each["needs_attention"] for each in rows], ["0", "3", ""])
+        rows = csv.DictReader(io.StringIO(run(*self.list(), "arrays", "--csv").stdout))
+        found = [(each["array"], each["magazine"], each["needs_attention"]) for each in rows]
+        self.assertEqual(found, [("well", "26", "0"), ("faulty", "26", "3"), ("dead", "", "")])
 
     def test_json_of_the_tree_has_the_properties(self):
-        status, result = self.run_json("live", "tree", "--problems")
-        well, faulty = result["arrays"]
-        self.assertEqual((status, well["elements"]), (0, []))
+        well, faulty = json.loads(run(*self.list(), "live", "tree", "--problems", "--json").stdout)["arrays"]
+        self.assertEqual(well["elements"], [])
         (hot,) = [each for each in faulty["elements"] if each["name"] == "cage1-sensor6"]
         self.assertEqual(hot["problems"], ["58 °C, above its limit of 55 °C", "state 3"])
         self.assertEqual((hot["cage"], hot["properties"]["HighLimit"], hot["facts"][0]), ("cage1", 55, "58 °C"))
@@ -139,8 +130,7 @@ class Check(ArraysTest):
              '[health.severity]\nreading = "ok"\n"status is Degraded" = "critical"'),
         Case("note", "faulty", 2, "CRITICAL: 5", '[health.severity]\nhalf_split = "warning"'),
         Case("range_of_a_sensor", "well", 1, "WARNING: 3", '[health.readings]\n"5 V rail" = { warning = "6:" }'),
-        Case("range_of_a_unit", "well", 2, "CRITICAL: 8",
-             '[health.readings]\n"°C" = { warning = "9", critical = "27" }'),
+        Case("range_of_a_unit", "well", 2, "CRITICAL: 8", '[health.readings]\n"°C"={ warning="9", critical="27" }'),
         Case("count", "faulty", 0, "OK: 3 el", '[health]\nwarning_from = 4\n[health.severity]\nreading = "warning"'),
     )  # fmt: skip
     def test_table_changes_the(self, name, status, verdict, table):
@@ -151,8 +141,7 @@ class Check(ArraysTest):
     @cases(
         Case("dead_array", "dead health", "UNKNOWN: http://127.0.0.1:1: connection refused; check the port,"),
         Case("unknown_name", "wel health", "UNKNOWN: FOLDER/sites.toml: no array and no group wel; there is well, "),
-        Case("unknown_option", "all health --warnings",
-             "UNKNOWN: unrecognized arguments: --warnings; qbx-enclosure health --help"),
+        Case("unknown_option", "all health --warnings", "UNKNOWN: unrecognized arguments: --warnings; qbx-"),
         Case("unknown_cage", "well health --cage x", "UNKNOWN: no cage x; there is cage0, "),
         Case("missing_list", "--sites none all health", "UNKNOWN: none: No such file or directory"),
         Case("missing_password_file", "well health --password-file none", "UNKNOWN: none: No such file or directory"),
@@ -187,8 +176,7 @@ class BadArrays(ArraysTest):
     @cases(
         Case("does_not_run", "http://127.0.0.1:1", "bad: http://127.0.0.1:1: connection refused; check"),
         Case("never_answers", "http://SILENT", "bad: http://SILENT: no response in time; is it hung?"),
-        Case("answers_nonsense", "http://NONSENSE",
-             "bad: http://NONSENSE: EnumerateClasses QBX_DriveCage: CIM without"),
+        Case("answers_nonsense", "http://NONSENSE", "bad: http://NONSENSE: EnumerateClasses QBX_DriveCage: CIM w"),
         Case("has_no_module", "http://NOWHERE.invalid", "bad: http://NOWHERE.invalid: unknown host; check the name"),
     )
     def test_is_one_that(self, url, message):
@@ -215,8 +203,7 @@ class BadArrays(ArraysTest):
         self.assertRegex(lines[1], f" {path}: holds a password, and others can use it; chmod o= {path}$")
 
     @cases(
-        Case("unknown_name", ["wel", "tree"],
-             "sites.toml: no array and no group wel; there is well, faulty, dead, live,"),
+        Case("unknown_name", ["wel", "tree"], "sites.toml: no array and no group wel; there is well, faulty, dead"),
         Case("url_and_a_name", ["http://a", "well", "tree"], "error: there are a URL and well; give a URL, or names"),
         Case("name_behind_the_command", ["tree", "well"], "error: unrecognized arguments: well"),
     )
@@ -245,6 +232,7 @@ class Pages(ArraysTest):
         links = [(page, html.unescape(link))
                  for page, text in self.text.items() for link in re.findall('href="(.*?)"', text)]  # fmt: skip
         places = {page: set(re.findall(' id="(.*?)"', text)) for page, text in self.text.items()}
+        self.assertIsNone(re.search(r"src=|https?://(?!127\.)|<link|url\(|@import", "".join(self.text.values())))
         wrong = []
         for page, link in links:
             name, _, place = link.partition("#")
@@ -252,10 +240,6 @@ class Pages(ArraysTest):
                 wrong.append((page, link))
         self.assertEqual(wrong, [])
         self.assertIn(("index.html", "array-faulty.html#cage-cage1"), links)
-
-    def test_nothing_is_loaded_from_elsewhere(self):
-        for page, text in self.text.items():
-            self.assertIsNone(re.search(r"src=|https?://(?!127\.)|<link|url\(|@import", text), page)
 
     def test_search_finds_in_a_browser(self):
         browser = shutil.which("chromium")

@@ -42,6 +42,7 @@ url = "http://paris"
 group = "paris"
 """
 ONE = '[array.a]\nurl = "http://a"\n'
+OPEN = "holds a password, and others can use it"
 CRITICAL, WARNING, UNKNOWN, OK = Severity.CRITICAL, Severity.WARNING, Severity.UNKNOWN, Severity.OK
 
 
@@ -64,10 +65,10 @@ class ListTest(Test):
         return [each.name for each in self.site(content).chosen(names)]
 
     def fails(self, message, action):
-        """That an action fails with this message; FOLDER stands for the folder."""
+        """That an action fails with a message that begins so; FOLDER stands for the folder."""
         with self.assertRaises(EnclosureError) as caught:
             action()
-        self.assertEqual(str(caught.exception).replace(str(self.folder), "FOLDER"), message)
+        self.assertEqual(str(caught.exception).replace(str(self.folder), "FOLDER")[: len(message)], message)
 
 
 class Lists(ListTest):
@@ -112,65 +113,40 @@ class Lists(ListTest):
         self.assertEqual([each.name for each in found.arrays], names)
 
     @cases(
-        Case("no_toml", b"[array", ": cannot be read as TOML: Expected ']' at the end of a table declaration (at"
-             " end of document)"),
-        Case("no_utf8", b"\xff", ": cannot be read as TOML: 'utf-8' codec can't decode byte 0xff in position 0: invalid"
-             " start byte"),
-        Case("two_of_one_name", ONE + ONE, ": cannot be read as TOML: Cannot declare ('array', 'a') twice (at line 3,"
-             " column 9)"),
-        Case("two_names_that_differ_in_case", ONE + ONE.replace(".a", ".A"),
-             ": a names two; call one of them otherwise"),
+        Case("no_toml", b"[array", ": cannot be read as TOML: Expected ']' at the end of a table declaration (at end"),
+        Case("no_utf8", b"\xff", ": cannot be read as TOML: 'utf-8' codec can't decode byte 0xff in position 0: "),
+        Case("two_of_one_name", ONE + ONE, ": cannot be read as TOML: Cannot declare ('array', 'a') twice (at line 3,"),
+        Case("two_names_alike", ONE + ONE.replace(".a", ".A"), ": a names two; call one of them otherwise"),
         Case("group_named_as_an_array", ONE + 'group = "a"', ": a names two; call one of them otherwise"),
         Case("no_array", "[health]", ": lists no array; each is a table [array.NAME] with a url"),
         Case("array_without_url", "[array.a]", ": [array.a]: has no url"),
         Case("array_that_is_no_table", "array = 1", ": [array]: is no table"),
-        Case("array_named_all", ONE.replace(".a", ".all"), ": [array.all]: no name for an array; give letters, digits,"
-             " -, _ and . in quotes; no command and not all"),
-        Case("array_named_as_a_command", ONE.replace(".a", ".tree"), ": [array.tree]: no name for an array; give"
-             " letters, digits, -, _ and . in quotes; no command and not all"),
-        Case("array_named_as_a_path", ONE.replace(".a", '."../a"'), ": [array.../a]: no name for an array; give"
-             " letters, digits, -, _ and . in quotes; no command and not all"),
+        Case("array_named_all", ONE.replace(".a", ".all"), ": [array.all]: no name for an array; give letters,"),
+        Case("array_named_as_a_command", ONE.replace(".a", ".tree"), ": [array.tree]: no name for an array; give "),
+        Case("array_named_as_a_path", ONE.replace(".a", '."../a"'), ": [array.../a]: no name for an array; give "),
         Case("unknown_table", "[arrays.a]", ": unknown table [arrays]; there is [array.NAME], [defaults], [health]"),
-        Case("unknown_key", ONE + "timout = 1", ": [array.a] timout: unknown key; there is url, user, password_file,"
-             " password_env, ca, verify, group, namespace, timeout, well"),
-        Case("password", ONE + 'password = "x"', ": [array.a] password: unknown key; there is url, user, password_file,"
-             " password_env, ca, verify, group, namespace, timeout, well"),
-        Case("password_in_url", '[array.a]\nurl = "http://u:hidden@a"',
-             ": [array.a] url: has a password, which does not belong here; give password_file or password_env"),
-        Case("wrong_url", '[array.a]\nurl = "a:5988"', ": [array.a] url: a:5988 is no server's URL; give"
-             " http(s)://[USER[:PASSWORD]@]HOST[:PORT]"),
-        Case("text_for_number", ONE + 'timeout = "5"', ": [array.a] timeout: a number of seconds, 1 to 86400, is"
-             " expected"),
+        Case("unknown_key", ONE + "timout = 1", ": [array.a] timout: unknown key; there is url, user, password_file,"),
+        Case("password", ONE + 'password = "x"', ": [array.a] password: unknown key; there is url, user, password_"),
+        Case("password_in_url", '[array.a]\nurl = "http://u:hidden@a"', ": [array.a] url: has a password, which does"),
+        Case("wrong_url", '[array.a]\nurl = "a:5988"', ": [array.a] url: a:5988 is no server's URL; give http(s)://["),
+        Case("text_for_number", ONE + 'timeout = "5"', ": [array.a] timeout: a number of seconds, 1 to 86400, is exp"),
         Case("number_for_text", "[defaults]\nuser = 1\n" + ONE, ": [defaults] user: a text is expected"),
         Case("number_for_boolean", ONE + "verify = 1", ": [array.a] verify: true or false is expected"),
-        Case("boolean_for_code", ONE + "well = [true]",
-             ": [array.a] well: a list of state codes such as [1, 7] is expected"),
-        Case("group_all", ONE + 'group = "all"',
-             ': [array.a] group: a name, or a list of names, but not all, is expected'),
-        Case("two_sources_of_a_password", ONE + 'password_env = "A"\npassword_file = "b"',
-             ": [array.a]: password_file and password_env; give one"),
-        Case("unknown_key_of_the_check", ONE + "[health]\nwarn = 1", ": [health] warn: unknown key; there is"
-             " warning_from, critical_from, and tables severity and readings"),
-        Case("unknown_cause", ONE + '[health.severity]\nlamp = "ok"',
-             ": [health.severity] lamp: unknown cause; there is status, reading, state, light,"
-             " loop_split, no_card, no_sensor, no_cage, half_split, gap, firmware,"
-             " locator, no_answer; or a reason as the check prints it"),
-        Case("unknown_severity", ONE + '[health.severity]\ngap = "bad"',
-             ": [health.severity] gap: ok, warning, unknown, critical is expected"),
-        Case("wrong_range", ONE + '[health.readings]\nV = {warning = "a"}',
-             ': [health.readings] V: { warning = "10:35", critical = "5:40" } is expected'),
-    )  # fmt: skip
+        Case("boolean_for_code", ONE + "well = [true]", ": [array.a] well: a list of state codes such as [1, 7] is"),
+        Case("group_all", ONE + 'group = "all"', ": [array.a] group: a name, or a list of names, but not all, is exp"),
+        Case("two_passwords", ONE + 'password_env = "A"\npassword_file = "b"', ": [array.a]: password_file and pass"),
+        Case("unknown_key_of_the_check", ONE + "[health]\nwarn = 1", ": [health] warn: unknown key; there is warning"),
+        Case("unknown_cause", ONE + '[health.severity]\nlamp = "ok"', ": [health.severity] lamp: unknown cause; there"),
+        Case("unknown_severity", ONE + '[health.severity]\ngap = "bad"', ": [health.severity] gap: ok, warning, unkno"),
+        Case("wrong_range", ONE + '[health.readings]\nV = {warning = "a"}', ': [health.readings] V: { warning = "10:3'),
+    )
     def test_is_refused_for(self, content, message):
         self.fails(f"FOLDER/sites.toml{message}", lambda: self.site(content))
 
-    @cases(
-        Case("that_is_missing", None, 0, ": No such file or directory"),
-        Case("that_others_can_write", ONE, 0o646,
-             ": says where passwords go, and others can write it; chmod o-w FOLDER/sites.toml"),
-    )  # fmt: skip
-    def test_is_refused_for_a_file(self, content, mode, message):
-        path = self.file("sites.toml", content, mode) if content else str(self.folder / "sites.toml")
-        self.fails(f"FOLDER/sites.toml{message}", lambda: sites.load(path))
+    def test_is_refused_for_a_file_that_others_can_write(self):
+        path = self.file("sites.toml", ONE, 0o646)
+        self.fails("FOLDER/sites.toml: says where passwords go, and others can write it; chmod o-w FOLDER/sites.toml",
+                   lambda: sites.load(path))  # fmt: skip
 
 
 class Passwords(ListTest):
@@ -178,15 +154,12 @@ class Passwords(ListTest):
 
     @cases(
         Case("in_a_file", "file", b" se cret \r\nmore\n", 0o640, " se cret "),
-        Case("that_others_can_read", "file", b"secret\n", 0o644, None, "password: holds a password, and others can use"
-             " it; chmod o= FOLDER/password"),
-        Case("that_others_can_write", "file", b"secret\n", 0o602, None, "password: holds a password, and others can use"
-             " it; chmod o= FOLDER/password"),
-        Case("in_an_empty_file", "file", b"\n", 0o600, None, "password: its first line is empty; the password has to be"
-             " there"),
+        Case("that_others_can_read", "file", b"secret\n", 0o644, None, f"password: {OPEN}; chmod o= FOLDER/password"),
+        Case("that_others_can_write", "file", b"secret\n", 0o602, None, f"password: {OPEN}; chmod o= FOLDER/password"),
+        Case("in_an_empty_file", "file", b"\n", 0o600, None, "password: its first line is empty; the password has to"),
         Case("in_binary", "file", b"\xff\n", 0o600, None, "password: holds no text in UTF-8"),
         Case("in_a_missing_file", "", b"", 0, None, "password: No such file or directory"),
-    )  # fmt: skip
+    )
     def test_is(self, there, content, mode, password, message=""):
         if there:
             self.file("password", content, mode)
