@@ -85,7 +85,7 @@ class Target:
 
     def _poll(self) -> None:
         result = answer(self.array, self._texts, self.connect)
-        if result.error and not sys.stdin.isatty():  # a password may be new, if no person has typed it
+        if result.error:  # a password may be new, and the server
             self.connect.cache_clear()
         with self.turn:
             if not result.error:
@@ -261,7 +261,7 @@ def serve(site: Site, arrays: Sequence[Array], given: argparse.Namespace) -> int
     targets = {each.name: Target(each, site.rules, given.interval) for each in arrays}
     single = None if site.file else targets[arrays[0].name]
     if single:
-        single.connect()  # which may prompt for a password
+        single.connect()  # what is missing for that is said at once
     web = WebConfig(given.web_config, log)
     try:
         server = Exporter(given.listen, given.port, targets, web, single)
