@@ -95,8 +95,11 @@ install(FILES ${PROJECT_BINARY_DIR}/package/qbx-common.pc DESTINATION ${toolkit_
 
 # ---- enclosure ----
 
-qbx_install_python(qbx-enclosure ${PROJECT_SOURCE_DIR}/Enclosure
-  ${CMAKE_INSTALL_DATADIR}/qbx/enclosure ${CMAKE_INSTALL_BINDIR} version.py enclosure)
+set(enclosure_data ${CMAKE_INSTALL_DATADIR}/qbx/enclosure)
+qbx_install_python(qbx-enclosure ${PROJECT_SOURCE_DIR}/Enclosure ${enclosure_data} ${CMAKE_INSTALL_BINDIR}
+  version.py enclosure)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/Enclosure/monitoring DESTINATION ${enclosure_data}
+  COMPONENT enclosure)
 install(FILES ${PROJECT_SOURCE_DIR}/Enclosure/completion/qbx-enclosure
   DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT enclosure)
 install(FILES ${PROJECT_SOURCE_DIR}/Docs/qbx-enclosure.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1

@@ -31,7 +31,8 @@ set(summary_of_enclosure "shows, checks and operates the drive cages of an array
 set(description_of_enclosure
 "Asks a CIM server that runs the drive cage provider module, on this machine
 or another: what is there, what is wrong, and the actions that the array
-offers, for people at a terminal and for monitoring.")
+offers, for people at a terminal and for monitoring. Its service
+qbx-enclosure-exporter serves metrics of many arrays to Prometheus.")
 
 if(QBX_CIM STREQUAL "embedded")
   set(CPACK_COMPONENTS_ALL standin enclosure)
@@ -85,6 +86,18 @@ if(QBX_CIM STREQUAL "embedded")
   get_filename_component(name ${readme} NAME)
   qbx_configure_script(qbx-cimserver README.in ${PROJECT_BINARY_DIR}/package/${name})
   install(FILES ${PROJECT_BINARY_DIR}/package/${name} DESTINATION ${folder} COMPONENT standin)
+endif()
+
+# The service of the exporter, which is not enabled: this is a program for people too.
+if(QBX_CIM STREQUAL "embedded")
+  get_filename_component(folder ${settings} DIRECTORY)
+  set(exporter_settings ${folder}/qbx-enclosure-exporter)
+  qbx_configure_file(qbx-enclosure-exporter.service)
+  install(FILES ${PROJECT_BINARY_DIR}/package/qbx-enclosure-exporter.service
+    DESTINATION lib/systemd/system COMPONENT enclosure)
+  install(FILES ${PROJECT_SOURCE_DIR}/Deploy/qbx-enclosure/settings
+    DESTINATION ${folder} RENAME qbx-enclosure-exporter COMPONENT enclosure)
+  install(DIRECTORY DESTINATION /etc/qbx-enclosure COMPONENT enclosure)
 endif()
 
 # Manual pages are compressed.

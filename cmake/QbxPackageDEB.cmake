@@ -28,7 +28,8 @@ set(CPACK_DEBIAN_STANDIN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_STANDIN_PACKAGE_DEPENDS "adduser, init-system-helpers (>= 1.51)")
 set(CPACK_DEBIAN_ENCLOSURE_PACKAGE_ARCHITECTURE all)
 set(CPACK_DEBIAN_ENCLOSURE_PACKAGE_DEPENDS
-  "python3:any, python3-jinja2, python3-prometheus-client, python3-rich")
+  "adduser, init-system-helpers (>= 1.51), python3:any, python3-jinja2, python3-prometheus-client, python3-rich")
+set(CPACK_DEBIAN_ENCLOSURE_PACKAGE_RECOMMENDS "python3-bcrypt, python3-yaml")
 
 # The licence as Debian's machine-readable copyright file.
 file(READ ${PROJECT_SOURCE_DIR}/LICENSE license)

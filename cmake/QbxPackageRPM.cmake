@@ -25,8 +25,9 @@ set(CPACK_RPM_MODULE_PACKAGE_REQUIRES "/usr/bin/python3, python3 >= 3.10")
 set(CPACK_RPM_TOOLKIT_PACKAGE_REQUIRES "gcc-c++")
 set(CPACK_RPM_STANDIN_PACKAGE_REQUIRES_PRE "/usr/bin/getent, /usr/sbin/groupadd, /usr/sbin/useradd")
 set(CPACK_RPM_ENCLOSURE_PACKAGE_ARCHITECTURE noarch)
-set(CPACK_RPM_ENCLOSURE_PACKAGE_REQUIRES "/usr/bin/python3, python3 >= 3.10, python3dist(jinja2), \
-python3dist(prometheus-client), python3dist(rich)")
+set(CPACK_RPM_ENCLOSURE_PACKAGE_REQUIRES "/usr/bin/python3, python3 >= 3.11, python3dist(bcrypt), \
+python3dist(jinja2), python3dist(prometheus-client), python3dist(pyyaml), python3dist(rich)")
+set(CPACK_RPM_ENCLOSURE_PACKAGE_REQUIRES_PRE "/usr/bin/getent, /usr/sbin/groupadd, /usr/sbin/useradd")
 set(CPACK_RPM_SPEC_INSTALL_POST /bin/true)  # all is as it shall be
 set(CPACK_RPM_SPEC_MORE_DEFINE "
 %global packager ${CPACK_PACKAGE_CONTACT}
@@ -70,3 +71,4 @@ foreach(component ${CPACK_COMPONENTS_ALL})
   endforeach()
 endforeach()
 list(APPEND CPACK_RPM_STANDIN_USER_FILELIST "%config(noreplace) ${settings}" "%doc ${readme}")
+list(APPEND CPACK_RPM_ENCLOSURE_USER_FILELIST "%config(noreplace) /etc/sysconfig/qbx-enclosure-exporter")

@@ -1,1 +1,3 @@
-"""qbx-enclosure: shows and operates the drive cages of an array through a CIM server."""
+"""qbx-enclosure: shows and operates the drive cages of a storage array through a CIM server."""
+
+COMMANDS = ("tree", "arrays", "health", "watch", "locate", "loop", "upgrade", "relocate", "metrics", "report")

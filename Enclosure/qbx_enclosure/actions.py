@@ -87,7 +87,7 @@ def loop(client: Client, given: argparse.Namespace) -> str:
     if given.state == "off":
         question = f"Take {magazine.name} off {loops}?"
         others = [each for each in "AB" if given.loop and each != given.loop]
-        if not any(magazine.get(f"StateOnLoop{each}") in given.well for each in others):
+        if not any(magazine.get(f"StateOnLoop{each}") in client.well for each in others):
             question += " Its drives are then on no loop that works."
         confirm(question, given.yes)
     port = {"IsPortA": given.loop == "A"} if given.loop else {}
@@ -96,7 +96,7 @@ def loop(client: Client, given: argparse.Namespace) -> str:
     def wrong(values: dict) -> list[str]:
         states = [(each, values.get(f"stateonloop{each.lower()}")) for each in given.loop or "AB"]
         return [f"state {state} on loop {each}" for each, state in states
-                if (state in given.well) != (given.state == "on")]  # fmt: skip
+                if (state in client.well) != (given.state == "on")]  # fmt: skip
 
     if kept := wrong(read_back(client, magazine, lambda now: not wrong(now))):
         reason = f"but it has {' and '.join(kept)}; --well CODES says which states mean well"

@@ -1,12 +1,12 @@
 """The connection to the CIM server. What can go wrong becomes one line, with what to do."""
 
-import getpass
+import functools
 import http.client
 import os
 import re
 import socket
 import ssl
-import sys
+import threading
 import unicodedata
 import urllib.parse
 from typing import Any
@@ -30,6 +30,9 @@ FAILURES: tuple[tuple[type[Exception], str], ...] = (
     (OSError, "cannot be reached; check the host, the port and firewalls"),
 )
 STEERING = ("Cc", "Cf", "Cs", "Zl", "Zp")  # categories of characters
+# Python's threads share one processor: who reads a large response, or works with it, does so one after
+# another, so that a hundred of them leave room for others.
+PROCESSOR = threading.Lock()
 SECRET = re.compile(r"(//|[\s'\"]|^)[^\s/]*:.*@")  # a user with a password
 
 
@@ -47,9 +50,10 @@ class NotDoneError(EnclosureError):
 
 def clean(text: object) -> str:
     """A text without characters that steer a terminal: they become escapes."""
-    return "".join(
-        ascii(each)[1:-1] if unicodedata.category(each) in STEERING else each for each in str(text)
-    )
+    text = str(text)
+    if text.isprintable():
+        return text
+    return "".join(ascii(each)[1:-1] if unicodedata.category(each) in STEERING else each for each in text)
 
 
 def one_line(text: object) -> str:
@@ -62,52 +66,73 @@ def hidden(text: str) -> str:
     return SECRET.sub(r"\1...@", text)
 
 
+def server_of(url: str) -> urllib.parse.SplitResult:
+    """The parts of a server's URL; raises EnclosureError for what is none."""
+    try:
+        parts = urllib.parse.urlsplit(url)
+        good = parts.scheme in PORTS and parts.hostname and parts.port != 0
+    except ValueError:
+        good = False
+    if not good or parts.path.strip("/"):
+        form = "http(s)://[USER[:PASSWORD]@]HOST[:PORT]"
+        raise EnclosureError(f"{one_line(re.sub('//.*@', '//...@', url))} is no server's URL; give {form}")
+    return parts
+
+
+def address(parts: urllib.parse.SplitResult) -> str:
+    """A server's URL without a user."""
+    return f"{parts.scheme}://{parts.netloc.rpartition('@')[2]}"
+
+
+@functools.cache  # reading the authorities of this machine takes longer than a small array
+def context_of(ca: str | None, verify: bool) -> ssl.SSLContext:
+    """How TLS is spoken: whose certificates are taken."""
+    try:
+        context = ssl.create_default_context(cafile=ca)
+    except ssl.SSLError as error:
+        raise EnclosureError(f"--ca {clean(ca)}: holds no certificate in PEM form") from error
+    except OSError as error:
+        raise EnclosureError(f"--ca {clean(ca)}: {error.strerror}") from error
+    if not verify:
+        context.check_hostname, context.verify_mode = False, ssl.CERT_NONE
+    return context
+
+
 class Client:
     """Queries one CIM server; every failure is an EnclosureError. Threads may share it."""
 
-    def __init__(self, url: str, namespace: str, timeout: int, ca: str | None, verify: bool):
-        try:
-            parts = urllib.parse.urlsplit(url)
-            good = parts.scheme in PORTS and parts.hostname and parts.port != 0
-        except ValueError:
-            good = False
-        if not good or parts.path.strip("/"):
-            form = "http(s)://[USER[:PASSWORD]@]HOST[:PORT]"
-            raise EnclosureError(f"{one_line(re.sub('//.*@', '//...@', url))} is no server's URL; give {form}")
-        self.url = f"{parts.scheme}://{parts.netloc.rpartition('@')[2]}"
-        self.user = urllib.parse.unquote(parts.username or "")
-        self.namespace = namespace
-        login = f"{self.user}:{self._password(parts.password)}" if self.user else ""
-        tls = self._tls(ca, verify) if parts.scheme == "https" else None
+    def __init__(self, url: str, namespace: str, timeout: int, ca: str | None, verify: bool,
+                 login: tuple[str, str | None] = ("", None), well: frozenset[int] = frozenset({1})):  # fmt: skip
+        """`login` is a user and a password; empty, and None: those of the URL. Without a password there
+        it is that of QBX_PASSWORD. `well`: the state codes that mean well."""
+        parts = server_of(url)
+        self.url = self.name = address(parts)  # name: what the user calls it
+        self.user = login[0] or urllib.parse.unquote(parts.username or "")
+        self.namespace, self.well = namespace, well
+        self.words: Any = None  # of its schema, once they have been read
+        of_url = None if parts.password is None else urllib.parse.unquote(parts.password)
+        password = of_url if login[1] is None else login[1]
+        if self.user and password is None:
+            password = self._password()
+        tls = context_of(ca, verify) if parts.scheme == "https" else None
         port = parts.port or PORTS[parts.scheme]
-        self.transport = Transport(parts.hostname or "", port, tls, login, timeout)
+        sent = f"{self.user}:{password}" if self.user else ""
+        self.transport = Transport(parts.hostname or "", port, tls, sent, timeout)
 
-    def _tls(self, ca: str | None, verify: bool) -> ssl.SSLContext:
-        try:
-            context = ssl.create_default_context(cafile=ca)
-        except ssl.SSLError as error:
-            raise EnclosureError(f"--ca {clean(ca)}: holds no certificate in PEM form") from error
-        except OSError as error:
-            raise EnclosureError(f"--ca {clean(ca)}: {error.strerror}") from error
-        if not verify:
-            context.check_hostname, context.verify_mode = False, ssl.CERT_NONE
-        return context
-
-    def _password(self, given: str | None) -> str:
-        if given is not None:
-            return urllib.parse.unquote(given)
+    def _password(self) -> str:
         if "QBX_PASSWORD" in os.environ:
             return os.environ["QBX_PASSWORD"]
-        if not sys.stdin.isatty():
-            raise EnclosureError(f"no password for {clean(self.user)}: give it in QBX_PASSWORD or the URL")
-        return getpass.getpass(f"Password of {clean(self.user)} at {self.url}: ")
+        where = "give it in QBX_PASSWORD, a password file or the URL"
+        raise EnclosureError(f"no password for {clean(self.user)}: {where}")
 
     def request(self, operation: str, *, target: Path | None = None, privilege: str = "", **arguments: Any) -> list:
         """What a WBEM operation returns, or the method of this name of a target. `privilege` is the one
         that the array requires of the user for it, to be named in a refusal."""
         try:
             message = request(self.namespace, operation, target, arguments)
-            return response(self.transport.post(*message), operation)
+            body = self.transport.post(*message)
+            with PROCESSOR:
+                return response(body, operation)
         except CimError as error:
             raise EnclosureError(f"{self.url}: {self._refusal(error, privilege)}") from error
         except StatusError as error:

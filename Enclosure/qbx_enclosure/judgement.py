@@ -2,12 +2,20 @@
 
 import collections
 
-from .model import NAMES, Element, Enclosure
+from .connection import Client
+from .model import NAMES, Element, Enclosure, Reason, read, read_words
 
 STATUS_OK = 2
 OFF = 1
 AMBER = (4, 5)
 STATES, LIGHTS = NAMES["states"], NAMES["lights"]
+
+
+def examine(client: Client) -> Enclosure:
+    """All of an array, judged. The words of its schema are read once for a client."""
+    if client.words is None:
+        client.words = read_words(client, client.well)
+    return judge(read(client, client.words))
 
 
 def judge(enclosure: Enclosure) -> Enclosure:
@@ -23,45 +31,45 @@ def judge(enclosure: Enclosure) -> Enclosure:
 def judge_element(element: Element) -> None:
     """What its own properties show."""
     if not element.cage and element.kind != "sensor":  # the array has sensors elsewhere too
-        element.problems.append("is in no cage that the server lists")
+        element.problems.append(Reason("no_cage", "is in no cage that the server lists"))
     for _, value, word in element.entries("OperationalStatus"):
         if value != STATUS_OK:
-            element.problems.append(f"status is {word}")
+            element.problems.append(Reason("status", f"status is {word}"))
     reading, limits = element.get("CurrentReading"), element.limits()
     if limits and reading is not None and not limits[0] <= reading <= limits[1]:
         name, word = ("LowLimit", "below") if reading < limits[0] else ("HighLimit", "above")
         measured, limit = element.with_unit("CurrentReading"), element.with_unit(name)
-        element.problems.append(f"{measured}, {word} its limit of {limit}")
+        element.problems.append(Reason("reading", f"{measured}, {word} its limit of {limit}"))
     for name, words in STATES[element.kind].items():
         for which, value, word in element.entries(name):
             if value not in element.words.well:
-                element.problems.append(": ".join(filter(None, (words + which, word))))
+                element.problems.append(Reason("state", ": ".join(filter(None, (words + which, word)))))
     for name, words in LIGHTS.items():
         for which, value, word in element.entries(name):
             if value in AMBER:
-                element.problems.append(f"{words}{which}: {word}")
+                element.problems.append(Reason("light", f"{words}{which}: {word}"))
     if element.is_located():
-        element.notes.append("locator is on")
+        element.notes.append(Reason("locator", "locator is on"))
 
 
 def judge_cage(cage: Element) -> None:
     """What its parts show together: an element that is gone has no instance of its own."""
     if cage.get("LoopSplit"):
         if cage.get("IsLeftSide") or cage.get("IsRightSide"):
-            cage.notes.append("loop is split (one half of a pair)")
+            cage.notes.append(Reason("half_split", "loop is split (one half of a pair)"))
         else:
-            cage.problems.append("loop is split")
+            cage.problems.append(Reason("loop_split", "loop is split"))
     served = "".join(card.loops() for card in cage.of("card"))
     missing = [loop for loop in "AB" if loop not in served]
     if missing:
-        cage.problems.append(f"no interface card on loop {' and '.join(missing)}")
+        cage.problems.append(Reason("no_card", f"no interface card on loop {' and '.join(missing)}"))
     if "dc2" in cage.path.classname.lower() and not cage.of("sensor"):
-        cage.problems.append("no sensor is listed")
+        cage.problems.append(Reason("no_sensor", "no sensor is listed"))
     places = {magazine.get("Position", 0) for magazine in cage.of("magazine")}
     empty = [str(place) for place in range(max(places, default=0)) if place not in places]
     if empty:
         more = ", ..." if len(empty) > 10 else ""
-        cage.notes.append(f"no magazine in place {', '.join(empty[:10])}{more}")
+        cage.notes.append(Reason("gap", f"no magazine in place {', '.join(empty[:10])}{more}"))
 
 
 def judge_versions(enclosure: Enclosure) -> None:
@@ -75,7 +83,7 @@ def judge_versions(enclosure: Enclosure) -> None:
         usual = versions.most_common(1)[0][0]
         for each in group:
             if each.get("FirmwareVersion") != usual:
-                each.notes.append(f"others of its type have firmware {usual}")
+                each.notes.append(Reason("firmware", f"others of its type have firmware {usual}"))
 
 
 def facts(element: Element) -> list[str]:

@@ -5,6 +5,8 @@ import functools
 import json
 import pathlib
 import re
+import weakref
+from collections.abc import Collection
 from typing import Any
 
 from .cimxml import Instance, Path
@@ -42,7 +44,7 @@ MAPPED = re.compile(r"\d+|(0[xX][0-9A-Fa-f]+|\d*)\.\.(0[xX][0-9A-Fa-f]+|\d*)")  
 class Words:
     """The words that the server's schema has for the values of properties."""
 
-    def __init__(self, classes: dict[str, list[dict]], well: set[int]):
+    def __init__(self, classes: dict[str, list[dict]], well: Collection[int]):
         self.well = well  # state codes that mean that something is as it should be
         self.maps: dict[tuple[str, str], list[tuple[str, str]]] = {}
         for kind, found in classes.items():
@@ -67,6 +69,17 @@ class Words:
         return f"unknown ({value})"
 
 
+class Reason(str):
+    """Why an element needs attention, or is worth a note; `cause` says in a word of what kind it is."""
+
+    cause: str
+
+    def __new__(cls, cause: str, text: str) -> "Reason":
+        reason = super().__new__(cls, text)
+        reason.cause = cause
+        return reason
+
+
 @dataclasses.dataclass(eq=False)
 class Element:
     """A cage, magazine, card or sensor: its properties, and what is wrong with it or worth a note."""
@@ -75,9 +88,8 @@ class Element:
     path: Path
     values: dict
     words: Words
-    problems: list[str] = dataclasses.field(default_factory=list)
-    notes: list[str] = dataclasses.field(default_factory=list)
-    cage: "Element | None" = None  # the cage that holds it; a cage's own is itself
+    problems: list[Reason] = dataclasses.field(default_factory=list)
+    notes: list[Reason] = dataclasses.field(default_factory=list)
     parts: list["Element"] = dataclasses.field(default_factory=list)  # by position
 
     def __post_init__(self):
@@ -88,6 +100,15 @@ class Element:
         self.cage = self if self.kind == "cage" else None
         self.order = (self.get("Position", 0), self.tag)
 
+    @property
+    def cage(self) -> "Element | None":
+        """The cage that holds it, as long as its enclosure is there; a cage's own is itself."""
+        return self._cage() if self._cage else None
+
+    @cage.setter
+    def cage(self, cage: "Element | None") -> None:
+        self._cage = weakref.ref(cage) if cage else None  # no cycle: memory is free at once
+
     def get(self, name: str, default=None):
         """The value of a property, as Python's own; `default` when it is null or missing."""
         value = self.values.get(name.lower())
@@ -95,7 +116,9 @@ class Element:
 
     def entries(self, name: str) -> list[tuple[str, int, str]]:
         """(" index", value, word) of a property's values; the index only of those of an array."""
-        value = self.get(name, [])
+        value = self.get(name)
+        if value is None:
+            return []
         listed = enumerate(value) if isinstance(value, list) else [("", value)]
         word = functools.partial(self.words.of, self.kind, name)
         return [(f" {at}".rstrip(), each, word(each)) for at, each in listed]
@@ -135,6 +158,15 @@ class Element:
         """The lowest and highest good reading; None when the array sets no limits."""
         low, high = self.get("LowLimit", 0), self.get("HighLimit", 0)
         return (low, high) if low <= high and high else None
+
+    def reading(self) -> tuple[int | None, str, tuple[str, ...]]:
+        """A sensor's reading, or the temperature of a cage: the value, with its unit, and the names of
+        what was measured and in what."""
+        if self.kind == "cage":
+            value = self.get("TempSensorValue")
+            return value, f"{value} °C", ("temperature", "°C")
+        letter = self.get("BaseUnit", "")
+        return self.get("CurrentReading"), self.with_unit("CurrentReading"), (self.label, UNITS.get(letter, letter))
 
     def with_unit(self, name: str) -> str:
         """A number of a sensor with its unit."""
@@ -215,7 +247,8 @@ def values_of(instance: Instance, identity: str) -> dict:
 def elements_of(client: Client, kind: str, words: Words) -> list[Element]:
     """All elements of a kind, by position."""
     elements = []
-    for each in client.request("EnumerateInstances", ClassName=CLASSES[kind], **WHOLE):
+    options = {**WHOLE, "PropertyList": sorted(name for name, _ in KINDS.values())}
+    for each in client.request("EnumerateInstances", ClassName=CLASSES[kind], **options):
         try:
             values = values_of(each, IDENTITIES[kind][0])
         except EnclosureError as error:
@@ -227,7 +260,7 @@ def elements_of(client: Client, kind: str, words: Words) -> list[Element]:
     return sorted(elements, key=lambda element: element.order)
 
 
-def read_words(client: Client, well: set[int]) -> Words:
+def read_words(client: Client, well: Collection[int]) -> Words:
     """The words of the classes: one request a kind."""
     classes = {}
     for kind, name in CLASSES.items():
@@ -253,10 +286,11 @@ def read(client: Client, words: Words) -> Enclosure:
     for kind, ends in HOLDING.items():
         held = holders(client, *ends)
         for each in found[kind]:
-            each.cage = by_path.get(held.get(each.path.identity(), ()))
-            if kind == "sensor" and not each.cage:  # of a power supply: in no association
-                each.cage = by_tag.get(each.tag.rpartition("-sensor")[0])
-            (each.cage.parts if each.cage else outside).append(each)
+            cage = by_path.get(held.get(each.path.identity(), ()))
+            if kind == "sensor" and not cage:  # of a power supply: in no association
+                cage = by_tag.get(each.tag.rpartition("-sensor")[0])
+            each.cage = cage
+            (cage.parts if cage else outside).append(each)
     return Enclosure(package_name(client), cages, outside)
 
 

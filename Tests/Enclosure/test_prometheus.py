@@ -1,0 +1,214 @@
+"""The files of Enclosure/monitoring with the programs of Debian that they are for: Prometheus scrapes two
+arrays through the exporter and alerts, node_exporter gives what was written into text files."""
+
+import contextlib
+import importlib.util
+import json
+import os
+import pathlib
+import re
+import shutil
+import socket
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+import urllib.error
+import urllib.parse
+import urllib.request
+
+from qbx_support import testing
+from qbx_support.raw import SECONDS
+from qbx_support.server import ROOT, Server
+from qbx_support.testing import Test
+from test_enclosure import GOOD, changed, main, run
+from test_metrics import HASH, certified, exporting, listed
+
+MONITORING = ROOT / "Enclosure" / "monitoring"
+FAULT = {"cages.1.lbod.sensors.6.reading": 60, "cages.1.cimState": "API_STATE_DEGRADED"}
+UNITS = {"cages.1.lbod.sensors.9.type": "A", "cages.2.lbod.sensors.9.type": "W"}  # each panel has a reading
+
+
+def free_place():
+    with socket.create_server(("127.0.0.1", 0)) as free:
+        return f"127.0.0.1:{free.getsockname()[1]}"
+
+
+@contextlib.contextmanager
+def running(log, *command):
+    """A program, until the end; its output goes to a file."""
+    with log.open("w") as output, subprocess.Popen(command, stdout=output, stderr=output) as process:
+        try:
+            yield
+        finally:
+            process.terminate()
+
+
+def lacking(programs):
+    """Those that are not installed."""
+    return ", ".join(each for each in programs if not shutil.which(each))
+
+
+class EngineTest(Test):
+    """Tests that need programs of Debian."""
+
+    programs: tuple[str, ...] = ()
+    folder: pathlib.Path
+
+    @classmethod
+    def setUpClass(cls):
+        if missing := lacking(cls.programs):
+            raise unittest.SkipTest(f"{missing} not installed (./qbx setup --prometheus)")
+        cls.folder = pathlib.Path(cls.enterClassContext(tempfile.TemporaryDirectory()))
+
+    def check(self, *command):
+        """Runs a program that must succeed; returns its output."""
+        done = subprocess.run(command, capture_output=True, text=True)
+        self.assertEqual(done.returncode, 0, f"{' '.join(map(str, command))}\n{done.stdout}{done.stderr}")
+        return done.stdout
+
+    def become(self, expected, actual):
+        """Waits until a function returns what is expected."""
+        deadline, last = time.monotonic() + SECONDS, None
+        while time.monotonic() < deadline:
+            with contextlib.suppress(urllib.error.URLError, ConnectionError):
+                last = actual()
+            if last == expected:
+                return
+            time.sleep(0.2)
+        self.assertEqual(last, expected)
+
+
+class Files(EngineTest):
+    programs = ("promtool",)
+
+    def test_alert_rules_pass_their_unit_tests(self):
+        for each in (*MONITORING.glob("qbx-*.yml"), pathlib.Path(__file__).with_name("alerts.yml")):
+            shutil.copy(each, self.folder)
+        self.check("promtool", "test", "rules", self.folder / "alerts.yml")
+
+    def test_web_configuration_is_that_of_prometheus_exporters(self):
+        certified(self.folder, "exporter.key", "exporter.pem")
+        shutil.copy(MONITORING / "web-config.yml", self.folder)
+        self.check("promtool", "check", "web-config", self.folder / "web-config.yml")
+
+    def test_panels_of_the_dashboard_do_not_overlap(self):
+        panels = json.loads((MONITORING / "qbx-dashboard.json").read_text())["panels"]
+        fields = [
+            (x, y) for place in (each["gridPos"] for each in panels)
+            for x in range(place["x"], place["x"] + place["w"]) for y in range(place["y"], place["y"] + place["h"])
+        ]  # fmt: skip
+        self.assertEqual(len(set(fields)), len(fields))
+        self.assertLess(max(fields)[0], 24)
+        self.assertEqual(len({each["id"] for each in panels}), len(panels))
+
+
+class Alertmanager(EngineTest):
+    programs = ("amtool",)
+
+    def test_critical_alerts_go_to_who_is_on_call(self):
+        file = MONITORING / "alertmanager.yml"
+        self.check("amtool", "check-config", file)
+        routes = ["amtool", "config", "routes", "test", f"--config.file={file}", "alertname=QbxNeedsAttention"]
+        receivers = [self.check(*routes, f"severity={each}").strip() for each in ("critical", "warning")]
+        self.assertEqual(receivers, ["on-call", "storage"])
+
+
+class NodeExporter(EngineTest):
+    programs = ("prometheus-node-exporter",)
+
+    def test_text_files_of_several_arrays_are_served_together(self):
+        with Server(os.environ["QBX_BUILD"]) as server:
+            for name in ("a1", "a2"):
+                words = [*listed(self.folder, **{name: server.url}), "metrics", "--once", "--output"]
+                run(*words, str(self.folder / f"{name}.prom"), QBX_PASSWORD="admin")
+        place = free_place()
+        options = ("--collector.disable-defaults", "--collector.textfile", f"--web.listen-address={place}")
+        directory = f"--collector.textfile.directory={self.folder}"
+
+        def served():
+            text = urllib.request.urlopen(f"http://{place}/metrics").read().decode()
+            return re.findall(r"^(?:qbx_up|qbx_problems\{.*cage1|node_textfile_scrape_error).*$", text, re.MULTILINE)
+
+        with running(self.folder / "log", self.programs[0], *options, directory):
+            self.become(["node_textfile_scrape_error 0", 'qbx_problems{array="a1",cage="cage1"} 3',
+                         'qbx_problems{array="a2",cage="cage1"} 3', 'qbx_up{array="a1"} 1', 'qbx_up{array="a2"} 1'],
+                        served)  # fmt: skip
+
+
+class Prometheus(EngineTest):
+    programs = ("prometheus", "promtool")
+
+    def setUp(self):
+        if not all(map(importlib.util.find_spec, ("bcrypt", "yaml"))):
+            self.skipTest("bcrypt or yaml cannot be imported (./qbx setup)")
+
+    def configured(self, exporter):
+        """Writes the sample's configuration for an exporter with TLS and a password, every second."""
+        import yaml
+
+        config = yaml.safe_load((MONITORING / "prometheus.yml").read_text().replace("127.0.0.1:9988", exporter))
+        config["global"] = {"scrape_interval": "2s", "scrape_timeout": "2s", "evaluation_interval": "1s"}
+        config["rule_files"] = [pathlib.Path(each).name for each in config["rule_files"]]
+        arrays, itself = config["scrape_configs"]
+        for each in (arrays, itself, *arrays["http_sd_configs"]):
+            if "url" in each:
+                each["url"] = each["url"].replace("http:", "https:")
+            else:
+                each["scheme"] = "https"
+            each["tls_config"] = {"ca_file": "cert.pem"}
+            each["basic_auth"] = {"username": "one", "password": "secret"}
+        (self.folder / "prometheus.yml").write_text(yaml.safe_dump(config))
+        for each in MONITORING.glob("qbx-*.yml"):
+            (self.folder / each.name).write_text(re.sub(r"for: \w+", "for: 0s", each.read_text()))
+
+    def query(self, expression):
+        """What Prometheus returns for an expression, at present."""
+        words = urllib.parse.urlencode({"query": expression})
+        with urllib.request.urlopen(f"http://{self.place}/api/v1/query?{words}") as response:
+            return json.loads(response.read())["data"]["result"]
+
+    def alerts(self):
+        """The alerts that fire: (name, severity, array, element)."""
+        with urllib.request.urlopen(f"http://{self.place}/api/v1/alerts") as response:
+            found = [each["labels"] for each in json.loads(response.read())["data"]["alerts"]]
+        names = ("alertname", "severity", "array", "element")
+        return sorted(tuple(each.get(name, "") for name in names) for each in found)
+
+    def test_alert_fires_and_ends(self):
+        build, keep = os.environ["QBX_BUILD"], self.enterContext
+        good, faulty = (keep(Server(build, array=changed(GOOD | UNITS))) for _ in range(2))
+        certified(self.folder, "key.pem", "cert.pem")
+        web = {"tls_server_config": {"cert_file": "cert.pem", "key_file": "key.pem"}, "basic_auth_users": {"one": HASH}}
+        (self.folder / "web.yml").write_text(json.dumps(web))
+        arrays = listed(self.folder, good=good.url, faulty=faulty.url, dead="http://127.0.0.1:1")
+        url, _ = keep(exporting("--interval", "0", "--web-config", str(self.folder / "web.yml"), *arrays))
+        self.configured(url.removeprefix("https://"))
+        self.check("promtool", "check", "config", self.folder / "prometheus.yml")
+        self.place = free_place()
+        keep(running(self.folder / "log", "prometheus", f"--config.file={self.folder / 'prometheus.yml'}",
+                     f"--storage.tsdb.path={self.folder / 'data'}", f"--web.listen-address={self.place}"))  # fmt: skip
+        dead = ("QbxArrayNotAnswering", "critical", "dead", "")
+        well = [("dead", "0"), ("faulty", "1"), ("good", "1")]
+        self.become(well, lambda: sorted((each["metric"]["array"], each["value"][1]) for each in self.query("qbx_up")))
+        self.become([dead], self.alerts)
+
+        faulty.array.write_text(json.dumps(changed(GOOD | UNITS | FAULT)))
+        attention = [("QbxNeedsAttention", "critical", "faulty", "cage1-sensor6"),
+                     ("QbxNeedsAttention", "warning", "faulty", "cage1")]  # fmt: skip
+        self.become([dead, *attention], self.alerts)
+        for panel in json.loads((MONITORING / "qbx-dashboard.json").read_text())["panels"]:
+            for target in panel["targets"]:
+                expression = re.sub(r"\$(array|cage)", ".*", target["expr"])
+                self.assertTrue(self.query(expression), f"{panel['title']}: no data for {expression}")
+
+        faulty.array.write_text(json.dumps(changed(GOOD | UNITS)))
+        self.become([dead], self.alerts)
+
+
+if __name__ == "__main__":
+    if lacking(["promtool"]) and lacking(["amtool"]) and lacking(["prometheus-node-exporter"]):
+        print("SKIPPED: Prometheus is not installed (./qbx setup --prometheus)")
+        sys.exit(testing.SKIPPED)
+    main()
