@@ -366,7 +366,7 @@ bool askForNames(Ask&& ask, const char* error, const char* unknownError)
     } catch (const Exception& exception) {
         log_message(QBX_LOG_FAILURE, error, c_str(exception.getMessage().getCString()));
     } catch (...) {
-        log_message(QBX_LOG_FAILURE, "%s", unknownError);
+        log_message(QBX_LOG_FAILURE, unknownError);
     }
     return false;
 }
@@ -403,7 +403,7 @@ CIMObjectPath findSystemObject(CIMOMHandle& cimom, const SystemObject& object)
     } catch (...) {
         // A host name that cannot stand in a path: as good as no path.
     }
-    log_message(QBX_LOG_FAILURE, "%s", object.notFound);
+    log_message(QBX_LOG_FAILURE, object.notFound);
     return CIMObjectPath();
 }
 

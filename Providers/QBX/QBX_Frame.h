@@ -38,7 +38,7 @@ struct Traces
 /// Writes a line without arguments at trace level.
 inline void trace(const char* line)
 {
-    log_message(QBX_LOG_TRACE, "%s", line);
+    log_message(QBX_LOG_TRACE, line);
 }
 
 /// The namespace of everything the array's modules publish.
