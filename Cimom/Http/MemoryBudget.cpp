@@ -52,11 +52,7 @@ std::size_t budgetOf(std::size_t given)
 
 void giveBackMemory()
 {
-    if (mi_collect) {
-        mi_collect(true);
-    } else {
-        malloc_trim(0);
-    }
+    mi_collect ? mi_collect(true) : static_cast<void>(malloc_trim(0));
 }
 
 }  // namespace cimom
