@@ -8,6 +8,7 @@
 #include <Pegasus/Provider/CIMInstanceProvider.h>
 #include <Pegasus/Provider/CIMMethodProvider.h>
 
+#include <algorithm>
 #include <utility>
 
 PEGASUS_USING_PEGASUS;
@@ -338,6 +339,14 @@ CIMValue Broker::invokeMethod(const OperationContext& context, const CIMNamespac
 }
 
 // ---- Associations ----
+
+bool Broker::isServed(const CIMNamespaceName& nameSpace, const Traversal& traversal) const
+{
+    const auto names = associations_.associationsOf(nameSpace, traversal);
+    return std::any_of(names.begin(), names.end(), [&](const CIMName& association) {
+        return registry_.find(nameSpace, association, ProviderKind::Association) != nullptr;
+    });
+}
 
 template <class Handler, class Call>
 auto Broker::callAssociations(const OperationContext& context, const CIMNamespaceName& nameSpace,

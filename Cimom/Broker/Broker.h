@@ -83,6 +83,8 @@ public:
 
     // ---- Associations ----
 
+    /// Whether a provider is called for the traversal from an instance.
+    bool isServed(const CIMNamespaceName&, const Traversal&) const;
     /// What the traversal from an instance finds.
     Array<CIMInstance> traverse(const OperationContext&, const CIMNamespaceName&, const Traversal&,
                                 const InstanceView&);

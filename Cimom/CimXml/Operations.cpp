@@ -2,6 +2,8 @@
 
 #include "CimXml/Call.h"
 
+#include <utility>
+
 PEGASUS_USING_PEGASUS;
 
 namespace cimom
@@ -43,15 +45,25 @@ bool isOfClass(const Call& c)
     return name && xml::onlyChild(*name).name == "CLASSNAME";
 }
 
+/// Writes what a traversal from an instance has found. An empty result is an empty element, unless
+/// there was no provider to call, as OpenPegasus has it.
+template <class Item>
+void writeFound(const Call& c, ReplyWriter& reply, const Traversal& traversal, Array<Item> found,
+                void (xml::Encoder::*writeItem)(const Item&))
+{
+    if (found.size() == 0 && c.broker.isServed(c.nameSpace, traversal))
+        reply.keepEmptyReturnValue();
+    reply.writeEach(std::move(found), writeItem);
+}
+
 template <Traversal::Kind kind>
 void traverse(const Call& c, ReplyWriter& reply)
 {
     const Traversal traversal = c.traversal(kind, c.required("ObjectName", xml::decodeObjectName));
     if (!isOfClass(c)) {
-        reply.keepEmptyReturnValue();
-        return reply.writeEach(
-            c.broker.traverse(c.identity, c.nameSpace, traversal, c.instanceView()),
-            &xml::Encoder::writeObjectWithPath);
+        return writeFound(c, reply, traversal,
+                          c.broker.traverse(c.identity, c.nameSpace, traversal, c.instanceView()),
+                          &xml::Encoder::writeObjectWithPath);
     }
     const auto names = c.broker.associations().classesOf(c.nameSpace, traversal);
     const ClassView view{false, c.flag("IncludeQualifiers", false),
@@ -67,9 +79,9 @@ void traverseNames(const Call& c, ReplyWriter& reply)
 {
     const Traversal traversal = c.traversal(kind, c.required("ObjectName", xml::decodeObjectName));
     if (!isOfClass(c)) {
-        reply.keepEmptyReturnValue();
-        return reply.writeEach(c.broker.traverseNames(c.identity, c.nameSpace, traversal),
-                               &xml::Encoder::writeObjectPath);
+        return writeFound(c, reply, traversal,
+                          c.broker.traverseNames(c.identity, c.nameSpace, traversal),
+                          &xml::Encoder::writeObjectPath);
     }
     for (const CIMName& name : c.broker.associations().classesOf(c.nameSpace, traversal))
         reply.encoder().writeClassObjectPath(c.broker.classPath(c.nameSpace, name));

@@ -100,16 +100,26 @@ INSTANTIATE_TEST_SUITE_P(Of, IntrinsicOperation, ::testing::ValuesIn(operationCa
 
 using Response = ServiceTest;
 
-TEST_F(Response, IsEmptyWithoutResultsExceptOfTraversals)
+TEST_F(Response, IsEmptyWithoutResults)
 {
     scripted::provider("Leaf").onInstances = [](InstanceResponseHandler&) {};
-    for (const CimRequest& request : {intrinsic("GetInstance", instanceName(leaf)),
-                                      intrinsic("EnumerateInstances", className("T_Leaf"))}) {
+    for (const CimRequest& request :
+         {intrinsic("GetInstance", instanceName(leaf)),
+          intrinsic("EnumerateInstances", className("T_Leaf")),
+          intrinsic("Associators", objectName("T_Machine.Id=1")),
+          intrinsic("ReferenceNames", objectName("T_Machine.Id=1"))}) {
         EXPECT_EQ(send(request).response.children.size(), 0U) << request.body;
     }
-    const std::string machine = objectName("T_Machine.Id=1");
+}
+
+TEST_F(Response, HasAnEmptyElementWhereProvidersOfAssociationsFindNothing)
+{
+    for (const char* provider : {"Link", "LinkSub"}) {
+        scripted::provider(provider).onObjects = [](auto& handler) { handler.complete(); };
+        scripted::provider(provider).onPaths = [](auto& handler) { handler.complete(); };
+    }
     for (const char* operation : {"Associators", "AssociatorNames", "References", "ReferenceNames"})
-        EXPECT_EQ(outline(send(intrinsic(operation, machine)).response),
+        EXPECT_EQ(outline(send(intrinsic(operation, objectName(leaf))).response),
                   "IMETHODRESPONSE(IRETURNVALUE)")
             << operation;
 }
