@@ -137,16 +137,6 @@ Maker makerOf(const CIMValue& value)
 }
 
 /// The name in memory of its own, as a provider's constants are.
-CIMName own(const CIMName& name)
-{
-    return CIMName(String(name.getString().getCString()));
-}
-
-void set(CIMInstance& instance, const CIMName& name, const CIMValue& value)
-{
-    instance.getProperty(instance.findProperty(name)).setValue(value);
-}
-
 /// The parts of a path, to make it anew.
 struct PathParts
 {
@@ -154,8 +144,9 @@ struct PathParts
         : host(path.getHost()), className(path.getClassName()), keys(path.getKeyBindings())
     {
         for (Uint32 i = 0; i < keys.size(); ++i) {
-            if (keys[i].getName() == "Tag" || keys[i].getName() == "DeviceID")
-                id = keys[i].getValue();
+            if (keys[i].getName() != "Tag" && keys[i].getName() != "DeviceID") continue;
+            id = keys[i].getValue();
+            idAt = i;
         }
         bytes = id.getCString();
     }
@@ -170,19 +161,20 @@ struct PathParts
     {
         Array<CIMKeyBinding> again;
         for (Uint32 i = 0; i < keys.size(); ++i) {
-            const bool isId = keys[i].getValue() == id;
-            again.append(CIMKeyBinding(keys[i].getName(), isId ? identifier : keys[i].getValue(),
-                                       keys[i].getType()));
+            const String& value = i == idAt ? identifier : keys[i].getValue();
+            again.append(CIMKeyBinding(keys[i].getName(), value, keys[i].getType()));
         }
         return CIMObjectPath(host, NAMESPACE, className, again);
     }
     String host, id;
+    Uint32 idAt = PEG_NOT_FOUND;
     std::string bytes;
     CIMName className;
     Array<CIMKeyBinding> keys;
 };
 
-/// The parts of an instance that a provider delivered, to make it anew.
+/// The parts of an instance that a provider delivered, to make it anew: where each property is, is
+/// known.
 struct InstanceParts
 {
     InstanceParts(const CIMInstance& instance, const CIMInstance& skeleton)
@@ -195,9 +187,9 @@ struct InstanceParts
             if (value.getType() == CIMTYPE_REFERENCE) {
                 CIMObjectPath reference;
                 value.get(reference);
-                references.emplace_back(own(property.getName()), PathParts(reference));
+                references.push_back({i, property.getName(), PathParts(reference)});
             } else {
-                values.emplace_back(own(property.getName()), makerOf(value));
+                values.emplace_back(i, makerOf(value));
             }
         }
     }
@@ -206,22 +198,28 @@ struct InstanceParts
         for (int i = 0; i < traces; ++i)
             log_message(4, "-->QBX_Common::_buildInstanceSkeleton()\n");
         CIMInstance instance = cimClass.buildInstance(true, true, CIMPropertyList());
-        for (const auto& [name, maker] : values)
-            set(instance, name, maker());
+        for (const auto& [position, maker] : values)
+            instance.getProperty(position).setValue(maker());
         Array<CIMKeyBinding> keys;
-        for (const auto& [name, parts] : references) {
-            const CIMObjectPath reference = parts.madeAnew();
-            set(instance, name, CIMValue(reference));
-            keys.append(CIMKeyBinding(name, CIMValue(reference)));
+        for (const Reference& each : references) {
+            const CIMValue reference(each.path.madeAnew());
+            instance.getProperty(each.position).setValue(reference);
+            keys.append(CIMKeyBinding(each.name, reference));
         }
         instance.setPath(references.empty()
                              ? path.made()
                              : CIMObjectPath(path.host, NAMESPACE, path.className, keys));
         return instance;
     }
+    struct Reference
+    {
+        Uint32 position;
+        CIMName name;
+        PathParts path;
+    };
     PathParts path;
-    std::vector<std::pair<CIMName, Maker>> values;
-    std::vector<std::pair<CIMName, PathParts>> references;
+    std::vector<std::pair<Uint32, Maker>> values;  // by the position of the property
+    std::vector<Reference> references;
 };
 
 // ---- The rows ----

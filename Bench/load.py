@@ -15,6 +15,7 @@ import time
 import urllib.parse
 
 CLIENTS = 8
+REST = 2.0  # seconds after which a server has given back what it will
 CLASSES: tuple[str, ...] = ("QBX_Magazine", "QBX_DriveCage", "QBX_CageInterfaceCard", "QBX_CageSensor")
 CLASSES += ("QBX_MagazineInDriveCage", "QBX_SysCageContainer")
 LARGEST = "EnumerateInstances QBX_Magazine"
@@ -113,28 +114,32 @@ def rows(connection):
             request = connection.prepared(operation, parameter("ObjectName", path))
             found[f"{operation} of {name}"] = request
     found["InvokeMethod Locate of a magazine"] = connection.prepared("Locate", "", magazine)
-    found["GetClass QBX_Magazine"] = connection.prepared(
-        "GetClass", named_class("QBX_Magazine") + everything
-    )
+    found["GetClass QBX_Magazine"] = connection.prepared("GetClass", named_class("QBX_Magazine") + everything)
     return found
 
 
-# Ids of the processes behind a URL of this machine: the one that listens, and its children.
+# Ids of the processes behind a URL of this machine: the one that listens, its children, and OpenPegasus'
+# agents, which leave their parent: they have its home.
 def processes(url):
     port = f":{urllib.parse.urlsplit(url).port:04X}"
     tables = (pathlib.Path("/proc/net", name).read_text() for name in ("tcp", "tcp6"))
     lines = [line.split() for table in tables for line in table.splitlines()]
     listening = (line for line in lines if line[1].endswith(port) and line[3] == "0A")
     sockets = {f"socket:[{line[9]}]" for line in listening}
-    parents, serving = {}, set()
+    parents, homes, serving = {}, {}, set()
     for process in pathlib.Path("/proc").glob("[0-9]*"):
         pid = int(process.name)
         try:
-            parents[pid] = int((process / "stat").read_text().rpartition(")")[2].split()[1])
+            name, _, fields = (process / "stat").read_text().partition(")")
+            parents[pid] = int(fields.split()[1])
+            if name.endswith(("(cimserver", "(cimprovagt")):
+                homes[pid] = re.findall(rb"\0PEGASUS_HOME=[^\0]+", (process / "environ").read_bytes())
             if any(str(link.readlink()) in sockets for link in (process / "fd").iterdir()):
                 serving.add(pid)
         except OSError:
             continue  # it has ended, or is another user's
+    home = next((homes[pid] for pid in serving if homes.get(pid)), None)
+    serving |= {pid for pid, agents in homes.items() if agents == home}
     while more := {pid for pid, parent in parents.items() if parent in serving} - serving:
         serving |= more
     return serving
@@ -173,19 +178,24 @@ def sent_by_many(url, request, seconds):
         return list(itertools.chain.from_iterable(found))
 
 
-# {server: figures} of one row; `urls` and `requests` by server.
+# {server: figures} of one row; `urls` and `requests` by server. CPU time is that of the best round; the ratio
+# says how many times as fast the first server was, in each round.
 def measured(urls, requests, seconds, rounds, send):
-    took, cpu, rate = ({server: list[float]() for server in urls} for _ in range(3))
+    took, cpu, rate, client = ({server: list[float]() for server in urls} for _ in range(4))
     for server, url in list(urls.items()) * rounds:
         pids = processes(url)
-        before, start = cpu_seconds(pids), time.monotonic()
+        before, start, own = cpu_seconds(pids), time.monotonic(), time.process_time()
         wall = send(url, requests[server], seconds)
+        client[server].append(1000 * (time.process_time() - own) / len(wall))
         rate[server].append(len(wall) / (time.monotonic() - start))
         cpu[server].append(1000 * (cpu_seconds(pids) - before) / len(wall))
         took[server] += (1000 * each for each in wall)
+    first = next(iter(urls))
     return {
         server: {
-            "cpu_ms": round(statistics.median(cpu[server]), 4),
+            "cpu_ms": round(min(cpu[server]), 4),
+            "ratios": [round(each / own, 2) for each, own in zip(cpu[server], cpu[first], strict=True)],
+            "client_ms": round(min(client[server]), 4),
             "p50_ms": round(statistics.median(took[server]), 3),
             "p99_ms": round(sorted(took[server])[int(0.99 * len(took[server]))], 3),
             "per_second": round(statistics.median(rate[server]), 1),
@@ -194,31 +204,54 @@ def measured(urls, requests, seconds, rounds, send):
     }
 
 
+# {when: {server: MiB}}, each when the server has rested: at the start, after large replies, and after a day's
+# work, which is lists of instances and of names by several clients at once, and small requests.
+def memories(urls, requests):
+    found: dict[str, dict] = {}
+
+    def note(when, server):
+        found.setdefault(when, {})[server] = memory(urls[server])
+
+    for server, url in urls.items():
+        ask = requests[server]
+        sent(url, ask[LARGEST], 0, CLIENTS)
+        time.sleep(REST)
+        note("after large replies", server)
+        sent_by_many(url, ask[LARGEST], 0)
+        note("just after large replies at once", server)
+        for _ in range(4):
+            sent_by_many(url, ask["EnumerateInstances QBX_DriveCage"], 0)
+            sent_by_many(url, ask["EnumerateInstanceNames QBX_DriveCage"], 0)
+        for _ in range(20):
+            sent(url, ask["GetInstance QBX_SystemPackage, static"], 0)
+        time.sleep(REST)
+        note("aged", server)
+    return found
+
+
 # {"rows": {row, clients: {server: figures}}, "memory": {when: {server: figures}}}, printed as well.
 # The last columns: how many times as fast the first server is as each of the others, by CPU time.
 def load(urls, pattern, seconds, rounds):
-    resident = {"at start": {server: memory(url) for server, url in urls.items()}}
+    fresh = {server: memory(url) for server, url in urls.items()}
     connections = {server: Connection(url) for server, url in urls.items()}
     requests = {server: rows(connection) for server, connection in connections.items()}
-    print(f"{'':46}" + "".join(f"{server:>40}" for server in urls))
-    print(f"{'clients':>46}" + "    CPU ms       p50       p99     per s" * len(urls))
+    print(f"{'':46}" + "".join(f"{server:>50}" for server in urls))
+    print(f"{'clients':>46}" + "    CPU ms    client       p50       p99     per s" * len(urls))
     found = {}
     for row in filter(re.compile(pattern).search, next(iter(requests.values()))):
         request = {server: requests[server][row] for server in urls}
         size = max(len(connections[server].checked(request[server])) for server in urls)
-        for clients, send in ((1, sent), (CLIENTS, sent_by_many))[: 1 if size >> 20 else 2]:
+        # So many large replies at once would measure this machine's memory.
+        many = size < 1 << 20 or "Names" in row
+        for clients, send in ((1, sent), (CLIENTS, sent_by_many))[: 2 if many else 1]:
             by_server = found[f"{row}, {clients}"] = measured(urls, request, seconds, rounds, send)
-            columns = "{cpu_ms:10.3f}{p50_ms:10.2f}{p99_ms:10.2f}{per_second:10.1f}"
+            columns = "{cpu_ms:10.3f}{client_ms:10.3f}{p50_ms:10.2f}{p99_ms:10.2f}{per_second:10.1f}"
             line = "".join(columns.format(**figures) for figures in by_server.values())
             first, *others = (figures["cpu_ms"] for figures in by_server.values())
             ratios = "".join(f"{other / first:7.2f}" for other in others)
             print(f"{row:44}{clients:2}{line}{ratios}", flush=True)
-    resident["after the rows"] = {server: memory(url) for server, url in urls.items()}
-    for server, url in urls.items():
-        sent(url, requests[server][LARGEST], 0, CLIENTS)
-        resident.setdefault("after large replies", {})[server] = memory(url)
-        sent_by_many(url, requests[server][LARGEST], 0)
-        resident.setdefault("after large replies at once", {})[server] = memory(url)
+    connections.clear()
+    resident = {"fresh": fresh} | memories(urls, requests)
     for when, by_server in resident.items():
         sizes = (f"{each['resident']:10} MiB, peak {each['peak']}" for each in by_server.values())
         print(f"{when:46}" + "".join(f"{size:40}" for size in sizes))

@@ -47,7 +47,8 @@ public:
     void deliver(const Pegasus::Array<Item>& items) override
     {
         for (Pegasus::Uint32 i = 0; i < items.size(); ++i)
-            deliver(items[i]);
+            requireInitialized(items[i]);
+        if (!completed_) items_.appendArray(items);
     }
     /// To be called once.
     Pegasus::Array<Item> result() { return completed_ ? items_ : Pegasus::Array<Item>(); }
@@ -67,7 +68,11 @@ template <class Handler, class Item>
 class SingleHandler : public ListHandler<Handler, Item>
 {
 public:
-    using ListHandler<Handler, Item>::deliver;
+    void deliver(const Pegasus::Array<Item>& items) override
+    {
+        for (Pegasus::Uint32 i = 0; i < items.size(); ++i)
+            deliver(items[i]);
+    }
     void complete() override
     {
         const bool isGood = !this->completed_ && this->items_.size() == 1;

@@ -300,7 +300,10 @@ void Encoder::writeItem(const Array<T>& items)
 
 void Encoder::writeValue(const CIMValue& value)
 {
-    std::visit([this](const auto& item) { writeItem(item); }, CIMValue::Content::of(value).any);
+    using Content = CIMValue::Content;
+    Content::visit(value, [this](const auto& item) {
+        if constexpr (!std::is_same_v<decltype(item), const Content::Null&>) writeItem(item);
+    });
 }
 
 void Encoder::writeParamValue(const CIMParamValue& parameter)

@@ -9,7 +9,6 @@
 
 #include <memory>
 #include <string>
-#include <variant>
 #include <vector>
 
 namespace cimom::xml
@@ -77,7 +76,6 @@ private:
     void writeNamespacePath(const CIMObjectPath&);
     void writeClassPath(const CIMObjectPath&);
     void writeReference(const CIMObjectPath&);
-    void writeItem(std::monostate) {}
     void writeItem(const CIMObjectPath&);
     template <class T>
     void writeItem(const T&);

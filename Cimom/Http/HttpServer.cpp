@@ -147,7 +147,10 @@ private:
         for (Session& session : sessions_) {
             if (now > session.deadline()) session.end(408);
         }
+        const auto before = sessions_.size();
         sessions_.remove_if([](const Session& session) { return session.isOver(); });
+        const bool isBusy = count(Stage::Working) + count(Stage::Sending) > 0;
+        if (sessions_.size() < before && !isBusy) giveBackMemory();
     }
 
     /// Accepts what is there; false when that is not possible now.

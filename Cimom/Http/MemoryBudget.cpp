@@ -4,9 +4,13 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <malloc.h>
 #include <string>
 #include <sys/resource.h>
 #include <unistd.h>
+
+// Of the allocator libmimalloc: null in a program without it.
+extern "C" [[gnu::weak]] void mi_collect(bool force);
 
 namespace cimom
 {
@@ -44,6 +48,11 @@ std::size_t budgetOf(std::size_t given)
     return std::min(
                {isLimited ? std::size_t{space.rlim_cur} : SIZE_MAX, controlGroupLimit(), machine}) /
            4;
+}
+
+void giveBackMemory()
+{
+    mi_collect ? mi_collect(true) : static_cast<void>(malloc_trim(0));
 }
 
 }  // namespace cimom

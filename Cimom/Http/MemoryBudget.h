@@ -43,4 +43,7 @@ private:
 /// groups, and the machine's memory.
 std::size_t budgetOf(std::size_t given);
 
+/// Gives back to the system what this thread, or one that has ended, has freed.
+void giveBackMemory();
+
 }  // namespace cimom

@@ -7,8 +7,8 @@
 #include <boost/asio/buffer.hpp>
 #include <boost/asio/write.hpp>
 #include <boost/beast/http/chunk_encode.hpp>
-#include <malloc.h>
 #include <new>
+#include <poll.h>
 #include <sys/socket.h>
 #include <utility>
 
@@ -26,8 +26,8 @@ namespace
 const char* const shuttingDown = "The server is shutting down.";
 constexpr std::size_t readSize = 4096;  // of a connection that may be idle for long
 constexpr std::size_t bodyReadSize = 65536;
-constexpr std::size_t smallBody = 65536;             // needs nothing of the budget
-constexpr std::size_t largeReply = 2 * 1024 * 1024;  // its memory is given back at once
+constexpr std::size_t smallBody = 65536;        // needs nothing of the budget
+constexpr int restMilliseconds = 1000;          // of a client, until memory is given back
 constexpr unsigned mostDenials = 3;             // in a row; then the client has to connect again
 constexpr std::chrono::seconds closingTime{2};  // for the client to end the connection too
 
@@ -168,15 +168,24 @@ bool Session::exchange()
         reply = std::move(refused.reply);
         if (!reply.close) reply.close = !skipBody(parser);
     } catch (const std::bad_alloc&) {
-        malloc_trim(0);  // what others have freed
+        giveBackMemory();
         reply = plainReply(503, "The server has no memory for this request.", true);
     }
     send(reply, parser);
     if (reply.close) return false;
     // What has come already is answered, even by a server that stops.
     enter(input_.empty() ? Stage::Idle : Stage::Sending, inTime());
-    if (input_.empty()) input_ = std::string();
+    if (input_.empty()) rest();
     return true;
+}
+
+/// Keeps no memory for a client that asks for nothing more at once. TLS may have read on, which
+/// poll() does not see: its clients are not waited for.
+void Session::rest()
+{
+    input_ = std::string();
+    pollfd client{socket_.native_handle(), POLLIN, 0};
+    if (!tls_ && ::poll(&client, 1, restMilliseconds) == 0) giveBackMemory();
 }
 
 HttpReply Session::respond(RequestParser& parser)
@@ -341,7 +350,6 @@ void Session::send(HttpReply& reply, RequestParser& parser)
 void Session::sendPieces(HttpReply& reply, bool isChunked)
 {
     Time deadline = deadline_;
-    std::size_t total = 0;
     for (bool isLast = false;;) {
         const auto piece = asio::buffer(std::as_const(reply.body));
         if (isChunked && piece.size() > 0) {
@@ -349,7 +357,6 @@ void Session::sendPieces(HttpReply& reply, bool isChunked)
         } else {
             write(piece);
         }
-        total += piece.size();
         reply.body.clear();
         if (isLast) break;
         enter(Stage::Sending);  // the client has no part in what follows
@@ -361,7 +368,6 @@ void Session::sendPieces(HttpReply& reply, bool isChunked)
     }
     if (isChunked) write(http::make_chunk_last());
     reply.rest = nullptr;
-    if (total > largeReply) malloc_trim(0);
 }
 
 /// Ends the connection after its last reply. Bytes that come meanwhile are read for a while: unread

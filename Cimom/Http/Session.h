@@ -91,6 +91,7 @@ private:
     void run() noexcept;
     void serve();
     bool exchange();
+    void rest();
     HttpReply respond(RequestParser&);
     void readHead(RequestParser&);
     void readBody(RequestParser&, std::string& body, MemoryShare*);

@@ -10,14 +10,15 @@ namespace Pegasus
 namespace
 {
 
-using Any = decltype(CIMValue::Content::any);
+using Content = CIMValue::Content;
+using Any = decltype(Content::any);
 
 constexpr size_t typeCount = CIMTYPE_INSTANCE + 1;
 static_assert(std::variant_size_v<Any> == 1 + 2 * typeCount);
 
-/// The position of a type among the types, and behind them their arrays.
+/// The position of a type in the variant: behind Null the types, and behind them their arrays.
 template <class Wanted, class... T>
-constexpr size_t positionAmong(const std::variant<std::monostate, T...>*)
+constexpr size_t positionAmong(const std::variant<T...>*)
 {
     size_t position = 0;
     static_cast<void>(((std::is_same_v<Wanted, T> || (++position, false)) || ...));
@@ -25,7 +26,17 @@ constexpr size_t positionAmong(const std::variant<std::monostate, T...>*)
 }
 
 template <class T>
-constexpr size_t position = positionAmong<T>(static_cast<const Any*>(nullptr));
+constexpr size_t position = positionAmong<Content::Held<T>>(static_cast<const Any*>(nullptr));
+
+constexpr bool isArrayAt(size_t position)
+{
+    return position > typeCount;
+}
+
+constexpr CIMType typeAt(size_t position)
+{
+    return CIMType((position - 1) % typeCount);
+}
 
 template <class T>
 constexpr bool isObject = std::is_same_v<T, CIMObject> || std::is_same_v<T, CIMInstance>;
@@ -55,7 +66,9 @@ Array<T> own(const Array<T>& x)
 template <class T>
 bool isSame(const T& x, const T& y)
 {
-    if constexpr (isObject<T>) {
+    if constexpr (std::is_same_v<T, Content::Null>) {
+        return true;
+    } else if constexpr (isObject<T>) {
         return CIMInstance(x).identical(CIMInstance(y));
     } else if constexpr (std::is_same_v<T, CIMDateTime>) {
         return x.toString() == y.toString();
@@ -92,7 +105,7 @@ String textOf(const T& x)
         return x;
     } else if constexpr (isObject<T>) {
         return "instance of " + x.getClassName().getString();
-    } else if constexpr (std::is_same_v<T, std::monostate>) {
+    } else if constexpr (std::is_same_v<T, Content::Null>) {
         return String();
     } else {
         return x.toString();
@@ -109,65 +122,89 @@ String textOf(const Array<T>& x)
 }
 
 template <class T>
-Uint32 sizeOf(const Array<T>& x, Uint32)
+Uint32 sizeOf(const Array<T>& x)
 {
     return x.size();
 }
 
 template <class T>
-Uint32 sizeOf(const T&, Uint32 nullArraySize)
+Uint32 sizeOf(const T& x)
 {
-    return nullArraySize;
+    if constexpr (std::is_same_v<T, Content::Null>) return x.arraySize;
+    return 0;
 }
 
 }  // namespace
 
-CIMValue::CIMValue(CIMType type, Boolean isArray, Uint32 arraySize)
+CIMValue::CIMValue()
+{
+    new (place_) Content{Content::Null{CIMTYPE_BOOLEAN, false, 0}};
+}
+
+CIMValue::CIMValue(const CIMValue& x)
+{
+    new (place_) Content(Content::of(x));
+}
+
+CIMValue& CIMValue::operator=(const CIMValue& x)
+{
+    Content::of(*this) = Content::of(x);
+    return *this;
+}
+
+CIMValue::~CIMValue()
+{
+    Content::of(*this).~Content();
+}
+
+CIMValue::CIMValue(CIMType type, Boolean isArray, Uint32 arraySize) : CIMValue()
 {
     setNullValue(type, isArray, arraySize);
 }
 
 Boolean CIMValue::isArray() const
 {
-    return Content::of(*this).isArray;
+    const Any& any = Content::of(*this).any;
+    const auto* const null = std::get_if<Content::Null>(&any);
+    return null ? null->isArray : isArrayAt(any.index());
 }
 
 Boolean CIMValue::isNull() const
 {
-    return std::holds_alternative<std::monostate>(Content::of(*this).any);
+    return std::holds_alternative<Content::Null>(Content::of(*this).any);
 }
 
 Uint32 CIMValue::getArraySize() const
 {
-    const Content& content = Content::of(*this);
-    return std::visit([&](const auto& x) { return sizeOf(x, content.nullArraySize); }, content.any);
+    return Content::visit(*this, [](const auto& x) { return sizeOf(x); });
 }
 
 CIMType CIMValue::getType() const
 {
-    return Content::of(*this).type;
+    const Any& any = Content::of(*this).any;
+    const auto* const null = std::get_if<Content::Null>(&any);
+    return null ? CIMType(null->type) : typeAt(any.index());
 }
 
 void CIMValue::setNullValue(CIMType type, Boolean isArray, Uint32 arraySize)
 {
     if (size_t(type) >= typeCount) throw TypeMismatchException();
-    content_ = std::make_shared<const Content>(Content{type, isArray, isArray ? arraySize : 0, {}});
+    Content::of(*this).any = Content::Null{Uint8(type), isArray, isArray ? arraySize : 0};
 }
 
 Boolean CIMValue::equal(const CIMValue& x) const
 {
     if (!typeCompatible(x) || isNull() != x.isNull()) return false;
     const Any& other = Content::of(x).any;
-    return std::visit(
-        [&](const auto& mine) {
-            return isSame(mine, std::get<std::decay_t<decltype(mine)>>(other));
-        },
-        Content::of(*this).any);
+    return Content::visit(*this, [&](const auto& mine) {
+        using Held = Content::Held<std::decay_t<decltype(mine)>>;
+        return isSame(mine, Content::unboxed(std::get<Held>(other)));
+    });
 }
 
 String CIMValue::toString() const
 {
-    const String text = std::visit([](const auto& x) { return textOf(x); }, Content::of(*this).any);
+    const String text = Content::visit(*this, [](const auto& x) { return textOf(x); });
     const auto isPlain = [](Uint16 unit) { return unit != 0 && unit < 0x80; };
     const Char16* const units = text.getChar16Data();
     if (std::all_of(units, units + text.size(), isPlain)) return text;
@@ -178,20 +215,20 @@ String CIMValue::toString() const
 template <class T>
 void CIMValue::hold(const T& x)
 {
-    content_ = std::make_shared<const Content>(Content{CIMType(position<T> % typeCount),
-                                                       position<T> >= typeCount, 0,
-                                                       Any(std::in_place_type<T>, own(x))});
+    if constexpr (std::is_same_v<Content::Held<T>, T>) {
+        new (place_) Content{own(x)};
+    } else {
+        new (place_) Content{std::make_shared<const T>(x)};
+    }
 }
 
 template <class T>
 void CIMValue::copyTo(T& x) const
 {
-    const Content& content = Content::of(*this);
-    if (size_t(content.type) != position<T> % typeCount ||
-        content.isArray != (position<T> >= typeCount)) {
+    if (getType() != typeAt(position<T>) || isArray() != isArrayAt(position<T>))
         throw TypeMismatchException();
-    }
-    if (const T* const held = std::get_if<T>(&content.any)) x = own(*held);
+    if (const auto* const held = std::get_if<Content::Held<T>>(&Content::of(*this).any))
+        x = own(Content::unboxed(*held));
 }
 
 #define VALUE_OF(NAME, TEXT, T)               \

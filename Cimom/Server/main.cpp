@@ -15,7 +15,6 @@
 #include <cstdio>
 #include <ctime>
 #include <iostream>
-#include <malloc.h>
 #include <termios.h>
 #include <unistd.h>
 #include <utility>
@@ -216,10 +215,6 @@ int main(int argc, char** argv)
     std::signal(SIGXFSZ, SIG_IGN);  // a log at the limit to the size of files
     std::signal(SIGHUP, SIG_IGN);   // until there is something to read again
     limitStacks();
-    // What one thread has freed serves the others, and large bodies go back to the system: in many
-    // arenas both stay with the thread.
-    mallopt(M_ARENA_MAX, 4);
-    mallopt(M_MMAP_THRESHOLD, 512 * 1024);
     try {
         const auto options = parseCommandLine(argc, argv);
         if (!options) return 0;

@@ -7,6 +7,8 @@
 #include "Simulator.h"
 #include "qbxapi_sim.h"
 
+#include <sys/mman.h>
+
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
@@ -157,6 +159,15 @@ int call(const char* operation, const Work& work, const Arguments&... arguments)
     return result;
 }
 
+/// Has the system hand out the memory of a very long list in large pieces: page by page, that takes
+/// longer than to fill it. Allocators recycle smaller blocks.
+void preferHugePages(void* memory, std::size_t size)
+{
+    constexpr std::size_t page = 4096, veryLong = 16 << 20;
+    if (size >= veryLong && std::align(page, page, memory, size) != nullptr)
+        madvise(memory, size / page * page, MADV_HUGEPAGE);
+}
+
 template <class List, class Record>
 int listCall(const char* operation, int zero, List* list, Record* List::*records,
              std::vector<Record> Records::*which, void (*edit)(Record&) = nullptr)
@@ -165,15 +176,18 @@ int listCall(const char* operation, int zero, List* list, Record* List::*records
         require(zero == 0, "the first argument is not 0");
         require(list != nullptr, "null list");
         require(list->count == 0 && list->*records == nullptr, "the list is not zeroed");
-        const std::vector<Record> found = simulator()->list(which);
+        const LockedSimulator array;
+        const std::vector<Record>& found = array->list(which);
         if (found.empty()) return;
-        const std::size_t size = found.size() * sizeof(Record);
-        auto* const memory = static_cast<Record*>(std::malloc(size));
+        auto* const memory = static_cast<Record*>(std::malloc(found.size() * sizeof(Record)));
         if (memory == nullptr) throw std::bad_alloc();
-        std::memcpy(memory, found.data(), size);
-        if (edit != nullptr) std::for_each(memory, memory + found.size(), edit);
+        preferHugePages(memory, found.size() * sizeof(Record));
         list->*records = memory;
-        list->count = static_cast<std::uint32_t>(found.size());
+        for (const Record& record : found) {
+            Record& copy = memory[list->count++];
+            std::memcpy(&copy, &record, sizeof copy);
+            if (edit != nullptr) edit(copy);
+        }
     };
     return call(operation, work, zero);
 }

@@ -6,7 +6,6 @@
 #include <Pegasus/Common/CIMObjectPath.h>
 #include <Pegasus/Common/CIMType.h>
 
-#include <memory>
 #include <type_traits>
 
 namespace Pegasus
@@ -33,7 +32,10 @@ class CIMValue
 {
 public:
     /// A null boolean.
-    CIMValue() = default;
+    CIMValue();
+    CIMValue(const CIMValue& x);
+    CIMValue& operator=(const CIMValue& x);
+    ~CIMValue();
     /// A null value. Throws TypeMismatchException for what is no type.
     CIMValue(CIMType type, Boolean isArray, Uint32 arraySize = 0);
 
@@ -74,8 +76,8 @@ private:
     template <class T>
     void copyTo(T& x) const;
 
-    // Never changed, so copies share it. Empty for the null boolean.
-    std::shared_ptr<const Content> content_;
+    // The Content, in place: numbers and texts need no further memory.
+    alignas(void*) unsigned char place_[24];
 };
 
 inline Boolean operator==(const CIMValue& x, const CIMValue& y)
