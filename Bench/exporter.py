@@ -8,21 +8,18 @@ repeats an embedded one's responses, so that their processor time does not count
 import argparse
 import contextlib
 import http.server
-import json
 import multiprocessing
 import pathlib
-import re
 import shutil
-import socket
 import subprocess
 import sys
 import tempfile
 import time
-import urllib.parse
 import urllib.request
 
 from qbx_support import arrays
-from qbx_support.server import ROOT, Server
+from qbx_support.enclosure import MONITORING, exporting, free_place, listed, queried, running
+from qbx_support.server import Server
 
 FIGURES = {
     "arrays that answer": "sum(qbx_up)",
@@ -65,52 +62,27 @@ def repeat(url, port):
     http.server.ThreadingHTTPServer(("127.0.0.1", port), Repeater).serve_forever()
 
 
-def free_port():
-    with socket.create_server(("127.0.0.1", 0)) as free:
-        return free.getsockname()[1]
-
-
-def query(place, expression):
-    words = urllib.parse.urlencode({"query": expression})
-    with urllib.request.urlopen(f"http://{place}/api/v1/query?{words}") as response:
-        result = json.loads(response.read())["data"]["result"]
-    return float(result[0]["value"][1]) if result else float("nan")
-
-
-@contextlib.contextmanager
-def running(*command, **options):
-    with subprocess.Popen(command, **options) as process:
-        try:
-            yield process
-        finally:
-            process.terminate()
-
-
 def measure(options, folder, keep):
     """Starts everything, waits, and prints the figures."""
     content = arrays.large(options.magazines)
     urls = [keep(Server(options.build, array=content)).url for _ in range(options.servers)]
-    port = free_port()
-    process = multiprocessing.Process(target=repeat, args=(urls[0], port), daemon=True)
+    repeater = free_place()
+    process = multiprocessing.Process(target=repeat, args=(urls[0], int(repeater.partition(":")[2])), daemon=True)
     process.start()
-    urls += [f"http://127.0.0.1:{port}"] * (options.arrays - options.servers)
-    (folder / "password").write_text("admin")
-    (folder / "password").chmod(0o600)
-    lists = [f'[array.a{number}]\nurl = "{url}"\n' for number, url in enumerate(urls)]
-    (folder / "sites.toml").write_text('[defaults]\nuser = "admin"\npassword_file = "password"\n' + "".join(lists))
-    command = (ROOT / "Enclosure" / "qbx-enclosure", "--sites", folder / "sites.toml", "metrics", "--port", "0")
-    exporter = keep(running(sys.executable, *command, stdout=subprocess.PIPE, text=True))
-    exports = re.sub("ready: http://|/metrics\n", "", exporter.stdout.readline())
-    place = f"127.0.0.1:{free_port()}"
+    urls += [f"http://{repeater}"] * (options.arrays - options.servers)
+    arrays_of = {f"a{number}": url for number, url in enumerate(urls)}
+    exports, _ = keep(exporting(*listed(folder, **arrays_of), stderr=None))
+    place = free_place()
     own = f"  - job_name: prometheus\n    static_configs: [{{targets: ['{place}']}}]\n"
-    sample = (ROOT / "Enclosure" / "monitoring" / "prometheus.yml").read_text().replace("127.0.0.1:9988", exports)
-    sample = sample.replace("/usr/share/qbx/enclosure/monitoring/", f"{ROOT}/Enclosure/monitoring/")
+    sample = (MONITORING / "prometheus.yml").read_text().replace("127.0.0.1:9988", exports.removeprefix("http://"))
+    sample = sample.replace("/usr/share/qbx/enclosure/monitoring", str(MONITORING))
     (folder / "prometheus.yml").write_text(sample + own)
     keep(running("prometheus", f"--config.file={folder}/prometheus.yml", f"--storage.tsdb.path={folder}/data",
                  f"--web.listen-address={place}", stderr=subprocess.DEVNULL))  # fmt: skip
     time.sleep(60 * options.minutes)  # as many scrapes of each
     for name, expression in FIGURES.items():
-        print(f"{name:36} {query(place, expression):10.2f}")
+        result = queried(place, expression)
+        print(f"{name:36} {float(result[0]['value'][1]) if result else float('nan'):10.2f}")
 
 
 def main():

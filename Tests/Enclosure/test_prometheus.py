@@ -8,41 +8,35 @@ import os
 import pathlib
 import re
 import shutil
-import socket
 import subprocess
 import sys
 import tempfile
 import time
 import unittest
 import urllib.error
-import urllib.parse
 import urllib.request
 
 from qbx_support import testing
+from qbx_support.enclosure import (
+    GOOD,
+    MONITORING,
+    certified,
+    changed,
+    exporting,
+    free_place,
+    listed,
+    main,
+    queried,
+    run,
+    running,
+)
 from qbx_support.raw import SECONDS
-from qbx_support.server import ROOT, Server
+from qbx_support.server import Server
 from qbx_support.testing import Test
-from test_enclosure import GOOD, changed, main, run
-from test_metrics import HASH, certified, exporting, listed
+from test_metrics import HASH
 
-MONITORING = ROOT / "Enclosure" / "monitoring"
 FAULT = {"cages.1.lbod.sensors.6.reading": 60, "cages.1.cimState": "API_STATE_DEGRADED"}
 UNITS = {"cages.1.lbod.sensors.9.type": "A", "cages.2.lbod.sensors.9.type": "W"}  # each panel has a reading
-
-
-def free_place():
-    with socket.create_server(("127.0.0.1", 0)) as free:
-        return f"127.0.0.1:{free.getsockname()[1]}"
-
-
-@contextlib.contextmanager
-def running(log, *command):
-    """A program, until the end; its output goes to a file."""
-    with log.open("w") as output, subprocess.Popen(command, stdout=output, stderr=output) as process:
-        try:
-            yield
-        finally:
-            process.terminate()
 
 
 def lacking(programs):
@@ -93,16 +87,6 @@ class Files(EngineTest):
         shutil.copy(MONITORING / "web-config.yml", self.folder)
         self.check("promtool", "check", "web-config", self.folder / "web-config.yml")
 
-    def test_panels_of_the_dashboard_do_not_overlap(self):
-        panels = json.loads((MONITORING / "qbx-dashboard.json").read_text())["panels"]
-        fields = [
-            (x, y) for place in (each["gridPos"] for each in panels)
-            for x in range(place["x"], place["x"] + place["w"]) for y in range(place["y"], place["y"] + place["h"])
-        ]  # fmt: skip
-        self.assertEqual(len(set(fields)), len(fields))
-        self.assertLess(max(fields)[0], 24)
-        self.assertEqual(len({each["id"] for each in panels}), len(panels))
-
 
 class Alertmanager(EngineTest):
     programs = ("amtool",)
@@ -121,8 +105,8 @@ class NodeExporter(EngineTest):
     def test_text_files_of_several_arrays_are_served_together(self):
         with Server(os.environ["QBX_BUILD"]) as server:
             for name in ("a1", "a2"):
-                words = [*listed(self.folder, **{name: server.url}), "metrics", "--once", "--output"]
-                run(*words, str(self.folder / f"{name}.prom"), QBX_PASSWORD="admin")
+                file = str(self.folder / f"{name}.prom")
+                run(*listed(self.folder, **{name: server.url}), "metrics", "--once", "--output", file)
         place = free_place()
         options = ("--collector.disable-defaults", "--collector.textfile", f"--web.listen-address={place}")
         directory = f"--collector.textfile.directory={self.folder}"
@@ -131,7 +115,7 @@ class NodeExporter(EngineTest):
             text = urllib.request.urlopen(f"http://{place}/metrics").read().decode()
             return re.findall(r"^(?:qbx_up|qbx_problems\{.*cage1|node_textfile_scrape_error).*$", text, re.MULTILINE)
 
-        with running(self.folder / "log", self.programs[0], *options, directory):
+        with running(*self.programs, "--log.level=error", *options, directory):
             self.become(["node_textfile_scrape_error 0", 'qbx_problems{array="a1",cage="cage1"} 3',
                          'qbx_problems{array="a2",cage="cage1"} 3', 'qbx_up{array="a1"} 1', 'qbx_up{array="a2"} 1'],
                         served)  # fmt: skip
@@ -163,12 +147,6 @@ class Prometheus(EngineTest):
         for each in MONITORING.glob("qbx-*.yml"):
             (self.folder / each.name).write_text(re.sub(r"for: \w+", "for: 0s", each.read_text()))
 
-    def query(self, expression):
-        """What Prometheus returns for an expression, at present."""
-        words = urllib.parse.urlencode({"query": expression})
-        with urllib.request.urlopen(f"http://{self.place}/api/v1/query?{words}") as response:
-            return json.loads(response.read())["data"]["result"]
-
     def alerts(self):
         """The alerts that fire: (name, severity, array, element)."""
         with urllib.request.urlopen(f"http://{self.place}/api/v1/alerts") as response:
@@ -187,11 +165,12 @@ class Prometheus(EngineTest):
         self.configured(url.removeprefix("https://"))
         self.check("promtool", "check", "config", self.folder / "prometheus.yml")
         self.place = free_place()
-        keep(running(self.folder / "log", "prometheus", f"--config.file={self.folder / 'prometheus.yml'}",
+        keep(running("prometheus", "--log.level=error", f"--config.file={self.folder / 'prometheus.yml'}",
                      f"--storage.tsdb.path={self.folder / 'data'}", f"--web.listen-address={self.place}"))  # fmt: skip
         dead = ("QbxArrayNotAnswering", "critical", "dead", "")
         well = [("dead", "0"), ("faulty", "1"), ("good", "1")]
-        self.become(well, lambda: sorted((each["metric"]["array"], each["value"][1]) for each in self.query("qbx_up")))
+        self.become(well, lambda: sorted((each["metric"]["array"], each["value"][1])
+                                         for each in queried(self.place, "qbx_up")))  # fmt: skip
         self.become([dead], self.alerts)
 
         faulty.array.write_text(json.dumps(changed(GOOD | UNITS | FAULT)))
@@ -201,7 +180,7 @@ class Prometheus(EngineTest):
         for panel in json.loads((MONITORING / "qbx-dashboard.json").read_text())["panels"]:
             for target in panel["targets"]:
                 expression = re.sub(r"\$(array|cage)", ".*", target["expr"])
-                self.assertTrue(self.query(expression), f"{panel['title']}: no data for {expression}")
+                self.assertTrue(queried(self.place, expression), f"{panel['title']}: no data for {expression}")
 
         faulty.array.write_text(json.dumps(changed(GOOD | UNITS)))
         self.become([dead], self.alerts)
