@@ -32,6 +32,17 @@ GOOD = {
     "cages.1.lbod.sensors.6.reading": 30, "cages.1.lbod.sensors.6.state": 1,
     "cages.1.lbod.sensors.8.reading": 5000, "cages.1.lbod.sensors.8.state": 1,
 }  # fmt: skip
+# Texts with markup, quotes and control characters, an element in no cage, two sensors alike.
+ODD = {
+    "cages.0.elementName": "Left <DC1> & \"friends'\"", "cages.0.location": "Rack 1, O'Neill, left half",
+    "cages.0.lbod.sensors.5.limit_low": 0, "cages.0.lbod.sensors.5.limit_high": 0,
+    "cages.0.lbod.sensors.0": {"name": "Power supply 1 output", "type": "V", "reading": 12},
+    "cages.0.lbod.sensValid": 0b1111100001, "cages.2.cimState": "API_STATE_LOST_COMMUNICATION",
+    "cages.1.elementName": "hex:02 08 1B 5B 32 4A", "cages.1.location": "hex:C2 9B E2 80 AE FF 41 7C",
+    "magazines.0.elemName": "<0> & 'x'", "magazines.1.lbod.hplLED": "LED_STATE_AMBER_BLINKING",
+    "magazines.1.locateON": True, "magazines.2.isAbsent": True, "magazines.4.parentDeviceID": "nowhere",
+    "fcals.0.loopA.linkSpeed": ["PORT_DATA_RATE_100M", "PORT_DATA_RATE_2G"],
+}  # fmt: skip
 DEFAULTS = '[defaults]\nuser = "admin"\npassword_file = "password"\n'
 
 
@@ -165,13 +176,6 @@ def queried(place, expression):
     words = urllib.parse.urlencode({"query": expression})
     with urllib.request.urlopen(f"http://{place}/api/v1/query?{words}") as response:
         return json.loads(response.read())["data"]["result"]
-
-
-def certified(folder, key, certificate):
-    """Writes a key and a certificate of this machine."""
-    make = "req -x509 -newkey rsa:2048 -nodes -subj /CN=127.0.0.1 -addext subjectAltName=IP:127.0.0.1"
-    command = ["openssl", *make.split(), "-keyout", key, "-out", certificate]
-    subprocess.run(command, check=True, capture_output=True, cwd=folder)
 
 
 def browsed(page, script, place=""):

@@ -40,21 +40,17 @@ def schema_folder(build):
 
 
 @functools.cache
+def hashed(path, password):
+    """The hash of a password, made by the server program of that path."""
+    done = subprocess.run([path, "--hash-password"], input=password + "\n", text=True, capture_output=True, check=False)
+    if done.returncode != 0:
+        raise StartError(f"--hash-password: {done.stderr.strip()}")
+    return done.stdout.strip()
+
+
 def password_lines(path):
     """The content of a password file for USERS, made by the server program of that path."""
-    lines = []
-    for user, password in USERS.items():
-        hashed = subprocess.run(
-            [path, "--hash-password"],
-            input=password + "\n",
-            text=True,
-            capture_output=True,
-            check=False,
-        )
-        if hashed.returncode != 0:
-            raise StartError(f"--hash-password: {hashed.stderr.strip()}")
-        lines.append(f"{user}:{hashed.stdout.strip()}\n")
-    return "".join(lines)
+    return "".join(f"{user}:{hashed(path, password)}\n" for user, password in USERS.items())
 
 
 def password_file(build, folder):

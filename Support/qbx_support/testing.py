@@ -20,6 +20,7 @@ import sys
 import tempfile
 import time
 import unittest
+import urllib.error
 
 from qbx_support import odd_array
 from qbx_support.exchanges import PROBE_SCHEMA
@@ -115,6 +116,13 @@ def started(*options, stop=signal.SIGTERM, log=None):
             raise AssertionError(f"the server ended with status {process.returncode}: {text}")
 
 
+def certified(folder, key, certificate):
+    """Writes a key and a certificate of this machine."""
+    make = "req -x509 -newkey rsa:2048 -nodes -subj /CN=127.0.0.1 -addext subjectAltName=IP:127.0.0.1"
+    command = ["openssl", *make.split(), "-keyout", key, "-out", certificate]
+    subprocess.run(command, check=True, capture_output=True, cwd=folder)
+
+
 class Case:
     """A row of a table of tests: its name, its arguments, and its line in the file."""
 
@@ -180,6 +188,17 @@ class Test(unittest.TestCase):
                 setattr(cls, test, test_of(method, row))
             if hasattr(method, "rows"):
                 delattr(cls, name)
+
+    def assertSoon(self, expected, actual):
+        """Waits until a function returns what is expected; a server may be starting meanwhile."""
+        deadline, last = time.monotonic() + SECONDS, None
+        while time.monotonic() < deadline:
+            with contextlib.suppress(urllib.error.URLError, ConnectionError):
+                last = actual()
+            if last == expected:
+                return
+            time.sleep(0.1)
+        self.assertEqual(last, expected)
 
     def assertLogged(self, log, text, meanwhile=lambda: None):
         """Waits until a text is in a log file."""

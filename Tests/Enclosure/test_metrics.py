@@ -21,11 +21,11 @@ import unittest.mock
 import urllib.error
 import urllib.request
 
-from qbx_support.enclosure import Liar, ServerTest, body, certified, changed, exporting, listed, login, lying, main, run
+from qbx_support import enclosure
+from qbx_support.enclosure import Liar, ServerTest, body, changed, exporting, listed, login, run
 from qbx_support.raw import SECONDS
 from qbx_support.server import ROOT
-from qbx_support.testing import Case, Test, cases
-from test_enclosure import ODD, READS
+from qbx_support.testing import Case, Test, cases, certified
 
 sys.path.insert(0, str(ROOT / "Enclosure"))
 from qbx_enclosure import exporter, webconfig
@@ -33,6 +33,9 @@ from qbx_enclosure.model import Enclosure
 from qbx_enclosure.severity import Rules
 from qbx_enclosure.sites import Array
 
+# Operations of each provider while everything is read once; four classes of cages and of cards.
+READS = {"DriveCage": 4, "FCALCard": 4, "Magazine": 1, "CageSensor": 1, "FCALCardInDriveCage": 1,
+         "MagazineInDriveCage": 1, "SensorInDriveCage": 1}  # fmt: skip
 HASH = "$2b$04$hu.ICf0KXqb3dfObt18fveJQRwy.xWNX.0tgOb.g7e/3uR413syE2"  # of "secret"
 OTHER = "$2b$04$/PAVOOr/RIgFwLig1fICqe1rpcnv7nv1wRHw/UuVzdXPl.f4lZlqO"  # of "changed"
 
@@ -137,7 +140,7 @@ class Probe(ServerTest):
     def test_each_name_is_there_once(self):
         from prometheus_client.parser import text_string_to_metric_families as parse
 
-        self.serve(changed(ODD | {"cages.1.lbod.sensors.9.type": "X"}))
+        self.serve(changed(enclosure.ODD | {"cages.1.lbod.sensors.9.type": "X"}))
         text = run(self.url, "metrics", "--once").stdout
         samples = [each for family in parse(text) for each in family.samples]
         found = [(each.name, *sorted(each.labels.items())) for each in samples]
@@ -185,7 +188,7 @@ class SlowClients(Test):
 
 class LostArray(ServerTest):
     def test_inventory_is_kept(self):
-        url = login(self.enterContext(lying(self.server.url)))
+        url = login(self.enterContext(enclosure.lying(self.server.url)))
         with exporting(url, "--interval", "0") as (place, process):
             good = get(f"{place}/metrics")[1]
             Liar.lie = body(b"<CIM/>")
@@ -267,4 +270,4 @@ class Web(Test):
 
 
 if __name__ == "__main__":
-    main()
+    enclosure.main()

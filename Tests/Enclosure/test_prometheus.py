@@ -1,7 +1,6 @@
 """The files of Enclosure/monitoring with the programs of Debian that they are for: Prometheus scrapes two
 arrays through the exporter and alerts, node_exporter gives what was written into text files."""
 
-import contextlib
 import importlib.util
 import json
 import os
@@ -11,28 +10,13 @@ import shutil
 import subprocess
 import sys
 import tempfile
-import time
 import unittest
-import urllib.error
 import urllib.request
 
-from qbx_support import testing
-from qbx_support.enclosure import (
-    GOOD,
-    MONITORING,
-    certified,
-    changed,
-    exporting,
-    free_place,
-    listed,
-    main,
-    queried,
-    run,
-    running,
-)
-from qbx_support.raw import SECONDS
+from qbx_support import enclosure, testing
+from qbx_support.enclosure import GOOD, MONITORING, changed, exporting, listed, queried, running
 from qbx_support.server import Server
-from qbx_support.testing import Test
+from qbx_support.testing import Test, certified
 from test_metrics import HASH
 
 FAULT = {"cages.1.lbod.sensors.6.reading": 60, "cages.1.cimState": "API_STATE_DEGRADED"}
@@ -61,17 +45,6 @@ class EngineTest(Test):
         done = subprocess.run(command, capture_output=True, text=True)
         self.assertEqual(done.returncode, 0, f"{' '.join(map(str, command))}\n{done.stdout}{done.stderr}")
         return done.stdout
-
-    def become(self, expected, actual):
-        """Waits until a function returns what is expected."""
-        deadline, last = time.monotonic() + SECONDS, None
-        while time.monotonic() < deadline:
-            with contextlib.suppress(urllib.error.URLError, ConnectionError):
-                last = actual()
-            if last == expected:
-                return
-            time.sleep(0.2)
-        self.assertEqual(last, expected)
 
 
 class Files(EngineTest):
@@ -106,8 +79,8 @@ class NodeExporter(EngineTest):
         with Server(os.environ["QBX_BUILD"]) as server:
             for name in ("a1", "a2"):
                 file = str(self.folder / f"{name}.prom")
-                run(*listed(self.folder, **{name: server.url}), "metrics", "--once", "--output", file)
-        place = free_place()
+                enclosure.run(*listed(self.folder, **{name: server.url}), "metrics", "--once", "--output", file)
+        place = enclosure.free_place()
         options = ("--collector.disable-defaults", "--collector.textfile", f"--web.listen-address={place}")
         directory = f"--collector.textfile.directory={self.folder}"
 
@@ -116,7 +89,7 @@ class NodeExporter(EngineTest):
             return re.findall(r"^(?:qbx_up|qbx_problems\{.*cage1|node_textfile_scrape_error).*$", text, re.MULTILINE)
 
         with running(*self.programs, "--log.level=error", *options, directory):
-            self.become(["node_textfile_scrape_error 0", 'qbx_problems{array="a1",cage="cage1"} 3',
+            self.assertSoon(["node_textfile_scrape_error 0", 'qbx_problems{array="a1",cage="cage1"} 3',
                          'qbx_problems{array="a2",cage="cage1"} 3', 'qbx_up{array="a1"} 1', 'qbx_up{array="a2"} 1'],
                         served)  # fmt: skip
 
@@ -133,6 +106,7 @@ class Prometheus(EngineTest):
         import yaml
 
         config = yaml.safe_load((MONITORING / "prometheus.yml").read_text().replace("127.0.0.1:9988", exporter))
+        del config["alerting"]
         config["global"] = {"scrape_interval": "2s", "scrape_timeout": "2s", "evaluation_interval": "1s"}
         config["rule_files"] = [pathlib.Path(each).name for each in config["rule_files"]]
         arrays, itself = config["scrape_configs"]
@@ -149,10 +123,9 @@ class Prometheus(EngineTest):
 
     def alerts(self):
         """The alerts that fire: (name, severity, array, element)."""
-        with urllib.request.urlopen(f"http://{self.place}/api/v1/alerts") as response:
-            found = [each["labels"] for each in json.loads(response.read())["data"]["alerts"]]
         names = ("alertname", "severity", "array", "element")
-        return sorted(tuple(each.get(name, "") for name in names) for each in found)
+        found = queried(self.place, 'ALERTS{alertstate="firing"}')
+        return sorted(tuple(each["metric"].get(name, "") for name in names) for each in found)
 
     def test_alert_fires_and_ends(self):
         build, keep = os.environ["QBX_BUILD"], self.enterContext
@@ -164,30 +137,27 @@ class Prometheus(EngineTest):
         url, _ = keep(exporting("--interval", "0", "--web-config", str(self.folder / "web.yml"), *arrays))
         self.configured(url.removeprefix("https://"))
         self.check("promtool", "check", "config", self.folder / "prometheus.yml")
-        self.place = free_place()
+        self.place = enclosure.free_place()
         keep(running("prometheus", "--log.level=error", f"--config.file={self.folder / 'prometheus.yml'}",
                      f"--storage.tsdb.path={self.folder / 'data'}", f"--web.listen-address={self.place}"))  # fmt: skip
         dead = ("QbxArrayNotAnswering", "critical", "dead", "")
-        well = [("dead", "0"), ("faulty", "1"), ("good", "1")]
-        self.become(well, lambda: sorted((each["metric"]["array"], each["value"][1])
-                                         for each in queried(self.place, "qbx_up")))  # fmt: skip
-        self.become([dead], self.alerts)
+        self.assertSoon([dead], self.alerts)
 
         faulty.array.write_text(json.dumps(changed(GOOD | UNITS | FAULT)))
         attention = [("QbxNeedsAttention", "critical", "faulty", "cage1-sensor6"),
                      ("QbxNeedsAttention", "warning", "faulty", "cage1")]  # fmt: skip
-        self.become([dead, *attention], self.alerts)
+        self.assertSoon([dead, *attention], self.alerts)
         for panel in json.loads((MONITORING / "qbx-dashboard.json").read_text())["panels"]:
             for target in panel["targets"]:
                 expression = re.sub(r"\$(array|cage)", ".*", target["expr"])
                 self.assertTrue(queried(self.place, expression), f"{panel['title']}: no data for {expression}")
 
         faulty.array.write_text(json.dumps(changed(GOOD | UNITS)))
-        self.become([dead], self.alerts)
+        self.assertSoon([dead], self.alerts)
 
 
 if __name__ == "__main__":
     if lacking(["promtool"]) and lacking(["amtool"]) and lacking(["prometheus-node-exporter"]):
         print("SKIPPED: Prometheus is not installed (./qbx setup --prometheus)")
         sys.exit(testing.SKIPPED)
-    main()
+    enclosure.main()

@@ -6,13 +6,12 @@ import contextlib
 import os
 import pathlib
 import resource
-import subprocess
 import tempfile
 
 from qbx_support import testing
 from qbx_support.exchanges import recorded
 from qbx_support.raw import connected, exchange
-from qbx_support.server import program
+from qbx_support.server import hashed, program
 from qbx_support.testing import started
 
 KEPT = recorded("ok")[0]  # lists the one instance, and keeps the connection
@@ -88,9 +87,7 @@ class Attacks(testing.EmbeddedServerTest):
     def test_wrong_passwords_from_many_addresses(self):
         """Most of them are refused at once, so that others do not wait behind them."""
         folder = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
-        command = [program(os.environ["QBX_BUILD"]), "--hash-password"]
-        hashed = subprocess.run(command, input=b"right", capture_output=True, check=True)
-        (folder / "users").write_bytes(b"eva:" + hashed.stdout)
+        (folder / "users").write_text(f"eva:{hashed(program(os.environ['QBX_BUILD']), 'right')}\n")
 
         def guess(password, source):
             login = base64.b64encode(b"eva:" + password)

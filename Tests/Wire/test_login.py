@@ -2,15 +2,13 @@
 
 import base64
 import contextlib
-import functools
 import os
 import pathlib
-import subprocess
 import tempfile
 
 from qbx_support import testing
 from qbx_support.raw import connected, exchange, receive_all
-from qbx_support.server import program
+from qbx_support.server import hashed, program
 from qbx_support.testing import Case, cases, started
 
 PASSWORD = "a:b ä"
@@ -19,12 +17,9 @@ EMPTY = b"Content-Length: 0\r\n\r\n"
 CHUNKED, CHUNK = b"Transfer-Encoding: chunked\r\n\r\n", b"fff\r\n%b\r\n" % (4095 * b"x")
 
 
-@functools.cache
-def hashed():
-    """A hash of PASSWORD that the program has made."""
-    command = [program(os.environ["QBX_BUILD"]), "--hash-password"]
-    done = subprocess.run(command, input=f"{PASSWORD}\n", capture_output=True, text=True, check=True)
-    return done.stdout.strip()
+def listed(user):
+    """A line of a password file, with PASSWORD."""
+    return f"{user}:{hashed(program(os.environ['QBX_BUILD']), PASSWORD)}\n"
 
 
 def login(credentials, body=EMPTY):
@@ -40,7 +35,7 @@ class Login(testing.EmbeddedServerTest):
         self.users, self.log = folder / "users", folder / "log"
         self.users.touch()
         self.users.chmod(0o644)
-        self.users.write_text(f"# comment\n\neva:{hashed()}\n")
+        self.users.write_text(f"# comment\n\n{listed('eva')}")
         log = self.enterContext(self.log.open("w"))
         options = ("--users", self.users, "--max-body", "20000")
         _, self.port, _ = self.enterContext(started(*options, log=log))
@@ -87,11 +82,11 @@ class Login(testing.EmbeddedServerTest):
 
     def test_keeps_users_when_password_file_becomes_bad(self):
         text = f'warning: {self.users}:4: expected "user:hash"; what was read'
-        self.change(f"# comment\n\neva:{hashed()}\nbad\n", text)
+        self.change(f"# comment\n\n{listed('eva')}bad\n", text)
         self.assertEqual(exchange(self.port, login(RIGHT))[9:12], b"400")
 
     def test_reads_changed_password_file(self):
-        self.change(f"bob:{hashed()}\n", "users, certificate and key have been read")
+        self.change(listed("bob"), "users, certificate and key have been read")
         self.assertEqual(exchange(self.port, login(RIGHT))[9:12], b"401")
         self.assertEqual(exchange(self.port, login(RIGHT.replace(b"eva", b"bob")))[9:12], b"400")
 
@@ -108,7 +103,7 @@ class Login(testing.EmbeddedServerTest):
 class FullLog(testing.EmbeddedServerTest):
     def test_rejected_user_is_logged_when_there_is_room(self):
         folder = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
-        (folder / "users").write_text(f"eva:{hashed()}\n")
+        (folder / "users").write_text(listed("eva"))
         (folder / "users").chmod(0o600)
         reader, writer = os.pipe()
         self.addCleanup(os.close, reader)

@@ -8,9 +8,7 @@ import tempfile
 
 from qbx_support import testing
 from qbx_support.raw import connected, receive_all
-from qbx_support.testing import Case, cases, started
-
-MAKE_CERTIFICATE = ["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=localhost"]
+from qbx_support.testing import Case, cases, certified, started
 
 
 class Tls(testing.EmbeddedServerTest):
@@ -20,14 +18,10 @@ class Tls(testing.EmbeddedServerTest):
         folder = pathlib.Path(self.enterContext(tempfile.TemporaryDirectory()))
         self.key, self.certificate = folder / "key.pem", folder / "cert.pem"
         self.log = folder / "log"
-        self.make(self.key, self.certificate)
+        certified(folder, self.key, self.certificate)
         log = self.enterContext(self.log.open("w"))
         options = ("--no-auth", "--timeout", "1", "--cert", self.certificate, "--key", self.key)
         self.ready, self.port, self.process = self.enterContext(started(*options, log=log))
-
-    def make(self, key, certificate):
-        command = [*MAKE_CERTIFICATE, "-keyout", key, "-out", certificate]
-        subprocess.run(command, check=True, capture_output=True)
 
     def test_prints_its_url(self):
         self.assertEqual(self.ready, f"ready: https://127.0.0.1:{self.port}/root/qbx\n")
@@ -35,7 +29,7 @@ class Tls(testing.EmbeddedServerTest):
     def test_serves_client_that_trusts_the_certificate(self):
         trust = ssl.create_default_context(cafile=self.certificate)
         plain = self.enterContext(connected(self.port))
-        client = self.enterContext(trust.wrap_socket(plain, server_hostname="localhost"))
+        client = self.enterContext(trust.wrap_socket(plain, server_hostname="127.0.0.1"))
         client.sendall(b"GET / HTTP/1.1\r\nHost: x\r\n\r\n")
         self.assertRegex(client.recv(1000), b"(?s)^HTTP/1.1 405 .*\r\nAllow: POST\r\n")
 
@@ -69,7 +63,7 @@ class Tls(testing.EmbeddedServerTest):
     def renew(self, key, certificate):
         """New files, and the signal to read them; a connection has begun before."""
         self.enterContext(connected(self.port))
-        self.make(key, certificate)
+        certified(self.key.parent, key, certificate)
         self.process.send_signal(signal.SIGHUP)
 
     def test_reads_new_certificate_at_signal(self):
