@@ -116,11 +116,26 @@ def started(*options, stop=signal.SIGTERM, log=None):
             raise AssertionError(f"the server ended with status {process.returncode}: {text}")
 
 
+def must(*command, **variables):
+    """Runs a command and returns its output; fails with its output when it fails."""
+    done = subprocess.run(
+        command,
+        stdin=subprocess.DEVNULL,
+        stdout=subprocess.PIPE,
+        stderr=subprocess.STDOUT,
+        text=True,
+        env={**os.environ, **variables},
+        check=False,
+    )
+    if done.returncode != 0:
+        raise AssertionError(f"{command}: exit status {done.returncode}\n{done.stdout}")
+    return done.stdout
+
+
 def certified(folder, key, certificate):
     """Writes a key and a certificate of this machine."""
     make = "req -x509 -newkey rsa:2048 -nodes -subj /CN=127.0.0.1 -addext subjectAltName=IP:127.0.0.1"
-    command = ["openssl", *make.split(), "-keyout", key, "-out", certificate]
-    subprocess.run(command, check=True, capture_output=True, cwd=folder)
+    must("openssl", *make.split(), "-keyout", folder / key, "-out", folder / certificate)
 
 
 class Case:

@@ -7,7 +7,6 @@ import os
 import pathlib
 import re
 import shutil
-import subprocess
 import sys
 import tempfile
 import unittest
@@ -16,7 +15,7 @@ import urllib.request
 from qbx_support import enclosure, testing
 from qbx_support.enclosure import GOOD, MONITORING, changed, exporting, listed, queried, running
 from qbx_support.server import Server
-from qbx_support.testing import Test, certified
+from qbx_support.testing import Test, certified, must
 from test_metrics import HASH
 
 FAULT = {"cages.1.lbod.sensors.6.reading": 60, "cages.1.cimState": "API_STATE_DEGRADED"}
@@ -40,12 +39,6 @@ class EngineTest(Test):
             raise unittest.SkipTest(f"{missing} not installed (./qbx setup --prometheus)")
         cls.folder = pathlib.Path(cls.enterClassContext(tempfile.TemporaryDirectory()))
 
-    def check(self, *command):
-        """Runs a program that must succeed; returns its output."""
-        done = subprocess.run(command, capture_output=True, text=True)
-        self.assertEqual(done.returncode, 0, f"{' '.join(map(str, command))}\n{done.stdout}{done.stderr}")
-        return done.stdout
-
 
 class Files(EngineTest):
     programs = ("promtool",)
@@ -53,12 +46,12 @@ class Files(EngineTest):
     def test_alert_rules_pass_their_unit_tests(self):
         for each in (*MONITORING.glob("qbx-*.yml"), pathlib.Path(__file__).with_name("alerts.yml")):
             shutil.copy(each, self.folder)
-        self.check("promtool", "test", "rules", self.folder / "alerts.yml")
+        must("promtool", "test", "rules", self.folder / "alerts.yml")
 
     def test_web_configuration_is_that_of_prometheus_exporters(self):
         certified(self.folder, "exporter.key", "exporter.pem")
         shutil.copy(MONITORING / "web-config.yml", self.folder)
-        self.check("promtool", "check", "web-config", self.folder / "web-config.yml")
+        must("promtool", "check", "web-config", self.folder / "web-config.yml")
 
 
 class Alertmanager(EngineTest):
@@ -66,9 +59,9 @@ class Alertmanager(EngineTest):
 
     def test_critical_alerts_go_to_who_is_on_call(self):
         file = MONITORING / "alertmanager.yml"
-        self.check("amtool", "check-config", file)
+        must("amtool", "check-config", file)
         routes = ["amtool", "config", "routes", "test", f"--config.file={file}", "alertname=QbxNeedsAttention"]
-        receivers = [self.check(*routes, f"severity={each}").strip() for each in ("critical", "warning")]
+        receivers = [must(*routes, f"severity={each}").split()[-1] for each in ("critical", "warning")]
         self.assertEqual(receivers, ["on-call", "storage"])
 
 
@@ -136,7 +129,7 @@ class Prometheus(EngineTest):
         arrays = listed(self.folder, good=good.url, faulty=faulty.url, dead="http://127.0.0.1:1")
         url, _ = keep(exporting("--interval", "0", "--web-config", str(self.folder / "web.yml"), *arrays))
         self.configured(url.removeprefix("https://"))
-        self.check("promtool", "check", "config", self.folder / "prometheus.yml")
+        must("promtool", "check", "config", self.folder / "prometheus.yml")
         self.place = enclosure.free_place()
         keep(running("prometheus", "--log.level=error", f"--config.file={self.folder / 'prometheus.yml'}",
                      f"--storage.tsdb.path={self.folder / 'data'}", f"--web.listen-address={self.place}"))  # fmt: skip

@@ -4,7 +4,6 @@ import json
 import os
 import pathlib
 import shutil
-import subprocess
 import sys
 import tempfile
 import unittest
@@ -12,26 +11,11 @@ import unittest
 from qbx_support import testing
 from qbx_support.clients import ResponseError, Wbemcli
 from qbx_support.server import ROOT, SAMPLE_ARRAY, Server
+from qbx_support.testing import must
 
 SOURCES = ROOT / "Examples" / "Node"
 SANITIZE = [f"-fsanitize={os.environ['QBX_SANITIZE']}"] if os.environ.get("QBX_SANITIZE") else []
 FLAGS = ["-Wall", "-Wextra", "-Wpedantic", "-Werror", *SANITIZE]
-
-
-def must(*command, **variables):
-    """Runs a command and returns its output; fails with its output when it fails."""
-    done = subprocess.run(
-        command,
-        stdin=subprocess.DEVNULL,
-        stdout=subprocess.PIPE,
-        stderr=subprocess.STDOUT,
-        text=True,
-        env={**os.environ, **variables},
-        check=False,
-    )
-    if done.returncode != 0:
-        raise AssertionError(f"{command}: exit status {done.returncode}\n{done.stdout}")
-    return done.stdout
 
 
 def cmake(*arguments):
