@@ -1,5 +1,4 @@
-"""The program qbx-enclosure as a person runs it: its lines, its exit status, and which operations it
-requests."""
+"""The program qbx-enclosure as a person runs it on one array: its lines and its exit status."""
 
 import json
 import pathlib
@@ -23,6 +22,7 @@ class Documents(Test):
         for path in ("Docs/qbx-enclosure.1", "Enclosure/completion/qbx-enclosure"):
             text = (ROOT / path).read_text().replace("\\-", "-")
             self.assertEqual([each for each in sorted(options) if each not in text], [], path)
+
 
 class Tree(ServerTest):
     @cases(
@@ -144,8 +144,7 @@ class Actions(ServerTest):
 
     def test_location_is_changed(self):
         done = self.act("relocate", "cage4", "<&>ä  9")
-        self.assertEqual(
-            done, (0, "cage4: location was Room 2 rack A2 U4 right half, is <&>ä  9"))
+        self.assertEqual(done, (0, "cage4: location was Room 2 rack A2 U4 right half, is <&>ä  9"))
         self.assertIn(" at <&>ä  9, ", self.tree_line("cage4"))
 
     @cases(
@@ -203,6 +202,7 @@ class Errors(ServerTest):
         self.assertRegex(done.stderr, f"(?m)^qbx-enclosure.*: .*{re.escape(message)}.*\n$")
         self.assertNotIn("hidden", done.stderr)
         self.assertEqual((done.returncode, done.stdout), (2, ""))
+
 
 def forever(start, text):
     """The start of a response, then a text again and again, with pauses when it is short."""

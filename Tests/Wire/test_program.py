@@ -89,24 +89,18 @@ class Errors(FolderTest):
         self.assertEnds(f"--users {users}", 1, text)
 
     @cases(
-        Case("password", "--port 0 --users {file}"),
-        Case("certificate", f"{SERVE} --cert {{file}} --key {{file}}"),
-        Case("MOF", "--no-auth --port 0 --schema root/u={file}"),
+        Case("folder", "password", "--port 0 --users", "/", "it is a folder"),
+        Case("fifo", "certificate", f"{SERVE} --key /none --cert", "fifo", "it is no regular file"),
+        Case("device", "MOF", "--no-auth --port 0 --schema root/u=", "/dev/zero", "it is no regular file"),
+        Case("large_file", "password", "--port 0 --users", "large", "it is larger than 16 MB"),
     )
-    def test_of_odd_file_as(self, options):
+    def test_of_odd_file(self, kind, options, name, text):
         """One that would never end, or not for long."""
-        fifo, large, kind = self.folder / "fifo", self.file("large", ""), self.id().split("_")[-1]
-        os.mkfifo(fifo)
-        os.truncate(large, 1 << 31)
-        for file, text in (
-            ("/", "it is a folder"),
-            (fifo, "it is no regular file"),
-            ("/dev/zero", "it is no regular file"),
-            (large, "it is larger than 16 MB"),
-        ):
-            with self.subTest(file):
-                error = f"cannot read the {kind} file {file}: {text}"
-                self.assertEnds(options.format(file=file), 1, error)
+        os.mkfifo(self.folder / "fifo")
+        os.truncate(self.file("large", ""), 1 << 31)
+        file = self.folder / name
+        options += str(file) if options.endswith("=") else f" {file}"
+        self.assertEnds(options, 1, f"cannot read the {kind} file {file}: {text}")
 
     def test_of_port_that_is_taken(self):
         taken = self.enterContext(socket.create_server(("127.0.0.1", 0))).getsockname()[1]
