@@ -43,13 +43,6 @@ class Tree(ServerTest):
         lines = run(self.url).stdout.splitlines()
         self.assertEqual([line for line in lines if line.startswith(element)], [element + facts])
 
-    def test_groups_the_parts_of_a_cage(self):
-        self.serve(changed({}))
-        lines = run(self.url, "--cage", "cage0").stdout.splitlines()
-        groups = [line.removeprefix("    ") for line in lines if not line.startswith("    │")]
-        self.assertEqual(groups[2:5], ["├── magazines", "├── interface cards", "└── sensors"])
-        self.assertEqual(len(lines), 2 + 3 + 4 + 2 + 9)
-
 
 CAGE0, CAGE1 = "cage0 at Room 2 rack A1 U4", "cage1 at Room 2 rack A1 U8"
 
@@ -203,6 +196,10 @@ class Errors(ServerTest):
         self.assertNotIn("hidden", done.stderr)
         self.assertEqual((done.returncode, done.stdout), (2, ""))
 
+    def test_password_is_taken_from_the_environment(self):
+        url = self.url.replace(":admin@", "@")
+        self.assertEqual(run(url, "arrays", QBX_PASSWORD="admin").returncode, 1)
+
 
 def forever(start, text):
     """The start of a response, then a text again and again, with pauses when it is short."""
@@ -318,6 +315,7 @@ class OddTexts(ServerTest):
     def test_tree_shows_what_is_odd(self):
         output = run(self.url).stdout
         for text in ("! cage2  DC2 (M), Lost Communication, ", "loop A 100 Mb/s + 2 Gb/s from ",
+                     "├── magazines\n", "├── interface cards\n", "└── sensors\n",
                      "24 °C, no limits", "└── in no cage that is listed", "O'Neill, left half"):
             self.assertIn(text, output)
 
