@@ -90,6 +90,7 @@ class Health(ServerTest):
         self.serve(changed(GOOD))
         output = run(self.url, "--cage", "cage1", "health").stdout
         self.assertIn("'cage1-sensor6 Exhaust temperature'=30;5:55 'cage1-sensor7 Fan 1 sp", output)
+        self.assertIn(" cages=1 ", output)
 
     def test_array_without_cages_is_no_answer(self):
         self.serve(changed({"cages": [], "cagesPS": []}))

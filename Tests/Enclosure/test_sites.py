@@ -78,8 +78,8 @@ class Lists(ListTest):
             well=frozenset({1, 7})))  # fmt: skip
 
     def test_names_choose_each_array_once_in_its_order(self):
-        chosen = self.site(LIST).chosen(["paris.1", "berlin", "berlin1"])
-        self.assertEqual([each.name for each in chosen], ["berlin1", "paris.1"])
+        chosen = self.site(LIST).chosen(["berlin2", "production"])
+        self.assertEqual([each.name for each in chosen], ["berlin1", "berlin2"])
 
     @cases(
         Case("option", ["option", "variable", "home"], ["option"]),
