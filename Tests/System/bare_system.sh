@@ -41,6 +41,7 @@ cleanup() {
 }
 trap cleanup EXIT
 tar -C "$system" -xf "$bare"
+chmod 755 "$system"  # mktemp's folders are closed to the users of the system in them
 cp /etc/resolv.conf "$system/etc/"
 [[ ! -e /etc/pip.conf ]] || cp /etc/pip.conf "$system/etc/"
 if [[ -n ${PIP_CERT-} ]]; then  # in a place that no package writes to
