@@ -15,6 +15,7 @@
 #include <cstdio>
 #include <ctime>
 #include <iostream>
+#include <malloc.h>
 #include <termios.h>
 #include <unistd.h>
 #include <utility>
@@ -215,6 +216,10 @@ int main(int argc, char** argv)
     std::signal(SIGXFSZ, SIG_IGN);  // a log at the limit to the size of files
     std::signal(SIGHUP, SIG_IGN);   // until there is something to read again
     limitStacks();
+    // For a server without libmimalloc: what one thread has freed serves the others, and large
+    // bodies go back to the system.
+    mallopt(M_ARENA_MAX, 4);
+    mallopt(M_MMAP_THRESHOLD, 512 * 1024);
     try {
         const auto options = parseCommandLine(argc, argv);
         if (!options) return 0;
