@@ -2,7 +2,7 @@
 option(QBX_WERROR "Treat warnings as errors" OFF)
 set(QBX_SANITIZE "" CACHE STRING "Sanitizers for all targets, e.g. address,undefined or thread")
 
-option(QBX_UNITY "Compile the sources of the HTTP and CIM-XML layers together" OFF)
+option(QBX_UNITY "Compile the sources of a library of the server together" OFF)
 
 add_library(qbx_build_options INTERFACE)
 target_compile_options(qbx_build_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion

@@ -29,7 +29,7 @@ Uint32 length(const Char16* text)
     return n;
 }
 
-Uint32 position(const Char16* begin, const Char16* found, const Char16* end)
+Uint32 indexOf(const Char16* begin, const Char16* found, const Char16* end)
 {
     return found == end ? PEG_NOT_FOUND : Uint32(found - begin);
 }
@@ -92,7 +92,7 @@ Uint32 String::find(Uint32 index, Char16 c) const
     if (index > size()) throw IndexOutOfBoundsException();
     const Char16* const begin = getChar16Data();
     const Char16* const end = begin + size();
-    return position(begin, std::find(begin + index, end, c), end);
+    return indexOf(begin, std::find(begin + index, end, c), end);
 }
 
 Uint32 String::find(const String& s) const
@@ -101,7 +101,7 @@ Uint32 String::find(const String& s) const
     const Char16* const begin = getChar16Data();
     const Char16* const end = begin + size();
     const Char16* const sought = s.getChar16Data();
-    return position(begin, std::search(begin, end, sought, sought + s.size()), end);
+    return indexOf(begin, std::search(begin, end, sought, sought + s.size()), end);
 }
 
 void String::toLower()

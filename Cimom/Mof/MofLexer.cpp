@@ -30,7 +30,7 @@ bool isContinuationByte(char c)
     return (static_cast<unsigned char>(c) & 0xC0) == 0x80;
 }
 
-std::string describe(const MofToken& token)
+std::string describeToken(const MofToken& token)
 {
     switch (token.kind) {
         case MofToken::End:
@@ -58,7 +58,7 @@ bool MofToken::is(char symbol) const
 
 void unexpected(const MofToken& found, const std::string& expected)
 {
-    throw MofFault{found.at, "expected " + expected + ", found " + describe(found)};
+    throw MofFault{found.at, "expected " + expected + ", found " + describeToken(found)};
 }
 
 MofLexer::MofLexer(const std::string& text) : text_(text)
