@@ -298,8 +298,8 @@ CIMValue Broker::getProperty(const OperationContext& context, const CIMNamespace
     const CIMPropertyList list(Array<CIMName>(1, propertyName));
     const CIMInstance instance = getInstance(context, nameSpace, path, {false, false, list});
     if (!instance.isUninitialized()) {
-        const Property* const found = instance.object().property(propertyName);
-        if (found != nullptr) return found->value;
+        const CIMValue* const found = instance.object().value(propertyName);
+        if (found != nullptr) return *found;
     }
     const Property* const declared =
         repository_.findClass(nameSpace, path.getClassName())->property(propertyName);

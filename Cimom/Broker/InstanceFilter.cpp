@@ -24,20 +24,20 @@ CIMInstance InstanceFilter::apply(const CIMInstance& instance, const CIMObjectPa
     const auto result = isOwn ? instance.shared() : std::make_shared<Instance>(instance.object());
     result->path = path;
     if (!view_.includeQualifiers) result->qualifiers = Qualifiers();
-    if (!view_.properties.isNull()) result->properties = listed(result->properties);
+    if (!view_.properties.isNull()) result->properties.select(listed(result->properties));
     result->properties.hide(view_.includeQualifiers, view_.includeClassOrigin);
     return CIMInstance(result);
 }
 
-InstanceProperties InstanceFilter::listed(const InstanceProperties& properties) const
+std::vector<Uint32> InstanceFilter::listed(const InstanceProperties& properties) const
 {
     std::vector<Uint32> found(positions_.size(), PEG_NOT_FOUND);
     for (Uint32 i = 0; i < properties.size(); ++i) {
-        const auto position = positions_.find(properties[i]->name);
+        const auto position = positions_.find(properties[i].declaration.name);
         if (position != positions_.end()) found[position->second] = i;
     }
     found.erase(std::remove(found.begin(), found.end(), PEG_NOT_FOUND), found.end());
-    return properties.selected(found);
+    return found;
 }
 
 }  // namespace cimom

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <map>
+#include <vector>
 
 namespace cimom
 {
@@ -25,7 +26,8 @@ public:
     CIMInstance apply(const CIMInstance& instance, const CIMObjectPath& path) const;
 
 private:
-    InstanceProperties listed(const InstanceProperties& properties) const;
+    /// Where the instance has the properties of the list, in the order of the list.
+    std::vector<Uint32> listed(const InstanceProperties& properties) const;
 
     InstanceView view_;
     std::map<CIMName, std::size_t, NoCaseLess> positions_;  // in the property list

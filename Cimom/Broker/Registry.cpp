@@ -28,9 +28,7 @@ constexpr Uint16 userOfServer = 5;
 template <class T>
 void read(const CIMInstance& instance, const char* name, T& value)
 {
-    if (const Property* const property = instance.object().property(CIMName(name))) {
-        property->value.get(value);
-    }
+    if (const CIMValue* const found = instance.object().value(CIMName(name))) found->get(value);
 }
 
 template <class T>

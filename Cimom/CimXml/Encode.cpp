@@ -331,8 +331,10 @@ void Encoder::writeReturnValue(const CIMValue& value)
 void Encoder::writeInstance(const Instance& instance)
 {
     startInstance(instance);
-    for (const Property* property : instance.properties.all())
-        writeProperty(*property);
+    for (std::size_t i = 0; i < instance.properties.size(); ++i) {
+        const auto [property, value] = instance.properties[i];
+        writeProperty(property, value);
+    }
     out_ += "</INSTANCE>\n";
 }
 
@@ -351,7 +353,7 @@ void Encoder::writeListedInstance(const Instance& instance)
         } else {
             const PropertyFrame& frame = propertyFrame(properties, i);
             out_ += frame.before;
-            writeValue(properties[i++]->value);
+            writeValue(properties[i++].value);
             out_ += frame.after;
         }
     }
@@ -388,8 +390,11 @@ std::size_t Encoder::endOfEmptyRun(const InstanceProperties& properties, std::si
 {
     const std::size_t most = std::min(properties.size(), propertyFrames_.size());
     std::size_t end = begin;
-    while (end < most && propertyFrames_[end].isNull &&
-           properties[end] == propertyFrames_[end].property.get())
+    const auto isEmpty = [&](std::size_t position) {
+        const PropertyFrame& known = propertyFrames_[position];
+        return known.isNull && &properties[position].value == &known.property->value;
+    };
+    while (end < most && isEmpty(end))
         ++end;
     return end;
 }
@@ -399,15 +404,16 @@ std::size_t Encoder::endOfEmptyRun(const InstanceProperties& properties, std::si
 const Encoder::PropertyFrame& Encoder::propertyFrame(const InstanceProperties& properties,
                                                      std::size_t position)
 {
-    const Property& property = *properties[position];
+    const Property& property = properties[position].declaration;
     if (position < propertyFrames_.size()) {
         const PropertyFrame& known = propertyFrames_[position];
-        if (haveOneDeclaration(*known.property, property)) return known;
+        if (&property == known.property.get() || haveOneDeclaration(*known.property, property))
+            return known;
         emptyProperties_.resize(known.emptyAt);
         propertyFrames_.erase(propertyFrames_.begin() + std::ptrdiff_t(position),
                               propertyFrames_.end());
     }
-    PropertyFrame frame{properties.shared(position), property.value.isNull(),
+    PropertyFrame frame{properties.declaration(position), property.value.isNull(),
                         emptyProperties_.size(), "", ""};
     Encoder(frame.before).startProperty(property);
     Encoder(frame.after).endProperty(property);
@@ -423,10 +429,10 @@ void Encoder::startInstance(const Instance& instance)
     writeQualifiers(instance.qualifiers);
 }
 
-void Encoder::writeProperty(const Property& property)
+void Encoder::writeProperty(const Property& property, const CIMValue& value)
 {
     startProperty(property);
-    writeValue(property.value);
+    writeValue(value);
     endProperty(property);
 }
 
@@ -473,7 +479,7 @@ void Encoder::writeClass(const Class& cimClass)
     out_ += " >\n";
     writeQualifiers(cimClass.qualifiers);
     for (const auto& property : cimClass.properties)
-        writeProperty(*property);
+        writeProperty(*property, property->value);
     for (const auto& method : cimClass.methods)
         writeMethod(*method);
     out_ += "</CLASS>\n";

@@ -84,7 +84,7 @@ private:
     void writeQualifiers(const Qualifiers&);
     void startProperty(const Property&);
     void endProperty(const Property&);
-    void writeProperty(const Property&);
+    void writeProperty(const Property&, const CIMValue&);
     void startInstance(const Instance&);
     std::size_t endOfEmptyRun(const InstanceProperties&, std::size_t begin) const;
     const PropertyFrame& propertyFrame(const InstanceProperties&, std::size_t position);

@@ -33,13 +33,18 @@ Uint32 InstanceHandle::findProperty(const CIMName& name) const
 CIMProperty InstanceHandle::getProperty(Uint32 index)
 {
     if (index >= getPropertyCount()) throwOutOfBounds();
-    return CIMProperty(object().properties.own(index));
+    return CIMProperty(shared(), index);
 }
 
 CIMConstProperty InstanceHandle::getProperty(Uint32 index) const
 {
     if (index >= getPropertyCount()) throwOutOfBounds();
-    return CIMConstProperty(object().properties.shared(index));
+    const cimom::InstanceProperties& properties = object().properties;
+    const cimom::InstanceProperty property = properties[index];
+    // A declaration with another value is not yet a property by itself.
+    if (&property.value != &property.declaration.value)
+        return CIMConstProperty(properties.copy(index));
+    return CIMConstProperty(properties.declaration(index));
 }
 
 Uint32 InstanceHandle::getPropertyCount() const
@@ -84,9 +89,9 @@ CIMObjectPath CIMInstance::buildPath(const CIMClass& cimClass) const
     cimClass.getKeyNames(names);
     Array<CIMKeyBinding> keys;
     for (Uint32 i = 0; i < names.size(); ++i) {
-        const cimom::Property* const property = object().property(names[i]);
-        if (!property) throw NoSuchProperty(names[i].getString());
-        keys.append(CIMKeyBinding(names[i], property->value));
+        const CIMValue* const value = object().value(names[i]);
+        if (!value) throw NoSuchProperty(names[i].getString());
+        keys.append(CIMKeyBinding(names[i], *value));
     }
     return CIMObjectPath(String(), CIMNamespaceName(), getClassName(), keys);
 }

@@ -16,36 +16,19 @@ bool fitsArraySize(const CIMValue& value, Uint32 arraySize)
 
 }  // namespace
 
-namespace detail
+CIMProperty::CIMProperty(std::shared_ptr<cimom::Property> property) : property_(std::move(property))
 {
-
-template <class Property>
-const CIMName& PropertyHandle<Property>::getName() const
-{
-    return this->object().name;
 }
 
-template <class Property>
-const CIMValue& PropertyHandle<Property>::getValue() const
+CIMProperty::CIMProperty(std::shared_ptr<cimom::Instance> instance, Uint32 position)
+    : instance_(std::move(instance)), position_(position)
 {
-    return this->object().value;
 }
-
-template <class Property>
-CIMProperty PropertyHandle<Property>::clone() const
-{
-    return CIMProperty(std::make_shared<cimom::Property>(this->object()));
-}
-
-template class PropertyHandle<cimom::Property>;
-template class PropertyHandle<const cimom::Property>;
-
-}  // namespace detail
 
 CIMProperty::CIMProperty(const CIMName& name, const CIMValue& value, Uint32 arraySize,
                          const CIMName& referenceClassName, const CIMName& classOrigin,
                          Boolean propagated)
-    : PropertyHandle(std::make_shared<cimom::Property>(
+    : property_(std::make_shared<cimom::Property>(
           cimom::Property{name, value, arraySize, referenceClassName, classOrigin, propagated, {}}))
 {
     const bool isReference = value.getType() == CIMTYPE_REFERENCE;
@@ -54,12 +37,59 @@ CIMProperty::CIMProperty(const CIMName& name, const CIMValue& value, Uint32 arra
     if (isReference ? value.isArray() : !referenceClassName.isNull()) throw TypeMismatchException();
 }
 
+std::shared_ptr<cimom::Property> CIMProperty::shared() const
+{
+    return instance_ ? instance_->properties.own(position_) : property_;
+}
+
+const CIMName& CIMProperty::getName() const
+{
+    return where().declaration.name;
+}
+
+const CIMValue& CIMProperty::getValue() const
+{
+    return where().value;
+}
+
+CIMProperty CIMProperty::clone() const
+{
+    if (instance_) return CIMProperty(instance_->properties.copy(position_));
+    return CIMProperty(std::make_shared<cimom::Property>(where().declaration));
+}
+
 void CIMProperty::setValue(const CIMValue& value)
 {
-    cimom::Property& property = object();
-    if (!property.value.typeCompatible(value) || !fitsArraySize(value, property.arraySize))
+    const cimom::InstanceProperty present = where();
+    if (!present.value.typeCompatible(value) ||
+        !fitsArraySize(value, present.declaration.arraySize))
         throw TypeMismatchException();
-    property.value = value;
+    if (instance_)
+        instance_->properties.setValue(position_, value);
+    else
+        property_->value = value;
+}
+
+cimom::InstanceProperty CIMProperty::where() const
+{
+    if (instance_) return instance_->properties[position_];
+    if (!property_) detail::throwUninitialized();
+    return {*property_, property_->value};
+}
+
+const CIMName& CIMConstProperty::getName() const
+{
+    return object().name;
+}
+
+const CIMValue& CIMConstProperty::getValue() const
+{
+    return object().value;
+}
+
+CIMProperty CIMConstProperty::clone() const
+{
+    return CIMProperty(std::make_shared<cimom::Property>(object()));
 }
 
 }  // namespace Pegasus

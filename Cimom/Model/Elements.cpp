@@ -25,7 +25,7 @@ bool identical(const InstanceProperties& a, const InstanceProperties& b)
 {
     bool same = a.size() == b.size();
     for (std::size_t i = 0; same && i < a.size(); ++i)
-        same = identical(*a[i], *b[i]);
+        same = identical(a[i].declaration, b[i].declaration) && a[i].value.equal(b[i].value);
     return same;
 }
 
@@ -53,71 +53,92 @@ bool Qualifiers::isTrue(const char* name) const
 Uint32 InstanceProperties::positionOf(const CIMName& name) const
 {
     // Most instances have their properties where the class has them.
-    const Uint32 declared = definition_ ? definition_->properties.positionOf(name) : notDeclared;
+    const Uint32 declared = definition_ ? definition_->properties.positionOf(name) : none;
     if (declared < slots_.size() && slots_[declared].declared == declared) return declared;
     for (Uint32 i = 0; i < slots_.size(); ++i) {
-        if (get(slots_[i])->name.equal(name)) return i;
+        if ((*this)[i].declaration.name.equal(name)) return i;
     }
     return PEG_NOT_FOUND;
 }
 
-const Property* InstanceProperties::find(const CIMName& name) const
-{
-    const Uint32 position = positionOf(name);
-    return position == PEG_NOT_FOUND ? nullptr : get(slots_[position]);
-}
-
-std::shared_ptr<const Property> InstanceProperties::shared(std::size_t position) const
+std::shared_ptr<const Property> InstanceProperties::declaration(std::size_t position) const
 {
     const Slot& slot = slots_[position];
-    if (slot.own) return slot.own;
+    if (const auto* const own = ownProperty(slot)) return *own;
     return definition_->properties[slot.declared];
+}
+
+std::shared_ptr<Property> InstanceProperties::copy(std::size_t position) const
+{
+    const InstanceProperty property = (*this)[position];
+    auto copy = std::make_shared<Property>(property.declaration);
+    copy->value = property.value;
+    return copy;
+}
+
+template <class ValueOrProperty>
+void InstanceProperties::putOwn(Slot& slot, const ValueOrProperty& own)
+{
+    if (slot.own != none) {
+        own_[slot.own] = own;
+    } else {
+        slot.own = Uint32(own_.size());
+        if (own_.empty()) own_.reserve((slots_.size() + 1) / 2);  // those are likely to follow
+        own_.emplace_back(own);
+    }
+}
+
+void InstanceProperties::push_back(const std::shared_ptr<Property>& own)
+{
+    putOwn(slots_.emplace_back(Slot{none, none}), own);
+}
+
+void InstanceProperties::setValue(std::size_t position, const CIMValue& value)
+{
+    Slot& slot = slots_[position];
+    if (const auto* const own = ownProperty(slot))
+        (*own)->value = value;
+    else
+        putOwn(slot, value);
 }
 
 const std::shared_ptr<Property>& InstanceProperties::own(std::size_t position)
 {
     Slot& slot = slots_[position];
-    if (!slot.own) slot.own = std::make_shared<Property>(*get(slot));
-    return slot.own;
+    if (!ownProperty(slot)) putOwn(slot, copy(position));
+    return std::get<std::shared_ptr<Property>>(own_[slot.own]);
 }
 
 void InstanceProperties::hide(bool qualifiersShown, bool originsShown)
 {
-    for (Slot& slot : slots_) {
-        const Property& property = *get(slot);
+    for (std::size_t i = 0; i < size(); ++i) {
+        const Property& property = (*this)[i].declaration;
         const bool hidesQualifiers = !qualifiersShown && !property.qualifiers.empty();
         const bool hidesOrigin = !originsShown && !property.classOrigin.isNull();
         if (!hidesQualifiers && !hidesOrigin) continue;
 
-        const auto own = std::make_shared<Property>(property);
-        if (hidesQualifiers) own->qualifiers = Qualifiers();
-        if (hidesOrigin) own->classOrigin.clear();
-        slot.own = own;
+        const auto shown = copy(i);
+        if (hidesQualifiers) shown->qualifiers = Qualifiers();
+        if (hidesOrigin) shown->classOrigin.clear();
+        putOwn(slots_[i], shown);
     }
 }
 
-std::vector<const Property*> InstanceProperties::all() const
+void InstanceProperties::select(const std::vector<Uint32>& positions)
 {
-    std::vector<const Property*> properties;
-    for (const Slot& slot : slots_)
-        properties.push_back(get(slot));
-    return properties;
-}
-
-InstanceProperties InstanceProperties::selected(const std::vector<Uint32>& positions) const
-{
-    InstanceProperties result(definition_);
-    result.reserve(positions.size());
+    std::vector<Slot> selected;
+    selected.reserve(positions.size());
     for (const Uint32 position : positions)
-        result.slots_.push_back(slots_[position]);
-    return result;
+        selected.push_back(slots_[position]);
+    slots_.swap(selected);
 }
 
 InstanceProperties InstanceProperties::clone() const
 {
     InstanceProperties copy(*this);
-    for (Slot& slot : copy.slots_) {
-        if (slot.own) slot.own = std::make_shared<Property>(*slot.own);
+    for (Own& own : copy.own_) {
+        if (auto* const property = std::get_if<std::shared_ptr<Property>>(&own))
+            *property = std::make_shared<Property>(**property);
     }
     return copy;
 }

@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <memory>
 #include <utility>
+#include <variant>
 #include <vector>
 
 namespace cimom
@@ -181,8 +182,15 @@ struct Class
 
 using ClassPtr = std::shared_ptr<const Class>;
 
+/// A property of an instance: its own or the class's, and the value that it has there.
+struct InstanceProperty
+{
+    const Property& declaration;
+    const CIMValue& value;
+};
+
 /// The properties of an instance, in their order. Each is either one of the class that the instance
-/// was built from, as it is declared, or the instance's own.
+/// was built from, as it is declared or with a value of the instance's own, or the instance's own.
 ///
 /// The class's are shared with it and never change. The instance's own may be shared with handles
 /// on them, through which they change.
@@ -194,47 +202,56 @@ public:
     explicit InstanceProperties(ClassPtr definition) : definition_(std::move(definition)) {}
 
     std::size_t size() const { return slots_.size(); }
-    const Property* operator[](std::size_t position) const { return get(slots_[position]); }
+    InstanceProperty operator[](std::size_t position) const
+    {
+        const Slot& slot = slots_[position];
+        if (const auto* const property = ownProperty(slot)) return {**property, (*property)->value};
+        const Property& declared = *definition_->properties[slot.declared];
+        return {declared, slot.own == none ? declared.value : std::get<CIMValue>(own_[slot.own])};
+    }
     /// PEG_NOT_FOUND when there is none of that name (ignoring case).
     Uint32 positionOf(const CIMName& name) const;
-    /// Null when there is none of that name (ignoring case).
-    const Property* find(const CIMName& name) const;
-    /// The property itself, which lives on without the instance.
-    std::shared_ptr<const Property> shared(std::size_t position) const;
+    /// What `declaration` refers to, which lives on without the instance. Its value may be another.
+    std::shared_ptr<const Property> declaration(std::size_t position) const;
+    /// A property that shares nothing which can change.
+    std::shared_ptr<Property> copy(std::size_t position) const;
 
     void reserve(std::size_t size) { slots_.reserve(size); }
     /// Adds the property at that position of the class.
-    void addDeclared(Uint32 position) { slots_.push_back({position, nullptr}); }
+    void addDeclared(Uint32 position) { slots_.push_back({position, none}); }
     /// Adds one of the instance's own.
-    void push_back(std::shared_ptr<Property> own)
-    {
-        slots_.push_back({notDeclared, std::move(own)});
-    }
+    void push_back(const std::shared_ptr<Property>& own);
+    /// Its type has to be the property's.
+    void setValue(std::size_t position, const CIMValue& value);
+    /// The property to be shared with others that change it: the instance's own from now on.
+    const std::shared_ptr<Property>& own(std::size_t position);
     /// Puts copies in place of the properties with qualifiers or origins that are not to be shown.
     void hide(bool qualifiersShown, bool originsShown);
-    /// The property to be changed, which is a copy from now on where it was the class's.
-    const std::shared_ptr<Property>& own(std::size_t position);
-    /// Those at these positions, in this order.
-    InstanceProperties selected(const std::vector<Uint32>& positions) const;
+    /// Keeps those at these positions, in this order.
+    void select(const std::vector<Uint32>& positions);
     /// A copy that shares no property which can change.
     InstanceProperties clone() const;
-    /// All of them, in their order.
-    std::vector<const Property*> all() const;
 
 private:
-    static constexpr Uint32 notDeclared = PEG_NOT_FOUND;
+    static constexpr Uint32 none = PEG_NOT_FOUND;
     struct Slot
     {
-        Uint32 declared;                ///< where the class has it
-        std::shared_ptr<Property> own;  ///< null: it is as the class has it
+        Uint32 declared;  ///< where the class has it
+        Uint32 own;       ///< where own_ has its value, or itself
     };
-    const Property* get(const Slot& slot) const
+    using Own = std::variant<CIMValue, std::shared_ptr<Property>>;
+
+    /// Null when the instance has no more than a value there.
+    const std::shared_ptr<Property>* ownProperty(const Slot& slot) const
     {
-        return slot.own ? slot.own.get() : definition_->properties[slot.declared].get();
+        return std::get_if<std::shared_ptr<Property>>(slot.own == none ? nullptr : &own_[slot.own]);
     }
+    template <class ValueOrProperty>
+    void putOwn(Slot& slot, const ValueOrProperty& own);
 
     ClassPtr definition_;  // keeps the class's properties; null when all are the instance's own
     std::vector<Slot> slots_;
+    std::vector<Own> own_;
 };
 
 /// An instance.
@@ -244,8 +261,12 @@ struct Instance
     Qualifiers qualifiers;
     InstanceProperties properties;
 
-    /// Null when there is none of that name (ignoring case).
-    const Property* property(const CIMName& wanted) const { return properties.find(wanted); }
+    /// The value of a property; null when there is none of that name (ignoring case).
+    const CIMValue* value(const CIMName& wanted) const
+    {
+        const Uint32 position = properties.positionOf(wanted);
+        return position == PEG_NOT_FOUND ? nullptr : &properties[position].value;
+    }
 };
 
 /// Same content, down to the qualifiers; the array size of a property does not count.

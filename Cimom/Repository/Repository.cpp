@@ -110,7 +110,7 @@ CIMInstance withPath(CIMInstance instance, const ClassPtr& definition)
     const String& className = definition->name().getString();
     if (keys.size() == 0) fail(CIM_ERR_FAILED, "class has no keys: " + className);
     for (Uint32 i = 0; i < keys.size(); ++i)
-        if (instance.object().property(keys[i])->value.isNull())
+        if (instance.object().value(keys[i])->isNull())
             fail(CIM_ERR_INVALID_PARAMETER,
                  "key property without a value: " + className + "." + keys[i].getString());
     instance.setPath(instance.buildPath(CIMClass(definition)));
@@ -125,16 +125,16 @@ CIMInstance completeInstance(const Instance& given, const ClassPtr& definition)
     result->path = definition->path;
     result->qualifiers = given.qualifiers;
     for (const auto& declared : definition->properties)
-        if (given.property(declared->name) == nullptr)
+        if (given.value(declared->name) == nullptr)
             result->properties.push_back(makeProperty(*declared, declared->value, {}, true));
-    for (const Property* property : given.properties.all()) {
-        const Property* const declared = definition->property(property->name);
-        if (declared == nullptr || !property->value.typeCompatible(declared->value))
+    for (std::size_t i = 0; i < given.properties.size(); ++i) {
+        const auto [property, value] = given.properties[i];
+        const Property* const declared = definition->property(property.name);
+        if (declared == nullptr || !value.typeCompatible(declared->value))
             fail(CIM_ERR_INVALID_PARAMETER, "class " + definition->name().getString() +
-                                                " has no property " + property->name.getString() +
+                                                " has no property " + property.name.getString() +
                                                 " of this type");
-        result->properties.push_back(
-            makeProperty(*declared, property->value, property->qualifiers, false));
+        result->properties.push_back(makeProperty(*declared, value, property.qualifiers, false));
     }
     return withPath(CIMInstance(result), definition);
 }
@@ -295,8 +295,9 @@ void Repository::modifyInstance(const CIMNamespaceName& nameSpace, const CIMInst
     std::set<CIMName, NoCaseLess> listed;
     for (Uint32 i = 0; i < list.size(); ++i)
         listed.insert(list[i]);
-    for (const Property* property : given.object().properties.all())
-        if (list.isNull()) listed.insert(property->name);
+    const InstanceProperties& news = given.object().properties;
+    for (std::size_t i = 0; list.isNull() && i < news.size(); ++i)
+        listed.insert(news[i].declaration.name);
     for (const CIMName& name : listed)
         if (entry.resolved->property(name) == nullptr)
             fail(CIM_ERR_NO_SUCH_PROPERTY, name.getString());
@@ -304,12 +305,14 @@ void Repository::modifyInstance(const CIMNamespaceName& nameSpace, const CIMInst
     CIMInstance& stored = *entry.require(given.getPath());
     Instance changed;
     changed.qualifiers = stored.object().qualifiers;
-    for (const Property* property : stored.object().properties.all())
-        if (!property->propagated && listed.count(property->name) == 0)
-            changed.properties.push_back(std::make_shared<Property>(*property));
-    for (const Property* property : given.object().properties.all())
-        if (listed.count(property->name) > 0)
-            changed.properties.push_back(std::make_shared<Property>(*property));
+    const InstanceProperties& olds = stored.object().properties;
+    for (std::size_t i = 0; i < olds.size(); ++i) {
+        const Property& old = olds[i].declaration;
+        if (!old.propagated && listed.count(old.name) == 0)
+            changed.properties.push_back(olds.copy(i));
+    }
+    for (std::size_t i = 0; i < news.size(); ++i)
+        if (listed.count(news[i].declaration.name) > 0) changed.properties.push_back(news.copy(i));
     const CIMInstance result = completeInstance(changed, entry.resolved);
     if (!result.getPath().identical(stored.getPath()))
         fail(CIM_ERR_FAILED, "attempted to modify a key of " + stored.getPath().toString());

@@ -1,6 +1,8 @@
 // What only the embedded library promises: misuse throws, and moves leave their source usable.
+#include "Model/Elements.h"
 #include "Model/Text.h"
 
+#include <Pegasus/Common/CIMClass.h>
 #include <Pegasus/Common/CIMObject.h>
 #include <Pegasus/Common/CIMPropertyList.h>
 
@@ -35,6 +37,29 @@ TEST(Handle, ShowsChangesThroughCopiesButNotClones)
     EXPECT_EQ(instance.getPath().toString(), String("root:sample.K=1"));
     EXPECT_EQ(clone.getProperty(0).getValue(), CIMValue(Uint8(1)));
     EXPECT_EQ(clone.getPath().toString(), String("Sample"));
+}
+
+TEST(Handle, SharesPropertyOfAnInstanceThatWasBuiltFromAClass)
+{
+    const auto definition = std::make_shared<cimom::Class>();
+    definition->path = CIMObjectPath("Sample");
+    definition->properties.push_back(CIMProperty(CIMName("P"), CIMValue(Uint8(1))).shared());
+    const auto build = [&] {
+        return CIMClass(definition).buildInstance(false, false, CIMPropertyList());
+    };
+    CIMInstance instance = build();
+    CIMProperty first = instance.getProperty(0), second = instance.getProperty(0);
+    first.setValue(CIMValue(Uint8(2)));
+    const CIMInstance clone = instance.clone();
+    CIMInstance other(CIMName("Other"));
+    other.addProperty(second);
+    first.setValue(CIMValue(Uint8(3)));
+    EXPECT_THROW(first.setValue(CIMValue(true)), TypeMismatchException);
+    instance = CIMInstance();  // the handles go on
+    EXPECT_EQ(second.getValue(), CIMValue(Uint8(3)));
+    EXPECT_EQ(std::as_const(other).getProperty(0).getValue(), CIMValue(Uint8(3)));
+    EXPECT_EQ(clone.getProperty(0).getValue(), CIMValue(Uint8(2)));
+    EXPECT_EQ(build().getProperty(0).getValue(), CIMValue(Uint8(1)));
 }
 
 TEST(Handle, IsIndependentOfTheValueThatHoldsTheInstance)

@@ -8,6 +8,8 @@
 namespace cimom
 {
 
+struct Instance;
+struct InstanceProperty;
 struct Property;
 
 }  // namespace cimom
@@ -15,35 +17,14 @@ struct Property;
 namespace Pegasus
 {
 
-class CIMProperty;
-class CIMConstProperty;
-
-namespace detail
-{
-
-/// What both handles on properties offer; `Property` is const for the one without setters.
-template <class Property>
-class PropertyHandle : public Handle<Property>
+/// A property: a named value. A handle, on a property by itself or on one in an instance.
+class CIMProperty
 {
 public:
-    using Handle<Property>::Handle;
-
-    const CIMName& getName() const;
-    const CIMValue& getValue() const;
-    CIMType getType() const { return getValue().getType(); }
-    Boolean isArray() const { return getValue().isArray(); }
-    /// An independent deep copy.
-    CIMProperty clone() const;
-};
-
-}  // namespace detail
-
-/// A property: a named value. A handle.
-class CIMProperty : public detail::PropertyHandle<cimom::Property>
-{
-public:
-    using PropertyHandle::PropertyHandle;
     CIMProperty() = default;
+    explicit CIMProperty(std::shared_ptr<cimom::Property> property);
+    /// The property at that position of the instance.
+    CIMProperty(std::shared_ptr<cimom::Instance> instance, Uint32 position);
     /// The value also fixes type and arrayness. Throws UninitializedObjectException when the name
     /// is null; TypeMismatchException for an array of references, a reference class on something
     /// else than a reference, or an array size that does not match the value.
@@ -51,17 +32,41 @@ public:
                 const CIMName& referenceClassName = CIMName(),
                 const CIMName& classOrigin = CIMName(), Boolean propagated = false);
 
+    Boolean isUninitialized() const { return !property_ && !instance_; }
+    const CIMName& getName() const;
+    const CIMValue& getValue() const;
     /// Throws TypeMismatchException unless type and arrayness are the property's own, null or not.
     void setValue(const CIMValue& value);
+    CIMType getType() const { return getValue().getType(); }
+    Boolean isArray() const { return getValue().isArray(); }
+    /// An independent deep copy.
+    CIMProperty clone() const;
+
+    /// For the object manager: the property itself, which an instance shares from now on.
+    std::shared_ptr<cimom::Property> shared() const;
+
+private:
+    cimom::InstanceProperty where() const;
+
+    // At most one of them is there.
+    std::shared_ptr<cimom::Property> property_;
+    std::shared_ptr<cimom::Instance> instance_;
+    Uint32 position_ = 0;  // in the instance
 };
 
 /// A handle on a property that offers no setters; made from any CIMProperty.
-class CIMConstProperty : public detail::PropertyHandle<const cimom::Property>
+class CIMConstProperty : public detail::Handle<const cimom::Property>
 {
 public:
-    using PropertyHandle::PropertyHandle;
+    using Handle::Handle;
     CIMConstProperty() = default;
-    CIMConstProperty(const CIMProperty& x) : PropertyHandle(x.shared()) {}
+    CIMConstProperty(const CIMProperty& x) : Handle(x.shared()) {}
+
+    const CIMName& getName() const;
+    const CIMValue& getValue() const;
+    CIMType getType() const { return getValue().getType(); }
+    Boolean isArray() const { return getValue().isArray(); }
+    CIMProperty clone() const;
 };
 
 }  // namespace Pegasus
