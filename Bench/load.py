@@ -15,6 +15,7 @@ import time
 import urllib.parse
 
 CLIENTS = 8
+MOST_FOR_MANY = 0.05  # seconds of a request that many clients send at once
 REST = 2.0  # seconds after which a server has given back what it will
 CLASSES: tuple[str, ...] = ("QBX_Magazine", "QBX_DriveCage", "QBX_CageInterfaceCard", "QBX_CageSensor")
 CLASSES += ("QBX_MagazineInDriveCage", "QBX_SysCageContainer")
@@ -47,10 +48,13 @@ class Connection:
         fields = f"CIMOperation: MethodCall\r\nCIMMethod: {operation}\r\nCIMObject: {named}\r\n"
         return f"{self.head}{fields}Content-Length: {len(body)}\r\n\r\n{body}".encode()
 
-    # The response's body; only the HTTP status is checked.
+    # The response's body; only the HTTP status is checked. Notes the seconds until its first byte.
     def send(self, request):
+        start = time.monotonic()
         self.socket.sendall(request)
-        head = list(iter(self.file.readline, b"\r\n"))
+        head = [self.file.readline()]
+        self.waited = time.monotonic() - start
+        head += iter(self.file.readline, b"\r\n")
         if b" 200 " not in head[0]:
             raise ValueError(b"".join(head).decode())
         fields = dict(line.lower().split(b":", 1) for line in head[1:])
@@ -161,14 +165,15 @@ def memory(url):
     return {"resident": round(found["VmRSS"], 1), "peak": round(found["VmHWM"], 1)}
 
 
-# Wall seconds of each request of a client that sends them for so long, and at least so often.
+# Wall seconds (to the first byte and to the last) of each request of a client that sends them for so long, and at
+# least so often.
 def sent(url, request, seconds, least=1):
-    connection, took = Connection(url), list[float]()
+    connection, took = Connection(url), list[tuple[float, float]]()
     end = time.monotonic() + seconds
     while time.monotonic() < end or len(took) < least:
         start = time.monotonic()
         connection.send(request)
-        took.append(time.monotonic() - start)
+        took.append((connection.waited, time.monotonic() - start))
     return took
 
 
@@ -181,7 +186,7 @@ def sent_by_many(url, request, seconds):
 # {server: figures} of one row; `urls` and `requests` by server. CPU time is that of the best round; the ratio
 # says how many times as fast the first server was, in each round.
 def measured(urls, requests, seconds, rounds, send):
-    took, cpu, rate, client = ({server: list[float]() for server in urls} for _ in range(4))
+    first_byte, took, cpu, rate, client = ({server: list[float]() for server in urls} for _ in range(5))
     for server, url in list(urls.items()) * rounds:
         pids = processes(url)
         before, start, own = cpu_seconds(pids), time.monotonic(), time.process_time()
@@ -189,13 +194,15 @@ def measured(urls, requests, seconds, rounds, send):
         client[server].append(1000 * (time.process_time() - own) / len(wall))
         rate[server].append(len(wall) / (time.monotonic() - start))
         cpu[server].append(1000 * (cpu_seconds(pids) - before) / len(wall))
-        took[server] += (1000 * each for each in wall)
+        first_byte[server] += (1000 * begun for begun, _ in wall)
+        took[server] += (1000 * ended for _, ended in wall)
     first = next(iter(urls))
     return {
         server: {
             "cpu_ms": round(min(cpu[server]), 4),
             "ratios": [round(each / own, 2) for each, own in zip(cpu[server], cpu[first], strict=True)],
             "client_ms": round(min(client[server]), 4),
+            "first_byte_ms": round(statistics.median(first_byte[server]), 3),
             "p50_ms": round(statistics.median(took[server]), 3),
             "p99_ms": round(sorted(took[server])[int(0.99 * len(took[server]))], 3),
             "per_second": round(statistics.median(rate[server]), 1),
@@ -235,17 +242,20 @@ def load(urls, pattern, seconds, rounds):
     fresh = {server: memory(url) for server, url in urls.items()}
     connections = {server: Connection(url) for server, url in urls.items()}
     requests = {server: rows(connection) for server, connection in connections.items()}
-    print(f"{'':46}" + "".join(f"{server:>50}" for server in urls))
-    print(f"{'clients':>46}" + "    CPU ms    client       p50       p99     per s" * len(urls))
+    print(f"{'':46}" + "".join(f"{server:>60}" for server in urls))
+    print(f"{'clients':>46}" + "    CPU ms    client     first       p50       p99     per s" * len(urls))
     found = {}
     for row in filter(re.compile(pattern).search, next(iter(requests.values()))):
         request = {server: requests[server][row] for server in urls}
-        size = max(len(connections[server].checked(request[server])) for server in urls)
-        # So many large replies at once would measure this machine's memory.
-        many = size < 1 << 20 or "Names" in row
+        start = time.monotonic()
+        for server in urls:
+            connections[server].checked(request[server])
+        # Eight requests at once that each take long would only measure the queue.
+        many = time.monotonic() - start < MOST_FOR_MANY or "Names" in row
         for clients, send in ((1, sent), (CLIENTS, sent_by_many))[: 2 if many else 1]:
             by_server = found[f"{row}, {clients}"] = measured(urls, request, seconds, rounds, send)
-            columns = "{cpu_ms:10.3f}{client_ms:10.3f}{p50_ms:10.2f}{p99_ms:10.2f}{per_second:10.1f}"
+            columns = "{cpu_ms:10.3f}{client_ms:10.3f}{first_byte_ms:10.2f}{p50_ms:10.2f}{p99_ms:10.2f}"
+            columns += "{per_second:10.1f}"
             line = "".join(columns.format(**figures) for figures in by_server.values())
             first, *others = (figures["cpu_ms"] for figures in by_server.values())
             ratios = "".join(f"{other / first:7.2f}" for other in others)

@@ -29,26 +29,37 @@ def request_table(found):
     return table(["request, million instructions", f"{few} records", f"{many} records"], rows)
 
 
-def load_table(found):
-    """CPU milliseconds of a request by size, how they grow, and the ratios to the servers beside it."""
+def by_row_and_size(found):
+    """The sizes of shape c, and {row: {size: {server: figures}}}."""
     sizes = [size for size in found["load"] if size.startswith("c")]
-    by_row: dict[str, dict] = {}
+    rows: dict[str, dict] = {}
     for size in sizes:
         for row, servers in found["load"][size]["rows"].items():
-            by_row.setdefault(row, {})[size] = servers
-    rows = []
-    for row, by_size in by_row.items():
+            rows.setdefault(row, {})[size] = servers
+    return sizes, rows
+
+
+def load_table(found):
+    """CPU milliseconds of a request by size, and how they grow."""
+    sizes, rows = by_row_and_size(found)
+    lines = []
+    for row, by_size in rows.items():
         cells = [by_size[size]["embedded"]["cpu_ms"] if size in by_size else "" for size in sizes]
-        cells.append(found["growth"].get(row, {}).get("embedded", ""))
-        *_, largest = by_size.values()
-        for server, figures in largest.items():
-            if server != "embedded":
-                cells.append(f"{min(figures['ratios'])} to {max(figures['ratios'])}")
-        rows.append([row, *cells])
-    others = [server for server in next(iter(by_row.values()))[sizes[0]] if server != "embedded"]
-    beside = [f"ratio to {number}" for number in range(1, len(others) + 1)]
-    header = ["request, clients", *(f"{size[1:]} records" for size in sizes), "growth", *beside]
-    return table(header, rows)
+        lines.append([row, *cells, found["growth"].get(row, {}).get("embedded", "")])
+    return table(["request, clients", *(f"{size[1:]} records" for size in sizes), "growth"], lines)
+
+
+def beside_table(found):
+    """How many times as fast the embedded server is as each of the others, by size; the extremes of the rounds."""
+    sizes, rows = by_row_and_size(found)
+    others = [server for server in found["load"][sizes[0]]["memory"]["fresh"] if server != "embedded"]
+    lines = []
+    for row, by_size in rows.items():
+        found_ratios = ([by_size.get(size, {}).get(server, {}).get("ratios") for size in sizes] for server in others)
+        cells = (f"{min(each):.1f} to {max(each):.1f}" if each else "" for ratios in found_ratios for each in ratios)
+        lines.append([row, *cells])
+    header = (f"{server}, {size[1:]} records" for server in others for size in sizes)
+    return table(["request, clients", *header], lines) if others else None
 
 
 def memory_table(found):
@@ -62,13 +73,17 @@ def memory_table(found):
 
 
 TABLES = {"module": module_table, "requests": request_table, "load": load_table, "memory": memory_table}
+TABLES["beside"] = beside_table
 
 
 def write(found):
-    """Puts the tables between their marks in the document, with date and commit."""
+    """Puts the tables between their marks in the document, with date and commit; one that has nothing stays."""
     text = DOCUMENT.read_text(encoding="utf-8")
     stamp = f"Of {found['date'][:10]}, commit {found['commit']}:\n\n"
-    for name, content in ((name, make(found)) for name, make in TABLES.items()):
+    for name, make in TABLES.items():
+        content = make(found)
+        if content is None:
+            continue
         begin, end = f"<!-- {name}: written by ./qbx bench --document -->\n", f"<!-- end of {name} -->"
         before, found_begin, rest = text.partition(begin)
         _, found_end, after = rest.partition(end)
