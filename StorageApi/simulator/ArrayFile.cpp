@@ -4,8 +4,11 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <functional>
+#include <set>
 #include <sstream>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 
 // Names and fields in the files are those of qbxapi.h.
@@ -296,25 +299,6 @@ static void readFaults(const JsonValue& list, FaultPlan& plan)
     }
 }
 
-/// Warns of elements that have the same name: who looks for it finds the first one only.
-static void warnOfTwins(const std::optional<JsonValue>& list, const char* field,
-                        std::vector<std::string>& warnings)
-{
-    if (!list) return;
-    std::map<std::string, JsonValue> seen;
-    for (const JsonValue& value : list->elements()) {
-        JsonObject element(value);
-        const std::optional<JsonValue> name = element.find(field);
-        if (!name || element.flag("isAbsent")) continue;
-        std::string text;
-        name->read(text);
-        const auto [first, isNew] = seen.emplace(text, *name);
-        if (!isNew)
-            warnings.push_back(name->placed("'" + text + "' is given twice, first in line " +
-                                            first->second.line()));
-    }
-}
-
 static void decode(JsonObject& file, Array& array)
 {
     std::string schema;  // for editors only
@@ -325,6 +309,7 @@ static void decode(JsonObject& file, Array& array)
         file.find("cacheSeconds")->fail("expected a number from 0 to 86400");
     array.cacheTime = std::chrono::milliseconds(static_cast<std::int64_t>(cacheSeconds * 1000));
     file.need(FIELD(array, storageArray));
+    // The elements of these lists have been read, and are no longer in them.
     file.read(FIELD(records, cages), FIELD(records, cagesPS), FIELD(records, magazines),
               FIELD(records, fcals));
     for (const api_Cage_t& cage : records.cages)
@@ -333,9 +318,6 @@ static void decode(JsonObject& file, Array& array)
     if (const auto keys = file.find("privilegeKeys"))
         readKeys(*keys, array.privilegeKeys.emplace());
     if (const auto faults = file.find("faults")) readFaults(*faults, array.faults);
-    for (const char* const list : {"cages", "magazines", "fcals"})
-        warnOfTwins(file.find(list), "deviceID", array.warnings);
-    warnOfTwins(file.find("cagesPS"), "name", array.warnings);
 }
 
 static void decode(JsonObject& file, Firmware& firmware)
@@ -367,7 +349,72 @@ Content parse(const std::string& file, const std::string& text)
     return content;
 }
 
-template Array parse(const std::string&, const std::string&);
+/// Two elements of a list that have the same name, by the pointers to it.
+struct Twins
+{
+    std::string name;
+    std::string first;
+    std::string second;
+};
+
+template <class Record, std::size_t N>
+static void findTwins(const std::string& list, const std::vector<Record>& records,
+                      const std::string& field, char (Record::*name)[N], std::vector<Twins>& found)
+{
+    std::unordered_map<std::string, std::string> seen;
+    for (std::size_t i = 0; i < records.size(); ++i) {
+        if (!isThere(records[i])) continue;
+        const std::string text = fieldText(records[i].*name);
+        const std::string pointer = '/' + list + '/' + std::to_string(i) + '/' + field;
+        const auto [first, isNew] = seen.emplace(text, pointer);
+        if (!isNew) found.push_back({text, first->second, pointer});
+    }
+}
+
+/// Warnings of elements that have the same name: who looks for it finds the first one only.
+static std::vector<std::string> warningsOfTwins(const JsonValue::Document& document,
+                                                const Records& records)
+{
+    std::vector<Twins> found;
+    findTwins("cages", records.cages, "deviceID", &api_Cage_t::deviceID, found);
+    findTwins("magazines", records.magazines, "deviceID", &api_Magazine_t::deviceID, found);
+    findTwins("fcals", records.fcals, "deviceID", &api_FCAL_t::deviceID, found);
+    findTwins("cagesPS", records.cagesPS, "name", &api_CagePS_t::name, found);
+    if (found.empty()) return {};
+    std::set<std::string> pointers;
+    for (const Twins& twins : found)
+        pointers.insert({twins.first, twins.second});
+    const auto lines = document.linesOf(pointers);
+    std::vector<std::string> warnings;
+    for (const auto& [name, first, second] : found)
+        warnings.push_back(document.placed(
+            lines.at(second), second,
+            "'" + name + "' is given twice, first in line " + std::to_string(lines.at(first))));
+    return warnings;
+}
+
+/// A reader that adds each element to a list of records.
+template <class Record>
+static std::function<void(const JsonValue&)> into(std::vector<Record>& list)
+{
+    return [&list](const JsonValue& value) { value.read(list.emplace_back()); };
+}
+
+template <>
+Array parse(const std::string& file, const std::string& text)
+{
+    Array array;
+    Records& records = array.records;
+    const JsonValue::Document document(file, text,
+                                       {{"cages", into(records.cages)},
+                                        {"cagesPS", into(records.cagesPS)},
+                                        {"magazines", into(records.magazines)},
+                                        {"fcals", into(records.fcals)}});
+    document.root().read(array);
+    array.warnings = warningsOfTwins(document, records);
+    return array;
+}
+
 template Firmware parse(const std::string&, const std::string&);
 template State parse(const std::string&, const std::string&);
 
