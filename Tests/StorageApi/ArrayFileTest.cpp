@@ -60,18 +60,18 @@ TEST_F(ArrayFileTest, NamesTheLineOfAValue)
 TEST_F(ArrayFileTest, NamesTheLineOfAValueFarDown)
 {
     std::string text = "{\"storageArray\": {}, \"cages\": [], \"magazines\": [\n";
-    for (int number = 0; number < 1000; ++number)
+    for (int number = 0; number < 100; ++number)
         text += "{\"deviceID\": \"m" + std::to_string(number) + "\"},\n";
     const auto fault = [&](const std::string& last) { return faultIn(text + last + "\n]}"); };
     EXPECT_EQ(fault("{\"isAbsent\": true,\n\"mfg\": {\"serial\": 7}}"),
-              "1003: /magazines/1000/mfg/serial: expected a string");
-    EXPECT_EQ(fault("7"), "1002: /magazines/1000: expected an object");
-    EXPECT_EQ(fault("{\"mfg\": {\"model\": \"\",\n\"model\": \"\"}}"),
-              "1003: /magazines/1000/mfg/model: duplicate key, first in line 1002");
-    EXPECT_EQ(fault("{\"deviceID\": \"m998\"}"),
-              "1002: /magazines/1000/deviceID: 'm998' is given twice, first in line 1000\n");
+              "103: /magazines/100/mfg/serial: expected a string");
+    EXPECT_EQ(fault("7"), "102: /magazines/100: expected an object");
+    EXPECT_EQ(fault("{\"deviceID\": \"\", \"mfg\": {\"model\": \"\",\n\"model\": \"\"}}"),
+              "103: /magazines/100/mfg/model: duplicate key, first in line 102");
+    EXPECT_EQ(fault("{\"deviceID\": \"m98\"}"),
+              "102: /magazines/100/deviceID: 'm98' is given twice, first in line 100\n");
     EXPECT_EQ(fault("{\"isAbsent\": true}],\n\"fcals\": {\"deviceID\": {}}, \"users\": ["),
-              "1003: /fcals: expected an array");
+              "103: /fcals: expected an array");
 }
 
 TEST_F(ArrayFileTest, AcceptsOnlyHostNamesAsNameOfTheArray)
