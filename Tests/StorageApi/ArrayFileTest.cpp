@@ -42,7 +42,8 @@ TEST_F(ArrayFileTest, NamesTheLineOfASyntaxError)
 {
     EXPECT_EQ(faultIn("{\n\"storageArray\": {},\n}"),
               "3: syntax error while parsing object key - unexpected '}'; expected string literal");
-    EXPECT_EQ(faultIn(std::string(100, '[')), "1: nested too deep");
+    const std::string deep = std::string(1'000'000, '[') + std::string(1'000'000, ']');
+    EXPECT_EQ(faultIn("{\"a\":\n" + deep + ", \"storageArray\": 0}"), "2: nested too deep");
     EXPECT_EQ(faultIn("{\"a\": [0,\n{\"b/c\":\n-1e999\n}]}"),
               "3: /a/1/b~1c: the number is too big");
 }
