@@ -3,6 +3,7 @@
 #include "JsonFile.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <functional>
 #include <set>
@@ -349,48 +350,30 @@ Content parse(const std::string& file, const std::string& text)
     return content;
 }
 
-/// Two elements of a list that have the same name, by the pointers to it.
-struct Twins
-{
-    std::string name;
-    std::string first;
-    std::string second;
-};
-
+/// Warns of elements that have the same name: who looks for it finds the first one only.
 template <class Record, std::size_t N>
-static void findTwins(const std::string& list, const std::vector<Record>& records,
-                      const std::string& field, char (Record::*name)[N], std::vector<Twins>& found)
+static void warnOfTwins(const JsonValue::Document& document, const std::string& list,
+                        const std::vector<Record>& records, const std::string& field,
+                        char (Record::*name)[N], std::vector<std::string>& warnings)
 {
-    std::unordered_map<std::string, std::string> seen;
+    std::unordered_map<std::string, std::string> seen;  // names, with pointers to them
+    std::vector<std::array<std::string, 3>> twins;      // names, with pointers to both
+    std::set<std::string> pointers;
     for (std::size_t i = 0; i < records.size(); ++i) {
         if (!isThere(records[i])) continue;
         const std::string text = fieldText(records[i].*name);
         const std::string pointer = '/' + list + '/' + std::to_string(i) + '/' + field;
         const auto [first, isNew] = seen.emplace(text, pointer);
-        if (!isNew) found.push_back({text, first->second, pointer});
+        if (isNew) continue;
+        twins.push_back({text, first->second, pointer});
+        pointers.insert({first->second, pointer});
     }
-}
-
-/// Warnings of elements that have the same name: who looks for it finds the first one only.
-static std::vector<std::string> warningsOfTwins(const JsonValue::Document& document,
-                                                const Records& records)
-{
-    std::vector<Twins> found;
-    findTwins("cages", records.cages, "deviceID", &api_Cage_t::deviceID, found);
-    findTwins("magazines", records.magazines, "deviceID", &api_Magazine_t::deviceID, found);
-    findTwins("fcals", records.fcals, "deviceID", &api_FCAL_t::deviceID, found);
-    findTwins("cagesPS", records.cagesPS, "name", &api_CagePS_t::name, found);
-    if (found.empty()) return {};
-    std::set<std::string> pointers;
-    for (const Twins& twins : found)
-        pointers.insert({twins.first, twins.second});
+    if (twins.empty()) return;
     const auto lines = document.linesOf(pointers);
-    std::vector<std::string> warnings;
-    for (const auto& [name, first, second] : found)
+    for (const auto& [text, first, second] : twins)
         warnings.push_back(document.placed(
             lines.at(second), second,
-            "'" + name + "' is given twice, first in line " + std::to_string(lines.at(first))));
-    return warnings;
+            "'" + text + "' is given twice, first in line " + std::to_string(lines.at(first))));
 }
 
 /// A reader that adds each element to a list of records.
@@ -411,7 +394,13 @@ Array parse(const std::string& file, const std::string& text)
                                         {"magazines", into(records.magazines)},
                                         {"fcals", into(records.fcals)}});
     document.root().read(array);
-    array.warnings = warningsOfTwins(document, records);
+    const auto warn = [&](const char* list, const auto& of, const char* field, auto name) {
+        warnOfTwins(document, list, of, field, name, array.warnings);
+    };
+    warn("cages", records.cages, "deviceID", &api_Cage_t::deviceID);
+    warn("magazines", records.magazines, "deviceID", &api_Magazine_t::deviceID);
+    warn("fcals", records.fcals, "deviceID", &api_FCAL_t::deviceID);
+    warn("cagesPS", records.cagesPS, "name", &api_CagePS_t::name);
     return array;
 }
 

@@ -107,21 +107,18 @@ private:
             levels_.pop_back();
             return;
         }
-        if (event == Event::key) beginMember(parsed.get<std::string>());
+        if (event == Event::key) {
+            Level& level = levels_.back();
+            level.member = childPointer(level.pointer, parsed.get<std::string>());
+            const auto [first, isNew] = level.members.emplace(level.member, line());
+            const std::string before = std::to_string(first->second);
+            if (!isNew) fail(level.member + ": duplicate key, first in line " + before);
+        }
         const std::string pointer = here();
         if (pointers_.count(pointer) > 0) lines_.emplace(pointer, line());
         if (event == Event::key) return;  // a member stands where its key does
         if (!levels_.empty()) ++levels_.back().next;
         if (event != Event::value) levels_.push_back({pointer});
-    }
-
-    void beginMember(const std::string& key)
-    {
-        Level& level = levels_.back();
-        level.member = childPointer(level.pointer, key);
-        const auto [first, isNew] = level.members.emplace(level.member, line());
-        if (!isNew)
-            fail(level.member + ": duplicate key, first in line " + std::to_string(first->second));
     }
 
     const std::string& file_;
@@ -278,11 +275,11 @@ JsonValue::Document::Document(const std::string& file, const std::string& text,
             if (keys.back() != parsed.size()) refuse();  // one was given twice
             keys.pop_back();
         }
-        if (depth == 1 && event == Event::key) {
-            reader = readers.find(parsed.get_ref<const std::string&>());
+        if (depth == 1) {
             index = 0;
+            if (event == Event::key) reader = readers.find(parsed.get_ref<const std::string&>());
+            if (event == Event::object_start) reader = readers.end();  // no list
         }
-        if (depth == 1 && event == Event::object_start) reader = readers.end();  // no list
         const bool isElement = depth == 2 && isWhole(event) && reader != readers.end();
         if (isElement) {
             top_ = &parsed;
