@@ -387,6 +387,7 @@ std::vector<JsonValue> JsonValue::elements(std::size_t max) const
 JsonObject::JsonObject(const JsonValue& value) : value_(value)
 {
     if (!value_.json_->is_object()) value_.fail("expected an object");
+    known_.reserve(32);  // more than a record has
 }
 
 std::optional<JsonValue> JsonObject::find(const char* name)
