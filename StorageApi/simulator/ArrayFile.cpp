@@ -3,9 +3,13 @@
 #include "JsonFile.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
+#include <functional>
+#include <set>
 #include <sstream>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 
 // Names and fields in the files are those of qbxapi.h.
@@ -296,25 +300,6 @@ static void readFaults(const JsonValue& list, FaultPlan& plan)
     }
 }
 
-/// Warns of elements that have the same name: who looks for it finds the first one only.
-static void warnOfTwins(const std::optional<JsonValue>& list, const char* field,
-                        std::vector<std::string>& warnings)
-{
-    if (!list) return;
-    std::map<std::string, JsonValue> seen;
-    for (const JsonValue& value : list->elements()) {
-        JsonObject element(value);
-        const std::optional<JsonValue> name = element.find(field);
-        if (!name || element.flag("isAbsent")) continue;
-        std::string text;
-        name->read(text);
-        const auto [first, isNew] = seen.emplace(text, *name);
-        if (!isNew)
-            warnings.push_back(name->placed("'" + text + "' is given twice, first in line " +
-                                            first->second.line()));
-    }
-}
-
 static void decode(JsonObject& file, Array& array)
 {
     std::string schema;  // for editors only
@@ -325,6 +310,7 @@ static void decode(JsonObject& file, Array& array)
         file.find("cacheSeconds")->fail("expected a number from 0 to 86400");
     array.cacheTime = std::chrono::milliseconds(static_cast<std::int64_t>(cacheSeconds * 1000));
     file.need(FIELD(array, storageArray));
+    // The elements of these lists have been read, and are no longer in them.
     file.read(FIELD(records, cages), FIELD(records, cagesPS), FIELD(records, magazines),
               FIELD(records, fcals));
     for (const api_Cage_t& cage : records.cages)
@@ -333,9 +319,6 @@ static void decode(JsonObject& file, Array& array)
     if (const auto keys = file.find("privilegeKeys"))
         readKeys(*keys, array.privilegeKeys.emplace());
     if (const auto faults = file.find("faults")) readFaults(*faults, array.faults);
-    for (const char* const list : {"cages", "magazines", "fcals"})
-        warnOfTwins(file.find(list), "deviceID", array.warnings);
-    warnOfTwins(file.find("cagesPS"), "name", array.warnings);
 }
 
 static void decode(JsonObject& file, Firmware& firmware)
@@ -367,7 +350,60 @@ Content parse(const std::string& file, const std::string& text)
     return content;
 }
 
-template Array parse(const std::string&, const std::string&);
+/// Warns of elements that have the same name: who looks for it finds the first one only.
+template <class Record, std::size_t N>
+static void warnOfTwins(const JsonValue::Document& document, const std::string& list,
+                        const std::vector<Record>& records, const std::string& field,
+                        char (Record::*name)[N], std::vector<std::string>& warnings)
+{
+    std::unordered_map<std::string, std::string> seen;  // names, with pointers to them
+    std::vector<std::array<std::string, 3>> twins;      // names, with pointers to both
+    std::set<std::string> pointers;
+    for (std::size_t i = 0; i < records.size(); ++i) {
+        if (!isThere(records[i])) continue;
+        const std::string text = fieldText(records[i].*name);
+        const std::string pointer = '/' + list + '/' + std::to_string(i) + '/' + field;
+        const auto [first, isNew] = seen.emplace(text, pointer);
+        if (isNew) continue;
+        twins.push_back({text, first->second, pointer});
+        pointers.insert({first->second, pointer});
+    }
+    if (twins.empty()) return;
+    const auto lines = document.linesOf(pointers);
+    for (const auto& [text, first, second] : twins)
+        warnings.push_back(document.placed(
+            lines.at(second), second,
+            "'" + text + "' is given twice, first in line " + std::to_string(lines.at(first))));
+}
+
+/// A reader that adds each element to a list of records.
+template <class Record>
+static std::function<void(const JsonValue&)> into(std::vector<Record>& list)
+{
+    return [&list](const JsonValue& value) { value.read(list.emplace_back()); };
+}
+
+template <>
+Array parse(const std::string& file, const std::string& text)
+{
+    Array array;
+    Records& records = array.records;
+    const JsonValue::Document document(file, text,
+                                       {{"cages", into(records.cages)},
+                                        {"cagesPS", into(records.cagesPS)},
+                                        {"magazines", into(records.magazines)},
+                                        {"fcals", into(records.fcals)}});
+    document.root().read(array);
+    const auto warn = [&](const char* list, const auto& of, const char* field, auto name) {
+        warnOfTwins(document, list, of, field, name, array.warnings);
+    };
+    warn("cages", records.cages, "deviceID", &api_Cage_t::deviceID);
+    warn("magazines", records.magazines, "deviceID", &api_Magazine_t::deviceID);
+    warn("fcals", records.fcals, "deviceID", &api_FCAL_t::deviceID);
+    warn("cagesPS", records.cagesPS, "name", &api_CagePS_t::name);
+    return array;
+}
+
 template Firmware parse(const std::string&, const std::string&);
 template State parse(const std::string&, const std::string&);
 

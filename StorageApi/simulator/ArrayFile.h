@@ -13,6 +13,18 @@
 namespace qbxsim
 {
 
+/// False for a place without a magazine.
+inline bool isThere(const api_Magazine_t& magazine)
+{
+    return !magazine.isAbsent;
+}
+
+template <class Element>
+bool isThere(const Element&)
+{
+    return true;
+}
+
 /// The records that the list queries hand out.
 struct Records
 {
@@ -71,6 +83,8 @@ struct State
 /// for a fault in it.
 template <class Content>
 Content parse(const std::string& file, const std::string& text);
+template <>
+Array parse(const std::string& file, const std::string& text);
 
 /// The text of a state file, for parse<State>.
 std::string formatState(const State& state);

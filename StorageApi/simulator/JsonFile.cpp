@@ -21,26 +21,76 @@ namespace
 {
 
 using Json = nlohmann::json;
-using Offsets = std::map<std::string, std::size_t>;
+using Event = Json::parse_event_t;
+using Lines = std::map<std::string, std::size_t>;
+
+constexpr int maxDepth = 64;
 
 template <class Key>
 std::string childPointer(const std::string& parent, const Key& key)
 {
-    return (Json::json_pointer(parent) / key).to_string();
+    return parent + (Json::json_pointer() / key).to_string();
 }
 
-/// Follows the parser through a text, to know which value stands where.
+/// The event of a value that has been parsed as a whole.
+bool isWhole(Event event)
+{
+    return event == Event::value || event == Event::object_end || event == Event::array_end;
+}
+
+/// Follows the parser through a text, to know what stands in which line. That takes its time, and
+/// is for when there is something to say of the text.
 class Outline
 {
 public:
-    explicit Outline(std::istream& stream) : stream_(stream) {}
+    /// `pointers` are those of the values that are looked for.
+    Outline(const std::string& file, const std::string& text, const std::set<std::string>& pointers)
+        : file_(file), text_(text), pointers_(pointers), stream_(text), counted_(text.begin())
+    {
+    }
 
-    /// Where the last byte stands that the parser has taken; a line break is the look-ahead after
-    /// a number.
-    std::size_t offset() const
+    /// Throws FileError for what is wrong with the text.
+    Lines lines()
+    {
+        const auto follow = [this](int depth, Event event, const Json& parsed) {
+            if (depth > maxDepth) fail("nested too deep");
+            step(event, parsed);
+            return !isWhole(event);  // and so not kept
+        };
+        try {
+            const Json nothing = Json::parse(stream_, follow);
+        } catch (const Json::parse_error& error) {
+            const std::string what = error.what();  // "... line 1, column 2: syntax error ..."
+            fail(what.substr(what.find(": ") + 2));
+        } catch (const Json::out_of_range&) {
+            fail(here() + ": the number is too big");
+        }
+        return lines_;
+    }
+
+private:
+    struct Level
+    {
+        std::string pointer;
+        std::size_t next = 0;     // index of the element that comes next
+        std::string member = {};  // pointer of the present member
+        Lines members = {};
+    };
+
+    [[noreturn]] void fail(const std::string& what)
+    {
+        throw FileError(file_ + ':' + std::to_string(line()) + ": " + what);
+    }
+
+    /// The line of the last byte that the parser has taken; a line break is the look-ahead after a
+    /// number.
+    std::size_t line()
     {
         const auto taken = stream_.rdbuf()->pubseekoff(0, std::ios::cur, std::ios::in);
-        return static_cast<std::size_t>(std::max<std::streamoff>(taken, 1) - 1);
+        const auto last = text_.begin() + std::max<std::streamoff>(taken, 1) - 1;
+        line_ += static_cast<std::size_t>(std::count(counted_, last, '\n'));
+        counted_ = last;
+        return line_;
     }
 
     /// The pointer of the value that is being parsed, or comes next.
@@ -51,38 +101,46 @@ public:
         return level.member.empty() ? childPointer(level.pointer, level.next) : level.member;
     }
 
-    /// Takes one step, and notes in `offsets` where a value starts. False for a key that is given
-    /// twice.
-    bool follow(Json::parse_event_t event, const Json& parsed, Offsets& offsets)
+    void step(Event event, const Json& parsed)
     {
-        using Event = Json::parse_event_t;
         if (event == Event::object_end || event == Event::array_end) {
             levels_.pop_back();
-            return true;
+            return;
         }
         if (event == Event::key) {
             Level& level = levels_.back();
             level.member = childPointer(level.pointer, parsed.get<std::string>());
-            return offsets.emplace(level.member, offset()).second;
+            const auto [first, isNew] = level.members.emplace(level.member, line());
+            const std::string before = std::to_string(first->second);
+            if (!isNew) fail(level.member + ": duplicate key, first in line " + before);
         }
         const std::string pointer = here();
-        offsets.emplace(pointer, offset());  // a member stands where its key does
+        if (pointers_.count(pointer) > 0) lines_.emplace(pointer, line());
+        if (event == Event::key) return;  // a member stands where its key does
         if (!levels_.empty()) ++levels_.back().next;
         if (event != Event::value) levels_.push_back({pointer});
-        return true;
     }
 
-private:
-    struct Level
-    {
-        std::string pointer;
-        std::size_t next = 0;     // index of the element that comes next
-        std::string member = {};  // pointer of the present member
-    };
-
-    std::istream& stream_;
+    const std::string& file_;
+    const std::string& text_;
+    const std::set<std::string>& pointers_;
+    std::istringstream stream_;
+    std::string::const_iterator counted_;  // up to here the line breaks are counted
+    std::size_t line_ = 1;
     std::vector<Level> levels_;
+    Lines lines_;
 };
+
+/// The pointer of `value`, which is `parent` or inside of it.
+std::optional<std::string> pointerTo(const Json& value, const Json& parent,
+                                     const std::string& pointer)
+{
+    if (&value == &parent) return pointer;
+    if (!parent.is_structured()) return std::nullopt;
+    for (const auto& [key, child] : parent.items())
+        if (auto found = pointerTo(value, child, childPointer(pointer, key))) return found;
+    return std::nullopt;
+}
 
 std::string bytesFromHex(const JsonValue& value, std::string digits)
 {
@@ -126,8 +184,8 @@ template <class Words>
 std::string joined(const Words& words)
 {
     std::string text;
-    for (const std::string& word : words)
-        text += (text.empty() ? "" : ", ") + word;
+    for (const std::string_view word : words)
+        text.append(text.empty() ? "" : ", ").append(word);
     return text;
 }
 
@@ -142,10 +200,15 @@ std::string readFile(const std::string& path, std::size_t maxSize)
         throw failure(EINVAL, path);
     // What is a FIFO by now does not hold us.
     const Descriptor file(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC), path);
+    struct stat opened = {};
+    checked(fstat(file.number, &opened), path);
+    const auto size = static_cast<std::size_t>(opened.st_size);
+    if (size > maxSize) throw failure(EFBIG, path);
     std::string text;
+    text.reserve(size);
     char part[65536];
-    while (const std::size_t size = checked(read(file.number, part, sizeof part), path)) {
-        text.append(part, size);
+    while (const std::size_t count = checked(read(file.number, part, sizeof part), path)) {
+        text.append(part, count);
         if (text.size() > maxSize) throw failure(EFBIG, path);
     }
     return text;
@@ -179,67 +242,78 @@ WatchedFile::Stamp WatchedFile::stampOf(const std::string& path)
 std::optional<std::string> WatchedFile::readIfChanged()
 {
     constexpr std::time_t clockStepSeconds = 2;  // the coarsest file times in use
+    constexpr std::size_t maxSize = 512 << 20;
     const Stamp now = stampOf(path_);
     if (isSettled_ && now == seen_) return std::nullopt;
     seen_ = now;
     isSettled_ = false;
     try {
-        std::string text = readFile(path_);
+        std::string text = readFile(path_, maxSize);
         failure_.clear();
         isSettled_ = std::time(nullptr) - std::get<3>(now) > clockStepSeconds;
-        if (text_ == text) return std::nullopt;
-        return text_ = std::move(text);
+        const std::pair content(text.size(), std::hash<std::string>()(text));
+        if (std::exchange(content_, content) == content) return std::nullopt;
+        return text;
     } catch (const std::system_error& error) {
         if (std::exchange(failure_, error.code()) == error.code()) return std::nullopt;
         throw;
     }
 }
 
-JsonValue::Document::Document(std::string file, std::string text)
-    : file_(std::move(file)), text_(std::move(text))
+JsonValue::Document::Document(const std::string& file, const std::string& text,
+                              const Readers& readers)
+    : file_(file), text_(text)
 {
-    std::istringstream stream(text_);
-    Outline outline(stream);
-    const auto follow = [&](int depth, Json::parse_event_t event, const Json& parsed) {
-        if (depth > 64) fail(outline.offset(), "nested too deep");
-        const bool isNew = outline.follow(event, parsed, offsets_);
-        if (!isNew) {
-            const std::string key = outline.here();
-            fail(outline.offset(),
-                 key + ": duplicate key, first in line " + lineOf(offsets_.at(key)));
+    std::vector<std::size_t> keys;  // how many each open object has been given
+    auto reader = readers.end();    // of the list that is being parsed
+    std::size_t index = 0;
+    const auto follow = [&](int depth, Event event, const Json& parsed) {
+        if (depth > maxDepth) refuse();
+        if (event == Event::object_start) keys.push_back(0);
+        if (event == Event::key) ++keys.back();
+        if (event == Event::object_end) {
+            if (keys.back() != parsed.size()) refuse();  // one was given twice
+            keys.pop_back();
         }
-        return true;
+        if (depth == 1) {
+            index = 0;
+            if (event == Event::key) reader = readers.find(parsed.get_ref<const std::string&>());
+            if (event == Event::object_start) reader = readers.end();  // no list
+        }
+        const bool isElement = depth == 2 && isWhole(event) && reader != readers.end();
+        if (isElement) {
+            top_ = &parsed;
+            topPointer_ = '/' + reader->first + '/' + std::to_string(index++);
+            reader->second(JsonValue(*this, parsed));
+        }
+        return !isElement;
     };
     try {
-        json_ = Json::parse(stream, follow);
-    } catch (const Json::parse_error& error) {
-        const std::string what = error.what();  // "... line 1, column 2: syntax error ..."
-        fail(outline.offset(), what.substr(what.find(": ") + 2));
-    } catch (const Json::out_of_range&) {
-        fail(outline.offset(), outline.here() + ": the number is too big");
+        json_ = Json::parse(text_, follow);
+    } catch (const Json::exception&) {
+        refuse();
     }
+    top_ = &json_;
+    topPointer_.clear();
 }
 
-void JsonValue::Document::fail(std::size_t offset, const std::string& what) const
+Lines JsonValue::Document::linesOf(const std::set<std::string>& pointers) const
 {
-    throw FileError(file_ + ':' + lineOf(offset) + ": " + what);
+    return Outline(file_, text_, pointers).lines();
 }
 
-std::string JsonValue::Document::lineOf(std::size_t offset) const
+std::string JsonValue::Document::placed(std::size_t line, const std::string& pointer,
+                                        const std::string& what) const
 {
-    const auto end = text_.begin() + static_cast<std::ptrdiff_t>(offset);
-    return std::to_string(1 + std::count(text_.begin(), end, '\n'));
+    const std::string field = pointer.empty() ? "/" : pointer;
+    return file_ + ':' + std::to_string(line) + ": " + field + ": " + what;
 }
 
 void JsonValue::fail(const std::string& what) const
 {
-    throw FileError(placed(what));
-}
-
-std::string JsonValue::placed(const std::string& what) const
-{
-    const std::string field = pointer_.empty() ? "/" : pointer_;
-    return document_->file_ + ':' + line() + ": " + field + ": " + what;
+    const std::string pointer = pointerTo(*json_, *document_->top_, document_->topPointer_).value();
+    const std::size_t line = document_->linesOf({pointer}).at(pointer);
+    throw FileError(document_->placed(line, pointer, what));
 }
 
 void JsonValue::read(bool& target) const
@@ -268,7 +342,7 @@ std::uint64_t JsonValue::number(std::uint64_t max) const
     if (isNumber) {
         number = json_->get<std::uint64_t>();
     } else if (json_->is_string()) {
-        const std::string text = json_->get<std::string>();
+        const auto& text = json_->get_ref<const std::string&>();
         const char* const end = text.data() + text.size();
         if (text.rfind("0x", 0) == 0) {
             const auto [stop, error] = std::from_chars(text.data() + 2, end, number, 16);
@@ -289,12 +363,12 @@ std::int32_t JsonValue::code(const std::type_info& type) const
         if (isTooBig || number < INT32_MIN) fail("number does not fit 32 bits");
         return static_cast<std::int32_t>(number);
     }
-    std::vector<std::string> known;
-    for (const CodeName& code : codeNames()) {
-        if (*code.type != type) continue;
-        if (*json_ == code.name) return code.value;
-        known.push_back(code.name);
-    }
+    const std::string name = json_->is_string() ? json_->get<std::string>() : "";
+    std::vector<std::string_view> known;
+    for (const CodeName& code : codeNames())
+        if (code.name == name && *code.type == type) return code.value;
+    for (const CodeName& code : codeNames())
+        if (*code.type == type) known.push_back(code.name);
     fail("expected a number" + (known.empty() ? "" : " or one of " + joined(known)));
 }
 
@@ -306,21 +380,22 @@ std::vector<JsonValue> JsonValue::elements(std::size_t max) const
              std::to_string(max));
     std::vector<JsonValue> values;
     for (const Json& value : *json_)
-        values.push_back({*document_, value, childPointer(pointer_, values.size())});
+        values.push_back({*document_, value});
     return values;
 }
 
 JsonObject::JsonObject(const JsonValue& value) : value_(value)
 {
     if (!value_.json_->is_object()) value_.fail("expected an object");
+    known_.reserve(32);  // more than a record has
 }
 
 std::optional<JsonValue> JsonObject::find(const char* name)
 {
-    known_.insert(name);
+    known_.push_back(name);
     const auto field = value_.json_->find(name);
     if (field == value_.json_->end()) return std::nullopt;
-    return JsonValue(*value_.document_, *field, childPointer(value_.pointer_, name));
+    return JsonValue(*value_.document_, *field);
 }
 
 void JsonObject::oneArmOf(std::initializer_list<const char*> names)
@@ -336,9 +411,10 @@ void JsonObject::oneArmOf(std::initializer_list<const char*> names)
 void JsonObject::done() const
 {
     for (const auto& [name, field] : value_.json_->items())
-        if (known_.count(name) == 0)
-            JsonValue(*value_.document_, field, childPointer(value_.pointer_, name))
-                .fail("unknown field; known here: " + joined(known_));
+        if (std::find(known_.begin(), known_.end(), name) == known_.end())
+            JsonValue(*value_.document_, field)
+                .fail("unknown field; known here: " +
+                      joined(std::set<std::string_view>(known_.begin(), known_.end())));
 }
 
 }  // namespace qbxsim

@@ -4,12 +4,14 @@
 #include <nlohmann/json.hpp>
 
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <map>
 #include <optional>
 #include <set>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <tuple>
 #include <type_traits>
@@ -29,7 +31,7 @@ public:
 
 /// The contents of a regular file of at most `maxSize` bytes. Throws std::system_error with the
 /// reason and the path.
-std::string readFile(const std::string& path, std::size_t maxSize = 64 << 20);
+std::string readFile(const std::string& path, std::size_t maxSize);
 
 /// Replaces a file as a whole: nobody finds half of it, and nothing has changed when this throws
 /// std::system_error.
@@ -58,7 +60,7 @@ private:
     Stamp seen_;
     bool isSettled_ = false;  // the stamp tells of every further change
     std::error_code failure_;
-    std::optional<std::string> text_;
+    std::optional<std::pair<std::size_t, std::size_t>> content_;  // its size and hash
 };
 
 /// What a code of an enumeration is called in a file.
@@ -72,34 +74,45 @@ struct CodeName
 /// The codes of all enumerations that a file can hold.
 const std::vector<CodeName>& codeNames();
 
-/// One value of a JSON file, and where it stands. Copies are cheap; the Document must outlive them.
+/// One value of a JSON file. Copies are cheap; the Document must outlive them.
 class JsonValue
 {
 public:
-    /// A parsed file. Throws FileError for a syntax error and for a key given twice.
+    /// Takes each element of a list at the top level, by the key of the list.
+    using Readers = std::map<std::string, std::function<void(const JsonValue&)>>;
+
+    /// A parsed file, whose name and text must outlive it.
     class Document
     {
     public:
-        Document(std::string file, std::string text);
-        JsonValue root() const { return JsonValue(*this, json_, ""); }
+        /// Gives the elements of the lists in `readers` to these as soon as each has been parsed,
+        /// and does not keep them: such a list is empty in the document. Throws FileError for a
+        /// syntax error and for a key given twice.
+        Document(const std::string& file, const std::string& text, const Readers& readers = {});
+        Document(const Document&) = delete;
+        JsonValue root() const { return JsonValue(*this, json_); }
+
+        /// The lines in which values stand, given by their JSON pointers. Parses the text once
+        /// more, slowly.
+        std::map<std::string, std::size_t> linesOf(const std::set<std::string>& pointers) const;
+        /// The text of a fault, or warning, with the place of a value.
+        std::string placed(std::size_t line, const std::string& pointer,
+                           const std::string& what) const;
 
     private:
         friend class JsonValue;
-        [[noreturn]] void fail(std::size_t offset, const std::string& what) const;
-        std::string lineOf(std::size_t offset) const;
+        /// Throws FileError for what is wrong with the text, which the parser alone cannot place.
+        void refuse() const { linesOf({}); }
 
-        std::string file_;
-        std::string text_;
-        std::map<std::string, std::size_t> offsets_;  // of every value in the text, by its pointer
+        const std::string& file_;
+        const std::string& text_;
         nlohmann::json json_;
+        const nlohmann::json* top_ = &json_;  // what is being read: an element, then the whole
+        std::string topPointer_;
     };
 
     /// Throws FileError for this value.
     [[noreturn]] void fail(const std::string& what) const;
-    /// The text of a fault, or warning, with the place of this value.
-    std::string placed(const std::string& what) const;
-    /// The number of the line in which the value stands.
-    std::string line() const { return document_->lineOf(document_->offsets_.at(pointer_)); }
 
     // Reading: each throws FileError when the value is of another kind or out of the target's
     // range.
@@ -155,8 +168,8 @@ public:
 
 private:
     friend class JsonObject;
-    JsonValue(const Document& document, const nlohmann::json& json, std::string pointer)
-        : document_(&document), json_(&json), pointer_(std::move(pointer))
+    JsonValue(const Document& document, const nlohmann::json& json)
+        : document_(&document), json_(&json)
     {
     }
 
@@ -165,7 +178,6 @@ private:
 
     const Document* document_;
     const nlohmann::json* json_;
-    std::string pointer_;
 };
 
 /// A JSON object being read field by field. Every field is optional unless it is needed; after the
@@ -208,7 +220,7 @@ public:
 
 private:
     JsonValue value_;
-    std::set<std::string> known_;
+    std::vector<std::string_view> known_;
 };
 
 template <class T, std::enable_if_t<std::is_enum_v<T> || std::is_class_v<T>, int>>

@@ -53,17 +53,6 @@ const User* findUser(const Array& array, const std::string& name)
     return user == array.users.end() ? nullptr : &*user;
 }
 
-bool isThere(const api_Magazine_t& magazine)
-{
-    return !magazine.isAbsent;
-}
-
-template <class Element>
-bool isThere(const Element&)
-{
-    return true;
-}
-
 /// The element with that deviceID. Throws Refusal when there is none.
 template <class List>
 auto& named(List& list, const char* kind, const std::string& name)
@@ -369,8 +358,9 @@ void Simulator::restoreLocations(Array& array) const
 
 State Simulator::readState() const
 {
+    constexpr std::size_t maxSize = 64 << 20;
     try {
-        return parse<State>(statePath_, readFile(statePath_));
+        return parse<State>(statePath_, readFile(statePath_, maxSize));
     } catch (const std::system_error& error) {
         if (error.code() == std::errc::no_such_file_or_directory) return {};
         throw;

@@ -42,7 +42,8 @@ TEST_F(ArrayFileTest, NamesTheLineOfASyntaxError)
 {
     EXPECT_EQ(faultIn("{\n\"storageArray\": {},\n}"),
               "3: syntax error while parsing object key - unexpected '}'; expected string literal");
-    EXPECT_EQ(faultIn(std::string(100, '[')), "1: nested too deep");
+    const std::string deep = std::string(1'000'000, '[') + std::string(1'000'000, ']');
+    EXPECT_EQ(faultIn("{\"a\":\n" + deep + ", \"storageArray\": 0}"), "2: nested too deep");
     EXPECT_EQ(faultIn("{\"a\": [0,\n{\"b/c\":\n-1e999\n}]}"),
               "3: /a/1/b~1c: the number is too big");
 }
@@ -55,6 +56,23 @@ TEST_F(ArrayFileTest, NamesTheLineOfAValue)
     EXPECT_EQ(faultIn("{\"storageArray\": {\"operationalStatus\": [1,\n2,\n\"\"\n]}}"),
               "3: /storageArray/operationalStatus/2: expected a whole number from 0 to 65535, or "
               "\"0x\" and hexadecimal digits");
+}
+
+TEST_F(ArrayFileTest, NamesTheLineOfAValueFarDown)
+{
+    std::string text = "{\"storageArray\": {}, \"cages\": [], \"magazines\": [\n";
+    for (int number = 0; number < 100; ++number)
+        text += "{\"deviceID\": \"m" + std::to_string(number) + "\"},\n";
+    const auto fault = [&](const std::string& last) { return faultIn(text + last + "\n]}"); };
+    EXPECT_EQ(fault("{\"isAbsent\": true,\n\"mfg\": {\"serial\": 7}}"),
+              "103: /magazines/100/mfg/serial: expected a string");
+    EXPECT_EQ(fault("7"), "102: /magazines/100: expected an object");
+    EXPECT_EQ(fault("{\"deviceID\": \"\", \"mfg\": {\"model\": \"\",\n\"model\": \"\"}}"),
+              "103: /magazines/100/mfg/model: duplicate key, first in line 102");
+    EXPECT_EQ(fault("{\"deviceID\": \"m98\"}"),
+              "102: /magazines/100/deviceID: 'm98' is given twice, first in line 100\n");
+    EXPECT_EQ(fault("{\"isAbsent\": true}],\n\"fcals\": {\"deviceID\": {}}, \"users\": ["),
+              "103: /fcals: expected an array");
 }
 
 TEST_F(ArrayFileTest, AcceptsOnlyHostNamesAsNameOfTheArray)

@@ -71,6 +71,23 @@ TEST_F(ServiceTest, ServesAChangedFileWhenTheLastChangeIsLongAgo)
     EXPECT_EQ(firstCage(), "b");
 }
 
+TEST_F(ServiceTest, KeepsTheArrayWhenTheSameContentsAreWrittenAgain)
+{
+    for (int time = 0; time < 2; ++time) {
+        serveCage("a");
+        EXPECT_EQ(firstCage(), "a");
+    }
+    EXPECT_EQ(logged(), "3 no hardware: is in service\n");
+}
+
+TEST_F(ServiceTest, RefusesAFileOfMoreThan512MiB)
+{
+    std::filesystem::resize_file(path("array.json"), (std::uintmax_t{512} << 20) + 1);
+    api_StorageArray_t record = {};
+    EXPECT_EQ(api_getStorageArray(&record), QBXSIM_NO_ARRAY);
+    EXPECT_EQ(logged(), "2 File too large (no array is in service until it is mended)\n");
+}
+
 TEST_F(ServiceTest, LeavesTheLastGoodArrayInServiceWhileTheFileIsBadOrAway)
 {
     serveCage("good");
