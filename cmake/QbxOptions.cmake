@@ -10,7 +10,7 @@ target_compile_options(qbx_build_options INTERFACE -Wall -Wextra -Wpedantic -Wco
   $<$<NOT:$<BOOL:$<TARGET_PROPERTY:UNITY_BUILD>>>:-Wshadow>
   # Of Clang, -Wconversion takes in changes of sign too; GCC's, in C++, does not.
   $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-Wno-sign-conversion>
-  # The fixed texts of trace lines are handed to the array's log as formats. Clang and Ubuntu's GCC warn of that.
+  # The fixed texts of trace lines are handed to the array's log as formats; Clang and Ubuntu's GCC warn of that.
   -Wno-format-security
   $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast> $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
   $<$<COMPILE_LANGUAGE:CXX>:-Woverloaded-virtual>)

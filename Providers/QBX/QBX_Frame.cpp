@@ -16,6 +16,11 @@ namespace Pegasus
 namespace QBX_Frame
 {
 
+void trace(const char* line)
+{
+    log_message(QBX_LOG_TRACE, line);
+}
+
 const CIMNamespaceName& nameSpace()
 {
     static const CIMNamespaceName name(QBX_NAMESPACE);

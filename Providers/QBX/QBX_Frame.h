@@ -36,10 +36,7 @@ struct Traces
 };
 
 /// Writes a line without arguments at trace level.
-inline void trace(const char* line)
-{
-    log_message(QBX_LOG_TRACE, line);
-}
+void trace(const char* line);
 
 /// The namespace of everything the array's modules publish.
 const CIMNamespaceName& nameSpace();
