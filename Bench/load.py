@@ -15,7 +15,7 @@ import time
 import urllib.parse
 
 CLIENTS = 8
-MOST_FOR_MANY = 0.05  # seconds of a request that many clients send at once
+MOST_FOR_MANY, MOST_FOR_MANY_NAMES = 0.05, 1.0  # seconds of a request that many clients send at once
 REST = 2.0  # seconds after which a server has given back what it will
 CLASSES: tuple[str, ...] = ("QBX_Magazine", "QBX_DriveCage", "QBX_CageInterfaceCard", "QBX_CageSensor")
 CLASSES += ("QBX_MagazineInDriveCage", "QBX_SysCageContainer")
@@ -54,6 +54,8 @@ class Connection:
         self.socket.sendall(request)
         head = [self.file.readline()]
         self.waited = time.monotonic() - start
+        if not head[0]:
+            raise ConnectionError("the server has closed the connection")
         head += iter(self.file.readline, b"\r\n")
         if b" 200 " not in head[0]:
             raise ValueError(b"".join(head).decode())
@@ -211,28 +213,26 @@ def measured(urls, requests, seconds, rounds, send):
     }
 
 
-# {when: {server: MiB}}, each when the server has rested: at the start, after large replies, and after a day's
-# work, which is lists of instances and of names by several clients at once, and small requests.
-def memories(urls, requests):
-    found: dict[str, dict] = {}
+# {when: {server: MiB}}, each when the server has rested: after large replies, and after a day's work, which is
+# lists of instances and of names by several clients at once, and small requests.
+def memories(server, url, ask):
+    found = {}
 
-    def note(when, server):
-        found.setdefault(when, {})[server] = memory(urls[server])
+    def note(when):
+        found[when] = {server: memory(url)}
 
-    for server, url in urls.items():
-        ask = requests[server]
-        sent(url, ask[LARGEST], 0, CLIENTS)
-        time.sleep(REST)
-        note("after large replies", server)
-        sent_by_many(url, ask[LARGEST], 0)
-        note("just after large replies at once", server)
-        for _ in range(4):
-            sent_by_many(url, ask["EnumerateInstances QBX_DriveCage"], 0)
-            sent_by_many(url, ask["EnumerateInstanceNames QBX_DriveCage"], 0)
-        for _ in range(20):
-            sent(url, ask["GetInstance QBX_SystemPackage, static"], 0)
-        time.sleep(REST)
-        note("aged", server)
+    sent(url, ask[LARGEST], 0, CLIENTS)
+    time.sleep(REST)
+    note("after large replies")
+    sent_by_many(url, ask[LARGEST], 0)
+    note("just after large replies at once")
+    for _ in range(4):
+        sent_by_many(url, ask["EnumerateInstances QBX_DriveCage"], 0)
+        sent_by_many(url, ask["EnumerateInstanceNames QBX_DriveCage"], 0)
+    for _ in range(20):
+        sent(url, ask["GetInstance QBX_SystemPackage, static"], 0)
+    time.sleep(REST)
+    note("aged")
     return found
 
 
@@ -240,18 +240,17 @@ def memories(urls, requests):
 # The last columns: how many times as fast the first server is as each of the others, by CPU time.
 def load(urls, pattern, seconds, rounds):
     fresh = {server: memory(url) for server, url in urls.items()}
-    connections = {server: Connection(url) for server, url in urls.items()}
-    requests = {server: rows(connection) for server, connection in connections.items()}
+    requests = {server: rows(Connection(url)) for server, url in urls.items()}
     print(f"{'':46}" + "".join(f"{server:>60}" for server in urls))
     print(f"{'clients':>46}" + "    CPU ms    client     first       p50       p99     per s" * len(urls))
     found = {}
     for row in filter(re.compile(pattern).search, next(iter(requests.values()))):
         request = {server: requests[server][row] for server in urls}
         start = time.monotonic()
-        for server in urls:
-            connections[server].checked(request[server])
+        for server, url in urls.items():
+            Connection(url).checked(request[server])
         # Eight requests at once that each take long would only measure the queue.
-        many = time.monotonic() - start < MOST_FOR_MANY or "Names" in row
+        many = time.monotonic() - start < (MOST_FOR_MANY_NAMES if "Names" in row else MOST_FOR_MANY)
         for clients, send in ((1, sent), (CLIENTS, sent_by_many))[: 2 if many else 1]:
             by_server = found[f"{row}, {clients}"] = measured(urls, request, seconds, rounds, send)
             columns = "{cpu_ms:10.3f}{client_ms:10.3f}{first_byte_ms:10.2f}{p50_ms:10.2f}{p99_ms:10.2f}"
@@ -260,8 +259,8 @@ def load(urls, pattern, seconds, rounds):
             first, *others = (figures["cpu_ms"] for figures in by_server.values())
             ratios = "".join(f"{other / first:7.2f}" for other in others)
             print(f"{row:44}{clients:2}{line}{ratios}", flush=True)
-    connections.clear()
-    resident = {"fresh": fresh} | memories(urls, requests)
+    first_server, url = next(iter(urls.items()))
+    resident = {"fresh": fresh} | memories(first_server, url, requests[first_server])
     for when, by_server in resident.items():
         sizes = (f"{each['resident']:10} MiB, peak {each['peak']}" for each in by_server.values())
         print(f"{when:46}" + "".join(f"{size:40}" for size in sizes))

@@ -39,12 +39,7 @@ CIMProperty InstanceHandle::getProperty(Uint32 index)
 CIMConstProperty InstanceHandle::getProperty(Uint32 index) const
 {
     if (index >= getPropertyCount()) throwOutOfBounds();
-    const cimom::InstanceProperties& properties = object().properties;
-    const cimom::InstanceProperty property = properties[index];
-    // A declaration with another value is not yet a property by itself.
-    if (&property.value != &property.declaration.value)
-        return CIMConstProperty(properties.copy(index));
-    return CIMConstProperty(properties.declaration(index));
+    return CIMProperty(shared(), index);
 }
 
 Uint32 InstanceHandle::getPropertyCount() const

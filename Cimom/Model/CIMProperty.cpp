@@ -16,19 +16,58 @@ bool fitsArraySize(const CIMValue& value, Uint32 arraySize)
 
 }  // namespace
 
-CIMProperty::CIMProperty(std::shared_ptr<cimom::Property> property) : property_(std::move(property))
+namespace detail
+{
+
+PropertyHandle::PropertyHandle(std::shared_ptr<cimom::Property> property)
+    : property_(std::move(property))
+{
+}
+
+PropertyHandle::PropertyHandle(std::shared_ptr<cimom::Instance> instance, Uint32 position)
+    : instance_(std::move(instance)), position_(position)
+{
+}
+
+cimom::InstanceProperty PropertyHandle::get() const
+{
+    if (instance_) return instance_->properties[position_];
+    if (!property_) throwUninitialized();
+    return {*property_, property_->value};
+}
+
+const CIMName& PropertyHandle::getName() const
+{
+    return get().declaration.name;
+}
+
+const CIMValue& PropertyHandle::getValue() const
+{
+    return get().value;
+}
+
+CIMProperty PropertyHandle::clone() const
+{
+    if (instance_) return CIMProperty(instance_->properties.copy(position_));
+    return CIMProperty(std::make_shared<cimom::Property>(get().declaration));
+}
+
+}  // namespace detail
+
+CIMProperty::CIMProperty(std::shared_ptr<cimom::Property> property)
+    : PropertyHandle(std::move(property))
 {
 }
 
 CIMProperty::CIMProperty(std::shared_ptr<cimom::Instance> instance, Uint32 position)
-    : instance_(std::move(instance)), position_(position)
+    : PropertyHandle(std::move(instance), position)
 {
 }
 
 CIMProperty::CIMProperty(const CIMName& name, const CIMValue& value, Uint32 arraySize,
                          const CIMName& referenceClassName, const CIMName& classOrigin,
                          Boolean propagated)
-    : property_(std::make_shared<cimom::Property>(
+    : PropertyHandle(std::make_shared<cimom::Property>(
           cimom::Property{name, value, arraySize, referenceClassName, classOrigin, propagated, {}}))
 {
     const bool isReference = value.getType() == CIMTYPE_REFERENCE;
@@ -42,25 +81,9 @@ std::shared_ptr<cimom::Property> CIMProperty::shared() const
     return instance_ ? instance_->properties.own(position_) : property_;
 }
 
-const CIMName& CIMProperty::getName() const
-{
-    return where().declaration.name;
-}
-
-const CIMValue& CIMProperty::getValue() const
-{
-    return where().value;
-}
-
-CIMProperty CIMProperty::clone() const
-{
-    if (instance_) return CIMProperty(instance_->properties.copy(position_));
-    return CIMProperty(std::make_shared<cimom::Property>(where().declaration));
-}
-
 void CIMProperty::setValue(const CIMValue& value)
 {
-    const cimom::InstanceProperty present = where();
+    const cimom::InstanceProperty present = get();
     if (!present.value.typeCompatible(value) ||
         !fitsArraySize(value, present.declaration.arraySize))
         throw TypeMismatchException();
@@ -70,26 +93,9 @@ void CIMProperty::setValue(const CIMValue& value)
         property_->value = value;
 }
 
-cimom::InstanceProperty CIMProperty::where() const
+CIMConstProperty::CIMConstProperty(const std::shared_ptr<const cimom::Property>& property)
+    : PropertyHandle(std::const_pointer_cast<cimom::Property>(property))  // and never changed
 {
-    if (instance_) return instance_->properties[position_];
-    if (!property_) detail::throwUninitialized();
-    return {*property_, property_->value};
-}
-
-const CIMName& CIMConstProperty::getName() const
-{
-    return object().name;
-}
-
-const CIMValue& CIMConstProperty::getValue() const
-{
-    return object().value;
-}
-
-CIMProperty CIMConstProperty::clone() const
-{
-    return CIMProperty(std::make_shared<cimom::Property>(object()));
 }
 
 }  // namespace Pegasus

@@ -21,11 +21,19 @@ bool identical(const Qualifiers& a, const Qualifiers& b)
                       [](const Qualifier& x, const Qualifier& y) { return identical(x, y); });
 }
 
+/// All but the values.
+bool declaredAlike(const Property& a, const Property& b)
+{
+    return a.name.equal(b.name) && a.referenceClassName.equal(b.referenceClassName) &&
+           a.classOrigin.equal(b.classOrigin) && a.propagated == b.propagated &&
+           identical(a.qualifiers, b.qualifiers);
+}
+
 bool identical(const InstanceProperties& a, const InstanceProperties& b)
 {
     bool same = a.size() == b.size();
     for (std::size_t i = 0; same && i < a.size(); ++i)
-        same = identical(a[i].declaration, b[i].declaration) && a[i].value.equal(b[i].value);
+        same = declaredAlike(a[i].declaration, b[i].declaration) && a[i].value.equal(b[i].value);
     return same;
 }
 
@@ -64,7 +72,7 @@ Uint32 InstanceProperties::positionOf(const CIMName& name) const
 std::shared_ptr<const Property> InstanceProperties::declaration(std::size_t position) const
 {
     const Slot& slot = slots_[position];
-    if (const auto* const own = ownProperty(slot)) return *own;
+    if (slot.own != none) return own_[slot.own];
     return definition_->properties[slot.declared];
 }
 
@@ -76,37 +84,36 @@ std::shared_ptr<Property> InstanceProperties::copy(std::size_t position) const
     return copy;
 }
 
-template <class ValueOrProperty>
-void InstanceProperties::putOwn(Slot& slot, const ValueOrProperty& own)
+void InstanceProperties::setOwn(Slot& slot, const std::shared_ptr<Property>& own)
 {
-    if (slot.own != none) {
-        own_[slot.own] = own;
-    } else {
-        slot.own = Uint32(own_.size());
-        if (own_.empty()) own_.reserve((slots_.size() + 1) / 2);  // those are likely to follow
-        own_.emplace_back(own);
-    }
+    slot.own = Uint32(own_.size());
+    own_.push_back(own);
 }
 
 void InstanceProperties::push_back(const std::shared_ptr<Property>& own)
 {
-    putOwn(slots_.emplace_back(Slot{none, none}), own);
+    setOwn(slots_.emplace_back(Slot{none, none, none}), own);
 }
 
 void InstanceProperties::setValue(std::size_t position, const CIMValue& value)
 {
     Slot& slot = slots_[position];
-    if (const auto* const own = ownProperty(slot))
-        (*own)->value = value;
-    else
-        putOwn(slot, value);
+    if (slot.own != none) {
+        own_[slot.own]->value = value;
+    } else if (slot.value != none) {
+        values_[slot.value] = value;
+    } else {
+        slot.value = Uint32(values_.size());
+        values_.reserve(slots_.size());
+        values_.push_back(value);
+    }
 }
 
 const std::shared_ptr<Property>& InstanceProperties::own(std::size_t position)
 {
     Slot& slot = slots_[position];
-    if (!ownProperty(slot)) putOwn(slot, copy(position));
-    return std::get<std::shared_ptr<Property>>(own_[slot.own]);
+    if (slot.own == none) setOwn(slot, copy(position));
+    return own_[slot.own];
 }
 
 void InstanceProperties::hide(bool qualifiersShown, bool originsShown)
@@ -120,7 +127,7 @@ void InstanceProperties::hide(bool qualifiersShown, bool originsShown)
         const auto shown = copy(i);
         if (hidesQualifiers) shown->qualifiers = Qualifiers();
         if (hidesOrigin) shown->classOrigin.clear();
-        putOwn(slots_[i], shown);
+        setOwn(slots_[i], shown);
     }
 }
 
@@ -136,18 +143,15 @@ void InstanceProperties::select(const std::vector<Uint32>& positions)
 InstanceProperties InstanceProperties::clone() const
 {
     InstanceProperties copy(*this);
-    for (Own& own : copy.own_) {
-        if (auto* const property = std::get_if<std::shared_ptr<Property>>(&own))
-            *property = std::make_shared<Property>(**property);
-    }
+    copy.values_.reserve(size());
+    for (auto& own : copy.own_)
+        own = std::make_shared<Property>(*own);
     return copy;
 }
 
 bool identical(const Property& a, const Property& b)
 {
-    return a.name.equal(b.name) && a.value.equal(b.value) &&
-           a.referenceClassName.equal(b.referenceClassName) && a.classOrigin.equal(b.classOrigin) &&
-           a.propagated == b.propagated && identical(a.qualifiers, b.qualifiers);
+    return declaredAlike(a, b) && a.value.equal(b.value);
 }
 
 bool identical(const Instance& a, const Instance& b)

@@ -12,7 +12,6 @@
 #include <cstddef>
 #include <memory>
 #include <utility>
-#include <variant>
 #include <vector>
 
 namespace cimom
@@ -205,9 +204,9 @@ public:
     InstanceProperty operator[](std::size_t position) const
     {
         const Slot& slot = slots_[position];
-        if (const auto* const property = ownProperty(slot)) return {**property, (*property)->value};
+        if (slot.own != none) return {*own_[slot.own], own_[slot.own]->value};
         const Property& declared = *definition_->properties[slot.declared];
-        return {declared, slot.own == none ? declared.value : std::get<CIMValue>(own_[slot.own])};
+        return {declared, slot.value == none ? declared.value : values_[slot.value]};
     }
     /// PEG_NOT_FOUND when there is none of that name (ignoring case).
     Uint32 positionOf(const CIMName& name) const;
@@ -218,7 +217,7 @@ public:
 
     void reserve(std::size_t size) { slots_.reserve(size); }
     /// Adds the property at that position of the class.
-    void addDeclared(Uint32 position) { slots_.push_back({position, none}); }
+    void addDeclared(Uint32 position) { slots_.push_back({position, none, none}); }
     /// Adds one of the instance's own.
     void push_back(const std::shared_ptr<Property>& own);
     /// Its type has to be the property's.
@@ -237,21 +236,16 @@ private:
     struct Slot
     {
         Uint32 declared;  ///< where the class has it
-        Uint32 own;       ///< where own_ has its value, or itself
+        Uint32 value;     ///< where values_ has the instance's value of it
+        Uint32 own;       ///< where own_ has the instance's own, which counts then
     };
-    using Own = std::variant<CIMValue, std::shared_ptr<Property>>;
 
-    /// Null when the instance has no more than a value there.
-    const std::shared_ptr<Property>* ownProperty(const Slot& slot) const
-    {
-        return std::get_if<std::shared_ptr<Property>>(slot.own == none ? nullptr : &own_[slot.own]);
-    }
-    template <class ValueOrProperty>
-    void putOwn(Slot& slot, const ValueOrProperty& own);
+    void setOwn(Slot& slot, const std::shared_ptr<Property>& own);
 
     ClassPtr definition_;  // keeps the class's properties; null when all are the instance's own
     std::vector<Slot> slots_;
-    std::vector<Own> own_;
+    std::vector<CIMValue> values_;  // room for all from the first on: others may refer to them
+    std::vector<std::shared_ptr<Property>> own_;
 };
 
 /// An instance.

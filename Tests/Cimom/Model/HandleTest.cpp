@@ -51,6 +51,9 @@ TEST(Handle, SharesPropertyOfAnInstanceThatWasBuiltFromAClass)
     CIMProperty first = instance.getProperty(0), second = instance.getProperty(0);
     first.setValue(CIMValue(Uint8(2)));
     const CIMInstance clone = instance.clone();
+    CIMInstance alike(CIMName("Sample"));
+    alike.addProperty(CIMProperty(CIMName("P"), CIMValue(Uint8(2))));
+    EXPECT_TRUE(clone.identical(alike));
     CIMInstance other(CIMName("Other"));
     other.addProperty(second);
     first.setValue(CIMValue(Uint8(3)));

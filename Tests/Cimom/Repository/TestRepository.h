@@ -92,7 +92,7 @@ inline std::string lines(const Pegasus::CIMInstance& instance)
 {
     std::string all = "\n";
     for (Uint32 i = 0; i < instance.getPropertyCount(); ++i)
-        all += text(instance.getProperty(i).object()) + "\n";
+        all += text(*instance.getProperty(i).clone().shared()) + "\n";
     return all;
 }
 

@@ -17,13 +17,45 @@ struct Property;
 namespace Pegasus
 {
 
-/// A property: a named value. A handle, on a property by itself or on one in an instance.
-class CIMProperty
+class CIMProperty;
+
+namespace detail
+{
+
+/// What both handles on properties offer. A handle is on a property by itself, or on one in an
+/// instance: that of a position.
+class PropertyHandle
+{
+public:
+    Boolean isUninitialized() const { return !property_ && !instance_; }
+    const CIMName& getName() const;
+    const CIMValue& getValue() const;
+    CIMType getType() const { return getValue().getType(); }
+    Boolean isArray() const { return getValue().isArray(); }
+    /// An independent deep copy.
+    CIMProperty clone() const;
+
+protected:
+    PropertyHandle() = default;
+    explicit PropertyHandle(std::shared_ptr<cimom::Property> property);
+    PropertyHandle(std::shared_ptr<cimom::Instance> instance, Uint32 position);
+
+    cimom::InstanceProperty get() const;
+
+    // At most one of them is there.
+    std::shared_ptr<cimom::Property> property_;
+    std::shared_ptr<cimom::Instance> instance_;
+    Uint32 position_ = 0;
+};
+
+}  // namespace detail
+
+/// A property: a named value. A handle.
+class CIMProperty : public detail::PropertyHandle
 {
 public:
     CIMProperty() = default;
     explicit CIMProperty(std::shared_ptr<cimom::Property> property);
-    /// The property at that position of the instance.
     CIMProperty(std::shared_ptr<cimom::Instance> instance, Uint32 position);
     /// The value also fixes type and arrayness. Throws UninitializedObjectException when the name
     /// is null; TypeMismatchException for an array of references, a reference class on something
@@ -32,41 +64,20 @@ public:
                 const CIMName& referenceClassName = CIMName(),
                 const CIMName& classOrigin = CIMName(), Boolean propagated = false);
 
-    Boolean isUninitialized() const { return !property_ && !instance_; }
-    const CIMName& getName() const;
-    const CIMValue& getValue() const;
     /// Throws TypeMismatchException unless type and arrayness are the property's own, null or not.
     void setValue(const CIMValue& value);
-    CIMType getType() const { return getValue().getType(); }
-    Boolean isArray() const { return getValue().isArray(); }
-    /// An independent deep copy.
-    CIMProperty clone() const;
 
     /// For the object manager: the property itself, which an instance shares from now on.
     std::shared_ptr<cimom::Property> shared() const;
-
-private:
-    cimom::InstanceProperty where() const;
-
-    // At most one of them is there.
-    std::shared_ptr<cimom::Property> property_;
-    std::shared_ptr<cimom::Instance> instance_;
-    Uint32 position_ = 0;  // in the instance
 };
 
 /// A handle on a property that offers no setters; made from any CIMProperty.
-class CIMConstProperty : public detail::Handle<const cimom::Property>
+class CIMConstProperty : public detail::PropertyHandle
 {
 public:
-    using Handle::Handle;
     CIMConstProperty() = default;
-    CIMConstProperty(const CIMProperty& x) : Handle(x.shared()) {}
-
-    const CIMName& getName() const;
-    const CIMValue& getValue() const;
-    CIMType getType() const { return getValue().getType(); }
-    Boolean isArray() const { return getValue().isArray(); }
-    CIMProperty clone() const;
+    explicit CIMConstProperty(const std::shared_ptr<const cimom::Property>& property);
+    CIMConstProperty(const CIMProperty& x) : PropertyHandle(x) {}
 };
 
 }  // namespace Pegasus
