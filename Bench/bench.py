@@ -140,12 +140,12 @@ def growth(found, records):
     return rows
 
 
-# Everything about the embedded server and the module, printed and returned.
-def everything(options):
-    found: dict[str, dict] = {"load": loads(options), "instructions": {}, "module": {}}
+# Everything about the embedded server and the module, printed, and put into `found` as it is known.
+def everything(options, found):
+    found |= {"load": loads(options), "instructions": {}, "module": {}}
     found["growth"] = growth(found["load"], options.records)
     if not options.count:
-        return found
+        return
     for records in options.records[0], options.records[-1]:
         counts = counted(options.build, records, options.schema)
         found["instructions"][str(records)] = counts
@@ -158,7 +158,6 @@ def everything(options):
         if "bound" in sides:
             line += f" of {sides['bound']:8} instructions: {sides['module'] / sides['bound']:.3f}"
         print(line)
-    return found
 
 
 # (path, CPU time or instructions) of each row of results.
@@ -227,22 +226,24 @@ def main():
     options.seconds, options.rounds = (0.05, 1) if options.quick else (0.2, 3)
     if options.document and (options.rows or not options.count or (options.compare and not options.array)):
         parser.error("--document wants all rows, counts, and the embedded server: with --compare, give --array too")
-    if options.compare and not options.array:
-        figures = load.load(dict(options.compare), options.rows, options.seconds, options.rounds)
-        found = {"load": {"given": figures}}
-    else:
-        found = everything(options)
     head = ["git", "-C", str(ROOT), "rev-parse", "--short", "HEAD"]
     commit = subprocess.run(head, capture_output=True, text=True, check=False).stdout.strip()
     date = time.strftime("%Y-%m-%d-%H%M%S")
+    result: dict[str, object] = {"date": date, "commit": commit}
     file = ROOT / "build" / "bench" / f"{date}-{commit}.json"
     file.parent.mkdir(parents=True, exist_ok=True)
-    result = {"date": date, "commit": commit, **found}
-    file.write_text(json.dumps(result, indent=1))
+    try:
+        if options.compare and not options.array:
+            figures = load.load(dict(options.compare), options.rows, options.seconds, options.rounds)
+            result["load"] = {"given": figures}
+        else:
+            everything(options, result)
+    finally:  # what took so long is kept when the rest fails
+        file.write_text(json.dumps(result, indent=1))
     if options.document:
         tables.write(result)
     if options.against:
-        compare(json.loads(options.against.read_text()), found)
+        compare(json.loads(options.against.read_text()), result)
     print(file)
 
 

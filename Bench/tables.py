@@ -49,6 +49,11 @@ def load_table(found):
     return table(["request, clients", *(f"{size[1:]} records" for size in sizes), "growth"], lines)
 
 
+def spread(numbers):
+    least, most = (f"{each:.1f}" for each in (min(numbers), max(numbers)))
+    return least if least == most else f"{least} to {most}"
+
+
 def beside_table(found):
     """How many times as fast the embedded server is as each of the others, by size; the extremes of the rounds."""
     sizes, rows = by_row_and_size(found)
@@ -56,7 +61,7 @@ def beside_table(found):
     lines = []
     for row, by_size in rows.items():
         found_ratios = ([by_size.get(size, {}).get(server, {}).get("ratios") for size in sizes] for server in others)
-        cells = (f"{min(each):.1f} to {max(each):.1f}" if each else "" for ratios in found_ratios for each in ratios)
+        cells = (spread(each) if each else "" for ratios in found_ratios for each in ratios)
         lines.append([row, *cells])
     header = (f"{server}, {size[1:]} records" for server in others for size in sizes)
     return table(["request, clients", *header], lines) if others else None
