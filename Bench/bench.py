@@ -180,7 +180,7 @@ def compare(earlier, found):
 # (name, URL) of a server on the command line.
 def named_server(text):
     name, is_named, url = text.partition("=")
-    return (name, url) if is_named else (text, text)
+    return (name, url) if is_named and "://" not in name else (text, text)
 
 
 def main():
